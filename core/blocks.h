@@ -1,0 +1,44 @@
+// Code blocks. A compiled block is a function with detached locals; a text block is an expression that
+// is evaluated on each run.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "core/modules.h"
+#include "core/var.h"
+
+namespace tarnel {
+
+// What the macro evaluator gives the layers below it. Until it is set text blocks give the error value.
+struct MacroHooks {
+  Var* (*evaluate)(std::string_view text);                // EXP_EVAL
+  Var* (*eval_block)(std::int32_t argc, Var** argv);      // EVAL_BLOCK, argv[0] is the block
+  bool (*expand)(std::string_view source, std::string& target, int flags);  // EXPAND_MACRO
+};
+void set_macro_hooks(const MacroHooks& hooks);
+const MacroHooks& macro_hooks();
+
+// Runs a block of either kind with the arguments behind it in the vector. REQUIRES: argv[0] is a block.
+Var* run_block(std::int32_t argc, Var** argv);
+// Runs one block cell with the given arguments; any other cell gives the true constant.
+template <typename... Args>
+Var* run_block_with(Var* block, Args*... args) {
+  Var* argv[] = {block, args...};
+  return is_block(block) ? run_block(static_cast<std::int32_t>(1 + sizeof...(args)), argv)
+                         : true_value();
+}
+inline Var* EVAL_ANY(Var* block) { return run_block_with(block); }
+
+// The text block {|| text }. A text that does not make a block gives the error value.
+Var* ogmakecb(std::string_view text);
+
+#define BLOCK_BUILTINS(X) \
+  X("eval", eval, "eval(bBlock, ...) -> xValue: runs a code block with the arguments given")
+
+BLOCK_BUILTINS(DECLARE_BUILTIN)
+inline constexpr FunctionEntry kBlockBuiltins[] = {BLOCK_BUILTINS(BUILTIN_ROW)};
+inline constexpr ModuleRecord kBlocksModule{.name = "blocks", .functions = kBlockBuiltins};
+
+}  // namespace tarnel

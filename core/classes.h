@@ -1,0 +1,119 @@
+// Objects and classes. An object is a shared vector: element 1 the class, 2 the method array, 3 upward
+// the instance variables. A class is declared as tables of names and functions:
+//
+//   constexpr InstanceEntry kInstances[] = {{"adata", 'A'}, {"state", 'N'}};
+//   constexpr MethodEntry kMethods[] = {{"init", init}, {"noivarget", noivarget}};
+//   const ClassDescriptor& tnstate_class() { static ClassDescriptor c("tnstate", kInstances, kMethods); return c; }
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/var.h"
+
+namespace tarnel {
+
+constexpr int kMethodNameSize = 250;  // significant characters when methods are compared
+
+// Kinds of entries.
+enum EntryKind : char { kAccess = 'A', kAssign = '=', kMethod = 'M', kHidden = 'P', kExported = 'E' };
+
+struct InstanceEntry {
+  const char* name;  // lower case, ten characters significant
+  char type = 'U';   // fixed type that a new object's variable has, U free
+};
+
+struct MethodEntry {
+  const char* name;
+  Callable function;
+  char kind = kMethod;
+  std::int32_t level = 0;  // place of the class that gave it in the line of inheritance, 0 the root
+};
+
+// A property: the instance `name` is read through the method in slot `access` and written through
+// `assign`, its value lying in element `stored` (from 0 of the object's vector); -1 when absent.
+struct Property {
+  std::int32_t stored;
+  std::int32_t access;
+  std::int32_t assign;
+};
+struct PropertyEntry {
+  const char* instance;
+  Property property;
+};
+
+// One name entry of a descriptor.
+struct ClassEntry {
+  std::string name;
+  std::int32_t index;  // instance: element of the object's vector; method: slot
+  std::int32_t level;
+  char kind;
+};
+
+// A linked class: sorted name entries, and the method array that its objects share. Slots are the
+// places in the list of methods given, instances those in the list of instances.
+class ClassDescriptor {
+ public:
+  ClassDescriptor(const char* name, std::span<const InstanceEntry> instances,
+                  std::span<const MethodEntry> methods,
+                  std::span<const PropertyEntry> properties = {});
+  ClassDescriptor(const ClassDescriptor&) = delete;
+  ClassDescriptor& operator=(const ClassDescriptor&) = delete;
+
+  const std::string& name() const { return name_; }
+  const std::vector<ClassEntry>& instances() const { return instances_; }
+  const std::vector<ClassEntry>& methods() const { return methods_; }
+  std::int32_t method_count() const { return static_cast<std::int32_t>(methods_.size()); }
+
+  // Makes an object with every instance at its default; does not call init.
+  Var* make() const;
+
+ private:
+  std::string name_;
+  std::span<const InstanceEntry> declared_;
+  std::vector<ClassEntry> instances_;
+  std::vector<ClassEntry> methods_;
+  std::vector<Property> property_table_;
+  std::vector<std::int32_t> property_of_;  // per instance: index of its property, -1 none
+  Var* method_array_;
+};
+
+const ClassDescriptor* class_of(const Var* object);
+// The class of an object that was declared typed O but never instantiated.
+const ClassDescriptor& empty_class();
+
+// Element index (from 0) of an instance, or -1.
+std::int32_t FIND_INSTANCE(std::string_view name, const ClassDescriptor& descriptor);
+// Slot of a method of the given kind whose level is not over the scope (below -1: any), or -1. The
+// scope becomes the entry's level, -2 without one.
+std::int32_t FIND_METHOD(std::string_view name, const ClassDescriptor& descriptor, char kind,
+                         std::int32_t& scope);
+
+// Calls; argv[0] is the object. Errors 317, 343.
+Var* csdometh(std::string_view name, std::int32_t slot, std::int32_t super_depth, std::int32_t argc,
+              Var** argv);
+Var* csnodome(std::string_view name, std::int32_t super_depth, std::int32_t argc, Var** argv);
+Var* csnometh(std::string_view name, std::int32_t argc, Var** argv, std::int32_t super_depth);
+Var* csnomcme(std::string_view macro, std::int32_t super_depth, std::int32_t argc, Var** argv);
+// The result of method init with the given arguments (without the object), or the object.
+Var* csdoinit(Var* object, std::int32_t argc, Var** argv);
+
+// Instances: reading (value null) gives the cell, writing the assigned cell. Errors 317, 343, 344.
+Var* csdoinst(Var* object, std::string_view name, std::int32_t slot, std::int32_t super_depth,
+              Var* value);
+Var* csnoivar(Var* object, std::string_view name, std::int32_t super_depth, Var* value);
+
+inline Var* get_ivar(Var* object, std::string_view name) { return csnoivar(object, name, 0, nullptr); }
+inline Var* put_ivar(Var* object, std::string_view name, Var* value) {
+  return csnoivar(object, name, 0, value);
+}
+template <typename... Args>
+Var* send(Var* object, std::string_view name, Args*... args) {
+  Var* argv[] = {object, args...};
+  return csnodome(name, 0, static_cast<std::int32_t>(1 + sizeof...(args)), argv);
+}
+
+}  // namespace tarnel

@@ -1,0 +1,43 @@
+// The class error, the error block, and the default handler that runs when no block is set.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "core/classes.h"
+#include "core/errors.h"
+#include "core/modules.h"
+
+namespace tarnel {
+
+const ClassDescriptor& error_class();
+
+// The description of a raise: the code's text, ";", and the text's lines cut to 76 characters.
+std::string error_description(int code, std::string_view text);
+// Builds the error object of a raise and evaluates the error block with it.
+void raise_error_object(const RaisedError& raised);
+// One line for people: severity word, code, place and description of an error object.
+std::string error_report(Var* error);
+
+// The box of options of a terminal: the number of the option chosen, 0 none. Null: no terminal is open.
+void set_alert_hook(std::int32_t (*alert)(std::string_view message, Var* options, Var* colour));
+
+#define ERROR_BUILTINS(X)                                                                          \
+  X("_deferror", deferror, "_deferror(oError): the default error handler")                         \
+  X("_errcaller", errcaller,                                                                       \
+    "_errcaller(nCode, nSeverity, cText, [nSubcode], [cSubsystem]): raises an error")              \
+  X("break", builtin_break, "break([xValue]): leaves the innermost BEGIN SEQUENCE with a value")    \
+  X("erralert", erralert, "erralert(cMessage, aOptions, [cColour]) -> nChoice: box of options")     \
+  X("errorblock", errorblock, "errorblock([bNew]) -> bOld: the block that receives errors")        \
+  X("errornew", errornew, "errornew() -> oError: a new error object")                              \
+  X("isbegseq", isbegseq, "isbegseq() -> lInside: is a BEGIN SEQUENCE active")
+
+ERROR_BUILTINS(DECLARE_BUILTIN)
+Var* errinit(std::int32_t argc, Var** argv);  // INIT procedure: makes the error objects live
+inline constexpr FunctionEntry kErrorBuiltins[] = {ERROR_BUILTINS(BUILTIN_ROW)};
+inline constexpr FunctionEntry kErrorInit[] = {{"errinit", errinit, nullptr}};
+inline constexpr ModuleRecord kErrorModule{
+    .name = "overror", .functions = kErrorBuiltins, .init = kErrorInit};
+
+}  // namespace tarnel

@@ -1,0 +1,120 @@
+// Activations of procedures: the Frame chain, parameter binding, line hooks, and walks of the chain.
+//
+// A procedure is written in one fixed shape:
+//
+//   Var* example0(std::int32_t argc, Var** argv) {
+//     Procedure p("example0", "example0", 12, argc);     // module, procedure, line
+//     Var* env = p.param(argv, 'A');                     // parameters in order, with their types
+//     Var* page = p.local('C');
+//     LINE_HOOK(14);
+//     ...
+//     return p.result(x);                                 // or p.end() for NIL
+//   }
+#pragma once
+
+#include <cstdint>
+
+#include "core/stacks.h"
+#include "core/var.h"
+
+namespace tarnel {
+
+// Kind letter in upper case and the name, and the cell; the list ends at a null cell pointer.
+struct FrameName {
+  const char* text;
+  Var** cell;
+};
+
+struct Frame {
+  std::int32_t line;  // -1: of the runtime's own library, hidden from walks of the chain
+  std::int32_t temp_mark;
+  std::int32_t temp_entry;
+  std::int32_t var_top;
+  std::int32_t var_entry;
+  Var* result;
+  const char* module;
+  const char* proc;
+  std::int32_t saved_level;
+  std::int32_t argc;
+  Frame* prev;
+  const FrameName* local_names;
+  const FrameName* static_names;
+  std::int32_t method_scope;  // -2 outside methods
+};
+
+constexpr char kQuiet = '\x80';  // flag in a parameter's type letter: no message, fields allowed
+
+Frame* current_frame();
+Frame* base_frame();
+std::int32_t activation_level();
+
+void BEGIN_PROC(Frame* frame, const char* module, const char* proc, std::int32_t line,
+                std::int32_t argc);
+// temps: back to the height at entry + 1, the result. Error 201 when the result has another type
+// than `expected` ('U': any).
+Var* END_PROC(Frame* frame, char expected);
+// The cell that is parameter i, or a fresh local (count 0, null vector). Errors 201, 204, 901.
+Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter);
+
+// Records a source line, the only point at which a debugger gets control.
+void LINE_HOOK(std::int32_t line);
+
+// Gives element i (from 1) of an object a fixed type and an initial value, which may be null.
+// Result: the element, or NIL when there is no such element.
+Var* DEFAULT_IVAR(Var* object, std::int32_t i, char letter, Var* init);
+
+// Calls fn with the arguments given. Null results are error 320.
+Var* CALL_VECTOR(Callable fn, std::int32_t argc, Var** argv);
+template <typename... Args>
+Var* CALL_SIMPLE(Callable fn, Args*... args) {
+  Var* argv[] = {args..., nullptr};
+  return CALL_VECTOR(fn, static_cast<std::int32_t>(sizeof...(args)), argv);
+}
+
+// The nth visible frame from the current one (0 = itself), or null.
+Frame* frame_at(std::int32_t n);
+
+// Restores frame, level and both stacks to those of `frame`, for a sequence that was left by a break.
+void unwind_to(Frame* frame, std::int32_t temps, std::int32_t vars);
+
+// Frame begin and end as a guard. Left by an exception it does nothing: RECOVER restores all.
+class Procedure {
+ public:
+  Procedure(const char* module, const char* proc, std::int32_t line, std::int32_t argc) {
+    BEGIN_PROC(&frame_, module, proc, line, argc);
+  }
+  Procedure(const Procedure&) = delete;
+  Procedure& operator=(const Procedure&) = delete;
+
+  Var* param(Var** argv, char letter = 'U') {
+    return BIND_PARAM(frame_.argc, next_++, argv, letter);
+  }
+  Var* local(char letter = 'U') { return BIND_PARAM(0, 0, nullptr, letter); }
+  // Binds Self, which is also the result, and opens the class's own view. `level` is the class's
+  // place in its line of inheritance.
+  Var* self(Var** argv, std::int32_t level = 0) {
+    Var* object = param(argv, static_cast<char>('O' | kQuiet));
+    frame_.result = object;
+    frame_.method_scope = level;
+    return object;
+  }
+  // End of one iteration of a loop whose head is at `line`.
+  void next_iteration(std::int32_t line) {
+    frame_.line = line;
+    POP_TEMPS(frame_.temp_mark);
+  }
+  Frame& frame() { return frame_; }
+
+  // RETURN x, and falling off the end. To be called once, last.
+  Var* result(Var* value, char expected = 'U') {
+    frame_.result = ARG_VAR(value);
+    return END_PROC(&frame_, expected);
+  }
+  Var* end(char expected = 'U') { return END_PROC(&frame_, expected); }
+
+ private:
+  Frame frame_;
+  std::int32_t next_ = 0;
+};
+
+}  // namespace tarnel

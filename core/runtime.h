@@ -1,0 +1,58 @@
+// Start-up, the one road by which a run ends, and the signals that can arrive during it.
+#pragma once
+
+#include <cstdint>
+
+#include "core/modules.h"
+
+namespace tarnel {
+
+// What the layers above hand to start-up; a null member is passed over.
+struct RuntimeHooks {
+  void (*setup)() = nullptr;           // the executable's own, called after programini
+  void (*open_terminal)() = nullptr;   // looks the terminal up; a request writes nothing to it
+  void (*close_terminal)() = nullptr;
+  void (*close_areas)() = nullptr;     // closes all work areas
+  void (*close_files)() = nullptr;     // alternate, extra and print files
+};
+RuntimeHooks& runtime_hooks();
+
+// Runs the program: start-up in its order, then the procedure named "main" with the command-line
+// arguments as texts, then the exit road. Never returns.
+[[noreturn]] void START_RUNTIME(int argc, char** argv, const Program& program);
+// Start-up without signals and main, for tools and tests.
+void start_library(const Program& program);
+
+// The exit road: EXIT procedures, tables closed, terminal given back, process ended.
+[[noreturn]] void QUIT_RUN(int status = 0);
+// All of the exit road but the end of the process. After it a raise ends the run.
+void shutdown_runtime();
+bool is_quitting();
+
+// Told by the table engine after each write to a table file; without one the exit road needs no sync.
+void note_table_write();
+
+// A nesting pair round code that may not be broken off by SIGINT.
+void HOLD_INTERRUPT();
+void RELEASE_INTERRUPT();
+class InterruptHold {
+ public:
+  InterruptHold() { HOLD_INTERRUPT(); }
+  ~InterruptHold() { RELEASE_INTERRUPT(); }
+  InterruptHold(const InterruptHold&) = delete;
+  InterruptHold& operator=(const InterruptHold&) = delete;
+};
+
+#define RUNTIME_BUILTINS(X)                                                                     \
+  X("__quit", builtin_quit, "__quit([nStatus]): ends the run through the exit road")            \
+  X("__shutdown", builtin_shutdown, "__shutdown(): closes tables and terminal; the run goes on") \
+  X("modulename", modulename, "modulename([nLevel]) -> cName: module of a procedure in the call chain") \
+  X("pcount", pcount, "pcount() -> nCount: number of arguments passed to this procedure")       \
+  X("procline", procline, "procline([nLevel]) -> nLine: source line in the call chain")         \
+  X("procname", procname, "procname([nLevel]) -> cName: procedure in the call chain")
+
+RUNTIME_BUILTINS(DECLARE_BUILTIN)
+inline constexpr FunctionEntry kRuntimeBuiltins[] = {RUNTIME_BUILTINS(BUILTIN_ROW)};
+inline constexpr ModuleRecord kRuntimeModule{.name = "runtime", .functions = kRuntimeBuiltins};
+
+}  // namespace tarnel

@@ -1,0 +1,54 @@
+// The name table: memory variables by name, and the fields of open work areas under the same names.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "core/var.h"
+
+namespace tarnel {
+
+constexpr int kNameSize = 10;  // significant characters of every name of the language
+
+struct Symbol {
+  char name[kNameSize + 1];  // upper case, blanks stripped
+  std::int32_t next;         // next in the hash chain, or in the free list; 0 ends it
+  SharedHeader* fields;      // field cells of this name in all open areas, or null
+  Var* var;                  // the cell now bound to the name
+};
+
+void init_symbols();
+
+std::int32_t symbol_count();  // highest index ever given out + 1; index 0 is never used
+Symbol& symbol_at(std::int32_t sym);
+inline Var* symbol_var(std::int32_t sym) { return symbol_at(sym).var; }
+
+// Upper-cases (50 characters at most), trims blanks and compares 10 characters. -1: empty or unknown.
+// A hit moves to the head of its chain.
+std::int32_t FIND_SYMBOL(std::string_view name);
+// The Symbol of a name, made with a fresh NIL cell of class N when unknown. -1 for an empty name.
+std::int32_t ADD_SYMBOL(std::string_view name);
+// Unlinks the Symbol of a name, frees its index and its cell. Unknown names are ignored.
+void FORGET_NAME(std::string_view name);
+// The current cell of a name, which is created when unknown.
+Var* GET_MEMVAR(std::string_view name);
+
+// The cell a name means in ordinary code: a field of the current work area, else the variable.
+Var* RESOLVE_NAME(std::int32_t sym);
+// Hands a value to the record behind a field cell; result of the owner's put.
+Var* FIELD_PUT(Var* cell, Var* value);
+
+// Set by the table engine: the owner of the current work area's fields, or null.
+void set_current_owner_hook(FieldOwner* (*current_owner)());
+
+// --- Name forms of the assignments. "n" writes the Symbol's variable, "r" what RESOLVE_NAME gives.
+inline Var* CPY_VAR_n(std::int32_t sym, Var* src) { return CPY_VAR(symbol_var(sym), src); }
+inline Var* CPY_VAR_r(std::int32_t sym, Var* src) { return CPY_VAR(RESOLVE_NAME(sym), src); }
+
+// --- Releases by name.
+// RELEASE name: empties a variable of the current level (any: of every level) and makes it undefined.
+void RELEASE_NAME(std::string_view name, bool any);
+// RELEASE ALL (all false): empties the variables of this level. CLEAR MEMORY (all true): unbinds all.
+void RELEASE_ALL(bool all);
+
+}  // namespace tarnel
