@@ -1,0 +1,287 @@
+// The driver of .dbf tables: its class, the private record of one open table, and the routines that
+// its methods share. The parts lie in
+//
+//   format_dbf   the record file: header, descriptors, text of fields      format_dbt   the memo
+//   file open_close   init, createdb, close       descriptors   sharing of file descriptors records
+//   buffer, commit, append      fields        cells of fields, conversion both ways navigation
+//   goto, gotop, skip, seek     locks         claims, internal, record and file locks memo memo
+//   texts                  table_errors  every message, and the road to the handler orders the key
+//   trees, as the rest of the driver calls them       relations   likewise
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/classes.h"
+#include "core/modules.h"
+#include "db/area.h"
+#include "db/dataserver.h"
+#include "db/dbfidx/format_dbf.h"
+#include "db/dbfidx/record_window.h"
+
+namespace tarnel {
+
+struct IndexControl;  // one open order, see orders.h
+struct Relation;
+
+constexpr int kMaxOrders = 16;
+constexpr int kMaxRelations = 8;
+constexpr std::size_t kPathLimit = 250;  // longest path of a table, an order or a memo file
+
+enum TableFlag : std::uint8_t {
+  kOpen = 1,
+  kClosed = 2,
+  kInternal = 8,  // registers no alias and no field cells
+  kReadOnly = 16,
+  kExclusive = 32,
+  kFileLocked = 64,
+};
+
+enum IndexState : std::uint8_t { kIndexGood, kCounterMismatch, kKeyCountMismatch, kChecksOff };
+
+// The cells of an object that hold the state of its cursor, behind the instances of dataserver.
+enum CursorCell : std::int32_t {
+  kBofFlag,
+  kEofFlag,
+  kOrderCount,
+  kLastRec,
+  kCurrentOrder,
+  kRecNo,
+  kPrivateArea,
+  kCursorCells
+};
+
+// Record numbers held locked, ascending. Capacity moves in steps of 16.
+class LockList {
+ public:
+  // Index of n, or the complement of the place where it belongs.
+  std::int32_t lookup(std::int32_t n) const;
+  bool holds(std::int32_t n) const { return count_ != 0 && lookup(n) >= 0; }
+  void insert(std::int32_t n);  // REQUIRES: not held
+  void remove(std::int32_t n);  // ignored when not held
+  void clear();
+  std::int32_t count() const { return count_; }
+  std::int32_t capacity() const { return static_cast<std::int32_t>(entries_.size()); }
+  std::int32_t at(std::int32_t i) const { return entries_[static_cast<std::size_t>(i)]; }
+
+ private:
+  std::vector<std::int32_t> entries_;  // its size is the capacity
+  std::int32_t count_ = 0;
+};
+
+// The driver's private record: everything it knows of one table. It belongs to the driver object
+// and lives as long as that; close resets it to the state of a fresh one.
+struct DbfIdx {
+  explicit DbfIdx(Var* server);
+  ~DbfIdx();
+  DbfIdx(const DbfIdx&) = delete;
+  DbfIdx& operator=(const DbfIdx&) = delete;
+
+ private:
+  Var* cells_[kCursorCells - 1];  // a reference to each cell of the cursor
+
+ public:
+  Var* const object;  // the driver object; not counted, it owns this record
+
+  // The cursor. These words are the contents of the object's cells.
+  std::int32_t& bofFlag;
+  std::int32_t& eofFlag;
+  std::int32_t& orderCount;
+  std::int32_t& lastRec;  // records, as last read from the header
+  std::int32_t& currentOrder;
+  std::int32_t& recNo;
+
+  // Set by init, constant until close.
+  std::string fileName;
+  std::uint8_t flags = kClosed;  // TableFlag; kFileLocked is changed by locks.cpp
+  bool lock40 = false;           // the lock scheme: the one in force when the table was opened
+  std::uint16_t headerSize = 0;
+  std::uint16_t recordSize = 0;
+  std::int32_t fieldCount = 0;
+  int dbfFd = -1;
+  int dbtFd = 0;  // 0: no memo file
+  std::uint64_t device = 0, inode = 0;
+  std::vector<std::uint8_t> header;  // as in the file, but see kFieldOffset
+  std::vector<dbf::Field> fields;
+  std::vector<Var*> fieldCells;  // empty for an internal open
+  WorkArea* area = nullptr;
+
+  // The record buffer. `record` has a NUL behind its recordSize bytes.
+  std::vector<std::uint8_t> record;
+  std::vector<std::uint8_t> backup;      // the record before its first change; empty until needed
+  std::vector<std::uint8_t> fieldFresh;  // the field's cell holds the value of the buffered record
+  std::int32_t bufferedRec = 0;          // record in `record`, 0 none
+  std::int32_t prefetchedRec =
+      0;               // record in `record` that counts as buffered only once it is asked for
+  bool dirty = false;  // the buffer differs from the file
+  bool found = false;
+  std::uint8_t pendingChanges = 0;
+  RecordWindow window;  // exclusive use: records read ahead or not yet written
+
+  // Locks; changed only in locks.cpp.
+  LockList lockList;
+  int readLocks = 0, writeLocks = 0;
+  DbfIdx* ring = this;  // next area with the same file, itself when alone
+  std::int32_t concurrency = 1;
+  DbfIdx* nextOpen = nullptr;
+
+  // Orders, entries 1 to 16 in use; changed only in the files of the orders.
+  IndexControl* orders[kMaxOrders + 1] = {};
+  std::uint8_t indexState = kIndexGood;
+  std::uint8_t syncState = 4;  // 5: keys of savedRecNo are still to be added
+  std::int32_t savedRecNo = 0;
+  std::uint8_t orderFlags = 0;  // the condition of the next order: bit 0 all, bit 1 descending
+  Var *orderForText = nullptr, *orderForBlock = nullptr, *orderWhileBlock = nullptr,
+      *orderEvalBlock = nullptr;
+  std::int32_t orderEvery = 1, orderStart = 1, orderLimit = -1;
+
+  // Filter, scope, relations. Held cells: HOLD_VAR and UNHOLD_VAR.
+  std::int32_t relationCount = 0;
+  bool relationActive = false;
+  Relation* relations[kMaxRelations] = {};
+  Var *locateBlock = nullptr, *filterText = nullptr, *filterBlock = nullptr;
+  Var *forBlock = nullptr, *whileBlock = nullptr;
+  std::int32_t scopeNext = -1;
+
+  std::string dbfExt = ".dbf", dbtExt = ".dbt", idxExt = ".idx";
+  std::string aliasName;
+  char delimiter[2] = {'"', '\0'};
+  Var* errorTemplate = nullptr;
+
+  bool is(TableFlag flag) const { return (flags & flag) != 0; }
+  bool isOpen() const { return is(kOpen); }
+  bool exclusive() const { return is(kExclusive); }
+  bool readOnly() const { return is(kReadOnly); }
+  bool hasMemo() const { return dbtFd > 0; }
+};
+
+// The private record of a driver object, made at the first call. REQUIRES: object is of class
+// dbfidx.
+DbfIdx& dbf_of(Var* object);
+inline Var* cursor_cell(const Var* object, CursorCell cell) {
+  return object->shared->elements[2 + kServerInstanceCount + static_cast<std::size_t>(cell)];
+}
+const ClassDescriptor& dbfidx_class();
+// Head of the chain of open tables, linked by nextOpen.
+DbfIdx*& open_tables();
+
+// --- Records (records.cpp)
+// Reads record n into the buffer; above lastRec the phantom. Errors 1, 103, 413.
+void fetchRecord(DbfIdx& dbf, std::int32_t n);
+// Brings the record under the cursor into the buffer, after committing a dirty one, under the read
+// lock. onlyIfMoved: only if the buffer holds another record.
+void refreshRecord(DbfIdx& dbf, bool onlyIfMoved);
+// Writes a dirty buffer and the keys that changed. True if it wrote. Errors 104, 325, 334.
+bool commitRecord(DbfIdx& dbf);
+// Writes the buffer as record n. True if it wrote. Errors 104, 325, 334, 413.
+bool writeRecord(DbfIdx& dbf, std::int32_t n);
+// Past the end: a blank buffer, eofFlag, recNo = lastRec + 1.
+void phantom(DbfIdx& dbf);
+// May the record under the cursor be changed now? 0 yes, 1 yes with an automatic lock that the
+// caller gives back with release_auto_lock, -1 no. Errors 104, 322, 325, 334.
+int checkReplace(DbfIdx& dbf);
+void release_auto_lock(DbfIdx& dbf);
+// Re-reads the header: lastRec, change counter, date. Exclusive tables keep what they have.
+// Errors 103, 413.
+void refresh_header(DbfIdx& dbf);
+// The count on demand: 0 records known means look again.
+inline bool seems_empty(DbfIdx& dbf) {
+  if (dbf.lastRec == 0) refresh_header(dbf);
+  return dbf.lastRec == 0;
+}
+// Writes the header with lastRec, today's date and the change counter, and what the window holds.
+// False after error 104.
+bool write_header(DbfIdx& dbf);
+// Applies pending changes to the change counter and the header, and stores the counter in each
+// order.
+void updateHeader(DbfIdx& dbf);
+// The operations on the pending count of changes; -1 read, -2 add one, -3 set to 1, -4 apply, -5
+// apply unless 0; other values are stored. Result: the count, or the counter of the header for -4
+// and -5.
+std::uint8_t change_counter(DbfIdx& dbf, int op);
+// Adds a blank record and puts it into the buffer. False when it could not be locked or written.
+bool append_record(DbfIdx& dbf, bool release_locks);
+// What the method commit does, without its result: writes, re-reads, brings the header up to date.
+void commit_table(DbfIdx& dbf);
+// The delete mark of the buffered record; fetches the record when the cursor moved.
+bool record_deleted(DbfIdx& dbf);
+
+// --- Fields (fields.cpp)
+// The value of field i (from 0) of the record under the cursor, in its cell. Errors 204, 301.
+Var* field_value(DbfIdx& dbf, std::int32_t i);
+// Stores a value into field i. The cell, or NIL when it was refused.
+Var* store_field(DbfIdx& dbf, std::int32_t i, Var* value);
+// Field number (from 1) of a name in any case, cut at 11 characters; 0 when there is none.
+std::int32_t field_position(const DbfIdx& dbf, std::string_view name);
+void attach_field_cells(DbfIdx& dbf);
+void detach_field_cells(DbfIdx& dbf);
+
+// --- Navigation (navigation.cpp)
+void goRecord(DbfIdx& dbf, std::int32_t n);
+void go_top(DbfIdx& dbf);
+void go_bottom(DbfIdx& dbf);
+// Moves n records past those that are hidden; the number moved. n = 0 commits and re-reads.
+std::int32_t skip_records(DbfIdx& dbf, std::int32_t n);
+// Does the record under the cursor pass SET DELETED and the filter?
+bool visible(DbfIdx& dbf);
+
+// --- Locks (locks.cpp)
+// The internal lock, shared and exclusive, nesting; off for an exclusive table. Error 327.
+void readLock(DbfIdx& dbf);
+void writeLock(DbfIdx& dbf);
+void unlockInternal(DbfIdx& dbf);
+int lockRecord(DbfIdx& dbf, std::int32_t n);    // 0 held, -1 refused; does not wait
+int unlockRecord(DbfIdx& dbf, std::int32_t n);  // 0 released or not held, -1 failed
+int lockFile(DbfIdx& dbf);
+int unlockAll(DbfIdx& dbf);
+// Against the other areas of this process on the same file: 0 conflict, 1 alone, 2 none conflicts.
+// Modes: 1 record lock n, 2 file lock, 3 shared open (warning 902 when not alone), 4 exclusive
+// open.
+int ringCheck(DbfIdx& dbf, int mode, std::int32_t n = 0);
+void join_ring(DbfIdx& dbf);
+void leave_ring(DbfIdx& dbf);
+// May record n be written: exclusive, file lock, or record lock held.
+bool holds_record(const DbfIdx& dbf, std::int32_t n);
+// The automatic lock of the whole file that createorder takes. True when held.
+bool auto_file_lock(DbfIdx& dbf);
+// The claim on a file for the time it is open; `top` is kDbfTop or kIdxTop. 0 held, -1 refused.
+constexpr std::int64_t kDbfTop = 0x7FFFFFFF, kIdxTop = 1033;
+int claimShared(int fd, std::int64_t top);
+int claimExclusive(int fd, std::int64_t top);
+int holders(int fd, std::int64_t top);
+
+// The internal lock as a guard; shared unless `exclusive`.
+class InternalLock {
+ public:
+  InternalLock(DbfIdx& dbf, bool exclusive) : dbf_(dbf) {
+    exclusive ? writeLock(dbf) : readLock(dbf);
+  }
+  ~InternalLock() {
+    if (dbf_.isOpen()) unlockInternal(dbf_);
+  }
+  InternalLock(const InternalLock&) = delete;
+  InternalLock& operator=(const InternalLock&) = delete;
+
+ private:
+  DbfIdx& dbf_;
+};
+
+// --- Opening and closing (open_close.cpp)
+void close_table(DbfIdx& dbf);
+// The system's sync, at most every 10 seconds and only after a write.
+void sync_now_and_then();
+// The mode bits of a new file: those of the system's creation mask.
+unsigned default_file_mode();
+// `name` with the extension when it has none, as an absolute path of at most 250 characters.
+std::string full_table_path(std::string_view name, std::string_view extension);
+
+// --- Descriptors (descriptors.cpp): a file is opened once for each open mode and stays open while
+// any user is left, because closing any descriptor of a file drops all locks of the process on it.
+// Searches `path` in the current directory and SET PATH; mode 0 reads, 2 reads and writes. The
+// descriptor or -1 with errno set; `found` receives the path. Warning 902.
+int dxOpen(std::string_view path, std::string* found, int mode);
+void dxClose(int fd);
+
+}  // namespace tarnel

@@ -1,0 +1,46 @@
+// The orders of a table, as the rest of the driver calls them. Each call is made inside the
+// internal lock and with the cursor where its comment says; without open orders all of them do
+// nothing.
+#pragma once
+
+#include <cstdint>
+
+#include "db/dbfidx/dbfidx.h"
+
+namespace tarnel {
+
+// Why the cursor's orders are brought up to date (indexsynchronize).
+enum SyncMode : int {
+  kSyncClose = 0,
+  kSyncMove = 1,
+  kSyncSeek = 2,
+  kSyncSeekEval = 3,
+  kSyncReplace = 4,
+  kSyncAppend = 5
+};
+
+// Before a move, a seek, or, with the record as it was before its change in the buffer, a
+// replacement of keys. False when no orders are open.
+bool index_synchronize(DbfIdx& dbf, SyncMode mode);
+// A record was appended and is under the cursor.
+void index_append(DbfIdx& dbf);
+// The changed record was written and is in the buffer; its old keys are those of the last
+// index_synchronize(kSyncReplace).
+void index_replace(DbfIdx& dbf);
+
+// Moves of the controlling order. REQUIRES: currentOrder is not 0. They set recNo, bofFlag,
+// eofFlag.
+void index_gotop(DbfIdx& dbf);
+void index_gobottom(DbfIdx& dbf);
+std::int32_t index_skip(DbfIdx& dbf, std::int32_t n);
+bool index_seek(DbfIdx& dbf, Var* value, bool soft);
+bool index_seekeval(DbfIdx& dbf, Var* block);
+// The value against the key under the cursor; 0 equal.
+int index_keycompare(DbfIdx& dbf, Var* value);
+
+// Stores the change counter in the extension block of every open order.
+void store_change_counter(DbfIdx& dbf, std::uint8_t counter);
+// Closes all orders, completing what is pending; orderCount and currentOrder become 0.
+void close_orders(DbfIdx& dbf);
+
+}  // namespace tarnel

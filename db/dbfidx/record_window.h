@@ -1,0 +1,38 @@
+// Records of a table in exclusive use, held in memory in one run: read ahead of a walk, or appended
+// and not yet written. Nobody else can see or change the file meanwhile. Records above the count in
+// the file's header are lost in a crash in any case, so holding them back loses nothing that a
+// reader afterwards could have seen; all others are written through.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace tarnel {
+
+struct DbfIdx;
+
+class RecordWindow {
+ public:
+  // Copies record n into `to`. False on a read error or a record that the file does not have.
+  bool read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to);
+  // Stores record n, n at most one above those stored so far. False on a write error.
+  bool write(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from);
+  // Writes what is held back. False on a write error; what could not be written is then forgotten,
+  // and `kept` tells the last record that the file has.
+  bool flush(DbfIdx& dbf, std::int32_t* kept = nullptr);
+  void reset();
+
+ private:
+  bool holds(std::int32_t n) const { return n >= first_ && n < first_ + count_; }
+  bool load(DbfIdx& dbf, std::int32_t n);
+  std::uint8_t* at(const DbfIdx& dbf, std::int32_t n);
+
+  std::vector<std::uint8_t> bytes_;
+  std::int32_t first_ = 1;
+  std::int32_t count_ = 0;
+  std::int32_t unwritten_ =
+      0;  // first record held back, 0 none; it and all behind it are unwritten
+  std::int32_t last_read_ = 0;  // to tell a walk from a jump
+};
+
+}  // namespace tarnel
