@@ -12,28 +12,32 @@ namespace tarnel {
 // How cscreara fills the elements; the numbers are those that compiled code passes.
 enum ArrayMode : int {
   kAllNil = 0,
-  kCopyValues = 1,    // copies of the values until a null pointer, the rest NIL
-  kKeep = 2,          // existing elements stay, new ones from the values, the rest NIL
-  kCloneOne = 3,      // every element a deep copy of the one value
-  kCloneValues = 4,   // deep copies of the values until a null pointer, the rest NIL
+  kCopyValues = 1,   // copies of the values until a null pointer, the rest NIL
+  kKeep = 2,         // existing elements stay, new ones from the values, the rest NIL
+  kCloneOne = 3,     // every element a deep copy of the one value
+  kCloneValues = 4,  // deep copies of the values until a null pointer, the rest NIL
 };
 
-// Makes `target` an array of `size` elements, or resizes the array or object it is. The values end at
-// a null pointer; a null vector means none. Error 409 for a size outside 0 to 65535.
+// Makes `target` an array of `size` elements, or resizes the array or object it is. The values end
+// at a null pointer; a null vector means none. Error 409 for a size outside 0 to 65535.
 Var* cscreara(Var* target, std::int32_t size, int mode, Var* const* values = nullptr);
 Var* cscrearr(Var* target, std::int32_t size, int mode, std::initializer_list<Var*> values = {});
 // DIMENSION: the size is a cell; error 201 when it is no number.
 Var* cscredim(Var* target, Var* dimension, int mode, Var* value);
 
-// The element cell itself. A bad index is error 409, a cell that is no array 404; the result is then
-// the error value for csgetarr, NIL for csgetarv.
+// The element cell itself. A bad index is error 409, a cell that is no array 404; the result is
+// then the error value for csgetarr, NIL for csgetarv.
 Var* csgetarr(Var* array, std::int32_t index);
 Var* csgetarv(Var* array, Var* index);
 
 // Elements of an array or object. REQUIRES: v is of type A or O.
-inline std::int32_t element_count(const Var* v) { return static_cast<std::int32_t>(v->shared->count); }
+inline std::int32_t element_count(const Var* v) {
+  return static_cast<std::int32_t>(v->shared->count);
+}
 // Element i, from 1, without a test.
-inline Var* element(const Var* v, std::int32_t i) { return v->shared->elements[i - 1]; }
+inline Var* element(const Var* v, std::int32_t i) {
+  return v->shared->elements[i - 1];
+}
 
 // Called with the index before each access by subscript; for a debugger. Null: none.
 void set_array_hook(Callable hook);

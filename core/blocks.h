@@ -1,5 +1,5 @@
-// Code blocks. A compiled block is a function with detached locals; a text block is an expression that
-// is evaluated on each run.
+// Code blocks. A compiled block is a function with detached locals; a text block is an expression
+// that is evaluated on each run.
 #pragma once
 
 #include <cstdint>
@@ -11,16 +11,18 @@
 
 namespace tarnel {
 
-// What the macro evaluator gives the layers below it. Until it is set text blocks give the error value.
+// What the macro evaluator gives the layers below it. Until it is set text blocks give the error
+// value.
 struct MacroHooks {
-  Var* (*evaluate)(std::string_view text);                // EXP_EVAL
-  Var* (*eval_block)(std::int32_t argc, Var** argv);      // EVAL_BLOCK, argv[0] is the block
+  Var* (*evaluate)(std::string_view text);            // EXP_EVAL
+  Var* (*eval_block)(std::int32_t argc, Var** argv);  // EVAL_BLOCK, argv[0] is the block
   bool (*expand)(std::string_view source, std::string& target, int flags);  // EXPAND_MACRO
 };
 void set_macro_hooks(const MacroHooks& hooks);
 const MacroHooks& macro_hooks();
 
-// Runs a block of either kind with the arguments behind it in the vector. REQUIRES: argv[0] is a block.
+// Runs a block of either kind with the arguments behind it in the vector. REQUIRES: argv[0] is a
+// block.
 Var* run_block(std::int32_t argc, Var** argv);
 // Runs one block cell with the given arguments; any other cell gives the true constant.
 template <typename... Args>
@@ -29,7 +31,9 @@ Var* run_block_with(Var* block, Args*... args) {
   return is_block(block) ? run_block(static_cast<std::int32_t>(1 + sizeof...(args)), argv)
                          : true_value();
 }
-inline Var* EVAL_ANY(Var* block) { return run_block_with(block); }
+inline Var* EVAL_ANY(Var* block) {
+  return run_block_with(block);
+}
 
 // The text block {|| text }. A text that does not make a block gives the error value.
 Var* ogmakecb(std::string_view text);

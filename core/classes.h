@@ -1,9 +1,10 @@
-// Objects and classes. An object is a shared vector: element 1 the class, 2 the method array, 3 upward
-// the instance variables. A class is declared as tables of names and functions:
+// Objects and classes. An object is a shared vector: element 1 the class, 2 the method array, 3
+// upward the instance variables. A class is declared as tables of names and functions:
 //
 //   constexpr InstanceEntry kInstances[] = {{"adata", 'A'}, {"state", 'N'}};
 //   constexpr MethodEntry kMethods[] = {{"init", init}, {"noivarget", noivarget}};
-//   const ClassDescriptor& tnstate_class() { static ClassDescriptor c("tnstate", kInstances, kMethods); return c; }
+//   const ClassDescriptor& tnstate_class() { static ClassDescriptor c("tnstate", kInstances,
+//   kMethods); return c; }
 #pragma once
 
 #include <cstdint>
@@ -19,7 +20,13 @@ namespace tarnel {
 constexpr int kMethodNameSize = 250;  // significant characters when methods are compared
 
 // Kinds of entries.
-enum EntryKind : char { kAccess = 'A', kAssign = '=', kMethod = 'M', kHidden = 'P', kExported = 'E' };
+enum EntryKind : char {
+  kAccess = 'A',
+  kAssign = '=',
+  kMethod = 'M',
+  kHidden = 'P',
+  kExported = 'E'
+};
 
 struct InstanceEntry {
   const char* name;  // lower case, ten characters significant
@@ -106,7 +113,9 @@ Var* csdoinst(Var* object, std::string_view name, std::int32_t slot, std::int32_
               Var* value);
 Var* csnoivar(Var* object, std::string_view name, std::int32_t super_depth, Var* value);
 
-inline Var* get_ivar(Var* object, std::string_view name) { return csnoivar(object, name, 0, nullptr); }
+inline Var* get_ivar(Var* object, std::string_view name) {
+  return csnoivar(object, name, 0, nullptr);
+}
 inline Var* put_ivar(Var* object, std::string_view name, Var* value) {
   return csnoivar(object, name, 0, value);
 }

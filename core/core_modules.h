@@ -13,6 +13,7 @@
 namespace tarnel {
 
 inline constexpr std::array<const ModuleRecord*, 6> kCoreModules = {
-    &kArraysModule, &kBlocksModule, &kErrorModule, &kMemvarsModule, &kModulesModule, &kRuntimeModule};
+    &kArraysModule,  &kBlocksModule,  &kErrorModule,
+    &kMemvarsModule, &kModulesModule, &kRuntimeModule};
 
 }  // namespace tarnel

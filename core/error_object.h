@@ -20,17 +20,18 @@ void raise_error_object(const RaisedError& raised);
 // One line for people: severity word, code, place and description of an error object.
 std::string error_report(Var* error);
 
-// The box of options of a terminal: the number of the option chosen, 0 none. Null: no terminal is open.
+// The box of options of a terminal: the number of the option chosen, 0 none. Null: no terminal is
+// open.
 void set_alert_hook(std::int32_t (*alert)(std::string_view message, Var* options, Var* colour));
 
-#define ERROR_BUILTINS(X)                                                                          \
-  X("_deferror", deferror, "_deferror(oError): the default error handler")                         \
-  X("_errcaller", errcaller,                                                                       \
-    "_errcaller(nCode, nSeverity, cText, [nSubcode], [cSubsystem]): raises an error")              \
-  X("break", builtin_break, "break([xValue]): leaves the innermost BEGIN SEQUENCE with a value")    \
-  X("erralert", erralert, "erralert(cMessage, aOptions, [cColour]) -> nChoice: box of options")     \
-  X("errorblock", errorblock, "errorblock([bNew]) -> bOld: the block that receives errors")        \
-  X("errornew", errornew, "errornew() -> oError: a new error object")                              \
+#define ERROR_BUILTINS(X)                                                                        \
+  X("_deferror", deferror, "_deferror(oError): the default error handler")                       \
+  X("_errcaller", errcaller,                                                                     \
+    "_errcaller(nCode, nSeverity, cText, [nSubcode], [cSubsystem]): raises an error")            \
+  X("break", builtin_break, "break([xValue]): leaves the innermost BEGIN SEQUENCE with a value") \
+  X("erralert", erralert, "erralert(cMessage, aOptions, [cColour]) -> nChoice: box of options")  \
+  X("errorblock", errorblock, "errorblock([bNew]) -> bOld: the block that receives errors")      \
+  X("errornew", errornew, "errornew() -> oError: a new error object")                            \
   X("isbegseq", isbegseq, "isbegseq() -> lInside: is a BEGIN SEQUENCE active")
 
 ERROR_BUILTINS(DECLARE_BUILTIN)

@@ -1,5 +1,5 @@
-// The four raise calls and the table of codes. A raise builds an error object and evaluates the error
-// block; where that returns, the failing operation goes on with the constant it names.
+// The four raise calls and the table of codes. A raise builds an error object and evaluates the
+// error block; where that returns, the failing operation goes on with the constant it names.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +17,7 @@ enum Severity : std::int32_t { kWarning = 1, kRunTime = 2, kFatal = 4, kInternal
 Var* RT_ERROR(int code, std::string_view text);
 Var* RT_WARNING(int code, std::string_view text);
 // Carries the source position of the caller: a fault of the program or damaged data, not of input.
-Var* RT_INTERNAL(int code, std::string_view text,
-                 SourceLine where = SourceLine::current());
+Var* RT_INTERNAL(int code, std::string_view text, SourceLine where = SourceLine::current());
 // Ends the run through the exit road.
 [[noreturn]] void RT_FATAL(int code, std::string_view text);
 
@@ -37,10 +36,10 @@ const ErrorEntry& error_entry(int code);
 int error_threshold();
 void set_error_threshold(int threshold);
 
-int last_error();          // code of the last raise, 0 none
+int last_error();  // code of the last raise, 0 none
 void set_last_error(int code);
 
-int dos_error();           // what doserror() tells: the system's number of the last file failure
+int dos_error();  // what doserror() tells: the system's number of the last file failure
 void set_dos_error(int number);
 
 // Raises and lowers the guard against errors inside error handling. At the fifth error in progress
@@ -54,7 +53,8 @@ class ErrorGuard {
 };
 int& errors_in_progress();
 
-// Set when the error objects are live: receives code, severity, text, subcode and subsystem ("" none).
+// Set when the error objects are live: receives code, severity, text, subcode and subsystem (""
+// none).
 struct RaisedError {
   int code;
   Severity severity;
@@ -65,6 +65,7 @@ struct RaisedError {
 void set_error_caller(void (*caller)(const RaisedError&));
 
 // While held, raises only record their code; type() evaluates under it.
+bool errors_held();
 class ErrorHold {
  public:
   ErrorHold();

@@ -1,4 +1,5 @@
-// Activations of procedures: the Frame chain, parameter binding, line hooks, and walks of the chain.
+// Activations of procedures: the Frame chain, parameter binding, line hooks, and walks of the
+// chain.
 //
 // A procedure is written in one fixed shape:
 //
@@ -74,7 +75,8 @@ Var* CALL_SIMPLE(Callable fn, Args*... args) {
 // The nth visible frame from the current one (0 = itself), or null.
 Frame* frame_at(std::int32_t n);
 
-// Restores frame, level and both stacks to those of `frame`, for a sequence that was left by a break.
+// Restores frame, level and both stacks to those of `frame`, for a sequence that was left by a
+// break.
 void unwind_to(Frame* frame, std::int32_t temps, std::int32_t vars);
 
 // Frame begin and end as a guard. Left by an exception it does nothing: RECOVER restores all.

@@ -17,10 +17,11 @@ void BIND_MACRO_PARAM(Var* name, std::int32_t argc, std::int32_t position, Var**
 // Set by the table engine; an area is opaque here.
 struct AreaHooks {
   void* (*current)();
-  void* (*by_name)(std::string_view alias);  // null: no such area; the empty text is the current area
+  void* (*by_name)(
+      std::string_view alias);  // null: no such area; the empty text is the current area
   void* (*by_number)(std::int32_t number);
-  FieldOwner* (*owner)(void* area);          // null: no table open
-  void* (*push)(void* area);                 // makes it current, returns the former one
+  FieldOwner* (*owner)(void* area);  // null: no table open
+  void* (*push)(void* area);         // makes it current, returns the former one
   void (*pop)(void* saved);
 };
 void set_area_hooks(const AreaHooks& hooks);
@@ -43,15 +44,16 @@ Var* FIND_LOCAL(std::string_view name, char kind = 0);
 // The text of a macro operand; error 312 with the label, and the empty text, when it is no text.
 std::string_view cschrarg(Var* v, const char* label);
 
-#define MEMVAR_BUILTINS(X)                                                                       \
-  X("_displpriv", displpriv, "_displpriv([nDepth], [cKind]): lists private variables")           \
-  X("_displpubl", displpubl, "_displpubl(): lists public variables")                             \
-  X("_displvar", displvar, "_displvar([nDepth]): lists locals and statics of a procedure")       \
-  X("_procvar", procvar, "_procvar(cName, [cKind], [nDepth], [xNew]) -> xValue: a local or static by name") \
-  X("__mclear", mclear, "__mclear(): CLEAR MEMORY, unbinds all memory variables")                \
-  X("__mrelease", mrelease, "__mrelease([cName]): RELEASE, one variable or all of this level")   \
-  X("__mvpublic", mvpublic, "__mvpublic(cName, ...): PUBLIC")                                    \
-  X("__mvprivate", mvprivate, "__mvprivate(cName, ...): PRIVATE")                                \
+#define MEMVAR_BUILTINS(X)                                                                     \
+  X("_displpriv", displpriv, "_displpriv([nDepth], [cKind]): lists private variables")         \
+  X("_displpubl", displpubl, "_displpubl(): lists public variables")                           \
+  X("_displvar", displvar, "_displvar([nDepth]): lists locals and statics of a procedure")     \
+  X("_procvar", procvar,                                                                       \
+    "_procvar(cName, [cKind], [nDepth], [xNew]) -> xValue: a local or static by name")         \
+  X("__mclear", mclear, "__mclear(): CLEAR MEMORY, unbinds all memory variables")              \
+  X("__mrelease", mrelease, "__mrelease([cName]): RELEASE, one variable or all of this level") \
+  X("__mvpublic", mvpublic, "__mvpublic(cName, ...): PUBLIC")                                  \
+  X("__mvprivate", mvprivate, "__mvprivate(cName, ...): PRIVATE")                              \
   X("readvar", readvar, "readvar([cName]) -> cName: name of the variable being edited")
 
 MEMVAR_BUILTINS(DECLARE_BUILTIN)

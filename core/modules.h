@@ -1,6 +1,7 @@
-// The registry of modules and the function table made of it. Each executable has one list that names
-// the application's modules first and the runtime's after them; the function of an earlier module
-// hides one of the same first ten characters in a later one. The sorted table is made by the compiler.
+// The registry of modules and the function table made of it. Each executable has one list that
+// names the application's modules first and the runtime's after them; the function of an earlier
+// module hides one of the same first ten characters in a later one. The sorted table is made by the
+// compiler.
 #pragma once
 
 #include <algorithm>
@@ -113,7 +114,8 @@ constexpr LinkedFunctions<N> link_functions(ModuleList modules) {
   linked.entries[0] = {"", nullptr, nullptr};
   for (std::size_t i = 0; i < n; ++i) {
     const auto count = static_cast<std::size_t>(linked.count);
-    if (count > 1 && compare_names(linked.entries[count - 1].name, all[i].entry.name) == 0) continue;
+    if (count > 1 && compare_names(linked.entries[count - 1].name, all[i].entry.name) == 0)
+      continue;
     linked.entries[count] = all[i].entry;
     ++linked.count;
   }
@@ -138,8 +140,8 @@ struct Program {
 void LINK_MODULES(const Program& program);
 const FunctionTable& function_table();
 
-// Position of a lower-case name, or minus the position where it would belong. Leading blanks and tabs
-// are skipped, the name ends at its first blank.
+// Position of a lower-case name, or minus the position where it would belong. Leading blanks and
+// tabs are skipped, the name ends at its first blank.
 std::int32_t FIND_FUNC(std::string_view name);
 // The function of a name in any case; error 308, and a function that gives NIL, when unknown.
 Callable GET_FUNC(std::string_view name);
@@ -148,7 +150,8 @@ Callable lookup_function(std::string_view name);
 // Full name of an abbreviated builtin ("repl" gives "replicate"), else the name in lower case.
 std::string FULL_NAME(std::string_view name);
 
-// Aliases: index by name (case-insensitive, 11 characters), -1 when unknown; areas are null when closed.
+// Aliases: index by name (case-insensitive, 11 characters), -1 when unknown; areas are null when
+// closed.
 std::int32_t FIND_ALIAS(std::string_view name);
 std::int32_t ADD_ALIAS(std::string_view name);
 std::int32_t alias_count();

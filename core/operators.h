@@ -1,9 +1,9 @@
-// The operators of the language, one function for each operator and operand form. Module names spell
-// the form: cs, the left operand's letter, the operation, the right operand's letter; u is any Var,
-// c a literal text, n a numeric literal.
+// The operators of the language, one function for each operator and operand form. Module names
+// spell the form: cs, the left operand's letter, the operation, the right operand's letter; u is
+// any Var, c a literal text, n a numeric literal.
 //
-// Arithmetic members: in_place is true in a compound assignment (+= and the like). The result is the
-// left cell when that is a temporary or the assigned variable, else the right one when it is a
+// Arithmetic members: in_place is true in a compound assignment (+= and the like). The result is
+// the left cell when that is a temporary or the assigned variable, else the right one when it is a
 // temporary, else a new temporary; a left field is written through. Failures raise 201, 202, 205 or
 // 902 and return the error value, a division by zero numeric zero.
 // Comparisons return the true or the false constant, or the error value.
@@ -32,7 +32,7 @@ Var* csupown(Var* left, double right, bool in_place);
 
 Var* csminusu(Var* v);
 Var* csnotu(Var* v);
-bool csifu(Var* v);  // condition of a compiled if; error 202 gives false
+bool csifu(Var* v);   // condition of a compiled if; error 202 gives false
 Var* csincu(Var* v);  // prefix: the operand itself
 Var* csdecu(Var* v);
 Var* csuinc(Var* v);  // postfix: a copy of the old value

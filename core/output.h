@@ -1,5 +1,5 @@
-// Standard output of the program: gathered in one buffer, so that a page costs one write. The order of
-// bytes is that of the program.
+// Standard output of the program: gathered in one buffer, so that a page costs one write. The order
+// of bytes is that of the program.
 #pragma once
 
 #include <string_view>

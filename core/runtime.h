@@ -9,11 +9,11 @@ namespace tarnel {
 
 // What the layers above hand to start-up; a null member is passed over.
 struct RuntimeHooks {
-  void (*setup)() = nullptr;           // the executable's own, called after programini
-  void (*open_terminal)() = nullptr;   // looks the terminal up; a request writes nothing to it
+  void (*setup)() = nullptr;          // the executable's own, called after programini
+  void (*open_terminal)() = nullptr;  // looks the terminal up; a request writes nothing to it
   void (*close_terminal)() = nullptr;
-  void (*close_areas)() = nullptr;     // closes all work areas
-  void (*close_files)() = nullptr;     // alternate, extra and print files
+  void (*close_areas)() = nullptr;  // closes all work areas
+  void (*close_files)() = nullptr;  // alternate, extra and print files
 };
 RuntimeHooks& runtime_hooks();
 
@@ -27,9 +27,13 @@ void start_library(const Program& program);
 [[noreturn]] void QUIT_RUN(int status = 0);
 // All of the exit road but the end of the process. After it a raise ends the run.
 void shutdown_runtime();
+// The shutdown has begun or is done.
 bool is_quitting();
+// Called by each raise: inside the exit road an error ends the process at once with status 1.
+void check_exit_road();
 
-// Told by the table engine after each write to a table file; without one the exit road needs no sync.
+// Told by the table engine after each write to a table file; without one the exit road needs no
+// sync.
 void note_table_write();
 
 // A nesting pair round code that may not be broken off by SIGINT.
@@ -43,12 +47,13 @@ class InterruptHold {
   InterruptHold& operator=(const InterruptHold&) = delete;
 };
 
-#define RUNTIME_BUILTINS(X)                                                                     \
-  X("__quit", builtin_quit, "__quit([nStatus]): ends the run through the exit road")            \
+#define RUNTIME_BUILTINS(X)                                                                      \
+  X("__quit", builtin_quit, "__quit([nStatus]): ends the run through the exit road")             \
   X("__shutdown", builtin_shutdown, "__shutdown(): closes tables and terminal; the run goes on") \
-  X("modulename", modulename, "modulename([nLevel]) -> cName: module of a procedure in the call chain") \
-  X("pcount", pcount, "pcount() -> nCount: number of arguments passed to this procedure")       \
-  X("procline", procline, "procline([nLevel]) -> nLine: source line in the call chain")         \
+  X("modulename", modulename,                                                                    \
+    "modulename([nLevel]) -> cName: module of a procedure in the call chain")                    \
+  X("pcount", pcount, "pcount() -> nCount: number of arguments passed to this procedure")        \
+  X("procline", procline, "procline([nLevel]) -> nLine: source line in the call chain")          \
   X("procname", procname, "procname([nLevel]) -> cName: procedure in the call chain")
 
 RUNTIME_BUILTINS(DECLARE_BUILTIN)

@@ -13,6 +13,8 @@ struct Settings {
   std::int32_t decimals = 2;
   char date_format[20] = "mm/dd/yy";  // 19 characters at most
   std::int32_t epoch = 1900;
+  bool century =
+      false;  // the format carries the year's digits; this decides how many a new one gets
   std::vector<std::string> path;  // directories, each ending in '/'
   std::string default_dir;        // ends in '/' unless empty
   bool exclusive = true, softseek = false, unique = false, deleted = false, cancel = true;

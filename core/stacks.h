@@ -12,8 +12,8 @@ void init_stacks();
 
 // --- Temporary stack. Marks are stack heights.
 std::int32_t temp_top();
-Var* NEW_TEMP();             // class T, type U
-Var* PUSH_TEMP(Var* var);    // the stack takes over one reference
+Var* NEW_TEMP();           // class T, type U
+Var* PUSH_TEMP(Var* var);  // the stack takes over one reference
 void POP_TEMPS(std::int32_t mark);
 void DROP_TEMP(std::int32_t slot);  // releases one slot; the top does not move
 

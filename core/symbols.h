@@ -21,10 +21,12 @@ void init_symbols();
 
 std::int32_t symbol_count();  // highest index ever given out + 1; index 0 is never used
 Symbol& symbol_at(std::int32_t sym);
-inline Var* symbol_var(std::int32_t sym) { return symbol_at(sym).var; }
+inline Var* symbol_var(std::int32_t sym) {
+  return symbol_at(sym).var;
+}
 
-// Upper-cases (50 characters at most), trims blanks and compares 10 characters. -1: empty or unknown.
-// A hit moves to the head of its chain.
+// Upper-cases (50 characters at most), trims blanks and compares 10 characters. -1: empty or
+// unknown. A hit moves to the head of its chain.
 std::int32_t FIND_SYMBOL(std::string_view name);
 // The Symbol of a name, made with a fresh NIL cell of class N when unknown. -1 for an empty name.
 std::int32_t ADD_SYMBOL(std::string_view name);
@@ -35,6 +37,8 @@ Var* GET_MEMVAR(std::string_view name);
 
 // The cell a name means in ordinary code: a field of the current work area, else the variable.
 Var* RESOLVE_NAME(std::int32_t sym);
+// A field cell with the value of the record under its owner's cursor.
+Var* FIELD_GET(Var* cell);
 // Hands a value to the record behind a field cell; result of the owner's put.
 Var* FIELD_PUT(Var* cell, Var* value);
 
@@ -42,13 +46,19 @@ Var* FIELD_PUT(Var* cell, Var* value);
 void set_current_owner_hook(FieldOwner* (*current_owner)());
 
 // --- Name forms of the assignments. "n" writes the Symbol's variable, "r" what RESOLVE_NAME gives.
-inline Var* CPY_VAR_n(std::int32_t sym, Var* src) { return CPY_VAR(symbol_var(sym), src); }
-inline Var* CPY_VAR_r(std::int32_t sym, Var* src) { return CPY_VAR(RESOLVE_NAME(sym), src); }
+inline Var* CPY_VAR_n(std::int32_t sym, Var* src) {
+  return CPY_VAR(symbol_var(sym), src);
+}
+inline Var* CPY_VAR_r(std::int32_t sym, Var* src) {
+  return CPY_VAR(RESOLVE_NAME(sym), src);
+}
 
 // --- Releases by name.
-// RELEASE name: empties a variable of the current level (any: of every level) and makes it undefined.
+// RELEASE name: empties a variable of the current level (any: of every level) and makes it
+// undefined.
 void RELEASE_NAME(std::string_view name, bool any);
-// RELEASE ALL (all false): empties the variables of this level. CLEAR MEMORY (all true): unbinds all.
+// RELEASE ALL (all false): empties the variables of this level. CLEAR MEMORY (all true): unbinds
+// all.
 void RELEASE_ALL(bool all);
 
 }  // namespace tarnel

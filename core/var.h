@@ -1,11 +1,12 @@
-// The value cell. Every value of the language, in a variable, an array element, a field, an argument
-// or an intermediate of an expression, is one Var. This file holds the cell, the rules by which
-// contents are copied and released, and the constant cells.
+// The value cell. Every value of the language, in a variable, an array element, a field, an
+// argument or an intermediate of an expression, is one Var. This file holds the cell, the rules by
+// which contents are copied and released, and the constant cells.
 //
 // Type letters:    C text  M memo text  N F double  I 32-bit integer  L logical  D day number
 //                  A array  O object  B compiled block  b text block  S window  ? raw block
 //                  U no value  E the error value
-// Class letters:   T t temporary   N n free variable   S s fixed-type variable   V v a temporary now
+// Class letters:   T t temporary   N n free variable   S s fixed-type variable   V v a temporary
+// now
 //                  held by a binding or a long-lived slot   F f field   U undefined name
 //                  C constant   L l as N n   M m P p read-only
 // An upper-case class owns its payload; a lower-case one only points at it.
@@ -87,8 +88,12 @@ Var* nil_value();
 Var* empty_block();
 Var* true_block();
 
-inline Var* logical(bool b) { return b ? true_value() : false_value(); }
-inline bool is_error(const Var* v) { return v == error_value(); }
+inline Var* logical(bool b) {
+  return b ? true_value() : false_value();
+}
+inline bool is_error(const Var* v) {
+  return v == error_value();
+}
 
 // Sets up the constants, once.
 void init_constants();
@@ -97,14 +102,28 @@ void init_constants();
 inline bool letter_in(char letter, const char* set) {
   return letter != 0 && std::strchr(set, letter) != nullptr;
 }
-inline bool is_text(const Var* v) { return v->type == 'C' || v->type == 'M'; }
-inline bool is_number(const Var* v) { return v->type == 'N' || v->type == 'F' || v->type == 'I'; }
-inline bool is_number_or_logical(const Var* v) { return is_number(v) || v->type == 'L'; }
-inline bool is_block(const Var* v) { return v->type == 'B' || v->type == 'b'; }
-inline bool is_nil(const Var* v) { return v->type == 'U'; }
+inline bool is_text(const Var* v) {
+  return v->type == 'C' || v->type == 'M';
+}
+inline bool is_number(const Var* v) {
+  return v->type == 'N' || v->type == 'F' || v->type == 'I';
+}
+inline bool is_number_or_logical(const Var* v) {
+  return is_number(v) || v->type == 'L';
+}
+inline bool is_block(const Var* v) {
+  return v->type == 'B' || v->type == 'b';
+}
+inline bool is_nil(const Var* v) {
+  return v->type == 'U';
+}
 // Undefined memory variable, as against a variable that holds NIL.
-inline bool is_undefined(const Var* v) { return v->type == 'U' && v->sclass == 'U'; }
-inline bool owns_payload(const Var* v) { return v->sclass >= 'A' && v->sclass <= 'Z'; }
+inline bool is_undefined(const Var* v) {
+  return v->type == 'U' && v->sclass == 'U';
+}
+inline bool owns_payload(const Var* v) {
+  return v->sclass >= 'A' && v->sclass <= 'Z';
+}
 inline char upper_class(char sclass) {
   return sclass >= 'a' && sclass <= 'z' ? static_cast<char>(sclass - 'a' + 'A') : sclass;
 }
@@ -126,8 +145,9 @@ bool truth_of(const Var* v);
 // A double cut to 32 bits by the rule of integer_of.
 std::int32_t truncate_to_int(double d);
 
-// Two types that an assignment, a typed parameter or a typed result takes for each other: numbers and
-// logicals among themselves, the two kinds of block, and O with u. Equal letters are compatible.
+// Two types that an assignment, a typed parameter or a typed result takes for each other: numbers
+// and logicals among themselves, the two kinds of block, and O with u. Equal letters are
+// compatible.
 bool types_compatible(char a, char b);
 
 // --- Cell life.
@@ -189,13 +209,13 @@ Var* SET_WINCOPY(Var* var, const Var* source);
 Var* SET_BLOCK(Var* var, BlockFunction function, std::uint8_t flag, Var* const* locals = nullptr,
                std::int32_t count = 0);
 
-// --- Typed temporaries; they never fail, but TMP_TEXT and TMP_BUFFER give the error value for a text
-// that is too long or finds no memory.
+// --- Typed temporaries; they never fail, but TMP_TEXT and TMP_BUFFER give the error value for a
+// text that is too long or finds no memory.
 Var* TMP_INT(std::int32_t value);
 Var* TMP_NUM(double value, int decimals);  // decimals -1: SET DECIMALS
 Var* TMP_LOG(bool value);
 Var* TMP_DATE(std::int32_t day);
-Var* TMP_STR(const char* text);       // points at the caller's text
+Var* TMP_STR(const char* text);        // points at the caller's text
 Var* TMP_TEXT(std::string_view text);  // owns a copy
 Var* TMP_BUFFER(std::int64_t n);       // owns n zero bytes for the caller to fill
 Var* TMP_WIN(Window* window);
@@ -206,7 +226,9 @@ Var* NEW_OBJECT(std::int32_t ivar_count, const void* class_descriptor, Var* meth
 
 // Stores an integer, logical or day number into the payload word. The upper half is zero, so the
 // word read as a double is the same on every run.
-inline void put_word(Var* v, std::int32_t value) { v->bits = static_cast<std::uint32_t>(value); }
+inline void put_word(Var* v, std::int32_t value) {
+  v->bits = static_cast<std::uint32_t>(value);
+}
 
 // Hooks of the window variables; null while no screen layer is linked.
 struct WindowHooks {

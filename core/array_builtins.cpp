@@ -1,0 +1,183 @@
+// The array functions of the language.
+#include <algorithm>
+
+#include "core/arrays.h"
+#include "core/blocks.h"
+#include "core/errors.h"
+#include "core/operators.h"
+#include "core/stacks.h"
+
+namespace tarnel {
+namespace {
+
+bool is_array(std::int32_t argc, Var** argv) {
+  return arg_is(argc, argv, 0, "A");
+}
+
+Var* wrong_type(const char* place, Var* result) {
+  RT_ERROR(312, place);
+  return result;
+}
+
+// Elements to visit of an array of `size`: [start, start + count), count cut to what is there.
+struct Range {
+  std::int32_t start = 1;
+  std::int32_t count;
+
+  explicit Range(std::int32_t size) : count(size) {}
+  void cut(std::int32_t size) {
+    if (static_cast<std::int64_t>(start) + count > size) count = std::max(size - start + 1, 0);
+  }
+};
+
+// Moves elements and puts a fresh NIL where one was released.
+void close_gap(SharedHeader* body, std::uint32_t gap) {
+  Var* dying = body->elements[gap];
+  std::copy(body->elements + gap + 1, body->elements + body->count, body->elements + gap);
+  body->elements[body->count - 1] = NEW_VAR('N', 'U');
+  DEL_VAR(dying);
+}
+
+void open_gap(SharedHeader* body, std::uint32_t gap) {
+  Var* dying = body->elements[body->count - 1];
+  std::copy_backward(body->elements + gap, body->elements + body->count - 1,
+                     body->elements + body->count);
+  body->elements[gap] = NEW_VAR('N', 'U');
+  DEL_VAR(dying);
+}
+
+bool equals(Var* left, Var* key) {
+  const bool comparable = left->type == key->type || (is_text(left) && is_text(key)) ||
+                          (is_number_or_logical(left) && is_number_or_logical(key));
+  if (!comparable) return false;
+  Var* result = csuequu(left, key);
+  return is_number_or_logical(result) && truth_of(result);
+}
+
+bool matches(Var* candidate, Var* key) {
+  if (!is_block(key)) return equals(candidate, key);
+  Var* result = run_block_with(key, candidate);
+  return is_number_or_logical(result) && truth_of(result);
+}
+
+}  // namespace
+
+Var* aadd(std::int32_t argc, Var** argv) {
+  if (!is_array(argc, argv)) return wrong_type("in AADD", nil_value());
+  Var* value = argc > 1 ? argv[1] : nil_value();
+  cscrearr(argv[0], element_count(argv[0]) + 1, kKeep, {value});
+  return value;
+}
+
+Var* asize(std::int32_t argc, Var** argv) {
+  if (argc != 2) {
+    RT_ERROR(311, "in ASIZE");
+    return nil_value();
+  }
+  if (!is_array(argc, argv) || !arg_is(argc, argv, 1, "INFL"))
+    return wrong_type("in ASIZE", argv[0]);
+  cscreara(argv[0], integer_of(argv[1]), kKeep);
+  return argv[0];
+}
+
+Var* aclone(std::int32_t argc, Var** argv) {
+  if (argc != 1) {
+    RT_ERROR(311, "in ACLONE");
+    return nil_value();
+  }
+  return CLONE_VAR(NEW_TEMP(), argv[0]);
+}
+
+Var* array(std::int32_t argc, Var** argv) {
+  for (std::int32_t i = 0; i < argc; ++i)
+    if (!arg_is(argc, argv, i, "NFIL")) return wrong_type("in ARRAY", nil_value());
+  const std::int32_t mark = temp_top();
+  Var* made = cscreara(NEW_TEMP(), argc > 0 ? integer_of(argv[argc - 1]) : 0, kAllNil);
+  for (std::int32_t i = argc - 2; i >= 0 && !is_error(made); --i)
+    made = cscrearr(NEW_TEMP(), integer_of(argv[i]), kCloneOne, {made});
+  return keep_temp(mark, made);
+}
+
+Var* afill(std::int32_t argc, Var** argv) {
+  if (!is_array(argc, argv)) return wrong_type("in AFILL", nil_value());
+  const std::int32_t size = element_count(argv[0]);
+  Range range(size);
+  if (arg_is(argc, argv, 2, "INF") && integer_of(argv[2]) > 0) range.start = integer_of(argv[2]);
+  if (argc == 4 && arg_is(argc, argv, 3, "INF") && integer_of(argv[3]) >= 1)
+    range.count = integer_of(argv[3]);
+  range.cut(size);
+  Var* value = argc > 1 ? argv[1] : nil_value();
+  for (std::int32_t i = 0; i < range.count; ++i) CPY_VAR(element(argv[0], range.start + i), value);
+  return argv[0];
+}
+
+Var* ains(std::int32_t argc, Var** argv) {
+  if (!is_array(argc, argv) || !arg_is(argc, argv, 1, "INFL"))
+    return wrong_type("in AINS", nil_value());
+  const std::int32_t position = integer_of(argv[1]);
+  if (position < 1 || position > element_count(argv[0])) return wrong_type("in AINS", argv[0]);
+  open_gap(argv[0]->shared, static_cast<std::uint32_t>(position - 1));
+  return argv[0];
+}
+
+Var* adel(std::int32_t argc, Var** argv) {
+  if (!is_array(argc, argv) || !arg_is(argc, argv, 1, "INFL"))
+    return wrong_type("in ADEL", num_zero());
+  if (element_count(argv[0]) == 0) return wrong_type("in ADEL", num_zero());
+  std::int32_t position = integer_of(argv[1]);
+  // A position outside the array means its first element; programs rely on it.
+  if (position < 1 || position > element_count(argv[0])) position = 1;
+  close_gap(argv[0]->shared, static_cast<std::uint32_t>(position - 1));
+  return argv[0];
+}
+
+Var* aeval(std::int32_t argc, Var** argv) {
+  if (argc < 2 || !is_array(argc, argv)) return wrong_type("in AEVAL", nil_value());
+  Var* list = argv[0];
+  if (!is_block(argv[1])) return list;
+  const std::int32_t size = element_count(list);
+  Range range(size);
+  if (arg_is(argc, argv, 2, "INF")) {
+    const std::int32_t start = integer_of(argv[2]);
+    if (start > 0 && start <= size) range.start = start;
+  }
+  if (argc == 4 && arg_is(argc, argv, 3, "INF") && integer_of(argv[3]) >= 0)
+    range.count = integer_of(argv[3]);
+  range.cut(size);
+  for (std::int32_t i = range.start; i < range.start + range.count && i <= element_count(list);
+       ++i) {
+    const std::int32_t mark = temp_top();
+    Var* cell = element(list, i);
+    ++cell->refs;  // the block may take the element out of the array
+    run_block_with(argv[1], cell, TMP_INT(i));
+    POP_TEMPS(mark);
+    DEL_VAR(cell);
+  }
+  return list;
+}
+
+Var* ascan(std::int32_t argc, Var** argv) {
+  if (argc < 2) {
+    RT_ERROR(311, "in ASCAN");
+    return num_zero();
+  }
+  if (!is_array(argc, argv)) return wrong_type("in ASCAN", num_zero());
+  Var* list = argv[0];
+  const std::int32_t size = element_count(list);
+  Range range(size);
+  if (arg_is(argc, argv, 2, "INFL")) range.start = std::max(integer_of(argv[2]), 1);
+  if (range.start > size) return num_zero();
+  if (arg_is(argc, argv, 3, "INFL")) range.count = integer_of(argv[3]);
+  if (range.count < 0) return num_zero();
+  range.count = std::min(range.count, size - range.start + 1);
+  for (std::int32_t i = range.start; i < range.start + range.count && i <= element_count(list);
+       ++i) {
+    const std::int32_t mark = temp_top();
+    const bool found = matches(element(list, i), argv[1]);
+    POP_TEMPS(mark);
+    if (found) return TMP_INT(i);
+  }
+  return num_zero();
+}
+
+}  // namespace tarnel

@@ -1,0 +1,141 @@
+// Creation, resizing and access of arrays.
+#include "core/arrays.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "core/errors.h"
+#include "core/memory.h"
+#include "core/stacks.h"
+
+namespace tarnel {
+namespace {
+
+Callable access_hook = nullptr;
+
+Var* new_element() {
+  return NEW_VAR('N', 'U');
+}
+
+void resize_vector(SharedHeader* header, std::int32_t size) {
+  header->elements = static_cast<Var**>(MEM_REALLOC(
+      header->elements, static_cast<std::size_t>(size + 1) * sizeof(Var*), MemPurpose::kArray));
+  header->elements[size] = nullptr;  // lets the vector stand as a list of values
+}
+
+// Releases elements from the highest down, leaving `kept`. An element is taken out of the vector
+// before it dies, since a destructor may look at the array.
+void drop_elements(SharedHeader* header, std::int32_t kept) {
+  while (static_cast<std::int32_t>(header->count) > kept) {
+    Var* last = header->elements[--header->count];
+    header->elements[header->count] = nullptr;
+    DEL_VAR(last);
+  }
+}
+
+// Element number i of the values, or null when they have ended.
+Var* value_for(Var* const* values, std::int32_t i, int mode, bool& ended) {
+  if (ended || values == nullptr || mode == kAllNil) return nullptr;
+  Var* value = mode == kCloneOne ? values[0] : values[i];
+  if (value == nullptr) ended = true;
+  return value;
+}
+
+bool is_array(const Var* array, const char* complaint) {
+  if (array == nullptr)
+    RT_INTERNAL(407, "DGET_ARR: null array pointer");
+  else if (array->type != 'A')
+    RT_ERROR(404, format_text("array required, %s '%c'", complaint, array->type));
+  else
+    return true;
+  return false;
+}
+
+// REQUIRES: array is an array.
+Var* element_or(Var* array, std::int32_t index, Var* failure) {
+  if (index < 1 || index > element_count(array)) {
+    RT_INTERNAL(409,
+                format_text("array index %d not in limits (1..%d) ", index, element_count(array)));
+    return failure;
+  }
+  if (access_hook != nullptr) {
+    Var* argv[] = {TMP_INT(index)};
+    access_hook(1, argv);
+  }
+  return element(array, index);
+}
+
+}  // namespace
+
+void set_array_hook(Callable hook) {
+  access_hook = hook;
+}
+
+Var* cscreara(Var* target, std::int32_t size, int mode, Var* const* values) {
+  if (size < 0 || size > kMaxElements)
+    return RT_INTERNAL(409, format_text("dimension overflow, requested array size=%d", size));
+  std::int32_t filled = 0;
+  if (target->type == 'O' || target->type == 'A') {
+    SharedHeader* header = target->shared;
+    const bool keeps = mode < kAllNil || mode == kKeep || mode > kCloneValues;
+    const auto old_count = static_cast<std::int32_t>(header->count);
+    drop_elements(header, keeps ? std::min(size, old_count) : 0);
+    filled = static_cast<std::int32_t>(header->count);
+  } else {
+    target = CLR_VAR(target, 'A');
+    if (is_error(target)) return target;
+    target->shared = new_shared();
+    target->type = 'A';
+    target->length = 0;
+    target->decimals = 0;
+  }
+  SharedHeader* header = target->shared;
+  resize_vector(header, size);
+  const bool clones = mode == kCloneOne || mode == kCloneValues;
+  bool ended = mode < kAllNil || mode > kCloneValues;
+  for (std::int32_t i = 0; filled < size; ++i) {
+    Var* fresh = new_element();
+    header->elements[filled] = fresh;
+    header->count = static_cast<std::uint32_t>(++filled);
+    Var* value = value_for(values, i, mode, ended);
+    if (value == nullptr) continue;
+    if (clones)
+      CLONE_VAR(fresh, value);
+    else
+      CPY_VAR(fresh, value);
+  }
+  return target;
+}
+
+Var* cscrearr(Var* target, std::int32_t size, int mode, std::initializer_list<Var*> values) {
+  Var* list[16] = {};
+  std::size_t n = 0;
+  for (Var* v : values)
+    if (n < std::size(list) - 1) list[n++] = v;
+  return cscreara(target, size, mode, list);
+}
+
+Var* cscredim(Var* target, Var* dimension, int mode, Var* value) {
+  if (!is_number_or_logical(dimension)) return RT_ERROR(201, "array dimension not numeric");
+  return cscrearr(target, integer_of(dimension), mode, {value});
+}
+
+Var* csgetarr(Var* array, std::int32_t index) {
+  if (!is_array(array, "received var type")) return error_value();
+  return element_or(array, index, error_value());
+}
+
+Var* csgetarv(Var* array, Var* index) {
+  if (!is_array(array, "cannot be")) return nil_value();
+  if (index == nullptr) {
+    RT_INTERNAL(407, "DGET_ARR: null array index pointer");
+    return nil_value();
+  }
+  if (!is_number_or_logical(index)) {
+    RT_ERROR(404, format_text("array index required, cannot be '%c'", index->type));
+    return nil_value();
+  }
+  return element_or(array, integer_of(index), nil_value());
+}
+
+}  // namespace tarnel

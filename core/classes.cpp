@@ -1,0 +1,250 @@
+#include "core/classes.h"
+
+#include <algorithm>
+
+#include "core/arrays.h"
+#include "core/blocks.h"
+#include "core/errors.h"
+#include "core/frame.h"
+#include "core/memory.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::int32_t kFirstInstance = 2;  // element, from 0, of an object's first variable
+
+// A method's block calls the function that its one detached cell points at.
+Var* method_block(std::int32_t argc, Var** argv, Var** locals) {
+  return reinterpret_cast<Callable>(locals[0]->raw)(argc, argv);
+}
+
+bool is_object(const Var* v) {
+  return v != nullptr && v->type == 'O';
+}
+
+Var* object_required() {
+  return RT_ERROR(317, "object required");
+}
+
+// The method array's element at a slot, or null when it is no block with a function.
+Var* method_at(const Var* object, std::int32_t slot) {
+  const Var* methods = element(object, 2);
+  if (methods->type != 'A' || slot < 0 || slot >= element_count(methods)) return nullptr;
+  Var* block = methods->shared->elements[slot];
+  return block->type == 'B' && block->function != nullptr ? block : nullptr;
+}
+
+Var* call_method(Var* block, std::int32_t argc, Var** argv) {
+  Var* result = block->function(argc, argv, block->shared->elements);
+  return result != nullptr ? result : RT_ERROR(320, "function returned zero pointer");
+}
+
+std::int32_t current_scope() {
+  return current_frame()->method_scope;
+}
+
+// Looks a method up and gives its block, or null.
+Var* find_block(Var* object, std::string_view name, char kind, std::int32_t scope) {
+  const ClassDescriptor* descriptor = class_of(object);
+  if (descriptor == nullptr) return nullptr;
+  return method_at(object, FIND_METHOD(name, *descriptor, kind, scope));
+}
+
+Var* class_failure(int code, const Var* object, const char* what, std::string_view name) {
+  const ClassDescriptor* descriptor = class_of(object);
+  const std::string shown(name);
+  if (descriptor == nullptr || descriptor->name().empty())
+    return RT_ERROR(
+        code, format_text("Class for %s '%s' has not been instantiated yet", what, shown.c_str()));
+  return RT_ERROR(code, format_text("Class '%s' has no %s '%s'", descriptor->name().c_str(), what,
+                                    shown.c_str()));
+}
+
+// The cell of an instance: an ordinary element, or what a property leads to. Null: not reachable.
+Var* access_element(Var* object, Var* e, std::int32_t super_depth, Var* value) {
+  if (e->type != '?') return value != nullptr ? CPY_VAR(e, value) : e;
+  const Property& property = *static_cast<const Property*>(e->raw);
+  const std::int32_t slot = value != nullptr ? property.assign : property.access;
+  if (super_depth == 0 && slot >= 0) {
+    Var* block = method_at(object, slot);
+    Var* argv[] = {object, value};
+    if (block != nullptr) return call_method(block, value != nullptr ? 2 : 1, argv);
+    RT_ERROR(343, value != nullptr ? "Assign method not linked in" : "Access method not linked in");
+    return nullptr;
+  }
+  if (current_scope() < -1) return nullptr;
+  if (property.stored < 0 || property.stored >= element_count(object)) return nullptr;
+  Var* cell = object->shared->elements[property.stored];
+  return value != nullptr ? CPY_VAR(cell, value) : cell;
+}
+
+bool name_less(const ClassEntry& a, const ClassEntry& b) {
+  return a.name != b.name ? a.name < b.name : a.level < b.level;
+}
+
+}  // namespace
+
+ClassDescriptor::ClassDescriptor(const char* name, std::span<const InstanceEntry> instances,
+                                 std::span<const MethodEntry> methods,
+                                 std::span<const PropertyEntry> properties)
+    : name_(name), declared_(instances) {
+  for (const InstanceEntry& instance : instances)
+    instances_.push_back({std::string(instance.name).substr(0, kNameSize),
+                          static_cast<std::int32_t>(instances_.size()) + kFirstInstance, 0,
+                          kExported});
+  for (const MethodEntry& method : methods)
+    methods_.push_back(
+        {method.name, static_cast<std::int32_t>(methods_.size()), method.level, method.kind});
+  property_of_.assign(instances.size(), -1);
+  for (const PropertyEntry& entry : properties) {
+    const auto at = std::find_if(instances_.begin(), instances_.end(), [&](const ClassEntry& e) {
+      return e.name == std::string_view(entry.instance).substr(0, kNameSize);
+    });
+    if (at == instances_.end()) continue;
+    property_of_[static_cast<std::size_t>(at - instances_.begin())] =
+        static_cast<std::int32_t>(property_table_.size());
+    property_table_.push_back(entry.property);
+  }
+
+  method_array_ = NEW_VAR('N', 'U');
+  cscreara(method_array_, method_count(), kAllNil);
+  for (std::int32_t slot = 0; slot < method_count(); ++slot) {
+    const Callable function = methods[static_cast<std::size_t>(slot)].function;
+    if (function == nullptr) continue;
+    Var* local = NEW_VAR('N', 'U');
+    SET_PTR(local, reinterpret_cast<void*>(function));
+    SET_BLOCK(method_array_->shared->elements[slot], method_block, 0, &local, 1);
+    DEL_VAR(local);
+  }
+  std::sort(instances_.begin(), instances_.end(), name_less);
+  std::stable_sort(methods_.begin(), methods_.end(), name_less);
+}
+
+Var* ClassDescriptor::make() const {
+  const auto count = static_cast<std::int32_t>(declared_.size());
+  Var* object = NEW_OBJECT(count, this, method_array_);
+  for (std::int32_t i = 0; i < count; ++i) {
+    const auto at = static_cast<std::size_t>(i);
+    Var* cell = DEFAULT_IVAR(object, i + kFirstInstance + 1, declared_[at].type, nullptr);
+    if (property_of_[at] < 0) continue;
+    if (upper_class(cell->sclass) == 'S') cell->sclass = cell->sclass == 'S' ? 'N' : 'n';
+    SET_PTR(cell,
+            const_cast<Property*>(&property_table_[static_cast<std::size_t>(property_of_[at])]));
+  }
+  return object;
+}
+
+const ClassDescriptor* class_of(const Var* object) {
+  if (!is_object(object) || element_count(object) < kFirstInstance) return nullptr;
+  const Var* cell = element(object, 1);
+  return cell->type == '?' ? static_cast<const ClassDescriptor*>(cell->raw) : nullptr;
+}
+
+const ClassDescriptor& empty_class() {
+  static const ClassDescriptor descriptor("", {}, {});
+  return descriptor;
+}
+
+std::int32_t FIND_INSTANCE(std::string_view name, const ClassDescriptor& descriptor) {
+  name = name.substr(0, kNameSize);
+  const auto& entries = descriptor.instances();
+  const auto at =
+      std::lower_bound(entries.begin(), entries.end(), name,
+                       [](const ClassEntry& e, std::string_view n) { return e.name < n; });
+  return at != entries.end() && at->name == name ? at->index : -1;
+}
+
+std::int32_t FIND_METHOD(std::string_view name, const ClassDescriptor& descriptor, char kind,
+                         std::int32_t& scope) {
+  name = name.substr(0, kMethodNameSize);
+  const auto& entries = descriptor.methods();
+  auto at = std::upper_bound(entries.begin(), entries.end(), name,
+                             [](std::string_view n, const ClassEntry& e) { return n < e.name; });
+  // Down through the entries of that name: the nearest class within the scope wins.
+  while (at != entries.begin()) {
+    --at;
+    if (at->name != name) break;
+    if (at->kind != kind || (scope >= -1 && at->level > scope)) continue;
+    scope = at->level;
+    return at->index;
+  }
+  scope = -2;
+  return -1;
+}
+
+Var* csdometh(std::string_view name, std::int32_t slot, std::int32_t super_depth, std::int32_t argc,
+              Var** argv) {
+  if (argc < 1 || !is_object(argv[0])) return object_required();
+  if (super_depth == 0)
+    if (Var* block = method_at(argv[0], slot); block != nullptr)
+      return call_method(block, argc, argv);
+  return csnodome(name, super_depth, argc, argv);
+}
+
+Var* csnodome(std::string_view name, std::int32_t super_depth, std::int32_t argc, Var** argv) {
+  if (argc < 1 || !is_object(argv[0])) return object_required();
+  Var* block = find_block(argv[0], name, kMethod, current_scope() - super_depth);
+  return block != nullptr ? call_method(block, argc, argv)
+                          : csnometh(name, argc, argv, super_depth);
+}
+
+Var* csnometh(std::string_view name, std::int32_t argc, Var** argv, std::int32_t super_depth) {
+  Var* block = find_block(argv[0], "nomethod", kMethod, current_scope() - super_depth);
+  if (block == nullptr) return class_failure(343, argv[0], "method", name);
+  std::vector<Var*> passed = {argv[0], TMP_TEXT(name)};
+  passed.insert(passed.end(), argv + 1, argv + argc);
+  return call_method(block, argc + 1, passed.data());
+}
+
+Var* csnomcme(std::string_view macro, std::int32_t super_depth, std::int32_t argc, Var** argv) {
+  std::string name(macro);
+  if (macro_hooks().expand != nullptr && !macro_hooks().expand(macro, name, 0))
+    return error_value();
+  return csnodome(name, super_depth, argc, argv);
+}
+
+Var* csdoinit(Var* object, std::int32_t argc, Var** argv) {
+  if (!is_object(object)) {
+    object_required();
+    return object;
+  }
+  Var* block = find_block(object, "init", kMethod, current_scope());
+  if (block == nullptr) return object;
+  std::vector<Var*> passed = {object};
+  passed.insert(passed.end(), argv, argv + argc);
+  return call_method(block, argc + 1, passed.data());
+}
+
+Var* csdoinst(Var* object, std::string_view name, std::int32_t slot, std::int32_t super_depth,
+              Var* value) {
+  if (!is_object(object)) return object_required();
+  if (slot >= 0 && slot < element_count(object))
+    if (Var* cell = access_element(object, object->shared->elements[slot], super_depth, value);
+        cell != nullptr)
+      return cell;
+  return csnoivar(object, name, 0, value);
+}
+
+Var* csnoivar(Var* object, std::string_view name, std::int32_t super_depth, Var* value) {
+  if (!is_object(object)) return object_required();
+  Var* argv[] = {object, value};
+  if (super_depth != 0) {
+    const char kind = value != nullptr ? kAssign : kAccess;
+    if (Var* block = find_block(object, name, kind, current_scope() - 1); block != nullptr)
+      return call_method(block, value != nullptr ? 2 : 1, argv);
+  } else if (const ClassDescriptor* descriptor = class_of(object); descriptor != nullptr) {
+    const std::int32_t index = FIND_INSTANCE(name, *descriptor);
+    if (index >= 0 && index < element_count(object))
+      if (Var* cell = access_element(object, object->shared->elements[index], 0, value);
+          cell != nullptr)
+        return cell;
+  }
+  const char* fallback = value != nullptr ? "noivarput" : "noivarget";
+  if (Var* block = find_block(object, fallback, kMethod, -2); block != nullptr) {
+    Var* passed[] = {object, TMP_TEXT(name), value};
+    return call_method(block, value != nullptr ? 3 : 2, passed);
+  }
+  return class_failure(344, object, "instance", name);
+}
+
+}  // namespace tarnel

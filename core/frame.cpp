@@ -1,0 +1,173 @@
+#include "core/frame.h"
+
+#include <cctype>
+#include <string>
+
+#include "core/arrays.h"
+#include "core/errors.h"
+#include "core/runtime.h"
+
+namespace tarnel {
+namespace {
+
+struct FrameState {
+  Frame base{-1, 0, 0, -1, -1, nullptr, "", "", 0, 0, nullptr, nullptr, nullptr, -2};
+  Frame* current = &base;
+  std::int32_t level = 0;
+  std::uint32_t debug_word = 0;  // bit 0: a debugger wants each line
+  void (*debug_entry)() = nullptr;
+} state;
+
+bool parameter_type_fits(char received, char declared) {
+  return declared == 'U' || types_compatible(received, declared);
+}
+
+// The cell of a parameter without a usable argument: empty, of the declared type.
+Var* empty_parameter(Var* c, char type) {
+  if (upper_class(c->sclass) != 'T') c = NEW_TEMP();
+  state.current->temp_mark = temp_top();
+  if (type != 'U' && letter_in(type, "ABCDILNOu?")) FIX_VAR(c, type);
+  return c;
+}
+
+}  // namespace
+
+Frame* current_frame() {
+  return state.current;
+}
+Frame* base_frame() {
+  return &state.base;
+}
+std::int32_t activation_level() {
+  return state.level;
+}
+
+void BEGIN_PROC(Frame* frame, const char* module, const char* proc, std::int32_t line,
+                std::int32_t argc) {
+  const std::int32_t temps = temp_top(), vars = varstack_top();
+  *frame = {line, temps,       temps, vars,          vars,    nil_value(), module,
+            proc, state.level, argc,  state.current, nullptr, nullptr,     -2};
+  ++state.level;
+  state.current = frame;
+}
+
+Var* END_PROC(Frame* frame, char expected) {
+  Var* result = frame->result;
+  ++result->refs;
+  POP_VARSTACK(frame->var_entry);
+  POP_TEMPS(frame->temp_entry);
+  PUSH_TEMP(result);
+  state.level = frame->saved_level;
+  state.current = frame->prev;
+  if (expected != 'U' && !types_compatible(result->type, expected))
+    RT_ERROR(201,
+             format_text("Illegal return type, expected %c - received %c", expected, result->type));
+  return result;
+}
+
+Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter) {
+  const char type = static_cast<char>(letter & 127);
+  const bool quiet = (letter & 128) != 0;
+  Var* c = i < argc ? argv[i] : nullptr;
+  if (c == nullptr) {
+    c = empty_parameter(NEW_TEMP(), type);
+  } else if (!parameter_type_fits(c->type, type)) {
+    if (!quiet)
+      RT_ERROR(201, format_text("for parameter #%d;expected %c - received %c;defaulting to empty "
+                                "parameter of type %c",
+                                i + 1, type, c->type, type));
+    c = empty_parameter(c, type);
+  }
+  switch (c->sclass) {
+    case 'C':
+      return ARG_VAR(c);
+    case 'F':
+    case 'f':
+      if (!quiet) RT_ERROR(204, "field not allowed as parameter to function");
+      return c;
+    case 'T':
+      c->sclass = type == 'U' ? 'N' : 'S';
+      return c;
+    case 't':
+      c->sclass = type == 'U' ? 'n' : 's';
+      return c;
+    case 'U':
+      RT_ERROR(901, "function called with undefined variable");
+      return c;
+    default:
+      return c;
+  }
+}
+
+void LINE_HOOK(std::int32_t line) {
+  if (line > 0) state.current->line = line;
+  if ((state.debug_word & 1U) != 0 && state.debug_entry != nullptr) state.debug_entry();
+}
+
+Var* DEFAULT_IVAR(Var* object, std::int32_t i, char letter, Var* init) {
+  if (!letter_in(object->type, "Ou") || i < 1 || i > element_count(object)) return nil_value();
+  Var* cell = element(object, i);
+  if (letter != 'U') FIX_VAR(cell, letter);
+  if (init != nullptr) CPY_VAR(cell, init);
+  return cell;
+}
+
+Var* CALL_VECTOR(Callable fn, std::int32_t argc, Var** argv) {
+  Var* result = fn(argc, argv);
+  return result != nullptr ? result : RT_ERROR(320, "function returned zero pointer");
+}
+
+Frame* frame_at(std::int32_t n) {
+  for (Frame* f = state.current; f->prev != nullptr; f = f->prev)
+    if (f->line >= 0 && --n < 0) return f;
+  return nullptr;
+}
+
+void unwind_to(Frame* frame, std::int32_t temps, std::int32_t vars) {
+  // Bindings go while the level is still that of a procedure inside the sequence, innermost first.
+  while (state.current != frame) {
+    POP_VARSTACK(state.current->var_entry);
+    state.level = state.current->saved_level;
+    state.current = state.current->prev;
+  }
+  POP_VARSTACK(vars);
+  POP_TEMPS(temps);
+}
+
+// --- Walks of the chain.
+
+namespace {
+
+Frame* frame_of_argument(std::int32_t argc, Var** argv) {
+  return frame_at(arg_is(argc, argv, 0, "INFL") ? integer_of(argv[0]) : 0);
+}
+
+Var* upper_text(const char* text) {
+  std::string name = text;
+  for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return TMP_TEXT(name);
+}
+
+}  // namespace
+
+Var* procline(std::int32_t argc, Var** argv) {
+  const Frame* f = frame_of_argument(argc, argv);
+  return f != nullptr ? TMP_INT(f->line) : num_zero();
+}
+
+Var* procname(std::int32_t argc, Var** argv) {
+  const Frame* f = frame_of_argument(argc, argv);
+  return f != nullptr ? upper_text(f->proc) : empty_text();
+}
+
+Var* modulename(std::int32_t argc, Var** argv) {
+  const Frame* f = frame_of_argument(argc, argv);
+  return f != nullptr ? upper_text(f->module) : empty_text();
+}
+
+Var* pcount(std::int32_t, Var**) {
+  const std::int32_t count = state.current->argc;
+  return count != 0 ? TMP_INT(count) : num_zero();
+}
+
+}  // namespace tarnel

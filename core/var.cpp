@@ -1,0 +1,491 @@
+#include "core/var.h"
+
+#include <cmath>
+
+#include "core/arrays.h"
+#include "core/classes.h"
+#include "core/errors.h"
+#include "core/frame.h"
+#include "core/memory.h"
+#include "core/symbols.h"
+
+namespace tarnel {
+namespace {
+
+enum Constant {
+  kErrorValue,
+  kTrue,
+  kFalse,
+  kEmptyText,
+  kEmptyDate,
+  kNumZero,
+  kIntZero,
+  kIntOne,
+  kIntMinusOne,
+  kNil,
+  kEmptyBlock,
+  kTrueBlock,
+  kConstantCount
+};
+
+constexpr int kMaxReleaseDepth = 200, kMaxCloneDepth = 200;
+
+struct CellState {
+  Var* free_list = nullptr;  // linked through the first payload word
+  Var constants[kConstantCount]{};
+  WindowHooks windows{nullptr, nullptr};
+  int release_depth = 0;
+  int clone_depth = 0;
+  SharedHeader* put_off = nullptr;  // bodies too deep to be released by recursion
+  bool override_on = false;         // nothing sets it; the rules that test it are kept
+} state;
+
+char empty_buffer[1] = "";
+
+Var* nil_block(std::int32_t, Var**, Var**) {
+  return nil_value();
+}
+Var* truth_block(std::int32_t, Var**, Var**) {
+  return true_value();
+}
+
+void make_constant(Constant which, char type, std::int32_t length, std::int32_t word = 0) {
+  Var& c = state.constants[which];
+  c = Var{};
+  c.type = type;
+  c.sclass = 'C';
+  c.length = length;
+  c.refs = 1;
+  c.name = -1;
+  put_word(&c, word);
+}
+
+void make_block_constant(Constant which, BlockFunction function) {
+  make_constant(which, 'U', 0);
+  state.constants[which].sclass = 'N';
+  SET_BLOCK(&state.constants[which], function, 0);
+  state.constants[which].sclass = 'C';
+}
+
+void free_window(Var* v) {
+  if (state.windows.destroy != nullptr && v->window != nullptr) state.windows.destroy(v->window);
+}
+
+void release_text_block(Var* v) {
+  if (v->shared->refs == 1) MEM_FREE(v->block_text);
+  release_shared(v->shared);
+}
+
+// Frees what the payload refers to; the cell itself is left alone.
+void release_contents(Var* v) {
+  switch (v->type) {
+    case 'C':
+    case 'M':
+      return MEM_FREE(v->text);
+    case 'A':
+    case 'B':
+    case 'O':
+      return release_shared(v->shared);
+    case 'b':
+      return release_text_block(v);
+    case 'S':
+      return free_window(v);
+    default:
+      return;
+  }
+}
+
+Var* refuse_assignment(const char* text) {
+  RT_INTERNAL(332, text);
+  return error_value();
+}
+
+// A number and a logical, or two kinds of block, pass for each other in a fixed-type variable.
+bool fixed_type_accepts(char cell, char value) {
+  return cell == value || (cell != 'O' && cell != 'u' && types_compatible(cell, value));
+}
+
+Var* check_fixed_type(Var* var, char type) {
+  if (state.override_on || fixed_type_accepts(var->type, type)) return var;
+  return RT_ERROR(
+      332, format_text("attempt to assign %c type to fixed type %c variable", type, var->type));
+}
+
+// An assignment to an undefined name creates a private variable of the running procedure.
+Var* define_private(Var* undefined) {
+  if (undefined->name < 0) {
+    undefined->sclass = 'N';
+    return undefined;
+  }
+  Var* fresh = NEW_VAR('N', 'U');
+  PUSH_VARSTACK(undefined->name, fresh);
+  return fresh;
+}
+
+void free_body(SharedHeader* header) {
+  for (std::uint32_t i = 0; i < header->count; ++i) DEL_VAR(header->elements[i]);
+  MEM_FREE(header->elements);
+  MEM_FREE(header);
+}
+
+// Calls axit of an object that is about to lose its last reference.
+void run_destructor(Var* object) {
+  const ClassDescriptor* descriptor = class_of(object);
+  if (descriptor == nullptr) return;
+  std::int32_t scope = -2;
+  const std::int32_t slot = FIND_METHOD("axit", *descriptor, kMethod, scope);
+  if (slot < 0) return;
+  object->refs = 1;  // alive for the call, so that the method may hand it around
+  const std::int32_t mark = temp_top();
+  csdometh("axit", slot, 0, 1, &object);
+  POP_TEMPS(mark);
+}
+
+Var* copy_text(Var* dst, const Var* src) {
+  auto* buffer =
+      static_cast<char*>(MEM_ALLOC(static_cast<std::size_t>(src->length < 1 ? 1 : src->length),
+                                   MemPurpose::kText, MemSeverity::kMay));
+  if (buffer == nullptr) {
+    dst->type = 'U';
+    return RT_ERROR(301, "to copy text");
+  }
+  const std::string_view text = text_of(src);
+  std::memcpy(buffer, text.data(), text.size());
+  buffer[text.size()] = 0;
+  dst->type = 'C';
+  dst->text = buffer;
+  return dst;
+}
+
+Var* copy_raw_block(Var* dst, const Var* src) {
+  const auto size = static_cast<std::size_t>(src->length < 0 ? 0 : src->length);
+  dst->raw = MEM_ALLOC(size, MemPurpose::kOther);
+  if (size > 0 && src->raw != nullptr) std::memcpy(dst->raw, src->raw, size);
+  dst->type = '?';
+  return dst;
+}
+
+void copy_window(Var* dst, const Var* src) {
+  Window* copy = state.windows.copy != nullptr ? state.windows.copy(src->window) : nullptr;
+  if (copy == nullptr) RT_ERROR(301, "to create window variable");
+  dst->type = 'S';
+  dst->window = copy;
+}
+
+// A number into a fixed-type cell keeps the cell's type.
+void copy_into_fixed(Var* dst, const Var* src) {
+  if (dst->type == 'I')
+    put_word(dst, integer_of(src));
+  else
+    dst->num = number_of(src);
+}
+
+void copy_plain(Var* dst, const Var* src) {
+  dst->type = src->type;
+  dst->bits = src->bits;
+  dst->bits2 = src->bits2;
+}
+
+Var* report_undefined(Var* dst, const Var* src) {
+  RT_ERROR(307, format_text("access of variable '%s' attempted",
+                            src->name > 0 ? symbol_at(src->name).name : ""));
+  return dst;
+}
+
+}  // namespace
+
+Var* error_value() {
+  return &state.constants[kErrorValue];
+}
+Var* true_value() {
+  return &state.constants[kTrue];
+}
+Var* false_value() {
+  return &state.constants[kFalse];
+}
+Var* empty_text() {
+  return &state.constants[kEmptyText];
+}
+Var* empty_date() {
+  return &state.constants[kEmptyDate];
+}
+Var* num_zero() {
+  return &state.constants[kNumZero];
+}
+Var* int_zero() {
+  return &state.constants[kIntZero];
+}
+Var* int_one() {
+  return &state.constants[kIntOne];
+}
+Var* int_minus_one() {
+  return &state.constants[kIntMinusOne];
+}
+Var* nil_value() {
+  return &state.constants[kNil];
+}
+Var* empty_block() {
+  return &state.constants[kEmptyBlock];
+}
+Var* true_block() {
+  return &state.constants[kTrueBlock];
+}
+
+void init_constants() {
+  if (state.constants[kErrorValue].sclass == 'C') return;
+  make_constant(kErrorValue, 'E', -1);
+  make_constant(kTrue, 'L', 1, 1);
+  make_constant(kFalse, 'L', 1);
+  make_constant(kEmptyText, 'C', 1);
+  state.constants[kEmptyText].text = empty_buffer;
+  make_constant(kEmptyDate, 'D', 8);
+  make_constant(kNumZero, 'N', -1);
+  make_constant(kIntZero, 'I', -1);
+  make_constant(kIntOne, 'I', -1, 1);
+  make_constant(kIntMinusOne, 'I', -1, -1);
+  make_constant(kNil, 'U', 0);
+  make_block_constant(kEmptyBlock, nil_block);
+  make_block_constant(kTrueBlock, truth_block);
+}
+
+bool assign_override() {
+  return state.override_on;
+}
+void set_window_hooks(const WindowHooks& hooks) {
+  state.windows = hooks;
+}
+
+std::int32_t truncate_to_int(double d) {
+  if (std::isnan(d)) return 0;
+  if (d >= 2147483647.0) return INT32_MAX;
+  if (d <= -2147483648.0) return INT32_MIN;
+  return static_cast<std::int32_t>(d);
+}
+
+double number_of(const Var* v) {
+  if (v->type == 'N' || v->type == 'F') return v->num;
+  if (v->type == 'I' || v->type == 'L') return v->i;
+  RT_ERROR(317, "Expected numeric or logical");
+  return 0;
+}
+
+std::int32_t integer_of(const Var* v) {
+  return v->type == 'I' || v->type == 'L' ? v->i : truncate_to_int(number_of(v));
+}
+
+bool truth_of(const Var* v) {
+  if (v->type == 'N' || v->type == 'F') return v->num != 0.0;
+  if (v->type == 'I' || v->type == 'L') return v->i != 0;
+  RT_ERROR(317, "Expected logical or numeric");
+  return false;
+}
+
+bool types_compatible(char a, char b) {
+  if (a == b) return true;
+  const auto both_in = [a, b](const char* set) { return letter_in(a, set) && letter_in(b, set); };
+  return both_in("NFIL") || both_in("Bb") || both_in("Ou");
+}
+
+Var* GET_CELL() {
+  if (state.free_list == nullptr) return static_cast<Var*>(MEM_ALLOC_VAR(sizeof(Var)));
+  Var* cell = state.free_list;
+  state.free_list = static_cast<Var*>(cell->raw);
+  return cell;
+}
+
+void PUT_CELL(Var* cell) {
+  cell->raw = state.free_list;
+  state.free_list = cell;
+}
+
+Var* NEW_VAR(char sclass, char type) {
+  Var* v = GET_CELL();
+  v->type = type;
+  v->sclass = sclass;
+  v->decimals = 0;
+  v->length = 0;
+  v->refs = 1;
+  v->name = -1;
+  v->owner = nullptr;
+  v->level = activation_level();
+  v->bits = 0;
+  v->bits2 = 0;
+  return v;
+}
+
+Var* ARG_VAR(Var* v) {
+  if (v->sclass == 'T') return v;
+  Var* temp = NEW_TEMP();
+  CPY_VAR(temp, v);
+  if (v->sclass == 'U') temp->sclass = 'U';
+  return temp;
+}
+
+Var* CLR_VAR(Var* var, char type) {
+  bool frees = false;
+  switch (var->sclass) {
+    case 'C':
+      return refuse_assignment("attempt to release the contents of a constant variable");
+    case 'F':
+    case 'f':
+      return refuse_assignment("attempt to release contents of a field variable");
+    case 'M':
+    case 'P':
+    case 'm':
+    case 'p':
+      if (!state.override_on) return RT_ERROR(332, "cannot assign to variable");
+      frees = owns_payload(var);
+      break;
+    case 'S':
+    case 's':
+      if (is_error(check_fixed_type(var, type))) return error_value();
+      frees = var->sclass == 'S';
+      break;
+    case 'U':
+      var = define_private(var);
+      break;
+    case 'l':
+    case 'n':
+    case 't':
+    case 'v':
+      break;
+    default:
+      frees = true;
+  }
+  if (frees) release_contents(var);
+  // The type stays for the rules of fixed-type cells, so the payload must not dangle.
+  var->sclass = upper_class(var->sclass);
+  return var;
+}
+
+Var* CPY_VAR(Var* dst, Var* src) {
+  if (dst == src) return dst;
+  if (dst == nullptr || src == nullptr)
+    return RT_INTERNAL(407, format_text("CPY_VAR: received null pointer (%lx, %lx)",
+                                        reinterpret_cast<unsigned long>(dst),
+                                        reinterpret_cast<unsigned long>(src)));
+  if (dst->sclass == 'F' || dst->sclass == 'f') {
+    FIELD_PUT(dst, src);
+    return dst;
+  }
+  if (is_undefined(src)) return report_undefined(dst, src);
+  // The source may live inside what dst is about to release (an element of dst's own array).
+  ++src->refs;
+  Var* d = CLR_VAR(dst, src->type);
+  if (!is_error(d)) {
+    Var* stored = d;
+    switch (src->type) {
+      case '?':
+        copy_raw_block(d, src);
+        break;
+      case 'C':
+      case 'M':
+        stored = copy_text(d, src);
+        break;
+      case 'A':
+      case 'O':
+      case 'B':
+      case 'b':
+        ++src->shared->refs;
+        copy_plain(d, src);
+        break;
+      case 'S':
+        copy_window(d, src);
+        break;
+      case 'N':
+      case 'F':
+      case 'I':
+        if (d->sclass == 'S') {
+          copy_into_fixed(d, src);
+          break;
+        }
+        [[fallthrough]];
+      default:
+        copy_plain(d, src);
+    }
+    if (!is_error(stored)) {
+      d->length = src->length;
+      d->decimals = src->decimals;
+    }
+    d = stored;
+  }
+  DEL_VAR(src);
+  return d;
+}
+
+void DEL_VAR(Var* var) {
+  if (var == nullptr) {
+    RT_INTERNAL(303, "DEL_VAR received null pointer");
+    return;
+  }
+  if (--var->refs != 0) return;
+  if (letter_in(var->sclass, "FUflmnpstv")) return PUT_CELL(var);
+  if (!letter_in(var->sclass, "LMNPSTV")) return;
+  if (var->type == 'O' && var->shared->refs == 1) {
+    run_destructor(var);
+    if (var->refs > 1) {  // the method kept the object alive
+      --var->refs;
+      return;
+    }
+  }
+  release_contents(var);
+  PUT_CELL(var);
+}
+
+Var* CLONE_VAR(Var* dst, Var* src) {
+  if (src->type != 'A') return CPY_VAR(dst, src);
+  if (state.clone_depth == kMaxCloneDepth)
+    return RT_INTERNAL(409, "array nested too deeply to be cloned");
+  ++state.clone_depth;
+  SharedHeader* source = src->shared;
+  ++source->refs;  // dst may hold the only other reference to it
+  Var* made =
+      cscreara(dst, static_cast<std::int32_t>(source->count), kCloneValues, source->elements);
+  release_shared(source);
+  --state.clone_depth;
+  return made;
+}
+
+SharedHeader* new_shared() {
+  auto* header = static_cast<SharedHeader*>(MEM_ALLOC(sizeof(SharedHeader), MemPurpose::kArray));
+  *header = {1, 0, static_cast<Var**>(MEM_ALLOC(sizeof(Var*), MemPurpose::kArray))};
+  header->elements[0] = nullptr;
+  return header;
+}
+
+// Deeply nested bodies are put off instead of released by recursion; the list goes through the slot
+// behind the last element.
+void release_shared(SharedHeader* header) {
+  if (header == nullptr || --header->refs != 0) return;
+  if (state.release_depth == kMaxReleaseDepth) {
+    header->elements[header->count] = reinterpret_cast<Var*>(state.put_off);
+    state.put_off = header;
+    return;
+  }
+  ++state.release_depth;
+  free_body(header);
+  --state.release_depth;
+  while (state.release_depth == 0 && state.put_off != nullptr) {
+    SharedHeader* next = state.put_off;
+    state.put_off = reinterpret_cast<SharedHeader*>(next->elements[next->count]);
+    ++state.release_depth;
+    free_body(next);
+    --state.release_depth;
+  }
+}
+
+void HOLD_VAR(Var** slot, Var* var) {
+  ++var->refs;
+  if (var->sclass == 'T' || var->sclass == 'U') var->sclass = 'V';
+  if (var->sclass == 't') var->sclass = 'v';
+  *slot = var;
+}
+
+Var* UNHOLD_VAR(Var** slot) {
+  Var* held = *slot;
+  *slot = nullptr;
+  if (held != nullptr) DEL_VAR(held);
+  return nil_value();
+}
+
+}  // namespace tarnel

@@ -1,0 +1,13 @@
+// Starts the runtime for the tests of core.
+#include "core/core_modules.h"
+#include "tests/support/test_runtime.h"
+
+namespace tarnel::testing {
+namespace {
+
+constexpr auto kModules = join_modules(kCoreModules);
+constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
+const bool started = start_tests({kFunctions.table(), kModules});
+
+}  // namespace
+}  // namespace tarnel::testing
