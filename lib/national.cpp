@@ -1,0 +1,190 @@
+#include "lib/national.h"
+
+#include <cctype>
+#include <cstring>
+
+#include "core/errors.h"
+#include "core/operators.h"
+
+namespace tarnel {
+namespace {
+
+struct NationalState {
+  std::array<Language, kLanguages> records{};
+  int current = -1;
+  std::string_view true_list = "TtYy", false_list = "FfNn";
+} state;
+
+constexpr std::string_view kDefaultTrue = "TtYy", kDefaultFalse = "FfNn";
+constexpr const char* kDayNames[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                     "Thursday", "Friday", "Saturday"};
+constexpr const char* kMonthNames[] = {"January",   "February", "March",    "April",
+                                       "May",       "June",     "July",     "August",
+                                       "September", "October",  "November", "December"};
+constexpr const char* kMessages[] = {"Insert", "Range is", "date not valid"};
+
+// Whether the process locale maps all 256 characters as ASCII does, so that eight bytes can be
+// mapped at a time. Asked for long texts only.
+bool plain_case_tables() {
+  for (int c = 0; c < 256; ++c) {
+    const bool lower = c >= 'a' && c <= 'z', upper = c >= 'A' && c <= 'Z';
+    if (std::toupper(c) != (lower ? c - 32 : c) || std::tolower(c) != (upper ? c + 32 : c))
+      return false;
+  }
+  return true;
+}
+
+// Flips bit 5 of every byte between `first` and `first` + 25.
+void flip_ascii(char* text, std::size_t n, unsigned char first) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101ULL, kHigh = 0x80 * kOnes;
+  for (; n >= 8; text += 8, n -= 8) {
+    std::uint64_t word;
+    std::memcpy(&word, text, 8);
+    const std::uint64_t low = word & ~kHigh;
+    const std::uint64_t from = low + (0x80U - first) * kOnes;        // high bit: at least first
+    const std::uint64_t past = low + (0x80U - first - 26U) * kOnes;  // high bit: beyond the last
+    const std::uint64_t hit = (from & ~past & ~word & kHigh) >> 2;
+    word ^= hit;
+    std::memcpy(text, &word, 8);
+  }
+  for (; n > 0; ++text, --n)
+    if (static_cast<unsigned char>(static_cast<unsigned char>(*text) - first) < 26)
+      *text = static_cast<char>(*text ^ 0x20);
+}
+
+void map_bytes(char* text, std::size_t n, const std::uint8_t* table) {
+  for (std::size_t i = 0; i < n; ++i)
+    text[i] = static_cast<char>(table[static_cast<unsigned char>(text[i])]);
+}
+
+constexpr std::size_t kLongText = 1024;  // from here on asking for the tables pays
+
+void map_case(char* text, std::size_t n, const std::uint8_t* language_table, int (*map)(int),
+              unsigned char first) {
+  if (language_table != nullptr) return map_bytes(text, n, language_table);
+  if (n >= kLongText && plain_case_tables()) return flip_ascii(text, n, first);
+  for (std::size_t i = 0; i < n; ++i)
+    text[i] = static_cast<char>(map(static_cast<unsigned char>(text[i])));
+}
+
+std::string_view text_or(const char* text, const char* usual) {
+  return text != nullptr ? text : usual;
+}
+
+}  // namespace
+
+const Language* language() {
+  return state.current < 0 ? nullptr : &state.records[static_cast<std::size_t>(state.current)];
+}
+
+Language& language_record(int number) {
+  return state.records[static_cast<std::size_t>(number - 1)];
+}
+
+int language_number() {
+  return state.current + 1;
+}
+
+void select_language(int number) {
+  state.current = number - 1;
+  const Language* current = language();
+  state.true_list = kDefaultTrue;
+  state.false_list = kDefaultFalse;
+  if (current != nullptr) {
+    state.true_list = text_or(current->messages[kLogicalSlot], "TtYy");
+    state.false_list = text_or(current->messages[kLogicalSlot + 1], "FfNn");
+  }
+  set_collation(current != nullptr ? current->order.data() : nullptr);
+}
+
+bool has_class(unsigned char c, CharClass wanted) {
+  if (const Language* l = language()) return (l->classes[c] & wanted) != 0;
+  switch (wanted) {
+    case kLetter:
+      return std::isalpha(c) != 0;
+    case kDigit:
+      return c >= '0' && c <= '9';
+    case kBlank:
+      return std::isspace(c) != 0;
+    case kUpper:
+      return std::isupper(c) != 0;
+    case kLower:
+      return std::islower(c) != 0;
+  }
+  return false;
+}
+
+unsigned char to_upper(unsigned char c) {
+  const Language* l = language();
+  return l != nullptr ? l->upperMap[c] : static_cast<unsigned char>(std::toupper(c));
+}
+
+unsigned char to_lower(unsigned char c) {
+  const Language* l = language();
+  return l != nullptr ? l->lowerMap[c] : static_cast<unsigned char>(std::tolower(c));
+}
+
+void upper_bytes(char* text, std::size_t n) {
+  const Language* l = language();
+  map_case(text, n, l != nullptr ? l->upperMap.data() : nullptr, std::toupper, 'a');
+}
+
+void lower_bytes(char* text, std::size_t n) {
+  const Language* l = language();
+  map_case(text, n, l != nullptr ? l->lowerMap.data() : nullptr, std::tolower, 'A');
+}
+
+void descend_bytes(char* text, std::size_t n) {
+  if (const Language* l = language()) return map_bytes(text, n, l->descendMap.data());
+  for (std::size_t i = 0; i < n; ++i) text[i] = static_cast<char>(0 - text[i]);
+}
+
+std::string_view true_list() {
+  return state.true_list;
+}
+std::string_view false_list() {
+  return state.false_list;
+}
+
+std::string_view day_name(int weekday) {
+  const auto i = static_cast<std::size_t>(weekday);
+  const Language* l = language();
+  return text_or(l != nullptr ? l->dayNames[i] : nullptr, kDayNames[i]);
+}
+
+std::string_view month_name(int month) {
+  const auto i = static_cast<std::size_t>(month - 1);
+  const Language* l = language();
+  return text_or(l != nullptr ? l->monthNames[i] : nullptr, kMonthNames[i]);
+}
+
+std::string_view language_message(int n) {
+  if (n < 1 || n > 3) return {};
+  const auto i = static_cast<std::size_t>(n - 1);
+  const Language* l = language();
+  return text_or(l != nullptr ? l->messages[kScoreboardSlot + i] : nullptr, kMessages[i]);
+}
+
+Var* langnames(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, "INFL")) return empty_text();
+  const auto message = language_message(integer_of(argv[0]));
+  return message.empty() ? empty_text() : TMP_TEXT(message);
+}
+
+Var* setlang(std::int32_t argc, Var** argv) {
+  const int old = language_number();
+  if (argc < 1) return TMP_INT(old);
+  if (!arg_is(argc, argv, 0, "INFL"))
+    return RT_ERROR(312,
+                    format_text("SETLANG() requires numeric argument not '%c'", argv[0]->type));
+  const std::int32_t number = integer_of(argv[0]);
+  if (number < 0 || number > kLanguages)
+    return RT_ERROR(
+        313, format_text("SETLANG() requires numeric argument in the range 0 to %d", kLanguages));
+  if (number > 0 && !language_record(number).loaded)
+    return RT_ERROR(320, format_text("SETLANG(): language # %d has not been loaded", number));
+  select_language(number);
+  return TMP_INT(old);
+}
+
+}  // namespace tarnel

@@ -1,0 +1,31 @@
+// The alternate, extra and print files: copies of all console output (alternate, extra) and the
+// target of printing, each a plain file or a pipe to a command.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tarnel {
+
+enum class Stream { kAlternate, kExtra, kPrint };
+
+// Opens the stream's file anew after closing the old one; an empty name only closes. A name that
+// begins with '|' is a command that reads the output, '>' and ">>" create and append, anything else
+// is a file (created, or appended to with `append`) with ".txt" as its default extension. Error 101
+// when it can't be opened; the stream is then closed.
+void open_stream(Stream stream, std::string_view name, bool append);
+const std::string& stream_name(Stream stream);  // as it was given, "" when closed
+bool stream_open(Stream stream);
+
+// Recomputes where console output is copied to, after a change of SET ALTERNATE, EXTRA or PRINTER.
+void route_output();
+
+inline bool print_file_open() {
+  return stream_open(Stream::kPrint);
+}
+void write_print_file(std::string_view text);
+
+// Closes all three; the end of the run waits for piped commands.
+void close_streams();
+
+}  // namespace tarnel

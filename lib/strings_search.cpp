@@ -1,0 +1,94 @@
+#include "lib/strings_search.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "lib/arguments.h"
+
+namespace tarnel {
+namespace {
+
+constexpr auto kNone = std::string_view::npos;
+constexpr std::int32_t kDefaultCount = 65534;
+
+// An empty pattern is never found.
+std::size_t find(std::string_view text, std::string_view pattern, std::size_t from) {
+  if (pattern.empty() || from > text.size()) return kNone;
+  const void* hit = memmem(text.data() + from, text.size() - from, pattern.data(), pattern.size());
+  return hit == nullptr ? kNone
+                        : static_cast<std::size_t>(static_cast<const char*>(hit) - text.data());
+}
+
+// strtran goes by the terminator: what stands behind a NUL does not count.
+std::string_view terminated(std::string_view text) {
+  return text.substr(0, text.find('\0'));
+}
+
+Var* position(std::size_t found) {
+  return found == kNone ? int_zero() : TMP_INT(static_cast<std::int32_t>(found) + 1);
+}
+
+struct Replacement {
+  std::string_view text, search, replace;
+  std::size_t first;   // position of the first occurrence to replace
+  std::int32_t count;  // occurrences to replace
+};
+
+// Finds the first occurrence to replace and counts the others; false when there is none.
+bool measure(Replacement& r, std::int32_t start, std::int32_t limit) {
+  std::size_t at = find(r.text, r.search, 0);
+  for (std::int32_t n = 1; n < start && at != kNone; ++n)
+    at = find(r.text, r.search, at + r.search.size());
+  if (at == kNone) return false;
+  r.first = at;
+  for (r.count = 1; r.count < limit; ++r.count) {
+    at = find(r.text, r.search, at + r.search.size());
+    if (at == kNone) break;
+  }
+  return true;
+}
+
+Var* replace_measured(const Replacement& r) {
+  const auto gone = static_cast<std::int64_t>(r.search.size());
+  const auto come = static_cast<std::int64_t>(r.replace.size());
+  Var* result = TMP_BUFFER(static_cast<std::int64_t>(r.text.size()) + r.count * (come - gone));
+  if (is_error(result)) return result;
+  char* out = result->text;
+  std::size_t done = 0, at = r.first;
+  for (std::int32_t n = r.count;;) {
+    out = std::copy_n(r.text.data() + done, at - done, out);
+    out = std::copy_n(r.replace.data(), r.replace.size(), out);
+    done = at + r.search.size();
+    if (--n == 0) break;
+    at = find(r.text, r.search, done);
+  }
+  std::copy_n(r.text.data() + done, r.text.size() - done, out);
+  return result;
+}
+
+}  // namespace
+
+Var* at(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kText) || !arg_is(argc, argv, 1, kText)) return int_zero();
+  const std::int32_t start = std::max(int_argument(argc, argv, 2, 1), 1);
+  return position(find(text_of(argv[1]), text_of(argv[0]), static_cast<std::size_t>(start) - 1));
+}
+
+Var* rat(std::int32_t argc, Var** argv) {
+  if (argc != 2 || !arg_is(argc, argv, 0, kText) || !arg_is(argc, argv, 1, kText))
+    return num_zero();
+  const auto search = text_of(argv[0]);
+  return position(search.empty() ? kNone : text_of(argv[1]).rfind(search));
+}
+
+Var* strtran(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kText) || !arg_is(argc, argv, 1, kText)) return error_value();
+  const std::int32_t start = int_argument(argc, argv, 3, 1);
+  const std::int32_t count = std::max(int_argument(argc, argv, 4, kDefaultCount), 1);
+  Replacement r{terminated(text_of(argv[0])), terminated(text_of(argv[1])),
+                terminated(text_argument(argc, argv, 2)), 0, 0};
+  if (start < 1 || !measure(r, start, count)) return TMP_TEXT(text_of(argv[0]));
+  return replace_measured(r);
+}
+
+}  // namespace tarnel
