@@ -12,7 +12,7 @@ constexpr auto kNone = std::string_view::npos;
 constexpr std::int32_t kDefaultCount = 65534;
 
 // An empty pattern is never found.
-std::size_t find(std::string_view text, std::string_view pattern, std::size_t from) {
+std::size_t find_text(std::string_view text, std::string_view pattern, std::size_t from) {
   if (pattern.empty() || from > text.size()) return kNone;
   const void* hit = memmem(text.data() + from, text.size() - from, pattern.data(), pattern.size());
   return hit == nullptr ? kNone
@@ -36,13 +36,13 @@ struct Replacement {
 
 // Finds the first occurrence to replace and counts the others; false when there is none.
 bool measure(Replacement& r, std::int32_t start, std::int32_t limit) {
-  std::size_t at = find(r.text, r.search, 0);
+  std::size_t at = find_text(r.text, r.search, 0);
   for (std::int32_t n = 1; n < start && at != kNone; ++n)
-    at = find(r.text, r.search, at + r.search.size());
+    at = find_text(r.text, r.search, at + r.search.size());
   if (at == kNone) return false;
   r.first = at;
   for (r.count = 1; r.count < limit; ++r.count) {
-    at = find(r.text, r.search, at + r.search.size());
+    at = find_text(r.text, r.search, at + r.search.size());
     if (at == kNone) break;
   }
   return true;
@@ -60,7 +60,7 @@ Var* replace_measured(const Replacement& r) {
     out = std::copy_n(r.replace.data(), r.replace.size(), out);
     done = at + r.search.size();
     if (--n == 0) break;
-    at = find(r.text, r.search, done);
+    at = find_text(r.text, r.search, done);
   }
   std::copy_n(r.text.data() + done, r.text.size() - done, out);
   return result;
@@ -71,7 +71,8 @@ Var* replace_measured(const Replacement& r) {
 Var* at(std::int32_t argc, Var** argv) {
   if (!arg_is(argc, argv, 0, kText) || !arg_is(argc, argv, 1, kText)) return int_zero();
   const std::int32_t start = std::max(int_argument(argc, argv, 2, 1), 1);
-  return position(find(text_of(argv[1]), text_of(argv[0]), static_cast<std::size_t>(start) - 1));
+  return position(
+      find_text(text_of(argv[1]), text_of(argv[0]), static_cast<std::size_t>(start) - 1));
 }
 
 Var* rat(std::int32_t argc, Var** argv) {

@@ -1,0 +1,49 @@
+// Opening files through the search of SET DEFAULT and SET PATH, and plain operations on handles.
+// System calls are retried when interrupted, descriptors are closed at exec. Failures raise
+// warnings of the file class and note the system's number for doserror().
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace tarnel {
+
+struct OpenSearch {
+  std::string* found_name = nullptr;  // receives the full name of the file tried last
+  bool map_file = false;              // look in SCRMAP, TERMINFO and the terminal directory too
+  bool report = true;                 // warning 101 when all failed
+};
+// Opens a name in the DEFAULT directory, as it stands, and then in the directories of SET PATH; a
+// name that holds a '/' isn't searched for. Result: the descriptor, or -1.
+int fileOpenSearch(std::string_view name, int flags, mode_t mode, const OpenSearch& how = {});
+
+// The first name of the same search that passes `accept`, or the empty text.
+std::string find_file(std::string_view name, bool (*accept)(const std::string& path));
+
+// The same search with fopen, "" of mode as there. Warning 101 and null when nothing opens.
+std::FILE* streamOpen(std::string_view name, const char* mode);
+void streamClose(std::FILE* stream);
+
+// Creates or empties a file in the DEFAULT directory; the mode is not narrowed by the umask.
+// Result: the descriptor, open for reading and writing, or -1 after warning 105.
+int fileCreate(std::string_view name, mode_t mode, bool report = true);
+bool fileClose(int handle);                                      // warning 102
+std::int64_t fileRead(int handle, char* buffer, std::size_t n);  // bytes read, -1 on an error
+std::int64_t fileWrite(int handle, std::string_view bytes);      // bytes written; 104 when fewer
+std::int64_t fileSeek(int handle, std::int64_t offset, int whence);  // new position, -1 on an error
+bool fileErase(std::string_view name);                               // warning 106
+
+int fileModeOf(std::string_view name);  // mode bits of the status, -1 after warning 107
+int fileModeOfHandle(int handle);
+mode_t fileDefaultMode();  // 0666 masked by the process's umask
+
+// All bytes of a file, false when it can't be read. The name is taken as it is.
+bool read_file(const std::string& path, std::string& bytes);
+// Copies a file with its mode bits, or appends to the target. False with errno set.
+bool copy_file(const std::string& from, const std::string& to, bool append);
+
+}  // namespace tarnel
