@@ -1,0 +1,75 @@
+#include "frontend/form.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+
+namespace tarnel {
+namespace {
+
+constexpr int kEnd = -1;
+
+// A letter counts by its place in the alphabet from 10 on, anything else by its distance from '0'.
+int digit_value(char digit) {
+  return digit >= 'A' ? (digit & ~0x20) - 'A' + 10 : digit - '0';
+}
+
+}  // namespace
+
+std::int32_t content_length(const char* text) {
+  if (text == nullptr) return 0;
+  const long long value = std::strtoll(text, nullptr, 10);
+  return static_cast<std::int32_t>(
+      std::clamp<long long>(value, 0, std::numeric_limits<std::int32_t>::max()));
+}
+
+int FormReader::next_byte() {
+  if (position_ == buffered_) {
+    // Never past the length: what lies behind it is not ours to take.
+    const std::size_t wanted = std::min(sizeof buffer_, static_cast<std::size_t>(remaining_));
+    ssize_t n;
+    do n = read(fd_, buffer_, wanted);
+    while (n < 0 && errno == EINTR);
+    if (n <= 0) {
+      at_end_ = true;
+      return kEnd;
+    }
+    buffered_ = static_cast<std::size_t>(n);
+    position_ = 0;
+  }
+  return static_cast<unsigned char>(buffer_[position_++]);
+}
+
+bool FormReader::next(std::string& field) {
+  field.clear();
+  if (remaining_ == 0 || at_end_) return false;
+  while (remaining_ > 0 && !at_end_) {
+    const int byte = next_byte();
+    --remaining_;
+    if (byte == '&') break;
+    field += static_cast<char>(byte);
+  }
+  return true;
+}
+
+std::string decode_field(std::string_view field) {
+  std::string decoded;
+  decoded.reserve(field.size());
+  const auto at = [field](std::size_t i) { return i < field.size() ? field[i] : '\0'; };
+  for (std::size_t i = 0; i < field.size(); ++i) {
+    if (field[i] == '+') {
+      decoded += ' ';
+    } else if (field[i] == '%') {
+      decoded += static_cast<char>(digit_value(at(i + 1)) * 16 + digit_value(at(i + 2)));
+      i += 2;
+    } else {
+      decoded += field[i];
+    }
+  }
+  return decoded;
+}
+
+}  // namespace tarnel

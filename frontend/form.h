@@ -1,0 +1,36 @@
+// The body of a POST: fields between ampersands, plus signs for blanks, %XX for any byte.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tarnel {
+
+// CONTENT_LENGTH as a number of bytes: the number at its front, 0 when there is none or it is
+// negative, at most 2147483647.
+std::int32_t content_length(const char* text);
+
+// Reads fields from a descriptor, never more than the length says.
+class FormReader {
+ public:
+  FormReader(int fd, std::int32_t length) : fd_(fd), remaining_(length) {}
+  // The next field as it was sent, without its ampersand. A body that ends before its length gives
+  // its last field one byte 255 more. False when the body is used up.
+  bool next(std::string& field);
+
+ private:
+  int next_byte();
+
+  int fd_;
+  std::int32_t remaining_;
+  bool at_end_ = false;
+  std::size_t buffered_ = 0, position_ = 0;
+  char buffer_[16384];
+};
+
+// Carries out plus signs and escapes. Digits are not checked; those that are missing at the end of
+// the text count as NUL bytes.
+std::string decode_field(std::string_view field);
+
+}  // namespace tarnel
