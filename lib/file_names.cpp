@@ -123,13 +123,9 @@ std::string_view terminated(std::string_view name) {
   return name.substr(0, name.find('\0'));
 }
 
-bool replace_all(std::string& text, std::string_view what, std::string_view by) {
-  bool found = false;
-  for (auto at = text.find(what); at != text.npos; at = text.find(what, at)) {
+void replace_all(std::string& text, std::string_view what, std::string_view by) {
+  for (auto at = text.find(what); at != text.npos; at = text.find(what, at))
     text.replace(at, what.size(), by);
-    found = true;
-  }
-  return found;
 }
 
 }  // namespace

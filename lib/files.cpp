@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -202,17 +203,17 @@ mode_t fileDefaultMode() {
   return 0666 & ~mask;
 }
 
-bool read_file(const std::string& path, std::string& bytes) {
-  const Handle file(open_path(path, O_RDONLY, 0));
-  if (file.fd < 0) return false;
+bool read_handle(int handle, std::string& bytes, std::size_t limit) {
   std::array<char, 65536> buffer;
   bytes.clear();
   for (;;) {
-    const ssize_t n = retried([&] { return ::read(file.fd, buffer.data(), buffer.size()); });
+    const ssize_t n = retried([&] { return ::read(handle, buffer.data(), buffer.size()); });
     if (n < 0) return false;
-    if (n == 0) return true;
     bytes.append(buffer.data(), static_cast<std::size_t>(n));
+    if (n == 0 || bytes.size() >= limit) break;
   }
+  bytes.resize(std::min(bytes.size(), limit));
+  return true;
 }
 
 bool copy_file(const std::string& from, const std::string& to, bool append) {

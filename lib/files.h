@@ -41,8 +41,8 @@ int fileModeOf(std::string_view name);  // mode bits of the status, -1 after war
 int fileModeOfHandle(int handle);
 mode_t fileDefaultMode();  // 0666 masked by the process's umask
 
-// All bytes of a file, false when it can't be read. The name is taken as it is.
-bool read_file(const std::string& path, std::string& bytes);
+// The bytes that are left to read, at most `limit`; false on an error.
+bool read_handle(int handle, std::string& bytes, std::size_t limit);
 // Copies a file with its mode bits, or appends to the target. False with errno set.
 bool copy_file(const std::string& from, const std::string& to, bool append);
 
