@@ -25,7 +25,9 @@ CivilDate parts_of(std::int32_t argc, Var** argv) {
 }
 
 // 1 to 7, 1 being Sunday; 0 for the empty date.
-std::int32_t weekday(std::int32_t number) { return number == 0 ? 0 : (number % 7 + 7) % 7 + 1; }
+std::int32_t weekday(std::int32_t number) {
+  return number == 0 ? 0 : (number % 7 + 7) % 7 + 1;
+}
 
 Var* narrow_int(std::int32_t value, std::int32_t width) {
   Var* result = TMP_INT(value);
@@ -47,7 +49,9 @@ bool is_on(std::string_view text) {
 
 }  // namespace
 
-Var* date(std::int32_t, Var**) { return TMP_DATE(current_date()); }
+Var* date(std::int32_t, Var**) {
+  return TMP_DATE(current_date());
+}
 
 Var* ctod(std::int32_t argc, Var** argv) {
   return arg_is(argc, argv, 0, kText) ? TMP_DATE(textToDate(text_of(argv[0]))) : empty_date();
@@ -65,8 +69,12 @@ Var* dtos(std::int32_t argc, Var** argv) {
   return TMP_STR("        ");
 }
 
-Var* year(std::int32_t argc, Var** argv) { return narrow_int(parts_of(argc, argv).year, 4); }
-Var* day(std::int32_t argc, Var** argv) { return narrow_int(parts_of(argc, argv).day, 2); }
+Var* year(std::int32_t argc, Var** argv) {
+  return narrow_int(parts_of(argc, argv).year, 4);
+}
+Var* day(std::int32_t argc, Var** argv) {
+  return narrow_int(parts_of(argc, argv).day, 2);
+}
 
 Var* month(std::int32_t argc, Var** argv) {
   if (arg_is(argc, argv, 0, "D")) return narrow_int(parts_of(argc, argv).month, 2);
@@ -105,14 +113,27 @@ Var* secondscpu(std::int32_t argc, Var** argv) {
   const std::clock_t user = used.tms_utime, system = used.tms_stime;
   std::clock_t ticks = user + system;
   switch (int_argument(argc, argv, 0, 3)) {
-    case 1: ticks = user; break;
-    case 2: ticks = system; break;
+    case 1:
+      ticks = user;
+      break;
+    case 2:
+      ticks = system;
+      break;
     case 4:
-    case 14: ticks = elapsed; break;
-    case 11: ticks = user + used.tms_cutime; break;
-    case 12: ticks = system + used.tms_cstime; break;
-    case 13: ticks += used.tms_cutime + used.tms_cstime; break;
-    default: break;
+    case 14:
+      ticks = elapsed;
+      break;
+    case 11:
+      ticks = user + used.tms_cutime;
+      break;
+    case 12:
+      ticks = system + used.tms_cstime;
+      break;
+    case 13:
+      ticks += used.tms_cutime + used.tms_cstime;
+      break;
+    default:
+      break;
   }
   return TMP_NUM(static_cast<double>(ticks) / 100, -1);
 }

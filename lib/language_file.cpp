@@ -22,10 +22,9 @@ struct ClassLetter {
   char letter;
   std::uint16_t bit;
 };
-constexpr ClassLetter kClassLetters[] = {{'A', kLetter}, {'D', kDigit}, {'X', 4},
-                                         {'C', 8},       {'S', kBlank}, {'I', 32},
-                                         {'P', 64},      {'G', 128},    {'U', kUpper},
-                                         {'L', kLower}};
+constexpr ClassLetter kClassLetters[] = {{'A', kLetter}, {'D', kDigit}, {'X', 4},  {'C', 8},
+                                         {'S', kBlank},  {'I', 32},     {'P', 64}, {'G', 128},
+                                         {'U', kUpper},  {'L', kLower}};
 
 enum SectionId { kAlphabet, kDayNames, kMonthNames, kScoreboard, kDir, kLogical };
 struct Section {
@@ -43,7 +42,9 @@ constexpr Section kSections[] = {
     {"LOGICAL", kLogical, 3, "logical keycodes"},
 };
 
-bool is_white(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool is_white(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 struct Tokens {
   std::string_view token[kTokens];
@@ -165,10 +166,18 @@ class Loader {
 
   void store(std::size_t index, const char* text) {
     switch (section_->id) {
-      case kDayNames: record_.dayNames[index] = text; return;
-      case kMonthNames: record_.monthNames[index] = text; return;
-      case kScoreboard: record_.messages[kScoreboardSlot + index] = text; return;
-      case kDir: record_.messages[kDirSlot + index] = text; return;
+      case kDayNames:
+        record_.dayNames[index] = text;
+        return;
+      case kMonthNames:
+        record_.monthNames[index] = text;
+        return;
+      case kScoreboard:
+        record_.messages[kScoreboardSlot + index] = text;
+        return;
+      case kDir:
+        record_.messages[kDirSlot + index] = text;
+        return;
       case kLogical:
         // The third entry lies where the class word of character 0 does, which loses its classes.
         if (kLogicalSlot + index < kMessageSlots)
@@ -176,7 +185,8 @@ class Loader {
         else
           record_.classes[0] = 0;
         return;
-      case kAlphabet: return;
+      case kAlphabet:
+        return;
     }
   }
 
@@ -227,8 +237,8 @@ Var* loadlang(std::int32_t argc, Var** argv) {
   }
   const std::int32_t number = integer_of(argv[0]);
   if (number < 1 || number > kLanguages) {
-    RT_ERROR(313, format_text("LOADLANG() requires language number in the range 1 to %d",
-                              kLanguages));
+    RT_ERROR(313,
+             format_text("LOADLANG() requires language number in the range 1 to %d", kLanguages));
     return false_value();
   }
   return logical(load_language(number, text_of(argv[1])));

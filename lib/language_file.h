@@ -6,8 +6,8 @@
 //
 // ALPHABET has one line for each character, in collating order, of four tokens: the character, its
 // upper case, its lower case, its class letters. A character is what follows a quote, or its number
-// (decimal, octal with a leading 0, hexadecimal with 0x). In the other sections a line is a text as it
-// stands. All texts of a file together have 512 bytes with their terminators.
+// (decimal, octal with a leading 0, hexadecimal with 0x). In the other sections a line is a text as
+// it stands. All texts of a file together have 512 bytes with their terminators.
 #pragma once
 
 #include <string>

@@ -20,6 +20,9 @@ bool stream_open(Stream stream);
 // Recomputes where console output is copied to, after a change of SET ALTERNATE, EXTRA or PRINTER.
 void route_output();
 
+// Writes to the files that copy console output, not to the page.
+void copy_output(std::string_view text);
+
 inline bool print_file_open() {
   return stream_open(Stream::kPrint);
 }

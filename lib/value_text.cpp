@@ -41,11 +41,16 @@ std::string_view date_text(std::int32_t day, NumberBuffer& buffer) {
   return {buffer.bytes, text.length};
 }
 
+// With SET CONSOLE off only the files that copy the console get its text.
+void write_console(std::string_view text) {
+  settings().console ? write_output(text) : copy_output(text);
+}
+
 void write_values(std::int32_t argc, Var** argv) {
   NumberBuffer buffer;
   for (std::int32_t i = 0; i < argc; ++i) {
-    if (i > 0) write_output(" ");
-    write_output(varToText(argv[i], buffer));
+    if (i > 0) write_console(" ");
+    write_console(varToText(argv[i], buffer));
   }
 }
 
@@ -143,7 +148,7 @@ void set_screen_writer(void (*writer)(std::string_view, std::string_view)) {
 }
 
 Var* qout(std::int32_t argc, Var** argv) {
-  write_output("\n");
+  write_console("\n");
   write_values(argc, argv);
   return nil_value();
 }

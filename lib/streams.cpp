@@ -1,0 +1,181 @@
+#include "lib/streams.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <vector>
+
+#include "core/errors.h"
+#include "core/output.h"
+#include "core/runtime.h"
+#include "core/settings.h"
+#include "lib/arguments.h"
+#include "lib/file_names.h"
+#include "lib/files.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::size_t kStreamNameLimit = 500;
+
+struct OpenStream {
+  int fd = -1;
+  pid_t reader = -1;  // the command at the other end of a pipe
+  std::string name;
+};
+
+struct StreamState {
+  std::array<OpenStream, 3> streams;
+} state;
+
+OpenStream& stream_of(Stream stream) {
+  return state.streams[static_cast<std::size_t>(stream)];
+}
+
+void close_stream(OpenStream& stream) {
+  if (stream.fd >= 0) ::close(stream.fd);
+  if (stream.reader > 0)
+    while (waitpid(stream.reader, nullptr, 0) < 0 && errno == EINTR) {
+    }
+  stream = {};
+}
+
+// Words of a command line; a word with wild cards stands for the files it matches. No shell sees
+// it.
+std::vector<std::string> command_words(std::string_view command) {
+  std::vector<std::string> words;
+  for (;;) {
+    command = trim_left(command);
+    if (command.empty()) return words;
+    std::string word{command.substr(0, command.find(' '))};
+    command.remove_prefix(word.size());
+    auto matches = has_wild_card(word) ? expand_wild_card(word) : std::vector<std::string>{};
+    if (matches.empty()) matches.push_back(std::move(word));
+    words.insert(words.end(), matches.begin(), matches.end());
+  }
+}
+
+// Starts argv with its standard input on a descriptor. Result: 0 or the system's number.
+int spawn_on(int input, char** argv, pid_t& child) {
+  posix_spawn_file_actions_t actions;
+  posix_spawnattr_t attributes;
+  sigset_t broken_pipe;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
+  posix_spawnattr_init(&attributes);
+  sigemptyset(&broken_pipe);
+  sigaddset(&broken_pipe, SIGPIPE);  // ignored here, but the command may count on it
+  posix_spawnattr_setsigdefault(&attributes, &broken_pipe);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+  const int failure = posix_spawnp(&child, argv[0], &actions, &attributes, argv, environ);
+  posix_spawnattr_destroy(&attributes);
+  posix_spawn_file_actions_destroy(&actions);
+  return failure;
+}
+
+// Starts a command that reads what is written to the stream. False with errno set.
+bool start_reader(std::string_view command, OpenStream& stream) {
+  std::vector<std::string> words = command_words(command);
+  std::vector<char*> argv;
+  for (std::string& word : words) argv.push_back(word.data());
+  if (argv.empty()) {
+    errno = ENOENT;
+    return false;
+  }
+  argv.push_back(nullptr);
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return false;
+  flush_output();  // what the command writes comes behind what was written before it
+  const int failure = spawn_on(ends[0], argv.data(), stream.reader);
+  ::close(ends[0]);
+  if (failure == 0) {
+    stream.fd = ends[1];
+    return true;
+  }
+  ::close(ends[1]);
+  stream.reader = -1;
+  errno = failure;
+  return false;
+}
+
+// Opens a plain file; a missing one is created. A failure has been reported.
+bool open_file_stream(std::string_view name, bool append, OpenStream& stream) {
+  std::string full;
+  if (!defaultExtension(full, name, ".txt", kStreamNameLimit)) {
+    RT_WARNING(101, "file '" + std::string(name.substr(0, kStreamNameLimit)) + "'");
+    return false;
+  }
+  stream.fd = fileOpenSearch(full, O_RDWR | O_CREAT | (append ? O_APPEND : O_TRUNC), 0666);
+  return stream.fd >= 0;
+}
+
+void write_stream(OpenStream& stream, std::string_view text) {
+  if (stream.fd < 0 || text.empty()) return;
+  if (write_fully(stream.fd, text)) return;
+  set_dos_error(errno);
+  close_stream(stream);  // first, since the report is output too
+  RT_WARNING(104, "Write error");
+}
+
+}  // namespace
+
+void open_stream(Stream which, std::string_view name, bool append) {
+  OpenStream& stream = stream_of(which);
+  close_stream(stream);
+  name = trim_blanks(name.substr(0, name.find('\0')));
+  if (!name.empty()) {
+    const std::string kept{name};
+    bool opened = false;
+    if (name[0] == '|') {
+      opened = start_reader(name.substr(1), stream);
+      if (!opened) {
+        set_dos_error(errno);
+        RT_WARNING(101, "file '" + kept + "'");
+      }
+    } else {
+      if (name[0] == '>') {
+        append = name.substr(0, 2) == ">>";
+        name.remove_prefix(append ? 2 : 1);
+      }
+      opened = open_file_stream(name, append, stream);
+    }
+    if (opened) stream.name = kept;
+    runtime_hooks().close_files = close_streams;
+  }
+  route_output();
+}
+
+const std::string& stream_name(Stream stream) {
+  return stream_of(stream).name;
+}
+bool stream_open(Stream stream) {
+  return stream_of(stream).fd >= 0;
+}
+
+void copy_output(std::string_view text) {
+  const Settings& s = settings();
+  if (s.alternate) write_stream(stream_of(Stream::kAlternate), text);
+  if (s.extra) write_stream(stream_of(Stream::kExtra), text);
+  if (s.printer) write_stream(stream_of(Stream::kPrint), text);
+}
+
+void route_output() {
+  const Settings& s = settings();
+  set_output_tee(s.alternate || s.extra || s.printer ? copy_output : nullptr);
+}
+
+void write_print_file(std::string_view text) {
+  write_stream(stream_of(Stream::kPrint), text);
+}
+
+void close_streams() {
+  for (OpenStream& stream : state.streams) close_stream(stream);
+  set_output_tee(nullptr);
+}
+
+}  // namespace tarnel
