@@ -7,7 +7,7 @@ namespace {
 
 constexpr auto kModules = join_modules(kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
-const bool started = start_tests({kFunctions.table(), kModules});
+const auto* runtime = start_before_tests({kFunctions.table(), kModules});
 
 }  // namespace
 }  // namespace tarnel::testing

@@ -45,11 +45,21 @@ inline std::string take_errors() {
   return all;
 }
 
-// Starts the runtime once for the executable; to be called from a global's initialiser.
-inline bool start_tests(const Program& program) {
-  start_library(program);
-  set_error_caller(record_error);
-  return true;
+// Starts the runtime before the first test; to be named by a global: `const auto* runtime =
+// start_before_tests({kFunctions.table(), kModules});`
+inline ::testing::Environment* start_before_tests(const Program& program,
+                                                  void (*setup)() = nullptr) {
+  struct Start : ::testing::Environment {
+    Start(const Program& p, void (*s)()) : program(p), setup_hook(s) {}
+    void SetUp() override {
+      runtime_hooks().setup = setup_hook;
+      start_library(program);
+      set_error_caller(record_error);
+    }
+    Program program;
+    void (*setup_hook)();
+  };
+  return ::testing::AddGlobalTestEnvironment(new Start(program, setup));
 }
 
 // Leaves no temporaries, settings or errors of one test to the next.
