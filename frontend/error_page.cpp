@@ -10,6 +10,7 @@
 #include "frontend/log.h"
 #include "lib/date_functions.h"
 #include "lib/number_text.h"
+#include "lib/numbers.h"
 #include "lib/strings.h"
 #include "lib/value_text.h"
 

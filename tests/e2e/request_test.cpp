@@ -1,0 +1,92 @@
+// Requests, through the web server and by hand.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "tests/e2e/web_server.h"
+
+namespace tarnel::testing {
+namespace {
+
+std::string stored(const char* name) {
+  std::ifstream file(std::string(TARNEL_SOURCE_DIR "/tests/e2e/") + name);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+class ThroughTheServer : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { server = new WebServer; }
+  static void TearDownTestSuite() { delete server; }
+  void SetUp() override { ASSERT_TRUE(server->running()) << "lighttpd did not start"; }
+  static WebServer* server;
+};
+WebServer* ThroughTheServer::server = nullptr;
+
+TEST_F(ThroughTheServer, TheRootLeadsToTheIndexPage) {
+  const Response root = server->request("GET", "/");
+  EXPECT_EQ(root.status, 301);
+  EXPECT_NE(root.headers.find("/cgi-bin/example0"), std::string::npos) << root.headers;
+  const Response index = server->request("GET", "/cgi-bin/example0");
+  EXPECT_EQ(index.status, 200);
+  EXPECT_NE(index.headers.find("text/html"), std::string::npos);
+  EXPECT_EQ(index.body, stored("index.html"));
+}
+
+TEST_F(ThroughTheServer, UnknownPagesAnswerTheIndexPage) {
+  for (const char* path : {"/cgi-bin/example0/nosuch", "/cgi-bin/example0?EXAMPLE1",
+                           "/cgi-bin/example0/EXAMPLE1", "/cgi-bin/example0/%00",
+                           "/cgi-bin/example0?example0"})
+    EXPECT_EQ(server->request("GET", path).body, stored("index.html")) << path;
+}
+
+TEST_F(ThroughTheServer, HeadSendsNoBodyAndALargePostIsRead) {
+  EXPECT_EQ(server->request("HEAD", "/cgi-bin/example0").body, "");
+  const std::string body = "FIELD=" + std::string(100 * 1024, 'x') + "&B=2";
+  const Response posted = server->request("POST", "/cgi-bin/example0", body);
+  EXPECT_EQ(posted.status, 200);
+  EXPECT_EQ(posted.body, stored("index.html"));
+}
+
+std::string index_answer() { return "Content-type: text/html\n\n" + stored("index.html"); }
+
+TEST(ByHand, EveryBodyAndLengthGivesAPage) {
+  const std::string many_fields = [] {
+    std::string all;
+    for (int i = 0; i < 100000; ++i) all += "a=1&";
+    return all;
+  }();
+  const struct {
+    const char* length;
+    std::string body;
+  } cases[] = {{"", ""},
+               {"abc", "a=1"},
+               {"-5", "a=1"},
+               {"99999999999999999999", "a=1&b=2"},
+               {"3", "a=1&b=2"},
+               {"10", "a=1&"},
+               {"4", "a=%4"},
+               {"2", "a%"},
+               {"12", std::string("a=\0b&%00=c&&", 12)},
+               {"400000", many_fields},
+               {"52428802", "a=" + std::string(50U << 20U, 'y')}};
+  for (const auto& c : cases) {
+    int status = -1;
+    const std::string answer =
+        run_program("QUERY_STRING=example0 CONTENT_LENGTH='" + std::string(c.length) + "'", c.body, &status);
+    EXPECT_EQ(status, 0) << c.length;
+    EXPECT_EQ(answer, index_answer()) << c.length;
+  }
+}
+
+TEST(ByHand, TheQueryStringWinsOverThePath) {
+  int status = -1;
+  EXPECT_EQ(run_program("QUERY_STRING=nosuch PATH_INFO=/example0/", "", &status), index_answer());
+  EXPECT_EQ(run_program("", "", &status), index_answer());
+  EXPECT_EQ(status, 0);
+}
+
+}  // namespace
+}  // namespace tarnel::testing
