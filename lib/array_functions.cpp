@@ -1,0 +1,131 @@
+#include "lib/array_functions.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "core/arrays.h"
+#include "core/blocks.h"
+#include "core/operators.h"
+#include "core/stacks.h"
+#include "lib/arguments.h"
+
+namespace tarnel {
+namespace {
+
+// Order of the types in an array of several: texts, numbers, dates, logicals, the rest as it
+// stands.
+int type_rank(const Var* v) {
+  return is_text(v) ? 0 : is_number(v) ? 1 : v->type == 'D' ? 2 : v->type == 'L' ? 3 : 4;
+}
+
+bool text_before(std::string_view a, std::string_view b) {
+  const unsigned char* weights = collation();
+  if (weights == nullptr) return a < b;
+  return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) {
+    return weights[static_cast<unsigned char>(x)] < weights[static_cast<unsigned char>(y)];
+  });
+}
+
+bool value_before(const Var* a, const Var* b) {
+  const int rank = type_rank(a), other = type_rank(b);
+  if (rank != other) return rank < other;
+  switch (rank) {
+    case 0:
+      return text_before(text_of(a), text_of(b));
+    case 1:
+      return number_of(a) < number_of(b);
+    case 2:
+    case 3:
+      return a->i < b->i;
+    default:
+      return false;
+  }
+}
+
+// A stretch of elements, kept alive while a block that may change the array runs.
+class Stretch {
+ public:
+  Stretch(SharedHeader* header, std::size_t start, std::size_t count)
+      : header_(header),
+        start_(start),
+        before_(header->elements + start, header->elements + start + count) {
+    ++header_->refs;
+    for (Var* cell : before_) ++cell->refs;
+  }
+  ~Stretch() {
+    for (Var* cell : before_) DEL_VAR(cell);
+    release_shared(header_);
+  }
+  Stretch(const Stretch&) = delete;
+  Stretch& operator=(const Stretch&) = delete;
+
+  std::vector<Var*> cells() const { return before_; }
+  // Puts the sorted cells back, unless the array is no longer what it was.
+  void store(const std::vector<Var*>& sorted) {
+    Var** first = header_->elements + start_;
+    if (header_->count < start_ + before_.size() ||
+        !std::equal(before_.begin(), before_.end(), first))
+      return;
+    std::copy(sorted.begin(), sorted.end(), first);
+  }
+
+ private:
+  SharedHeader* header_;
+  std::size_t start_;
+  std::vector<Var*> before_;
+};
+
+// Merge sort, which any answers of `before` leave within bounds.
+template <typename Before>
+void merge_sort(std::vector<Var*>& cells, std::vector<Var*>& spare, std::size_t from,
+                std::size_t to, const Before& before) {
+  if (to - from < 2) return;
+  const std::size_t middle = from + (to - from) / 2;
+  merge_sort(cells, spare, from, middle, before);
+  merge_sort(cells, spare, middle, to, before);
+  std::size_t left = from, right = middle, out = from;
+  while (left < middle && right < to)
+    spare[out++] = before(cells[right], cells[left]) ? cells[right++] : cells[left++];
+  while (left < middle) spare[out++] = cells[left++];
+  while (right < to) spare[out++] = cells[right++];
+  std::copy(spare.begin() + static_cast<std::ptrdiff_t>(from),
+            spare.begin() + static_cast<std::ptrdiff_t>(to),
+            cells.begin() + static_cast<std::ptrdiff_t>(from));
+}
+
+}  // namespace
+
+Var* asort(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, "A")) return nil_value();
+  Var* array = argv[0];
+  const std::int64_t size = element_count(array);
+  const std::int64_t start = std::max(int_argument(argc, argv, 1, 1), 1);
+  const std::int64_t count =
+      std::clamp(std::int64_t{int_argument(argc, argv, 2, INT32_MAX)}, std::int64_t{0},
+                 std::max(size - start + 1, std::int64_t{0}));
+  if (count < 2) return array;
+  Stretch stretch(array->shared, static_cast<std::size_t>(start - 1),
+                  static_cast<std::size_t>(count));
+  std::vector<Var*> cells = stretch.cells(), spare = cells;
+  Var* block = arg_is(argc, argv, 3, "Bb") ? argv[3] : nullptr;
+  const auto by_block = [block](Var* a, Var* b) {
+    const std::int32_t mark = temp_top();
+    const Var* answer = run_block_with(block, a, b);
+    const bool before = is_number_or_logical(answer) && truth_of(answer);
+    POP_TEMPS(mark);
+    return before;
+  };
+  if (block != nullptr)
+    merge_sort(cells, spare, 0, cells.size(), by_block);
+  else
+    merge_sort(cells, spare, 0, cells.size(), value_before);
+  stretch.store(cells);
+  return array;
+}
+
+Var* atail(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, "A") || element_count(argv[0]) == 0) return nil_value();
+  return element(argv[0], element_count(argv[0]));
+}
+
+}  // namespace tarnel

@@ -1,0 +1,226 @@
+// Names of files: what exists, copying, renaming, deleting, directories.
+#include "lib/file_functions.h"
+
+#include <dirent.h>
+#include <fnmatch.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+
+#include "core/arrays.h"
+#include "core/errors.h"
+#include "core/stacks.h"
+#include "lib/arguments.h"
+#include "lib/dates.h"
+#include "lib/file_names.h"
+#include "lib/files.h"
+
+namespace tarnel {
+namespace {
+
+bool is_directory(const std::string& path) {
+  struct stat status;
+  return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool is_plain_file(const std::string& path) {
+  struct stat status;
+  return ::stat(path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
+}
+
+std::string base_name(const std::string& path) {
+  return path.substr(path.rfind('/') + 1);
+}
+
+// Files that a name stands for: its matches with wild cards, else the name itself.
+std::vector<std::string> files_of(std::string_view name) {
+  std::string path = pathJoin("", name);
+  if (has_wild_card(path)) return expand_wild_card(path);
+  return {std::move(path)};
+}
+
+// Where a file goes: into a directory under its own name, else to the name given.
+std::string target_of(const std::string& source, const std::string& target) {
+  if (!is_directory(target)) return target;
+  return target + (target.back() == '/' ? "" : "/") + base_name(source);
+}
+
+// Moves files; several need a directory as their target. Result: 0 or the system's number.
+int move_files(const std::vector<std::string>& sources, const std::string& target) {
+  if (sources.empty()) return ENOENT;
+  if (sources.size() > 1 && !is_directory(target)) return ENOTDIR;
+  int failure = 0;
+  for (const std::string& source : sources)
+    if (::rename(source.c_str(), target_of(source, target).c_str()) != 0) failure = errno;
+  return failure;
+}
+
+int copy_files(const std::vector<std::string>& sources, const std::string& target, bool append) {
+  if (sources.empty()) return ENOENT;
+  if (!append && sources.size() > 1 && !is_directory(target)) return ENOTDIR;
+  int failure = 0;
+  for (const std::string& source : sources)
+    if (!copy_file(source, append ? target : target_of(source, target), append)) failure = errno;
+  return failure;
+}
+
+Var* done_or_failed(int failure) {
+  if (failure == 0) return int_zero();
+  set_dos_error(failure);
+  return int_minus_one();
+}
+
+// --- directory()
+
+struct Entry {
+  std::string name;
+  struct stat status;
+};
+
+std::vector<Entry> read_directory(const std::string& directory, const std::string& pattern,
+                                  bool directories, bool hidden) {
+  std::vector<Entry> entries;
+  DIR* dir = ::opendir(directory.empty() ? "." : directory.c_str());
+  if (dir == nullptr) return entries;
+  while (const dirent* found = ::readdir(dir)) {
+    Entry entry{found->d_name, {}};
+    if (entry.name[0] == '.' && !hidden) continue;
+    if (fnmatch(pattern.c_str(), found->d_name, 0) != 0) continue;
+    if (::stat((directory + entry.name).c_str(), &entry.status) != 0) continue;
+    if (S_ISDIR(entry.status.st_mode) && !directories) continue;
+    entries.push_back(std::move(entry));
+  }
+  ::closedir(dir);
+  std::sort(entries.begin(), entries.end(),
+            [](const Entry& a, const Entry& b) { return a.name < b.name; });
+  return entries;
+}
+
+std::string attributes_of(const Entry& entry) {
+  std::string letters;
+  if (S_ISDIR(entry.status.st_mode)) letters += 'D';
+  if (entry.name[0] == '.') letters += 'H';
+  if ((entry.status.st_mode & 0222) == 0) letters += 'R';
+  return letters;
+}
+
+// {name, size, date, time, attributes} into a cell of the result.
+void describe(Var* cell, const Entry& entry) {
+  std::tm local{};
+  localtime_r(&entry.status.st_mtime, &local);
+  cscreara(cell, 5, kAllNil);
+  SET_STR(element(cell, 1), entry.name);
+  SET_NUM(element(cell, 2), static_cast<double>(entry.status.st_size), 0);
+  SET_DATE(element(cell, 3), dateEncode(local.tm_mday, local.tm_mon + 1, local.tm_year + 1900));
+  SET_STR(element(cell, 4),
+          format_text("%02d:%02d:%02d", local.tm_hour, local.tm_min, local.tm_sec));
+  SET_STR(element(cell, 5), attributes_of(entry));
+}
+
+}  // namespace
+
+Var* file(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kText)) return false_value();
+  const auto name = text_of(argv[0]);
+  if (!has_wild_card(name)) return logical(!find_file(name, is_plain_file).empty());
+  const auto matches = files_of(name);
+  return logical(std::any_of(matches.begin(), matches.end(), is_plain_file));
+}
+
+Var* frename(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kText) || !arg_is(argc, argv, 1, kText)) return int_minus_one();
+  const std::string target = pathJoin("", text_of(argv[1]));
+  const int failure = move_files(files_of(text_of(argv[0])), target);
+  if (failure != 0) {
+    set_dos_error(failure);
+    RT_WARNING(105, format_text("RENAME: UNIX returned error %d  ", failure));
+  }
+  return done_or_failed(failure);
+}
+
+Var* ferase(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kText)) return int_minus_one();
+  const auto name = text_of(argv[0]);
+  if (!has_wild_card(name)) return fileErase(name) ? int_zero() : int_minus_one();
+  int failure = 0;
+  for (const std::string& path : files_of(name))
+    if (::unlink(path.c_str()) != 0 && errno != ENOENT) failure = errno;
+  if (failure != 0) {
+    set_dos_error(failure);
+    RT_WARNING(106, format_text("ERASE: UNIX returned error %d  ", failure));
+  }
+  return done_or_failed(failure);
+}
+
+Var* copyfile(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kText) || !arg_is(argc, argv, 1, kText)) return false_value();
+  const bool append = arg_is(argc, argv, 2, kNumeric) && truth_of(argv[2]);
+  const std::string source{text_of(argv[0])}, target = pathJoin("", text_of(argv[1]));
+  const auto sources = files_of(source);
+  const int failure = copy_files(sources, target, append);
+  if (failure == 0) return true_value();
+  set_dos_error(failure);
+  const std::string requested = "' (requested '" + source + "') ";
+  if (sources.empty() || !is_plain_file(sources[0]))
+    RT_WARNING(101, "Open error for '" + (sources.empty() ? source : sources[0]) + requested);
+  else
+    RT_WARNING(105, "Create error for '" + target + requested);
+  return false_value();
+}
+
+Var* fattrib(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kText)) return int_minus_one();
+  const auto name = text_of(argv[0]);
+  const int mode = fileModeOf(name);
+  if (mode < 0) return int_minus_one();
+  if (arg_is(argc, argv, 1, kNumeric)) {
+    const auto wanted = static_cast<mode_t>(integer_of(argv[1]) & 07777);
+    if (::chmod(fileNameMap(name).c_str(), wanted) != 0) set_dos_error(errno);
+  }
+  return TMP_INT(mode);
+}
+
+Var* curdir(std::int32_t argc, Var** argv) {
+  const auto drive = text_argument(argc, argv, 0);
+  if (drive.size() > 1 && drive[1] == ':')
+    if (const std::string mapped = fileNameMap(drive); mapped != drive) return TMP_TEXT(mapped);
+  char directory[kNameLimit];
+  return ::getcwd(directory, sizeof directory) != nullptr ? TMP_TEXT(directory) : empty_text();
+}
+
+Var* setdir(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kText)) return false_value();
+  if (::chdir(fileNameMap(text_of(argv[0])).c_str()) == 0) return true_value();
+  set_dos_error(errno);
+  return false_value();
+}
+
+Var* doserror(std::int32_t argc, Var** argv) {
+  const int old = dos_error();
+  if (arg_is(argc, argv, 0, kNumeric)) set_dos_error(integer_of(argv[0]));
+  return TMP_INT(old);
+}
+
+Var* directory(std::int32_t argc, Var** argv) {
+  const auto wanted = text_argument(argc, argv, 1);
+  const bool directories = wanted.find_first_of("Dd") != wanted.npos;
+  const bool hidden = wanted.find_first_of("Hh") != wanted.npos;
+  std::string mask = pathJoin("", text_argument(argc, argv, 0));
+  if (is_directory(mask) && mask.back() != '/') mask += '/';
+  const auto split = mask.rfind('/') + 1;
+  std::string pattern = mask.substr(split);
+  if (pattern.empty()) pattern = "*";
+  const auto entries = read_directory(mask.substr(0, split), pattern, directories, hidden);
+  const auto count =
+      static_cast<std::int32_t>(std::min(entries.size(), static_cast<std::size_t>(kMaxElements)));
+  Var* result = NEW_TEMP();
+  cscreara(result, count, kAllNil);
+  for (std::int32_t i = 0; i < count; ++i)
+    describe(element(result, i + 1), entries[static_cast<std::size_t>(i)]);
+  return result;
+}
+
+}  // namespace tarnel
