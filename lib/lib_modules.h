@@ -4,18 +4,36 @@
 #include <array>
 
 #include "core/modules.h"
+#include "lib/array_functions.h"
+#include "lib/date_functions.h"
+#include "lib/environment.h"
+#include "lib/file_functions.h"
 #include "lib/national.h"
 #include "lib/number_text.h"
 #include "lib/numbers.h"
+#include "lib/options.h"
+#include "lib/picture.h"
+#include "lib/set.h"
 #include "lib/strings.h"
 #include "lib/strings_search.h"
 #include "lib/value_text.h"
 
 namespace tarnel {
 
-inline constexpr std::array kLibModules = {
-    &kNationalModule, &kNumberTextModule, &kNumbersModule,
-    &kSearchModule,   &kStringsModule,    &kValueTextModule,
-};
+inline constexpr auto kLibModules = std::to_array<const ModuleRecord*>({
+    &kArrayFunctionsModule,
+    &kDatesModule,
+    &kEnvironmentModule,
+    &kFilesModule,
+    &kNationalModule,
+    &kNumberTextModule,
+    &kNumbersModule,
+    &kOptionsModule,
+    &kPictureModule,
+    &kSearchModule,
+    &kSetModule,
+    &kStringsModule,
+    &kValueTextModule,
+});
 
 }  // namespace tarnel

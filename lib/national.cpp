@@ -9,8 +9,10 @@
 namespace tarnel {
 namespace {
 
+// Apart from the rest of the state: all zeros, so a program that loads no language never touches it.
+constinit std::array<Language, kLanguages> records{};
+
 struct NationalState {
-  std::array<Language, kLanguages> records{};
   int current = -1;
   std::string_view true_list = "TtYy", false_list = "FfNn";
 } state;
@@ -74,11 +76,11 @@ std::string_view text_or(const char* text, const char* usual) {
 }  // namespace
 
 const Language* language() {
-  return state.current < 0 ? nullptr : &state.records[static_cast<std::size_t>(state.current)];
+  return state.current < 0 ? nullptr : &records[static_cast<std::size_t>(state.current)];
 }
 
 Language& language_record(int number) {
-  return state.records[static_cast<std::size_t>(number - 1)];
+  return records[static_cast<std::size_t>(number - 1)];
 }
 
 int language_number() {

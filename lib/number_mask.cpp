@@ -53,16 +53,16 @@ std::string print_to_mask(double value, std::size_t width, bool has_point, std::
 // leading blank to give up. A literal among the leading blanks is dropped.
 void insert_literals(std::string& text, std::size_t text_integer, const std::string& mask,
                      std::size_t mask_integer) {
+  // Only what stands behind the leading blanks has to move.
+  auto first = static_cast<std::ptrdiff_t>(std::min(text.find_first_not_of(' '), text_integer));
   auto t = static_cast<std::ptrdiff_t>(text_integer) - 1;
   auto m = static_cast<std::ptrdiff_t>(mask_integer) - 1;
-  while (t >= 0 && m >= 0 && text[0] == ' ') {
+  for (; t >= first && m >= 0 && first > 0; --t) {
     const char literal = mask[static_cast<std::size_t>(m--)];
-    if (!takes_digit(literal)) {
-      const char moved = text[static_cast<std::size_t>(t)];
-      std::copy(text.begin() + 1, text.begin() + t + 1, text.begin());
-      text[static_cast<std::size_t>(t)] = moved == ' ' ? ' ' : literal;
-    }
-    --t;
+    if (takes_digit(literal)) continue;
+    std::copy(text.begin() + first, text.begin() + t + 1, text.begin() + first - 1);
+    text[static_cast<std::size_t>(t)] = literal;
+    --first;
   }
 }
 
