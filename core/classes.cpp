@@ -92,6 +92,7 @@ ClassDescriptor::ClassDescriptor(const char* name, std::span<const InstanceEntry
     instances_.push_back({std::string(instance.name).substr(0, kNameSize),
                           static_cast<std::int32_t>(instances_.size()) + kFirstInstance, 0,
                           kExported});
+  for (const MethodEntry& method : methods) functions_.push_back(method.function);
   for (const MethodEntry& method : methods)
     methods_.push_back(
         {method.name, static_cast<std::int32_t>(methods_.size()), method.level, method.kind});

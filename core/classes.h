@@ -74,6 +74,8 @@ class ClassDescriptor {
   const std::vector<ClassEntry>& instances() const { return instances_; }
   const std::vector<ClassEntry>& methods() const { return methods_; }
   std::int32_t method_count() const { return static_cast<std::int32_t>(methods_.size()); }
+  // The function of a slot, null for one that was not linked in. REQUIRES: the slot exists.
+  Callable slot_function(std::int32_t slot) const { return functions_[static_cast<std::size_t>(slot)]; }
 
   // Makes an object with every instance at its default; does not call init.
   Var* make() const;
@@ -83,6 +85,7 @@ class ClassDescriptor {
   std::span<const InstanceEntry> declared_;
   std::vector<ClassEntry> instances_;
   std::vector<ClassEntry> methods_;
+  std::vector<Callable> functions_;  // by slot
   std::vector<Property> property_table_;
   std::vector<std::int32_t> property_of_;  // per instance: index of its property, -1 none
   Var* method_array_;
