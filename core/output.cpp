@@ -8,7 +8,7 @@
 namespace tarnel {
 namespace {
 
-constexpr std::size_t kBufferLimit = 64 * 1024;
+constexpr std::size_t kBufferLimit = 64 * 1024, kFirstSize = 8 * 1024;
 
 struct OutputState {
   std::string buffer;
@@ -31,6 +31,7 @@ bool write_fully(int fd, std::string_view bytes) {
 
 void write_output(std::string_view text) {
   if (state.tee != nullptr) state.tee(text);
+  if (state.buffer.capacity() < kFirstSize) state.buffer.reserve(kFirstSize);
   state.buffer.append(text);
   if (state.buffer.size() > kBufferLimit) flush_output();
 }

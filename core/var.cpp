@@ -28,6 +28,7 @@ enum Constant {
   kConstantCount
 };
 
+constexpr std::size_t kSlabCells = 64;
 constexpr int kMaxReleaseDepth = 200, kMaxCloneDepth = 200;
 
 struct CellState {
@@ -286,8 +287,12 @@ bool types_compatible(char a, char b) {
   return both_in("NFIL") || both_in("Bb") || both_in("Ou");
 }
 
+// Cells are made a slab at a time and never returned to the heap.
 Var* GET_CELL() {
-  if (state.free_list == nullptr) return static_cast<Var*>(MEM_ALLOC_VAR(sizeof(Var)));
+  if (state.free_list == nullptr) {
+    auto* slab = static_cast<Var*>(MEM_ALLOC_VAR(kSlabCells * sizeof(Var)));
+    for (std::size_t i = kSlabCells; i > 0; --i) PUT_CELL(slab + i - 1);
+  }
   Var* cell = state.free_list;
   state.free_list = static_cast<Var*>(cell->raw);
   return cell;

@@ -9,8 +9,9 @@
 #include "frontend/state_object.h"
 #include "frontend/toolkit.h"
 #include "lib/lib_modules.h"
+#include "lib/streams.h"
+#include "macro/macro.h"
 #include "pages/pages.h"
-#include "term/terminal.h"
 
 namespace {
 
@@ -21,12 +22,10 @@ constexpr std::array<const ModuleRecord*, 6> kFrontEnd = {
 constexpr auto kModules = join_modules(kFrontEnd, kLibModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
-void setup() {}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  runtime_hooks().setup = setup;
-  runtime_hooks().open_terminal = open_terminal;
+  runtime_hooks().setup = init_macro;
+  runtime_hooks().close_files = close_streams;
   START_RUNTIME(argc, argv, {kFunctions.table(), kModules});
 }

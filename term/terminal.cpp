@@ -5,18 +5,12 @@
 #include <unistd.h>
 
 namespace tarnel {
-namespace {
-
-bool known = false;
-
-}  // namespace
-
-void open_terminal() {
-  int status = 0;
-  known = setupterm(nullptr, STDOUT_FILENO, &status) == OK && status == 1;
-}
 
 bool terminal_known() {
+  static const bool known = [] {
+    int status = 0;
+    return setupterm(nullptr, STDOUT_FILENO, &status) == OK && status == 1;
+  }();
   return known;
 }
 
