@@ -1,0 +1,189 @@
+#include "console/dot_commands.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "console/session.h"
+#include "core/errors.h"
+#include "core/modules.h"
+#include "core/output.h"
+#include "core/stacks.h"
+
+namespace tarnel {
+namespace {
+
+// A command gets the rest of its line, trimmed, and answers whether the session goes on.
+struct DotCommand {
+  std::string_view name;
+  std::string_view arguments;
+  std::string_view help;
+  bool (*run)(std::string_view arguments);
+};
+
+bool help(std::string_view name);
+bool quit(std::string_view);
+bool read(std::string_view name);
+bool set(std::string_view arguments);
+
+constexpr DotCommand kDotCommands[] = {
+    {"help", "[NAME]", "tells about the commands, or about a function or command", help},
+    {"quit", "", "ends the session", quit},
+    {"read", "FILE", "runs the lines of a file", read},
+    {"set", "[NAME [VALUE]]", "shows or changes settings", set},
+};
+
+// Settings by the number that set() knows them by; 0 is a named option of ov_set().
+struct SettingRow {
+  std::string_view name;
+  std::int32_t number;
+};
+constexpr SettingRow kSettings[] = {
+    {"exact", 1},      {"fixed", 2},      {"decimals", 3},  {"dateformat", 4},  {"epoch", 5},
+    {"path", 6},       {"default", 7},    {"exclusive", 8}, {"softseek", 9},    {"unique", 10},
+    {"deleted", 11},   {"century", 41},   {"autolock", 39}, {"multilocks", 40}, {"developer", 0},
+    {"lowerfiles", 0}, {"upperfiles", 0}, {"pathlower", 0}, {"pathupper", 0},
+};
+
+std::string lower(std::string_view text) {
+  std::string copy(text);
+  for (char& c : copy) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return copy;
+}
+
+std::string_view take_word(std::string_view& line) {
+  const std::size_t end = std::min(line.find_first_of(" \t"), line.size());
+  const std::string_view word = line.substr(0, end);
+  line.remove_prefix(end);
+  line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+  return word;
+}
+
+void write_line(std::string_view text) {
+  write_output(text);
+  write_output("\n");
+}
+
+void write_command(const DotCommand& command) {
+  std::string line = "  ." + std::string(command.name) + " " + std::string(command.arguments);
+  line.resize(std::max<std::size_t>(line.size() + 1, 26), ' ');
+  write_line(line += command.help);
+}
+
+void general_help() {
+  write_line("A line is an expression; its value is printed. NAME := VALUE makes a variable.");
+  write_line("Empty lines and lines that begin with # are skipped.");
+  write_line("");
+  for (const DotCommand& command : kDotCommands) write_command(command);
+  write_line("");
+  write_line("Try   upper(\"abc\") + \"!\"    {1, 2, 3}[2]    eval({|a, b| a + b}, 2, 3)");
+}
+
+// Usage of the functions that begin with the text; of one alone when the text is its whole name.
+bool function_help(const std::string& beginning) {
+  const FunctionTable& table = function_table();
+  const std::int32_t exact = FIND_FUNC(beginning);
+  bool found = false;
+  for (std::int32_t i = 1; i < table.count; ++i) {
+    const FunctionEntry& entry = table.entries[i];
+    const bool wanted =
+        exact > 0 ? i == exact : std::string_view(entry.name).starts_with(beginning);
+    if (!wanted || entry.usage == nullptr) continue;
+    write_line(entry.usage);
+    found = true;
+  }
+  return found;
+}
+
+bool help(std::string_view name) {
+  if (name.empty()) {
+    general_help();
+    return true;
+  }
+  if (name.front() == '.') name.remove_prefix(1);
+  const std::string wanted = lower(name.substr(0, name.find('(')));
+  bool found = false;
+  for (const DotCommand& command : kDotCommands) {
+    if (command.name != wanted) continue;
+    write_command(command);
+    found = true;
+  }
+  if (!function_help(wanted) && !found) complain("nothing is known of " + std::string(name));
+  return true;
+}
+
+bool quit(std::string_view) {
+  return false;
+}
+
+bool read(std::string_view name) {
+  if (!name.empty()) return run_file(std::string(name).c_str());
+  complain(".read needs the name of a file");
+  return true;
+}
+
+// Calls set() or ov_set(); without a value it only reads.
+Var* setting(const SettingRow& row, Var* value) {
+  const Callable function = lookup_function(row.number != 0 ? "set" : "ov_set");
+  if (function == nullptr) return nil_value();
+  Var* argv[] = {row.number != 0 ? TMP_INT(row.number) : TMP_TEXT(row.name), value};
+  return function(value != nullptr ? 2 : 1, argv);
+}
+
+void write_setting(const SettingRow& row) {
+  std::string line(row.name);
+  line.resize(12, ' ');
+  write_output(line);
+  Var* value = setting(row, nullptr);
+  if (value->type == 'L')
+    write_output(value->i != 0 ? "on" : "off");
+  else
+    write_value(value);
+  write_output("\n");
+}
+
+// on and off, or any expression.
+Var* setting_value(std::string_view text) {
+  const std::string word = lower(text);
+  if (word == "on" || word == "off") return logical(word == "on");
+  return evaluate_argument(text);
+}
+
+bool set(std::string_view arguments) {
+  const std::string name = lower(take_word(arguments));
+  bool found = name.empty();
+  for (const SettingRow& row : kSettings) {
+    if (!name.empty() && row.name != name) continue;
+    found = true;
+    if (arguments.empty())
+      write_setting(row);
+    else if (Var* value = setting_value(arguments); !is_error(value))
+      setting(row, value);
+  }
+  if (!found) complain("there is no setting " + name);
+  return true;
+}
+
+}  // namespace
+
+bool is_dot_line(std::string_view line) {
+  if (line.size() < 2 || line[0] != '.') return false;
+  std::size_t end = 1;
+  while (end < line.size() && std::isalpha(static_cast<unsigned char>(line[end])) != 0) ++end;
+  return end > 1 && (end == line.size() || line[end] == ' ' || line[end] == '\t');
+}
+
+bool run_dot_line(std::string_view line) {
+  const std::string name = lower(take_word(line));
+  for (const DotCommand& command : kDotCommands)
+    if (command.name == name) return command.run(line);
+  complain("unknown command ." + name + ", .help lists them");
+  return true;
+}
+
+void complete_command(std::string_view beginning, std::vector<std::string>& names) {
+  for (const DotCommand& command : kDotCommands)
+    if (std::string name = "." + std::string(command.name); name.starts_with(beginning))
+      names.push_back(std::move(name));
+}
+
+}  // namespace tarnel

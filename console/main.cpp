@@ -1,0 +1,74 @@
+// tnsh, the console of the runtime.
+#include <unistd.h>
+
+#include <cstdio>
+#include <vector>
+
+#include "console/line_editor.h"
+#include "console/session.h"
+#include "core/core_modules.h"
+#include "core/output.h"
+#include "core/runtime.h"
+#include "lib/lib_modules.h"
+#include "macro/evaluator.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::array kConsoleModules = {&kSessionModule};
+constexpr auto kModules = join_modules(kConsoleModules, kLibModules, kCoreModules);
+constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
+
+constexpr const char* kUsage =
+    "usage: tnsh [-e EXPR]... [FILE]\n"
+    "  -e EXPR  evaluates an expression and prints its value\n"
+    "  FILE     runs the lines of a file; without it and -e those of standard input\n";
+constexpr int kWrongUse = 2;
+
+struct CommandLine {
+  std::vector<const char*> expressions;
+  const char* file = nullptr;
+};
+
+[[noreturn]] void usage(int descriptor, int status) {
+  write_fully(descriptor, kUsage);
+  _exit(status);
+}
+
+CommandLine parse(int argc, char** argv) {
+  CommandLine line;
+  for (int option; (option = getopt(argc, argv, "e:h")) != -1;) {
+    if (option == 'h') usage(STDOUT_FILENO, 0);
+    if (option != 'e') usage(STDERR_FILENO, kWrongUse);
+    line.expressions.push_back(optarg);
+  }
+  if (optind < argc) line.file = argv[optind++];
+  if (optind < argc) usage(STDERR_FILENO, kWrongUse);
+  return line;
+}
+
+void run(const CommandLine& line) {
+  for (const char* expression : line.expressions)
+    if (!run_line(expression)) return;
+  if (line.file != nullptr)
+    run_file(line.file);
+  else if (!line.expressions.empty())
+    return;
+  else if (isatty(STDIN_FILENO) != 0)
+    run_interactive();
+  else
+    run_lines(stdin);
+}
+
+}  // namespace
+}  // namespace tarnel
+
+int main(int argc, char** argv) {
+  using namespace tarnel;
+  const CommandLine line = parse(argc, argv);
+  init_macro();
+  start_library({kFunctions.table(), kModules});
+  open_session();
+  run(line);
+  QUIT_RUN(session_status());
+}

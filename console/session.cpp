@@ -1,0 +1,183 @@
+#include "console/session.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "console/dot_commands.h"
+#include "core/classes.h"
+#include "core/error_object.h"
+#include "core/frame.h"
+#include "core/output.h"
+#include "core/runtime.h"
+#include "core/settings.h"
+#include "core/symbols.h"
+#include "lib/value_text.h"
+#include "macro/evaluator.h"
+
+namespace tarnel {
+namespace {
+
+constexpr int kDeepestRead = 16;  // files that read each other
+constexpr std::int32_t kDeveloperNotice = 902;
+
+struct SessionState {
+  Frame frame{};
+  std::int32_t line = 0;
+  int status = 0;
+  int reading = 0;
+} session;
+
+bool is_blank(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+std::string_view trimmed(std::string_view text) {
+  while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+std::size_t name_length(std::string_view text) {
+  std::size_t n = 0;
+  while (n < text.size() &&
+         (text[n] == '_' || std::isalnum(static_cast<unsigned char>(text[n])) != 0))
+    ++n;
+  return n != 0 && std::isdigit(static_cast<unsigned char>(text[0])) != 0 ? 0 : n;
+}
+
+// The name that a line assigns to, if it is one of the forms that may bring a name into being.
+std::string_view assigned_name(std::string_view line) {
+  const std::string_view name = line.substr(0, name_length(line));
+  line.remove_prefix(name.size());
+  while (!line.empty() && is_blank(line.front())) line.remove_prefix(1);
+  const bool assigns =
+      line.size() > 1 && line[1] == '=' && std::strchr(":+-*/", line[0]) != nullptr;
+  return assigns ? name : std::string_view();
+}
+
+// Makes a name known as an undefined variable; the assignment then gives it a private of the
+// session.
+void make_known(std::string_view name) {
+  if (name.empty() || FIND_SYMBOL(name) > 0) return;
+  const std::int32_t sym = ADD_SYMBOL(name);
+  if (sym > 0) symbol_var(sym)->sclass = 'U';
+}
+
+const char* severity_word(std::int32_t severity) {
+  switch (severity) {
+    case kWarning:
+      return "warning";
+    case kFatal:
+      return "fatal";
+    case kInternal:
+      return "internal";
+    default:
+      return "error";
+  }
+}
+
+std::int32_t integer_instance(Var* object, const char* name) {
+  Var* value = get_ivar(object, name);
+  return is_number_or_logical(value) ? integer_of(value) : 0;
+}
+
+// The error block. It returns, so the run goes on as the language says.
+Var* show_error(std::int32_t argc, Var** argv, Var**) {
+  Procedure p("tnsh", "cb_1_1_1", -1, argc);
+  Var* error = argc > 0 ? argv[0] : nil_value();
+  if (class_of(error) != &error_class()) return p.end();
+  const std::int32_t code = integer_instance(error, "gencode");
+  Var* description = get_ivar(error, "descriptio");
+  if ((code != kDeveloperNotice || settings().developer) && is_text(description))
+    complain(format_text("%s %d: ", severity_word(integer_instance(error, "severity")), code)
+                 .append(text_of(description)));
+  return p.end();
+}
+
+void run_expression(std::string_view line) {
+  make_known(assigned_name(line));
+  write_value(EXP_EVAL(line));
+  write_output("\n");
+}
+
+}  // namespace
+
+void open_session() {
+  BEGIN_PROC(&session.frame, "tnsh", "tnsh", 0, 0);
+  Var* block[] = {TMP_BLOCK(show_error)};
+  errorblock(1, block);
+  POP_TEMPS(session.frame.temp_mark);
+}
+
+bool run_line(std::string_view line) {
+  line = trimmed(line);
+  session.frame.line = ++session.line;
+  if (line.empty() || line.front() == '#') return true;
+  bool goes_on = true;
+  if (is_dot_line(line))
+    goes_on = run_dot_line(line.substr(1));
+  else
+    run_expression(line);
+  POP_TEMPS(session.frame.temp_mark);
+  return goes_on;
+}
+
+bool run_lines(std::FILE* stream) {
+  char* line = nullptr;
+  std::size_t room = 0;
+  bool goes_on = true;
+  for (ssize_t n; goes_on && (n = getline(&line, &room, stream)) >= 0;)
+    goes_on = run_line({line, static_cast<std::size_t>(n)});
+  std::free(line);
+  return goes_on;
+}
+
+bool run_file(const char* name) {
+  if (session.reading >= kDeepestRead) {
+    complain(std::string(name) + ": files read each other too deeply");
+    return true;
+  }
+  std::FILE* stream = std::fopen(name, "re");
+  if (stream == nullptr) {
+    complain(std::string(name) + ": " + std::strerror(errno));
+    return true;
+  }
+  ++session.reading;
+  const std::int32_t outer_line = session.line;
+  session.line = 0;
+  const bool goes_on = run_lines(stream);
+  if (std::ferror(stream) != 0) complain(std::string(name) + ": " + std::strerror(errno));
+  std::fclose(stream);
+  session.line = outer_line;
+  --session.reading;
+  return goes_on;
+}
+
+Var* evaluate_argument(std::string_view expression) {
+  return EXP_EVAL(expression);
+}
+
+void write_value(const Var* value) {
+  NumberBuffer buffer;
+  write_output(varToText(value, buffer));
+}
+
+void complain(std::string_view text) {
+  session.status = 1;
+  flush_output();
+  write_fully(STDERR_FILENO, std::string(text) + "\n");
+}
+
+int session_status() {
+  return session.status;
+}
+
+Var* session_quit(std::int32_t argc, Var** argv) {
+  QUIT_RUN(arg_is(argc, argv, 0, "INF") ? integer_of(argv[0]) & 255 : session.status);
+}
+
+}  // namespace tarnel

@@ -1,0 +1,25 @@
+// Evaluation of expressions held as text. There is no stored form: parsing a text is evaluating it,
+// and a code block written in text is parsed again on each run.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "core/var.h"
+
+namespace tarnel {
+
+// The value of an expression: a cell of the temporary stack (temps +1), a constant, or the variable
+// or element that the text names. The text is expanded first. Errors: 407 for a null text, 319 when
+// the expansion fails, 309 for a syntax error or too deep a nesting, 307, 308, 320, 337 and 342 for
+// what its names mean, and those of the operators; the result is then the error value.
+Var* EXP_EVAL(std::string_view text);
+
+// Runs a text block; argv[0] is the block, the arguments stand behind it.
+Var* EVAL_BLOCK(std::int32_t argc, Var** argv);
+
+// Gives the evaluator and the expander to the core. To be called once, from main's own depth of the
+// stack, before the first evaluation.
+void init_macro();
+
+}  // namespace tarnel
