@@ -1,4 +1,5 @@
-// Integers as they stand in files: little-endian at any alignment. No struct is ever laid over a file.
+// Integers as they stand in files: little-endian at any alignment. No struct is ever laid over a
+// file.
 #pragma once
 
 #include <cstdint>

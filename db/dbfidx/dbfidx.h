@@ -33,7 +33,7 @@ constexpr std::size_t kPathLimit = 250;  // longest path of a table, an order or
 enum TableFlag : std::uint8_t {
   kOpen = 1,
   kClosed = 2,
-  kInternal = 8,  // registers no alias and no field cells
+  kInternalOpen = 8,  // registers no alias and no field cells
   kReadOnly = 16,
   kExclusive = 32,
   kFileLocked = 64,
@@ -71,28 +71,8 @@ class LockList {
   std::int32_t count_ = 0;
 };
 
-// The driver's private record: everything it knows of one table. It belongs to the driver object
-// and lives as long as that; close resets it to the state of a fresh one.
-struct DbfIdx {
-  explicit DbfIdx(Var* server);
-  ~DbfIdx();
-  DbfIdx(const DbfIdx&) = delete;
-  DbfIdx& operator=(const DbfIdx&) = delete;
-
- private:
-  Var* cells_[kCursorCells - 1];  // a reference to each cell of the cursor
-
- public:
-  Var* const object;  // the driver object; not counted, it owns this record
-
-  // The cursor. These words are the contents of the object's cells.
-  std::int32_t& bofFlag;
-  std::int32_t& eofFlag;
-  std::int32_t& orderCount;
-  std::int32_t& lastRec;  // records, as last read from the header
-  std::int32_t& currentOrder;
-  std::int32_t& recNo;
-
+// What the driver knows of an open table; close puts back these defaults.
+struct OpenTable {
   // Set by init, constant until close.
   std::string fileName;
   std::uint8_t flags = kClosed;  // TableFlag; kFileLocked is changed by locks.cpp
@@ -105,27 +85,30 @@ struct DbfIdx {
   std::uint64_t device = 0, inode = 0;
   std::vector<std::uint8_t> header;  // as in the file, but see kFieldOffset
   std::vector<dbf::Field> fields;
-  std::vector<Var*> fieldCells;  // empty for an internal open
+  std::vector<Var*> fieldCells;            // empty for an internal open
+  std::vector<std::int32_t> fieldSymbols;  // the Symbol under which each cell is listed, -1 none
   WorkArea* area = nullptr;
+  std::string aliasName;
 
   // The record buffer. `record` has a NUL behind its recordSize bytes.
   std::vector<std::uint8_t> record;
   std::vector<std::uint8_t> backup;      // the record before its first change; empty until needed
   std::vector<std::uint8_t> fieldFresh;  // the field's cell holds the value of the buffered record
   std::int32_t bufferedRec = 0;          // record in `record`, 0 none
-  std::int32_t prefetchedRec =
-      0;               // record in `record` that counts as buffered only once it is asked for
-  bool dirty = false;  // the buffer differs from the file
+  std::int32_t prefetchedRec = 0;  // record in `record` that counts as buffered only once asked for
+  bool dirty = false;              // the buffer differs from the file
   bool found = false;
+  bool appended = false;     // in exclusive use, since it was opened
+  bool headerFresh = false;  // the header was read under the internal lock now held
   std::uint8_t pendingChanges = 0;
   RecordWindow window;  // exclusive use: records read ahead or not yet written
 
   // Locks; changed only in locks.cpp.
   LockList lockList;
   int readLocks = 0, writeLocks = 0;
-  DbfIdx* ring = this;  // next area with the same file, itself when alone
-  std::int32_t concurrency = 1;
+  DbfIdx* ring = nullptr;  // next area with the same file, itself when alone
   DbfIdx* nextOpen = nullptr;
+  std::int32_t concurrency = 1;
 
   // Orders, entries 1 to 16 in use; changed only in the files of the orders.
   IndexControl* orders[kMaxOrders + 1] = {};
@@ -144,17 +127,40 @@ struct DbfIdx {
   Var *locateBlock = nullptr, *filterText = nullptr, *filterBlock = nullptr;
   Var *forBlock = nullptr, *whileBlock = nullptr;
   std::int32_t scopeNext = -1;
-
-  std::string dbfExt = ".dbf", dbtExt = ".dbt", idxExt = ".idx";
-  std::string aliasName;
   char delimiter[2] = {'"', '\0'};
-  Var* errorTemplate = nullptr;
 
   bool is(TableFlag flag) const { return (flags & flag) != 0; }
   bool isOpen() const { return is(kOpen); }
   bool exclusive() const { return is(kExclusive); }
   bool readOnly() const { return is(kReadOnly); }
   bool hasMemo() const { return dbtFd > 0; }
+};
+
+// The driver's private record. It belongs to a driver object and lives as long as that.
+struct DbfIdx : OpenTable {
+  explicit DbfIdx(Var* server);
+  ~DbfIdx();
+  DbfIdx(const DbfIdx&) = delete;
+  DbfIdx& operator=(const DbfIdx&) = delete;
+  // Puts back the state of a closed table.
+  void reset();
+
+ private:
+  Var* cells_[kCursorCells - 1];  // a reference to each cell of the cursor
+
+ public:
+  Var* const object;  // the driver object; not counted, it owns this record
+
+  // The cursor. These words are the contents of the object's cells.
+  std::int32_t& bofFlag;
+  std::int32_t& eofFlag;
+  std::int32_t& orderCount;
+  std::int32_t& lastRec;  // records, as last read from the header
+  std::int32_t& currentOrder;
+  std::int32_t& recNo;
+
+  std::string dbfExt = ".dbf", dbtExt = ".dbt", idxExt = ".idx";
+  Var* errorTemplate = nullptr;
 };
 
 // The private record of a driver object, made at the first call. REQUIRES: object is of class
@@ -205,8 +211,11 @@ std::uint8_t change_counter(DbfIdx& dbf, int op);
 bool append_record(DbfIdx& dbf, bool release_locks);
 // What the method commit does, without its result: writes, re-reads, brings the header up to date.
 void commit_table(DbfIdx& dbf);
-// The delete mark of the buffered record; fetches the record when the cursor moved.
+// The delete mark of the record under the cursor, which is fetched, and of the buffered one.
 bool record_deleted(DbfIdx& dbf);
+inline bool marked_deleted(const DbfIdx& dbf) {
+  return !dbf.record.empty() && dbf.record.front() == dbf::kDeletedMark;
+}
 
 // --- Fields (fields.cpp)
 // The value of field i (from 0) of the record under the cursor, in its cell. Errors 204, 301.
@@ -226,11 +235,16 @@ void go_bottom(DbfIdx& dbf);
 std::int32_t skip_records(DbfIdx& dbf, std::int32_t n);
 // Does the record under the cursor pass SET DELETED and the filter?
 bool visible(DbfIdx& dbf);
+// The method seek: the first visible record whose key equals the value in the controlling order. A
+// null value is error 902. The found flag.
+bool seek_record(DbfIdx& dbf, Var* value, bool soft);
+bool seek_by_block(DbfIdx& dbf, Var* block);
 
 // --- Locks (locks.cpp)
 // The internal lock, shared and exclusive, nesting; off for an exclusive table. Error 327.
-void readLock(DbfIdx& dbf);
-void writeLock(DbfIdx& dbf);
+// False when it could not be placed.
+bool readLock(DbfIdx& dbf);
+bool writeLock(DbfIdx& dbf);
 void unlockInternal(DbfIdx& dbf);
 int lockRecord(DbfIdx& dbf, std::int32_t n);    // 0 held, -1 refused; does not wait
 int unlockRecord(DbfIdx& dbf, std::int32_t n);  // 0 released or not held, -1 failed
@@ -251,30 +265,53 @@ constexpr std::int64_t kDbfTop = 0x7FFFFFFF, kIdxTop = 1033;
 int claimShared(int fd, std::int64_t top);
 int claimExclusive(int fd, std::int64_t top);
 int holders(int fd, std::int64_t top);
+// The claim on a table in the scheme it uses.
+bool claim_table(DbfIdx& dbf, bool exclusive);
+int other_holders(const DbfIdx& dbf);
 
-// The internal lock as a guard; shared unless `exclusive`.
+// The internal lock as a guard.
+enum class LockMode : bool { kShared, kExclusive };
 class InternalLock {
  public:
-  InternalLock(DbfIdx& dbf, bool exclusive) : dbf_(dbf) {
-    exclusive ? writeLock(dbf) : readLock(dbf);
-  }
+  InternalLock(DbfIdx& dbf, LockMode mode)
+      : dbf_(dbf), held_(mode == LockMode::kExclusive ? writeLock(dbf) : readLock(dbf)) {}
   ~InternalLock() {
-    if (dbf_.isOpen()) unlockInternal(dbf_);
+    if (held_ && dbf_.isOpen()) unlockInternal(dbf_);
   }
   InternalLock(const InternalLock&) = delete;
   InternalLock& operator=(const InternalLock&) = delete;
 
+  bool held() const { return held_; }
+
  private:
   DbfIdx& dbf_;
+  const bool held_;
 };
 
+// The lock of an operation that writes only what is pending. A shared lock is never made exclusive
+// on the way: two processes that try it at once would wait for each other.
+inline LockMode lock_mode(const DbfIdx& dbf) {
+  return dbf.dirty || dbf.pendingChanges != 0 ? LockMode::kExclusive : LockMode::kShared;
+}
+
 // --- Opening and closing (open_close.cpp)
+struct OpenRequest {
+  std::string_view file;
+  bool exclusive = true;
+  bool read_only = false;
+  bool internal = false;  // registers no alias and no field cells
+};
+// Opens a table; false, with neterr set and the record closed, after errors 101, 103, 326, 327.
+bool open_table(DbfIdx& dbf, const OpenRequest& request);
+// Does nothing on a closed table.
 void close_table(DbfIdx& dbf);
-// The system's sync, at most every 10 seconds and only after a write.
-void sync_now_and_then();
+// Creates a table over a file of that name or anew; the record must be closed. `rows` is an array
+// of {name, type, length, decimals}, `mode` a number whose decimal digits are octal ones, or null.
+// False after errors 104, 105, 312, 313, 317, 320, 322; a file made on the way is removed again.
+bool create_table(DbfIdx& dbf, std::string_view file, const Var* rows, const Var* mode);
 // The mode bits of a new file: those of the system's creation mask.
 unsigned default_file_mode();
-// `name` with the extension when it has none, as an absolute path of at most 250 characters.
+// `name` with the extension when it has none, as an absolute path; empty when over 250 characters.
 std::string full_table_path(std::string_view name, std::string_view extension);
 
 // --- Descriptors (descriptors.cpp): a file is opened once for each open mode and stays open while

@@ -15,11 +15,12 @@ class RecordWindow {
  public:
   // Copies record n into `to`. False on a read error or a record that the file does not have.
   bool read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to);
-  // Stores record n, n at most one above those stored so far. False on a write error.
+  // Stores record n, one that there is, or a new one behind all others. False on a write error.
   bool write(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from);
-  // Writes what is held back. False on a write error; what could not be written is then forgotten,
-  // and `kept` tells the last record that the file has.
-  bool flush(DbfIdx& dbf, std::int32_t* kept = nullptr);
+  bool append(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from);
+  // Writes what is held back. On a write error those records are lost: the result is false, and
+  // lastRec counts what the file has.
+  bool flush(DbfIdx& dbf);
   void reset();
 
  private:

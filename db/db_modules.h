@@ -1,0 +1,22 @@
+// The modules of the table engine, in link order.
+#pragma once
+
+#include <array>
+
+#include "core/modules.h"
+#include "db/autolock.h"
+#include "db/dataserver.h"
+#include "db/front.h"
+
+namespace tarnel {
+
+Var* dbfidxnew(std::int32_t argc, Var** argv);
+inline constexpr FunctionEntry kDbfidxBuiltins[] = {
+    {"dbfidxnew", dbfidxnew,
+     "dbfidxnew([cFile], [lShared], [lReadOnly]) -> oServer: a driver object for .dbf tables"}};
+inline constexpr ModuleRecord kDbfidxModule{.name = "dbfidx", .functions = kDbfidxBuiltins};
+
+inline constexpr std::array<const ModuleRecord*, 4> kDbModules = {&kFrontModule, &kRegistryModule,
+                                                                  &kDbfidxModule, &kAutolockModule};
+
+}  // namespace tarnel

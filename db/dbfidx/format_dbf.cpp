@@ -1,0 +1,209 @@
+#include "db/dbfidx/format_dbf.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include "db/codec.h"
+
+namespace tarnel::dbf {
+namespace {
+
+enum Offset : std::size_t {
+  kVersionAt = 0,
+  kDateAt = 1,
+  kCountAt = 4,
+  kHeaderSizeAt = 8,
+  kRecordSizeAt = 10,
+  kCounterAt = 31,
+  kTypeAt = 11,
+  kLengthAt = 16,
+  kDecimalsAt = 17,
+};
+
+// Room for any double in fixed notation with 255 decimals, and for a width of 255.
+constexpr std::size_t kNumberRoom = 640;
+
+// Right-aligned in the field. REQUIRES: the digits fit.
+void put_right(std::uint8_t* at, int length, std::string_view digits) {
+  const auto room = static_cast<std::size_t>(length);
+  std::memset(at, ' ', room - digits.size());
+  std::memcpy(at + room - digits.size(), digits.data(), digits.size());
+}
+
+std::string_view general(char* buffer, double value, int precision) {
+  // A negative precision means the customary six, 0 counts as one.
+  const auto [end, code] =
+      std::to_chars(buffer, buffer + kNumberRoom, value, std::chars_format::general,
+                    precision < 0 ? 6 : std::max(precision, 1));
+  static_cast<void>(code);
+  return {buffer, static_cast<std::size_t>(end - buffer)};
+}
+
+bool is_blank(std::uint8_t c) {
+  return c == ' ' || c == '\t';
+}
+
+}  // namespace
+
+std::uint8_t version(const std::uint8_t* header) {
+  return header[kVersionAt];
+}
+std::uint32_t record_count(const std::uint8_t* header) {
+  return get_u32le(header + kCountAt);
+}
+std::uint16_t header_size(const std::uint8_t* header) {
+  return get_u16le(header + kHeaderSizeAt);
+}
+std::uint16_t record_size(const std::uint8_t* header) {
+  return get_u16le(header + kRecordSizeAt);
+}
+std::uint8_t change_counter(const std::uint8_t* header) {
+  return header[kCounterAt];
+}
+Date last_update(const std::uint8_t* header) {
+  return {kYearBase + header[kDateAt], header[kDateAt + 1], header[kDateAt + 2]};
+}
+
+void set_version(std::uint8_t* header, bool memo) {
+  header[kVersionAt] = static_cast<std::uint8_t>(memo ? kVersion | kMemoBit : kVersion);
+}
+void set_record_count(std::uint8_t* header, std::uint32_t count) {
+  put_u32le(header + kCountAt, count);
+}
+void set_change_counter(std::uint8_t* header, std::uint8_t counter) {
+  header[kCounterAt] = counter;
+}
+void set_last_update(std::uint8_t* header, Date date) {
+  header[kDateAt] = static_cast<std::uint8_t>(date.year - kYearBase);
+  header[kDateAt + 1] = static_cast<std::uint8_t>(date.month);
+  header[kDateAt + 2] = static_cast<std::uint8_t>(date.day);
+}
+
+bool read_fields(std::span<std::uint8_t> header, std::vector<Field>& fields) {
+  fields.clear();
+  const std::size_t count = (header.size() - kHeaderPrefix) / kDescriptorSize;
+  std::uint32_t offset = 1;
+  for (std::size_t i = 0; i < count; ++i) {
+    std::uint8_t* d = header.data() + kHeaderPrefix + i * kDescriptorSize;
+    Field field{};
+    std::memcpy(field.name, d, kNameField);
+    field.type = static_cast<char>(d[kTypeAt]);
+    field.length_byte = d[kLengthAt];
+    field.decimals = d[kDecimalsAt];
+    field.length = field.type == 'C' ? get_u16le(d + kLengthAt) : d[kLengthAt];
+    if (offset + field.length > record_size(header.data())) return false;
+    field.offset = static_cast<std::uint16_t>(offset);
+    put_u32le(d + kFieldOffset, offset);
+    offset += field.length;
+    fields.push_back(field);
+  }
+  return true;
+}
+
+int stored_length(char type, int length) {
+  switch (type) {
+    case 'D':
+      return kDateLength;
+    case 'L':
+      return 1;
+    case 'M':
+      return kMemoLength;
+    default:
+      return length;
+  }
+}
+
+std::vector<std::uint8_t> new_header(std::span<const Field> fields, Date today) {
+  const std::size_t size = kHeaderPrefix + fields.size() * kDescriptorSize + 1;
+  std::vector<std::uint8_t> header(size, 0);
+  std::uint32_t record = 1;
+  bool memo = false;
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const Field& field = fields[i];
+    std::uint8_t* d = header.data() + kHeaderPrefix + i * kDescriptorSize;
+    std::memcpy(d, field.name, strnlen(field.name, kNameField));
+    d[kTypeAt] = static_cast<std::uint8_t>(field.type);
+    if (field.type == 'C') {
+      put_u16le(d + kLengthAt, field.length);
+    } else {
+      d[kLengthAt] = static_cast<std::uint8_t>(field.length);
+      d[kDecimalsAt] = field.decimals;
+    }
+    record += field.length;
+    memo |= field.type == 'M';
+  }
+  header.back() = kEndMark;
+  set_version(header.data(), memo);
+  set_last_update(header.data(), today);
+  put_u16le(header.data() + kHeaderSizeAt, static_cast<std::uint16_t>(size));
+  put_u16le(header.data() + kRecordSizeAt, static_cast<std::uint16_t>(record));
+  set_change_counter(header.data(), 1);
+  return header;
+}
+
+double parse_number(const std::uint8_t* at, int length) {
+  const auto* text = reinterpret_cast<const char*>(at);
+  const char* end = text + length;
+  while (text < end && (is_blank(static_cast<std::uint8_t>(*text)) || *text == '+')) ++text;
+  const char* digits = text < end && *text == '-' ? text + 1 : text;
+  if (digits == end || (*digits != '.' && (*digits < '0' || *digits > '9'))) return 0;
+  double value = 0;
+  const auto [rest, code] = std::from_chars(text, end, value);
+  // from_chars leaves the value alone when it is out of range; the rule is the nearest bound.
+  if (code == std::errc::result_out_of_range)
+    return std::strtod(std::string(text, rest).c_str(), nullptr);
+  return code == std::errc::invalid_argument ? 0 : value;
+}
+
+std::int64_t parse_block(const std::uint8_t* at, int length) {
+  const auto* text = reinterpret_cast<const char*>(at);
+  const char* end = text + length;
+  while (text < end && is_blank(static_cast<std::uint8_t>(*text))) ++text;
+  std::int64_t block = 0;
+  std::from_chars(text, end, block);
+  return block;
+}
+
+void put_text(std::uint8_t* at, int length, std::string_view text) {
+  const std::size_t n = std::min(text.size(), static_cast<std::size_t>(length));
+  if (n > 0) std::memmove(at, text.data(), n);  // a field may be copied onto itself
+  std::memset(at + n, ' ', static_cast<std::size_t>(length) - n);
+}
+
+bool put_fixed(std::uint8_t* at, int length, int decimals, double value) {
+  char digits[kNumberRoom];
+  const auto [end, code] =
+      std::to_chars(digits, digits + kNumberRoom, value, std::chars_format::fixed, decimals);
+  const std::string_view text(digits, static_cast<std::size_t>(end - digits));
+  if (code != std::errc{} || !std::isfinite(value) ||
+      text.size() > static_cast<std::size_t>(length)) {
+    put_text(at, length, {});
+    return false;
+  }
+  put_right(at, length, text);
+  return true;
+}
+
+void put_float(std::uint8_t* at, int length, double value) {
+  char digits[kNumberRoom];
+  std::string_view text = general(digits, value, length);
+  if (text.size() > static_cast<std::size_t>(length))
+    text = general(digits, value, 2 * length - static_cast<int>(text.size()));
+  put_right(at, length, text.substr(0, static_cast<std::size_t>(length)));
+}
+
+void put_logical(std::uint8_t* at, int length, bool value) {
+  if (length > 0) put_text(at, length, value ? "T" : "F");
+}
+
+void put_block(std::uint8_t* at, int length, std::uint32_t block) {
+  char digits[16];
+  const auto end = std::to_chars(digits, digits + sizeof digits, block).ptr;
+  const auto n = static_cast<std::size_t>(end - digits);
+  put_right(at, length, {digits, std::min(n, static_cast<std::size_t>(length))});
+}
+
+}  // namespace tarnel::dbf

@@ -1,0 +1,319 @@
+// Four kinds of lock on a table: the claim for the time it is open, the internal lock that brackets
+// one operation, record locks, and the file lock. All are POSIX range locks that other processes
+// see; among the areas of this process, which the system lets pass, the ring of same-file areas
+// decides.
+//
+// The byte ranges are shared with every running process and therefore frozen:
+//
+//   0, 1                          internal lock                        B + 6 ... B + 1023  claim
+//   slots 32, 0x7FFFF7D6 bytes          file lock                            B ... B + 1030
+//   exclusive claim a record's own bytes          record lock                          B its guard
+//   byte
+//
+// with B = 0x7FFFFBF6 in a .dbf and 0 in an .idx. The lock40comp scheme has for a .dbf instead
+//
+//   0x3FFFF7FF ... 0x3FFFFBFE     claim slots; all of them: exclusive claim
+//   0x3FFFFC00                    gate of the internal lock
+//   0x3FFFFC01 ... 0x3FFFFFFF     reader slots of the internal lock
+#include <algorithm>
+
+#include "core/runtime.h"
+#include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/table_errors.h"
+#include "db/file_ops.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::int64_t kClaimSpan = 1033;  // from B to the top
+constexpr std::int64_t kClaimLength = 1031, kFirstSlot = 6, kSlotsEnd = 1024;
+static_assert(kDbfTop - kClaimSpan == 0x7FFFFBF6 && kIdxTop - kClaimSpan == 0);
+static_assert(kDbfTop - kClaimSpan + kClaimLength <= 0x7FFFFFFF, "must fit a 32-bit offset");
+
+constexpr std::int64_t kInternalAt = 0, kInternalLength = 2;
+constexpr std::int64_t kFileLockAt = 32, kFileLockLength = 0x7FFFF7D6;
+
+constexpr std::int64_t kClaim40At = 0x3FFFF7FF, kClaim40Length = 1024;
+constexpr std::int64_t kGate40 = 0x3FFFFC00, kReader40 = 0x3FFFFC01, kReader40End = 0x40000000;
+
+constexpr std::int32_t kListStep = 16;
+
+// Holds the range with a shared lock if nobody else has a lock in it.
+bool hold_probe(int fd, std::int64_t start, std::int64_t length) {
+  if (!lock_range(fd, F_RDLCK, start, length)) return false;
+  if (range_is_free(fd, start, length)) return true;
+  lock_range(fd, F_UNLCK, start, length);
+  return false;
+}
+
+short lock_type(const DbfIdx& dbf) {
+  return dbf.readOnly() ? F_RDLCK : F_WRLCK;
+}
+
+bool wait_for(int fd, short type, std::int64_t start, std::int64_t length) {
+  return lock_range(fd, type, start, length, LockWait::kYes);
+}
+
+bool place_default(DbfIdx& dbf, short type) {
+  if (!wait_for(dbf.dbfFd, type, kInternalAt, 1)) return false;
+  if (wait_for(dbf.dbfFd, type, kInternalAt + 1, 1)) return true;
+  lock_range(dbf.dbfFd, F_UNLCK, kInternalAt, 1);
+  return false;
+}
+
+bool place_read_40(DbfIdx& dbf) {
+  const short type = lock_type(dbf);
+  if (!wait_for(dbf.dbfFd, type, kGate40, 1)) return false;
+  // The slots turn round as often as it takes: readers leave theirs without passing the gate.
+  for (std::int64_t slot = kReader40; !lock_range(dbf.dbfFd, type, slot, 1);)
+    if (++slot == kReader40End) slot = kReader40;
+  return lock_range(dbf.dbfFd, F_UNLCK, kGate40, 1);
+}
+
+// The internal locks of this process on one file are one lock to the system, whichever area placed
+// them: what another area of the ring holds need not be placed and must not be given back.
+enum class Held : std::uint8_t { kNothing, kRead, kWrite };
+Held held_by_ring(const DbfIdx& dbf) {
+  Held held = Held::kNothing;
+  for (const DbfIdx* other = dbf.ring; other != &dbf; other = other->ring) {
+    if (other->writeLocks > 0) return Held::kWrite;
+    if (other->readLocks > 0) held = Held::kRead;
+  }
+  return held;
+}
+
+bool place_internal(DbfIdx& dbf, bool write) {
+  const Held held = held_by_ring(dbf);
+  if (held == Held::kWrite || (held == Held::kRead && !write)) return true;
+  if (dbf.lock40 && write) return wait_for(dbf.dbfFd, lock_type(dbf), kGate40, 0);
+  if (dbf.lock40) return place_read_40(dbf);
+  return place_default(dbf, write ? lock_type(dbf) : F_RDLCK);
+}
+
+bool release_internal(const DbfIdx& dbf) {
+  return dbf.lock40 ? lock_range(dbf.dbfFd, F_UNLCK, kGate40, 0)
+                    : lock_range(dbf.dbfFd, F_UNLCK, kInternalAt, kInternalLength);
+}
+
+bool give_back_internal(DbfIdx& dbf, bool write) {
+  const Held held = held_by_ring(dbf);
+  if (held == Held::kNothing) return release_internal(dbf);
+  if (held == Held::kWrite || !write) return true;
+  if (!dbf.lock40) return place_default(dbf, F_RDLCK);
+  return release_internal(dbf) && place_read_40(dbf);
+}
+
+bool set_record_lock(DbfIdx& dbf, std::int32_t n, short type) {
+  return lock_range(dbf.dbfFd, type, dbf::record_offset(dbf.headerSize, dbf.recordSize, n),
+                    dbf.recordSize);
+}
+
+bool conflicts(const DbfIdx& other, int mode, std::int32_t n) {
+  switch (mode) {
+    case 1:
+      return other.is(kFileLocked) || other.exclusive() || other.lockList.holds(n);
+    case 2:
+      return other.is(kFileLocked) || other.exclusive() || other.lockList.count() > 0;
+    case 3:
+      return other.exclusive();
+    default:
+      return true;
+  }
+}
+
+}  // namespace
+
+// --- The claim.
+
+int claimShared(int fd, std::int64_t top) {
+  const std::int64_t base = top - kClaimSpan;
+  if (!hold_probe(fd, base, 1)) return -1;
+  lock_range(fd, F_UNLCK, base, 1);
+  for (std::int64_t slot = base + kFirstSlot; slot < base + kSlotsEnd; ++slot)
+    if (hold_probe(fd, slot, 1)) return 0;
+  return -1;
+}
+
+int claimExclusive(int fd, std::int64_t top) {
+  return hold_probe(fd, top - kClaimSpan, kClaimLength) ? 0 : -1;
+}
+
+int holders(int fd, std::int64_t top) {
+  const std::int64_t base = top - kClaimSpan;
+  if (!range_is_free(fd, base, 1)) return 1;
+  int count = 0;
+  for (std::int64_t at = base; at <= top - 3; ++at) count += range_is_free(fd, at, 1) ? 0 : 1;
+  return count;
+}
+
+bool claim_table(DbfIdx& dbf, bool exclusive) {
+  if (!dbf.lock40)
+    return (exclusive ? claimExclusive(dbf.dbfFd, kDbfTop) : claimShared(dbf.dbfFd, kDbfTop)) == 0;
+  const short type = lock_type(dbf);
+  if (exclusive) return lock_range(dbf.dbfFd, type, kClaim40At, kClaim40Length);
+  for (std::int64_t slot = kClaim40At; slot < kClaim40At + kClaim40Length; ++slot)
+    if (lock_range(dbf.dbfFd, type, slot, 1)) return true;
+  return false;
+}
+
+int other_holders(const DbfIdx& dbf) {
+  if (!dbf.isOpen()) return -1;
+  if (!dbf.lock40) return holders(dbf.dbfFd, kDbfTop);
+  int count = 0;
+  for (std::int64_t slot = kClaim40At; slot < kClaim40At + kClaim40Length; ++slot)
+    count += range_is_free(dbf.dbfFd, slot, 1) ? 0 : 1;
+  return count;
+}
+
+// --- The internal lock.
+
+bool readLock(DbfIdx& dbf) {
+  if (dbf.exclusive()) return true;
+  if (dbf.writeLocks > 0) {
+    ++dbf.writeLocks;
+  } else if (dbf.readLocks > 0 || place_internal(dbf, false)) {
+    ++dbf.readLocks;
+  } else {
+    dxerror(dbf, TableError::kInternalReadLock);
+    return false;
+  }
+  return true;
+}
+
+bool writeLock(DbfIdx& dbf) {
+  if (dbf.exclusive()) return true;
+  if (dbf.writeLocks > 0) {
+    ++dbf.writeLocks;
+    return true;
+  }
+  if (!place_internal(dbf, true)) {
+    dxerror(dbf, dbf.lock40 ? TableError::kInternalWriteLock40 : TableError::kInternalWriteLock);
+    return false;
+  }
+  HOLD_INTERRUPT();
+  dbf.writeLocks = dbf.readLocks + 1;
+  dbf.readLocks = 0;
+  return true;
+}
+
+void unlockInternal(DbfIdx& dbf) {
+  if (dbf.exclusive() || (dbf.readLocks == 0 && dbf.writeLocks == 0)) return;
+  int& count = dbf.readLocks > 0 ? dbf.readLocks : dbf.writeLocks;
+  const bool write = dbf.writeLocks > 0;
+  if (--count > 0) return;
+  dbf.headerFresh = false;
+  const bool released = give_back_internal(dbf, write);
+  if (write) RELEASE_INTERRUPT();
+  if (!released) dxerror(dbf, TableError::kInternalUnlock);
+}
+
+// --- Record and file locks.
+
+bool holds_record(const DbfIdx& dbf, std::int32_t n) {
+  return dbf.exclusive() || dbf.is(kFileLocked) || dbf.lockList.holds(n);
+}
+
+int lockRecord(DbfIdx& dbf, std::int32_t n) {
+  if (!dbf.isOpen() || n < 1 || ringCheck(dbf, 1, n) == 0 || dbf.is(kFileLocked)) return -1;
+  if (dbf.lockList.holds(n)) return 0;
+  if (!set_record_lock(dbf, n, lock_type(dbf))) return -1;
+  dbf.lockList.insert(n);
+  return 0;
+}
+
+int unlockRecord(DbfIdx& dbf, std::int32_t n) {
+  if (!dbf.isOpen() || dbf.is(kFileLocked)) return -1;
+  if (!dbf.lockList.holds(n)) return 0;
+  dbf.lockList.remove(n);
+  if (dbf.prefetchedRec == n) dbf.prefetchedRec = 0;
+  return set_record_lock(dbf, n, F_UNLCK) ? 0 : -1;
+}
+
+int lockFile(DbfIdx& dbf) {
+  if (!dbf.isOpen() || dbf.is(kFileLocked) || ringCheck(dbf, 2) == 0) return -1;
+  if (!lock_range(dbf.dbfFd, lock_type(dbf), kFileLockAt, kFileLockLength)) return -1;
+  dbf.flags |= kFileLocked;
+  return 0;
+}
+
+int unlockAll(DbfIdx& dbf) {
+  dbf.prefetchedRec = 0;
+  if (dbf.is(kFileLocked)) {
+    dbf.flags &= static_cast<std::uint8_t>(~kFileLocked);
+    if (dbf.exclusive()) return 0;
+    return lock_range(dbf.dbfFd, F_UNLCK, kFileLockAt, kFileLockLength) ? 0 : -1;
+  }
+  int result = 0;
+  for (std::int32_t i = dbf.lockList.count(); i > 0; --i)
+    if (unlockRecord(dbf, dbf.lockList.at(i - 1)) != 0) result = -1;
+  return result;
+}
+
+// --- Areas of this process on the same file.
+
+int ringCheck(DbfIdx& dbf, int mode, std::int32_t n) {
+  if (dbf.ring == &dbf) return 1;
+  for (const DbfIdx* other = dbf.ring; other != &dbf; other = other->ring)
+    if (conflicts(*other, mode, n)) return 0;
+  if (mode == 3) dxerror(dbf, TableError::kMultiplyOpened, {dbf.fileName});
+  return 2;
+}
+
+void join_ring(DbfIdx& dbf) {
+  for (DbfIdx* other = open_tables(); other != nullptr; other = other->nextOpen) {
+    if (other->device != dbf.device || other->inode != dbf.inode) continue;
+    dbf.ring = other->ring;
+    other->ring = &dbf;
+    break;
+  }
+  dbf.nextOpen = open_tables();
+  open_tables() = &dbf;
+}
+
+void leave_ring(DbfIdx& dbf) {
+  DbfIdx* before = &dbf;
+  while (before->ring != &dbf) before = before->ring;
+  before->ring = dbf.ring;
+  dbf.ring = &dbf;
+  for (DbfIdx** link = &open_tables(); *link != nullptr; link = &(*link)->nextOpen)
+    if (*link == &dbf) {
+      *link = dbf.nextOpen;
+      break;
+    }
+  dbf.nextOpen = nullptr;
+}
+
+// --- The list of records held locked.
+
+std::int32_t LockList::lookup(std::int32_t n) const {
+  const auto end = entries_.begin() + count_;
+  const auto at = std::lower_bound(entries_.begin(), end, n);
+  const auto index = static_cast<std::int32_t>(at - entries_.begin());
+  return at != end && *at == n ? index : ~index;
+}
+
+void LockList::insert(std::int32_t n) {
+  if (count_ == capacity()) entries_.resize(entries_.size() + kListStep);
+  const std::int32_t at = ~lookup(n);
+  std::copy_backward(entries_.begin() + at, entries_.begin() + count_,
+                     entries_.begin() + count_ + 1);
+  entries_[static_cast<std::size_t>(at)] = n;
+  ++count_;
+}
+
+void LockList::remove(std::int32_t n) {
+  const std::int32_t at = lookup(n);
+  if (at < 0) return;
+  std::copy(entries_.begin() + at + 1, entries_.begin() + count_, entries_.begin() + at);
+  --count_;
+  if (capacity() > count_ + kListStep) {
+    entries_.resize(entries_.size() - kListStep);
+    entries_.shrink_to_fit();
+  }
+}
+
+void LockList::clear() {
+  *this = LockList();
+}
+
+}  // namespace tarnel

@@ -1,0 +1,157 @@
+// The members of class dbfidx: one list gives the declarations, the table of methods and the slots.
+//
+// M: a member with its function, which receives the object first. L: a member whose function is
+// still to come; until then the fall-back of dataserver answers.
+#pragma once
+
+#include "core/classes.h"
+#include "core/modules.h"
+
+namespace tarnel {
+
+// Sorted by name; the places are the slots from 166 up.
+#define DBFIDX_MEMBERS(M, L)                            \
+  M("alias", kAccess, di_alias)                         \
+  M("alias", kAssign, di_set_alias)                     \
+  M("append", kMethod, di_append)                       \
+  L("appenddb", kMethod)                                \
+  L("appenddelimited", kMethod)                         \
+  L("appendsdf", kMethod)                               \
+  M("asstring", kMethod, di_asstring)                   \
+  L("average", kMethod)                                 \
+  M("axit", kMethod, di_axit)                           \
+  M("bof", kAccess, di_bof)                             \
+  L("clearfilter", kMethod)                             \
+  M("clearindex", kMethod, di_clearindex)               \
+  L("clearlocate", kMethod)                             \
+  L("clearrelation", kMethod)                           \
+  L("clearscope", kMethod)                              \
+  M("close", kMethod, di_close)                         \
+  M("commit", kMethod, di_commit)                       \
+  M("concurrenc", kAccess, di_concurrency)              \
+  M("concurrenc", kAssign, di_set_concurrency)          \
+  L("continue", kMethod)                                \
+  L("copydb", kMethod)                                  \
+  L("copydelimited", kMethod)                           \
+  L("copysdf", kMethod)                                 \
+  L("copystructure", kMethod)                           \
+  L("count", kMethod)                                   \
+  M("createdb", kMethod, di_createdb)                   \
+  L("createindex", kMethod)                             \
+  L("createorder", kMethod)                             \
+  M("dbstruct", kMethod, di_dbstruct)                   \
+  M("delete", kMethod, di_delete)                       \
+  M("deleteall", kMethod, di_deleteall)                 \
+  M("deleted", kAccess, di_deleted)                     \
+  L("deleteorder", kMethod)                             \
+  M("driver", kAccess, di_driver)                       \
+  M("eof", kAccess, di_eof)                             \
+  M("errinfo", kMethod, di_errinfo)                     \
+  M("error", kMethod, di_error)                         \
+  L("eval", kMethod)                                    \
+  M("fcount", kAccess, di_fcount)                       \
+  M("fieldget", kMethod, di_fieldget)                   \
+  M("fieldinfo", kMethod, di_fieldinfo)                 \
+  M("fieldname", kMethod, di_fieldname)                 \
+  M("fieldpos", kMethod, di_fieldpos)                   \
+  M("fieldput", kMethod, di_fieldput)                   \
+  M("filespec", kAccess, di_filespec)                   \
+  L("filter", kAccess)                                  \
+  L("filter", kAssign)                                  \
+  M("flock", kMethod, di_flock)                         \
+  L("forblock", kAccess)                                \
+  L("forblock", kAssign)                                \
+  M("found", kAccess, di_found)                         \
+  L("getarray", kMethod)                                \
+  L("getarrfields", kMethod)                            \
+  L("getlocate", kAccess)                               \
+  L("getlookuptable", kMethod)                          \
+  M("gobottom", kMethod, di_gobottom)                   \
+  M("goto", kMethod, di_goto)                           \
+  M("gotop", kMethod, di_gotop)                         \
+  M("header", kAccess, di_header)                       \
+  L("indexappend", kHidden)                             \
+  L("indexcheck", kMethod)                              \
+  M("indexcount", kAccess, di_indexcount)               \
+  M("indexext", kAccess, di_indexext)                   \
+  L("indexgobottom", kHidden)                           \
+  L("indexgotop", kHidden)                              \
+  L("indexkey", kMethod)                                \
+  L("indexkey", kAccess)                                \
+  L("indexkeycompare", kHidden)                         \
+  L("indexord", kMethod)                                \
+  L("indexreplace", kHidden)                            \
+  L("indexseek", kHidden)                               \
+  L("indexseekeval", kHidden)                           \
+  L("indexskip", kHidden)                               \
+  L("indexsynchronize", kHidden)                        \
+  M("info", kMethod, di_info)                           \
+  M("init", kMethod, di_init)                           \
+  L("isrelation", kAccess)                              \
+  L("isrelation", kAssign)                              \
+  L("join", kMethod)                                    \
+  M("lastrec", kAccess, di_lastrec)                     \
+  L("locate", kMethod)                                  \
+  M("lockcurrentrecord", kMethod, di_lockcurrentrecord) \
+  M("lupdate", kAccess, di_lupdate)                     \
+  M("name", kAccess, di_name)                           \
+  M("noivarget", kMethod, di_noivarget)                 \
+  M("noivarput", kMethod, di_noivarput)                 \
+  L("orderinfo", kMethod)                               \
+  L("orderisunique", kMethod)                           \
+  L("orderkeycount", kMethod)                           \
+  L("orderkeyno", kAccess)                              \
+  L("orderkeyno", kMethod)                              \
+  L("orderkeyva", kAccess)                              \
+  L("pack", kMethod)                                    \
+  M("quickfieldget", kMethod, di_quickfieldget)         \
+  M("quickfieldput", kMethod, di_quickfieldput)         \
+  M("rddinfo", kMethod, di_info)                        \
+  M("rddname", kAccess, di_driver)                      \
+  M("readonly", kAccess, di_readonly)                   \
+  M("recall", kMethod, di_recall)                       \
+  M("recallall", kMethod, di_recallall)                 \
+  M("reccount", kAccess, di_lastrec)                    \
+  M("recno", kAccess, di_recno)                         \
+  M("recno", kAssign, di_set_recno)                     \
+  M("recordinfo", kMethod, di_recordinfo)               \
+  M("recsize", kAccess, di_recsize)                     \
+  M("refresh", kMethod, di_refresh)                     \
+  L("reindex", kMethod)                                 \
+  L("relation", kMethod)                                \
+  L("relationobject", kMethod)                          \
+  L("replace", kMethod)                                 \
+  M("rlock", kMethod, di_rlock)                         \
+  M("rlocklist", kAccess, di_rlocklist)                 \
+  M("rlockverify", kMethod, di_rlockverify)             \
+  L("scope", kAccess)                                   \
+  L("scope", kAssign)                                   \
+  M("seek", kMethod, di_seek)                           \
+  M("seekeval", kMethod, di_seekeval)                   \
+  L("setfilter", kMethod)                               \
+  M("setfound", kAssign, di_set_found)                  \
+  L("setindex", kMethod)                                \
+  L("setlocate", kAssign)                               \
+  L("setorder", kMethod)                                \
+  L("setordercondition", kMethod)                       \
+  L("setrelation", kMethod)                             \
+  M("shared", kAccess, di_shared)                       \
+  M("skip", kMethod, di_skip)                           \
+  L("sort", kMethod)                                    \
+  L("sum", kMethod)                                     \
+  L("total", kMethod)                                   \
+  M("unlock", kMethod, di_unlock)                       \
+  L("update", kMethod)                                  \
+  M("used", kAccess, di_used)                           \
+  M("usersdbf", kMethod, di_usersdbf)                   \
+  L("whileblock", kAccess)                              \
+  L("whileblock", kAssign)                              \
+  L("zap", kMethod)
+
+#define DECLARE_MEMBER(name, kind, function) Var* function(std::int32_t argc, Var** argv);
+#define NO_MEMBER(name, kind)
+DBFIDX_MEMBERS(DECLARE_MEMBER, NO_MEMBER)
+#undef DECLARE_MEMBER
+#undef NO_MEMBER
+
+}  // namespace tarnel

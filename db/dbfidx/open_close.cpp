@@ -1,0 +1,415 @@
+// Opening, creating and closing a table.
+#include <sys/stat.h>
+
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+
+#include "core/arrays.h"
+#include "core/errors.h"
+#include "core/runtime.h"
+#include "core/settings.h"
+#include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/format_dbt.h"
+#include "db/dbfidx/orders.h"
+#include "db/dbfidx/relations.h"
+#include "db/dbfidx/table_errors.h"
+#include "db/file_ops.h"
+#include "lib/dates.h"
+#include "lib/file_names.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::uint8_t kVersionFourMemo = 0x8B, kVersionFoxMemo = 0xF5;
+constexpr mode_t kMandatoryLock = S_ISGID;
+
+std::string memo_name(const std::string& table) {
+  const std::size_t dot = table.rfind('.');
+  const std::size_t slash = table.rfind('/');
+  const bool has_extension =
+      dot != std::string::npos && (slash == std::string::npos || dot > slash);
+  return (has_extension ? table.substr(0, dot) : table) + ".dbt";
+}
+
+dbf::Date today() {
+  std::int32_t day, month, year;
+  dateDecode(current_date(), day, month, year);
+  return {year, month, day};
+}
+
+void refuse_version(DbfIdx& dbf, std::uint8_t version) {
+  switch (version) {
+    case kVersionFourMemo:
+      return dxerror(dbf, TableError::kVersionFour);
+    case kVersionFoxMemo:
+      return dxerror(dbf, TableError::kVersionFox);
+    default:
+      return dxerror(dbf, TableError::kVersionOther, {std::int32_t{version}});
+  }
+}
+
+// What is wrong with the fixed part of a header, null when nothing.
+const char* contradiction(const std::uint8_t* header, std::int64_t file_size) {
+  const std::int64_t size = dbf::header_size(header), record = dbf::record_size(header);
+  if (size <= static_cast<std::int64_t>(dbf::kHeaderPrefix)) return "header too short";
+  if (size > file_size) return "header longer than the file";
+  if (record == 0) return "record size 0";
+  // A crash can leave one record counted that was never written.
+  if (dbf::record_count(header) > (file_size - size + record - 1) / record + 1)
+    return "more records than the file holds";
+  return nullptr;
+}
+
+bool read_header(DbfIdx& dbf) {
+  std::uint8_t prefix[dbf::kHeaderPrefix];
+  struct stat status {};
+  if (!read_at(dbf.dbfFd, prefix, sizeof prefix, 0) || file_ops().fstat(dbf.dbfFd, &status) != 0) {
+    dxerror(dbf, TableError::kHeaderUnreadable, {dbf.fileName});
+    return false;
+  }
+  if (!dbf::is_table(dbf::version(prefix))) {
+    refuse_version(dbf, dbf::version(prefix));
+    return false;
+  }
+  if (const char* wrong = contradiction(prefix, status.st_size); wrong != nullptr) {
+    dxerror(dbf, TableError::kHeaderDamaged, {dbf.fileName, wrong});
+    return false;
+  }
+  dbf.headerSize = dbf::header_size(prefix);
+  dbf.recordSize = dbf::record_size(prefix);
+  dbf.lastRec = static_cast<std::int32_t>(dbf::record_count(prefix));
+  dbf.header.resize(dbf.headerSize);
+  if (!read_at(dbf.dbfFd, dbf.header.data(), dbf.headerSize, 0)) {
+    dxerror(dbf, TableError::kHeaderUnreadable, {dbf.fileName});
+    return false;
+  }
+  std::memcpy(dbf.header.data(), prefix, sizeof prefix);
+  if (!dbf::read_fields(dbf.header, dbf.fields)) {
+    dxerror(dbf, TableError::kHeaderDamaged, {dbf.fileName, "fields reach past the record"});
+    return false;
+  }
+  return true;
+}
+
+bool open_memo(DbfIdx& dbf) {
+  if (!dbf::has_memo(dbf::version(dbf.header.data()))) return true;
+  const int fd = dxOpen(memo_name(dbf.fileName), nullptr, dbf.readOnly() ? 0 : 2);
+  if (fd > 0) {
+    dbf.dbtFd = fd;
+    return true;
+  }
+  set_dos_error(errno);
+  dxerror(dbf, TableError::kOpenFailed, {dbf.fileName});
+  return false;
+}
+
+// The claims of other areas and processes allow this open.
+bool claim(DbfIdx& dbf, bool exclusive) {
+  const int alone = ringCheck(dbf, exclusive ? 4 : 3);
+  if (alone == 0) return false;
+  return (alone == 2 && !exclusive) || claim_table(dbf, exclusive);
+}
+
+bool open_file_of(DbfIdx& dbf, const OpenRequest& request) {
+  std::string name;
+  const int mode = request.read_only ? 0 : 2;
+  const int fd = defaultExtension(name, request.file, dbf.dbfExt, kPathLimit + 1)
+                     ? dxOpen(name, &dbf.fileName, mode)
+                     : -1;
+  struct stat status {};
+  if (fd < 0 || dbf.fileName.size() > kPathLimit || file_ops().fstat(fd, &status) != 0) {
+    const int reason = errno;
+    if (fd >= 0) dxClose(fd);
+    set_dos_error(reason);
+    if (reason != EAGAIN) dxerror(dbf, TableError::kOpenFailed, {request.file});
+    return false;
+  }
+  dbf.dbfFd = fd;
+  dbf.device = status.st_dev;
+  dbf.inode = status.st_ino;
+  if ((status.st_mode & kMandatoryLock) != 0) dxerror(dbf, TableError::kMandatoryLock);
+  return true;
+}
+
+void give_up_files(DbfIdx& dbf) {
+  if (dbf.dbtFd > 0) dxClose(dbf.dbtFd);
+  if (dbf.dbfFd > 0) dxClose(dbf.dbfFd);
+}
+
+bool attach_area(DbfIdx& dbf) {
+  if (ogannali(dbf.object, dbf.fileName, &dbf.aliasName) < 0) return false;
+  dbf.area = area_by_server(dbf.object);
+  if (dbf.area != nullptr) attach_field_cells(dbf);
+  return dbf.area != nullptr;
+}
+
+// All but the area, under the internal lock; the caller gives back what was taken.
+bool prepare(DbfIdx& dbf, const OpenRequest& request) {
+  dbf.lock40 = settings().lock40comp;
+  if (request.read_only) dbf.flags |= kReadOnly;
+  if (!readLock(dbf)) return false;
+  join_ring(dbf);
+  const bool ok = claim(dbf, request.exclusive) && read_header(dbf) && open_memo(dbf);
+  unlockInternal(dbf);
+  if (!ok) leave_ring(dbf);
+  return ok;
+}
+
+void make_buffers(DbfIdx& dbf) {
+  dbf.fieldCount = static_cast<std::int32_t>(dbf.fields.size());
+  dbf.record.assign(std::size_t{dbf.recordSize} + 1, ' ');
+  dbf.record.back() = 0;
+  dbf.fieldFresh.assign(dbf.fields.size(), 0);
+}
+
+void place_cursor(DbfIdx& dbf) {
+  dbf.recNo = 1;
+  dbf.bofFlag = dbf.eofFlag = 0;
+  if (dbf.lastRec > 0) return;
+  phantom(dbf);
+  dbf.bofFlag = 1;
+}
+
+void release_blocks(DbfIdx& dbf) {
+  for (Var** slot :
+       {&dbf.filterText, &dbf.filterBlock, &dbf.locateBlock, &dbf.forBlock, &dbf.whileBlock,
+        &dbf.orderForText, &dbf.orderForBlock, &dbf.orderWhileBlock, &dbf.orderEvalBlock})
+    UNHOLD_VAR(slot);
+}
+
+// An exclusive table leaves with a true header and nothing behind its last record.
+void finish_exclusive(DbfIdx& dbf) {
+  if (!dbf.exclusive() || dbf.readOnly()) return;
+  if (!write_header(dbf)) dxerror(dbf, TableError::kHeaderUnwritable, {dbf.fileName});
+  if (dbf.appended)
+    file_ops().truncate(dbf.dbfFd,
+                        dbf::record_offset(dbf.headerSize, dbf.recordSize, dbf.lastRec + 1));
+}
+
+// --- Creating.
+
+// The checked structure of a new table, or false after an error.
+class Structure {
+ public:
+  Structure(DbfIdx& dbf, const Var* rows) : dbf_(dbf), rows_(rows) {}
+
+  bool check() {
+    for (std::int32_t i = 1; i <= element_count(rows_); ++i)
+      if (!add(element(rows_, i))) return false;
+    const std::size_t size = dbf::kHeaderPrefix + fields_.size() * dbf::kDescriptorSize + 1;
+    return size <= UINT16_MAX || fail(TableError::kCreateFieldCount);
+  }
+
+  const std::vector<dbf::Field>& fields() const { return fields_; }
+  bool has_memo() const { return memo_; }
+
+ private:
+  bool fail(TableError error, std::initializer_list<Fact> facts = {}) {
+    dxerror(dbf_, error, facts);
+    return false;
+  }
+
+  static bool well_typed(const Var* row) {
+    return element_count(row) >= 4 && element(row, 1)->type == 'C' &&
+           element(row, 2)->type == 'C' && is_number(element(row, 3)) && is_number(element(row, 4));
+  }
+
+  bool add(const Var* row) {
+    if (row->type != 'A') return fail(TableError::kCreateArgumentType);
+    if (!well_typed(row)) return fail(TableError::kCreateElementType);
+    std::string_view name = text_of(element(row, 1));
+    while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
+    const std::string_view type = text_of(element(row, 2));
+    const std::int32_t length = integer_of(element(row, 3));
+    if (type.empty() || name.empty() || name.size() > dbf::kNameField || length < 0)
+      return fail(TableError::kCreateEmptyName);
+    dbf::Field field{};
+    for (std::size_t i = 0; i < name.size(); ++i)
+      field.name[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[i])));
+    field.type = static_cast<char>(std::toupper(static_cast<unsigned char>(type.front())));
+    return size(field, length, integer_of(element(row, 4)));
+  }
+
+  bool size(dbf::Field& field, std::int32_t length, std::int32_t decimals) {
+    const bool numeric = field.type == 'N' || field.type == 'F';
+    if (!letter_in(field.type, "CDFLMN")) return fail(TableError::kCreateFieldType, {field.type});
+    if (field.type == 'C' && length > dbf::kMaxFieldLength)
+      return fail(TableError::kCreateCharacterSize);
+    if (numeric && (length > dbf::kMaxNumericLength || decimals > dbf::kMaxNumericDecimals))
+      return fail(TableError::kCreateNumericSize);
+    field.length = static_cast<std::uint16_t>(dbf::stored_length(field.type, length));
+    field.decimals = static_cast<std::uint8_t>(numeric && decimals > 0 ? decimals : 0);
+    record_ += field.length;
+    if (record_ > dbf::kMaxRecordSize) return fail(TableError::kCreateRecordSize);
+    memo_ |= field.type == 'M';
+    fields_.push_back(field);
+    return true;
+  }
+
+  DbfIdx& dbf_;
+  const Var* rows_;
+  std::vector<dbf::Field> fields_;
+  int record_ = 1;
+  bool memo_ = false;
+};
+
+// 644 means mode 0644: the decimal digits are read as octal ones.
+mode_t octal_digits(std::int32_t n) {
+  mode_t mode = 0;
+  for (unsigned shift = 0; n > 0; n /= 10, shift += 3)
+    mode |= static_cast<mode_t>(n % 10 & 7) << shift;
+  return mode & 07777;
+}
+
+// A file under creation; closed by the destructor, and removed again unless it is kept.
+class NewFile {
+ public:
+  NewFile(const std::string& path, mode_t mode, bool existed) : path_(path), existed_(existed) {
+    fd_ = open_file(path.c_str(), O_RDWR | O_CREAT | (existed ? O_TRUNC : O_EXCL), mode);
+    if (fd_ < 0) return;
+    ::fchmod(fd_, mode);
+    if (!existed) lock_range(fd_, F_WRLCK, 0, 0);
+  }
+  ~NewFile() {
+    if (fd_ < 0) return;
+    if (!kept_ && !existed_) file_ops().unlink(path_.c_str());
+    file_ops().close(fd_);
+  }
+  NewFile(const NewFile&) = delete;
+  NewFile& operator=(const NewFile&) = delete;
+
+  bool opened() const { return fd_ >= 0; }
+  bool write(const std::vector<std::uint8_t>& bytes) {
+    return write_at(fd_, bytes.data(), bytes.size(), 0);
+  }
+  void keep() { kept_ = true; }
+
+ private:
+  std::string path_;
+  bool existed_;
+  bool kept_ = false;
+  int fd_ = -1;
+};
+
+bool is_there(const std::string& path) {
+  struct stat status {};
+  return file_ops().stat(path.c_str(), &status) == 0;
+}
+
+bool fail_creation(DbfIdx& dbf, TableError error, const std::string& path) {
+  set_dos_error(errno);
+  dxerror(dbf, error, {path});
+  return false;
+}
+
+bool write_files(DbfIdx& dbf, const std::string& path, const Structure& structure, mode_t mode,
+                 bool existed) {
+  NewFile table(path, mode, existed);
+  if (!table.opened()) return fail_creation(dbf, TableError::kCreateFailed, path);
+  if (!table.write(dbf::new_header(structure.fields(), today())))
+    return fail_creation(dbf, TableError::kCreateUnwritable, path);
+  if (structure.has_memo()) {
+    const std::string memo_path = memo_name(path);
+    NewFile memo(memo_path, mode, is_there(memo_path));
+    if (!memo.opened()) return fail_creation(dbf, TableError::kCreateFailed, memo_path);
+    if (!memo.write(dbt::new_first_block()))
+      return fail_creation(dbf, TableError::kCreateUnwritable, memo_path);
+    memo.keep();
+  }
+  table.keep();
+  return true;
+}
+
+}  // namespace
+
+DbfIdx*& open_tables() {
+  static DbfIdx* head = nullptr;
+  return head;
+}
+
+unsigned default_file_mode() {
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  return 0666U & ~mask;
+}
+
+std::string full_table_path(std::string_view name, std::string_view extension) {
+  std::string path;
+  if (!defaultExtension(path, name, extension, kPathLimit + 1)) return {};
+  path = fullPath(pathJoin("", path));
+  return path.size() <= kPathLimit ? path : std::string();
+}
+
+bool open_table(DbfIdx& dbf, const OpenRequest& request) {
+  const InterruptHold hold;
+  if (!open_file_of(dbf, request)) {
+    dbf.reset();
+    bbneterr(true);
+    return false;
+  }
+  if (!prepare(dbf, request)) {
+    give_up_files(dbf);
+    dbf.reset();
+    bbneterr(true);
+    return false;
+  }
+  dbf.flags = static_cast<std::uint8_t>(kOpen | (dbf.flags & kReadOnly));
+  if (request.exclusive) dbf.flags |= kExclusive;
+  if (request.internal) dbf.flags |= kInternalOpen;
+  make_buffers(dbf);
+  if (!request.internal && !attach_area(dbf)) {
+    close_table(dbf);
+    bbneterr(true);
+    return false;
+  }
+  place_cursor(dbf);
+  bbneterr(false);
+  return true;
+}
+
+void close_table(DbfIdx& dbf) {
+  if (dbf.is(kClosed)) return;
+  const InterruptHold hold;
+  ++dbf.object->refs;  // the area may hold the last reference
+  {
+    const InternalLock lock(dbf, LockMode::kExclusive);
+    commitRecord(dbf);
+    updateHeader(dbf);
+    close_orders(dbf);
+    clear_relations(dbf);
+    release_blocks(dbf);
+    unlockAll(dbf);
+    finish_exclusive(dbf);
+  }
+  leave_ring(dbf);
+  const bool internal = dbf.is(kInternalOpen);
+  if (!internal) detach_field_cells(dbf);
+  sync_now_and_then();
+  give_up_files(dbf);
+  dbf.reset();
+  if (!internal) remove_server(dbf.object);
+  DEL_VAR(dbf.object);
+}
+
+bool create_table(DbfIdx& dbf, std::string_view file, const Var* rows, const Var* mode) {
+  const InterruptHold hold;
+  Structure structure(dbf, rows);
+  if (!structure.check()) return false;
+  const std::string path = full_table_path(file, dbf.dbfExt);
+  if (path.empty()) {
+    errno = ENAMETOOLONG;
+    return fail_creation(dbf, TableError::kCreateFailed, std::string(file));
+  }
+  const bool existed = is_there(path);
+  if (existed && !open_table(dbf, {path, true, true, true})) {
+    dxerror(dbf, TableError::kCreateInUse, {path});
+    return false;
+  }
+  const mode_t bits = mode != nullptr ? octal_digits(integer_of(mode)) : default_file_mode();
+  const bool created = write_files(dbf, path, structure, bits, existed);
+  if (existed) close_table(dbf);
+  return created;
+}
+
+}  // namespace tarnel

@@ -1,0 +1,256 @@
+// Methods that read and change records and fields.
+#include "core/arrays.h"
+#include "core/errors.h"
+#include "core/stacks.h"
+#include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/methods.h"
+#include "db/dbfidx/orders.h"
+#include "db/dbfidx/table_errors.h"
+#include "db/file_ops.h"
+#include "lib/arguments.h"
+
+namespace tarnel {
+namespace {
+
+// Field number minus 1 of an argument, a number or a name; -1 when there is no such field.
+std::int32_t field_argument(const DbfIdx& dbf, std::int32_t argc, Var** argv, std::int32_t i) {
+  std::int32_t n = 0;
+  if (arg_is(argc, argv, i, "C"))
+    n = field_position(dbf, text_of(argv[i]));
+  else if (arg_is(argc, argv, i, kNumber))
+    n = integer_of(argv[i]);
+  return n >= 1 && n <= dbf.fieldCount ? n - 1 : -1;
+}
+
+Var* no_such_field(DbfIdx& dbf, std::int32_t argc, Var** argv, TableError error) {
+  dxerror(dbf, error, {dbf.fileName, text_argument(argc, argv, 1)});
+  return nil_value();
+}
+
+// Gives the record under the cursor a delete mark and writes it at once.
+bool mark_record(DbfIdx& dbf, std::uint8_t mark, TableError not_locked) {
+  const bool held = holds_record(dbf, dbf.recNo);
+  if (dbf.eofFlag != 0 || held || dbf.readOnly()) {
+    if (checkReplace(dbf) != 0) return false;
+  } else if (checkReplace(dbf) != 1) {
+    dxerror(dbf, not_locked, {dbf.recNo});
+    return false;
+  }
+  refreshRecord(dbf, true);
+  if (!dbf.dirty) dbf.backup = dbf.record;
+  dbf.record.front() = mark;
+  dbf.dirty = true;
+  commitRecord(dbf);
+  if (!held) release_auto_lock(dbf);
+  return true;
+}
+
+bool delete_record(DbfIdx& dbf) {
+  return mark_record(dbf, dbf::kDeletedMark, TableError::kDeleteNotLocked);
+}
+bool recall_record(DbfIdx& dbf) {
+  return mark_record(dbf, dbf::kLiveMark, TableError::kRecallNotLocked);
+}
+
+template <bool (*Mark)(DbfIdx&)>
+Var* mark_block(std::int32_t, Var**, Var** locals) {
+  return logical(Mark(dbf_of(locals[0])));
+}
+
+// The current record, or with FOR, WHILE and scope a run by the method eval.
+template <bool (*Mark)(DbfIdx&)>
+Var* mark_method(std::int32_t argc, Var** argv, TableError arguments) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (argc > 4) {
+    dxerror(dbf, arguments);
+    return false_value();
+  }
+  if (!dbf.isOpen()) return false_value();
+  if (argc == 1) return logical(Mark(dbf));
+  std::vector<Var*> passed = {argv[0], TMP_BLOCK(mark_block<Mark>, &argv[0], 1)};
+  passed.insert(passed.end(), argv + 1, argv + argc);
+  return csdometh("eval", server_slot("eval"), 0, static_cast<std::int32_t>(passed.size()),
+                  passed.data());
+}
+
+template <bool (*Mark)(DbfIdx&)>
+Var* mark_all(Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return false_value();
+  bool all = true;
+  for (go_top(dbf); all && dbf.isOpen() && dbf.eofFlag == 0; skip_records(dbf, 1)) all = Mark(dbf);
+  return logical(all);
+}
+
+// The delete mark of any record, straight from the file.
+bool is_deleted(DbfIdx& dbf, std::int32_t n) {
+  if (n == dbf.recNo) return record_deleted(dbf);
+  if (n < 1 || n > dbf.lastRec) return false;
+  if (dbf.exclusive()) dbf.window.flush(dbf);
+  std::uint8_t mark = 0;
+  return read_at(dbf.dbfFd, &mark, 1, dbf::record_offset(dbf.headerSize, dbf.recordSize, n)) &&
+         mark == dbf::kDeletedMark;
+}
+
+Var* struct_row(const dbf::Field& field) {
+  Var* row = NEW_TEMP();
+  cscreara(row, 4, kAllNil);
+  SET_STR(element(row, 1), field.name);
+  SET_STR(element(row, 2), &field.type, 1);
+  SET_INT(element(row, 3), field.length);
+  SET_INT(element(row, 4), field.type == 'C' ? 0 : field.decimals);
+  return row;
+}
+
+}  // namespace
+
+Var* di_append(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  bbneterr(true);
+  if (!dbf.isOpen()) return false_value();
+  const bool release = !(arg_is(argc, argv, 1, "L") && !truth_of(argv[1]));
+  dbf.bofFlag = dbf.eofFlag = 0;
+  dbf.found = false;
+  const InternalLock lock(dbf, LockMode::kExclusive);
+  if (!lock.held()) return false_value();
+  commitRecord(dbf);
+  if (!append_record(dbf, release)) {
+    if (dbf.recNo > dbf.lastRec) phantom(dbf);
+    return false_value();
+  }
+  index_append(dbf);
+  bbneterr(false);
+  return true_value();
+}
+
+Var* di_delete(std::int32_t argc, Var** argv) {
+  return mark_method<delete_record>(argc, argv, TableError::kDeleteArguments);
+}
+Var* di_recall(std::int32_t argc, Var** argv) {
+  return mark_method<recall_record>(argc, argv, TableError::kRecallArguments);
+}
+Var* di_deleteall(std::int32_t, Var** argv) {
+  return mark_all<delete_record>(argv);
+}
+Var* di_recallall(std::int32_t, Var** argv) {
+  return mark_all<recall_record>(argv);
+}
+
+Var* di_deleted(std::int32_t, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  return logical(dbf.isOpen() && record_deleted(dbf));
+}
+
+Var* di_commit(std::int32_t, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return false_value();
+  commit_table(dbf);
+  return true_value();
+}
+
+Var* di_refresh(std::int32_t, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return false_value();
+  dbf.dirty = false;
+  refreshRecord(dbf, false);
+  return true_value();
+}
+
+Var* di_recordinfo(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen() || !arg_is(argc, argv, 1, kNumber)) return nil_value();
+  const std::int32_t n = arg_is(argc, argv, 2, kNumber) ? integer_of(argv[2]) : dbf.recNo;
+  switch (integer_of(argv[1])) {
+    case 1:
+      return logical(is_deleted(dbf, n));
+    case 2:
+      return logical(dbf.lockList.holds(n));
+    case 3:
+      return TMP_INT(dbf.recordSize);
+    case 4:
+      return TMP_INT(dbf.recNo);
+    default:
+      return nil_value();
+  }
+}
+
+// --- Fields.
+
+Var* di_quickfieldget(std::int32_t, Var** argv) {
+  return field_value(dbf_of(argv[0]), argv[1]->name);
+}
+Var* di_quickfieldput(std::int32_t, Var** argv) {
+  return store_field(dbf_of(argv[0]), argv[1]->name, argv[2]);
+}
+
+Var* di_fieldget(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  const std::int32_t i = field_argument(dbf, argc, argv, 1);
+  return i >= 0 ? field_value(dbf, i) : nil_value();
+}
+
+Var* di_fieldput(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  const std::int32_t i = field_argument(dbf, argc, argv, 1);
+  return i >= 0 && arg_is(argc, argv, 2, "CINFDML") ? store_field(dbf, i, argv[2]) : nil_value();
+}
+
+// A member that the class does not have is a field: oServer:NAME.
+Var* di_noivarget(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  const std::int32_t i = field_argument(dbf, argc, argv, 1);
+  return i >= 0 ? field_value(dbf, i) : no_such_field(dbf, argc, argv, TableError::kGetNoField);
+}
+
+Var* di_noivarput(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  const std::int32_t i = field_argument(dbf, argc, argv, 1);
+  if (i < 0 || argc < 3) return no_such_field(dbf, argc, argv, TableError::kPutNoField);
+  return store_field(dbf, i, argv[2]);
+}
+
+Var* di_fieldname(std::int32_t argc, Var** argv) {
+  const DbfIdx& dbf = dbf_of(argv[0]);
+  const std::int32_t i = arg_is(argc, argv, 1, kNumber) ? field_argument(dbf, argc, argv, 1) : -1;
+  return i >= 0 ? TMP_TEXT(dbf.fields[static_cast<std::size_t>(i)].name) : empty_text();
+}
+
+Var* di_fieldpos(std::int32_t argc, Var** argv) {
+  const DbfIdx& dbf = dbf_of(argv[0]);
+  return arg_is(argc, argv, 1, "C") ? TMP_INT(field_position(dbf, text_of(argv[1]))) : int_zero();
+}
+
+Var* di_fieldinfo(std::int32_t argc, Var** argv) {
+  const DbfIdx& dbf = dbf_of(argv[0]);
+  if (!arg_is(argc, argv, 1, kNumber)) return nil_value();
+  const std::int32_t i = field_argument(dbf, argc, argv, 2);
+  const dbf::Field none{};
+  const dbf::Field& field = i >= 0 ? dbf.fields[static_cast<std::size_t>(i)] : none;
+  switch (integer_of(argv[1])) {
+    case 1:
+      return TMP_TEXT(field.name);
+    case 2:
+      return TMP_TEXT({&field.type, i >= 0 ? std::size_t{1} : std::size_t{0}});
+    case 3:
+      return TMP_INT(field.length_byte);
+    case 4:
+      return TMP_INT(field.decimals);
+    default:
+      return nil_value();
+  }
+}
+
+Var* di_fcount(std::int32_t, Var** argv) {
+  return TMP_INT(dbf_of(argv[0]).fieldCount);
+}
+
+Var* di_dbstruct(std::int32_t, Var** argv) {
+  const DbfIdx& dbf = dbf_of(argv[0]);
+  Var* rows = NEW_TEMP();
+  cscreara(rows, dbf.fieldCount, kAllNil);
+  for (std::int32_t i = 0; i < dbf.fieldCount; ++i)
+    CPY_VAR(element(rows, i + 1), struct_row(dbf.fields[static_cast<std::size_t>(i)]));
+  return rows;
+}
+
+}  // namespace tarnel

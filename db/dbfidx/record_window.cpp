@@ -1,0 +1,87 @@
+#include "db/dbfidx/record_window.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "db/dbfidx/dbfidx.h"
+#include "db/file_ops.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::size_t kWindowBytes = 64 * 1024;
+
+std::int32_t records_in(const DbfIdx& dbf, std::size_t bytes) {
+  return std::max<std::int32_t>(1, static_cast<std::int32_t>(bytes / dbf.recordSize));
+}
+
+std::int64_t place_of(const DbfIdx& dbf, std::int32_t n) {
+  return dbf::record_offset(dbf.headerSize, dbf.recordSize, n);
+}
+
+}  // namespace
+
+std::uint8_t* RecordWindow::at(const DbfIdx& dbf, std::int32_t n) {
+  return bytes_.data() + static_cast<std::size_t>(n - first_) * dbf.recordSize;
+}
+
+void RecordWindow::reset() {
+  *this = RecordWindow();
+}
+
+// Fills the window with the records from n on. False when the file has not even the first whole.
+bool RecordWindow::load(DbfIdx& dbf, std::int32_t n) {
+  const std::int32_t wanted = std::min(records_in(dbf, kWindowBytes), dbf.lastRec - n + 1);
+  bytes_.resize(static_cast<std::size_t>(std::max(wanted, 1)) * dbf.recordSize);
+  const std::int64_t got = read_some_at(dbf.dbfFd, bytes_.data(), bytes_.size(), place_of(dbf, n));
+  first_ = n;
+  count_ = got <= 0 ? 0 : static_cast<std::int32_t>(got / dbf.recordSize);
+  return count_ > 0;
+}
+
+bool RecordWindow::read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to) {
+  const bool walking = n == last_read_ + 1 || n == 1;
+  last_read_ = n;
+  if (!holds(n)) {
+    if (!walking) {
+      if (unwritten_ != 0 && !flush(dbf)) return false;
+      return read_at(dbf.dbfFd, to, dbf.recordSize, place_of(dbf, n));
+    }
+    if (!flush(dbf) || !load(dbf, n)) return false;
+  }
+  std::memcpy(to, at(dbf, n), dbf.recordSize);
+  return true;
+}
+
+bool RecordWindow::write(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from) {
+  if (holds(n)) std::memcpy(at(dbf, n), from, dbf.recordSize);
+  if (unwritten_ != 0 && n >= unwritten_) return true;
+  return write_at(dbf.dbfFd, from, dbf.recordSize, place_of(dbf, n));
+}
+
+bool RecordWindow::append(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from) {
+  const std::int32_t room = records_in(dbf, kWindowBytes);
+  if (unwritten_ != 0 && count_ >= room && !flush(dbf)) return false;
+  if (unwritten_ == 0) {
+    first_ = unwritten_ = n;
+    count_ = 0;
+    bytes_.resize(static_cast<std::size_t>(room) * dbf.recordSize);
+  }
+  ++count_;
+  std::memcpy(at(dbf, n), from, dbf.recordSize);
+  return true;
+}
+
+bool RecordWindow::flush(DbfIdx& dbf) {
+  if (unwritten_ == 0) return true;
+  const std::int32_t from = std::exchange(unwritten_, 0);
+  const auto n = static_cast<std::size_t>(first_ + count_ - from) * dbf.recordSize;
+  if (write_at(dbf.dbfFd, at(dbf, from), n, place_of(dbf, from))) return true;
+  count_ = from - first_;
+  dbf.lastRec = from - 1;
+  file_ops().truncate(dbf.dbfFd, place_of(dbf, from));
+  return false;
+}
+
+}  // namespace tarnel

@@ -1,0 +1,115 @@
+#include "db/file_ops.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+
+#include "core/runtime.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::size_t kPiece = 64 * 1024;
+constexpr std::time_t kSyncInterval = 10;  // seconds
+
+struct WriteState {
+  bool unsynced = false;
+  std::time_t last_sync = 0;  // 0: no write yet
+} state;
+
+int system_open(const char* path, int flags, mode_t mode) {
+  return ::open(path, flags, mode);
+}
+int system_lock(int fd, int command, struct flock* range) {
+  return ::fcntl(fd, command, range);
+}
+
+template <typename Call>
+auto retried(Call call) {
+  for (;;) {
+    const auto result = call();
+    if (result >= 0 || errno != EINTR) return result;
+  }
+}
+
+}  // namespace
+
+FileOps& file_ops() {
+  static FileOps ops = {system_open, ::close, ::pread,     ::pwrite, system_lock,
+                        ::fstat,     ::stat,  ::ftruncate, ::unlink, ::sync};
+  return ops;
+}
+
+int open_file(const char* path, int flags, mode_t mode) {
+  const int fd = retried([&] { return file_ops().open(path, flags | O_CLOEXEC, mode); });
+  if (fd != 0) return fd;
+  // 0 stands for "no memo file" and is standard input to everybody else.
+  const int moved = ::fcntl(fd, F_DUPFD_CLOEXEC, 3);
+  file_ops().close(fd);
+  return moved;
+}
+
+std::int64_t read_some_at(int fd, void* buffer, std::size_t n, std::int64_t at) {
+  std::size_t done = 0;
+  while (done < n) {
+    const ssize_t got = retried([&] {
+      return file_ops().pread(fd, static_cast<char*>(buffer) + done, n - done,
+                              at + static_cast<std::int64_t>(done));
+    });
+    if (got < 0) return -1;
+    if (got == 0) break;
+    done += static_cast<std::size_t>(got);
+  }
+  return static_cast<std::int64_t>(done);
+}
+
+bool read_at(int fd, void* buffer, std::size_t n, std::int64_t at) {
+  return read_some_at(fd, buffer, n, at) == static_cast<std::int64_t>(n);
+}
+
+bool write_at(int fd, const void* buffer, std::size_t n, std::int64_t at) {
+  note_table_write();
+  state.unsynced = true;
+  std::size_t done = 0;
+  while (done < n) {
+    const ssize_t put = retried([&] {
+      return file_ops().pwrite(fd, static_cast<const char*>(buffer) + done,
+                               std::min(n - done, kPiece), at + static_cast<std::int64_t>(done));
+    });
+    if (put <= 0) return false;
+    done += static_cast<std::size_t>(put);
+  }
+  return true;
+}
+
+void sync_now_and_then() {
+  if (!state.unsynced) return;
+  const std::time_t now = std::time(nullptr);
+  if (state.last_sync == 0) state.last_sync = now;
+  if (now - state.last_sync <= kSyncInterval) return;
+  file_ops().sync();
+  state = {false, now};
+}
+
+bool lock_range(int fd, short type, std::int64_t start, std::int64_t length, LockWait wait) {
+  struct flock range {};
+  range.l_type = type;
+  range.l_whence = SEEK_SET;
+  range.l_start = start;
+  range.l_len = length;
+  const int command = wait == LockWait::kYes ? F_SETLKW : F_SETLK;
+  return retried([&] { return file_ops().lock(fd, command, &range); }) >= 0;
+}
+
+bool range_is_free(int fd, std::int64_t start, std::int64_t length) {
+  struct flock range {};
+  range.l_type = F_WRLCK;
+  range.l_whence = SEEK_SET;
+  range.l_start = start;
+  range.l_len = length;
+  return file_ops().lock(fd, F_GETLK, &range) >= 0 && range.l_type == F_UNLCK;
+}
+
+}  // namespace tarnel

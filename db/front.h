@@ -1,0 +1,139 @@
+// The front functions of the language: each finds the driver object of the current area and hands
+// the call on to one of its members. They hold no logic of their own.
+#pragma once
+
+#include <cstdint>
+
+#include "core/modules.h"
+#include "db/dataserver.h"
+
+namespace tarnel {
+
+// What a front function gives when there is no area, or its arguments do not allow the call.
+enum class Default : std::uint8_t { kFalse, kNil, kZero, kEmptyText, kTrue };
+
+// How the arguments are made.
+enum class Pass : std::uint8_t {
+  kNone,  // the object alone
+  kAll,   // all arguments as they are
+};
+
+enum class NoArea : bool { kSilent, kError322 };
+
+// A front function that is nothing but a call of a member: name, member, kind, how arguments pass,
+// what happens without an area, the default, usage.
+#define FRONT_CALLS(X)                                                                             \
+  X(bof, "bof", kAccess, kNone, kSilent, kFalse,                                                   \
+    "bof() -> lAtTop: did a move run over the first record")                                       \
+  X(dbcloseare, "close", kMethod, kNone, kSilent, kFalse,                                          \
+    "dbclosearea(): closes the table of the current area")                                         \
+  X(dbcommit, "commit", kMethod, kNone, kSilent, kFalse,                                           \
+    "dbcommit() -> lDone: writes the current record and brings the header up to date")             \
+  X(dbdelete, "delete", kMethod, kAll, kSilent, kFalse,                                            \
+    "dbdelete([bFor], [bWhile], [xScope]) -> lDone: marks the current record as deleted")          \
+  X(dbfieldinf, "fieldinfo", kMethod, kAll, kSilent, kNil,                                         \
+    "dbfieldinfo(nWhat, xField) -> xInfo: 1 name, 2 type, 3 length, 4 decimals of a field")        \
+  X(dbgobottom, "gobottom", kMethod, kNone, kError322, kFalse,                                     \
+    "dbgobottom(): goes to the last record")                                                       \
+  X(dbgoto, "goto", kMethod, kAll, kError322, kFalse,                                              \
+    "dbgoto(nRecord): goes to a record by its number")                                             \
+  X(dbgotop, "gotop", kMethod, kNone, kError322, kFalse, "dbgotop(): goes to the first record")    \
+  X(dbinfo, "info", kMethod, kAll, kSilent, kNil,                                                  \
+    "dbinfo(nWhat, [xNew]) -> xInfo: what there is to ask about the table")                        \
+  X(dbrecall, "recall", kMethod, kAll, kSilent, kFalse,                                            \
+    "dbrecall([bFor], [bWhile], [xScope]) -> lDone: takes the delete mark off the current record") \
+  X(dbrecordin, "recordinfo", kMethod, kAll, kSilent, kNil,                                        \
+    "dbrecordinfo(nWhat, [nRecord]) -> xInfo: 1 deleted, 2 locked, 3 size, 4 number of a record")  \
+  X(dbrlocklis, "rlocklist", kAccess, kNone, kSilent, kNil,                                        \
+    "dbrlocklist() -> aRecords: numbers of the records this area holds locked")                    \
+  X(dbskip, "skip", kMethod, kAll, kError322, kFalse,                                              \
+    "dbskip([n]) -> nMoved: moves n records on, 1 by default")                                     \
+  X(dbstruct, "dbstruct", kMethod, kNone, kSilent, kNil,                                           \
+    "dbstruct() -> aRows: name, type, length and decimals of each field")                          \
+  X(dbunlock, "unlock", kMethod, kAll, kSilent, kFalse,                                            \
+    "dbunlock([nRecord]) -> lDone: commits and gives up the locks, or one of them")                \
+  X(deleted, "deleted", kAccess, kNone, kSilent, kFalse,                                           \
+    "deleted() -> lDeleted: is the current record marked as deleted")                              \
+  X(eof, "eof", kAccess, kNone, kSilent, kFalse, "eof() -> lAtEnd: is there no current record")    \
+  X(fcount, "fcount", kAccess, kNone, kSilent, kZero, "fcount() -> nFields: number of fields")     \
+  X(fieldname, "fieldname", kMethod, kAll, kSilent, kEmptyText,                                    \
+    "fieldname(nField) -> cName: name of a field")                                                 \
+  X(fieldpos, "fieldpos", kMethod, kAll, kSilent, kZero,                                           \
+    "fieldpos(cName) -> nField: number of a field, 0 when there is none")                          \
+  X(flock, "flock", kMethod, kNone, kSilent, kFalse, "flock() -> lHeld: locks the whole table")    \
+  X(header, "header", kAccess, kNone, kSilent, kZero,                                              \
+    "header() -> nBytes: size of the table's header")                                              \
+  X(indexkey, "indexkey", kMethod, kAll, kSilent, kEmptyText,                                      \
+    "indexkey([nOrder]) -> cKey: key expression of an order")                                      \
+  X(indexord, "indexord", kMethod, kNone, kSilent, kZero,                                          \
+    "indexord() -> nOrder: number of the controlling order")                                       \
+  X(lastrec, "lastrec", kAccess, kNone, kSilent, kZero,                                            \
+    "lastrec() -> nRecords: number of records")                                                    \
+  X(lupdate, "lupdate", kAccess, kNone, kSilent, kNil,                                             \
+    "lupdate() -> dDate: date of the table's last change")                                         \
+  X(ordlistcle, "clearindex", kMethod, kNone, kSilent, kFalse,                                     \
+    "ordlistclear(): closes all orders")                                                           \
+  X(ordlistreb, "reindex", kMethod, kNone, kError322, kFalse,                                      \
+    "ordlistrebuild(): builds all orders anew")                                                    \
+  X(rddname, "driver", kAccess, kNone, kSilent, kEmptyText,                                        \
+    "rddname() -> cDriver: driver of the current table")                                           \
+  X(recno, "recno", kAccess, kNone, kSilent, kZero,                                                \
+    "recno() -> nRecord: number of the current record")                                            \
+  X(recsize, "recsize", kAccess, kNone, kSilent, kZero, "recsize() -> nBytes: size of a record")   \
+  X(used, "used", kAccess, kNone, kSilent, kFalse,                                                 \
+    "used() -> lOpen: is a table open in the current area")
+
+// Those with a rule of their own.
+#define FRONT_SPECIALS(X)                                                                          \
+  X("afields", afields,                                                                            \
+    "afields([aNames], [aTypes], [aLengths], [aDecimals]) -> nFields: fills arrays with the "      \
+    "structure")                                                                                   \
+  X("alias", alias, "alias([nArea]) -> cAlias: alias of an area")                                  \
+  X("dbappend", dbappend,                                                                          \
+    "dbappend([lRelease]) -> lDone: adds a blank record, locked in shared use")                    \
+  X("dbcloseall", dbcloseall, "dbcloseall(): closes all tables")                                   \
+  X("dbcreate", dbcreate,                                                                          \
+    "dbcreate(cFile, aRows, [cDriver], [nMode]) -> lDone: creates a table of the given structure") \
+  X("dbcreateindex", dbcreatein,                                                                   \
+    "dbcreateindex(cFile, cKey, [bKey], [lUnique]) -> lDone: creates an order and makes it the "   \
+    "only one")                                                                                    \
+  X("dbf", dbf_name, "dbf() -> cFile: path of the current table")                                  \
+  X("dbseek", dbseek, "dbseek(xKey, [lSoft]) -> lFound: goes to the first record with that key")   \
+  X("dbselectarea", dbselectar, "dbselectarea(xArea): makes an area current, by number or alias")  \
+  X("dbsetindex", dbsetindex, "dbsetindex(cFile) -> lDone: opens an order")                        \
+  X("dbusearea", dbusearea,                                                                        \
+    "dbusearea(lNew, [cDriver], cFile, [cAlias], [lShared], [lReadOnly]) -> lOpen: opens a table") \
+  X("field", fieldname_function, "field(nField) -> cName: name of a field")                        \
+  X("fieldget", fieldget, "fieldget(xField) -> xValue: value of a field, by number or name")       \
+  X("fieldput", fieldput, "fieldput(xField, xValue) -> xValue: stores a value into a field")       \
+  X("found", found, "found([lSet]) -> lFound: did the last seek or locate find something")         \
+  X("indexext", indexext, "indexext() -> cExtension: extension of order files")                    \
+  X("indexnames", indexnames, "indexnames() -> aFiles: files of the open orders")                  \
+  X("neterr", neterr, "neterr([lSet]) -> lFailed: did the last open, append or lock fail")         \
+  X("ordcreate", ordcreate,                                                                        \
+    "ordcreate(cFile, [cBag], cKey, [bKey], [lUnique]) -> lDone: creates an order")                \
+  X("ordlistadd", ordlistadd, "ordlistadd(cFile, [xTag], [lShared]) -> lDone: opens an order")     \
+  X("reccount", reccount, "reccount() -> nRecords: number of records")                             \
+  X("rlock", rlock, "rlock([xRecord, ...]) -> lHeld: locks the current record, or those given")    \
+  X("select", select_area, "select([cAlias]) -> nArea: number of the current area or of an alias")
+
+FRONT_SPECIALS(DECLARE_BUILTIN)
+
+#define DECLARE_FRONT(function, member, kind, pass, no_area, result, usage) \
+  Var* front_##function(std::int32_t argc, Var** argv);
+#define FRONT_ROW(function, member, kind, pass, no_area, result, usage) \
+  {#function, front_##function, usage},
+FRONT_CALLS(DECLARE_FRONT)
+
+inline constexpr FunctionEntry kFrontBuiltins[] = {FRONT_CALLS(FRONT_ROW)
+                                                       FRONT_SPECIALS(BUILTIN_ROW)};
+#undef DECLARE_FRONT
+#undef FRONT_ROW
+inline constexpr ModuleRecord kFrontModule{.name = "bbdb", .functions = kFrontBuiltins};
+
+// The driver object of the current area; null without one, after error 322 if asked for.
+Var* front_server(NoArea no_area);
+// Calls a member of the driver object, which stays alive for the time of the call.
+Var* front_call(Var* server, const char* member, char kind, std::int32_t argc, Var** argv);
+
+}  // namespace tarnel

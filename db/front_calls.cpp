@@ -1,0 +1,90 @@
+// The front functions that only hand on a call.
+#include <array>
+#include <vector>
+
+#include "core/errors.h"
+#include "core/stacks.h"
+#include "db/area.h"
+#include "db/front.h"
+
+namespace tarnel {
+namespace {
+
+struct FrontRow {
+  const char* member;
+  char kind;
+  std::int32_t slot;
+  Pass pass;
+  NoArea no_area;
+  Default result;
+};
+
+Var* default_value(Default which) {
+  switch (which) {
+    case Default::kFalse:
+      return false_value();
+    case Default::kNil:
+      return nil_value();
+    case Default::kZero:
+      return int_zero();
+    case Default::kEmptyText:
+      return empty_text();
+    default:
+      return true_value();
+  }
+}
+
+// A reference to the driver object for the time of a call: the call may close its table.
+class ServerHold {
+ public:
+  explicit ServerHold(Var* server) : server_(server) { ++server->refs; }
+  ~ServerHold() { DEL_VAR(server_); }
+  ServerHold(const ServerHold&) = delete;
+  ServerHold& operator=(const ServerHold&) = delete;
+
+ private:
+  Var* server_;
+};
+
+constexpr std::int32_t kMostArguments = 16;
+
+Var* call_slot(Var* server, const char* member, std::int32_t slot, std::int32_t argc, Var** argv) {
+  const ServerHold hold(server);
+  std::array<Var*, kMostArguments + 1> passed;
+  passed[0] = server;
+  const std::int32_t n = argc < kMostArguments ? argc : kMostArguments;
+  for (std::int32_t i = 0; i < n; ++i) passed[static_cast<std::size_t>(i) + 1] = argv[i];
+  return csdometh(member, slot, 0, n + 1, passed.data());
+}
+
+Var* dispatch(const FrontRow& row, std::int32_t argc, Var** argv) {
+  Var* server = front_server(row.no_area);
+  if (server == nullptr) return default_value(row.result);
+  return call_slot(server, row.member, row.slot, row.pass == Pass::kNone ? 0 : argc, argv);
+}
+
+}  // namespace
+
+Var* front_server(NoArea no_area) {
+  Var* server = current_server();
+  if (server != nullptr || no_area == NoArea::kSilent) return server;
+  const WorkArea* area = current_area();
+  RT_ERROR(322, format_text("in work area %d", area != nullptr ? area->number : 1));
+  return nullptr;
+}
+
+Var* front_call(Var* server, const char* member, char kind, std::int32_t argc, Var** argv) {
+  return call_slot(server, member, server_slot(member, kind), argc, argv);
+}
+
+#define DEFINE_FRONT(function, member, kind, pass, no_area, result, usage)                      \
+  Var* front_##function(std::int32_t argc, Var** argv) {                                        \
+    static constexpr FrontRow row = {                                                           \
+        member, kind, server_slot(member, kind), Pass::pass, NoArea::no_area, Default::result}; \
+    static_assert(row.slot >= 0);                                                               \
+    return dispatch(row, argc, argv);                                                           \
+  }
+FRONT_CALLS(DEFINE_FRONT)
+#undef DEFINE_FRONT
+
+}  // namespace tarnel
