@@ -14,7 +14,6 @@
 #include "frontend/form.h"
 #include "frontend/log.h"
 #include "frontend/state_object.h"
-#include "pages/pages.h"
 
 namespace tarnel {
 namespace {
@@ -118,7 +117,7 @@ Var* tndirect(std::int32_t, Var**) {
   log_line("there are %d formvars", element_count(form));
   if (state.state_object == nullptr) HOLD_VAR(&state.state_object, CALL_SIMPLE(tnstate));
   log_line("calling tarnelmain()");
-  CALL_SIMPLE(tarnelmain, env, form, state.state_object);
+  CALL_SIMPLE(GET_FUNC("tarnelmain"), env, form, state.state_object);
   flush_output();
   return false_value();
 }

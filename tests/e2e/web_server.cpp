@@ -51,13 +51,13 @@ std::string read_all(int fd) {
 
 }  // namespace
 
-WebServer::WebServer() : port_(free_port()) {
+WebServer::WebServer(const std::string& program) : port_(free_port()) {
   char name[] = "/tmp/tarnel-e2e-XXXXXX";
   close(mkstemp(name));
   conf_ = name;
   const std::string source = TARNEL_SOURCE_DIR;
   const std::string command = source + "/scripts/lighttpd-conf " + std::to_string(port_) + " " +
-                              TARNEL_PROGRAM + " " + source + "/examples/www > " + conf_;
+                              program + " " + source + "/examples/www > " + conf_;
   if (std::system(command.c_str()) != 0) return;
   pid_ = fork();
   if (pid_ == 0) {
@@ -113,8 +113,7 @@ std::string run_program(const std::string& environment, const std::string& input
   if (pid == 0) {
     dup2(fileno(file), STDIN_FILENO);
     dup2(ends[1], STDOUT_FILENO);
-    std::string entries = environment;
-    std::string command = "exec env -i " + entries + " " TARNEL_PROGRAM;
+    const std::string command = "exec env -i " + environment + " " TARNEL_PROGRAM;
     execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
     _exit(127);
   }

@@ -13,7 +13,7 @@ struct Response {
 
 class WebServer {
  public:
-  WebServer();
+  explicit WebServer(const std::string& program = TARNEL_PROGRAM);
   ~WebServer();
   WebServer(const WebServer&) = delete;
   WebServer& operator=(const WebServer&) = delete;
@@ -29,8 +29,8 @@ class WebServer {
   std::string conf_;
 };
 
-// What the program writes to standard output, started by hand with the given environment entries and
-// nothing else; `input` is its standard input. `status` receives its exit status.
+// What the program writes to standard output, started by hand with the given environment entries
+// and nothing else; `input` is its standard input. `status` receives its exit status.
 std::string run_program(const std::string& environment, const std::string& input, int* status);
 
 }  // namespace tarnel::testing

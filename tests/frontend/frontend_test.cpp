@@ -1,0 +1,167 @@
+// The form decoder, the toolkit's output, the state object, the parts of the error page.
+#include <unistd.h>
+
+#include "core/classes.h"
+#include "core/error_object.h"
+#include "core/output.h"
+#include "frontend/error_page.h"
+#include "frontend/form.h"
+#include "frontend/log.h"
+#include "frontend/state_object.h"
+#include "frontend/toolkit.h"
+#include "tests/support/test_runtime.h"
+
+namespace tarnel::testing {
+namespace {
+
+class FrontEnd : public RuntimeTest {};
+
+// --- Form.
+
+std::string fields_of(const std::string& body, std::int32_t length) {
+  int ends[2];
+  if (pipe(ends) != 0) return "no pipe";
+  write_fully(ends[1], body);
+  close(ends[1]);
+  FormReader reader(ends[0], length);
+  std::string field, all;
+  while (reader.next(field)) all += "[" + decode_field(field) + "]";
+  close(ends[0]);
+  return all;
+}
+
+TEST_F(FrontEnd, BodiesAreCutIntoFieldsByTheLengthThatWasSaid) {
+  const struct {
+    const char* body;
+    std::int32_t length;
+    const char* fields;
+  } cases[] = {
+      {"a=1&b=2", 7, "[a=1][b=2]"},
+      {"a=1&&b=2", 8, "[a=1][][b=2]"},
+      {"a=1&", 4, "[a=1]"},
+      {"a=1&b=2", 5, "[a=1][b]"},
+      {"a=1", 0, ""},
+      // A body that ends early leaves the mark of its end behind.
+      {"a=1", 10, "[a=1\xFF]"},
+      {"a=1&", 10, "[a=1][\xFF]"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(fields_of(c.body, c.length), c.fields) << c.body;
+}
+
+TEST_F(FrontEnd, EscapesGiveBytesAlsoWhenTheyAreBroken) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"a%3Db=c", "a=b=c"}, {"1+%2B+2", "1 + 2"}, {"%e5%E4", "\xE5\xE4"},
+      {"x%", "x\xD0"},      {"x%4", "x\x10"},     {"%00z", std::string("\0z", 2)},
+      {"%zz", "\x53"},      {"100%25", "100%"},
+  };
+  for (const auto& [sent, decoded] : cases) EXPECT_EQ(decode_field(sent), decoded) << sent;
+}
+
+TEST_F(FrontEnd, LengthsAreReadAsNumbersWithinBounds) {
+  const std::pair<const char*, std::int32_t> cases[] = {
+      {nullptr, 0}, {"", 0}, {"x", 0}, {"-3", 0}, {"12x", 12}, {"99999999999999999999", INT32_MAX}};
+  for (const auto& [text, length] : cases) EXPECT_EQ(content_length(text), length);
+}
+
+TEST_F(FrontEnd, LoggedTextsActOnlyOnDirectivesWithoutArguments) {
+  errno = ENOENT;
+  EXPECT_EQ(plain_format("100%% %m %s%n %"), "100% No such file or directory %s%n %");
+}
+
+// --- Toolkit.
+
+std::string written;
+
+std::string output_of(Var* (*procedure)(std::int32_t, Var**), std::vector<Var*> arguments) {
+  written.clear();
+  set_output_tee([](std::string_view text) { written += text; });
+  CALL_VECTOR(procedure, static_cast<std::int32_t>(arguments.size()), arguments.data());
+  set_output_tee(nullptr);
+  return written;
+}
+
+Var* texts(std::initializer_list<const char*> list) {
+  Var* made = cscreara(NEW_TEMP(), 0, kAllNil);
+  for (const char* text : list) CALL_SIMPLE(aadd, made, TMP_STR(text));
+  return made;
+}
+
+TEST_F(FrontEnd, TheToolkitWritesItsFixedForms) {
+  Var* rows = cscrearr(NEW_TEMP(), 2, kCopyValues, {texts({"a", "b"}), texts({})});
+  const struct {
+    Callable procedure;
+    std::vector<Var*> arguments;
+    const char* text;
+  } cases[] = {
+      {tnhtml, {}, "<HTML>\n"},
+      {tnhtml, {TMP_STR("T")}, "<HTML>\n<TITLE>T</TITLE><BR>\n"},
+      {tnline, {TMP_INT(5)}, "<BR>\n"},
+      {tnline, {TMP_STR("x")}, "x<BR>\n"},
+      {tnem, {TMP_STR("x")}, "<EM>x</EM>\n"},
+      {tnlink, {TMP_STR("u"), TMP_STR("t")}, "<A HREF=\"u\">t</A>\n"},
+      {tnimage, {TMP_STR("s")}, "<IMG=\"s\" ALT=\"[image here]\">\n"},
+      {tnlist, {texts({"a"}), true_value()}, "<OL>\n<LI>a\n</OL>\n"},
+      {tnlist, {texts({})}, "<UL>\n</UL>\n"},
+      {tntable,
+       {rows, TMP_STR("c")},
+       "<TABLE CAPTION='c'>\n<TR>\n<TD>a</TD>\n<TD>b</TD>\n</TR>\n<TR>\n</TR>\n</TABLE>\n"},
+      {tntable, {texts({})}, "<TABLE>\n</TABLE>\n"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(output_of(c.procedure, c.arguments), c.text);
+  EXPECT_EQ(take_errors(), "");
+}
+
+TEST_F(FrontEnd, ValuesThatAreNoTextsFailInTheConcatenation) {
+  output_of(tnem, {TMP_INT(1)});
+  EXPECT_EQ(take_errors().substr(0, 47), "201 strings can only be concatenated to strings");
+}
+
+TEST_F(FrontEnd, LookupFindsUpperCaseNamesOnly) {
+  Var* pairs =
+      cscrearr(NEW_TEMP(), 2, kCopyValues, {texts({"PATH_INFO", "/x"}), texts({"low", "1"})});
+  EXPECT_EQ(show(lookup_pair(pairs, " path_info ")), "C /x");
+  EXPECT_EQ(show(lookup_pair(pairs, "low")), "C ");
+  EXPECT_EQ(show(lookup_pair(texts({}), "X")), "C ");
+}
+
+// --- State object.
+
+TEST_F(FrontEnd, TheStateObjectKeepsNamesAndGivesThemBack) {
+  Var* state = CALL_SIMPLE(tnstate);
+  EXPECT_EQ(show(get_ivar(state, "state")), "N 0");
+  EXPECT_EQ(show(get_ivar(state, "foo")), "U");
+  EXPECT_EQ(show(put_ivar(state, "Foo", TMP_INT(1))), "I 1");
+  put_ivar(state, "FOO", TMP_INT(2));
+  EXPECT_EQ(show(get_ivar(state, "fOO")), "C foo");
+  EXPECT_EQ(element_count(get_ivar(state, "adata")), 2);
+  EXPECT_EQ(take_errors(), "");
+}
+
+// --- Error page.
+
+TEST_F(FrontEnd, PrintableFormsByType) {
+  const std::pair<Var*, const char*> cases[] = {
+      {TMP_NUM(1.5, 2), "C 1.5"},  {TMP_INT(7), "C 7"},
+      {TMP_STR("x"), "C x"},        {TMP_LOG(true), "C .T."},
+      {texts({}), "C <array>"},     {true_block(), "C <block>"},
+      {nil_value(), "C <unknown>"}, {CALL_SIMPLE(errornew), "C <object>"}};
+  for (const auto& [value, text] : cases) EXPECT_EQ(show(CALL_SIMPLE(x2c, value)), text);
+}
+
+std::string thrown;
+Var* catching_block(std::int32_t argc, Var** argv, Var**) {
+  Procedure p("test", "cb_1_1_1", 1, argc);
+  Var* error = p.param(argv);
+  for (const char* name : {"subsystem", "subcode", "severity", "descriptio"})
+    thrown += show(get_ivar(error, name)) + ",";
+  return p.result(false_value());
+}
+
+TEST_F(FrontEnd, ThrownErrorsReachTheErrorBlockWithTheirDefaults) {
+  CALL_SIMPLE(errorblock, TMP_BLOCK(catching_block));
+  CALL_SIMPLE(throwerror, TMP_STR("X"), TMP_INT(1));
+  EXPECT_EQ(thrown, "C X,I 1,I 2,C <no description available>,");
+}
+
+}  // namespace
+}  // namespace tarnel::testing
