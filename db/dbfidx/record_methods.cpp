@@ -22,6 +22,14 @@ std::int32_t field_argument(const DbfIdx& dbf, std::int32_t argc, Var** argv, st
   return n >= 1 && n <= dbf.fieldCount ? n - 1 : -1;
 }
 
+// The value of a field as a result: a reference on the temporary stack keeps the cell alive for the rest
+// of the expression, even if that closes the table.
+Var* field_result(DbfIdx& dbf, std::int32_t i) {
+  Var* cell = field_value(dbf, i);
+  ++cell->refs;
+  return PUSH_TEMP(cell);
+}
+
 Var* no_such_field(DbfIdx& dbf, std::int32_t argc, Var** argv, TableError error) {
   dxerror(dbf, error, {dbf.fileName, text_argument(argc, argv, 1)});
   return nil_value();
@@ -177,7 +185,7 @@ Var* di_recordinfo(std::int32_t argc, Var** argv) {
 // --- Fields.
 
 Var* di_quickfieldget(std::int32_t, Var** argv) {
-  return field_value(dbf_of(argv[0]), argv[1]->name);
+  return field_result(dbf_of(argv[0]), argv[1]->name);
 }
 Var* di_quickfieldput(std::int32_t, Var** argv) {
   return store_field(dbf_of(argv[0]), argv[1]->name, argv[2]);
@@ -186,7 +194,7 @@ Var* di_quickfieldput(std::int32_t, Var** argv) {
 Var* di_fieldget(std::int32_t argc, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   const std::int32_t i = field_argument(dbf, argc, argv, 1);
-  return i >= 0 ? field_value(dbf, i) : nil_value();
+  return i >= 0 ? field_result(dbf, i) : nil_value();
 }
 
 Var* di_fieldput(std::int32_t argc, Var** argv) {
@@ -199,7 +207,7 @@ Var* di_fieldput(std::int32_t argc, Var** argv) {
 Var* di_noivarget(std::int32_t argc, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   const std::int32_t i = field_argument(dbf, argc, argv, 1);
-  return i >= 0 ? field_value(dbf, i) : no_such_field(dbf, argc, argv, TableError::kGetNoField);
+  return i >= 0 ? field_result(dbf, i) : no_such_field(dbf, argc, argv, TableError::kGetNoField);
 }
 
 Var* di_noivarput(std::int32_t argc, Var** argv) {
