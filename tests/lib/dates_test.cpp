@@ -1,0 +1,169 @@
+#include "lib/dates.h"
+
+#include "lib/date_functions.h"
+#include "tests/lib/call.h"
+
+namespace tarnel::testing {
+namespace {
+
+class Dates : public LibTest {
+ protected:
+  static std::int32_t day(std::int32_t d, std::int32_t m, std::int32_t y) {
+    return dateEncode(d, m, y);
+  }
+};
+
+TEST_F(Dates, EveryDayOfThreeMillenniaIsTheNextNumber) {
+  std::int32_t expected = 1;
+  for (std::int32_t y = 1; y <= 2999; ++y)
+    for (std::int32_t m = 1; m <= 12; ++m)
+      for (std::int32_t d = 1; d <= 31; ++d) {
+        const std::int32_t number = dateEncode(d, m, y);
+        if (number == 0) {
+          ASSERT_GT(d, 28);
+          continue;
+        }
+        ASSERT_EQ(number, expected++);
+        std::int32_t d2, m2, y2;
+        dateDecode(number, d2, m2, y2);
+        ASSERT_EQ(d2, d);
+        ASSERT_EQ(m2, m);
+        ASSERT_EQ(y2, y);
+      }
+  EXPECT_EQ(dateEncode(1, 1, 1970), 719163);
+  EXPECT_EQ(expected - 1, dateEncode(31, 12, 2999));
+}
+
+TEST_F(Dates, ImpossibleDaysAndExtremeNumbersAreSafe) {
+  struct Row {
+    std::int32_t d, m, y;
+  };
+  for (const Row& r : std::initializer_list<Row>{{29, 2, 1900},
+                                                 {31, 4, 2000},
+                                                 {0, 1, 2000},
+                                                 {1, 13, 2000},
+                                                 {1, 0, 2000},
+                                                 {1, 1, 0},
+                                                 {1, 1, -5},
+                                                 {1, 1, INT32_MAX},
+                                                 {INT32_MIN, 1, 1},
+                                                 {1, INT32_MIN, 1}})
+    EXPECT_EQ(dateEncode(r.d, r.m, r.y), 0);
+  for (const std::int32_t n : {INT32_MIN, -719163, -1, 0, INT32_MAX})
+    for (const char* name : {"dtoc", "dtos", "cdow", "cmonth", "dow", "day", "transform"}) {
+      EXPECT_NE(call_cell(name, {Date{n}, "@D 99/99/9999"}), nullptr);
+      EXPECT_EQ(take_errors(), "");
+    }
+  EXPECT_EQ(call("dtos", {Date{INT32_MAX}}), "C         ");
+}
+
+TEST_F(Dates, TextsFollowTheFormat) {
+  struct Row {
+    const char* format;
+    const char* text;
+  };
+  for (const Row& row : std::initializer_list<Row>{{"mm/dd/yy", "03/09/98"},
+                                                   {"dd.mm.yyyy", "09.03.1998"},
+                                                   {"DdMmYy", "090398"},
+                                                   {"y m d", "8 3 9"},
+                                                   {"yyy-m-d", "998-3-9"},
+                                                   {"yy/mm/dd/yy/mm", "98/03/09/yy"}}) {
+    std::strcpy(settings().date_format, row.format);
+    EXPECT_EQ(std::string_view(dateToText(day(9, 3, 1998))), row.text) << row.format;
+  }
+}
+
+TEST_F(Dates, TextsAreReadByFormatAndEpoch) {
+  settings().epoch = 1950;
+  EXPECT_EQ(textToDate("1/2/03"), day(2, 1, 2003));
+  EXPECT_EQ(textToDate("1/2/97"), day(2, 1, 1997));
+  settings().epoch = 1900;
+  struct Row {
+    const char* text;
+    std::int32_t expected;
+  };
+  for (const Row& row : std::initializer_list<Row>{{"02/30/98", 0},
+                                                   {"  12-25.1998 ", day(25, 12, 1998)},
+                                                   {"12 25 98", day(25, 12, 1998)},
+                                                   {"12/25", day(25, 12, 1900)},
+                                                   {"00/12/25/98", day(25, 12, 1998)},
+                                                   {"12/255/98", day(25, 12, 1998)},
+                                                   {"x/y/z", 0},
+                                                   {"", 0}})
+    EXPECT_EQ(textToDate(row.text), row.expected) << row.text;
+  settings().epoch = INT32_MIN;
+  EXPECT_EQ(textToDate("1/2/03"), 0);
+  EXPECT_EQ(ymdToDate("19981225"), day(25, 12, 1998));
+  EXPECT_EQ(ymdToDate("1998 1 2"), day(2, 1, 1998));
+  EXPECT_EQ(ymdToDate("        "), 0);
+  EXPECT_EQ(ymdToDate("1998x225"), 0);
+}
+
+TEST_F(Dates, FormatsAreCheckedAndNormalised) {
+  struct Row {
+    const char* format;
+    DateFormat::Quality quality;
+    const char *normalised, *mask;
+  };
+  for (const Row& row :
+       std::initializer_list<Row>{{"dd.mm.yyyy", DateFormat::kClean, "dd.mm.yy", "##.##.##"},
+                                  {"yy-dd", DateFormat::kClean, "yy-dd", "##-##"},
+                                  {" dd mm yy", DateFormat::kClean, "ddmmyy", "######"},
+                                  {"dd:mm:yy", DateFormat::kMarked, "dd/mm/yy", "##/##/##"},
+                                  {"d/mm/yy", DateFormat::kUnusable, "/mm/yy", "/##/##"},
+                                  {"dd/dd/yy", DateFormat::kMarked, "dd//yy", "##//##"},
+                                  {"mm/dd", DateFormat::kIncomplete, "mm/dd", "##/##"},
+                                  {"", DateFormat::kIncomplete, "", ""}}) {
+    const DateFormat checked = dateFormatCheck(row.format);
+    EXPECT_EQ(checked.quality, row.quality) << row.format;
+    EXPECT_EQ(checked.format, row.normalised);
+    EXPECT_EQ(checked.template_, row.mask);
+  }
+}
+
+TEST_F(Dates, CenturyRewritesTheFormat) {
+  EXPECT_EQ(call("__setcentu", {"on"}), "L F");
+  EXPECT_EQ(date_format(), "MM/DD/YYYY");
+  EXPECT_EQ(call("__setcentu", {}), "L T");
+  EXPECT_EQ(call("set", {4, "dd.mm.yy"}), "C MM/DD/YYYY");
+  EXPECT_EQ(date_format(), "DD.MM.YYYY");
+  EXPECT_EQ(call("set", {41, false}), "L T");
+  EXPECT_EQ(date_format(), "DD.MM.YY");
+  std::strcpy(settings().date_format, "dd/mm/yy/dd/mm/dd/d");
+  setCentury(1);
+  EXPECT_STREQ(settings().date_format, "dd/mm/yy/dd/mm/dd/d") << "no room for two more";
+}
+
+TEST_F(Dates, FunctionsOnDates) {
+  const Date d{day(25, 12, 1998)};
+  check({
+      {"year", {d}, "I 1998"},
+      {"month", {d}, "I 12"},
+      {"day", {d}, "I 25"},
+      {"dow", {d}, "I 6"},
+      {"cdow", {d}, "C Friday"},
+      {"cmonth", {d}, "C December"},
+      {"dtoc", {d}, "C 12/25/98"},
+      {"dtos", {d}, "C 19981225"},
+      {"ctod", {"12/25/98"}, "D " + std::to_string(d.day)},
+      {"ctod", {5}, "D 0"},
+      {"dow", {Date{0}}, "I 0"},
+      {"cdow", {Date{0}}, "C "},
+      {"year", {"x"}, "I 0"},
+      {"month", {"x"}, "N 0 !312 MONTH: wrong argument"},
+      {"dtoc", {5}, "C  !312 DTOC: wrong argument"},
+      {"dtos", {5}, "C          !312 DTOS: wrong argument"},
+      {"dtos", {Nil{}}, "C         "},
+      {"dtos", {Date{0}}, "C         "},
+  });
+  EXPECT_EQ(call_cell("year", {d})->length, 4);
+  EXPECT_EQ(call_cell("month", {d})->length, 2);
+  const std::string now(text_of(call_cell("time", {})));
+  EXPECT_EQ(now.size(), 8U);
+  EXPECT_GT(call_cell("date", {})->i, dateEncode(1, 1, 2020));
+  EXPECT_LT(call_cell("seconds", {})->i, 86400);
+  EXPECT_GE(number_of(call_cell("secondscpu", {1})), 0);
+}
+
+}  // namespace
+}  // namespace tarnel::testing

@@ -1,0 +1,219 @@
+#include "lib/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "lib/file_names.h"
+#include "tests/lib/call.h"
+
+namespace tarnel::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Works in an empty directory of its own.
+class Files : public LibTest {
+ protected:
+  Files() : before_(fs::current_path()) {
+    char name[] = "/tmp/tarnel_files_XXXXXX";
+    directory_ = mkdtemp(name);
+    fs::current_path(directory_);
+    fs::create_directory("sub");
+    clear_extensions();
+  }
+  ~Files() override {
+    fs::current_path(before_);
+    fs::remove_all(directory_);
+    clear_extensions();
+  }
+  static void write(const std::string& name, const std::string& text) {
+    std::ofstream(name, std::ios::binary) << text;
+  }
+  static std::string read(const std::string& name) {
+    std::ifstream in(name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+  std::string directory_;
+
+ private:
+  fs::path before_;
+};
+
+TEST_F(Files, NamesAreMappedToThisSystem) {
+  ::setenv("C_OVDRIVE", "/u/db", 1);
+  ::setenv("D_OVDRIVE", "/u/db/", 1);
+  struct Row {
+    const char *name, *expected;
+  };
+  const auto maps = [](std::initializer_list<Row> rows) {
+    for (const Row& row : rows) EXPECT_EQ(fileNameMap(row.name), row.expected) << row.name;
+  };
+  maps({{"C:\\DATA\\X.DBF", "/u/db/DATA/X.DBF"},
+        {"c:x", "/u/db/x"},
+        {"D:x", "/u/db/x"},
+        {"C:", "/u/db"},
+        {"E:x", "E:x"},
+        {"  a b ", "a b"},
+        {"", ""}});
+  settings().lowerfiles = true;
+  settings().pathupper = true;
+  maps({{"Dir\\File.DBF", "DIR/file.dbf"}});
+  reset_settings();
+  settings().shortname = true;
+  maps({{"verylongname.data", "verylong.dat"},
+        {"dir/very long name.1234", "dir/verylong.1234"},
+        {".profile_of_mine", ".profile_of_mine"},
+        {"a.b.c", "a.b.c"},
+        {"$;|x&.dbf", "x.dbf"}});
+  EXPECT_EQ(take_errors(), "");
+  reset_settings();
+  EXPECT_EQ(fileNameMap("C:abcdef", 9), "C:abcdef");
+  EXPECT_EQ(take_errors(), "901 Drive C: substitution exceedes 9 chars");
+  extensionMap("x", "longest");
+  EXPECT_EQ(fileNameMap("a.x", 8), "a.x");
+  EXPECT_EQ(take_errors(), "901 Mapping of extension exceeds 8 chars");
+}
+
+TEST_F(Files, ExtensionsAreTranslated) {
+  EXPECT_EQ(call("ov_set", {"translext", "DBF", "data"}), "C ");
+  EXPECT_EQ(fileNameMap("x.dbf"), "x.data");
+  EXPECT_EQ(fileNameMap("x.DBF"), "x.data");
+  EXPECT_EQ(fileNameMap("d.dbf/x"), "d.dbf/x");
+  EXPECT_EQ(call("ov_set", {"translext", "dbf"}), "C dbf.data");
+  EXPECT_EQ(call("ov_set", {"translext", "dbf", ""}), "C dbf.data");
+  EXPECT_EQ(fileNameMap("x.dbf"), "x.dbf");
+  for (int i = 0; i < 12; ++i) extensionMap(std::to_string(i), "z");
+  EXPECT_EQ(extensionMap("8"), "8.z");
+  EXPECT_EQ(extensionMap("9"), "") << "ten pairs are held";
+}
+
+TEST_F(Files, FullPathsAndExtensions) {
+  fs::current_path("/tmp");
+  EXPECT_EQ(fullPath("a/../b"), "/tmp/b");
+  EXPECT_EQ(fullPath("/x//y/././z/../w"), "/x/y/w");
+  EXPECT_EQ(fullPath("/../../x"), "/x");
+  fs::current_path(directory_);
+  std::string target = "old";
+  EXPECT_TRUE(defaultExtension(target, " a ", ".txt", 500));
+  EXPECT_EQ(target, "a.txt");
+  EXPECT_TRUE(defaultExtension(target, "d.x/a", ".txt", 500));
+  EXPECT_EQ(target, "d.x/a.txt");
+  EXPECT_FALSE(defaultExtension(target, "abcd", ".txt", 8));
+  EXPECT_EQ(target, "d.x/a.txt");
+}
+
+TEST_F(Files, OpeningSearchesDefaultThenPath) {
+  write("sub/x.txt", "1");
+  EXPECT_EQ(call("file", {"x.txt"}), "L F");
+  call("set", {6, "nowhere; sub"});
+  EXPECT_EQ(call("set", {6}), "C nowhere/;sub/");
+  EXPECT_EQ(call("file", {"x.txt"}), "L T");
+  EXPECT_EQ(call("file", {"./x.txt"}), "L F") << "a name with a directory isn't searched";
+  EXPECT_EQ(call("file", {"sub"}), "L F") << "a directory is no file";
+  std::string found;
+  const int fd = fileOpenSearch("x.txt", O_RDONLY, 0, {.found_name = &found});
+  ASSERT_GE(fd, 0);
+  EXPECT_EQ(fcntl(fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+  fileClose(fd);
+  EXPECT_EQ(found, fullPath("sub/x.txt"));
+  EXPECT_EQ(fileOpenSearch("y.txt", O_RDONLY, 0), -1);
+  EXPECT_EQ(take_errors(), "101 Open error for 'sub/y.txt' (requested 'y.txt') ");
+  EXPECT_EQ(call("doserror", {0}), "I 2");
+  EXPECT_EQ(call("doserror", {}), "I 0");
+  call("set", {7, "sub"});
+  write("sub/d.txt", "1");
+  EXPECT_EQ(call("set", {7}), "C sub");
+  EXPECT_EQ(call("file", {"d.txt"}), "L T");
+  EXPECT_EQ(streamOpen("zz", "r"), nullptr);
+  EXPECT_EQ(take_errors(), "101 file 'zz'");
+}
+
+TEST_F(Files, EraseRenameAndCopyTakeShellCharactersAsTheyStand) {
+  const std::string odd = "$(touch hit); `x` 'q' & |.txt";
+  write(odd, "odd");
+  write("victim.txt", "v");
+  EXPECT_EQ(call("__copyfile", {odd, "copy; rm -f victim.txt"}), "L T");
+  EXPECT_EQ(read("copy; rm -f victim.txt"), "odd");
+  EXPECT_EQ(call("frename", {odd, "-n"}), "I 0");
+  EXPECT_EQ(call("ferase", {"-n"}), "I 0");
+  EXPECT_EQ(call("ferase", {"*; rm victim.txt"}), "I 0");
+  EXPECT_FALSE(fs::exists("hit"));
+  EXPECT_EQ(read("victim.txt"), "v");
+  EXPECT_EQ(call("ferase", {"none"}), "I -1 !106 Erase error");
+  EXPECT_EQ(call("frename", {"none", "x"}), "I -1 !105 RENAME: UNIX returned error 2  ");
+}
+
+TEST_F(Files, WildCardsStandForTheirMatches) {
+  for (const char* name : {"a1.x", "a2.x", "b.y"}) write(name, name);
+  EXPECT_EQ(call("file", {"a?.x"}), "L T");
+  EXPECT_EQ(call("file", {"c*"}), "L F");
+  EXPECT_EQ(call("__copyfile", {"a*.x", "sub"}), "L T");
+  EXPECT_EQ(read("sub/a2.x"), "a2.x");
+  EXPECT_EQ(call("__copyfile", {"a*.x", "all", true}), "L T");
+  EXPECT_EQ(read("all"), "a1.xa2.x");
+  EXPECT_EQ(call("__copyfile", {"all", "all", true}),
+            "L F !105 Create error for 'all' (requested 'all') ");
+  EXPECT_EQ(read("all"), "a1.xa2.x");
+  EXPECT_EQ(call("frename", {"[ab]*", "sub"}), "I 0");
+  EXPECT_EQ(read("sub/b.y"), "b.y");
+  EXPECT_EQ(call("frename", {"sub/a*", "none"}), "I -1 !105 RENAME: UNIX returned error 20  ");
+  EXPECT_EQ(call("ferase", {"sub/*"}), "I 0");
+  EXPECT_EQ(call("ferase", {"su*"}), "I -1 !106 ERASE: UNIX returned error 21  ");
+}
+
+TEST_F(Files, HandlesReadWriteAndSeek) {
+  EXPECT_EQ(call("memowrit", {"m.txt", std::string("a\0b", 3)}), "L T");
+  EXPECT_EQ(call("memoread", {"m.txt"}), "C " + std::string("a\0b", 3));
+  EXPECT_EQ(call("memoread", {"/dev/zero"}), "C ");
+  EXPECT_EQ(call("memoread", {"none"}), "C ");
+  const int handle = call_cell("fcreate", {"f.bin"})->i;
+  ASSERT_GT(handle, 2);
+  check({
+      {"fwrite", {handle, "hello world"}, "I 11"},
+      {"fwrite", {handle, "xyz", 1}, "I 1"},
+      {"fseek", {handle, 0, 2}, "I 12"},
+      {"fseek", {handle, -1, 1}, "I 11"},
+      {"fseek", {handle, -1}, "I -1"},
+      {"ferror", {}, "I 22"},
+      {"fseek", {handle, 6}, "I 6"},
+  });
+  Var* argv[] = {TMP_INT(handle), TMP_TEXT("....."), TMP_INT(99)};
+  EXPECT_EQ(show(GET_FUNC("fread")(3, argv)), "I 5");
+  EXPECT_EQ(show(argv[1]), "C world");
+  check({
+      {"fclose", {handle}, "L T"},
+      {"fclose", {handle}, "L F"},
+      {"ferror", {}, "I 9"},
+      {"fwrite", {handle, "x"}, "I 0"},
+      {"fopen", {"none"}, "I -1"},
+      {"ferror", {}, "I 2"},
+      {"fattrib", {"f.bin", 0600}, "I " + std::to_string(fileDefaultMode())},
+      {"fattrib", {"f.bin"}, "I 384"},
+      {"fattrib", {"none"}, "I -1 !107 GET_NFIL_MODE: cannot get status for 'none'"},
+  });
+}
+
+TEST_F(Files, DirectoriesAreListedSorted) {
+  write("b.txt", "12345");
+  write("a.txt", "");
+  write(".hidden", "");
+  Var* files = call_cell("directory", {"*.txt"});
+  ASSERT_EQ(show(files), "A 2");
+  Var* second = element(files, 2);
+  EXPECT_EQ(show(element(second, 1)), "C b.txt");
+  EXPECT_EQ(show(element(second, 2)), "N 5");
+  EXPECT_EQ(element(second, 3)->type, 'D');
+  EXPECT_EQ(show(call_cell("directory", {"", "DH"})), "A 6") << "with ., .., sub and .hidden";
+  EXPECT_EQ(call("curdir", {}), "C " + fs::current_path().string());
+  EXPECT_EQ(call("_setdir", {"sub"}), "L T");
+  EXPECT_EQ(call("_setdir", {"none"}), "L F");
+  EXPECT_EQ(call("directory", {}), "A 0");
+}
+
+}  // namespace
+}  // namespace tarnel::testing

@@ -1,0 +1,227 @@
+#include <cmath>
+#include <limits>
+
+#include "core/memory.h"
+#include "lib/number_text.h"
+#include "lib/value_text.h"
+#include "tests/lib/call.h"
+
+namespace tarnel::testing {
+namespace {
+
+class Numbers : public LibTest {};
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+TEST_F(Numbers, StrGoesByTheStoredOrTheGivenWidth) {
+  check({
+      {"str", {1234.5, 3}, "C ***"},
+      {"str", {Sized{1234.5, 3, 1}}, "C 1234.5"},
+      {"str", {Computed{1.5, 2}}, "C          1.5"},
+      {"str", {Computed{100, 2}}, "C        100"},
+      {"str", {Computed{12345678901.0, 0}}, "C 12345678901"},
+      {"str", {Computed{12345678901.25, 2}}, "C 12345678901.25"},
+      {"str", {Sized{2, 6, 2}}, "C   2.00"},
+      {"str", {7}, "C          7"},
+      {"str", {5, 4, -1}, "C ****"},
+      {"str", {5, 9, -1}, "C  5.000000"},
+      {"str", {2.5, 4}, "C    2"},
+      {"str", {3.14159, 6, 2}, "C   3.14"},
+      {"str", {5, -1, 1}, "C        5.0"},
+      {"str", {true, 3}, "C   1"},
+      {"str", {5, 0}, "C "},
+      {"str", {5, 1000, 2}, "C " + std::string(146, ' ') + "5.00"},
+      {"str", {1, 150, 1000000}, "C " + std::string(150, '*')},
+      {"str", {kInf, 5}, "C   inf"},
+      {"str", {Computed{-kInf, 2}}, "C       -inf"},
+      {"str", {kNan, 2}, "C **"},
+      {"str", {"5"}, "C "},
+      {"str", {5, "4"}, "C "},
+      {"str", {}, "C "},
+      {"strzero", {5, 4}, "C 0005"},
+      {"strzero", {-5, 4}, "C -005"},
+      {"strzero", {-5, 2}, "C -5"},
+      {"strzero", {12345, 3}, "C ***"},
+      {"strzero", {"x", 4}, "C "},
+  });
+}
+
+TEST_F(Numbers, FixedActsOnDisplayNotOnStr) {
+  settings().fixed = true;
+  settings().decimals = 3;
+  NumberBuffer buffer;
+  EXPECT_EQ(numToText(1.5, -1, 0, buffer), "         1.500");
+  EXPECT_EQ(call("str", {Sized{1.5, 6, 1}}), "C    1.5");
+}
+
+TEST_F(Numbers, DefaultTextsOfValues) {
+  struct Row {
+    Arg value;
+    const char* expected;
+  };
+  NumberBuffer buffer;
+  for (const Row& row :
+       std::initializer_list<Row>{{Computed{1.5, 2}, "         1.50"},
+                                  {Computed{0, 0}, "         0"},
+                                  {Sized{123, 2, 0}, "**"},
+                                  {7, "         7"},
+                                  {Computed{1e22, 2}, "10000000000000000000000.00"},
+                                  {true, ".T."},
+                                  {Date{0}, "  /  /  "},
+                                  {Nil{}, "NIL"},
+                                  {Memo{"m"}, "m"}})
+    EXPECT_EQ(varToText(cell_of(row.value), buffer), row.expected);
+  Var* value = TMP_NUM(1234567.0, 0);
+  value->type = 'F';
+  value->length = 8;
+  value->decimals = 2;
+  EXPECT_EQ(varToText(value, buffer), " 1.2e+06");
+  value->num = 1.5;
+  EXPECT_EQ(varToText(value, buffer), "    1.50");
+  value->type = 'q';
+  EXPECT_EQ(varToText(value, buffer), "");
+  EXPECT_EQ(take_errors(), "203 Converting variable 'q' to string");
+  value->type = 'N';
+}
+
+TEST_F(Numbers, ValReadsTheFrontOfATextAndKeepsItsShape) {
+  struct Row {
+    const char* text;
+    double value;
+    int width, decimals;
+  };
+  for (const Row& row : std::initializer_list<Row>{{"  12.50", 12.5, 7, 2},
+                                                   {"-3", -3, 2, 0},
+                                                   {"+.5x", 0.5, 3, 1},
+                                                   {"12.", 12, 2, 0},
+                                                   {"\t1e5", 1, 2, 0},
+                                                   {"0.00", 0, -1, 0},
+                                                   {"- 5", 0, -1, 0},
+                                                   {"inf", 0, -1, 0},
+                                                   {"", 0, -1, 0},
+                                                   {"1.1.1", 1.1, 3, 1}}) {
+    const Var* v = call_cell("val", {row.text});
+    EXPECT_EQ(v->num, row.value) << row.text;
+    EXPECT_EQ(v->length, row.width) << row.text;
+    EXPECT_EQ(v->decimals, row.decimals) << row.text;
+  }
+  EXPECT_EQ(call_cell("val", {"0.00"}), num_zero());
+  EXPECT_EQ(call_cell("val", {5}), num_zero());
+  EXPECT_EQ(call_cell("val", {std::string(400, '9')})->num, kInf);
+  const Var* longest = call_cell("val", {"0." + std::string(400, '1')});
+  EXPECT_EQ(longest->decimals, 255);
+  EXPECT_NEAR(longest->num, 1.0 / 9, 1e-15);
+}
+
+TEST_F(Numbers, ValOfStrIsTheNumber) {
+  std::uint64_t seed = 42;
+  for (int i = 0; i < 20000; ++i) {
+    seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
+    const int decimals = static_cast<int>(seed >> 62) * 2;
+    const double scale = std::pow(10, decimals);
+    const double x = std::round(static_cast<double>(static_cast<std::int32_t>(seed >> 20))) / scale;
+    if (x == 0) continue;
+    const std::int32_t mark = temp_top();
+    const Var* text = call_cell("str", {Arg(x), 20, decimals});
+    const Var* back = call_cell("val", {std::string(text_of(text))});
+    ASSERT_EQ(back->num, x);
+    ASSERT_EQ(back->decimals, decimals);
+    ASSERT_EQ(back->length, 20);
+    POP_TEMPS(mark);
+  }
+}
+
+TEST_F(Numbers, RoundingAndSigns) {
+  check({
+      {"abs", {-5}, "I 5"},
+      {"abs", {-1.25}, "N 1.25"},
+      {"abs", {true}, "N 1"},
+      {"abs", {"x"}, "N 0"},
+      {"int", {2.9}, "I 2"},
+      {"int", {-2.9}, "I -2"},
+      {"int", {1e10}, "I -2147483648"},
+      {"int", {kNan}, "I -2147483648"},
+      {"int", {"x"}, "I 0"},
+      {"num2int", {2.5}, "I 3"},
+      {"num2int", {-2.5}, "I -3"},
+      {"num2int", {3e9}, "I 0"},
+      {"num2int", {kNan}, "I 0"},
+      {"num2int", {2147483647.0}, "I 2147483647"},
+      {"round", {2.345, 2}, "N 2.35"},
+      {"round", {1.005, 2}, "N 1.01"},
+      {"round", {-2.5, 0}, "N -3"},
+      {"round", {1234.5, -2}, "N 1200"},
+      {"round", {kInf, 2}, "N inf"},
+      {"round", {5.5, -2147483647}, "N 0"},
+      {"mod", {7, 3}, "N 1"},
+      {"mod", {-7, 3}, "N 2"},
+      {"mod", {7, -3}, "N -2"},
+      {"mod", {7, 0}, "N 7"},
+      {"log", {0}, "N 0"},
+      {"log", {-1}, "N 0"},
+      {"log", {1.0}, "N 0.00"},
+      {"sqrt", {2.25}, "N 1.50"},
+      {"sqrt", {-4}, "N 0"},
+      {"exp", {0}, "N 1.00"},
+      {"exp", {"0"}, "N 0"},
+  });
+}
+
+TEST_F(Numbers, MaxAndMinGiveOneOfTheirArguments) {
+  check({
+      {"max", {1, Computed{2, 1}}, "N 2.0"},
+      {"max", {1, 1.0}, "I 1"},
+      {"min", {1, 1.0}, "I 1"},
+      {"min", {Date{5}, Date{3}}, "D 3"},
+      {"max", {Date{5}, 3}, "D 0"},
+      {"max", {Date{5}}, "D 0"},
+      {"max", {5}, "N 0"},
+      {"max", {5, "x"}, "N 0"},
+      {"max", {true, 5}, "N 0"},
+      {"max", {5, true}, "I 5"},
+      {"max", {}, "N 0"},
+  });
+  Var* argv[] = {TMP_INT(7), TMP_INT(3)};
+  EXPECT_EQ(GET_FUNC("max")(2, argv), argv[0]);
+}
+
+TEST_F(Numbers, DescendAndTypes) {
+  check({
+      {"descend", {"a\x01"}, "C \x9F\xFF"},
+      {"descend", {Date{719163}}, "N 280837"},
+      {"descend", {1.25}, "N -1.25"},
+      {"descend", {-2147483647 - 1}, "I -2147483648"},
+      {"descend", {true}, "L F"},
+      {"descend", {Nil{}}, "U"},
+      {"descend", {}, "E !311 DESCEND(): requires one argument"},
+      {"valtype", {5}, "C N"},
+      {"valtype", {"x"}, "C C"},
+      {"valtype", {Memo{"x"}}, "C M"},
+      {"valtype", {}, "C U"},
+  });
+  settings().intvar = true;
+  EXPECT_EQ(call("valtype", {5}), "C I");
+}
+
+TEST_F(Numbers, ShortFunctionsAllocateOnlyTheirResult) {
+  Var* number = TMP_NUM(1234.5, 2);
+  Var* text = TMP_TEXT("  12.50");
+  Var* day = TMP_DATE(719163);
+  struct Row {
+    const char* name;
+    Var* argument;
+    std::uint64_t most;  // a cell and its text
+  };
+  for (const Row& row : std::initializer_list<Row>{
+           {"str", number, 2}, {"val", text, 1}, {"dtoc", day, 2}, {"upper", text, 2}}) {
+    Var* argument = row.argument;
+    const Callable function = GET_FUNC(row.name);
+    const auto before = memory_stats().operations;
+    function(1, &argument);
+    EXPECT_LE(memory_stats().operations - before, row.most) << row.name;
+  }
+}
+
+}  // namespace
+}  // namespace tarnel::testing
