@@ -136,6 +136,8 @@ void write_setting(const SettingRow& row) {
   Var* value = setting(row, nullptr);
   if (value->type == 'L')
     write_output(value->i != 0 ? "on" : "off");
+  else if (is_number(value))
+    write_output(std::to_string(integer_of(value)));
   else
     write_value(value);
   write_output("\n");

@@ -110,7 +110,7 @@ Var* unknown_function(std::int32_t, Var**) {
 }
 
 // Abbreviations of builtin functions, in the order in which they are tried.
-constexpr const char* kAbbreviated[] = {
+constexpr std::string_view kAbbreviated[] = {
     "cmonth",  "deleted", "empty",  "fcount",   "flock",  "field",     "found", "lastrec", "lower",
     "ltrim",   "month",   "pcount", "reccount", "recno",  "replicate", "rlock", "round",   "rtrim",
     "seconds", "select",  "setprc", "space",    "substr", "transform", "upper"};
@@ -164,7 +164,7 @@ std::string FULL_NAME(std::string_view name) {
   std::string lowered = lower_text(name);
   if (lowered.size() >= kShortestAbbreviation)
     for (std::string_view full : kAbbreviated)
-      if (full.substr(0, lowered.size()) == lowered) return std::string(full);
+      if (full.front() == lowered.front() && full.starts_with(lowered)) return std::string(full);
   return lowered;
 }
 

@@ -135,8 +135,9 @@ void Lexer::sign() {
   token_ = Token::kInvalid;
   for (std::size_t i = kFirstSign[static_cast<unsigned char>(c)];
        i < std::size(kSigns) && kSigns[i].text[0] == c; ++i) {
-    if (!text_.substr(at_).starts_with(kSigns[i].text)) continue;
-    at_ += kSigns[i].text.size();
+    const std::string_view text = kSigns[i].text;
+    if (text.size() > 1 && !text_.substr(at_).starts_with(text)) continue;
+    at_ += text.size();
     end_ = at_;
     token_ = kSigns[i].token;
     return;
