@@ -3,6 +3,8 @@
 
 #include "core/core_modules.h"
 #include "core/runtime.h"
+#include "db/db.h"
+#include "db/db_modules.h"
 #include "frontend/error_page.h"
 #include "frontend/log.h"
 #include "frontend/request.h"
@@ -12,20 +14,25 @@
 #include "lib/streams.h"
 #include "macro/macro.h"
 #include "pages/pages.h"
+#include "pages/table_access.h"
 
 namespace {
 
 using namespace tarnel;
 
-constexpr std::array<const ModuleRecord*, 6> kFrontEnd = {
-    &kRequestModule, &kLogModule, &kToolkitModule, &kStateModule, &kErrorPageModule, &kPagesModule};
-constexpr auto kModules = join_modules(kFrontEnd, kLibModules, kCoreModules);
+constexpr std::array<const ModuleRecord*, 7> kFrontEnd = {
+    &kRequestModule,   &kLogModule,   &kToolkitModule,   &kStateModule,
+    &kErrorPageModule, &kPagesModule, &kPageTablesModule};
+constexpr auto kModules = join_modules(kFrontEnd, kDbModules, kLibModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  runtime_hooks().setup = init_macro;
+  runtime_hooks().setup = [] {
+    init_macro();
+    init_db();
+  };
   runtime_hooks().close_files = close_streams;
   START_RUNTIME(argc, argv, {kFunctions.table(), kModules});
 }

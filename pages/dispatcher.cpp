@@ -22,7 +22,9 @@ struct Page {
   const char* name;
   Callable procedure;
 };
-constexpr Page kPages[] = {{"example0", example0}};
+constexpr Page kPages[] = {{"example0", example0}, {"example1", example1}, {"example2", example2},
+                           {"example3", example3}, {"example4", example4}, {"example5", example5},
+                           {"example6", example6}};
 
 }  // namespace
 
