@@ -1,0 +1,291 @@
+// What happens to a table when processes die, disks fill, calls fail and bytes are damaged.
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <random>
+
+#include "core/symbols.h"
+#include "db/file_ops.h"
+#include "tests/db/table_test.h"
+
+namespace tarnel::testing {
+namespace {
+
+// The nth call through the file operations from now on fails; every nth of a kind that can.
+struct FailNth {
+  static inline int left = 0;
+  static inline FileOps real{};
+
+  static bool strikes() { return left > 0 && --left == 0; }
+  static int fail() {
+    errno = EIO;
+    return -1;
+  }
+  explicit FailNth(int nth) {
+    real = file_ops();
+    left = nth;
+    FileOps& ops = file_ops();
+    ops.open = [](const char* p, int f, mode_t m) {
+      return strikes() ? fail() : real.open(p, f, m);
+    };
+    ops.pread = [](int fd, void* b, size_t n, off_t at) {
+      return strikes() ? fail() : real.pread(fd, b, n, at);
+    };
+    ops.pwrite = [](int fd, const void* b, size_t n, off_t at) {
+      return strikes() ? fail() : real.pwrite(fd, b, n, at);
+    };
+    ops.lock = [](int fd, int command, struct flock* range) {
+      return strikes() && range->l_type != F_UNLCK ? fail() : real.lock(fd, command, range);
+    };
+    ops.fstat = [](int fd, struct stat* s) { return strikes() ? fail() : real.fstat(fd, s); };
+    ops.stat = [](const char* p, struct stat* s) { return strikes() ? fail() : real.stat(p, s); };
+  }
+  ~FailNth() { file_ops() = real; }
+  static bool struck() { return left == 0; }
+};
+
+class Faults : public TableTest {
+ protected:
+  static constexpr int kRecords = 20;
+  void make_table(bool memo = true) {
+    if (memo)
+      ASSERT_TRUE(create("t", {{"n", "N", 8, 0}, {"who", "C", 12, 0}, {"note", "M", 10, 0}}));
+    else
+      ASSERT_TRUE(create("t", {{"n", "N", 8, 0}, {"who", "C", 12, 0}}));
+    ASSERT_TRUE(open("t", Use::kExclusive));
+    for (int i = 1; i <= kRecords; ++i) {
+      call("dbappend");
+      put("n", integer(i));
+      if (memo) put("note", text("note " + std::to_string(i)));
+    }
+    call("dbclosearea");
+  }
+  static std::int32_t n() { return integer_of(RESOLVE_NAME(ADD_SYMBOL("n"))); }
+  void expect_intact(std::int32_t records) {
+    ASSERT_TRUE(open("t", Use::kExclusive));
+    EXPECT_EQ(count("lastrec"), records);
+    for (int i = 1; i <= kRecords; ++i, call("dbskip")) EXPECT_EQ(n(), i);
+    call("dbclosearea");
+  }
+};
+
+TEST_F(Faults, KilledWritersLoseNothingCommitted) {
+  const char* wanted = std::getenv("TABLE_KILLS");
+  const int kills = wanted != nullptr ? std::atoi(wanted) : 40;
+  ASSERT_TRUE(create("t", {{"n", "N", 8, 0}, {"who", "C", 12, 0}}));
+  std::mt19937 random(4711);
+  for (int round = 0; round < kills; ++round) {
+    int report[2];
+    ASSERT_EQ(pipe(report), 0);
+    const pid_t pid = start_process([&] {
+      if (!open("t", Use::kShared)) _exit(2);
+      for (std::int32_t value = 1;; ++value) {
+        const std::int32_t mark = temp_top();
+        if (value % 3 != 0 || count("lastrec") == 0)
+          call("dbappend");
+        else
+          yes("rlock", {integer(1 + value * 7 % count("lastrec"))});
+        if (value % 3 == 0) call("dbgoto", {integer(1 + value * 7 % count("lastrec"))});
+        put("n", integer(value));
+        const std::int32_t line[2] = {count("recno"), value};
+        call("dbunlock");
+        if (write(report[1], line, sizeof line) != sizeof line) _exit(3);
+        POP_TEMPS(mark);
+      }
+    });
+    close(report[1]);
+    usleep(static_cast<useconds_t>(500 + random() % 6000));
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    std::map<std::int32_t, std::int32_t> now;
+    for (std::int32_t line[2]; read(report[0], line, sizeof line) == sizeof line;)
+      now[line[0]] = line[1];
+    close(report[0]);
+
+    ASSERT_TRUE(open("t", Use::kExclusive)) << "locks are gone; " << take_errors();
+    const auto last = count("lastrec");
+    const auto size = static_cast<std::int64_t>(std::filesystem::file_size("t.dbf"));
+    EXPECT_GE(size, 97 + 21 * std::int64_t{last});
+    EXPECT_LE(size, 97 + 21 * (std::int64_t{last} + 1));
+    for (const auto& [record, value] : now) {
+      const std::int32_t mark = temp_top();
+      ASSERT_LE(record, last);
+      call("dbgoto", {integer(record)});
+      // The one replacement in flight may have come after the report.
+      EXPECT_TRUE(n() == value || n() > now.rbegin()->second)
+          << record << " " << n() << " " << value;
+      POP_TEMPS(mark);
+    }
+    call("dbclosearea");
+  }
+  EXPECT_EQ(take_errors(), "");
+  RecordProperty("records", static_cast<int>((std::filesystem::file_size("t.dbf") - 97) / 21));
+}
+
+TEST_F(Faults, FullDiskIsAnErrorAndChangesNoRecord) {
+  make_table();
+  const int failed = run_processes(1, [&](int) {
+    const rlim_t size = std::filesystem::file_size("t.dbf");
+    const rlimit limit{size + 10, size + 10};
+    if (!open("t", Use::kShared)) return false;
+    setrlimit(RLIMIT_FSIZE, &limit);
+    take_errors();
+    if (yes("dbappend") || take_errors().substr(0, 4) != "104 " || !yes("neterr")) return false;
+    if (count("lastrec") != kRecords) return false;
+    call("dbgotop");
+    if (!yes("rlock")) return false;
+    put("note", text(std::string(3000, 'x')));
+    return take_errors().substr(0, 4) == "104 ";
+  });
+  EXPECT_EQ(failed, 0);
+  expect_intact(kRecords);
+}
+
+TEST_F(Faults, FullDiskInExclusiveUseKeepsWhatTheFileHas) {
+  make_table(false);
+  const int failed = run_processes(1, [&](int) {
+    const rlim_t size = std::filesystem::file_size("t.dbf");
+    const rlimit limit{size + 10, size + 10};
+    if (!open("t", Use::kExclusive)) return false;
+    setrlimit(RLIMIT_FSIZE, &limit);
+    call("dbappend");
+    put("n", integer(99));
+    call("dbclosearea");
+    return take_errors().substr(0, 4) == "104 ";
+  });
+  EXPECT_EQ(failed, 0);
+  EXPECT_EQ(std::filesystem::file_size("t.dbf"), 97u + 21u * kRecords);
+  expect_intact(kRecords);
+}
+
+TEST_F(Faults, MissingPermissionsAreErrors) {
+  make_table();
+  std::filesystem::permissions(directory(), std::filesystem::perms{0555});
+  std::filesystem::permissions("t.dbt", std::filesystem::perms{0444});
+  const int failed = run_processes(1, [&](int) {
+    if (geteuid() == 0 && seteuid(65534) != 0) return false;
+    if (create("new", {{"a", "C", 1, 0}}) || take_errors().substr(0, 4) != "105 ") return false;
+    return !open("t", Use::kShared) && take_errors().substr(0, 4) == "101 ";
+  });
+  std::filesystem::permissions(directory(), std::filesystem::perms{0755});
+  EXPECT_EQ(failed, 0);
+  EXPECT_FALSE(std::filesystem::exists("new.dbf"));
+}
+
+TEST_F(Faults, AnyFailingCallLeavesTheTableUsable) {
+  make_table();
+  for (const bool shared : {true, false})
+    for (int nth = 1;; ++nth) {
+      const std::int32_t mark = temp_top();
+      bool struck = false;
+      {
+        const FailNth fail(nth);
+        if (open("t", shared ? Use::kShared : Use::kExclusive)) {
+          call("dbgoto", {integer(7)});
+          yes("rlock");
+          put("n", integer(7));
+          put("note", text("note 7"));
+          if (yes("dbappend")) put("who", text("new"));
+          call("dbcommit");
+          call("dbunlock");
+          call("dbskip", {integer(-3)});
+          get("note");
+        }
+        close_all_areas();
+        struck = FailNth::struck();
+      }
+      const bool reported = !take_errors().empty() || yes("neterr");
+      static_cast<void>(reported);  // a refused record lock is an answer, not an error
+      ASSERT_TRUE(open("t", Use::kExclusive)) << nth << take_errors();
+      for (int i = 1; i <= kRecords; ++i, call("dbskip")) ASSERT_EQ(n(), i) << "call " << nth;
+      call("dbclosearea");
+      ASSERT_EQ(take_errors(), "") << nth;
+      POP_TEMPS(mark);
+      if (!struck) break;
+    }
+}
+
+// Opens, walks and reads whatever the files hold.
+void read_everything() {
+  if (!open("d", Use::kShared)) return;
+  const std::int32_t mark = temp_top();
+  for (int steps = 0; !yes("eof") && steps < 100; ++steps, call("dbskip")) {
+    for (int i = 1; i <= std::min(count("fcount"), 50); ++i) call("fieldget", {integer(i)});
+    yes("deleted");
+    POP_TEMPS(mark);
+  }
+  call("dbgobottom");
+  call("dbclosearea");
+}
+
+TEST_F(Faults, DamagedHeadersEndInANumberedError) {
+  make_table();
+  const std::string good = read_file("t.dbf");
+  struct {
+    std::size_t at;
+    std::string bytes;
+    const char* reason;
+  } const cases[] = {
+      {8, le16(32), "header too short"},
+      {8, le16(60000), "header longer than the file"},
+      {10, le16(0), "record size 0"},
+      {10, le16(20), "fields reach past the record"},
+      {4, le32(0xFFFFFFFF), "more records than the file holds"},
+      {4, le32(kRecords + 2), "more records than the file holds"},
+  };
+  write_file("d.dbt", read_file("t.dbt"));
+  for (const auto& c : cases) {
+    std::string bad = good;
+    bad.replace(c.at, c.bytes.size(), c.bytes);
+    write_file("d.dbf", bad);
+    EXPECT_FALSE(open("d", Use::kShared)) << c.reason;
+    EXPECT_EQ(take_errors(), "103 DBFIDX:Init();" + directory() +
+                                 "/d.dbf;damaged header: " + c.reason + ";103 (file read error)");
+    EXPECT_EQ(read_file("d.dbf"), bad);
+  }
+}
+
+TEST_F(Faults, AnyDamagedByteIsSurvived) {
+  make_table();
+  for (const char* end : {".dbf", ".dbt"}) {
+    write_file("d.dbf", read_file("t.dbf"));
+    write_file("d.dbt", read_file("t.dbt"));
+    const std::string good = read_file(std::string("t") + end);
+    const int fd = ::open((std::string("d") + end).c_str(), O_RDWR | O_CLOEXEC);
+    for (std::size_t at = 0; at < std::min<std::size_t>(good.size(), 700); ++at) {
+      for (const char value : {'\0', '\1', '\x7F', '\xFF'}) {
+        ASSERT_TRUE(write_at(fd, &value, 1, static_cast<std::int64_t>(at)));
+        read_everything();
+      }
+      ASSERT_TRUE(write_at(fd, &good[at], 1, static_cast<std::int64_t>(at)));
+    }
+    ::close(fd);
+  }
+  take_errors();
+}
+
+TEST_F(Faults, MemoWithoutAnEndIsAnError) {
+  make_table();
+  std::string memo = read_file("t.dbt");
+  for (std::size_t i = 512; i < memo.size(); ++i) memo[i] = 'x';
+  write_file("t.dbt", memo);
+  ASSERT_TRUE(open("t", Use::kShared));
+  EXPECT_EQ(get("note"), "M ");
+  EXPECT_EQ(take_errors(), "103 DBFIDX:FieldGet();memo block 1;of area T;103 (file read error)");
+  memo.resize(512 + 128 * 512, 'x');
+  write_file("t.dbt", memo);
+  call("dbskip", {integer(0)});
+  EXPECT_EQ(get("note"), "M ");
+  EXPECT_EQ(take_errors(),
+            "301 DBFIDX:FieldGet();memo content exceeds 65536 bytes;301 (no memory available)");
+}
+
+}  // namespace
+}  // namespace tarnel::testing

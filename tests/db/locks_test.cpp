@@ -1,0 +1,267 @@
+// Locks between areas of one process and between real processes, in both lock schemes.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "core/classes.h"
+#include "core/symbols.h"
+#include "tests/db/table_test.h"
+
+namespace tarnel::testing {
+namespace {
+
+// Runs with the parameter as the lock40comp setting.
+class Locks : public TableTest, public ::testing::WithParamInterface<bool> {
+ protected:
+  void SetUp() override {
+    settings().lock40comp = GetParam();
+    ASSERT_TRUE(create("t", {{"n", "N", 10, 0}, {"who", "C", 20, 0}}));
+  }
+  void fill(int n) {
+    ASSERT_TRUE(open("t", Use::kExclusive));
+    for (int i = 0; i < n; ++i) {
+      ASSERT_TRUE(yes("dbappend"));
+      put("n", integer(0));
+    }
+    call("dbclosearea");
+  }
+  // Does `body` succeed in another process?
+  bool elsewhere(const std::function<bool()>& body) {
+    return run_processes(1, [&](int) { return body(); }) == 0;
+  }
+  std::int32_t n() { return integer_of(RESOLVE_NAME(ADD_SYMBOL("n"))); }
+};
+INSTANTIATE_TEST_SUITE_P(BothSchemes, Locks, ::testing::Bool(), [](const auto& scheme) {
+  return scheme.param ? std::string("Lock40comp") : std::string("Default");
+});
+
+TEST_P(Locks, ClaimsOfOtherProcessesDecideAboutAnOpen) {
+  ASSERT_TRUE(open("t", Use::kShared));
+  EXPECT_TRUE(elsewhere([] { return open("t", Use::kShared); }));
+  EXPECT_FALSE(elsewhere([] { return open("t", Use::kExclusive); }));
+  call("dbclosearea");
+  ASSERT_TRUE(open("t", Use::kExclusive));
+  EXPECT_FALSE(elsewhere([] { return open("t", Use::kShared); }));
+  EXPECT_FALSE(elsewhere([] { return create("t", {{"x", "C", 1, 0}}); }));
+  call("dbclosearea");
+  EXPECT_TRUE(elsewhere([] { return open("t", Use::kExclusive); }));
+}
+
+TEST_P(Locks, HoldersAreCounted) {
+  ASSERT_TRUE(open("t", Use::kShared));
+  EXPECT_EQ(count("dbinfo", {integer(1000)}), 0);
+  EXPECT_TRUE(
+      elsewhere([] { return open("t", Use::kShared) && count("dbinfo", {integer(1000)}) == 1; }));
+}
+
+TEST_P(Locks, RecordLocksExcludeOtherProcesses) {
+  fill(3);
+  ASSERT_TRUE(open("t", Use::kShared));
+  call("dbgoto", {integer(2)});
+  ASSERT_TRUE(yes("rlock"));
+  EXPECT_FALSE(elsewhere([] {
+    open("t", Use::kShared);
+    call("dbgoto", {integer(2)});
+    return yes("rlock");
+  }));
+  EXPECT_TRUE(elsewhere([] { return open("t", Use::kShared) && yes("rlock", {integer(3)}); }));
+  EXPECT_FALSE(elsewhere([] { return open("t", Use::kShared) && yes("flock"); }));
+  call("dbunlock");
+  EXPECT_TRUE(elsewhere([] { return open("t", Use::kShared) && yes("rlock", {integer(2)}); }));
+}
+
+TEST_P(Locks, SecondAreaOfOneProcessCannotTakeWhatTheFirstHolds) {
+  fill(3);
+  ASSERT_TRUE(open("t", Use::kShared));
+  ASSERT_TRUE(open("t", Use::kShared));
+  EXPECT_EQ(table().dbfFd, dbf_of(area_by_number(1)->server()).dbfFd) << "one descriptor for both";
+  EXPECT_TRUE(yes("rlock"));
+  call("dbselectarea", {integer(1)});
+  EXPECT_FALSE(yes("rlock"));
+  EXPECT_FALSE(yes("flock"));
+  EXPECT_TRUE(yes("rlock", {integer(2)}));
+  EXPECT_FALSE(open("t", Use::kExclusive));
+  call("dbselectarea", {integer(2)});
+  call("dbclosearea");  // leaves the descriptor, and with it the lock of the first area
+  EXPECT_FALSE(elsewhere([] { return open("t", Use::kShared) && yes("rlock", {integer(2)}); }));
+}
+
+TEST_P(Locks, InternalLockSurvivesAnOperationOfAnotherAreaOnTheSameFile) {
+  fill(1);
+  ASSERT_TRUE(open("t", Use::kShared));
+  DbfIdx& first = table();
+  ASSERT_TRUE(open("t", Use::kShared));
+  ASSERT_TRUE(writeLock(first));
+  call("dbcommit");
+  EXPECT_FALSE(elsewhere([] {
+    alarm(1);  // the other process must still wait
+    return open("t", Use::kShared);
+  }));
+  unlockInternal(first);
+  EXPECT_TRUE(elsewhere([] { return open("t", Use::kShared); }));
+}
+
+TEST_P(Locks, ListOfLocksGrowsAndShrinks) {
+  fill(40);
+  settings().multilocks = true;
+  ASSERT_TRUE(open("t", Use::kShared));
+  for (int i = 17; i >= 1; --i) {
+    ASSERT_TRUE(yes("rlock", {integer(i)}));
+    ASSERT_TRUE(yes("rlock", {integer(i)}));  // held already: counts once
+  }
+  EXPECT_EQ(table().lockList.count(), 17);
+  EXPECT_EQ(table().lockList.capacity(), 32);
+  EXPECT_EQ(show(element(call("dbrlocklist"), 5)), "I 5");
+  for (int i = 17; i > 15; --i) call("dbunlock", {integer(i)});
+  EXPECT_EQ(table().lockList.capacity(), 16);
+  ASSERT_TRUE(yes("dbunlock"));
+  EXPECT_EQ(table().lockList.count(), 0);
+}
+
+TEST_P(Locks, WithoutMultilocksALockDropsTheOthers) {
+  fill(3);
+  ASSERT_TRUE(open("t", Use::kShared));
+  ASSERT_TRUE(yes("rlock"));
+  ASSERT_TRUE(yes("rlock", {integer(3), integer(2)}));
+  EXPECT_EQ(show(call("dbrlocklist")), "A 1");
+  EXPECT_EQ(table().lockList.at(0), 3);
+  ASSERT_TRUE(yes("dbappend"));
+  EXPECT_EQ(table().lockList.at(0), 4);
+  ASSERT_TRUE(yes("dbappend", {false_value()}));
+  EXPECT_EQ(table().lockList.count(), 2);
+  call("rlock", {text("x")});
+  EXPECT_EQ(take_errors(), "312 in RLock()");
+}
+
+TEST_P(Locks, LockShowsTheLatestState) {
+  fill(1);
+  ASSERT_TRUE(open("t", Use::kShared));
+  EXPECT_EQ(n(), 0);
+  EXPECT_TRUE(elsewhere([&] {
+    open("t", Use::kShared);
+    yes("rlock");
+    put("n", integer(5));
+    return yes("dbappend");
+  }));
+  EXPECT_EQ(n(), 0);
+  EXPECT_FALSE(yes("dbinfo", {integer(32)}) && n() != 0);
+  ASSERT_TRUE(yes("rlock"));
+  EXPECT_EQ(n(), 5);
+  EXPECT_EQ(count("lastrec"), 2);
+  EXPECT_TRUE(truth_of(send(current_server(), "rlockverify")));
+}
+
+TEST_P(Locks, RlockverifyFindsAChangedRecord) {
+  fill(1);
+  ASSERT_TRUE(open("t", Use::kShared));
+  EXPECT_EQ(n(), 0);
+  EXPECT_TRUE(elsewhere([&] {
+    open("t", Use::kShared);
+    yes("rlock");
+    put("n", integer(5));
+    return yes("dbunlock");
+  }));
+  EXPECT_FALSE(truth_of(send(current_server(), "rlockverify")));
+  call("dbskip", {integer(0)});
+  EXPECT_TRUE(truth_of(send(current_server(), "rlockverify")));
+}
+
+TEST_P(Locks, ExclusiveAndReadOnlyTables) {
+  fill(1);
+  ASSERT_TRUE(open("t", Use::kExclusive));
+  EXPECT_TRUE(yes("rlock"));
+  EXPECT_EQ(table().lockList.count(), 0);
+  call("dbclosearea");
+  ASSERT_TRUE(open("t", Use::kReadOnly));
+  EXPECT_TRUE(elsewhere([] { return open("t", Use::kReadOnly) && yes("rlock"); }));
+  EXPECT_TRUE(yes("dbcommit"));
+  EXPECT_TRUE(yes("dbclosearea") || !yes("used"));
+  EXPECT_EQ(take_errors(), "");
+}
+
+TEST_P(Locks, EightProcessesAppendEveryRecordWhole) {
+  constexpr int kProcesses = 8, kEach = 10000;
+  int pipe_ends[2];
+  ASSERT_EQ(pipe(pipe_ends), 0);
+  // A reader all along: the count never goes down and every record read is whole.
+  const pid_t reader = start_process([&] {
+    close(pipe_ends[1]);
+    fcntl(pipe_ends[0], F_SETFL, O_NONBLOCK);
+    if (!open("t", Use::kShared)) _exit(2);
+    std::int32_t seen = 0;
+    for (char c; read(pipe_ends[0], &c, 1) != 0;) {
+      const std::int32_t mark = temp_top(), now = count("lastrec");
+      if (now < seen) _exit(3);
+      seen = now;
+      call("dbgoto", {integer(seen)});
+      const std::string who(text_of(RESOLVE_NAME(ADD_SYMBOL("who"))));
+      if (who.find_first_not_of(who.front()) != std::string::npos) _exit(4);
+      POP_TEMPS(mark);
+    }
+  });
+  // And one that holds the file lock at random moments.
+  const pid_t locker = start_process([&] {
+    close(pipe_ends[1]);
+    fcntl(pipe_ends[0], F_SETFL, O_NONBLOCK);
+    if (!open("t", Use::kShared)) _exit(2);
+    for (char c; read(pipe_ends[0], &c, 1) != 0;) {
+      if (yes("flock")) usleep(300);
+      call("dbunlock");
+      usleep(500);
+    }
+  });
+  close(pipe_ends[0]);
+  const int failed = run_processes(kProcesses, [&](int index) {
+    close(pipe_ends[1]);
+    if (!open("t", Use::kShared)) return false;
+    const std::string who(20, static_cast<char>('a' + index));
+    for (int i = 0; i < kEach; ++i) {
+      const std::int32_t mark = temp_top();
+      while (!yes("dbappend")) usleep(100);  // the file lock of another
+      put("n", integer(i));
+      put("who", text(who));
+      POP_TEMPS(mark);
+    }
+    return true;
+  });
+  close(pipe_ends[1]);
+  EXPECT_EQ(failed, 0);
+  EXPECT_TRUE(ended_well(reader));
+  EXPECT_TRUE(ended_well(locker));
+  ASSERT_TRUE(open("t", Use::kExclusive));
+  EXPECT_EQ(count("lastrec"), kProcesses * kEach);
+  EXPECT_EQ(read_file("t.dbf").size(), 97u + 31u * kProcesses * kEach);
+  int next[kProcesses] = {};
+  for (int r = 1; r <= kProcesses * kEach; ++r, call("dbskip")) {
+    const std::int32_t mark = temp_top();
+    const std::string who(text_of(RESOLVE_NAME(ADD_SYMBOL("who"))));
+    const int process = who[0] - 'a';
+    ASSERT_TRUE(process >= 0 && process < kProcesses && who == std::string(20, who[0])) << r << who;
+    ASSERT_EQ(n(), next[process]++) << r;
+    POP_TEMPS(mark);
+  }
+  EXPECT_EQ(*std::min_element(std::begin(next), std::end(next)), kEach);
+}
+
+TEST_P(Locks, EightProcessesRaiseOneCounter) {
+  constexpr int kProcesses = 8, kEach = 5000;
+  fill(1);
+  const int failed = run_processes(kProcesses, [&](int) {
+    if (!open("t", Use::kShared)) return false;
+    for (int i = 0; i < kEach; ++i) {
+      const std::int32_t mark = temp_top();
+      while (!yes("rlock", {integer(1)})) usleep(20);
+      put("n", integer(n() + 1));
+      if (!yes("dbunlock")) return false;
+      POP_TEMPS(mark);
+    }
+    return true;
+  });
+  EXPECT_EQ(failed, 0);
+  ASSERT_TRUE(open("t", Use::kShared));
+  EXPECT_EQ(n(), kProcesses * kEach);
+}
+
+}  // namespace
+}  // namespace tarnel::testing
