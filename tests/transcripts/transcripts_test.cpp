@@ -1,0 +1,190 @@
+// Runs tnsh on the transcripts of this folder, one test for each NAME.tr: input lines stand behind
+// "> ", the expected lines of standard output and standard error below them. Lines that begin with
+// # are remarks. Every transcript runs in an empty directory of its own.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr unsigned kSeconds = 120;  // of one run of tnsh; a sanitized one takes a few
+
+// A directory that is there while the value lives.
+class ScratchDirectory {
+ public:
+  ScratchDirectory() {
+    std::string pattern = (fs::temp_directory_path() / "tnsh.XXXXXX").string();
+    path_ = mkdtemp(pattern.data());
+  }
+  ~ScratchDirectory() { fs::remove_all(path_); }
+  ScratchDirectory(const ScratchDirectory&) = delete;
+  ScratchDirectory& operator=(const ScratchDirectory&) = delete;
+  const fs::path& path() const { return path_; }
+
+ private:
+  fs::path path_;
+};
+
+struct Finished {
+  int status;  // of the exit, -1 after a signal
+  std::string output;
+};
+
+std::string read_file(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// In the child: never returns.
+[[noreturn]] void start_tnsh(const fs::path& directory, std::vector<std::string>& arguments) {
+  const int in = open((directory / "input").c_str(), O_RDONLY);
+  const int out = open((directory / "output").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+  dup2(in, STDIN_FILENO);
+  dup2(out, STDOUT_FILENO);
+  dup2(out, STDERR_FILENO);
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  if (chdir(directory.c_str()) != 0) _exit(126);
+  setenv("TERM", "dumb", 1);
+  alarm(kSeconds);
+  execv(argv[0], argv.data());
+  _exit(127);
+}
+
+Finished run_tnsh(const fs::path& directory, std::vector<std::string> arguments,
+                  const std::string& input) {
+  std::ofstream(directory / "input", std::ios::binary) << input;
+  fs::remove(directory / "output");
+  arguments.insert(arguments.begin(), TARNEL_CONSOLE);
+  const pid_t child = fork();
+  if (child == 0) start_tnsh(directory, arguments);
+  int status = 0;
+  waitpid(child, &status, 0);
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(directory / "output")};
+}
+
+std::vector<std::string> lines_of(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+struct ExpectedLine {
+  std::string text;
+  std::size_t number;  // in the transcript
+};
+
+struct Transcript {
+  std::string input;
+  std::vector<ExpectedLine> expected;
+  bool with_errors = false;
+};
+
+bool is_error_line(const std::string& line) {
+  for (const char* word : {"warning ", "error ", "fatal ", "internal "})
+    if (line.starts_with(word) &&
+        std::isdigit(static_cast<unsigned char>(line[std::string(word).size()])) != 0)
+      return true;
+  return false;
+}
+
+Transcript read_transcript(const fs::path& path) {
+  Transcript transcript;
+  std::size_t number = 0;
+  for (const std::string& line : lines_of(read_file(path))) {
+    ++number;
+    if (line.starts_with("> ")) {
+      transcript.input += line.substr(2) + "\n";
+    } else if (!line.starts_with("#")) {
+      transcript.expected.push_back({line, number});
+      transcript.with_errors |= is_error_line(line);
+    }
+  }
+  return transcript;
+}
+
+std::vector<std::string> transcript_names() {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(TARNEL_SOURCE_DIR "/tests/transcripts"))
+    if (entry.path().extension() == ".tr") names.push_back(entry.path().stem().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+class Transcripts : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(Transcripts, ShowsTheExpectedLines) {
+  const std::string file = GetParam() + ".tr";
+  const Transcript transcript =
+      read_transcript(fs::path(TARNEL_SOURCE_DIR "/tests/transcripts") / file);
+  const ScratchDirectory scratch;
+  const Finished run = run_tnsh(scratch.path(), {}, transcript.input);
+  const std::vector<std::string> actual = lines_of(run.output);
+  for (std::size_t i = 0; i < std::max(actual.size(), transcript.expected.size()); ++i) {
+    const bool over = i >= transcript.expected.size();
+    ASSERT_EQ(over ? "" : "line: " + transcript.expected[i].text,
+              i < actual.size() ? "line: " + actual[i] : "")
+        << file << ":"
+        << (over ? transcript.expected.back().number + 1 : transcript.expected[i].number);
+  }
+  EXPECT_EQ(transcript.with_errors ? 1 : 0, run.status);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, Transcripts, ::testing::ValuesIn(transcript_names()),
+                         [](const auto& suite) { return suite.param; });
+
+TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
+  struct Case {
+    std::vector<std::string> arguments;
+    const char *input, *output;
+    int status;
+  };
+  const Case cases[] = {
+      {{"-e", "{|a,b| a+b}"}, "7", "CODEBLOCK\n", 0},
+      {{"-e", "x := 2", "-e", "x * 3"}, "7", "         2\n         6\n", 0},
+      {{"-e", "x := 2", "script"}, "7", "         2\n         3\n.T.\n", 0},
+      {{"script"}, "7", "error 307: ", 1},
+      {{"-e", "1 # \"1\"", "-e", "__quit()"}, "", "error 201: ", 1},
+      {{"-e", "1 # \"1\"", "-e", "__quit(7)"}, "", "error 201: ", 7},
+      {{"-e", "1/0"}, "", "         0\n", 0},
+      {{"no such file"}, "7", "no such file: No such file or directory\n", 1},
+      {{"-e", ".quit", "-e", "1"}, "7", "", 0},
+      {{}, "  # skipped\n\n 7 \r\n.quit\n8", "         7\n", 0},
+      {{}, "8", "         8\n", 0},
+      {{"-x"}, "7", TARNEL_CONSOLE ": invalid option", 2},
+  };
+  const ScratchDirectory scratch;
+  std::ofstream(scratch.path() / "script") << "x + 1\n.t.\n";
+  for (const Case& c : cases) {
+    const Finished run = run_tnsh(scratch.path(), c.arguments, c.input);
+    const std::string expected = c.output;
+    EXPECT_EQ(c.status, run.status) << run.output;
+    EXPECT_EQ(expected,
+              expected.ends_with("\n") ? run.output : run.output.substr(0, expected.size()));
+  }
+}
+
+TEST(CommandLine, AFileThatReadsItselfIsAComplaint) {
+  const ScratchDirectory scratch;
+  std::ofstream(scratch.path() / "loop") << ".read loop\n";
+  const Finished run = run_tnsh(scratch.path(), {"loop"}, "");
+  EXPECT_EQ("loop: files read each other too deeply\n", run.output);
+  EXPECT_EQ(1, run.status);
+}
+
+}  // namespace
