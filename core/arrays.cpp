@@ -17,9 +17,16 @@ Var* new_element() {
   return NEW_VAR('N', 'U');
 }
 
+// An array that grows by one gets room for half as many more, so that a chain of appends does not
+// copy the vector each time.
 void resize_vector(SharedHeader* header, std::int32_t size) {
-  header->elements = static_cast<Var**>(MEM_REALLOC(
-      header->elements, static_cast<std::size_t>(size + 1) * sizeof(Var*), MemPurpose::kArray));
+  const std::size_t needed = static_cast<std::size_t>(size) + 1;
+  const std::size_t room = MEM_SIZE(header->elements) / sizeof(Var*);
+  const bool appends = static_cast<std::int64_t>(header->count) + 1 == size;
+  if (needed > room || needed < room / 4)
+    header->elements = static_cast<Var**>(
+        MEM_REALLOC(header->elements, (needed + (appends ? needed / 2 : 0)) * sizeof(Var*),
+                    MemPurpose::kArray));
   header->elements[size] = nullptr;  // lets the vector stand as a list of values
 }
 

@@ -75,7 +75,9 @@ class ClassDescriptor {
   const std::vector<ClassEntry>& methods() const { return methods_; }
   std::int32_t method_count() const { return static_cast<std::int32_t>(methods_.size()); }
   // The function of a slot, null for one that was not linked in. REQUIRES: the slot exists.
-  Callable slot_function(std::int32_t slot) const { return functions_[static_cast<std::size_t>(slot)]; }
+  Callable slot_function(std::int32_t slot) const {
+    return functions_[static_cast<std::size_t>(slot)];
+  }
 
   // Makes an object with every instance at its default; does not call init.
   Var* make() const;

@@ -19,11 +19,12 @@ namespace {
 #define ERROR_INSTANCES(X)                                                                         \
   X(argnum, 'I')                                                                                   \
   X(args, 'U')                                                                                     \
-  X(argtypereq, 'C') X(callfuncsy, 'C') X(candefault, 'L') X(canretry, 'L') X(cansubstit, 'L')     \
-      X(cargo, 'U') X(choice, 'I') X(descriptio, 'C') X(filehandle, 'I') X(filename, 'C')          \
-          X(funcptr, 'B') X(funcsym, 'C') X(gencode, 'I') X(maxsize, 'N') X(methodself, 'O')       \
-              X(operation, 'C') X(oscode, 'I') X(severity, 'I') X(subcode, 'I') X(subcodetex, 'C') \
-                  X(subsystem, 'C') X(substitute, 'C') X(tries, 'I')
+  X(argtypereq, 'C')                                                                               \
+  X(callfuncsy, 'C') X(candefault, 'L') X(canretry, 'L') X(cansubstit, 'L') X(cargo, 'U')          \
+      X(choice, 'I') X(descriptio, 'C') X(filehandle, 'I') X(filename, 'C') X(funcptr, 'B')        \
+          X(funcsym, 'C') X(gencode, 'I') X(maxsize, 'N') X(methodself, 'O') X(operation, 'C')     \
+              X(oscode, 'I') X(severity, 'I') X(subcode, 'I') X(subcodetex, 'C') X(subsystem, 'C') \
+                  X(substitute, 'C') X(tries, 'I')
 #define INSTANCE_ROW(name, type) {#name, type},
 #define INSTANCE_NAME(name, type) k_##name,
 constexpr InstanceEntry kInstances[] = {ERROR_INSTANCES(INSTANCE_ROW)};

@@ -181,6 +181,11 @@ void copy_into_fixed(Var* dst, const Var* src) {
     dst->num = number_of(src);
 }
 
+// A value that lies in its cell alone.
+bool is_plain(const Var* v) {
+  return is_number_or_logical(v) || v->type == 'D' || (v->type == 'U' && v->sclass != 'U');
+}
+
 void copy_plain(Var* dst, const Var* src) {
   dst->type = src->type;
   dst->bits = src->bits;
@@ -369,6 +374,12 @@ Var* CPY_VAR(Var* dst, Var* src) {
     return RT_INTERNAL(407, format_text("CPY_VAR: received null pointer (%lx, %lx)",
                                         reinterpret_cast<unsigned long>(dst),
                                         reinterpret_cast<unsigned long>(src)));
+  if (is_plain(src) && is_plain(dst) && letter_in(dst->sclass, "NTV")) {  // the usual case, at once
+    copy_plain(dst, src);
+    dst->length = src->length;
+    dst->decimals = src->decimals;
+    return dst;
+  }
   if (dst->sclass == 'F' || dst->sclass == 'f') {
     FIELD_PUT(dst, src);
     return dst;
@@ -424,8 +435,29 @@ void DEL_VAR(Var* var) {
     return;
   }
   if (--var->refs != 0) return;
-  if (letter_in(var->sclass, "FUflmnpstv")) return PUT_CELL(var);
-  if (!letter_in(var->sclass, "LMNPSTV")) return;
+  switch (var->sclass) {
+    case 'L':
+    case 'M':
+    case 'N':
+    case 'P':
+    case 'S':
+    case 'T':
+    case 'V':
+      break;
+    case 'F':
+    case 'U':
+    case 'f':
+    case 'l':
+    case 'm':
+    case 'n':
+    case 'p':
+    case 's':
+    case 't':
+    case 'v':
+      return PUT_CELL(var);
+    default:
+      return;  // a constant
+  }
   if (var->type == 'O' && var->shared->refs == 1) {
     run_destructor(var);
     if (var->refs > 1) {  // the method kept the object alive

@@ -100,7 +100,9 @@ void init_constants();
 
 // --- Small tests.
 inline bool letter_in(char letter, const char* set) {
-  return letter != 0 && std::strchr(set, letter) != nullptr;
+  for (; *set != 0; ++set)
+    if (*set == letter) return true;
+  return false;
 }
 inline bool is_text(const Var* v) {
   return v->type == 'C' || v->type == 'M';
