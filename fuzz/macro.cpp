@@ -1,0 +1,102 @@
+// Lines of any bytes through the expander and the evaluator. Variables a to f are known, so that a
+// line can leave values to those below it. Of the functions only core's and the string functions
+// are reachable, without those that end the run or ask for memory by the gigabyte.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "core/arrays.h"
+#include "core/blocks.h"
+#include "core/classes.h"
+#include "core/core_modules.h"
+#include "core/error_object.h"
+#include "core/runtime.h"
+#include "core/sequence.h"
+#include "core/stacks.h"
+#include "core/symbols.h"
+#include "lib/strings.h"
+#include "lib/strings_search.h"
+#include "macro/evaluator.h"
+#include "macro/expand.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::int32_t kMost = 100;  // bytes or elements that a function may be asked for
+
+Var* nothing(std::int32_t, Var**) {
+  return nil_value();
+}
+
+// A function that isn't called when one of its numbers is large or a text of it has grown.
+template <Callable function>
+Var* limited(std::int32_t argc, Var** argv) {
+  for (std::int32_t i = 0; i < argc; ++i) {
+    if (is_number_or_logical(argv[i]) && integer_of(argv[i]) > kMost) return nil_value();
+    if (is_text(argv[i]) && argv[i]->length > kMost * kMost) return nil_value();
+  }
+  return function(argc, argv);
+}
+
+constexpr FunctionEntry kGuards[] = {
+    {"__quit", nothing, nullptr},       {"__shutdown", nothing, nullptr},
+    {"_deferror", nothing, nullptr},    {"errorblock", nothing, nullptr},
+    {"aclone", nothing, nullptr},       {"array", limited<array>, nullptr},
+    {"asize", limited<asize>, nullptr}, {"padc", limited<padc>, nullptr},
+    {"padl", limited<padl>, nullptr},   {"padr", limited<padr>, nullptr},
+    {"space", limited<space>, nullptr}, {"replicate", limited<replicate>, nullptr},
+    {"stuff", limited<stuff>, nullptr}, {"strtran", limited<strtran>, nullptr},
+};
+constexpr ModuleRecord kGuardModule{.name = "fuzz", .functions = kGuards};
+constexpr std::array kGuardModules = {&kGuardModule};
+constexpr std::array kTextModules = {&kSearchModule, &kStringsModule};
+constexpr auto kModules = join_modules(kGuardModules, kTextModules, kCoreModules);
+constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
+
+// Stands for a handler that looks at the error and lets the run go on.
+Var* look_at_error(std::int32_t argc, Var** argv, Var**) {
+  if (argc > 0) get_ivar(argv[0], "descriptio");
+  return nil_value();
+}
+
+bool start() {
+  init_macro();
+  start_library({kFunctions.table(), kModules});
+  Var* block[] = {TMP_BLOCK(look_at_error)};
+  errorblock(1, block);
+  for (const char* name : {"a", "b", "c", "d", "e", "f"})
+    symbol_var(ADD_SYMBOL(name))->sclass = 'U';
+  return true;
+}
+
+void run(std::string_view line) {
+  const std::int32_t mark = temp_top();
+  std::string target;
+  EXPAND_MACRO(line, target, kExpandLimit, kLeaveUnknown);
+  EXP_EVAL(line);
+  if (temp_top() > mark + 1) std::abort();
+  POP_TEMPS(mark);
+}
+
+}  // namespace
+}  // namespace tarnel
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace tarnel;
+  static const bool started = start();
+  static_cast<void>(started);
+  std::string_view text(reinterpret_cast<const char*>(data), size);
+  const std::int32_t mark = temp_top();
+  in_sequence([text]() mutable {
+    while (!text.empty()) {
+      const std::size_t end = text.find('\n');
+      run(text.substr(0, end));
+      text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+  });
+  RELEASE_ALL(true);
+  POP_TEMPS(mark);
+  return 0;
+}
