@@ -1,0 +1,69 @@
+// A key outside of a page, and its comparison with the keys in pages.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "core/var.h"
+#include "db/dbfidx/idx_format.h"
+
+namespace tarnel {
+
+// A value in the form in which pages hold keys.
+struct Key {
+  char type = 'U';           // that of the order; U: no key
+  std::uint16_t length = 0;  // text: bytes without the NUL, at most kMaxKeyBytes
+  std::uint8_t bytes[idx::kMaxKeyBytes + 1] = {};  // text: with its NUL behind
+
+  // Do the two stand for the same bytes in a page?
+  bool same(const Key& other) const;
+};
+
+// May a value of this type be looked for in an order of that type?
+bool key_types_agree(char value, char key);
+// False when the types do not agree. REQUIRES: type is one of an order.
+bool make_key(Key& key, const Var* value, char type);
+// The value of a key in a page, in a new temporary of the order's type.
+Var* key_value(const std::uint8_t* key, const idx::Header& header);
+// The blank or empty value of the order's type.
+Var* blank_key(const idx::Header& header);
+// Bytes of a key that go into a page.
+std::size_t bytes_to_store(const Key& key, const idx::Header& header);
+
+enum class TextRule : bool {
+  kWhole,   // up to and including the value's end
+  kPrefix,  // a value equals every key that it starts
+};
+enum class NumberRule : bool { kExact, kTolerant };
+
+// One key made ready to be compared with many. Results are below, equal to or above 0 for a value
+// before, equal to or after a key of a page; an order that descends turns them round.
+class KeyComparer {
+ public:
+  KeyComparer(const Key& key, const idx::Header& header, TextRule text, NumberRule number);
+
+  int operator()(const std::uint8_t* stored) const {
+    const int result = kind_ == Kind::kText      ? std::memcmp(bytes_, stored, length_)
+                       : kind_ == Kind::kNumber  ? compare_number(stored)
+                       : kind_ == Kind::kWeighed ? compare_weighed(stored)
+                                                 : compare_integer(stored);
+    return descending_ ? -result : result;
+  }
+
+ private:
+  enum class Kind : std::uint8_t { kText, kWeighed, kNumber, kDate, kLogical };
+
+  int compare_number(const std::uint8_t* stored) const;
+  int compare_integer(const std::uint8_t* stored) const;
+  int compare_weighed(const std::uint8_t* stored) const;
+
+  Kind kind_;
+  bool descending_;
+  const std::uint8_t* bytes_;
+  std::size_t length_ = 0;
+  double number_ = 0, tolerance_ = 0;
+  std::int32_t integer_ = 0;
+};
+
+}  // namespace tarnel

@@ -1,0 +1,126 @@
+// The keys of one order: the B-tree in its .idx file, with a cursor on one of its keys. It knows
+// nothing of tables and raises no errors: what fails, because the file can't be read or contradicts
+// itself, is told by failed_sector(), and from then on nothing is found.
+//
+// Equal keys stand in ascending order of their records. The way from the root to the cursor is kept
+// as a path; the links to parents that stand in the pages are mended on the way down and otherwise
+// not used.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "db/dbfidx/idx_format.h"
+#include "db/dbfidx/key.h"
+#include "db/dbfidx/page_store.h"
+
+namespace tarnel {
+
+enum class Hit : bool { kAny, kFirst };
+
+class KeyTree {
+ public:
+  // Takes a file whose header was read and found good. Exclusive: nobody else uses the file, and
+  // changes reach it with flush().
+  void attach(int fd, idx::Header header, bool exclusive);
+
+  // Begins the work under one internal lock: what others may have changed meanwhile is forgotten.
+  // `may_write`: changed pages, mended links among them, may go to the file.
+  void begin(bool may_write);
+  // Writes what was changed under the lock, in exclusive use all that was changed. False on a
+  // write error.
+  bool flush();
+
+  const idx::Header& header() const { return header_; }
+  idx::Header& header() { return header_; }
+  bool exclusive() const { return pages_.exclusive(); }
+  bool changed() const { return counts_changed_ || pages_.changed(); }
+  // Reads the counts in the header anew, once under a lock.
+  void refresh();
+  std::uint32_t keys() const { return header_.keyCount; }
+  // No sector failed: -1.
+  std::int64_t failed_sector() const { return failed_; }
+
+  // --- Search. On a miss the cursor stands between two keys.
+  bool seek(const KeyComparer& compare, Hit hit);
+  bool seek_exact(const KeyComparer& compare, std::uint32_t recno);
+
+  // --- Walking. False when there is no further key; the cursor is then nowhere.
+  bool go_first();
+  bool go_last();
+  bool step_forward();
+  bool step_back();
+
+  // Does the cursor stand on a key, on that of this record?
+  bool on_key();
+  bool on_record(std::uint32_t recno) { return on_key() && record() == recno; }
+  // REQUIRES: on_key()
+  std::uint32_t record() { return idx::record(here()); }
+  const std::uint8_t* key() { return idx::key_of(here()); }
+
+  // --- Changes. False on failure.
+  // Puts a key where the cursor stands. REQUIRES: a search for it just missed.
+  bool insert(const Key& key, std::uint32_t recno);
+  // REQUIRES: on_key()
+  bool set_record(std::uint32_t recno);
+  bool remove();
+  // Drops all keys.
+  void clear();
+
+ private:
+  struct Step {
+    std::uint32_t sector;
+    std::uint32_t pos;  // of the key, or of the child gone down into
+  };
+  struct Item {  // a key on its way into a page, and the subtrees on its two sides
+    std::uint32_t left, right, recno;
+    std::size_t size;
+    std::uint8_t key[idx::kMaxKeyBytes];
+  };
+  struct Bound {
+    std::uint32_t pos;
+    bool equal;
+  };
+
+  template <typename Page>
+  auto* entry(Page* page, std::uint32_t i) const {
+    return idx::entry(page, stride_, i);
+  }
+  std::uint8_t* page(std::uint32_t sector);
+  std::uint8_t* here();
+  std::nullptr_t fail(std::uint32_t sector);
+  std::uint8_t* enter(std::uint32_t sector);
+  void leave();
+  template <typename Compare>
+  Bound lower_bound(const std::uint8_t* page, Compare compare) const;
+  template <typename Compare>
+  bool descend(Compare compare, Hit hit);
+  bool first_below();
+  bool last_below();
+  bool settle_forward();
+
+  std::uint32_t allocate();
+  void release(std::uint32_t sector, std::uint8_t* page);
+  bool release_keyless(std::uint32_t sector);
+  bool make_root(const Item& item);
+  void put_in(std::uint8_t* page, std::uint32_t pos, const Item& item) const;
+  bool put(Item& item);
+  bool split(std::size_t level, std::uint8_t* page, std::uint8_t* full, Item& raised);
+  bool take_predecessor(std::size_t depth);
+  bool drop_entry();
+
+  idx::Header header_;
+  std::size_t stride_ = idx::kEntryHead;
+  PageStore pages_;
+  int fd_ = -1;
+  bool may_write_ = false;
+  bool counts_fresh_ = false, counts_changed_ = false;
+  std::uint32_t known_sectors_ = 0;  // the file was seen to be about that long
+  std::int64_t failed_ = -1;
+
+  std::vector<Step> path_;  // from the root; empty: nowhere
+  bool between_ = false;    // the cursor stands before the key at the end of the path
+  std::int64_t steps_ = 0;  // forward less backward, since the cursor was placed
+};
+
+}  // namespace tarnel
