@@ -1,0 +1,254 @@
+// What transcripts can't show: limits, stacks, areas and the use of the evaluator from C++.
+#include <string>
+
+#include "core/blocks.h"
+#include "core/core_modules.h"
+#include "core/memory.h"
+#include "core/memvars.h"
+#include "core/sequence.h"
+#include "core/symbols.h"
+#include "lib/lib_modules.h"
+#include "macro/evaluator.h"
+#include "macro/expand.h"
+#include "macro/parser.h"
+#include "tests/support/test_runtime.h"
+
+namespace tarnel::testing {
+namespace {
+
+Var* break_out(std::int32_t argc, Var** argv) {
+  break_sequence(argc > 0 ? argv[0] : nil_value());
+}
+
+constexpr FunctionEntry kTestFunctions[] = {{"break_out", break_out, nullptr}};
+constexpr ModuleRecord kTestModule{.name = "test", .functions = kTestFunctions};
+constexpr std::array kTestModules = {&kTestModule};
+constexpr auto kModules = join_modules(kTestModules, kLibModules, kCoreModules);
+constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
+const auto* runtime = start_before_tests({kFunctions.table(), kModules}, init_macro);
+
+class Evaluator : public RuntimeTest {};
+class Expander : public RuntimeTest {};
+
+std::string repeat(const std::string& text, int times) {
+  std::string all;
+  for (int i = 0; i < times; ++i) all += text;
+  return all;
+}
+
+std::string value_of(const std::string& text) {
+  return show(EXP_EVAL(text));
+}
+
+void set_text(const char* name, const std::string& text) {
+  SET_STR(GET_MEMVAR(name), text);
+}
+
+TEST_F(Evaluator, NestsToTheLimitAndSaysSoBeyond) {
+  struct Nesting {
+    const char *open, *close;
+  };
+  const Nesting cases[] = {{"(", ")"},        {"{", "}"},      {"- ", ""},    {"! ", ""},
+                           {"iif(.t.,", ")"}, {"max(1,", ")"}, {"{|| ", "}"}, {"nest := ", ""}};
+  SET_INT(GET_MEMVAR("nest"), 0);
+  for (const Nesting& c : cases) {
+    const int most = kDeepestNesting - 1;
+    EXP_EVAL(repeat(c.open, most) + "1" + repeat(c.close, most));
+    EXPECT_EQ("", take_errors()) << c.open;
+    EXPECT_TRUE(is_error(EXP_EVAL(repeat(c.open, most + 1) + "1" + repeat(c.close, most + 1))));
+    EXPECT_TRUE(take_errors().starts_with("309 yacc stack overflow\nevaluating expression:\n--> "))
+        << c.open;
+  }
+}
+
+TEST_F(Evaluator, ChainsAreNoNesting) {
+  EXPECT_EQ("L T", value_of(".t." + repeat(" .and. .t.", 400)));
+  EXPECT_EQ("I 1001", value_of("1" + repeat("+1", 1000)));
+  EXPECT_EQ("", take_errors());
+}
+
+TEST_F(Evaluator, TakesFourThousandNinetySixBytes) {
+  EXPECT_EQ("I 1", value_of("1" + std::string(4095, ' ')));
+  EXPECT_EQ("", take_errors());
+  EXPECT_EQ("E", value_of("1" + std::string(4096, ' ')));
+  EXPECT_TRUE(take_errors().ends_with("; 319 trying to macroexpand the expression"));
+}
+
+TEST_F(Evaluator, LeavesOneTemporaryWhateverHappens) {
+  set_text("v", "text");
+  for (const char* text :
+       {"1", "v", "v + 'x'", "{1, {2}, {|| 3}}", "1 + 'x'", "((", "nosuch()",
+        "upper(left(v, 2)) + v", "eval({|x| x + x}, 'ab')", "iif(.t., {1}[1], 2)"}) {
+    const std::int32_t before = temp_top();
+    EXP_EVAL(text);
+    EXPECT_EQ(before + 1, temp_top()) << text;
+  }
+}
+
+TEST_F(Evaluator, OddTextsAreErrorsOnly) {
+  EXPECT_TRUE(is_error(EXP_EVAL(std::string_view())));
+  EXPECT_EQ("407 EXP_EVAL", take_errors());
+  EXPECT_EQ("C ", value_of(""));
+  EXPECT_EQ("C " + std::string("a\0b", 3), value_of(std::string("'a\0b'", 5)));
+  EXPECT_EQ("", take_errors());
+  EXPECT_EQ("E", value_of(std::string("1\0", 2)));
+  EXPECT_EQ("E", value_of("\xff\xfe"));
+  EXPECT_EQ("E", value_of("  "));
+  take_errors();
+}
+
+// Each of these ends the variable, element or array that an operand before it stands for.
+TEST_F(Evaluator, OperandsOutliveWhatIsEvaluatedAfterThem) {
+  struct Case {
+    const char *text, *value;
+  };
+  const Case cases[] = {
+      {"a[1] + eval({|| a := 0, 'x'})", "C long enough for the heapx"},
+      {"a[1] + eval({|| __mclear(), 'y'})", "C long enough for the heapy"},
+      {"a[1] + eval({|| asize(a, 0), 'z'})", "C long enough for the heapz"},
+      {"a[2][eval({|| a := 0, 1})]", "I 5"},
+      {"a[1] := eval({|| a := 0, 'new'})", "C new"},
+      {"eval({|p, q| p}, @a[1], a := 0)", "C long enough for the heap"},
+      {"len(a) + eval({|| a := 0, 1})", "I 3"},
+  };
+  for (const Case& c : cases) {
+    GET_MEMVAR("a");
+    EXP_EVAL("a := {'long enough for the heap', {5}}");
+    EXPECT_EQ(c.value, value_of(c.text)) << c.text;
+    EXPECT_EQ("", take_errors());
+  }
+}
+
+TEST_F(Evaluator, ABreakLeavesTheEvaluatorReady) {
+  Var* broken = in_sequence([] { EXP_EVAL("1 + eval({|x| {x, break_out(x)}}, 'out')"); });
+  ASSERT_NE(nullptr, broken);
+  EXPECT_EQ("C out", show(broken));
+  EXPECT_EQ("I 3", value_of("eval({|x| x + 1}, 2)"));
+}
+
+TEST_F(Evaluator, TextBlocksRunFromCode) {
+  Var* block = ogmakecb("1 + 2");
+  EXPECT_EQ("I 3", show(run_block_with(block)));
+  EXPECT_EQ("E", show(ogmakecb("1 }, {|| 2")));
+  EXPECT_EQ("I 7", show(run_block_with(EXP_EVAL("{|x, y| x + y}"), TMP_INT(3), TMP_INT(4))));
+  Var* variable = GET_MEMVAR("blockvar");
+  CPY_VAR(variable, block);
+  CPY_VAR(variable, nil_value());
+  EXPECT_EQ("I 3", show(run_block_with(block)));  // the text belongs to both until the last
+  take_errors();
+}
+
+// An area is a number here; each has one field VALUE.
+struct Areas {
+  FieldOwner owners[3]{};
+  Var* cells[3]{};
+  std::intptr_t current = 1;
+} areas;
+
+void* area(std::intptr_t number) {
+  return reinterpret_cast<void*>(number);
+}
+std::size_t index_of(void* which) {
+  return reinterpret_cast<std::size_t>(which);
+}
+
+TEST_F(Evaluator, AliasesSelectAnAreaForTheirExpression) {
+  set_area_hooks(
+      {[] { return area(areas.current); },
+       [](std::string_view alias) {
+         return area(alias == "one" ? 1 : alias == "two" ? 2 : 0);
+       },
+       [](std::int32_t n) { return area(n == 1 || n == 2 ? n : 0); },
+       [](void* which) { return &areas.owners[index_of(which)]; },
+       [](void* which) {
+         void* saved = area(areas.current);
+         areas.current = static_cast<std::intptr_t>(index_of(which));
+         return saved;
+       },
+       [](void* saved) { areas.current = static_cast<std::intptr_t>(index_of(saved)); }});
+  set_current_owner_hook([] { return &areas.owners[areas.current]; });
+  SharedHeader* fields = new_shared();
+  fields->elements = static_cast<Var**>(MEM_ALLOC(3 * sizeof(Var*), MemPurpose::kArray));
+  for (std::size_t i = 1; i <= 2; ++i) {
+    Var* cell = NEW_VAR('F', 'I');
+    put_word(cell, static_cast<std::int32_t>(i * 10));
+    cell->owner = &areas.owners[i];
+    fields->elements[fields->count++] = cell;
+  }
+  symbol_at(ADD_SYMBOL("value")).fields = fields;
+
+  EXPECT_EQ("I 10", value_of("value"));
+  EXPECT_EQ("I 30", value_of("one->value + TWO->value"));
+  EXPECT_EQ("I 21", value_of("two->(value + 1)"));
+  EXPECT_EQ("I 40", value_of("2->value + (2)->(value)"));
+  EXPECT_EQ("I 30", value_of("field->value + two->(one->(value)) + field->value"));
+  EXPECT_EQ("", take_errors());
+  EXPECT_NE(nullptr, in_sequence([] { EXP_EVAL("two->(break_out(1))"); }));
+  EXPECT_EQ(1, areas.current);
+  EXPECT_EQ("E", value_of("upper(@value)"));
+  EXPECT_TRUE(take_errors().starts_with("320 cannot pass field by reference value\n"));
+  EXPECT_EQ("I 10", value_of("eval({|x| x}, value)"));
+
+  symbol_at(FIND_SYMBOL("value")).fields = nullptr;
+  set_area_hooks({});
+  set_current_owner_hook(nullptr);
+  release_shared(fields);
+}
+
+TEST_F(Expander, QuotesHideMacros) {
+  set_text("a", "x");
+  struct Case {
+    const char *source, *target;
+  };
+  const Case cases[] = {
+      {"&a.b &a b", "xb x b"},
+      {"'&a' \"&a\"", "'&a' \"&a\""},
+      {"[&a] x[&a]", "[&a] x[x]"},
+      {"`&a\"&a' &a", "`&a\"&a' x"},
+      {"\"'&a\" &a", "\"'&a\" x"},
+      {"&nosuch.&", "&nosuch.&"},
+      {"&A", "x"},
+      {"", ""},
+  };
+  for (const Case& c : cases) {
+    std::string target = "old";
+    EXPECT_TRUE(EXPAND_MACRO(c.source, target, kExpandLimit, kLeaveUnknown));
+    EXPECT_EQ(c.target, target);
+  }
+  EXPECT_EQ("", take_errors());
+}
+
+TEST_F(Expander, CountsWhatIsReadAndWhatIsInserted) {
+  set_text("a", "12345");
+  std::string target;
+  EXPECT_TRUE(EXPAND_MACRO("&a.", target, 8, kLeaveUnknown));
+  EXPECT_FALSE(EXPAND_MACRO("&a.", target, 7, kLeaveUnknown));
+  EXPECT_EQ("315 Macro evaluation of '&a.'", take_errors());
+  set_text("b", "<&a.&a>");
+  Var* cell = EXPAND_MACRO("&b", NEW_TEMP(), kExpandLimit, kUnknownIsError);
+  EXPECT_EQ("C <1234512345>", show(cell));
+  EXPECT_EQ(13, cell->length);
+  EXPECT_EQ(nullptr, EXPAND_MACRO("&b &nosuch", cell, kExpandLimit, kUnknownIsError));
+  EXPECT_EQ("307 'nosuch' in macro evaluation of '&b &nosuch'", take_errors());
+  EXPECT_EQ("C ", show(expand_macro_operand(int_one(), kLeaveUnknown)));
+  EXPECT_EQ("312 when expanding macro, should be character to evaluate", take_errors());
+}
+
+// Forty variables that each name the next one twice: the work is bounded, the depth counter falls.
+TEST_F(Expander, DoublingIsBoundedAndLeavesNoTrace) {
+  for (int i = 0; i < 40; ++i)
+    set_text(format_text("dbl%d", i).c_str(), format_text("&dbl%d.&dbl%d", i + 1, i + 1));
+  set_text("dbl40", "");
+  std::string target;
+  EXPECT_FALSE(EXPAND_MACRO("&dbl0", target, kExpandLimit, kUnknownIsError));
+  EXPECT_TRUE(take_errors().starts_with("315 "));
+  set_text("loop", "&loop");
+  for (int i = 0; i < 300; ++i) EXPECT_TRUE(EXPAND_MACRO("&loop", target, kExpandLimit, 0));
+  EXPECT_TRUE(take_errors().starts_with("314 Macro evaluation of '&loop'; 314 "));
+  set_text("a", "x");
+  EXPECT_TRUE(EXPAND_MACRO("&a", target, kExpandLimit, 0));
+  EXPECT_EQ("x", target);
+}
+
+}  // namespace
+}  // namespace tarnel::testing
