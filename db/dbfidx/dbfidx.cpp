@@ -79,10 +79,10 @@ void DbfIdx::reset() {
   bofFlag = eofFlag = orderCount = lastRec = currentOrder = recNo = 0;
 }
 
-DbfIdx& dbf_of(Var* object) {
-  Var* cell = cursor_cell(object, kPrivateArea);
-  if (cell->type != '?' || cell->raw == nullptr) SET_PTR(cell, new DbfIdx(object));
-  return *static_cast<DbfIdx*>(cell->raw);
+DbfIdx& make_private_area(Var* object) {
+  auto* area = new DbfIdx(object);
+  SET_PTR(cursor_cell(object, kPrivateArea), area);
+  return *area;
 }
 
 Var* di_axit(std::int32_t, Var** argv) {

@@ -98,8 +98,10 @@ struct OpenTable {
   std::int32_t prefetchedRec = 0;  // record in `record` that counts as buffered only once asked for
   bool dirty = false;              // the buffer differs from the file
   bool found = false;
-  bool appended = false;     // in exclusive use, since it was opened
-  bool headerFresh = false;  // the header was read under the internal lock now held
+  bool appended = false;  // in exclusive use, since it was opened
+  // What was read or written under the internal lock now held need not be read again.
+  bool headerFresh = false;
+  std::int32_t freshRec = 0;
   std::uint8_t pendingChanges = 0;
   RecordWindow window;  // exclusive use: records read ahead or not yet written
 
@@ -168,6 +170,14 @@ struct DbfIdx : OpenTable {
 DbfIdx& dbf_of(Var* object);
 inline Var* cursor_cell(const Var* object, CursorCell cell) {
   return object->shared->elements[2 + kServerInstanceCount + static_cast<std::size_t>(cell)];
+}
+DbfIdx& make_private_area(Var* object);
+// The private record of a driver object, made at the first call. REQUIRES: object is of class
+// dbfidx.
+inline DbfIdx& dbf_of(Var* object) {
+  const Var* cell = cursor_cell(object, kPrivateArea);
+  return cell->type == '?' && cell->raw != nullptr ? *static_cast<DbfIdx*>(cell->raw)
+                                                   : make_private_area(object);
 }
 const ClassDescriptor& dbfidx_class();
 // Head of the chain of open tables, linked by nextOpen.

@@ -50,7 +50,9 @@ bool convert(DbfIdx& dbf, const dbf::Field& field, Var* cell) {
       cell->text = reinterpret_cast<char*>(place(dbf, field));
       return true;
     case 'D':
-      put_word(cell, ymdToDate(bytes_of(dbf, field).substr(0, dbf::kDateLength)));
+      put_word(cell, field.length == 0 || *at == ' '
+                         ? 0
+                         : ymdToDate(bytes_of(dbf, field).substr(0, dbf::kDateLength)));
       return true;
     case 'F':
     case 'N':
@@ -88,7 +90,8 @@ bool put_value(DbfIdx& dbf, const dbf::Field& field, Var* cell, const Var* value
       return store_memo(dbf, field, cell, value);
     case 'D':
       dbf::put_text(at, field.length, dateToYmd(value->i));
-      return convert(dbf, field, cell);
+      put_word(cell, value->i);
+      return true;
     case 'F':
       dbf::put_float(at, field.length, number_of(value));
       return convert(dbf, field, cell);
@@ -101,7 +104,8 @@ bool put_value(DbfIdx& dbf, const dbf::Field& field, Var* cell, const Var* value
       return convert(dbf, field, cell);
     case 'L':
       dbf::put_logical(at, field.length, truth_of(value));
-      return convert(dbf, field, cell);
+      put_word(cell, truth_of(value) ? 1 : 0);
+      return true;
     default:
       dxerror(dbf, TableError::kPutFieldType, {field.type});
       return false;

@@ -45,6 +45,56 @@ std::string_view general(char* buffer, double value, int precision) {
 bool is_blank(std::uint8_t c) {
   return c == ' ' || c == '\t';
 }
+bool is_digit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                              1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+constexpr int kExactDigits = 15;  // of a decimal that a double holds exactly before it is scaled
+
+// Up to fifteen digits with at most one point: both parts of the division are exact, so the result
+// is the nearest double. False for anything else.
+bool parse_short(const char* text, const char* end, double& value) {
+  std::int64_t mantissa = 0;
+  int digits = 0, decimals = 0;
+  bool point = false;
+  for (; text < end; ++text) {
+    if (*text == '.' && !point) {
+      point = true;
+    } else if (is_digit(*text) && ++digits <= kExactDigits) {
+      mantissa = mantissa * 10 + (*text - '0');
+      decimals += point ? 1 : 0;
+    } else {
+      return false;
+    }
+  }
+  value = static_cast<double>(mantissa) / kPowers[decimals];
+  return true;
+}
+
+// Prints backwards from `end`; the start of the text, or null when the number is too large, or so
+// near the middle between two results that only its exact expansion can decide.
+char* print_short(char* end, int decimals, double value) {
+  constexpr int kMostDecimals = 8;
+  constexpr double kLargest = 1e11, kNearMiddle = 1e-4;  // the error of the product is below 2e-5
+  if (decimals > kMostDecimals) return nullptr;
+  const double scaled = std::fabs(value) * kPowers[decimals];
+  if (!(scaled < kLargest)) return nullptr;
+  auto whole = static_cast<std::int64_t>(scaled);
+  const double rest = scaled - static_cast<double>(whole);
+  if (std::fabs(rest - 0.5) < kNearMiddle) return nullptr;
+  if (rest > 0.5) ++whole;
+  char* p = end;
+  for (int i = 0; i < decimals; ++i, whole /= 10) *--p = static_cast<char>('0' + whole % 10);
+  if (decimals > 0) *--p = '.';
+  do {
+    *--p = static_cast<char>('0' + whole % 10);
+    whole /= 10;
+  } while (whole != 0);
+  if (std::signbit(value)) *--p = '-';
+  return p;
+}
 
 }  // namespace
 
@@ -147,10 +197,14 @@ std::vector<std::uint8_t> new_header(std::span<const Field> fields, Date today) 
 double parse_number(const std::uint8_t* at, int length) {
   const auto* text = reinterpret_cast<const char*>(at);
   const char* end = text + length;
+  if (length > 0 && end[-1] == ' ' && *text == ' ') {
+    while (text < end && end[-1] == ' ') --end;  // a blank field, mostly
+  }
   while (text < end && (is_blank(static_cast<std::uint8_t>(*text)) || *text == '+')) ++text;
   const char* digits = text < end && *text == '-' ? text + 1 : text;
-  if (digits == end || (*digits != '.' && (*digits < '0' || *digits > '9'))) return 0;
+  if (digits == end || (*digits != '.' && !is_digit(*digits))) return 0;
   double value = 0;
+  if (parse_short(digits, end, value)) return digits != text ? -value : value;
   const auto [rest, code] = std::from_chars(text, end, value);
   // from_chars leaves the value alone when it is out of range; the rule is the nearest bound.
   if (code == std::errc::result_out_of_range)
@@ -175,11 +229,14 @@ void put_text(std::uint8_t* at, int length, std::string_view text) {
 
 bool put_fixed(std::uint8_t* at, int length, int decimals, double value) {
   char digits[kNumberRoom];
-  const auto [end, code] =
-      std::to_chars(digits, digits + kNumberRoom, value, std::chars_format::fixed, decimals);
-  const std::string_view text(digits, static_cast<std::size_t>(end - digits));
-  if (code != std::errc{} || !std::isfinite(value) ||
-      text.size() > static_cast<std::size_t>(length)) {
+  char* end = digits + kNumberRoom;
+  char* start = print_short(end, decimals, value);
+  if (start == nullptr && std::isfinite(value)) {
+    start = digits;
+    end = std::to_chars(digits, end, value, std::chars_format::fixed, decimals).ptr;
+  }
+  const std::string_view text(start, start != nullptr ? static_cast<std::size_t>(end - start) : 0);
+  if (text.empty() || text.size() > static_cast<std::size_t>(length)) {
     put_text(at, length, {});
     return false;
   }

@@ -22,8 +22,8 @@ std::int32_t field_argument(const DbfIdx& dbf, std::int32_t argc, Var** argv, st
   return n >= 1 && n <= dbf.fieldCount ? n - 1 : -1;
 }
 
-// The value of a field as a result: a reference on the temporary stack keeps the cell alive for the rest
-// of the expression, even if that closes the table.
+// The value of a field as a result: a reference on the temporary stack keeps the cell alive for the
+// rest of the expression, even if that closes the table.
 Var* field_result(DbfIdx& dbf, std::int32_t i) {
   Var* cell = field_value(dbf, i);
   ++cell->refs;
@@ -160,6 +160,7 @@ Var* di_refresh(std::int32_t, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (!dbf.isOpen()) return false_value();
   dbf.dirty = false;
+  dbf.bufferedRec = 0;
   refreshRecord(dbf, false);
   return true_value();
 }

@@ -64,13 +64,28 @@ bool read_record(DbfIdx& dbf, std::int32_t n, std::uint8_t* to) {
                          : read_at(dbf.dbfFd, to, dbf.recordSize, place_of(dbf, n));
 }
 
+// What other areas of this process know of the file is no longer so.
+void others_look_again(DbfIdx& dbf) {
+  for (DbfIdx* other = dbf.ring; other != &dbf; other = other->ring) {
+    other->headerFresh = false;
+    other->freshRec = 0;
+  }
+}
+
+bool locked(const DbfIdx& dbf) {
+  return dbf.readLocks > 0 || dbf.writeLocks > 0;
+}
+
 // Writes the buffer as record n, which may be one more than the file has.
 bool store_record(DbfIdx& dbf, std::int32_t n, bool appended = false) {
   const std::uint8_t* from = dbf.record.data();
   dbf.appended |= appended;
   if (dbf.exclusive())
     return appended ? dbf.window.append(dbf, n, from) : dbf.window.write(dbf, n, from);
-  return write_at(dbf.dbfFd, from, dbf.recordSize, place_of(dbf, n));
+  others_look_again(dbf);
+  if (!write_at(dbf.dbfFd, from, dbf.recordSize, place_of(dbf, n))) return false;
+  if (locked(dbf)) dbf.freshRec = n;
+  return true;
 }
 
 bool auto_lock_allowed(const DbfIdx& dbf) {
@@ -143,7 +158,7 @@ void refresh_header(DbfIdx& dbf) {
     return dxerror(dbf, TableError::kHeaderUnreadable, {dbf.fileName});
   std::memcpy(dbf.header.data(), prefix, sizeof prefix);
   dbf.lastRec = plausible_count(dbf, dbf::record_count(prefix));
-  dbf.headerFresh = dbf.readLocks > 0 || dbf.writeLocks > 0;
+  dbf.headerFresh = locked(dbf);
 }
 
 bool write_header(DbfIdx& dbf) {
@@ -157,7 +172,7 @@ bool write_header(DbfIdx& dbf) {
   }
   dbf::set_record_count(dbf.header.data(), static_cast<std::uint32_t>(dbf.lastRec));
   dbf::set_last_update(dbf.header.data(), today());
-  for (DbfIdx* other = dbf.ring; other != &dbf; other = other->ring) other->headerFresh = false;
+  others_look_again(dbf);
   return write_at(dbf.dbfFd, dbf.header.data(), dbf::kHeaderPrefix, 0);
 }
 
@@ -204,11 +219,16 @@ void fetchRecord(DbfIdx& dbf, std::int32_t n) {
   if (!dbf.isOpen()) return dxerror(dbf, TableError::kGetNotOpen, {n});
   if (n <= 0) return dxerror(dbf, TableError::kRecordOutOfRange, {n});
   if (n > dbf.lastRec) return phantom(dbf);
+  const bool fresh = dbf.freshRec == n && dbf.bufferedRec == n && !dbf.dirty;
   dbf.prefetchedRec = 0;
   dbf.dirty = false;
   stale_fields(dbf);
   dbf.bufferedRec = n;
-  if (read_record(dbf, n, dbf.record.data())) return;
+  if (fresh) return;
+  if (read_record(dbf, n, dbf.record.data())) {
+    if (locked(dbf)) dbf.freshRec = n;
+    return;
+  }
   blank(dbf);
   dxerror(dbf, TableError::kRecordUnreadable, {n, dbf.fileName});
 }
@@ -313,12 +333,9 @@ bool commitRecord(DbfIdx& dbf) {
 
 void commit_table(DbfIdx& dbf) {
   const InternalLock lock(dbf, lock_mode(dbf));
-  const bool wrote = commitRecord(dbf);
-  if (!wrote) refresh_header(dbf);
+  if (!commitRecord(dbf)) refresh_header(dbf);
   if (dbf.recNo > dbf.lastRec)
     phantom(dbf);
-  else if (wrote)
-    stale_fields(dbf);  // the buffer is what the file holds, under the same lock
   else if (dbf.recNo > 0)
     fetchRecord(dbf, dbf.recNo);
   runRelations(dbf);
