@@ -24,13 +24,13 @@ inline std::int32_t int_argument(std::int32_t argc, Var* const* argv, std::int32
 
 // Argument i when it is a text, otherwise `usual`.
 inline std::string_view text_argument(std::int32_t argc, Var* const* argv, std::int32_t i,
-                                      std::string_view usual = {}) {
+                                      std::string_view usual = "") {
   return arg_is(argc, argv, i, kText) ? text_of(argv[i]) : usual;
 }
 
 constexpr std::string_view trim_left(std::string_view text) {
   const auto start = text.find_first_not_of(' ');
-  return start == text.npos ? std::string_view{} : text.substr(start);
+  return text.substr(start == text.npos ? text.size() : start);
 }
 constexpr std::string_view trim_right(std::string_view text) {
   return text.substr(0, text.find_last_not_of(' ') + 1);

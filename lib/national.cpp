@@ -9,7 +9,8 @@
 namespace tarnel {
 namespace {
 
-// Apart from the rest of the state: all zeros, so a program that loads no language never touches it.
+// Apart from the rest of the state: all zeros, so a program that loads no language never touches
+// it.
 constinit std::array<Language, kLanguages> records{};
 
 struct NationalState {
@@ -36,18 +37,17 @@ bool plain_case_tables() {
   return true;
 }
 
-// Flips bit 5 of every byte between `first` and `first` + 25.
+// Flips bit 5 of every byte from `first` to `first` + 25, sixteen at a time.
 void flip_ascii(char* text, std::size_t n, unsigned char first) {
-  constexpr std::uint64_t kOnes = 0x0101010101010101ULL, kHigh = 0x80 * kOnes;
-  for (; n >= 8; text += 8, n -= 8) {
-    std::uint64_t word;
-    std::memcpy(&word, text, 8);
-    const std::uint64_t low = word & ~kHigh;
-    const std::uint64_t from = low + (0x80U - first) * kOnes;        // high bit: at least first
-    const std::uint64_t past = low + (0x80U - first - 26U) * kOnes;  // high bit: beyond the last
-    const std::uint64_t hit = (from & ~past & ~word & kHigh) >> 2;
-    word ^= hit;
-    std::memcpy(text, &word, 8);
+  using Bytes [[gnu::vector_size(16)]] = unsigned char;
+  const Bytes lowest = Bytes{} + first, letters = Bytes{} + static_cast<unsigned char>(26);
+  const Bytes bit = Bytes{} + static_cast<unsigned char>(0x20);
+  for (; n >= sizeof(Bytes); text += sizeof(Bytes), n -= sizeof(Bytes)) {
+    Bytes bytes;
+    std::memcpy(&bytes, text, sizeof bytes);
+    const auto hit = bytes - lowest < letters;  // all bits of a letter's byte
+    bytes ^= reinterpret_cast<const Bytes&>(hit) & bit;
+    std::memcpy(text, &bytes, sizeof bytes);
   }
   for (; n > 0; ++text, --n)
     if (static_cast<unsigned char>(static_cast<unsigned char>(*text) - first) < 26)

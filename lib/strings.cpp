@@ -261,7 +261,7 @@ Var* replicate(std::int32_t argc, Var** argv) {
 Var* space(std::int32_t argc, Var** argv) {
   if (argc != 1 || !arg_is(argc, argv, 0, kNumeric)) return empty_text();
   const std::int32_t count = integer_of(argv[0]);
-  return count < 1 ? empty_text() : pad_text({}, count, ' ', Pad::kRight);
+  return count < 1 ? empty_text() : pad_text("", count, ' ', Pad::kRight);
 }
 
 }  // namespace tarnel

@@ -11,12 +11,26 @@ namespace {
 constexpr auto kNone = std::string_view::npos;
 constexpr std::int32_t kDefaultCount = 65534;
 
-// An empty pattern is never found.
+// An empty pattern is never found. Looking for the first byte is the fastest way while few places
+// that begin alike turn out wrong; memmem is the one whose time never grows out of proportion.
 std::size_t find_text(std::string_view text, std::string_view pattern, std::size_t from) {
-  if (pattern.empty() || from > text.size()) return kNone;
-  const void* hit = memmem(text.data() + from, text.size() - from, pattern.data(), pattern.size());
-  return hit == nullptr ? kNone
-                        : static_cast<std::size_t>(static_cast<const char*>(hit) - text.data());
+  constexpr std::size_t kPatience = 64, kBytesPerMiss = 32;
+  if (pattern.empty() || from > text.size() || pattern.size() > text.size() - from) return kNone;
+  const char* at = text.data() + from;
+  const char* const end = text.data() + text.size() - pattern.size() + 1;
+  for (std::size_t misses = 1;; ++misses) {
+    at = static_cast<const char*>(std::memchr(at, pattern[0], static_cast<std::size_t>(end - at)));
+    if (at == nullptr) return kNone;
+    if (std::memcmp(at + 1, pattern.data() + 1, pattern.size() - 1) == 0) break;
+    ++at;
+    const auto gone = static_cast<std::size_t>(at - text.data()) - from;
+    if (misses < kPatience || misses * kBytesPerMiss < gone) continue;
+    at = static_cast<const char*>(
+        memmem(at, text.size() - from - gone, pattern.data(), pattern.size()));
+    if (at == nullptr) return kNone;
+    break;
+  }
+  return static_cast<std::size_t>(at - text.data());
 }
 
 // strtran goes by the terminator: what stands behind a NUL does not count.
@@ -56,8 +70,10 @@ Var* replace_measured(const Replacement& r) {
   char* out = result->text;
   std::size_t done = 0, at = r.first;
   for (std::int32_t n = r.count;;) {
-    out = std::copy_n(r.text.data() + done, at - done, out);
-    out = std::copy_n(r.replace.data(), r.replace.size(), out);
+    std::memcpy(out, r.text.data() + done, at - done);
+    out += at - done;
+    std::memcpy(out, r.replace.data(), r.replace.size());
+    out += r.replace.size();
     done = at + r.search.size();
     if (--n == 0) break;
     at = find_text(r.text, r.search, done);
