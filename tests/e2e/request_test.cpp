@@ -49,6 +49,20 @@ TEST_F(ThroughTheServer, HeadSendsNoBodyAndALargePostIsRead) {
   EXPECT_EQ(posted.body, stored("index.html"));
 }
 
+class EachServer : public ::testing::TestWithParam<Server> {};
+
+TEST_P(EachServer, AnswersPagesAndFilesByItsSampleConfiguration) {
+  const WebServer each(TARNEL_PROGRAM, GetParam());
+  ASSERT_TRUE(each.running()) << "the server did not start";
+  EXPECT_EQ(each.request("GET", "/cgi-bin/example0").body, stored("index.html"));
+  const Response form = each.request("POST", "/cgi-bin/example0/example1", "NAME=100%25+A%26B");
+  EXPECT_NE(form.body.find("NAME: \"100% A&B\"<BR>"), std::string::npos) << form.body;
+  EXPECT_EQ(each.request("GET", "/test.html").status, 200);
+  EXPECT_EQ(each.request("GET", "/").status / 100, 3);
+}
+INSTANTIATE_TEST_SUITE_P(Samples, EachServer,
+                         ::testing::Values(Server::kLighttpd, Server::kApache, Server::kNginx));
+
 TEST(FailingPage, AnswersTheErrorLinesAndNothingOfThePage) {
   const WebServer server(FAILING_PROGRAM);
   ASSERT_TRUE(server.running()) << "lighttpd did not start";

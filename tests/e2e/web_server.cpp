@@ -1,13 +1,17 @@
 #include "tests/e2e/web_server.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <functional>
 
 #include "core/output.h"
 
@@ -49,39 +53,82 @@ std::string read_all(int fd) {
   return all;
 }
 
+// The server's name among the configurations, and the programs to start with it.
+struct ServerProgram {
+  const char* name;
+  std::vector<std::string> command;
+  std::vector<std::string> helper;
+};
+
+ServerProgram program_of(Server kind, const std::string& directory) {
+  const std::string conf = directory + "/server.conf";
+  switch (kind) {
+    case Server::kApache:
+      return {"apache2", {"apache2", "-X", "-f", conf}, {}};
+    case Server::kNginx:
+      return {"nginx",
+              {"nginx", "-c", conf},
+              {"fcgiwrap", "-s", "unix:" + directory + "/fcgiwrap.socket"}};
+    case Server::kLighttpd:
+      break;
+  }
+  return {"lighttpd", {"lighttpd", "-D", "-f", conf}, {}};
+}
+
+bool wait_for(const std::function<bool()>& ready) {
+  for (int i = 0; i < 200 && !ready(); ++i) usleep(50000);
+  return ready();
+}
+
 }  // namespace
 
-WebServer::WebServer(const std::string& program) : port_(free_port()) {
+void WebServer::start(const std::vector<std::string>& command) {
+  const pid_t pid = fork();
+  if (pid != 0) {
+    processes_.push_back(pid);
+    return;
+  }
+  std::vector<char*> argv;
+  for (const std::string& word : command) argv.push_back(const_cast<char*>(word.c_str()));
+  argv.push_back(nullptr);
+  setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
+  const int log = open((directory_ + "/output.log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0666);
+  dup2(log, STDOUT_FILENO);
+  dup2(log, STDERR_FILENO);
+  execvp(argv[0], argv.data());
+  _exit(127);
+}
+
+WebServer::WebServer(const std::string& program, Server kind) : port_(free_port()) {
   char name[] = "/tmp/tarnel-e2e-XXXXXX";
-  close(mkstemp(name));
-  conf_ = name;
+  directory_ = mkdtemp(name);
   const std::string source = TARNEL_SOURCE_DIR;
-  const std::string command = source + "/scripts/lighttpd-conf " + std::to_string(port_) + " " +
-                              program + " " + source + "/examples/www > " + conf_;
-  if (std::system(command.c_str()) != 0) return;
-  pid_ = fork();
-  if (pid_ == 0) {
-    setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
-    execlp("lighttpd", "lighttpd", "-D", "-f", conf_.c_str(), static_cast<char*>(nullptr));
-    _exit(127);
+  const ServerProgram server = program_of(kind, directory_);
+  const std::string command = source + "/scripts/web-conf " + server.name + " " +
+                              std::to_string(port_) + " " + program + " " + source +
+                              "/examples/www " + directory_ + " > " + directory_ + "/server.conf";
+  // A server that drops its rights must still reach its files.
+  if (std::system(command.c_str()) != 0 || chmod(directory_.c_str(), 0777) != 0) return;
+  if (!server.helper.empty()) {
+    start(server.helper);
+    const std::string socket = directory_ + "/fcgiwrap.socket";
+    if (!wait_for([&] { return access(socket.c_str(), F_OK) == 0; })) return;
+    chmod(socket.c_str(), 0777);
   }
-  for (int i = 0; i < 100; ++i) {
-    if (const int fd = connect_to(port_); fd >= 0) {
-      close(fd);
-      return;
-    }
-    usleep(50000);
-  }
-  kill(pid_, SIGKILL);
-  pid_ = -1;
+  start(server.command);
+  running_ = wait_for([this] {
+    const int fd = connect_to(port_);
+    if (fd >= 0) close(fd);
+    return fd >= 0;
+  });
 }
 
 WebServer::~WebServer() {
-  if (pid_ > 0) {
-    kill(pid_, SIGTERM);
-    waitpid(pid_, nullptr, 0);
+  for (const int pid : processes_) {
+    kill(pid, SIGTERM);
+    waitpid(pid, nullptr, 0);
   }
-  unlink(conf_.c_str());
+  std::filesystem::remove_all(directory_);
 }
 
 Response WebServer::request(const std::string& method, const std::string& path,

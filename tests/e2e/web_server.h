@@ -1,7 +1,8 @@
-// The built program behind a real lighttpd on a free loopback port, and HTTP by hand.
+// The built program behind a real web server on a free loopback port, and HTTP by hand.
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace tarnel::testing {
 
@@ -11,22 +12,29 @@ struct Response {
   std::string body;
 };
 
+enum class Server { kLighttpd, kApache, kNginx };
+
+// Starts the server with the configuration of examples/ and stops it with the object.
 class WebServer {
  public:
-  explicit WebServer(const std::string& program = TARNEL_PROGRAM);
+  explicit WebServer(const std::string& program = TARNEL_PROGRAM, Server kind = Server::kLighttpd);
   ~WebServer();
   WebServer(const WebServer&) = delete;
   WebServer& operator=(const WebServer&) = delete;
 
-  bool running() const { return pid_ > 0; }
+  bool running() const { return running_; }
+  int port() const { return port_; }
   // Sends one request on a connection of its own and reads the answer to its end.
   Response request(const std::string& method, const std::string& path,
                    const std::string& body = "") const;
 
  private:
-  int port_ = 0;
-  int pid_ = -1;
-  std::string conf_;
+  void start(const std::vector<std::string>& command);
+
+  int port_;
+  std::string directory_;  // the server's own files
+  std::vector<int> processes_;
+  bool running_ = false;
 };
 
 // What the program writes to standard output, started by hand with the given environment entries
