@@ -3,8 +3,6 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,8 +11,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "tests/support/log_sink.h"
 
 namespace {
 
@@ -50,26 +49,11 @@ double median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
-// A machine without a log daemon would write every line to its console, which measures the console.
-void serve_log() {
-  const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  std::snprintf(address.sun_path, sizeof address.sun_path, "/dev/log");
-  if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) return;
-  std::atexit([] { unlink("/dev/log"); });
-  std::thread([fd] {
-    char line[4096];
-    while (recv(fd, line, sizeof line, 0) >= 0) {
-    }
-  }).detach();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   const int rounds = argc > 1 ? std::atoi(argv[1]) : 1000;
-  serve_log();
+  tarnel::testing::serve_log();
   const int sink = open("/dev/null", O_WRONLY | O_CLOEXEC);
   std::vector<double> floor, request;
   long peak = 0;
@@ -79,6 +63,6 @@ int main(int argc, char** argv) {
     request.push_back(run.microseconds);
     peak = std::max(peak, run.peak_kib);
   }
-  std::printf("floor   %8.1f us\nrequest %8.1f us\nratio   %8.2f\npeak    %8ld KiB\n", median(floor),
-              median(request), median(request) / median(floor), peak);
+  std::printf("floor   %8.1f us\nrequest %8.1f us\nratio   %8.2f\npeak    %8ld KiB\n",
+              median(floor), median(request), median(request) / median(floor), peak);
 }
