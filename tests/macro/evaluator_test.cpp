@@ -168,7 +168,8 @@ TEST_F(Evaluator, AliasesSelectAnAreaForTheirExpression) {
        [](void* saved) { areas.current = static_cast<std::intptr_t>(index_of(saved)); }});
   set_current_owner_hook([] { return &areas.owners[areas.current]; });
   SharedHeader* fields = new_shared();
-  fields->elements = static_cast<Var**>(MEM_ALLOC(3 * sizeof(Var*), MemPurpose::kArray));
+  fields->elements =
+      static_cast<Var**>(MEM_REALLOC(fields->elements, 3 * sizeof(Var*), MemPurpose::kArray));
   for (std::size_t i = 1; i <= 2; ++i) {
     Var* cell = NEW_VAR('F', 'I');
     put_word(cell, static_cast<std::int32_t>(i * 10));
