@@ -73,7 +73,7 @@ const char* type_of_expression(std::string_view text) {
   const std::int32_t mark = temp_top();
   set_last_error(0);
   const Var* value = macro_hooks().evaluate(text);
-  const char* result = value == nullptr || is_error(value) ? nullptr : type_text(value);
+  const char* result = value == nullptr || value->type == 'E' ? nullptr : type_text(value);
   POP_TEMPS(mark);
   return result;
 }

