@@ -7,6 +7,7 @@
 #include "db/autolock.h"
 #include "db/dataserver.h"
 #include "db/front.h"
+#include "db/order_front.h"
 
 namespace tarnel {
 
@@ -16,7 +17,7 @@ inline constexpr FunctionEntry kDbfidxBuiltins[] = {
      "dbfidxnew([cFile], [lShared], [lReadOnly]) -> oServer: a driver object for .dbf tables"}};
 inline constexpr ModuleRecord kDbfidxModule{.name = "dbfidx", .functions = kDbfidxBuiltins};
 
-inline constexpr std::array<const ModuleRecord*, 4> kDbModules = {&kFrontModule, &kRegistryModule,
-                                                                  &kDbfidxModule, &kAutolockModule};
+inline constexpr std::array<const ModuleRecord*, 5> kDbModules = {
+    &kFrontModule, &kOrderModule, &kRegistryModule, &kDbfidxModule, &kAutolockModule};
 
 }  // namespace tarnel

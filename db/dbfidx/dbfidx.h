@@ -108,7 +108,8 @@ struct OpenTable {
   // Locks; changed only in locks.cpp.
   LockList lockList;
   int readLocks = 0, writeLocks = 0;
-  DbfIdx* ring = nullptr;  // next area with the same file, itself when alone
+  std::uint32_t lockStamp = 0;  // another one after each internal lock that was given back
+  DbfIdx* ring = nullptr;       // next area with the same file, itself when alone
   DbfIdx* nextOpen = nullptr;
   std::int32_t concurrency = 1;
 

@@ -27,6 +27,7 @@ class KeyTree {
   // Begins the work under one internal lock: what others may have changed meanwhile is forgotten.
   // `may_write`: changed pages, mended links among them, may go to the file.
   void begin(bool may_write);
+  void allow_writes(bool may_write) { may_write_ = may_write; }
   // Writes what was changed under the lock, in exclusive use all that was changed. False on a
   // write error.
   bool flush();
@@ -50,6 +51,9 @@ class KeyTree {
   bool go_last();
   bool step_forward();
   bool step_back();
+
+  // The cursor is nowhere; a step finds nothing.
+  void leave();
 
   // Does the cursor stand on a key, on that of this record?
   bool on_key();
@@ -90,7 +94,6 @@ class KeyTree {
   std::uint8_t* here();
   std::nullptr_t fail(std::uint32_t sector);
   std::uint8_t* enter(std::uint32_t sector);
-  void leave();
   template <typename Compare>
   Bound lower_bound(const std::uint8_t* page, Compare compare) const;
   template <typename Compare>

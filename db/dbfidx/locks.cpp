@@ -202,6 +202,7 @@ void unlockInternal(DbfIdx& dbf) {
   const bool write = dbf.writeLocks > 0;
   if (--count > 0) return;
   dbf.headerFresh = false;
+  ++dbf.lockStamp;
   dbf.freshRec = 0;
   const bool released = give_back_internal(dbf, write);
   if (write) RELEASE_INTERRUPT();

@@ -37,13 +37,13 @@ namespace tarnel {
   L("copystructure", kMethod)                           \
   L("count", kMethod)                                   \
   M("createdb", kMethod, di_createdb)                   \
-  L("createindex", kMethod)                             \
-  L("createorder", kMethod)                             \
+  M("createindex", kMethod, di_createindex)             \
+  M("createorder", kMethod, di_createorder)             \
   M("dbstruct", kMethod, di_dbstruct)                   \
   M("delete", kMethod, di_delete)                       \
   M("deleteall", kMethod, di_deleteall)                 \
   M("deleted", kAccess, di_deleted)                     \
-  L("deleteorder", kMethod)                             \
+  M("deleteorder", kMethod, di_deleteorder)             \
   M("driver", kAccess, di_driver)                       \
   M("eof", kAccess, di_eof)                             \
   M("errinfo", kMethod, di_errinfo)                     \
@@ -70,21 +70,21 @@ namespace tarnel {
   M("goto", kMethod, di_goto)                           \
   M("gotop", kMethod, di_gotop)                         \
   M("header", kAccess, di_header)                       \
-  L("indexappend", kHidden)                             \
-  L("indexcheck", kMethod)                              \
+  M("indexappend", kHidden, di_indexappend)             \
+  M("indexcheck", kMethod, di_indexcheck)               \
   M("indexcount", kAccess, di_indexcount)               \
   M("indexext", kAccess, di_indexext)                   \
-  L("indexgobottom", kHidden)                           \
-  L("indexgotop", kHidden)                              \
-  L("indexkey", kMethod)                                \
-  L("indexkey", kAccess)                                \
-  L("indexkeycompare", kHidden)                         \
-  L("indexord", kMethod)                                \
-  L("indexreplace", kHidden)                            \
-  L("indexseek", kHidden)                               \
-  L("indexseekeval", kHidden)                           \
-  L("indexskip", kHidden)                               \
-  L("indexsynchronize", kHidden)                        \
+  M("indexgobottom", kHidden, di_indexgobottom)         \
+  M("indexgotop", kHidden, di_indexgotop)               \
+  M("indexkey", kMethod, di_indexkey)                   \
+  M("indexkey", kAccess, di_indexkey)                   \
+  M("indexkeycompare", kHidden, di_indexkeycompare)     \
+  M("indexord", kMethod, di_indexord)                   \
+  M("indexreplace", kHidden, di_indexreplace)           \
+  M("indexseek", kHidden, di_indexseek)                 \
+  M("indexseekeval", kHidden, di_indexseekeval)         \
+  M("indexskip", kHidden, di_indexskip)                 \
+  M("indexsynchronize", kHidden, di_indexsynchronize)   \
   M("info", kMethod, di_info)                           \
   M("init", kMethod, di_init)                           \
   L("isrelation", kAccess)                              \
@@ -97,12 +97,12 @@ namespace tarnel {
   M("name", kAccess, di_name)                           \
   M("noivarget", kMethod, di_noivarget)                 \
   M("noivarput", kMethod, di_noivarput)                 \
-  L("orderinfo", kMethod)                               \
-  L("orderisunique", kMethod)                           \
-  L("orderkeycount", kMethod)                           \
-  L("orderkeyno", kAccess)                              \
-  L("orderkeyno", kMethod)                              \
-  L("orderkeyva", kAccess)                              \
+  M("orderinfo", kMethod, di_orderinfo)                 \
+  M("orderisunique", kMethod, di_orderisunique)         \
+  M("orderkeycount", kMethod, di_orderkeycount)         \
+  M("orderkeyno", kAccess, di_orderkeyno)               \
+  M("orderkeyno", kMethod, di_orderkeyno)               \
+  M("orderkeyva", kAccess, di_orderkeyvalue)            \
   L("pack", kMethod)                                    \
   M("quickfieldget", kMethod, di_quickfieldget)         \
   M("quickfieldput", kMethod, di_quickfieldput)         \
@@ -117,7 +117,7 @@ namespace tarnel {
   M("recordinfo", kMethod, di_recordinfo)               \
   M("recsize", kAccess, di_recsize)                     \
   M("refresh", kMethod, di_refresh)                     \
-  L("reindex", kMethod)                                 \
+  M("reindex", kMethod, di_reindex)                     \
   L("relation", kMethod)                                \
   L("relationobject", kMethod)                          \
   L("replace", kMethod)                                 \
@@ -130,10 +130,10 @@ namespace tarnel {
   M("seekeval", kMethod, di_seekeval)                   \
   L("setfilter", kMethod)                               \
   M("setfound", kAssign, di_set_found)                  \
-  L("setindex", kMethod)                                \
+  M("setindex", kMethod, di_setindex)                   \
   L("setlocate", kAssign)                               \
-  L("setorder", kMethod)                                \
-  L("setordercondition", kMethod)                       \
+  M("setorder", kMethod, di_setorder)                   \
+  M("setordercondition", kMethod, di_setordercondition) \
   L("setrelation", kMethod)                             \
   M("shared", kAccess, di_shared)                       \
   M("skip", kMethod, di_skip)                           \

@@ -1,29 +1,222 @@
+// The keys of records as they come, change and go.
 #include "db/dbfidx/orders.h"
 
-namespace tarnel {
+#include <optional>
 
-// No order can be open yet: orderCount and currentOrder are always 0, so that none of the moves is
-// ever reached and the notices have nothing to do.
-bool index_synchronize(DbfIdx&, SyncMode) {
+#include "core/blocks.h"
+#include "core/stacks.h"
+#include "db/dbfidx/index_control.h"
+#include "db/dbfidx/table_errors.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::uint8_t kPending = 5, kSettled = 4;  // values of syncState
+
+void stop_orders(DbfIdx& dbf) {
+  dbf.orderCount = dbf.currentOrder = 0;
+}
+
+// What was found wrong when the orders were opened is told once, before they are used.
+bool report_state(DbfIdx& dbf) {
+  const std::uint8_t state = dbf.indexState;
+  if (state == kIndexGood || state == kChecksOff) return true;
+  dbf.indexState = kIndexGood;
+  if (state == kKeyCountMismatch) stop_orders(dbf);
+  dxerror(
+      dbf,
+      state == kKeyCountMismatch ? TableError::kIndexCorrupted : TableError::kIndexMayBeCorrupted,
+      {dbf.aliasName});
+  return state != kKeyCountMismatch;
+}
+
+std::string shown_key(const IndexControl& index, const Key& key) {
+  const std::int32_t mark = temp_top();
+  const Var* value = key_value(key.bytes, index.header());
+  const std::string text =
+      value->type == 'C'
+          ? std::string(text_of(value))
+          : std::to_string(value->type == 'D' || value->type == 'L' ? value->i : number_of(value));
+  POP_TEMPS(mark);
+  return text;
+}
+
+void add_to_unique(DbfIdx& dbf, IndexControl& index, const Key& key, std::uint32_t recno) {
+  const KeyComparer compare(key, index.header(), TextRule::kWhole, NumberRule::kTolerant);
+  KeyTree& tree = index.tree;
+  if (!tree.seek(compare, Hit::kAny)) {
+    if (sound(dbf, index)) tree.insert(key, recno);
+  } else if (recno < tree.record()) {
+    tree.set_record(recno);  // of equal keys the lowest record has its key in the order
+  }
+}
+
+// Takes the key of a record out, if it is there. A plain order without it is damaged: error 331.
+void remove_key(DbfIdx& dbf, IndexControl& index, const Key& key, std::int32_t recno) {
+  if (!ready(dbf, index)) return;
+  KeyTree& tree = index.tree;
+  const bool unique = index.header().unique();
+  const KeyComparer compare(key, index.header(), TextRule::kWhole,
+                            unique ? NumberRule::kTolerant : NumberRule::kExact);
+  const auto record = static_cast<std::uint32_t>(recno);
+  const bool found = unique ? tree.seek(compare, Hit::kAny) && tree.record() == record
+                            : tree.seek_exact(compare, record);
+  if (found) tree.remove();
+  if (!sound(dbf, index) || found) return;
+  if (index.plain() && dbf.indexState != kChecksOff)
+    dxerror(dbf, TableError::kIndexCorruptedPosition);
+}
+
+// Adds the keys of a new record that were held back.
+void add_pending(DbfIdx& dbf) {
+  for (std::int32_t n = 1; n <= dbf.orderCount; ++n) {
+    IndexControl& index = *dbf.orders[n];
+    if (index.oldKey.type != 'U' && index.oldFor && ready(dbf, index))
+      add_key(dbf, index, index.oldKey, dbf.savedRecNo);
+    index.oldKey.type = 'U';
+  }
+}
+
+// Notes key and condition of the record under the cursor.
+void note_key(DbfIdx& dbf, IndexControl& index) {
+  if (!record_key(dbf, index, index.oldKey)) index.oldKey.type = 'U';
+  index.oldFor = condition_holds(dbf, index.forBlock);
+}
+
+void replace_key(DbfIdx& dbf, IndexControl& index, bool was_there) {
+  Key key;
+  if (!record_key(dbf, index, key)) return;
+  const bool holds = condition_holds(dbf, index.forBlock);
+  if (!dbf.isOpen()) return;
+  if (was_there) {
+    if (key.same(index.oldKey) && holds == index.oldFor) return;
+    if (index.oldKey.type != 'U') remove_key(dbf, index, index.oldKey, dbf.savedRecNo);
+  }
+  if (holds && ready(dbf, index)) add_key(dbf, index, key, dbf.recNo);
+}
+
+}  // namespace
+
+// --- Work on one tree.
+
+bool ready(DbfIdx& dbf, IndexControl& index) {
+  if (!report_state(dbf)) return false;
+  KeyTree& tree = index.tree;
+  const bool held = dbf.readLocks > 0 || dbf.writeLocks > 0;
+  if (!tree.exclusive() && held && index.lockStamp == dbf.lockStamp) {
+    tree.allow_writes(dbf.writeLocks > 0 && !index.readOnly);
+  } else {
+    tree.begin((tree.exclusive() || dbf.writeLocks > 0) && !index.readOnly);
+    index.lockStamp = dbf.lockStamp;
+  }
+  tree.refresh();
+  return sound(dbf, index);
+}
+
+bool sound(DbfIdx& dbf, IndexControl& index) {
+  const std::int64_t sector = index.tree.failed_sector();
+  if (sector < 0) return true;
+  if (dbf.orderCount == 0) return false;
+  std::int32_t n = 1;
+  while (n < kMaxOrders && dbf.orders[n] != &index) ++n;
+  stop_orders(dbf);
+  dxerror(dbf, TableError::kIndexSector, {dbf.aliasName, n, sector});
   return false;
 }
-void index_append(DbfIdx&) {}
-void index_replace(DbfIdx&) {}
-void index_gotop(DbfIdx&) {}
-void index_gobottom(DbfIdx&) {}
-std::int32_t index_skip(DbfIdx&, std::int32_t) {
-  return 0;
+
+void settle(DbfIdx& dbf, IndexControl& index) {
+  if (index.exclusive() || index.readOnly || !index.tree.changed()) return;
+  if (index.tree.failed_sector() >= 0) return;
+  if (!index.tree.flush()) dxerror(dbf, TableError::kIndexUnwritable, {index.fileName});
+  // Other areas of this process on the same file may lie inside the same lock.
+  for (DbfIdx* other = dbf.ring; other != &dbf; other = other->ring) ++other->lockStamp;
 }
-bool index_seek(DbfIdx&, Var*, bool) {
-  return false;
+
+Var* run_in_area(DbfIdx& dbf, Var* block) {
+  std::optional<AreaScope> in;
+  if (dbf.area != nullptr && dbf.area != current_area()) in.emplace(dbf.area);
+  return run_block_with(block);
 }
-bool index_seekeval(DbfIdx&, Var*) {
-  return false;
+
+bool condition_holds(DbfIdx& dbf, Var* block) {
+  if (block == nullptr) return true;
+  const std::int32_t mark = temp_top();
+  const Var* result = run_in_area(dbf, block);
+  const bool holds = is_number_or_logical(result) && truth_of(result);
+  POP_TEMPS(mark);
+  return holds;
 }
-int index_keycompare(DbfIdx&, Var*) {
-  return 0;
+
+bool record_key(DbfIdx& dbf, IndexControl& index, Key& key) {
+  const std::int32_t mark = temp_top();
+  const Var* value =
+      index.field >= 0 ? field_value(dbf, index.field) : run_in_area(dbf, index.keyBlock);
+  if (!dbf.isOpen()) {
+    POP_TEMPS(mark);
+    return false;
+  }
+  const bool made = make_key(key, value, index.header().type);
+  if (!made)
+    dxerror(dbf, TableError::kKeyTypeMismatch, {value->type, index.fileName, index.header().type});
+  POP_TEMPS(mark);
+  return made;
 }
-void store_change_counter(DbfIdx&, std::uint8_t) {}
-void close_orders(DbfIdx&) {}
+
+void add_key(DbfIdx& dbf, IndexControl& index, const Key& key, std::int32_t n) {
+  const auto recno = static_cast<std::uint32_t>(n);
+  if (index.header().unique()) {
+    add_to_unique(dbf, index, key, recno);
+  } else {
+    const KeyComparer compare(key, index.header(), TextRule::kWhole, NumberRule::kExact);
+    if (index.tree.seek_exact(compare, recno)) {
+      dxerror(dbf, TableError::kKeyExists,
+              {dbf.aliasName, index.fileName, shown_key(index, key), n});
+      return;
+    }
+    if (index.tree.failed_sector() < 0) index.tree.insert(key, recno);
+  }
+  sound(dbf, index);
+}
+
+// --- The calls of the driver.
+
+bool index_synchronize(DbfIdx& dbf, SyncMode mode) {
+  if (dbf.orderCount == 0) return false;
+  if (dbf.syncState == kPending) {
+    // Another change of the same new record: its keys are still to come.
+    if (mode == kSyncReplace && dbf.recNo == dbf.savedRecNo) return true;
+    add_pending(dbf);
+  }
+  dbf.syncState = static_cast<std::uint8_t>(mode);
+  if (mode != kSyncReplace && mode != kSyncAppend) return dbf.orderCount > 0;
+  dbf.savedRecNo = dbf.recNo;
+  // Nobody sees the keys of a table in exclusive use: those of a new record wait until it is left,
+  // and filling its fields costs one insertion.
+  const bool wait = mode == kSyncReplace || dbf.exclusive();
+  for (std::int32_t n = 1; n <= dbf.orderCount && dbf.isOpen(); ++n) {
+    IndexControl& index = *dbf.orders[n];
+    note_key(dbf, index);
+    if (wait || index.oldKey.type == 'U' || !index.oldFor || !ready(dbf, index)) continue;
+    add_key(dbf, index, index.oldKey, dbf.recNo);
+    settle(dbf, index);
+  }
+  if (!wait) dbf.syncState = kSettled;
+  return dbf.orderCount > 0;
+}
+
+void index_append(DbfIdx& dbf) {
+  index_synchronize(dbf, kSyncAppend);
+  if (dbf.isOpen()) index_end_change(dbf);
+}
+
+void index_replace(DbfIdx& dbf) {
+  const bool was_there = dbf.syncState != kPending;
+  for (std::int32_t n = 1; n <= dbf.orderCount && dbf.isOpen(); ++n) {
+    IndexControl& index = *dbf.orders[n];
+    replace_key(dbf, index, was_there);
+    if (dbf.isOpen() && dbf.orderCount > 0) settle(dbf, index);
+  }
+  dbf.syncState = kSettled;
+}
 
 }  // namespace tarnel

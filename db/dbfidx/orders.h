@@ -38,8 +38,13 @@ bool index_seekeval(DbfIdx& dbf, Var* block);
 // The value against the key under the cursor; 0 equal.
 int index_keycompare(DbfIdx& dbf, Var* value);
 
-// Stores the change counter in the extension block of every open order.
-void store_change_counter(DbfIdx& dbf, std::uint8_t counter);
+// Around the change of a record and its keys, under the internal exclusive lock. Between the two
+// the files of the orders differ from the table, and a process that dies leaves that to be seen;
+// for this the table's change counter must be in its file before the record is written or counted.
+void index_begin_change(DbfIdx& dbf);
+void index_end_change(DbfIdx& dbf);
+// Writes what is held in memory in exclusive use.
+void flush_orders(DbfIdx& dbf);
 // Closes all orders, completing what is pending; orderCount and currentOrder become 0.
 void close_orders(DbfIdx& dbf);
 

@@ -2,6 +2,8 @@
 #include <cstring>
 #include <ctime>
 #include <limits>
+#include <utility>
+#include <utility>
 
 #include "core/errors.h"
 #include "core/frame.h"
@@ -88,6 +90,15 @@ bool store_record(DbfIdx& dbf, std::int32_t n, bool appended = false) {
   return true;
 }
 
+// Adds the pending changes to the counter of the header in memory.
+void count_pending(DbfIdx& dbf) {
+  const std::uint8_t pending = std::exchange(dbf.pendingChanges, std::uint8_t{0});
+  auto counter = static_cast<std::uint8_t>(dbf::change_counter(dbf.header.data()) + pending);
+  // A counter that wrapped steps over the values that look unused.
+  if (pending >= counter) counter = static_cast<std::uint8_t>(counter + 2);
+  dbf::set_change_counter(dbf.header.data(), counter);
+}
+
 bool auto_lock_allowed(const DbfIdx& dbf) {
   return dbf.concurrency < 0 || (dbf.concurrency > 0 && settings().autolock >= kLowestAutoLock);
 }
@@ -115,6 +126,20 @@ void replace_keys(DbfIdx& dbf) {
   std::swap(dbf.record, dbf.backup);
   stale_fields(dbf);
   index_replace(dbf);
+}
+
+// Writes the record under the cursor and its keys. In shared use with orders the change is counted
+// first: a process that dies on the way leaves orders that are seen not to agree.
+bool write_with_keys(DbfIdx& dbf) {
+  const bool count_first = dbf.orderCount > 0 && !dbf.exclusive();
+  if (dbf.orderCount > 0) refresh_header(dbf);
+  index_begin_change(dbf);
+  change_counter(dbf, -2);
+  if (count_first) change_counter(dbf, -4);
+  const bool wrote = writeRecord(dbf, dbf.recNo);
+  if (wrote) replace_keys(dbf);
+  if (dbf.isOpen()) index_end_change(dbf);
+  return wrote;
 }
 
 bool may_write(DbfIdx& dbf, std::int32_t n) {
@@ -196,11 +221,7 @@ std::uint8_t change_counter(DbfIdx& dbf, int op) {
   }
   if (pending == 0) refresh_header(dbf);
   if (pending != 0) {
-    auto counter = static_cast<std::uint8_t>(dbf::change_counter(dbf.header.data()) + pending);
-    // A counter that wrapped steps over the values that look unused.
-    if (pending >= counter) counter = static_cast<std::uint8_t>(counter + 2);
-    dbf::set_change_counter(dbf.header.data(), counter);
-    pending = 0;
+    count_pending(dbf);
     if (!write_header(dbf)) dxerror(dbf, TableError::kHeaderUnwritable, {dbf.fileName});
   }
   return dbf::change_counter(dbf.header.data());
@@ -210,7 +231,7 @@ void updateHeader(DbfIdx& dbf) {
   if (!dbf.isOpen() || dbf.readOnly()) return;
   const InternalLock lock(dbf, lock_mode(dbf));
   refresh_header(dbf);
-  store_change_counter(dbf, change_counter(dbf, -5));
+  change_counter(dbf, -5);
 }
 
 // --- The record buffer.
@@ -322,10 +343,7 @@ bool commitRecord(DbfIdx& dbf) {
   bool wrote = false;
   {
     const InternalLock lock(dbf, LockMode::kExclusive);
-    if (lock.held() && (wrote = writeRecord(dbf, dbf.recNo))) {
-      change_counter(dbf, -2);
-      replace_keys(dbf);
-    }
+    if (lock.held()) wrote = write_with_keys(dbf);
     POP_TEMPS(mark);
   }
   return wrote;
@@ -360,9 +378,11 @@ bool append_record(DbfIdx& dbf, bool release_locks) {
   dbf.prefetchedRec = 0;
   dbf.dirty = false;
   dbf.lastRec = n;
+  index_begin_change(dbf);
   // The record first, then its count: what a crash leaves between the two counts for nobody.
   if (!store_record(dbf, n, true)) return append_failed(dbf, n, TableError::kRecordUnwritable);
   change_counter(dbf, -2);
+  if (!dbf.exclusive()) count_pending(dbf);
   if (!dbf.exclusive() && !write_header(dbf))
     return append_failed(dbf, n, TableError::kHeaderUnwritable);
   dbf.recNo = dbf.bufferedRec = n;

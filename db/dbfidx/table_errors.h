@@ -20,6 +20,8 @@ struct DbfIdx;
   X(kRecordOutOfRange, 1, 8, "FieldGet()", "record %ld")                                           \
   X(kOpenFailed, 101, 1, "Init()", "%s")                                                           \
   X(kPackNoTempFile, 101, 2, "Pack()", "cannot open tmp file")                                     \
+  X(kIndexOpenFailed, 101, 1, "SetIndex()", "%s")                                                  \
+  X(kIndexHeaderUnreadable, 103, 2, "SetIndex()", "header of %s")                                  \
   X(kHeaderUnreadable, 103, 2, "Init()", "header of %s")                                           \
   X(kHeaderDamaged, 103, 2, "Init()", "%s;damaged header: %s")                                     \
   X(kRecordUnreadable, 103, 2, "FieldGet()", "record %ld;of %s")                                   \
@@ -30,6 +32,9 @@ struct DbfIdx;
   X(kRecordUnwritable, 104, 2, "FieldPut()", "record %ld;of %s")                                   \
   X(kHeaderUnwritable, 104, 2, "FieldPut()", "header of %s")                                       \
   X(kMemoUnwritable, 104, 2, "FieldPut()", "memo block %ld;of area %s")                            \
+  X(kIndexUnwritable, 104, 2, "Hidden_Index_Method", "%s")                                         \
+  X(kIndexCreateUnwritable, 104, 2, "CreateIndex()", "%s")                                         \
+  X(kIndexCreateFailed, 105, 1, "CreateIndex()", "%s")                                             \
   X(kCreateFailed, 105, 1, "CreateDB()", "%s")                                                     \
   X(kCreateUnwritable, 104, 2, "CreateDB()", "%s")                                                 \
   X(kStatusOpening, 107, 1, "Init()", "while opening dbf")                                         \
@@ -110,6 +115,7 @@ struct DbfIdx;
   X(kInternalWriteLock, 327, 2, "FieldGet()", "while trying to set read lock")                     \
   X(kIndexCorruptedPosition, 331, 2, "Hidden_Index_Method",                                        \
     "index file corrupted (when positioning)")                                                     \
+  X(kIndexDamaged, 331, 2, "SetIndex()", "%s;damaged header: %s")                                  \
   X(kIndexCorrupted, 331, 4, "Hidden_Index_Method", "area %s")                                     \
   X(kPutAtEof, 334, 2, "FieldPut()", "attempt to replace FIELD on EOF;area %s")                    \
   X(kPutEmpty, 334, 2, "FieldPut()", "attempt to replace FIELD in empty database;area %s")         \

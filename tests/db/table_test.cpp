@@ -15,6 +15,7 @@
 #include "db/db.h"
 #include "db/db_modules.h"
 #include "lib/lib_modules.h"
+#include "macro/macro.h"
 
 namespace tarnel::testing {
 namespace {
@@ -22,7 +23,10 @@ namespace {
 constexpr auto kModules = join_modules(kDbModules, kLibModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 [[maybe_unused]] const auto* const kRuntime =
-    start_before_tests({kFunctions.table(), kModules}, init_db);
+    start_before_tests({kFunctions.table(), kModules}, [] {
+      init_macro();
+      init_db();
+    });
 
 // The error block: what the driver reports joins what the raise calls record.
 Var* record_object(std::int32_t, Var** argv, Var**) {

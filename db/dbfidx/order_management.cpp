@@ -1,0 +1,359 @@
+// The list of open orders: opening into it, the choice of the controlling one, the condition for
+// the next one to be made, and the questions about an order.
+#include <algorithm>
+
+#include "core/errors.h"
+#include "core/stacks.h"
+#include "db/dbfidx/index_control.h"
+#include "db/dbfidx/methods.h"
+#include "db/dbfidx/table_errors.h"
+#include "lib/arguments.h"
+#include "lib/file_names.h"
+
+namespace tarnel {
+namespace {
+
+// Codes of orderinfo.
+enum InfoCode : std::int32_t {
+  kCondition = 1,
+  kExpression = 2,
+  kPosition = 3,
+  kKeyNumber = 4,
+  kName = 5,
+  kOrderNumber = 6,
+  kBagName = 7,
+  kBagExtension = 8,
+  kFullPath = 20,
+  kFileHandle = 21,
+  kIsDescending = 22,
+  kIsConditional = 23,
+  kKeyType = 24,
+  kKeySize = 25,
+  kKeyCount = 26,
+  kKeyBlock = 27,
+  kKeyLength = 28,
+  kKeyValue = 38,
+  kUnique = 43,
+  kSharedState = 44,
+  kKeyCountRaw = 48,
+  kTableName = 5001,
+  kCheck = 5002,
+};
+constexpr std::int32_t kUnsupported[] = {29, 35, 39, 40, 45};
+
+bool fail_open() {
+  bbneterr(true);
+  return false;
+}
+
+bool given(std::int32_t argc, Var** argv, std::int32_t i) {
+  return i < argc && argv[i] != nullptr && !is_nil(argv[i]);
+}
+
+std::string order_path(const DbfIdx& dbf, std::string_view name) {
+  std::string path;
+  if (!defaultExtension(path, name, dbf.idxExt, kPathLimit + 1)) return {};
+  return fullPath(pathJoin("", path));
+}
+
+bool set_index(DbfIdx& dbf, const OrderRequest& request) {
+  // Controls that a failure took out of the count make room.
+  if (dbf.orderCount == 0) close_orders(dbf);
+  dbf.bofFlag = dbf.eofFlag = 0;
+  dbf.found = false;
+  if (dbf.dirty) commitRecord(dbf);
+  const InternalLock lock(dbf, dbf.readOnly() ? LockMode::kShared : LockMode::kExclusive);
+  index_synchronize(dbf, kSyncMove);
+  const std::uint8_t former = dbf.indexState;
+  dbf.indexState = kChecksOff;
+  IndexControl* index = open_index(dbf, request);
+  if (!dbf.isOpen()) return fail_open();
+  if (index == nullptr) {
+    dbf.indexState = former;
+    return fail_open();
+  }
+  dbf.orders[++dbf.orderCount] = index;
+  if (dbf.currentOrder == 0) dbf.currentOrder = 1;
+  refresh_header(dbf);
+  std::uint8_t state = former;
+  if (ready(dbf, *index)) state = std::max<std::uint8_t>(state, check_index(dbf, *index));
+  go_top(dbf);
+  if (!dbf.isOpen()) return fail_open();
+  dbf.indexState = state;
+  bbneterr(false);
+  return dbf.orderCount > 0 || fail_open();
+}
+
+// Keeps a block or a text of the condition.
+void keep(std::int32_t argc, Var** argv, std::int32_t i, const char* types, Var** slot) {
+  if (!arg_is(argc, argv, i, types)) return;
+  UNHOLD_VAR(slot);
+  HOLD_VAR(slot, argv[i]);
+}
+
+// --- Questions.
+
+Var* default_answer(std::int32_t code) {
+  switch (code) {
+    case kCondition:
+    case kExpression:
+    case kName:
+    case kBagName:
+    case kFullPath:
+    case kKeyType:
+    case kTableName:
+      return empty_text();
+    case kPosition:
+    case kKeyNumber:
+    case kOrderNumber:
+    case kFileHandle:
+    case kKeySize:
+    case kKeyCount:
+    case kKeyLength:
+    case 35:
+    case kSharedState:
+    case kKeyCountRaw:
+    case kCheck:
+      return int_minus_one();
+    case kIsDescending:
+    case kIsConditional:
+    case 29:
+    case kUnique:
+    case 45:
+      return false_value();
+    default:
+      return nil_value();
+  }
+}
+
+std::string_view base_without_extension(std::string_view path) {
+  path.remove_prefix(path.rfind('/') + 1);
+  return path.substr(0, path.rfind('.'));
+}
+
+// The key under the cursor, as a record number or as a value.
+Var* current_key(DbfIdx& dbf, IndexControl& index, bool value) {
+  const InternalLock lock(dbf, lock_mode(dbf));
+  const std::int32_t bof = dbf.bofFlag, eof = dbf.eofFlag;
+  if (index_synchronize(dbf, kSyncMove) && update_position(dbf, index) && index.tree.on_key()) {
+    dbf.bofFlag = bof;
+    return value ? key_value(index.tree.key(), index.header())
+                 : TMP_INT(static_cast<std::int32_t>(index.tree.record()));
+  }
+  dbf.bofFlag = bof;
+  dbf.eofFlag = eof;
+  return value ? blank_key(index.header()) : int_minus_one();
+}
+
+Var* key_count(DbfIdx& dbf, IndexControl& index) {
+  const InternalLock lock(dbf, lock_mode(dbf));
+  if (!index_synchronize(dbf, kSyncMove) || !ready(dbf, index)) return int_minus_one();
+  return TMP_INT(static_cast<std::int32_t>(std::min<std::uint32_t>(index.tree.keys(), INT32_MAX)));
+}
+
+std::int32_t check_order(DbfIdx& dbf, std::int32_t n) {
+  IndexControl* index = order_at(dbf, n);
+  if (index == nullptr) return -1;
+  const InternalLock lock(dbf, LockMode::kExclusive);
+  if (dbf.dirty) commitRecord(dbf);
+  refresh_header(dbf);
+  const std::uint8_t former = dbf.indexState;
+  dbf.indexState = kChecksOff;
+  index_synchronize(dbf, kSyncMove);
+  const bool usable = dbf.orderCount > 0 && ready(dbf, *index);
+  const std::int32_t state = usable ? check_index(dbf, *index) : kKeyCountMismatch;
+  dbf.indexState = former;
+  return state;
+}
+
+Var* file_text(const IndexControl& index, std::string idx::Extension::*text) {
+  idx::Extension extension;
+  return idx::read_extension(index.fd, extension) ? TMP_TEXT(extension.*text) : empty_text();
+}
+
+Var* answer(DbfIdx& dbf, std::int32_t code, std::int32_t n) {
+  IndexControl& index = *dbf.orders[n];
+  const idx::Header& header = index.header();
+  switch (code) {
+    case kCondition:
+      return file_text(index, &idx::Extension::condition);
+    case kExpression:
+      return TMP_TEXT(header.expression);
+    case kPosition:
+    case kKeyNumber:
+      return current_key(dbf, index, false);
+    case kName:
+    case kBagName:
+      return TMP_TEXT(base_without_extension(index.fileName));
+    case kOrderNumber:
+      return TMP_INT(n);
+    case kFullPath:
+      return TMP_TEXT(index.fileName);
+    case kFileHandle:
+      return TMP_INT(index.fd);
+    case kIsDescending:
+      return logical(header.descending());
+    case kIsConditional:
+      return logical(index.forBlock != nullptr);
+    case kKeyType:
+      return TMP_TEXT({&header.type, 1});
+    case kKeySize:
+      return TMP_INT(static_cast<std::int32_t>(header.keySize));
+    case kKeyCount:
+    case kKeyCountRaw:
+      return key_count(dbf, index);
+    case kKeyBlock:
+      return ARG_VAR(index.keyBlock);
+    case kKeyLength:
+      return TMP_INT(header.size);
+    case kKeyValue:
+      return current_key(dbf, index, true);
+    case kUnique:
+      return logical(header.unique());
+    case kSharedState:
+      return int_one();
+    case kTableName:
+      return file_text(index, &idx::Extension::table);
+    case kCheck:
+      return TMP_INT(check_order(dbf, n));
+    default:
+      return default_answer(code);
+  }
+}
+
+// `argv` has the object, then the two arguments that may name the order.
+Var* order_info(std::int32_t code, std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (code == kBagExtension) {
+    Var* former = TMP_TEXT(dbf.idxExt);
+    if (arg_is(argc, argv, 1, "C")) dbf.idxExt = text_of(argv[1]);
+    return former;
+  }
+  if (std::find(std::begin(kUnsupported), std::end(kUnsupported), code) != std::end(kUnsupported)) {
+    dxerror(dbf, TableError::kOptionNotSupported);
+    return default_answer(code);
+  }
+  std::int32_t n = order_number(dbf, argc, argv, given(argc, argv, 1) ? 1 : 2);
+  if (n == 0) n = dbf.currentOrder;
+  return dbf.isOpen() && order_at(dbf, n) != nullptr ? answer(dbf, code, n) : default_answer(code);
+}
+
+}  // namespace
+
+std::int32_t order_number(const DbfIdx& dbf, std::int32_t argc, Var** argv, std::int32_t i) {
+  if (arg_is(argc, argv, i, kNumber)) {
+    const std::int32_t n = integer_of(argv[i]);
+    return n >= 1 && n <= dbf.orderCount ? n : 0;
+  }
+  if (!arg_is(argc, argv, i, "C") || text_of(argv[i]).empty()) return 0;
+  const std::string path = order_path(dbf, text_of(argv[i]));
+  for (std::int32_t n = 1; n <= dbf.orderCount; ++n)
+    if (dbf.orders[n]->fileName == path) return n;
+  return 0;
+}
+
+Var* di_setindex(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return logical(fail_open());
+  if (!given(argc, argv, 1)) return di_clearindex(1, argv);
+  if (argv[1]->type != 'C') {
+    dxerror(dbf, TableError::kSetIndexName);
+    return logical(fail_open());
+  }
+  OrderRequest request;
+  request.file = trim_blanks(text_of(argv[1]));
+  if (request.file.empty() || dbf.orderCount >= kMaxOrders) return logical(fail_open());
+  if (arg_is(argc, argv, 2, "C")) request.tag = text_of(argv[2]);
+  request.exclusive = arg_is(argc, argv, 3, "L") && truth_of(argv[3]);
+  return logical(set_index(dbf, request));
+}
+
+Var* di_setorder(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen() || dbf.orderCount == 0) return empty_text();
+  if (dbf.dirty) commitRecord(dbf);
+  const std::int32_t n = int_argument(argc, argv, 1, dbf.currentOrder);
+  if (n < 0 || n > dbf.orderCount) {
+    dxerror(dbf, TableError::kIllegalOrder, {n, dbf.aliasName, dbf.orderCount});
+    return empty_text();
+  }
+  const IndexControl* former = current_index(dbf);
+  Var* name = former != nullptr ? TMP_TEXT(former->fileName) : empty_text();
+  const std::int32_t recno = dbf.recNo;
+  // What waits for the record goes into the orders that were there.
+  index_synchronize(dbf, kSyncMove);
+  dbf.currentOrder = dbf.orderCount > 0 ? n : 0;
+  if (former != nullptr) goRecord(dbf, recno);
+  return name;
+}
+
+Var* di_setordercondition(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return false_value();
+  const auto truth = [&](std::int32_t i) {
+    return arg_is(argc, argv, i, "L") && truth_of(argv[i]);
+  };
+  clear_condition(dbf);
+  keep(argc, argv, 1, "C", &dbf.orderForText);
+  keep(argc, argv, 2, "Bb", &dbf.orderForBlock);
+  keep(argc, argv, 4, "Bb", &dbf.orderWhileBlock);
+  if (dbf.orderWhileBlock != nullptr) dbf.orderLimit = -2;
+  keep(argc, argv, 5, "Bb", &dbf.orderEvalBlock);
+  if (arg_is(argc, argv, 6, kNumber)) dbf.orderEvery = std::max(1, integer_of(argv[6]));
+  if (truth(10)) {
+    dbf.scopeNext = -2;
+    dbf.orderStart = std::max(1, int_argument(argc, argv, 7, 1));
+  }
+  if (arg_is(argc, argv, 8, kNumber)) dbf.orderLimit = integer_of(argv[8]);
+  if (arg_is(argc, argv, 9, kNumber)) {
+    dbf.orderLimit = 1;
+    dbf.orderStart = std::max(1, integer_of(argv[9]));
+  }
+  dbf.orderFlags = static_cast<std::uint8_t>((truth(3) ? 1 : 0) | (truth(11) ? 2 : 0));
+  return true_value();
+}
+
+Var* di_indexord(std::int32_t, Var** argv) {
+  const DbfIdx& dbf = dbf_of(argv[0]);
+  return TMP_INT(dbf.isOpen() ? dbf.currentOrder : 0);
+}
+
+Var* di_indexkey(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (given(argc, argv, 1) && !arg_is(argc, argv, 1, kNumber)) {
+    dxerror(dbf, TableError::kIndexKeyArgument);
+    return empty_text();
+  }
+  const std::int32_t n = int_argument(argc, argv, 1, 0);
+  const IndexControl* index = order_at(dbf, n != 0 ? n : dbf.currentOrder);
+  return index != nullptr ? TMP_TEXT(index->header().expression) : empty_text();
+}
+
+Var* di_indexcheck(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return int_minus_one();
+  return TMP_INT(check_order(dbf, int_argument(argc, argv, 1, dbf.currentOrder)));
+}
+
+Var* di_orderinfo(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 1, kNumber)) return nil_value();
+  const std::int32_t code = integer_of(argv[1]);
+  std::vector<Var*> passed(argv, argv + argc);
+  passed.erase(passed.begin() + 1);
+  return order_info(code, argc - 1, passed.data());
+}
+
+Var* di_orderisunique(std::int32_t argc, Var** argv) {
+  return order_info(kUnique, argc, argv);
+}
+Var* di_orderkeycount(std::int32_t argc, Var** argv) {
+  return order_info(kKeyCount, argc, argv);
+}
+Var* di_orderkeyno(std::int32_t argc, Var** argv) {
+  return order_info(kPosition, argc, argv);
+}
+Var* di_orderkeyvalue(std::int32_t argc, Var** argv) {
+  return order_info(kKeyValue, argc, argv);
+}
+
+}  // namespace tarnel

@@ -1,0 +1,296 @@
+// Moves of the cursor along the controlling order.
+#include "core/blocks.h"
+#include "core/stacks.h"
+#include "db/dbfidx/index_control.h"
+#include "db/dbfidx/methods.h"
+#include "db/dbfidx/table_errors.h"
+#include "lib/arguments.h"
+
+namespace tarnel {
+namespace {
+
+void at_end(DbfIdx& dbf) {
+  dbf.eofFlag = 1;
+  dbf.recNo = dbf.lastRec + 1;
+}
+
+// The table's cursor goes where the tree's is: on a key, or past the last one.
+void follow(DbfIdx& dbf, IndexControl& index, bool on_key) {
+  if (!sound(dbf, index) || !on_key) return at_end(dbf);
+  const std::uint32_t recno = index.tree.record();
+  const auto known = [&] { return recno >= 1 && recno <= static_cast<std::uint32_t>(dbf.lastRec); };
+  if (!known()) refresh_header(dbf);
+  if (!known()) {
+    dxerror(dbf, TableError::kIndexCorruptedPosition);
+    return at_end(dbf);
+  }
+  dbf.recNo = static_cast<std::int32_t>(recno);
+}
+
+// The order that controls, ready for work; null when there is none or it was given up.
+IndexControl* ready_index(DbfIdx& dbf) {
+  IndexControl* index = current_index(dbf);
+  return index != nullptr && ready(dbf, *index) ? index : nullptr;
+}
+
+bool find_record_key(DbfIdx& dbf, IndexControl& index) {
+  Key key;
+  if (!record_key(dbf, index, key)) return false;
+  const bool unique = index.header().unique();
+  const KeyComparer compare(key, index.header(), TextRule::kWhole,
+                            unique ? NumberRule::kTolerant : NumberRule::kExact);
+  return unique ? index.tree.seek(compare, Hit::kAny)
+                : index.tree.seek_exact(compare, static_cast<std::uint32_t>(dbf.recNo));
+}
+
+void first_key(DbfIdx& dbf, IndexControl& index) {
+  const bool found = index.tree.go_first();
+  follow(dbf, index, found);
+}
+
+// Up to n keys back; the number of steps, that over the first key included.
+std::int32_t skip_back(DbfIdx& dbf, std::int32_t n) {
+  dbf.bofFlag = 0;
+  std::int32_t steps = 0;
+  bool placed = false;
+  for (; steps > n && dbf.bofFlag == 0; --steps) {
+    IndexControl* index = ready_index(dbf);
+    if (index == nullptr) {
+      dbf.bofFlag = 1;
+      break;
+    }
+    if (dbf.eofFlag != 0) {
+      index_gobottom(dbf);
+      if (dbf.eofFlag != 0) dbf.bofFlag = 1;
+      placed = true;
+      continue;
+    }
+    if (!placed) update_position(dbf, *index);
+    placed = true;
+    if (dbf.currentOrder != 0 && index->tree.step_back()) {
+      follow(dbf, *index, true);
+      if (dbf.eofFlag != 0) break;
+    } else {
+      dbf.bofFlag = 1;
+      if (dbf.currentOrder != 0 && sound(dbf, *index)) first_key(dbf, *index);
+    }
+  }
+  return steps;
+}
+
+std::int32_t skip_forward(DbfIdx& dbf, std::int32_t n) {
+  std::int32_t moved = 0;
+  if (dbf.eofFlag != 0) {
+    refresh_header(dbf);
+    if (dbf.recNo > dbf.lastRec) return 0;
+    moved = -1;  // a new record has come where the end was
+  }
+  dbf.eofFlag = 0;
+  for (bool placed = false; moved < n && dbf.eofFlag == 0; ++moved) {
+    IndexControl* index = ready_index(dbf);
+    if (index == nullptr) {
+      at_end(dbf);
+      break;
+    }
+    if (!placed) update_position(dbf, *index);
+    placed = true;
+    if (dbf.currentOrder == 0) {
+      at_end(dbf);
+      break;
+    }
+    const bool stepped = index->tree.step_forward();
+    follow(dbf, *index, stepped);
+  }
+  return moved;
+}
+
+// Runs the block of seekeval on the key under the cursor. False when the order went away.
+bool ask_block(DbfIdx& dbf, IndexControl& index, Var* block, bool& wanted) {
+  const std::int32_t mark = temp_top();
+  Var* key = dbf.eofFlag == 0 && index.tree.on_key() ? key_value(index.tree.key(), index.header())
+                                                     : blank_key(index.header());
+  const Var* result = run_block_with(block, key, TMP_INT(dbf.recNo));
+  wanted = is_number_or_logical(result) && truth_of(result);
+  POP_TEMPS(mark);
+  return dbf.isOpen() && current_index(dbf) == &index;
+}
+
+}  // namespace
+
+bool update_position(DbfIdx& dbf, IndexControl& index) {
+  const bool somewhere = dbf.lastRec > 0 && dbf.recNo <= dbf.lastRec && dbf.eofFlag == 0;
+  if (!somewhere || !ready(dbf, index) || index.tree.keys() == 0) {
+    index.tree.leave();
+    if (somewhere && dbf.currentOrder != 0) dbf.bofFlag = dbf.eofFlag = 1;
+    return false;
+  }
+  dbf.bofFlag = dbf.eofFlag = 0;
+  if (index.tree.on_record(static_cast<std::uint32_t>(dbf.recNo))) return true;
+  index.tree.leave();
+  if (find_record_key(dbf, index)) return true;
+  if (!sound(dbf, index)) return false;
+  if (!dbf.exclusive() && !dbf.dirty) {
+    // Another process may have changed the record since it was read.
+    fetchRecord(dbf, dbf.recNo);
+    if (find_record_key(dbf, index)) return true;
+    if (!sound(dbf, index)) return false;
+  }
+  if (index.plain() && dbf.indexState != kChecksOff && dbf.recNo <= dbf.lastRec)
+    dxerror(dbf, TableError::kIndexCorruptedPosition);
+  return false;
+}
+
+void index_gotop(DbfIdx& dbf) {
+  if (IndexControl* index = ready_index(dbf); index != nullptr)
+    first_key(dbf, *index);
+  else
+    at_end(dbf);
+}
+
+void index_gobottom(DbfIdx& dbf) {
+  IndexControl* index = ready_index(dbf);
+  if (index == nullptr) return at_end(dbf);
+  dbf.eofFlag = 0;
+  const bool found = index->tree.go_last();
+  follow(dbf, *index, found);
+}
+
+std::int32_t index_skip(DbfIdx& dbf, std::int32_t n) {
+  return n < 1 ? skip_back(dbf, n) : skip_forward(dbf, n);
+}
+
+bool index_seek(DbfIdx& dbf, Var* value, bool soft) {
+  IndexControl* index = current_index(dbf);
+  if (index == nullptr) {
+    at_end(dbf);
+    return false;
+  }
+  const char type = index->header().type;
+  if (!key_types_agree(value->type, type)) {
+    dbf.eofFlag = 1;
+    dxerror(dbf, TableError::kSeekTypeMismatch, {value->type, type});
+    return false;
+  }
+  Key key;
+  make_key(key, value, type);
+  if (!ready(dbf, *index)) {
+    at_end(dbf);
+    return false;
+  }
+  const KeyComparer compare(key, index->header(), TextRule::kPrefix, NumberRule::kTolerant);
+  const bool found = index->tree.seek(compare, Hit::kFirst);
+  const bool placed = found || (soft && index->tree.step_forward());
+  if (found) dbf.bofFlag = 0;
+  follow(dbf, *index, placed);
+  return found && dbf.eofFlag == 0;
+}
+
+bool index_seekeval(DbfIdx& dbf, Var* block) {
+  IndexControl* index = current_index(dbf);
+  if (index == nullptr || !update_position(dbf, *index)) {
+    at_end(dbf);
+    return false;
+  }
+  for (bool wanted = false;;) {
+    const std::int32_t recno = dbf.recNo;
+    if (!ask_block(dbf, *index, block, wanted)) {
+      if (dbf.isOpen()) at_end(dbf);
+      return false;
+    }
+    if (wanted || dbf.eofFlag != 0) break;
+    dbf.recNo = recno;  // whatever the block did
+    if (!update_position(dbf, *index)) {
+      at_end(dbf);
+      break;
+    }
+    const bool stepped = index->tree.step_forward();
+    follow(dbf, *index, stepped);
+  }
+  return dbf.eofFlag == 0;
+}
+
+int index_keycompare(DbfIdx& dbf, Var* value) {
+  IndexControl* index = current_index(dbf);
+  Key key, current;
+  if (index == nullptr || !ready(dbf, *index)) return 0;
+  const char type = index->header().type;
+  if (!make_key(key, value, type)) {
+    dxerror(dbf, TableError::kKeyTypeMismatch, {value->type, index->fileName, type});
+    return 0;
+  }
+  const KeyComparer compare(key, index->header(), TextRule::kPrefix, NumberRule::kTolerant);
+  if (index->tree.on_record(static_cast<std::uint32_t>(dbf.recNo)))
+    return compare(index->tree.key());
+  return record_key(dbf, *index, current) ? compare(current.bytes) : 0;
+}
+
+// --- The hidden methods.
+
+Var* di_indexgotop(std::int32_t, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return false_value();
+  const InternalLock lock(dbf, lock_mode(dbf));
+  index_gotop(dbf);
+  return true_value();
+}
+
+Var* di_indexgobottom(std::int32_t, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return false_value();
+  const InternalLock lock(dbf, lock_mode(dbf));
+  index_gobottom(dbf);
+  return true_value();
+}
+
+Var* di_indexskip(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return int_zero();
+  const InternalLock lock(dbf, lock_mode(dbf));
+  return TMP_INT(index_skip(dbf, int_argument(argc, argv, 1, 1)));
+}
+
+Var* di_indexseek(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen() || argc < 2) return false_value();
+  const InternalLock lock(dbf, lock_mode(dbf));
+  return logical(index_seek(dbf, argv[1], arg_is(argc, argv, 2, "L") && truth_of(argv[2])));
+}
+
+Var* di_indexseekeval(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen() || !arg_is(argc, argv, 1, "Bb")) return false_value();
+  const InternalLock lock(dbf, lock_mode(dbf));
+  return logical(index_seekeval(dbf, argv[1]));
+}
+
+Var* di_indexkeycompare(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen() || argc < 2) return int_zero();
+  const InternalLock lock(dbf, lock_mode(dbf));
+  return TMP_INT(index_keycompare(dbf, argv[1]));
+}
+
+Var* di_indexsynchronize(std::int32_t argc, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  const std::int32_t mode = int_argument(argc, argv, 1, kSyncMove);
+  if (!dbf.isOpen() || mode < kSyncClose || mode > kSyncAppend) return false_value();
+  const InternalLock lock(dbf, LockMode::kExclusive);
+  return logical(index_synchronize(dbf, static_cast<SyncMode>(mode)));
+}
+
+Var* di_indexappend(std::int32_t, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return false_value();
+  const InternalLock lock(dbf, LockMode::kExclusive);
+  return logical(index_synchronize(dbf, kSyncAppend));
+}
+
+Var* di_indexreplace(std::int32_t, Var** argv) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return false_value();
+  const InternalLock lock(dbf, LockMode::kExclusive);
+  index_replace(dbf);
+  return true_value();
+}
+
+}  // namespace tarnel

@@ -1,0 +1,322 @@
+// Opening and closing of one order, and what its file says of its agreement with the table.
+//
+// The file holds the table's change counter of the time when the two last agreed. In shared use the
+// counter in the table goes on before a record is changed, and in the order when its key is in
+// place: whoever dies between the two leaves a difference. In exclusive use, where pages wait in
+// memory, the order's own counter is set to one that differs until all is written. A difference
+// that was there before a change stays: only a new index ends it.
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <memory>
+#include <utility>
+
+#include "core/blocks.h"
+#include "core/errors.h"
+#include "core/operators.h"
+#include "core/stacks.h"
+#include "db/dbfidx/index_control.h"
+#include "db/dbfidx/table_errors.h"
+#include "db/file_ops.h"
+#include "lib/file_names.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::size_t kTagSize = 15;
+constexpr mode_t kMandatoryLock = S_ISGID;
+
+std::string_view base_name(std::string_view path) {
+  return path.substr(path.rfind('/') + 1);
+}
+
+bool same_letters(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+    return std::tolower(static_cast<unsigned char>(x)) ==
+           std::tolower(static_cast<unsigned char>(y));
+  });
+}
+
+// The name of a table's file as an order keeps it, with its extension or without.
+bool names_table(std::string_view stored, std::string_view table) {
+  const auto cut = [](std::string_view name) { return name.substr(0, idx::kTableNameField); };
+  return same_letters(stored, cut(table)) ||
+         same_letters(stored, cut(table.substr(0, table.rfind('.'))));
+}
+
+std::uint8_t table_counter(const DbfIdx& dbf) {
+  return dbf::change_counter(dbf.header.data());
+}
+
+// Areas of one process do not conflict by locks; an order of exclusive use must be alone all the
+// same.
+bool used_here(const struct stat& file, bool exclusive) {
+  for (DbfIdx* dbf = open_tables(); dbf != nullptr; dbf = dbf->nextOpen)
+    for (const IndexControl* other : dbf->orders) {
+      struct stat status {};
+      if (other == nullptr || (!exclusive && !other->exclusive())) continue;
+      if (file_ops().fstat(other->fd, &status) == 0 && status.st_ino == file.st_ino &&
+          status.st_dev == file.st_dev)
+        return true;
+    }
+  return false;
+}
+
+// One order being opened; what it took goes back unless it is handed over.
+class Opening {
+ public:
+  Opening(DbfIdx& dbf, const OrderRequest& request)
+      : dbf_(dbf), request_(request), index_(std::make_unique<IndexControl>()) {}
+  ~Opening() {
+    if (index_ == nullptr) return;
+    UNHOLD_VAR(&index_->keyBlock);
+    UNHOLD_VAR(&index_->forBlock);
+    if (index_->fd >= 0) dxClose(index_->fd);
+  }
+  Opening(const Opening&) = delete;
+  Opening& operator=(const Opening&) = delete;
+
+  IndexControl* run() {
+    if (!open_file() || !claim() || !read()) return nullptr;
+    if (!compile() || !evaluate() || !renew()) return nullptr;
+    compare_origin();
+    index_->lockStamp = dbf_.lockStamp - 1;
+    index_->counter = table_counter(dbf_);
+    return index_.release();
+  }
+
+ private:
+  bool fail(TableError error, std::initializer_list<Fact> facts) {
+    dxerror(dbf_, error, facts);
+    return false;
+  }
+
+  bool open_file() {
+    std::string name;
+    index_->readOnly = dbf_.readOnly();
+    index_->fd = defaultExtension(name, request_.file, dbf_.idxExt, kPathLimit + 1)
+                     ? dxOpen(name, &index_->fileName, index_->readOnly ? 0 : 2)
+                     : -1;
+    if (index_->fd < 0 || index_->fileName.size() > kPathLimit) {
+      set_dos_error(errno);
+      return fail(TableError::kIndexOpenFailed, {request_.file});
+    }
+    return true;
+  }
+
+  bool claim() {
+    struct stat status {};
+    const bool exclusive = dbf_.exclusive() || request_.exclusive;
+    const int fd = index_->fd;
+    if (file_ops().fstat(fd, &status) != 0 || used_here(status, exclusive)) return false;
+    if ((status.st_mode & kMandatoryLock) != 0) dxerror(dbf_, TableError::kIndexMandatoryLock);
+    exclusive_ = exclusive;
+    return (exclusive ? claimExclusive(fd, kIdxTop) : claimShared(fd, kIdxTop)) == 0;
+  }
+
+  bool read() {
+    const std::string& file = index_->fileName;
+    idx::Header header;
+    if (!idx::read_header(index_->fd, header))
+      return fail(TableError::kIndexHeaderUnreadable, {file});
+    if (header.version < idx::kOldVersion) return fail(TableError::kIndexTooOld, {file});
+    if (header.version > idx::kVersion) return fail(TableError::kIndexTooNew, {file});
+    old_version_ = header.version == idx::kOldVersion;
+    if (old_version_ && dbf_.readOnly()) return fail(TableError::kIndexNoUpdate, {file});
+    if (!old_version_ && !idx::read_extension(index_->fd, extension_))
+      return fail(TableError::kIndexHeaderUnreadable, {file});
+    if (old_version_) header.type = 'C';  // until the key's value tells
+    index_->tree.attach(index_->fd, std::move(header), exclusive_);
+    index_->tagName =
+        std::string(request_.tag.empty() ? base_name(file) : request_.tag).substr(0, kTagSize);
+    return true;
+  }
+
+  bool compile() {
+    const auto make = [](Var** slot, std::string_view text) {
+      const std::int32_t mark = temp_top();
+      Var* block = ogmakecb(text);
+      if (is_block(block)) HOLD_VAR(slot, block);
+      POP_TEMPS(mark);
+      return *slot != nullptr;
+    };
+    if (!extension_.condition.empty() && !make(&index_->forBlock, extension_.condition))
+      return false;
+    return make(&index_->keyBlock, index_->header().expression);
+  }
+
+  // A key that is a field and nothing else is taken from the field's cell.
+  std::int32_t bare_field(const Var* value) const {
+    const std::string& text = index_->header().expression;
+    const bool name = text.find_first_not_of(
+                          "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
+                          "0123456789_-> ") == std::string::npos &&
+                      std::isdigit(static_cast<unsigned char>(text.front())) == 0;
+    if (!name || dbf_.area == nullptr || value->sclass != 'f') return -1;
+    const bool ours = value->owner == &dbf_.area->owner && value->name >= 0 &&
+                      static_cast<std::size_t>(value->name) < dbf_.fieldCells.size() &&
+                      dbf_.fieldCells[static_cast<std::size_t>(value->name)] == value;
+    return ours ? value->name : -1;
+  }
+
+  bool evaluate() {
+    const std::int32_t mark = temp_top();
+    const Var* value = run_in_area(dbf_, index_->keyBlock);
+    if (!dbf_.isOpen()) return false;
+    index_->field = bare_field(value);
+    const char type = request_.key != nullptr ? request_.key->type : value->type;
+    POP_TEMPS(mark);
+    idx::Header& header = index_->tree.header();
+    if (old_version_) header.type = type == 'M' ? 'C' : type;
+    if (const char* wrong = idx::contradiction(header); wrong != nullptr)
+      return fail(TableError::kIndexDamaged, {index_->fileName, wrong});
+    // The layout may have changed with the type.
+    index_->tree.attach(index_->fd, header, exclusive_);
+    index_->tree.refresh();
+    if (index_->tree.failed_sector() >= 0)
+      return fail(TableError::kIndexDamaged, {index_->fileName, "more sectors than the file has"});
+    return true;
+  }
+
+  // A file of the former version becomes one of this version.
+  bool renew() {
+    if (!old_version_) return true;
+    idx::Header& header = index_->tree.header();
+    header.version = idx::kVersion;
+    extension_.table = base_name(dbf_.fileName);
+    current_collation(extension_.collation);
+    return (idx::write_header(index_->fd, header) &&
+            idx::write_extension(index_->fd, extension_)) ||
+           fail(TableError::kIndexUnwritable, {index_->fileName});
+  }
+
+  void compare_origin() {
+    if (old_version_) return;
+    std::uint8_t table[256];
+    current_collation(table);
+    if (index_->header().type == 'C' &&
+        !std::equal(std::begin(table), std::end(table), std::begin(extension_.collation)))
+      dxerror(dbf_, TableError::kSortTable);
+    if (!names_table(extension_.table, base_name(dbf_.fileName)))
+      dxerror(dbf_, TableError::kIndexOfOtherTable, {extension_.table});
+    index_->agrees = extension_.counter == 0 || extension_.counter == table_counter(dbf_);
+  }
+
+  DbfIdx& dbf_;
+  const OrderRequest& request_;
+  std::unique_ptr<IndexControl> index_;
+  idx::Extension extension_;
+  bool exclusive_ = false, old_version_ = false;
+};
+
+// A counter that the table will not reach before the order is written.
+std::uint8_t other_counter(std::uint8_t counter) {
+  return counter > 1 ? static_cast<std::uint8_t>(counter - 1) : std::uint8_t{255};
+}
+
+}  // namespace
+
+void current_collation(std::uint8_t (&table)[256]) {
+  if (const unsigned char* weights = collation(); weights != nullptr)
+    std::copy(weights, weights + 256, table);
+  else
+    std::fill(std::begin(table), std::end(table), std::uint8_t{0});
+}
+
+IndexControl* open_index(DbfIdx& dbf, const OrderRequest& request) {
+  return Opening(dbf, request).run();
+}
+
+void mark_changed(DbfIdx& dbf, IndexControl& index) {
+  if (index.marked || index.readOnly) return;
+  const int stored = idx::read_counter(index.fd);
+  index.agrees = stored == 0 || stored == table_counter(dbf);
+  idx::write_counter(index.fd, other_counter(table_counter(dbf)));
+  index.marked = true;
+}
+
+bool flush_index(DbfIdx& dbf, IndexControl& index) {
+  if (index.readOnly || index.tree.failed_sector() >= 0) return true;
+  const std::uint8_t counter = table_counter(dbf);
+  const bool behind = index.agrees && (index.marked || index.counter != counter);
+  const bool written = index.tree.flush() && (!behind || idx::write_counter(index.fd, counter));
+  if (!written) dxerror(dbf, TableError::kIndexUnwritable, {index.fileName});
+  // An order that did not agree before keeps the counter that shows it.
+  if (index.agrees) index.marked = false;
+  index.counter = counter;
+  return written;
+}
+
+void close_index(DbfIdx& dbf, IndexControl* index) {
+  if (index->exclusive()) flush_index(dbf, *index);
+  UNHOLD_VAR(&index->keyBlock);
+  UNHOLD_VAR(&index->forBlock);
+  dxClose(index->fd);
+  delete index;
+}
+
+void close_orders(DbfIdx& dbf) {
+  index_synchronize(dbf, kSyncClose);
+  dbf.orderCount = dbf.currentOrder = 0;
+  dbf.syncState = 4;
+  // A failure may have hidden some of them from the count.
+  for (IndexControl*& index : dbf.orders)
+    if (index != nullptr) close_index(dbf, std::exchange(index, nullptr));
+}
+
+void flush_orders(DbfIdx& dbf) {
+  for (std::int32_t n = 1; n <= dbf.orderCount; ++n)
+    if (dbf.orders[n]->exclusive()) flush_index(dbf, *dbf.orders[n]);
+}
+
+bool zap_index(DbfIdx& dbf, IndexControl& index) {
+  idx::Extension extension;
+  const bool kept = idx::read_extension(index.fd, extension);
+  extension.counter = other_counter(table_counter(dbf));
+  extension.table = base_name(dbf.fileName);
+  current_collation(extension.collation);
+  if (kept && index.exclusive() && !index.readOnly && file_ops().truncate(index.fd, 0) == 0) {
+    index.tree.clear();
+    index.marked = index.agrees = true;
+    if (idx::write_header(index.fd, index.header()) && idx::write_extension(index.fd, extension))
+      return true;
+  }
+  dxerror(dbf, TableError::kZapReopen, {dbf.aliasName, index.fileName});
+  return false;
+}
+
+IndexState check_index(DbfIdx& dbf, IndexControl& index) {
+  const int stored = index.marked ? (index.agrees ? 0 : -1) : idx::read_counter(index.fd);
+  IndexState state = stored == 0 || stored == table_counter(dbf) ? kIndexGood : kCounterMismatch;
+  if (index.plain() && index.tree.keys() != static_cast<std::uint32_t>(dbf.lastRec))
+    state = kKeyCountMismatch;
+  return state;
+}
+
+// --- Around a change of a record.
+
+void index_begin_change(DbfIdx& dbf) {
+  for (std::int32_t n = 1; n <= dbf.orderCount; ++n) {
+    IndexControl& index = *dbf.orders[n];
+    if (index.exclusive()) {
+      mark_changed(dbf, index);
+    } else if (!index.changing) {
+      const int stored = idx::read_counter(index.fd);
+      if (stored == 0) idx::write_counter(index.fd, table_counter(dbf));
+      index.agrees = stored == 0 || stored == table_counter(dbf);
+      index.changing = true;
+    }
+  }
+}
+
+void index_end_change(DbfIdx& dbf) {
+  for (std::int32_t n = 1; n <= dbf.orderCount; ++n) {
+    IndexControl& index = *dbf.orders[n];
+    if (!index.changing) continue;
+    index.changing = false;
+    if (index.agrees && !idx::write_counter(index.fd, table_counter(dbf)))
+      dxerror(dbf, TableError::kIndexUnwritable, {index.fileName});
+  }
+}
+
+}  // namespace tarnel

@@ -1,0 +1,104 @@
+#include "db/order_front.h"
+
+#include "db/front.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::int32_t kMostConditions = 11;
+
+// Codes of the member orderinfo.
+constexpr std::int32_t kCondition = 1, kExpression = 2, kPosition = 3, kName = 5, kNumber = 6,
+                       kBagExtension = 8, kDescending = 22, kKeyCount = 26, kKeyValue = 38,
+                       kUnique = 43;
+
+Var* argument(std::int32_t argc, Var** argv, std::int32_t i) {
+  return i < argc && argv[i] != nullptr ? argv[i] : nil_value();
+}
+
+// The first two arguments name the order.
+Var* ask(std::int32_t code, std::int32_t argc, Var** argv, Var* without_area) {
+  Var* server = front_server(NoArea::kSilent);
+  if (server == nullptr) return without_area;
+  Var* passed[] = {TMP_INT(code), argument(argc, argv, 0), argument(argc, argv, 1)};
+  return front_call(server, "orderinfo", kMethod, 3, passed);
+}
+
+}  // namespace
+
+Var* dborderinfo(std::int32_t argc, Var** argv) {
+  Var* server = front_server(NoArea::kSilent);
+  if (server == nullptr || !arg_is(argc, argv, 0, "NFI")) return nil_value();
+  const bool stores = integer_of(argv[0]) == kBagExtension && argc > 3;
+  Var* passed[] = {argv[0], argument(argc, argv, stores ? 3 : 2), argument(argc, argv, 1)};
+  return front_call(server, "orderinfo", kMethod, 3, passed);
+}
+
+Var* dbreindex(std::int32_t argc, Var** argv) {
+  return front_ordlistreb(argc, argv);
+}
+
+Var* dbsetorder(std::int32_t argc, Var** argv) {
+  Var* server = front_server(NoArea::kError322);
+  if (server == nullptr) return empty_text();
+  return front_call(server, "setorder", kMethod, argc > 0 ? 1 : 0, argv);
+}
+
+Var* ordsetfocus(std::int32_t argc, Var** argv) {
+  Var* server = front_server(NoArea::kSilent);
+  if (server == nullptr) return empty_text();
+  Var* former = ask(kName, 0, nullptr, empty_text());
+  if (!arg_is(argc, argv, 0, "NFIC")) return former;
+  Var* number = argv[0];
+  if (number->type == 'C') {
+    if (text_of(number).empty()) return former;
+    // A name that no order has must not be taken for the controlling order.
+    number = ask(kNumber, argc, argv, int_zero());
+    Var* passed[] = {TMP_INT(kName), number};
+    const Var* found = front_call(server, "orderinfo", kMethod, 2, passed);
+    const auto base = [](std::string_view name) {
+      name.remove_prefix(name.rfind('/') + 1);
+      return name.substr(0, name.rfind('.'));
+    };
+    if (!is_text(found) || text_of(found) != base(text_of(argv[0]))) return former;
+  }
+  front_call(server, "setorder", kMethod, 1, &number);
+  return former;
+}
+
+Var* ordcondset(std::int32_t argc, Var** argv) {
+  Var* server = front_server(NoArea::kError322);
+  if (server == nullptr) return false_value();
+  return front_call(server, "setordercondition", kMethod,
+                    argc < kMostConditions ? argc : kMostConditions, argv);
+}
+
+Var* ordkeycount(std::int32_t argc, Var** argv) {
+  return ask(kKeyCount, argc, argv, int_zero());
+}
+Var* ordkeyno(std::int32_t argc, Var** argv) {
+  return ask(kPosition, argc, argv, int_zero());
+}
+Var* ordkeyval(std::int32_t, Var**) {
+  return ask(kKeyValue, 0, nullptr, nil_value());
+}
+Var* orddescend(std::int32_t argc, Var** argv) {
+  return ask(kDescending, argc, argv, false_value());
+}
+Var* ordisunique(std::int32_t argc, Var** argv) {
+  return ask(kUnique, argc, argv, false_value());
+}
+Var* ordfor(std::int32_t argc, Var** argv) {
+  return ask(kCondition, argc, argv, empty_text());
+}
+Var* ordkey(std::int32_t argc, Var** argv) {
+  return ask(kExpression, argc, argv, empty_text());
+}
+Var* ordname(std::int32_t argc, Var** argv) {
+  return ask(kName, argc, argv, empty_text());
+}
+Var* ordbagname(std::int32_t argc, Var** argv) {
+  return ask(kName, argc, argv, empty_text());
+}
+
+}  // namespace tarnel

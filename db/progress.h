@@ -1,0 +1,37 @@
+// How far long work has come, for a program that shows it to a person.
+#pragma once
+
+#include <cstdint>
+
+namespace tarnel {
+
+// What a program shows: called now and then with the records done and the number expected, and once
+// with done below 0 when the work has ended. Null: nothing is shown.
+using ProgressHook = void (*)(const char* work, std::int64_t done, std::int64_t total);
+ProgressHook& progress_hook();
+
+// One piece of work, from its beginning to its end.
+class Progress {
+ public:
+  Progress(const char* work, std::int64_t total) : work_(work), total_(total) {}
+  ~Progress() {
+    if (shown_) progress_hook()(work_, -1, total_);
+  }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void at(std::int64_t done) {
+    if (done % kStride != 0 || progress_hook() == nullptr) return;
+    shown_ = true;
+    progress_hook()(work_, done, total_);
+  }
+
+ private:
+  static constexpr std::int64_t kStride = 1024;
+
+  const char* work_;
+  std::int64_t total_;
+  bool shown_ = false;
+};
+
+}  // namespace tarnel
