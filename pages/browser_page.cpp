@@ -69,7 +69,7 @@ Var* example6(std::int32_t argc, Var**) {
     CALL_SIMPLE(qout, TMP_STR("<tr>"));
     for (std::int32_t i = 1; i <= fields; ++i) {
       LINE_HOOK(51);
-      Var* text = CALL_SIMPLE(asstring, CALL_SIMPLE(fieldget, TMP_INT(i)));
+      Var* text = CALL_SIMPLE(asstring, ARG_VAR(CALL_SIMPLE(fieldget, TMP_INT(i))));
       write_cell("<td>", CALL_SIMPLE(alltrim, text), "</td>");
       p.next_iteration(50);
     }

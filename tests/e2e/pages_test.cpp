@@ -1,0 +1,150 @@
+// The pages on the demo tables, through the web server.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <regex>
+
+#include "tests/e2e/web_server.h"
+
+namespace tarnel::testing {
+namespace {
+
+class Pages : public ::testing::Test {
+ protected:
+  Pages() : server_(fresh_tables()) {}
+
+  // Fresh tables for each test, open to whatever account the server runs under.
+  static std::string fresh_tables() {
+    std::filesystem::remove_all(PAGES_TABLES);
+    std::filesystem::create_directories(PAGES_TABLES);
+    for (const auto& entry : std::filesystem::directory_iterator(MADE_TABLES))
+      std::filesystem::copy(entry, PAGES_TABLES);
+    return PAGES_PROGRAM;
+  }
+  std::string get(int page) { return server_.request("GET", link(page)).body; }
+  std::string post(int page, const std::string& form) {
+    return server_.request("POST", link(page), form).body;
+  }
+  static std::string link(int page) { return "/cgi-bin/example0/example" + std::to_string(page); }
+
+  const WebServer server_;
+};
+
+constexpr const char* kFoundPage = "<HTML>\n<BODY>\nGreta  Lind<BR>\n</BODY>\n</HTML>\n";
+constexpr const char* kNotFoundPage =
+    "<HTML>\n<BODY>\n\nSorry, your account is not in our database...yet!  "
+    "\nBut as long as you're here, why not <A HREF=\"#example2\">register</A>\n"
+    "\n to take advantage of these <EM>great</EM> offers?</BODY>\n</HTML>\n";
+
+std::string registration(const std::string& number, const std::string& name) {
+  return "<HTML>\n<TITLE>Doro's Clip-O-Rama Registration</TITLE><BR>\n<BODY>\n"
+         "Thank you for registering at Doro's Clip-O-Rama!<BR>\n"
+         "Current directory is " PAGES_TABLES
+         "<BR>\n"
+         "You have been registered as user <EM>" +
+         number + "</EM>.<BR>\nYour user information is:<BR>\nName: " + name +
+         "<BR>\nThank you for registering at Doro's Clipper Web-O-Rama!<BR>\n</BODY>\n</HTML>\n";
+}
+
+TEST_F(Pages, RegistrationGivesTheNextNumberAndLookUpFindsIt) {
+  EXPECT_EQ(post(3, "ACCOUNT=201"), kNotFoundPage);
+  EXPECT_EQ(post(2, "FIRSTNAME=Greta&LASTNAME=+Lind+&lastname=ignored"),
+            registration("     201", "Greta  Lind"));
+  EXPECT_EQ(post(3, "ACCOUNT=++201"), kFoundPage);
+  EXPECT_EQ(get(2), registration("     202", "  "));
+  EXPECT_EQ(post(3, "account=201"), kNotFoundPage);
+  EXPECT_EQ(post(3, "ACCOUNT=201201201201"), kNotFoundPage);
+}
+
+TEST_F(Pages, ThePicklistNumbersTheLinksInKeyOrder) {
+  const std::string page = get(4);
+  EXPECT_EQ(
+      page.find("<HTML>\n<BODY>\n\nHere are the other fantastic Internet resources we offer!  \n"
+                "Why not try one?\n<BR>  1 <A HREF=\"https://example.com/birds\">"
+                "Birds seen from the harbour wall</A>\n\n<BR>  2 <A HREF="),
+      0U)
+      << page;
+  EXPECT_NE(page.find("\n<BR> 25 <A HREF="), std::string::npos);
+  EXPECT_EQ(page.find("\n<BR> 26 "), std::string::npos);
+  const std::string end =
+      "\n<BR>\n<BR>\nOr go back to <A HREF=/test.html>Doro's Web-O-Rama!</A></BODY>\n</HTML>\n";
+  EXPECT_EQ(page.substr(page.size() - end.size()), end);
+}
+
+TEST_F(Pages, TheBrowserShowsEveryRecordInRecordOrder) {
+  const std::string page = get(6);
+  EXPECT_EQ(
+      page.find("<HTML>\n<BODY>\n\n<table>\n<caption>Example table-browser output</caption>\n"
+                "<th>USERID</th>\n<th>FIRSTNAME</th>\n<th>MIDDLENAME</th>\n<th>LASTNAME</th>\n"
+                "<th>BALANCE</th>\n<tr>\n<td>1</td>"),
+      0U)
+      << page.substr(0, 400);
+  const std::regex row("<tr>\n<td>[0-9]+</td>");
+  EXPECT_EQ(std::distance(std::sregex_iterator(page.begin(), page.end(), row), {}), 200);
+  EXPECT_NE(page.find("\n<tr>END OF DATA</tr>\n</table></BODY>\n</HTML>\n"), std::string::npos);
+}
+
+TEST_F(Pages, ThePlannerEndsInTheErrorPageAtTheOrderThatNobodyBuilds) {
+  const std::string page = get(5);
+  EXPECT_EQ(page.find("<HTML>\n<TITLE>Waypath route planner[tm]</TITLE>\n<BODY>\n"
+                      "<h1>Waypath Route Planner[tm]</h1>\nCurrent state: 0<BR>\n"
+                      "\nAn error has occurred.<BR>\n"),
+            0U)
+      << page;
+  EXPECT_NE(page.find("stop3"), std::string::npos) << page;
+  EXPECT_NE(page.find(" [0] STATE0 (44)<BR>"), std::string::npos) << page;
+  EXPECT_EQ(page.find("</HTML>"), std::string::npos);
+}
+
+// Registrations at once: one that finds the table taken shows the error page, every other has its
+// record.
+TEST_F(Pages, EveryRegistrationThatIsConfirmedHasItsRecord) {
+  constexpr int kBrowsers = 8, kEach = 20;
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  std::vector<pid_t> browsers;
+  for (int b = 0; b < kBrowsers; ++b) {
+    browsers.push_back(fork());
+    if (browsers.back() == 0) {
+      for (int i = 0; i < kEach; ++i) {
+        const std::string name = "B" + std::to_string(b) + "N" + std::to_string(i);
+        const std::string page = post(2, "FIRSTNAME=" + name);
+        const bool confirmed = page.find("You have been registered") != std::string::npos;
+        const bool refused = page.find("An error has occurred.") != std::string::npos;
+        const std::string line = (confirmed ? "c" : refused ? "r" : "?") + name + "\n";
+        if (write(ends[1], line.data(), line.size()) < 0) _exit(1);
+      }
+      _exit(0);
+    }
+  }
+  close(ends[1]);
+  std::string reports;
+  char buffer[4096];
+  for (ssize_t n; (n = read(ends[0], buffer, sizeof buffer)) > 0;)
+    reports.append(buffer, static_cast<std::size_t>(n));
+  close(ends[0]);
+  for (const pid_t browser : browsers) waitpid(browser, nullptr, 0);
+  const std::string table = get(6);
+  int confirmed = 0, lines = 0;
+  for (std::size_t at = 0; at < reports.size(); at = reports.find('\n', at) + 1, ++lines) {
+    const std::string name = reports.substr(at + 1, reports.find('\n', at) - at - 1);
+    EXPECT_NE(reports[at], '?') << name;
+    if (reports[at] != 'c') continue;
+    ++confirmed;
+    EXPECT_NE(table.find("<td>" + name + "</td>"), std::string::npos) << name;
+  }
+  EXPECT_EQ(lines, kBrowsers * kEach);
+  EXPECT_GT(confirmed, 0);
+}
+
+TEST_F(Pages, ABrowserFollowsTheLinksAndSubmitsTheForms) {
+  const std::string command = "cd " BROWSER_MODULES " && cp " TARNEL_SOURCE_DIR
+                              "/tests/browser/pages.mjs . && node pages.mjs http://127.0.0.1:" +
+                              std::to_string(server_.port());
+  EXPECT_EQ(std::system(command.c_str()), 0);
+}
+
+}  // namespace
+}  // namespace tarnel::testing
