@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "console/session.h"
+#include "console/table_commands.h"
 #include "core/errors.h"
 #include "core/modules.h"
 #include "core/output.h"
@@ -27,9 +28,12 @@ bool set(std::string_view arguments);
 
 constexpr DotCommand kDotCommands[] = {
     {"help", "[NAME]", "tells about the commands, or about a function or command", help},
+    {"list", "[N]", "shows N records from the current one on, 20 by default", list_records},
     {"quit", "", "ends the session", quit},
     {"read", "FILE", "runs the lines of a file", read},
     {"set", "[NAME [VALUE]]", "shows or changes settings", set},
+    {"struct", "", "shows the fields of the current table", list_structure},
+    {"tables", "", "shows the open tables, the current one marked with *", list_tables},
 };
 
 // Settings by the number that set() knows them by; 0 is a named option of ov_set().

@@ -16,6 +16,7 @@
 
 #include "console/dot_commands.h"
 #include "console/session.h"
+#include "console/table_commands.h"
 #include "core/modules.h"
 #include "core/output.h"
 #include "core/symbols.h"
@@ -56,15 +57,19 @@ void complete_variable(std::string_view beginning, Names& names) {
 }
 
 // What a word may become; the layers of names are asked in this order.
-constexpr void (*kSources[])(std::string_view, Names&) = {complete_variable, complete_function};
+constexpr void (*kSources[])(std::string_view, Names&) = {complete_variable, complete_function, complete_table_name};
 
 // The end of the line before the cursor that is one name, or the whole of it for a dot command.
 std::string_view word_before(std::string_view line) {
   if (!line.empty() && line[0] == '.' && line.find(' ') == std::string_view::npos) return line;
-  std::size_t start = line.size();
-  while (start > 0 &&
-         (line[start - 1] == '_' || std::isalnum(static_cast<unsigned char>(line[start - 1])) != 0))
-    --start;
+  const auto name_start = [line](std::size_t at) {
+    while (at > 0 &&
+           (line[at - 1] == '_' || std::isalnum(static_cast<unsigned char>(line[at - 1])) != 0))
+      --at;
+    return at;
+  };
+  std::size_t start = name_start(line.size());
+  if (start >= 2 && line.substr(start - 2, 2) == "->") start = name_start(start - 2);
   return line.substr(start);
 }
 

@@ -1,0 +1,20 @@
+// The dot commands that look at open tables, and the completion of their names.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnel {
+
+// Each gets the rest of its line and answers true: the session goes on.
+bool list_tables(std::string_view);
+bool list_structure(std::string_view);
+// Writes N records from the current one on, 20 by default; the cursor ends where it stood.
+bool list_records(std::string_view count);
+
+// Appends the aliases of open tables, with "->", and the fields of the current one that begin with
+// a text in any case; behind "alias->" those of that table.
+void complete_table_name(std::string_view beginning, std::vector<std::string>& names);
+
+}  // namespace tarnel
