@@ -9,6 +9,8 @@
 #include "core/core_modules.h"
 #include "core/output.h"
 #include "core/runtime.h"
+#include "db/db.h"
+#include "db/db_modules.h"
 #include "lib/lib_modules.h"
 #include "macro/evaluator.h"
 
@@ -16,7 +18,7 @@ namespace tarnel {
 namespace {
 
 constexpr std::array kConsoleModules = {&kSessionModule};
-constexpr auto kModules = join_modules(kConsoleModules, kLibModules, kCoreModules);
+constexpr auto kModules = join_modules(kConsoleModules, kDbModules, kLibModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 constexpr const char* kUsage =
@@ -67,6 +69,7 @@ int main(int argc, char** argv) {
   using namespace tarnel;
   const CommandLine line = parse(argc, argv);
   init_macro();
+  init_db();
   start_library({kFunctions.table(), kModules});
   open_session();
   run(line);
