@@ -168,8 +168,7 @@ std::int32_t move(DbfIdx& dbf, std::int32_t n) {
   const std::int32_t moved = hides(dbf)     ? back_visible(dbf, n)
                              : ordered(dbf) ? index_skip(dbf, n)
                                             : back(dbf, n);
-  const bool counts_from_start = hides(dbf) || !ordered(dbf);
-  return counts_from_start && dbf.recNo == start ? 0 : moved;
+  return dbf.recNo == start ? 0 : moved;
 }
 
 // Does a move touch the file at all?
