@@ -1,4 +1,5 @@
 // The .dbf and .dbt files against bytes written by hand.
+#include <cstdio>
 #include <ctime>
 
 #include "core/symbols.h"
@@ -181,6 +182,33 @@ TEST_F(DbfFormat, MemoTextsLieInBlocks) {
   EXPECT_EQ(get("note"), "M ");
   EXPECT_EQ(read_file("t.dbt").substr(5 * 512, 1), "\x1A");
   EXPECT_EQ(take_errors(), "");
+}
+
+// Everything a command writes to its standard output.
+std::string output_of(const char* command) {
+  std::string output;
+  std::FILE* pipe = popen(command, "r");
+  for (int c; pipe != nullptr && (c = std::fgetc(pipe)) != EOF;) output += static_cast<char>(c);
+  if (pipe != nullptr) pclose(pipe);
+  return output;
+}
+
+TEST_F(DbfFormat, UnrelatedProgramReadsTheSameTable) {
+  ASSERT_TRUE(create("t", {{"name", "C", 8, 0}, {"amount", "N", 9, 2}, {"n", "N", 5, 0}}));
+  ASSERT_TRUE(open("t", Use::kShared));
+  for (int i = 1; i <= 3; ++i) {
+    call("dbappend");
+    put("name", text(std::string(static_cast<std::size_t>(i), 'x')));
+    put("amount", number(i * 1.25, 2));
+    put("n", integer(-i));
+  }
+  call("dbclosearea");
+  EXPECT_EQ(output_of("dbfdump -h t.dbf 2>&1 | tr -s ' '"),
+            "Field 0: Type=C/String, Title=`NAME', Width=8, Decimals=0\n"
+            "Field 1: Type=N/Double, Title=`AMOUNT', Width=9, Decimals=2\n"
+            "Field 2: Type=N/Integer, Title=`N', Width=5, Decimals=0\n"
+            "NAME AMOUNT N \n"
+            "x 1.25 -1 \nxx 2.50 -2 \nxxx 3.75 -3 \n");
 }
 
 }  // namespace
