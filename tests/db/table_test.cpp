@@ -79,7 +79,7 @@ std::string get(const char* field) {
   return show(RESOLVE_NAME(ADD_SYMBOL(field)));
 }
 void put(const char* field, Var* value) {
-  CPY_VAR_r(ADD_SYMBOL(field), value);
+  CPY_VAR(RESOLVE_NAME(ADD_SYMBOL(field)), value);
 }
 
 bool create(const char* file, std::initializer_list<FieldRow> rows) {
