@@ -39,7 +39,7 @@ void swap_separators(std::string& text) {
 }
 
 void show_number(const Var* value, Picture& picture, std::string& result) {
-  const int notice = varDefaultText(value, picture.mask, result, picture.sayWidth);
+  const int notice = varDefaultText(value, picture.mask, result);
   if (notice > 0) pictureNotice(notice);
   if (!picture.eFlag) return;
   swap_separators(result);

@@ -121,7 +121,7 @@ void pictureNotice(int code) {
     RT_WARNING(333, format_text("(DevelopMode) PICTURE: %s", kTexts[code - 1]));
 }
 
-int varDefaultText(const Var* value, std::string& mask, std::string& result, int) {
+int varDefaultText(const Var* value, std::string& mask, std::string& result) {
   result.clear();
   NumberBuffer buffer;
   switch (value->type) {

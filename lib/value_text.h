@@ -27,9 +27,9 @@ enum PictureNotice {
 void pictureNotice(int code);
 
 // Default text of a value as transform, devout and dispout use it; a number goes through the mask,
-// which is rewritten where it could not be followed. `width` is a least width, unused by these
-// callers. Result: a notice, or -1 for a type that can't be shown, with an empty text.
-int varDefaultText(const Var* value, std::string& mask, std::string& result, int width = 0);
+// which is rewritten where it could not be followed. Result: a notice, or -1 for a type that can't
+// be shown, with an empty text.
+int varDefaultText(const Var* value, std::string& mask, std::string& result);
 
 // Where screen output goes while a terminal is open; null (no terminal): the page. An empty colour
 // is the current one.
