@@ -45,13 +45,10 @@ Var* FIELD_PUT(Var* cell, Var* value);
 // Set by the table engine: the owner of the current work area's fields, or null.
 void set_current_owner_hook(FieldOwner* (*current_owner)());
 
-// --- Name forms of the assignments. "n" writes the Symbol's variable, "r" what RESOLVE_NAME gives.
-inline Var* CPY_VAR_n(std::int32_t sym, Var* src) {
-  return CPY_VAR(symbol_var(sym), src);
-}
-inline Var* CPY_VAR_r(std::int32_t sym, Var* src) {
-  return CPY_VAR(RESOLVE_NAME(sym), src);
-}
+// Every assignment and copy has three forms, by how its target or source is found: a cell itself,
+// the variable of a Symbol, or what the name means in ordinary code. They are written
+//   SET_INT(cell, 1)    SET_INT(symbol_var(sym), 1)    SET_INT(RESOLVE_NAME(sym), 1)
+// and CPY_VAR likewise with any two of the three.
 
 // --- Releases by name.
 // RELEASE name: empties a variable of the current level (any: of every level) and makes it

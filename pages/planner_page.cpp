@@ -19,7 +19,7 @@ namespace {
 constexpr const char* kModule = "example5";
 
 void assign(std::int32_t variable, Var* value) {
-  CPY_VAR_r(variable, value);
+  CPY_VAR(RESOLVE_NAME(variable), value);
 }
 Var* variable(std::int32_t slot) {
   return RESOLVE_NAME(slot);

@@ -189,7 +189,7 @@ TEST_F(Names, AssigningToAnUndefinedNameMakesAPrivateOfTheProcedure) {
   const std::int32_t sym = undefined_name("fleeting");
   {
     Procedure p("test", "assigns", 1, 0);
-    CPY_VAR_r(sym, TMP_INT(4));
+    CPY_VAR(RESOLVE_NAME(sym), TMP_INT(4));
     EXPECT_EQ(show(symbol_var(sym)), "I 4");
     p.end();
   }
@@ -204,7 +204,7 @@ TEST_F(Names, AssigningToAnUndefinedNameMakesAPrivateOfTheProcedure) {
 TEST_F(Names, ReleaseEmptiesOnlyVariablesOfTheLevel) {
   const std::int32_t sym = undefined_name("kept");
   Procedure outer("test", "outer", 1, 0);
-  CPY_VAR_n(sym, TMP_INT(1));
+  CPY_VAR(symbol_var(sym), TMP_INT(1));
   {
     Procedure inner("test", "inner", 1, 0);
     RELEASE_NAME("kept", false);
@@ -219,11 +219,11 @@ TEST_F(Names, ReleaseEmptiesOnlyVariablesOfTheLevel) {
 TEST_F(Names, ClearMemoryUnbindsAllAndLeavesTheStackInOrder) {
   const std::int32_t sym = undefined_name("cleared");
   Procedure outer("test", "outer", 1, 0);
-  CPY_VAR_n(sym, TMP_TEXT("outer"));
+  CPY_VAR(symbol_var(sym), TMP_TEXT("outer"));
   {
     Procedure inner("test", "inner", 1, 0);
     PUSH_VARSTACK(sym, NEW_VAR('N', 'U'));
-    CPY_VAR_n(sym, TMP_TEXT("inner"));
+    CPY_VAR(symbol_var(sym), TMP_TEXT("inner"));
     RELEASE_ALL(true);
     EXPECT_TRUE(is_undefined(symbol_var(sym)));
     inner.end();

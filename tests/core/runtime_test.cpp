@@ -1,0 +1,130 @@
+// The exit road and the signals. Each runs in a process of its own.
+#include "core/runtime.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include "core/error_object.h"
+#include "core/output.h"
+#include "core/signals.h"
+#include "tests/support/test_runtime.h"
+
+namespace tarnel::testing {
+namespace {
+
+void say(const char* text) {
+  write_fully(STDERR_FILENO, text);
+}
+
+Var* first_exit(std::int32_t, Var** argv) {
+  say(argv[0]->i == 1 ? "first " : "wrong ");
+  return nil_value();
+}
+Var* quitting_exit(std::int32_t, Var**) {
+  say("second ");
+  QUIT_RUN(3);
+}
+Var* failing_exit(std::int32_t, Var**) {
+  RT_ERROR(301, "too late");
+  return nil_value();
+}
+
+// Links one module with the given EXIT procedures beside the functions that are there.
+void link_exit(std::span<const FunctionEntry> list) {
+  static ModuleRecord record;
+  static const ModuleRecord* modules[] = {&record};
+  record.exit = list;
+  LINK_MODULES({function_table(), modules});
+}
+
+class RuntimeDeathTest : public RuntimeTest {};
+
+TEST_F(RuntimeDeathTest, ExitProceduresRunOnceAlsoWhenOneQuits) {
+  constexpr static FunctionEntry kList[] = {{"a", first_exit, nullptr},
+                                            {"b", quitting_exit, nullptr}};
+  EXPECT_EXIT(
+      {
+        runtime_hooks().close_areas = [] { say("never"); };
+        link_exit(kList);
+        QUIT_RUN();
+      },
+      ::testing::ExitedWithCode(3), "^first second $");
+}
+
+TEST_F(RuntimeDeathTest, AnErrorInTheExitRoadEndsTheProcessAtOnce) {
+  constexpr static FunctionEntry kList[] = {{"a", failing_exit, nullptr}};
+  EXPECT_EXIT(
+      {
+        link_exit(kList);
+        QUIT_RUN();
+      },
+      ::testing::ExitedWithCode(1), "FATAL ERROR during QUIT, exiting");
+}
+
+TEST_F(RuntimeDeathTest, TablesAreClosedBeforeOutputEnds) {
+  EXPECT_EXIT(
+      {
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        runtime_hooks().close_areas = [] { write_output("closed "); };
+        runtime_hooks().close_files = [] { write_output("files"); };
+        QUIT_RUN(0);
+      },
+      ::testing::ExitedWithCode(0), "closed files");
+}
+
+TEST_F(RuntimeDeathTest, AnInterruptWithoutATerminalIsPassedOver) {
+  EXPECT_EXIT(
+      {
+        install_signal_handlers();
+        raise(SIGINT);
+        raise(SIGQUIT);
+        raise(SIGPIPE);
+        say("alive");
+        _exit(0);
+      },
+      ::testing::ExitedWithCode(0), "alive");
+}
+
+TEST_F(RuntimeDeathTest, AHeldInterruptIsNotedAndAnsweredAtTheRelease) {
+  EXPECT_EXIT(
+      {
+        install_signal_handlers();
+        set_interrupt_dialogue([] { say("asked "); });
+        HOLD_INTERRUPT();
+        {
+          const InterruptHold inner;
+          raise(SIGINT);
+        }
+        say("held ");
+        RELEASE_INTERRUPT();
+        _exit(0);
+      },
+      ::testing::ExitedWithCode(0), "held asked $");
+}
+
+TEST_F(RuntimeDeathTest, FaultsNameTheLineAndTakeTheExitRoad) {
+  EXPECT_EXIT(
+      {
+        install_signal_handlers();
+        runtime_hooks().close_areas = [] { say("closed"); };
+        Procedure p("some_module", "faulting", 41, 0);
+        LINE_HOOK(42);
+        raise(SIGSEGV);
+      },
+      ::testing::ExitedWithCode(1),
+      "Segmentation violation  on line 42 of some_module.\r\nProgram aborted. \r\n\r\nclosed");
+  EXPECT_EXIT(
+      {
+        install_signal_handlers();
+        set_error_caller([](const RaisedError& e) {
+          write_fully(STDERR_FILENO,
+                      std::to_string(e.code) + " " + std::string(e.text.substr(0, 25)));
+        });
+        raise(SIGFPE);
+        _exit(0);
+      },
+      ::testing::ExitedWithCode(0), "320 FP \\(floating point\\) error");
+}
+
+}  // namespace
+}  // namespace tarnel::testing
