@@ -103,7 +103,7 @@ std::int32_t forward(DbfIdx& dbf, std::int32_t n) {
     return n;
   }
   dbf.eofFlag = 1;
-  return static_cast<std::int32_t>(n + dbf.lastRec - target + 1);
+  return static_cast<std::int32_t>(std::int64_t{n} + dbf.lastRec - target + 1);
 }
 
 std::int32_t back(DbfIdx& dbf, std::int32_t n) {
