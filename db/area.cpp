@@ -249,8 +249,8 @@ WorkArea* select_text(std::string_view source, int mode) {
   if (macro_hooks().expand != nullptr && text.find('&') != std::string::npos)
     macro_hooks().expand(source, text, 0);
   text.resize(std::min(text.size(), kSelectTextLimit - 1));
-  if (const std::string_view trimmed = trim_blanks(text); !trimmed.empty())
-    if (WorkArea* area = resolve_alias(trimmed); area != nullptr) return select_found(area, mode);
+  if (WorkArea* area = resolve_alias(trim_blanks(text)); area != nullptr)
+    return select_found(area, mode);
   const std::int32_t number = number_in_text(text);
   if (number >= 0) return select_number(number, mode);
   switch (mode) {
