@@ -13,7 +13,6 @@
 #include "core/output.h"
 #include "core/stacks.h"
 #include "db/area.h"
-#include "db/front.h"
 #include "lib/value_text.h"
 
 namespace tarnel {
@@ -87,7 +86,7 @@ std::string number_text(Var* value) {
 }
 
 Var* call(Var* server, const char* method, Var* argument = nullptr) {
-  return front_call(server, method, kMethod, argument != nullptr ? 1 : 0, &argument);
+  return argument != nullptr ? send(server, method, argument) : send(server, method);
 }
 
 std::string mode_of(Var* server) {
