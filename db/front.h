@@ -133,7 +133,16 @@ inline constexpr ModuleRecord kFrontModule{.name = "bbdb", .functions = kFrontBu
 
 // The driver object of the current area; null without one, after error 322 if asked for.
 Var* front_server(NoArea no_area);
+// A member by its name, with the slot that the compiler looked up.
+struct FrontMember {
+  const char* name;
+  std::int32_t slot;
+  consteval FrontMember(const char* member, char kind)
+      : name(member), slot(server_slot(member, kind)) {}
+};
 // Calls a member of the driver object, which stays alive for the time of the call.
+Var* front_call(Var* server, FrontMember member, std::int32_t argc, Var** argv);
+// For a name that is known only when the program runs.
 Var* front_call(Var* server, const char* member, char kind, std::int32_t argc, Var** argv);
 
 }  // namespace tarnel

@@ -73,6 +73,10 @@ Var* front_server(NoArea no_area) {
   return nullptr;
 }
 
+Var* front_call(Var* server, FrontMember member, std::int32_t argc, Var** argv) {
+  return call_slot(server, member.name, member.slot, argc, argv);
+}
+
 Var* front_call(Var* server, const char* member, char kind, std::int32_t argc, Var** argv) {
   return call_slot(server, member, server_slot(member, kind), argc, argv);
 }

@@ -76,7 +76,7 @@ std::vector<Var*> factory_arguments(std::int32_t argc, Var** argv) {
 bool lock_each(Var* server, std::int32_t count, Var** records, bool several) {
   bool all = true;
   for (std::int32_t i = 0; i < count && is_number(records[i]); ++i) {
-    all &= truth_of(front_call(server, "rlock", kMethod, 1, &records[i]));
+    all &= truth_of(front_call(server, {"rlock", kMethod}, 1, &records[i]));
     if (!several) break;
   }
   return all;
@@ -131,7 +131,7 @@ Var* dbusearea(std::int32_t argc, Var** argv) {
   if (factory == nullptr) return fail_open();
   const bool as_new = arg_is(argc, argv, 0, "L") && truth_of(argv[0]);
   if (!as_new && current_server() != nullptr)
-    front_call(current_server(), "close", kMethod, 0, nullptr);
+    front_call(current_server(), {"close", kMethod}, 0, nullptr);
   std::vector<Var*> passed = factory_arguments(argc, argv);
   bbneterr(false);
   Var* object = CALL_VECTOR(factory, static_cast<std::int32_t>(passed.size()), passed.data());
@@ -149,7 +149,7 @@ Var* dbcreate(std::int32_t argc, Var** argv) {
   if (object == nullptr) return fail_open();
   Var* passed[] = {argc > 0 ? argv[0] : nil_value(), argc > 1 ? argv[1] : nil_value(),
                    argc > 3 ? argv[3] : nil_value()};
-  return with_neterr(front_call(object, "createdb", kMethod, argc < 2 ? argc : 3, passed));
+  return with_neterr(front_call(object, {"createdb", kMethod}, argc < 2 ? argc : 3, passed));
 }
 
 Var* dbcloseall(std::int32_t, Var**) {
@@ -174,7 +174,7 @@ Var* dbappend(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kSilent);
   if (server == nullptr) return false_value();
   Var* passed[] = {argc > 0 ? argv[0] : true_value()};
-  return with_neterr(front_call(server, "append", kMethod, 1, passed));
+  return with_neterr(front_call(server, {"append", kMethod}, 1, passed));
 }
 
 Var* reccount(std::int32_t argc, Var** argv) {
@@ -187,20 +187,20 @@ Var* fieldname_function(std::int32_t argc, Var** argv) {
 Var* fieldget(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kError322);
   if (server == nullptr || !arg_is(argc, argv, 0, "INFC")) return nil_value();
-  return front_call(server, "fieldget", kMethod, 1, argv);
+  return front_call(server, {"fieldget", kMethod}, 1, argv);
 }
 
 Var* fieldput(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kError322);
   if (server == nullptr || !arg_is(argc, argv, 0, "INFC") || !arg_is(argc, argv, 1, "INFCLDM"))
     return nil_value();
-  return front_call(server, "fieldput", kMethod, 2, argv);
+  return front_call(server, {"fieldput", kMethod}, 2, argv);
 }
 
 Var* afields(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kSilent);
   if (server == nullptr) return int_zero();
-  const Var* rows = front_call(server, "dbstruct", kMethod, 0, nullptr);
+  const Var* rows = front_call(server, {"dbstruct", kMethod}, 0, nullptr);
   if (rows->type != 'A') return int_zero();
   for (std::int32_t column = 1; column <= 4; ++column)
     if (arg_is(argc, argv, column - 1, "A")) fill_column(argv[column - 1], rows, column);
@@ -215,9 +215,9 @@ Var* rlock(std::int32_t argc, Var** argv) {
   const bool several = settings().multilocks;
   if (argc == 0) {
     Var* current = several ? get_ivar(server, "recno") : nullptr;
-    return front_call(server, "rlock", kMethod, several ? 1 : 0, &current);
+    return front_call(server, {"rlock", kMethod}, several ? 1 : 0, &current);
   }
-  if (!several) front_call(server, "unlock", kMethod, 0, nullptr);
+  if (!several) front_call(server, {"unlock", kMethod}, 0, nullptr);
   if (is_number(argv[0])) return logical(lock_each(server, argc, argv, several));
   if (argv[0]->type == 'A')
     return logical(lock_each(server, element_count(argv[0]), argv[0]->shared->elements, several));
@@ -230,7 +230,7 @@ Var* found(std::int32_t argc, Var** argv) {
   if (server == nullptr) return false_value();
   if (argc == 0) return get_ivar(server, "found");
   Var* passed[] = {TMP_INT(kFoundCode), argv[0]};
-  return front_call(server, "info", kMethod, 2, passed);
+  return front_call(server, {"info", kMethod}, 2, passed);
 }
 
 // --- Orders.
@@ -240,13 +240,13 @@ Var* dbseek(std::int32_t argc, Var** argv) {
   if (server == nullptr) return false_value();
   Var* passed[] = {argc > 0 ? argv[0] : nil_value(),
                    argc > 1 && !is_nil(argv[1]) ? argv[1] : logical(settings().softseek)};
-  return front_call(server, "seek", kMethod, argc == 0 ? 0 : 2, passed);
+  return front_call(server, {"seek", kMethod}, argc == 0 ? 0 : 2, passed);
 }
 
 Var* ordcreate(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kError322);
   if (server == nullptr) return false_value();
-  return front_call(server, "createorder", kMethod, std::min(argc, kMostOrderArguments), argv);
+  return front_call(server, {"createorder", kMethod}, std::min(argc, kMostOrderArguments), argv);
 }
 
 // The file stands for the order and for its bag.
@@ -260,7 +260,7 @@ Var* dbcreatein(std::int32_t argc, Var** argv) {
 Var* ordlistadd(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kSilent);
   if (server == nullptr) return false_value();
-  return with_neterr(front_call(server, "setindex", kMethod, argc, argv));
+  return with_neterr(front_call(server, {"setindex", kMethod}, argc, argv));
 }
 
 Var* dbsetindex(std::int32_t argc, Var** argv) {
@@ -281,7 +281,7 @@ Var* indexnames(std::int32_t, Var**) {
   cscreara(names, count, kAllNil);
   for (std::int32_t i = 1; i <= count; ++i) {
     Var* passed[] = {TMP_INT(kOrderFileName), TMP_INT(i)};
-    CPY_VAR(element(names, i), front_call(server, "orderinfo", kMethod, 2, passed));
+    CPY_VAR(element(names, i), front_call(server, {"orderinfo", kMethod}, 2, passed));
   }
   return names;
 }

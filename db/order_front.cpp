@@ -21,7 +21,7 @@ Var* ask(std::int32_t code, std::int32_t argc, Var** argv, Var* without_area) {
   Var* server = front_server(NoArea::kSilent);
   if (server == nullptr) return without_area;
   Var* passed[] = {TMP_INT(code), argument(argc, argv, 0), argument(argc, argv, 1)};
-  return front_call(server, "orderinfo", kMethod, 3, passed);
+  return front_call(server, {"orderinfo", kMethod}, 3, passed);
 }
 
 }  // namespace
@@ -31,7 +31,7 @@ Var* dborderinfo(std::int32_t argc, Var** argv) {
   if (server == nullptr || !arg_is(argc, argv, 0, "NFI")) return nil_value();
   const bool stores = integer_of(argv[0]) == kBagExtension && argc > 3;
   Var* passed[] = {argv[0], argument(argc, argv, stores ? 3 : 2), argument(argc, argv, 1)};
-  return front_call(server, "orderinfo", kMethod, 3, passed);
+  return front_call(server, {"orderinfo", kMethod}, 3, passed);
 }
 
 Var* dbreindex(std::int32_t argc, Var** argv) {
@@ -41,7 +41,7 @@ Var* dbreindex(std::int32_t argc, Var** argv) {
 Var* dbsetorder(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kError322);
   if (server == nullptr) return empty_text();
-  return front_call(server, "setorder", kMethod, argc > 0 ? 1 : 0, argv);
+  return front_call(server, {"setorder", kMethod}, argc > 0 ? 1 : 0, argv);
 }
 
 Var* ordsetfocus(std::int32_t argc, Var** argv) {
@@ -55,21 +55,21 @@ Var* ordsetfocus(std::int32_t argc, Var** argv) {
     // A name that no order has must not be taken for the controlling order.
     number = ask(kNumber, argc, argv, int_zero());
     Var* passed[] = {TMP_INT(kName), number};
-    const Var* found = front_call(server, "orderinfo", kMethod, 2, passed);
+    const Var* found = front_call(server, {"orderinfo", kMethod}, 2, passed);
     const auto base = [](std::string_view name) {
       name.remove_prefix(name.rfind('/') + 1);
       return name.substr(0, name.rfind('.'));
     };
     if (!is_text(found) || text_of(found) != base(text_of(argv[0]))) return former;
   }
-  front_call(server, "setorder", kMethod, 1, &number);
+  front_call(server, {"setorder", kMethod}, 1, &number);
   return former;
 }
 
 Var* ordcondset(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kError322);
   if (server == nullptr) return false_value();
-  return front_call(server, "setordercondition", kMethod,
+  return front_call(server, {"setordercondition", kMethod},
                     argc < kMostConditions ? argc : kMostConditions, argv);
 }
 

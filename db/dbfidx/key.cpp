@@ -107,6 +107,9 @@ KeyComparer::KeyComparer(const Key& key, const idx::Header& header, TextRule tex
   if (key.type == 'C') {
     kind_ = collation() != nullptr ? Kind::kWeighed : Kind::kText;
     length_ = std::min<std::size_t>(key.length + (text == TextRule::kWhole ? 1U : 0U), header.size);
+    const std::size_t head = std::min(length_, sizeof head_);
+    head_mask_ = head == 0 ? 0 : ~std::uint64_t{0} << 8 * (sizeof head_ - head);
+    head_ = head_of(bytes_) & head_mask_;
   } else if (is_numeric(key.type)) {
     number_ = get_double(key.bytes);
     if (number == NumberRule::kTolerant) tolerance_ = 0.5 / std::pow(10.0, header.decimals());

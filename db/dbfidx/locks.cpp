@@ -54,11 +54,9 @@ bool wait_for(int fd, short type, std::int64_t start, std::int64_t length) {
   return lock_range(fd, type, start, length, LockWait::kYes);
 }
 
+// Both bytes at once: one call, and nothing to give back when it fails.
 bool place_default(DbfIdx& dbf, short type) {
-  if (!wait_for(dbf.dbfFd, type, kInternalAt, 1)) return false;
-  if (wait_for(dbf.dbfFd, type, kInternalAt + 1, 1)) return true;
-  lock_range(dbf.dbfFd, F_UNLCK, kInternalAt, 1);
-  return false;
+  return wait_for(dbf.dbfFd, type, kInternalAt, kInternalLength);
 }
 
 bool place_read_40(DbfIdx& dbf) {

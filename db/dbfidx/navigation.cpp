@@ -176,19 +176,28 @@ bool needs_lock(const DbfIdx& dbf) {
   return dbf.dirty || ordered(dbf) || hides(dbf) || dbf.relationCount > 0;
 }
 
+// Under a lock that is held anyway: a walk along an order asks for a field of each record, and that
+// would cost another lock.
+void prefetch(DbfIdx& dbf) {
+  if (!ordered(dbf) || dbf.eofFlag != 0 || dbf.bufferedRec == dbf.recNo || dbf.dirty) return;
+  fetchRecord(dbf, dbf.recNo);
+  dbf.prefetchedRec = dbf.bufferedRec;
+  dbf.bufferedRec = 0;
+}
+
 bool seek_failed(DbfIdx& dbf, std::optional<InternalLock>& lock) {
   phantom(dbf);
   runRelations(dbf);
-  lock.reset();
   commit_table(dbf);
+  lock.reset();
   return dbf.found = false;
 }
 
 bool seek_settled(DbfIdx& dbf, std::optional<InternalLock>& lock) {
   runRelations(dbf);
   const bool found = dbf.found;
+  commit_table(dbf);  // what was read under this lock is not read again
   lock.reset();
-  commit_table(dbf);
   return dbf.found = found;
 }
 
@@ -307,6 +316,7 @@ std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
   const std::int32_t moved = move(dbf, n);
   if (dbf.eofFlag != 0) phantom(dbf);
   runRelations(dbf);
+  if (lock && !dbf.exclusive()) prefetch(dbf);
   return moved;
 }
 

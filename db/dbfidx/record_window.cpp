@@ -10,7 +10,8 @@
 namespace tarnel {
 namespace {
 
-constexpr std::size_t kWindowBytes = 64 * 1024;
+constexpr std::size_t kWindowBytes = 64 * 1024, kMostBytes = 64 * 1024 * 1024;
+constexpr std::int64_t kBytesAJump = 4096;  // read in the time that one jump takes
 
 std::int32_t records_in(const DbfIdx& dbf, std::size_t bytes) {
   return std::max<std::int32_t>(1, static_cast<std::int32_t>(bytes / dbf.recordSize));
@@ -31,13 +32,21 @@ void RecordWindow::reset() {
 }
 
 // Fills the window with the records from n on. False when the file has not even the first whole.
-bool RecordWindow::load(DbfIdx& dbf, std::int32_t n) {
-  const std::int32_t wanted = std::min(records_in(dbf, kWindowBytes), dbf.lastRec - n + 1);
+bool RecordWindow::load(DbfIdx& dbf, std::int32_t n, std::size_t bytes) {
+  jumps_ = 0;
+  const std::int32_t wanted = std::min(records_in(dbf, bytes), dbf.lastRec - n + 1);
   bytes_.resize(static_cast<std::size_t>(std::max(wanted, 1)) * dbf.recordSize);
   const std::int64_t got = read_some_at(dbf.dbfFd, bytes_.data(), bytes_.size(), place_of(dbf, n));
   first_ = n;
   count_ = got <= 0 ? 0 : static_cast<std::int32_t>(got / dbf.recordSize);
   return count_ > 0;
+}
+
+// After many jumps through a table that is not too large, as a walk along an order makes them, all
+// of it costs less than the next jumps.
+bool RecordWindow::worth_loading_all(const DbfIdx& dbf) {
+  const auto size = static_cast<std::int64_t>(dbf.recordSize) * dbf.lastRec;
+  return ++jumps_ * kBytesAJump >= size && size <= static_cast<std::int64_t>(kMostBytes);
 }
 
 bool RecordWindow::read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to) {
@@ -46,9 +55,11 @@ bool RecordWindow::read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to) {
   if (!holds(n)) {
     if (!walking) {
       if (unwritten_ != 0 && !flush(dbf)) return false;
-      return read_at(dbf.dbfFd, to, dbf.recordSize, place_of(dbf, n));
+      if (!worth_loading_all(dbf) || !load(dbf, 1, kMostBytes) || !holds(n))
+        return read_at(dbf.dbfFd, to, dbf.recordSize, place_of(dbf, n));
+    } else if (!flush(dbf) || !load(dbf, n, kWindowBytes)) {
+      return false;
     }
-    if (!flush(dbf) || !load(dbf, n)) return false;
   }
   std::memcpy(to, at(dbf, n), dbf.recordSize);
   return true;

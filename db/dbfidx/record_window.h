@@ -25,7 +25,8 @@ class RecordWindow {
 
  private:
   bool holds(std::int32_t n) const { return n >= first_ && n < first_ + count_; }
-  bool load(DbfIdx& dbf, std::int32_t n);
+  bool load(DbfIdx& dbf, std::int32_t n, std::size_t bytes);
+  bool worth_loading_all(const DbfIdx& dbf);
   std::uint8_t* at(const DbfIdx& dbf, std::int32_t n);
 
   std::vector<std::uint8_t> bytes_;
@@ -34,6 +35,7 @@ class RecordWindow {
   std::int32_t unwritten_ =
       0;  // first record held back, 0 none; it and all behind it are unwritten
   std::int32_t last_read_ = 0;  // to tell a walk from a jump
+  std::int64_t jumps_ = 0;      // records read out of turn since the window was filled
 };
 
 }  // namespace tarnel

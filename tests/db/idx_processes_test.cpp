@@ -75,6 +75,12 @@ class ProcessOrders : public TableTest {
     put("n", integer(static_cast<int>(random() % 10000)));
   }
 
+  static void expect_agreement() {
+    const int counter = static_cast<unsigned char>(read_file("t.dbf")[31]);
+    for (const char* order : kOrders)
+      EXPECT_EQ(check_idx(std::string(order) + ".idx").counter, counter) << order;
+  }
+
   // Compares each order's file with the records. Empty, or what is wrong.
   static std::string compare_with_records() {
     std::map<std::uint32_t, std::string> name, num, some;
@@ -117,6 +123,7 @@ TEST_F(ProcessOrders, EightProcessesLeaveEveryOrderWhole) {
   });
   EXPECT_EQ(failed, 0);
   EXPECT_EQ(compare_with_records(), "");
+  expect_agreement();
 }
 
 TEST_F(ProcessOrders, KilledProcessLeavesOrdersWholeOrReported) {
@@ -154,6 +161,7 @@ TEST_F(ProcessOrders, KilledProcessLeavesOrdersWholeOrReported) {
     call("dbclosearea");
     EXPECT_EQ(compare_with_records(), "");
     EXPECT_EQ(take_errors(), "");
+    expect_agreement();
   }
   std::printf("whole %d, reported %d\n", whole, reported);
 }
