@@ -1,12 +1,18 @@
 // The driver of .dbf tables: its class, the private record of one open table, and the routines that
 // its methods share. The parts lie in
 //
-//   format_dbf   the record file: header, descriptors, text of fields      format_dbt   the memo
-//   file open_close   init, createdb, close       descriptors   sharing of file descriptors records
-//   buffer, commit, append      fields        cells of fields, conversion both ways navigation
-//   goto, gotop, skip, seek     locks         claims, internal, record and file locks memo memo
-//   texts                  table_errors  every message, and the road to the handler orders the key
-//   trees, as the rest of the driver calls them       relations   likewise
+//   format_dbf     the record file: header, descriptors, text of fields
+//   format_dbt     the memo file
+//   open_close     init, createdb, close
+//   descriptors    sharing of file descriptors
+//   records        buffer, commit, append
+//   fields         cells of fields, conversion both ways
+//   navigation     goto, gotop, skip, seek
+//   locks          claims, internal, record and file locks
+//   memo           memo texts
+//   table_errors   every message, and the road to the handler
+//   orders         the key trees, as the rest of the driver calls them
+//   relations      likewise
 #pragma once
 
 #include <cstdint>

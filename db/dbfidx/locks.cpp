@@ -5,16 +5,18 @@
 //
 // The byte ranges are shared with every running process and therefore frozen:
 //
-//   0, 1                          internal lock                        B + 6 ... B + 1023  claim
-//   slots 32, 0x7FFFF7D6 bytes          file lock                            B ... B + 1030
-//   exclusive claim a record's own bytes          record lock                          B its guard
-//   byte
+//   0, 1                         internal lock
+//   32, 0x7FFFF7D6 bytes         file lock
+//   a record's own bytes         record lock
+//   B                            guard byte of the claim
+//   B + 6 ... B + 1023           claim slots
+//   B ... B + 1030               exclusive claim
 //
 // with B = 0x7FFFFBF6 in a .dbf and 0 in an .idx. The lock40comp scheme has for a .dbf instead
 //
-//   0x3FFFF7FF ... 0x3FFFFBFE     claim slots; all of them: exclusive claim
-//   0x3FFFFC00                    gate of the internal lock
-//   0x3FFFFC01 ... 0x3FFFFFFF     reader slots of the internal lock
+//   0x3FFFF7FF ... 0x3FFFFBFE    claim slots; all of them: exclusive claim
+//   0x3FFFFC00                   gate of the internal lock
+//   0x3FFFFC01 ... 0x3FFFFFFF    reader slots of the internal lock
 #include <algorithm>
 
 #include "core/runtime.h"
