@@ -66,9 +66,9 @@ std::string key_text(int key) {
 // --- This engine, as compiled code of the language calls it.
 
 Var* call(Callable function, std::initializer_list<Var*> arguments = {}) {
-  std::vector<Var*> argv(arguments);
-  argv.push_back(nullptr);
-  return function(static_cast<std::int32_t>(arguments.size()), argv.data());
+  Var* argv[8] = {};
+  std::copy(arguments.begin(), arguments.end(), argv);
+  return function(static_cast<std::int32_t>(arguments.size()), argv);
 }
 
 class Tables {

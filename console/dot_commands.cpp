@@ -29,6 +29,8 @@ bool set(std::string_view arguments);
 constexpr DotCommand kDotCommands[] = {
     {"help", "[NAME]", "tells about the commands, or about a function or command", help},
     {"list", "[N]", "shows N records from the current one on, 20 by default", list_records},
+    {"orders", "", "shows the orders of the current table, the controlling one marked with *",
+     list_orders},
     {"quit", "", "ends the session", quit},
     {"read", "FILE", "runs the lines of a file", read},
     {"set", "[NAME [VALUE]]", "shows or changes settings", set},

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "console/line_editor.h"
+#include "console/progress.h"
 #include "console/session.h"
 #include "core/core_modules.h"
 #include "core/output.h"
@@ -72,6 +73,7 @@ int main(int argc, char** argv) {
   init_db();
   start_library({kFunctions.table(), kModules});
   open_session();
+  show_progress();
   run(line);
   QUIT_RUN(session_status());
 }

@@ -165,6 +165,28 @@ bool list_tables(std::string_view) {
   return true;
 }
 
+bool list_orders(std::string_view) {
+  constexpr std::int32_t kCondition = 1, kKey = 2, kPath = 20, kDescends = 22, kKeys = 26,
+                         kUnique = 43;
+  const TempsMark mark;
+  Var* server = server_or_complaint();
+  if (server == nullptr) return true;
+  const auto ask = [&](std::int32_t what, std::int32_t order) {
+    return send(server, "orderinfo", TMP_INT(what), TMP_INT(order));
+  };
+  const std::int32_t current = integer_of(call(server, "indexord"));
+  AlignedTable table({"order", "keys", "kind", "key", "for", "file"});
+  for (std::int32_t i = 1; i <= integer_of(get_ivar(server, "indexcount")); ++i) {
+    std::string kind = truth_of(ask(kUnique, i)) ? "unique" : "";
+    if (truth_of(ask(kDescends, i))) kind += kind.empty() ? "descending" : ", descending";
+    table.add({std::to_string(i) + (i == current ? "*" : ""), number_text(ask(kKeys, i)), kind,
+               std::string(text_of(ask(kKey, i))), std::string(text_of(ask(kCondition, i))),
+               shown_path(text_of(ask(kPath, i)))});
+  }
+  table.write();
+  return true;
+}
+
 bool list_structure(std::string_view) {
   const TempsMark mark;
   Var* server = server_or_complaint();

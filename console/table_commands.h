@@ -9,6 +9,7 @@ namespace tarnel {
 
 // Each gets the rest of its line and answers true: the session goes on.
 bool list_tables(std::string_view);
+bool list_orders(std::string_view);
 bool list_structure(std::string_view);
 // Writes N records from the current one on, 20 by default; the cursor ends where it stood.
 bool list_records(std::string_view count);

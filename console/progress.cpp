@@ -1,0 +1,66 @@
+#include "console/progress.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+
+#include "core/errors.h"
+#include "db/progress.h"
+
+namespace tarnel {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// What is shown: from one second on, at most five times a second.
+constexpr double kFirst = 1.0, kInterval = 0.2;
+
+struct Shown {
+  bool running = false, written = false;
+  Clock::time_point start, last;
+} shown;
+
+double seconds_since(Clock::time_point when) {
+  return std::chrono::duration<double>(Clock::now() - when).count();
+}
+
+void finish() {
+  if (shown.written) std::fputs("\r\033[K", stderr);
+  shown = Shown();
+}
+
+void write_line(const char* work, std::int64_t done, std::int64_t total) {
+  const double taken = seconds_since(shown.start);
+  const double rate = static_cast<double>(done) / taken;
+  std::string line = format_text("\r%s: %lld", work, static_cast<long long>(done));
+  if (total > 0)
+    line += format_text(" of %lld, %d%%", static_cast<long long>(total),
+                        static_cast<int>(done * 100 / total));
+  line += format_text(", %.0f records/s", rate);
+  if (total > done && rate > 0)
+    line += format_text(", %.0f s left", static_cast<double>(total - done) / rate);
+  std::fputs((line + "\033[K").c_str(), stderr);
+  std::fflush(stderr);
+  shown.written = true;
+}
+
+void show(const char* work, std::int64_t done, std::int64_t total) {
+  if (done < 0) return finish();
+  if (!shown.running) {
+    shown.running = true;
+    shown.start = shown.last = Clock::now();
+    return;
+  }
+  if (seconds_since(shown.start) < kFirst || seconds_since(shown.last) < kInterval) return;
+  shown.last = Clock::now();
+  write_line(work, done, total);
+}
+
+}  // namespace
+
+void show_progress() {
+  if (isatty(STDERR_FILENO) != 0) progress_hook() = show;
+}
+
+}  // namespace tarnel
