@@ -1,4 +1,5 @@
-// Wall time of one request, spawn to exit, beside the floor program, interleaved; ratio of medians.
+// What a request costs: the index page beside the floor program, spawn to exit, interleaved; the
+// account look-up on a small and on a large table; requests a second through lighttpd.
 //   bench_request [rounds]
 #include <fcntl.h>
 #include <spawn.h>
@@ -7,46 +8,145 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "tests/e2e/web_server.h"
 #include "tests/support/log_sink.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
+struct Request {
+  const char* program;
+  std::string query = "QUERY_STRING=example0";
+  std::string body = "";
+};
+
 struct Run {
   double microseconds;
   long peak_kib;
 };
 
-Run run_once(const char* program, int sink) {
+// A descriptor that reads the given bytes.
+int file_of(const std::string& bytes) {
+  std::FILE* file = std::tmpfile();
+  std::fwrite(bytes.data(), 1, bytes.size(), file);
+  std::fflush(file);
+  const int fd = dup(fileno(file));
+  std::fclose(file);
+  return fd;
+}
+
+Run run_once(const Request& request, int sink) {
+  const int input = file_of(request.body);
+  lseek(input, 0, SEEK_SET);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, sink, STDOUT_FILENO);
-  std::string name = program, query = "QUERY_STRING=example0";
+  std::string name = request.program, query = request.query;
+  std::string length = "CONTENT_LENGTH=" + std::to_string(request.body.size());
   char* argv[] = {name.data(), nullptr};
-  char* env[] = {query.data(), nullptr};
+  char* env[] = {query.data(), request.body.empty() ? nullptr : length.data(), nullptr};
   const auto start = Clock::now();
   pid_t pid = 0;
-  if (posix_spawn(&pid, program, &actions, nullptr, argv, env) != 0) std::exit(1);
+  if (posix_spawn(&pid, request.program, &actions, nullptr, argv, env) != 0) std::exit(1);
   int status = 0;
   rusage usage = {};
   wait4(pid, &status, 0, &usage);
   const std::chrono::duration<double, std::micro> elapsed = Clock::now() - start;
   posix_spawn_file_actions_destroy(&actions);
+  close(input);
   if (status != 0) std::exit(1);
   return {elapsed.count(), usage.ru_maxrss};
 }
 
 double median(std::vector<double> values) {
-  std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2),
-                   values.end());
-  return values[values.size() / 2];
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+// Medians of two requests that take turns, so that both meet the same weather.
+struct Pair {
+  double first, second;
+  long peak_kib;
+};
+Pair take_turns(const Request& first, const Request& second, int rounds) {
+  const int sink = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  std::vector<double> a, b;
+  long peak = 0;
+  for (int i = 0; i < rounds; ++i) {
+    a.push_back(run_once(first, sink).microseconds);
+    const Run run = run_once(second, sink);
+    b.push_back(run.microseconds);
+    peak = std::max(peak, run.peak_kib);
+  }
+  close(sink);
+  return {median(a), median(b), peak};
+}
+
+void compare_index(int rounds) {
+  const Pair floor = take_turns({FLOOR_PROGRAM}, {TARNEL_PROGRAM}, rounds);
+  std::printf("index page    %7.0f us, floor %7.0f us: ratio %.2f, peak %ld KiB\n", floor.second,
+              floor.first, floor.second / floor.first, floor.peak_kib);
+  const Pair log = take_turns({LOG_FLOOR_PROGRAM}, {TARNEL_PROGRAM}, rounds);
+  std::printf(
+      "              %7.0f us, floor that logs and looks the account up %7.0f us: ratio %.2f\n",
+      log.second, log.first, log.second / log.first);
+}
+
+// Makes the user table anew with that many accounts.
+void make_accounts(const std::string& directory, int count) {
+  std::filesystem::create_directories(directory);
+  const std::string rows = std::to_string(count / 1000);
+  const std::string script =
+      "dbcreate('user', {{'USERID','C',8,0},{'FIRSTNAME','C',20,0},{'MIDDLENAME','C',20,0},"
+      "{'LASTNAME','C',20,0},{'BALANCE','N',10,2}})\n"
+      "dbusearea(.T.,,'user',,.F.)\n"
+      "row := {|x| {dbappend(), fieldput(1, str(recno(), 8)), fieldput(2, 'First')}[1]}\n"
+      "thousand := array(1000)\n"
+      "aeval(array(" +
+      rows +
+      "), {|x| {aeval(thousand, row)}[1]})\n"
+      "dbcreateindex('user1', 'user->userid')\ndbclosearea()\n";
+  const std::string command = "cd " + directory + " && " TNSH_PROGRAM " >/dev/null";
+  std::FILE* tnsh = popen(command.c_str(), "w");
+  std::fwrite(script.data(), 1, script.size(), tnsh);
+  if (pclose(tnsh) != 0) std::exit(1);
+}
+
+void compare_lookups(int rounds) {
+  make_accounts(SMALL_TABLES, 1000);
+  make_accounts(LARGE_TABLES, 1000000);
+  const Pair both = take_turns({SMALL_PROGRAM, "QUERY_STRING=example3", "ACCOUNT=500"},
+                               {LARGE_PROGRAM, "QUERY_STRING=example3", "ACCOUNT=654321"}, rounds);
+  std::printf("look-up       %7.0f us among 1,000 accounts, %7.0f us among 1,000,000: ratio %.2f\n",
+              both.first, both.second, both.second / both.first);
+}
+
+double requests_a_second(const char* program) {
+  const tarnel::testing::WebServer server(program);
+  constexpr int kClients = 4;
+  constexpr auto kTime = std::chrono::seconds(3);
+  std::atomic<int> answered = 0;
+  std::vector<std::thread> clients;
+  const auto end = Clock::now() + kTime;
+  for (int i = 0; i < kClients; ++i)
+    clients.emplace_back([&] {
+      while (Clock::now() < end)
+        if (server.request("GET", "/cgi-bin/example0").status == 200) ++answered;
+    });
+  for (std::thread& client : clients) client.join();
+  return answered / std::chrono::duration<double>(kTime).count();
 }
 
 }  // namespace
@@ -54,15 +154,9 @@ double median(std::vector<double> values) {
 int main(int argc, char** argv) {
   const int rounds = argc > 1 ? std::atoi(argv[1]) : 1000;
   tarnel::testing::serve_log();
-  const int sink = open("/dev/null", O_WRONLY | O_CLOEXEC);
-  std::vector<double> floor, request;
-  long peak = 0;
-  for (int i = 0; i < rounds; ++i) {
-    floor.push_back(run_once(FLOOR_PROGRAM, sink).microseconds);
-    const Run run = run_once(TARNEL_PROGRAM, sink);
-    request.push_back(run.microseconds);
-    peak = std::max(peak, run.peak_kib);
-  }
-  std::printf("floor   %8.1f us\nrequest %8.1f us\nratio   %8.2f\npeak    %8ld KiB\n",
-              median(floor), median(request), median(request) / median(floor), peak);
+  compare_index(rounds);
+  compare_lookups(rounds / 2);
+  const double floor = requests_a_second(FLOOR_PROGRAM), index = requests_a_second(TARNEL_PROGRAM);
+  std::printf("lighttpd      %7.0f index pages a second, floor %7.0f: ratio %.2f\n", index, floor,
+              index / floor);
 }

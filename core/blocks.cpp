@@ -1,6 +1,7 @@
 #include "core/blocks.h"
 
 #include "core/errors.h"
+#include "core/frame.h"
 
 namespace tarnel {
 namespace {
@@ -22,6 +23,8 @@ Var* run_block(std::int32_t argc, Var** argv) {
   Var* block = argv[0];
   if (block->type != 'B')
     return hooks.eval_block != nullptr ? hooks.eval_block(argc, argv) : error_value();
+  if (block->decimals == kMethodFlag)
+    return CALL_VECTOR(method_function(block), argc - 1, argv + 1);
   // The block must outlive its run, even if it clears the variable that holds it.
   SharedHeader* body = block->shared;
   ++body->refs;

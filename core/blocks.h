@@ -21,6 +21,20 @@ struct MacroHooks {
 void set_macro_hooks(const MacroHooks& hooks);
 const MacroHooks& macro_hooks();
 
+// A method block: the flag byte 1 says that its second word is a method's function, which takes no
+// detached locals. `no_locals` is a body without elements, which the block shares.
+constexpr std::uint8_t kMethodFlag = 1;
+inline void make_method_block(Var* fresh, Callable function, SharedHeader* no_locals) {
+  ++no_locals->refs;
+  fresh->type = 'B';
+  fresh->decimals = kMethodFlag;
+  fresh->shared = no_locals;
+  fresh->function = reinterpret_cast<BlockFunction>(reinterpret_cast<void*>(function));
+}
+inline Callable method_function(const Var* block) {
+  return reinterpret_cast<Callable>(reinterpret_cast<void*>(block->function));
+}
+
 // Runs a block of either kind with the arguments behind it in the vector. REQUIRES: argv[0] is a
 // block.
 Var* run_block(std::int32_t argc, Var** argv);

@@ -13,11 +13,6 @@ namespace {
 
 constexpr std::int32_t kFirstInstance = 2;  // element, from 0, of an object's first variable
 
-// A method's block calls the function that its one detached cell points at.
-Var* method_block(std::int32_t argc, Var** argv, Var** locals) {
-  return reinterpret_cast<Callable>(locals[0]->raw)(argc, argv);
-}
-
 bool is_object(const Var* v) {
   return v != nullptr && v->type == 'O';
 }
@@ -31,12 +26,11 @@ Var* method_at(const Var* object, std::int32_t slot) {
   const Var* methods = element(object, 2);
   if (methods->type != 'A' || slot < 0 || slot >= element_count(methods)) return nullptr;
   Var* block = methods->shared->elements[slot];
-  return block->type == 'B' && block->function != nullptr ? block : nullptr;
+  return block->type == 'B' && block->decimals == kMethodFlag ? block : nullptr;
 }
 
 Var* call_method(Var* block, std::int32_t argc, Var** argv) {
-  Var* result = block->function(argc, argv, block->shared->elements);
-  return result != nullptr ? result : RT_ERROR(320, "function returned zero pointer");
+  return CALL_VECTOR(method_function(block), argc, argv);
 }
 
 std::int32_t current_scope() {
@@ -88,14 +82,18 @@ ClassDescriptor::ClassDescriptor(const char* name, std::span<const InstanceEntry
                                  std::span<const MethodEntry> methods,
                                  std::span<const PropertyEntry> properties)
     : name_(name), declared_(instances) {
+  instances_.reserve(instances.size());
+  methods_.reserve(methods.size());
+  functions_.reserve(methods.size());
   for (const InstanceEntry& instance : instances)
-    instances_.push_back({std::string(instance.name).substr(0, kNameSize),
+    instances_.push_back({std::string_view(instance.name).substr(0, kNameSize),
                           static_cast<std::int32_t>(instances_.size()) + kFirstInstance, 0,
                           kExported});
-  for (const MethodEntry& method : methods) functions_.push_back(method.function);
-  for (const MethodEntry& method : methods)
+  for (const MethodEntry& method : methods) {
+    functions_.push_back(method.function);
     methods_.push_back(
         {method.name, static_cast<std::int32_t>(methods_.size()), method.level, method.kind});
+  }
   property_of_.assign(instances.size(), -1);
   for (const PropertyEntry& entry : properties) {
     const auto at = std::find_if(instances_.begin(), instances_.end(), [&](const ClassEntry& e) {
@@ -109,14 +107,11 @@ ClassDescriptor::ClassDescriptor(const char* name, std::span<const InstanceEntry
 
   method_array_ = NEW_VAR('N', 'U');
   cscreara(method_array_, method_count(), kAllNil);
-  for (std::int32_t slot = 0; slot < method_count(); ++slot) {
-    const Callable function = methods[static_cast<std::size_t>(slot)].function;
-    if (function == nullptr) continue;
-    Var* local = NEW_VAR('N', 'U');
-    SET_PTR(local, reinterpret_cast<void*>(function));
-    SET_BLOCK(method_array_->shared->elements[slot], method_block, 0, &local, 1);
-    DEL_VAR(local);
-  }
+  SharedHeader* no_locals = new_shared();  // all method blocks share it
+  for (std::int32_t slot = 0; slot < method_count(); ++slot)
+    if (slot_function(slot) != nullptr)
+      make_method_block(method_array_->shared->elements[slot], slot_function(slot), no_locals);
+  release_shared(no_locals);
   std::sort(instances_.begin(), instances_.end(), name_less);
   std::stable_sort(methods_.begin(), methods_.end(), name_less);
 }

@@ -54,14 +54,15 @@ struct PropertyEntry {
 
 // One name entry of a descriptor.
 struct ClassEntry {
-  std::string name;
+  std::string_view name;  // of the literal in the class's tables
   std::int32_t index;  // instance: element of the object's vector; method: slot
   std::int32_t level;
   char kind;
 };
 
 // A linked class: sorted name entries, and the method array that its objects share. Slots are the
-// places in the list of methods given, instances those in the list of instances.
+// places in the list of methods given, instances those in the list of instances. The tables given must
+// last as long as the class.
 class ClassDescriptor {
  public:
   ClassDescriptor(const char* name, std::span<const InstanceEntry> instances,

@@ -105,6 +105,7 @@ struct OpenTable {
   bool dirty = false;              // the buffer differs from the file
   bool found = false;
   bool appended = false;  // in exclusive use, since it was opened
+  bool changed = false;   // a record or the header was written since it was opened
   // What was read or written under the internal lock now held need not be read again.
   bool headerFresh = false;
   std::int32_t freshRec = 0;

@@ -178,9 +178,10 @@ void release_blocks(DbfIdx& dbf) {
     UNHOLD_VAR(slot);
 }
 
-// An exclusive table leaves with a true header and nothing behind its last record.
+// An exclusive table leaves with a true header and nothing behind its last record. One that was only
+// read is left alone, date included.
 void finish_exclusive(DbfIdx& dbf) {
-  if (!dbf.exclusive() || dbf.readOnly()) return;
+  if (!dbf.exclusive() || dbf.readOnly() || !dbf.changed) return;
   if (!write_header(dbf)) dxerror(dbf, TableError::kHeaderUnwritable, {dbf.fileName});
   if (dbf.appended)
     file_ops().truncate(dbf.dbfFd,

@@ -80,6 +80,7 @@ bool locked(const DbfIdx& dbf) {
 
 // Writes the buffer as record n, which may be one more than the file has.
 bool store_record(DbfIdx& dbf, std::int32_t n, bool appended = false) {
+  dbf.changed = true;
   const std::uint8_t* from = dbf.record.data();
   dbf.appended |= appended;
   if (dbf.exclusive())
@@ -195,6 +196,7 @@ bool write_header(DbfIdx& dbf) {
     dxerror(dbf, TableError::kRecordUnwritable, {dbf.lastRec + 1, dbf.fileName});
     dbf.bufferedRec = 0;
   }
+  dbf.changed = true;
   dbf::set_record_count(dbf.header.data(), static_cast<std::uint32_t>(dbf.lastRec));
   dbf::set_last_update(dbf.header.data(), today());
   others_look_again(dbf);

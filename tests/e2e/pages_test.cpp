@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <regex>
 
 #include "tests/e2e/web_server.h"
 
@@ -81,8 +80,9 @@ TEST_F(Pages, TheBrowserShowsEveryRecordInRecordOrder) {
                 "<th>BALANCE</th>\n<tr>\n<td>1</td>"),
       0U)
       << page.substr(0, 400);
-  const std::regex row("<tr>\n<td>[0-9]+</td>");
-  EXPECT_EQ(std::distance(std::sregex_iterator(page.begin(), page.end(), row), {}), 200);
+  int rows = 0;
+  for (std::size_t at = 0; (at = page.find("<tr>\n<td>", at)) != std::string::npos; ++at) ++rows;
+  EXPECT_EQ(rows, 200);
   EXPECT_NE(page.find("\n<tr>END OF DATA</tr>\n</table></BODY>\n</HTML>\n"), std::string::npos);
 }
 
