@@ -9,19 +9,11 @@ namespace tarnel::idx {
 namespace {
 
 constexpr std::size_t kHeaderSize = 452, kExtensionSize = 512;
-constexpr std::int64_t kExtensionAt = 1024, kCountsAt = 4;
-constexpr std::size_t kCountsSize = 16;
+constexpr std::int64_t kExtensionAt = 1024;
 constexpr std::size_t kExpressionAt = 32;
 constexpr std::size_t kTableAt = 6, kForAt = 26, kForField = 229, kCollationAt = 256;
 static_assert(kExpressionAt + kExpressionField == kHeaderSize);
 static_assert(kForAt + kForField + 1 == kCollationAt && kTableAt + kTableNameField + 1 == kForAt);
-
-void get_counts(const std::uint8_t* p, Header& h) {
-  h.keyCount = get_u32le(p);
-  h.root = get_u32le(p + 4);
-  h.freeList = get_u32le(p + 8);
-  h.nextSector = get_u32le(p + 12);
-}
 
 void put_counts(std::uint8_t* p, const Header& h) {
   put_u32le(p, h.keyCount);
@@ -101,11 +93,11 @@ bool write_header(int fd, const Header& h) {
   return write_at(fd, bytes, sizeof bytes, 0);
 }
 
-bool read_counts(int fd, Header& h) {
-  std::uint8_t bytes[kCountsSize];
-  if (!read_at(fd, bytes, sizeof bytes, kCountsAt)) return false;
-  get_counts(bytes, h);
-  return true;
+void get_counts(const std::uint8_t* p, Header& h) {
+  h.keyCount = get_u32le(p);
+  h.root = get_u32le(p + 4);
+  h.freeList = get_u32le(p + 8);
+  h.nextSector = get_u32le(p + 12);
 }
 
 bool write_counts(int fd, const Header& h) {

@@ -94,7 +94,9 @@ const char* contradiction(const Header& header);
 bool read_header(int fd, Header& header);
 bool write_header(int fd, const Header& header);
 // The four numbers that change as keys come and go.
-bool read_counts(int fd, Header& header);
+constexpr std::int64_t kCountsAt = 4;
+constexpr std::size_t kCountsSize = 16;
+void get_counts(const std::uint8_t* bytes, Header& header);
 bool write_counts(int fd, const Header& header);
 
 struct Extension {

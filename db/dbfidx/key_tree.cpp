@@ -44,7 +44,11 @@ bool KeyTree::flush() {
 
 void KeyTree::refresh() {
   if (!exclusive() && !counts_fresh_) {
-    if (!idx::read_counts(fd_, header_)) fail(0);
+    std::uint8_t bytes[idx::kCountsSize];
+    if (pages_.fetch(bytes, sizeof bytes, idx::kCountsAt))
+      idx::get_counts(bytes, header_);
+    else
+      fail(0);
     counts_fresh_ = true;
   }
   if (header_.nextSector <= known_sectors_) return;

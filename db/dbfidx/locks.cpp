@@ -127,8 +127,9 @@ bool conflicts(const DbfIdx& other, int mode, std::int32_t n) {
 
 int claimShared(int fd, std::int64_t top) {
   const std::int64_t base = top - kClaimSpan;
-  if (!hold_probe(fd, base, 1)) return -1;
-  lock_range(fd, F_UNLCK, base, 1);
+  // Only looked at: of two processes that held the guard to look, each would take the other for an
+  // exclusive user. Who claims the file after the look has all slots.
+  if (!range_is_free(fd, base, 1)) return -1;
   for (std::int64_t slot = base + kFirstSlot; slot < base + kSlotsEnd; ++slot)
     if (hold_probe(fd, slot, 1)) return 0;
   return -1;

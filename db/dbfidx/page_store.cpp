@@ -17,7 +17,9 @@ void PageStore::open(int fd, bool exclusive) {
   *this = PageStore();
   fd_ = fd;
   exclusive_ = exclusive;
-  if (!exclusive) slot_pages_.resize(kSlots * idx::kSectorSize);
+  if (exclusive) return;
+  mapped_ = MappedFile(fd);
+  slot_pages_.resize(kSlots * idx::kSectorSize);
 }
 
 // --- Exclusive use.
@@ -105,13 +107,16 @@ std::uint8_t* PageStore::get_slot(std::uint32_t sector) {
     return page_in_slot(slot);
   }
   slot = take_slot(sector);
-  if (read_at(fd_, page_in_slot(slot), idx::kSectorSize, place_of(sector)))
-    return page_in_slot(slot);
+  if (fetch(page_in_slot(slot), idx::kSectorSize, place_of(sector))) return page_in_slot(slot);
   slot_sectors_[slot] = 0;
   return nullptr;
 }
 
 // --- Both.
+
+bool PageStore::fetch(void* to, std::size_t n, std::int64_t at) {
+  return mapped_.read(to, n, at) || read_at(fd_, to, n, at);
+}
 
 std::uint8_t* PageStore::fresh(std::uint32_t sector) {
   std::uint8_t* page;

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "db/dbfidx/idx_format.h"
+#include "db/mapped_file.h"
 
 namespace tarnel {
 
@@ -35,6 +36,9 @@ class PageStore {
   // The page was changed. REQUIRES: it is in memory.
   void touch(std::uint32_t sector);
   bool changed() const { return changed_; }
+
+  // Bytes of the file as they stand there now.
+  bool fetch(void* to, std::size_t n, std::int64_t at);
 
   // Writes the changed pages; false when one could not be written.
   bool flush();
@@ -68,6 +72,7 @@ class PageStore {
 
   int fd_ = -1;
   bool exclusive_ = false;
+  MappedFile mapped_;  // shared use
   bool changed_ = false;
   bool failed_ = false;  // a changed page could not be written
   std::vector<std::unique_ptr<Chunk>> chunks_;

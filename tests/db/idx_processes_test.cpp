@@ -67,7 +67,9 @@ class ProcessOrders : public TableTest {
     }
     if (dice % 10 == 0) call("dbunlock");
     POP_TEMPS(mark);
-    return take_errors().empty();
+    const std::string errors = take_errors();
+    if (!errors.empty()) std::fprintf(stderr, "%s\n", errors.c_str());
+    return errors.empty();
   }
 
   static void fill(const std::string& name, std::mt19937& random) {

@@ -219,6 +219,19 @@ TEST_F(KeyTreeTest, SeekFindsFirstOfEqualKeysAcrossPages) {
   EXPECT_EQ(tree_.record(), 3U);
 }
 
+TEST_F(KeyTreeTest, FileCutShortUnderASharedOrderIsAFailure) {
+  make(10, 0, false);
+  begin();
+  for (std::uint32_t i = 1; i <= 2000; ++i) add(std::to_string(i), i);
+  ASSERT_TRUE(tree_.flush());
+  begin();
+  ASSERT_TRUE(tree_.go_last());
+  ASSERT_EQ(::ftruncate(fd_, 2048), 0);
+  begin();
+  EXPECT_FALSE(tree_.go_last());
+  EXPECT_GE(tree_.failed_sector(), 3);
+}
+
 TEST_F(KeyTreeTest, PagesOfACircleAreAFailureNotAHang) {
   make(232);
   begin();
