@@ -21,6 +21,7 @@ void KeyTree::attach(int fd, idx::Header header, bool exclusive) {
   header_ = std::move(header);
   stride_ = header_.stride();
   pages_.open(fd, exclusive);
+  stored_counts_ = counts();
   path_.reserve(32);
 }
 
@@ -37,7 +38,12 @@ void KeyTree::begin(bool may_write) {
 
 bool KeyTree::flush() {
   if (!changed()) return true;
-  const bool written = pages_.flush() && (!counts_changed_ || idx::write_counts(fd_, header_));
+  bool written = pages_.flush();
+  // A key that moves leaves the counts as they were.
+  if (written && counts_changed_ && counts() != stored_counts_) {
+    written = idx::write_counts(fd_, header_);
+    stored_counts_ = counts();
+  }
   counts_changed_ = false;
   return written;
 }
@@ -49,6 +55,7 @@ void KeyTree::refresh() {
       idx::get_counts(bytes, header_);
     else
       fail(0);
+    stored_counts_ = counts();
     counts_fresh_ = true;
   }
   if (header_.nextSector <= known_sectors_) return;
@@ -95,6 +102,13 @@ bool KeyTree::on_key() {
   if (path_.empty() || between_) return false;
   const std::uint8_t* p = page(path_.back().sector);
   return p != nullptr && path_.back().pos < idx::key_count(p);
+}
+
+bool KeyTree::on_record(std::uint32_t recno) {
+  if (path_.empty() || between_) return false;
+  const Step& at = path_.back();
+  const std::uint8_t* p = page(at.sector);
+  return p != nullptr && at.pos < idx::key_count(p) && idx::record(entry(p, at.pos)) == recno;
 }
 
 // Goes down into a child of the cursor's place, mending the child's links to its parent.
@@ -210,10 +224,17 @@ bool KeyTree::settle_forward() {
 bool KeyTree::step_forward() {
   if (path_.empty()) return false;
   if (!between_) {
-    const std::uint8_t* p = page(path_.back().sector);
+    Step& at = path_.back();
+    const std::uint8_t* p = page(at.sector);
     if (p == nullptr) return false;
-    if (path_.back().pos < idx::key_count(p)) ++path_.back().pos;
-    if (!first_below()) return false;
+    const std::uint32_t count = idx::key_count(p);
+    if (at.pos < count) ++at.pos;
+    const bool leaf = idx::child(entry(p, at.pos)) == 0;
+    if (leaf && at.pos < count && steps_ < header_.keyCount) {
+      ++steps_;
+      return true;
+    }
+    if (!leaf && !first_below()) return false;
   }
   return settle_forward();
 }

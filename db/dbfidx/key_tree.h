@@ -7,6 +7,7 @@
 // not used.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -57,7 +58,7 @@ class KeyTree {
 
   // Does the cursor stand on a key, on that of this record?
   bool on_key();
-  bool on_record(std::uint32_t recno) { return on_key() && record() == recno; }
+  bool on_record(std::uint32_t recno);
   // REQUIRES: on_key()
   std::uint32_t record() { return idx::record(here()); }
   const std::uint8_t* key() { return idx::key_of(here()); }
@@ -91,6 +92,9 @@ class KeyTree {
     return idx::entry(page, stride_, i);
   }
   std::uint8_t* page(std::uint32_t sector);
+  std::array<std::uint32_t, 4> counts() const {
+    return {header_.keyCount, header_.root, header_.freeList, header_.nextSector};
+  }
   std::uint8_t* here();
   std::nullptr_t fail(std::uint32_t sector);
   std::uint8_t* enter(std::uint32_t sector);
@@ -118,7 +122,8 @@ class KeyTree {
   int fd_ = -1;
   bool may_write_ = false;
   bool counts_fresh_ = false, counts_changed_ = false;
-  std::uint32_t known_sectors_ = 0;  // the file was seen to be about that long
+  std::array<std::uint32_t, 4> stored_counts_{};  // as they stand in the file
+  std::uint32_t known_sectors_ = 0;               // the file was seen to be about that long
   std::int64_t failed_ = -1;
 
   std::vector<Step> path_;  // from the root; empty: nowhere

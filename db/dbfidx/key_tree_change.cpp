@@ -240,6 +240,7 @@ void KeyTree::clear() {
   header_.keyCount = header_.root = header_.freeList = 0;
   header_.nextSector = idx::kFirstPage;
   counts_changed_ = true;
+  stored_counts_ = {};
   failed_ = -1;
   leave();
 }

@@ -33,6 +33,8 @@ IndexControl* ready_index(DbfIdx& dbf) {
   return index != nullptr && ready(dbf, *index) ? index : nullptr;
 }
 
+bool place_on_record(DbfIdx& dbf, IndexControl& index);
+
 bool find_record_key(DbfIdx& dbf, IndexControl& index) {
   Key key;
   if (!record_key(dbf, index, key)) return false;
@@ -65,7 +67,7 @@ std::int32_t skip_back(DbfIdx& dbf, std::int32_t n) {
       placed = true;
       continue;
     }
-    if (!placed) update_position(dbf, *index);
+    if (!placed) place_on_record(dbf, *index);
     placed = true;
     if (dbf.currentOrder != 0 && index->tree.step_back()) {
       follow(dbf, *index, true);
@@ -92,7 +94,7 @@ std::int32_t skip_forward(DbfIdx& dbf, std::int32_t n) {
       at_end(dbf);
       break;
     }
-    if (!placed) update_position(dbf, *index);
+    if (!placed) place_on_record(dbf, *index);
     placed = true;
     if (dbf.currentOrder == 0) {
       at_end(dbf);
@@ -115,13 +117,12 @@ bool ask_block(DbfIdx& dbf, IndexControl& index, Var* block, bool& wanted) {
   return dbf.isOpen() && current_index(dbf) == &index;
 }
 
-}  // namespace
-
-bool update_position(DbfIdx& dbf, IndexControl& index) {
+// Brings the tree's cursor to the key of the record under the cursor. REQUIRES: ready()
+bool place_on_record(DbfIdx& dbf, IndexControl& index) {
   const bool somewhere = dbf.lastRec > 0 && dbf.recNo <= dbf.lastRec && dbf.eofFlag == 0;
-  if (!somewhere || !ready(dbf, index) || index.tree.keys() == 0) {
+  if (!somewhere || index.tree.keys() == 0) {
     index.tree.leave();
-    if (somewhere && dbf.currentOrder != 0) dbf.bofFlag = dbf.eofFlag = 1;
+    if (somewhere) dbf.bofFlag = dbf.eofFlag = 1;
     return false;
   }
   dbf.bofFlag = dbf.eofFlag = 0;
@@ -138,6 +139,12 @@ bool update_position(DbfIdx& dbf, IndexControl& index) {
   if (index.plain() && dbf.indexState != kChecksOff && dbf.recNo <= dbf.lastRec)
     dxerror(dbf, TableError::kIndexCorruptedPosition);
   return false;
+}
+
+}  // namespace
+
+bool update_position(DbfIdx& dbf, IndexControl& index) {
+  return ready(dbf, index) && place_on_record(dbf, index);
 }
 
 void index_gotop(DbfIdx& dbf) {
