@@ -17,6 +17,8 @@
 //   0x3FFFF7FF ... 0x3FFFFBFE    claim slots; all of them: exclusive claim
 //   0x3FFFFC00                   gate of the internal lock
 //   0x3FFFFC01 ... 0x3FFFFFFF    reader slots of the internal lock
+#include <time.h>
+
 #include <algorithm>
 
 #include "core/runtime.h"
@@ -45,6 +47,22 @@ bool hold_probe(int fd, std::int64_t start, std::int64_t length) {
   if (!lock_range(fd, F_RDLCK, start, length)) return false;
   if (range_is_free(fd, start, length)) return true;
   lock_range(fd, F_UNLCK, start, length);
+  return false;
+}
+
+// Is the table held exclusively? The guard byte alone is locked by those who are asking the same at this
+// moment, and they don't hinder each other; an exclusive claim is longer. One that is on the way and
+// will fail is worth a little patience.
+bool pass_guard(int fd, std::int64_t base) {
+  constexpr int kTries = 10;
+  constexpr timespec kPause = {0, 1'000'000};
+  for (int i = 0; i < kTries; ++i) {
+    if (i > 0) nanosleep(&kPause, nullptr);
+    if (!lock_range(fd, F_RDLCK, base, 1)) continue;
+    const std::int64_t other = foreign_lock(fd, base, 1);
+    lock_range(fd, F_UNLCK, base, 1);
+    if (other == 0 || other == 1) return true;
+  }
   return false;
 }
 
@@ -127,9 +145,7 @@ bool conflicts(const DbfIdx& other, int mode, std::int32_t n) {
 
 int claimShared(int fd, std::int64_t top) {
   const std::int64_t base = top - kClaimSpan;
-  // Only looked at: of two processes that held the guard to look, each would take the other for an
-  // exclusive user. Who claims the file after the look has all slots.
-  if (!range_is_free(fd, base, 1)) return -1;
+  if (!pass_guard(fd, base)) return -1;
   for (std::int64_t slot = base + kFirstSlot; slot < base + kSlotsEnd; ++slot)
     if (hold_probe(fd, slot, 1)) return 0;
   return -1;

@@ -244,6 +244,19 @@ TEST_P(Locks, EightProcessesAppendEveryRecordWhole) {
   EXPECT_EQ(*std::min_element(std::begin(next), std::end(next)), kEach);
 }
 
+TEST_P(Locks, SharedOpensAtTheSameMomentDoNotHinderEachOther) {
+  fill(1);
+  EXPECT_EQ(run_processes(8,
+                          [&](int) {
+                            for (int i = 0; i < 200; ++i) {
+                              if (!open("t", Use::kShared)) return false;
+                              call("dbcloseare");
+                            }
+                            return true;
+                          }),
+            0);
+}
+
 TEST_P(Locks, EightProcessesRaiseOneCounter) {
   constexpr int kProcesses = 8, kEach = 5000;
   fill(1);
