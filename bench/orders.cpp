@@ -139,7 +139,7 @@ class Tables {
       if (!truth_of(call(seek_, {key_value(key + from)}))) die("a changed key is missing");
       call(rlock_);
       store_key(key + to);
-      call(commit_);
+      call(unlock_);
       POP_TEMPS(mark);
     }
   }
@@ -154,7 +154,7 @@ class Tables {
   const Plan& plan_;
   const Callable append_ = GET_FUNC("dbappend"), seek_ = GET_FUNC("dbseek"),
                  skip_ = GET_FUNC("dbskip"), eof_ = GET_FUNC("eof"), rlock_ = GET_FUNC("rlock"),
-                 commit_ = GET_FUNC("dbcommit");
+                 unlock_ = GET_FUNC("dbunlock");
   const std::int32_t k_ = ADD_SYMBOL("k"), v_ = ADD_SYMBOL("v");
 };
 
