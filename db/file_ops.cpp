@@ -103,15 +103,13 @@ bool lock_range(int fd, short type, std::int64_t start, std::int64_t length, Loc
   return retried([&] { return file_ops().lock(fd, command, &range); }) >= 0;
 }
 
-std::int64_t foreign_lock(int fd, std::int64_t start, std::int64_t length) {
+bool range_is_free(int fd, std::int64_t start, std::int64_t length) {
   struct flock range {};
   range.l_type = F_WRLCK;
   range.l_whence = SEEK_SET;
   range.l_start = start;
   range.l_len = length;
-  if (file_ops().lock(fd, F_GETLK, &range) < 0) return -1;
-  if (range.l_type == F_UNLCK) return 0;
-  return range.l_len != 0 ? range.l_len : INT64_MAX;
+  return file_ops().lock(fd, F_GETLK, &range) >= 0 && range.l_type == F_UNLCK;
 }
 
 }  // namespace tarnel

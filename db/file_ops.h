@@ -44,11 +44,7 @@ void sync_now_and_then();
 enum class LockWait : bool { kNo, kYes };
 bool lock_range(int fd, short type, std::int64_t start, std::int64_t length,
                 LockWait wait = LockWait::kNo);
-// Length of a lock that another process has in the range: 0 when there is none, -1 when the system
-// doesn't tell. A lock to the end of the file counts as the longest one.
-std::int64_t foreign_lock(int fd, std::int64_t start, std::int64_t length);
-inline bool range_is_free(int fd, std::int64_t start, std::int64_t length) {
-  return foreign_lock(fd, start, length) == 0;
-}
+// Has no other process a lock in the range?
+bool range_is_free(int fd, std::int64_t start, std::int64_t length);
 
 }  // namespace tarnel

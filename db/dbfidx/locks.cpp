@@ -50,18 +50,15 @@ bool hold_probe(int fd, std::int64_t start, std::int64_t length) {
   return false;
 }
 
-// Is the table held exclusively? The guard byte alone is locked by those who are asking the same at this
-// moment, and they don't hinder each other; an exclusive claim is longer. One that is on the way and
-// will fail is worth a little patience.
+// True unless the file is held exclusively. The guard byte is only looked at: of two processes that held
+// it to look, each would take the other for an exclusive user. An exclusive claim that is on its way to
+// fail is worth a little patience.
 bool pass_guard(int fd, std::int64_t base) {
   constexpr int kTries = 10;
   constexpr timespec kPause = {0, 1'000'000};
   for (int i = 0; i < kTries; ++i) {
     if (i > 0) nanosleep(&kPause, nullptr);
-    if (!lock_range(fd, F_RDLCK, base, 1)) continue;
-    const std::int64_t other = foreign_lock(fd, base, 1);
-    lock_range(fd, F_UNLCK, base, 1);
-    if (other == 0 || other == 1) return true;
+    if (range_is_free(fd, base, 1)) return true;
   }
   return false;
 }
