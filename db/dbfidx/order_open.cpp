@@ -265,6 +265,7 @@ void close_orders(DbfIdx& dbf) {
 }
 
 void flush_orders(DbfIdx& dbf) {
+  index_synchronize(dbf, kSyncMove);
   for (std::int32_t n = 1; n <= dbf.orderCount; ++n)
     if (dbf.orders[n]->exclusive()) flush_index(dbf, *dbf.orders[n]);
 }

@@ -134,20 +134,27 @@ std::uint8_t* PageStore::fresh(std::uint32_t sector) {
 
 void PageStore::touch(std::uint32_t sector) {
   changed_ = true;
-  if (exclusive_)
-    chunks_[sector / kChunkPages]->dirty |= bit(sector);
-  else if (const std::size_t slot = slot_of(sector); slot < kSlots)
+  if (exclusive_) {
+    Chunk& chunk = *chunks_[sector / kChunkPages];
+    if (chunk.dirty == 0) dirty_chunks_.push_back(sector / kChunkPages);
+    chunk.dirty |= bit(sector);
+  } else if (const std::size_t slot = slot_of(sector); slot < kSlots) {
     slots_dirty_ |= 1U << slot;
+  }
 }
 
 bool PageStore::flush() {
   if (!changed_) return true;
   bool written = !failed_;
   for (std::size_t slot = 0; slots_dirty_ != 0; ++slot) written &= write_slot(slot);
-  for (std::size_t c = 0; c < chunks_.size(); ++c)
-    if (chunks_[c] != nullptr && chunks_[c]->dirty != 0)
-      written &= write_chunk(static_cast<std::uint32_t>(c * kChunkPages), *chunks_[c]);
-  changed_ = failed_ = false;
+  std::sort(dirty_chunks_.begin(), dirty_chunks_.end());
+  std::erase_if(dirty_chunks_, [&](std::uint32_t c) {
+    const bool done = write_chunk(c * kChunkPages, *chunks_[c]);
+    written &= done;
+    return done;
+  });
+  changed_ = !dirty_chunks_.empty();  // tried again
+  failed_ = false;
   return written;
 }
 
@@ -155,6 +162,7 @@ void PageStore::forget() {
   slot_sectors_.fill(0);
   slots_dirty_ = 0;
   chunks_.clear();
+  dirty_chunks_.clear();
   chunk_count_ = 0;
   changed_ = failed_ = false;
 }

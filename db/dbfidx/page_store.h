@@ -77,6 +77,7 @@ class PageStore {
   bool failed_ = false;  // a changed page could not be written
   std::vector<std::unique_ptr<Chunk>> chunks_;
   std::size_t chunk_count_ = 0;
+  std::vector<std::uint32_t> dirty_chunks_;
   std::array<std::uint32_t, kSlots> slot_sectors_{};  // 0: free
   std::uint32_t slots_dirty_ = 0;                     // a bit for each slot
   std::array<std::uint64_t, kSlots> slot_used_{};     // when it was last asked for

@@ -153,6 +153,7 @@ Var* di_commit(std::int32_t, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (!dbf.isOpen()) return false_value();
   commit_table(dbf);
+  flush_orders(dbf);
   return true_value();
 }
 

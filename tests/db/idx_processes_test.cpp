@@ -66,6 +66,7 @@ class ProcessOrders : public TableTest {
       for (int i = 0; i < 5; ++i) call("dbskip", {integer(random() % 2 != 0 ? 1 : -1)});
     }
     if (dice % 10 == 0) call("dbunlock");
+    if (dice % 10 == 1) call("dbcommit");
     POP_TEMPS(mark);
     const std::string errors = take_errors();
     if (!errors.empty()) std::fprintf(stderr, "%s\n", errors.c_str());
