@@ -18,6 +18,7 @@
 //   0x3FFFFC00                   gate of the internal lock
 //   0x3FFFFC01 ... 0x3FFFFFFF    reader slots of the internal lock
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -61,6 +62,13 @@ bool pass_guard(int fd, std::int64_t base) {
     if (range_is_free(fd, base, 1)) return true;
   }
   return false;
+}
+
+// Two processes that took the same slot both give it up and go on to the next. The system lets them take
+// turns so evenly that they would meet at every slot.
+void fall_out_of_step() {
+  const timespec pause = {0, (getpid() % 97) * 1000L};
+  nanosleep(&pause, nullptr);
 }
 
 short lock_type(const DbfIdx& dbf) {
@@ -143,8 +151,11 @@ bool conflicts(const DbfIdx& other, int mode, std::int32_t n) {
 int claimShared(int fd, std::int64_t top) {
   const std::int64_t base = top - kClaimSpan;
   if (!pass_guard(fd, base)) return -1;
-  for (std::int64_t slot = base + kFirstSlot; slot < base + kSlotsEnd; ++slot)
+  for (std::int64_t slot = base + kFirstSlot; slot < base + kSlotsEnd; ++slot) {
+    if (!range_is_free(fd, slot, 1)) continue;
     if (hold_probe(fd, slot, 1)) return 0;
+    fall_out_of_step();
+  }
   return -1;
 }
 

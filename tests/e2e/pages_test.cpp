@@ -101,7 +101,7 @@ TEST_F(Pages, ThePlannerEndsInTheErrorPageAtTheOrderThatNobodyBuilds) {
 // Registrations at once: one that finds the table taken shows the error page, every other has its
 // record.
 TEST_F(Pages, EveryRegistrationThatIsConfirmedHasItsRecord) {
-  constexpr int kBrowsers = 8, kEach = 20;
+  constexpr int kBrowsers = 8, kEach = 50;
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   std::vector<pid_t> browsers;
