@@ -14,11 +14,12 @@
 #include "db/db_modules.h"
 #include "lib/lib_modules.h"
 #include "macro/evaluator.h"
+#include "term/terminal.h"
 
 namespace tarnel {
 namespace {
 
-constexpr std::array kConsoleModules = {&kSessionModule};
+constexpr std::array kConsoleModules = {&kSessionModule, &kTerminalModule};
 constexpr auto kModules = join_modules(kConsoleModules, kDbModules, kLibModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 

@@ -4,6 +4,8 @@
 #include <term.h>
 #include <unistd.h>
 
+#include <cstdlib>
+
 namespace tarnel {
 
 bool terminal_known() {
@@ -12,6 +14,11 @@ bool terminal_known() {
     return setupterm(nullptr, STDOUT_FILENO, &status) == OK && status == 1;
   }();
   return known;
+}
+
+Var* termtype(std::int32_t, Var**) {
+  const char* name = std::getenv("TERM");
+  return name != nullptr && terminal_known() ? TMP_TEXT(name) : empty_text();
 }
 
 }  // namespace tarnel
