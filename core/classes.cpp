@@ -21,27 +21,15 @@ Var* object_required() {
   return RT_ERROR(317, "object required");
 }
 
-// The method array's element at a slot, or null when it is no block with a function.
-Var* method_at(const Var* object, std::int32_t slot) {
-  const Var* methods = element(object, 2);
-  if (methods->type != 'A' || slot < 0 || slot >= element_count(methods)) return nullptr;
-  Var* block = methods->shared->elements[slot];
-  return block->type == 'B' && block->decimals == kMethodFlag ? block : nullptr;
-}
-
-Var* call_method(Var* block, std::int32_t argc, Var** argv) {
-  return CALL_VECTOR(method_function(block), argc, argv);
-}
-
 std::int32_t current_scope() {
   return current_frame()->method_scope;
 }
 
-// Looks a method up and gives its block, or null.
-Var* find_block(Var* object, std::string_view name, char kind, std::int32_t scope) {
+// Looks a method up and gives its function, or null.
+Callable find_method(Var* object, std::string_view name, char kind, std::int32_t scope) {
   const ClassDescriptor* descriptor = class_of(object);
   if (descriptor == nullptr) return nullptr;
-  return method_at(object, FIND_METHOD(name, *descriptor, kind, scope));
+  return method_in_slot(object, FIND_METHOD(name, *descriptor, kind, scope));
 }
 
 Var* class_failure(int code, const Var* object, const char* what, std::string_view name) {
@@ -60,9 +48,9 @@ Var* access_element(Var* object, Var* e, std::int32_t super_depth, Var* value) {
   const Property& property = *static_cast<const Property*>(e->raw);
   const std::int32_t slot = value != nullptr ? property.assign : property.access;
   if (super_depth == 0 && slot >= 0) {
-    Var* block = method_at(object, slot);
+    const Callable method = method_in_slot(object, slot);
     Var* argv[] = {object, value};
-    if (block != nullptr) return call_method(block, value != nullptr ? 2 : 1, argv);
+    if (method != nullptr) return CALL_VECTOR(method, value != nullptr ? 2 : 1, argv);
     RT_ERROR(343, value != nullptr ? "Assign method not linked in" : "Access method not linked in");
     return nullptr;
   }
@@ -168,28 +156,19 @@ std::int32_t FIND_METHOD(std::string_view name, const ClassDescriptor& descripto
   return -1;
 }
 
-Var* csdometh(std::string_view name, std::int32_t slot, std::int32_t super_depth, std::int32_t argc,
-              Var** argv) {
-  if (argc < 1 || !is_object(argv[0])) return object_required();
-  if (super_depth == 0)
-    if (Var* block = method_at(argv[0], slot); block != nullptr)
-      return call_method(block, argc, argv);
-  return csnodome(name, super_depth, argc, argv);
-}
-
 Var* csnodome(std::string_view name, std::int32_t super_depth, std::int32_t argc, Var** argv) {
   if (argc < 1 || !is_object(argv[0])) return object_required();
-  Var* block = find_block(argv[0], name, kMethod, current_scope() - super_depth);
-  return block != nullptr ? call_method(block, argc, argv)
-                          : csnometh(name, argc, argv, super_depth);
+  const Callable method = find_method(argv[0], name, kMethod, current_scope() - super_depth);
+  return method != nullptr ? CALL_VECTOR(method, argc, argv)
+                           : csnometh(name, argc, argv, super_depth);
 }
 
 Var* csnometh(std::string_view name, std::int32_t argc, Var** argv, std::int32_t super_depth) {
-  Var* block = find_block(argv[0], "nomethod", kMethod, current_scope() - super_depth);
-  if (block == nullptr) return class_failure(343, argv[0], "method", name);
+  const Callable method = find_method(argv[0], "nomethod", kMethod, current_scope() - super_depth);
+  if (method == nullptr) return class_failure(343, argv[0], "method", name);
   std::vector<Var*> passed = {argv[0], TMP_TEXT(name)};
   passed.insert(passed.end(), argv + 1, argv + argc);
-  return call_method(block, argc + 1, passed.data());
+  return CALL_VECTOR(method, argc + 1, passed.data());
 }
 
 Var* csnomcme(std::string_view macro, std::int32_t super_depth, std::int32_t argc, Var** argv) {
@@ -204,11 +183,11 @@ Var* csdoinit(Var* object, std::int32_t argc, Var** argv) {
     object_required();
     return object;
   }
-  Var* block = find_block(object, "init", kMethod, current_scope());
-  if (block == nullptr) return object;
+  const Callable method = find_method(object, "init", kMethod, current_scope());
+  if (method == nullptr) return object;
   std::vector<Var*> passed = {object};
   passed.insert(passed.end(), argv, argv + argc);
-  return call_method(block, argc + 1, passed.data());
+  return CALL_VECTOR(method, argc + 1, passed.data());
 }
 
 Var* csdoinst(Var* object, std::string_view name, std::int32_t slot, std::int32_t super_depth,
@@ -226,8 +205,9 @@ Var* csnoivar(Var* object, std::string_view name, std::int32_t super_depth, Var*
   Var* argv[] = {object, value};
   if (super_depth != 0) {
     const char kind = value != nullptr ? kAssign : kAccess;
-    if (Var* block = find_block(object, name, kind, current_scope() - 1); block != nullptr)
-      return call_method(block, value != nullptr ? 2 : 1, argv);
+    if (const Callable method = find_method(object, name, kind, current_scope() - 1);
+        method != nullptr)
+      return CALL_VECTOR(method, value != nullptr ? 2 : 1, argv);
   } else if (const ClassDescriptor* descriptor = class_of(object); descriptor != nullptr) {
     const std::int32_t index = FIND_INSTANCE(name, *descriptor);
     if (index >= 0 && index < element_count(object))
@@ -236,9 +216,9 @@ Var* csnoivar(Var* object, std::string_view name, std::int32_t super_depth, Var*
         return cell;
   }
   const char* fallback = value != nullptr ? "noivarput" : "noivarget";
-  if (Var* block = find_block(object, fallback, kMethod, -2); block != nullptr) {
+  if (const Callable method = find_method(object, fallback, kMethod, -2); method != nullptr) {
     Var* passed[] = {object, TMP_TEXT(name), value};
-    return call_method(block, value != nullptr ? 3 : 2, passed);
+    return CALL_VECTOR(method, value != nullptr ? 3 : 2, passed);
   }
   return class_failure(344, object, "instance", name);
 }

@@ -13,6 +13,9 @@
 #include <string_view>
 #include <vector>
 
+#include "core/arrays.h"
+#include "core/blocks.h"
+#include "core/frame.h"
 #include "core/var.h"
 
 namespace tarnel {
@@ -55,7 +58,7 @@ struct PropertyEntry {
 // One name entry of a descriptor.
 struct ClassEntry {
   std::string_view name;  // of the literal in the class's tables
-  std::int32_t index;  // instance: element of the object's vector; method: slot
+  std::int32_t index;     // instance: element of the object's vector; method: slot
   std::int32_t level;
   char kind;
 };
@@ -75,7 +78,9 @@ class ClassDescriptor {
   const std::vector<ClassEntry>& instances() const { return instances_; }
   const std::vector<ClassEntry>& methods() const { return methods_; }
   std::int32_t method_count() const { return static_cast<std::int32_t>(methods_.size()); }
-  // The function of a slot, null for one that was not linked in. REQUIRES: the slot exists.
+  // The functions by slot, null for one that was not linked in.
+  std::span<const Callable> functions() const { return functions_; }
+  // REQUIRES: the slot exists.
   Callable slot_function(std::int32_t slot) const {
     return functions_[static_cast<std::size_t>(slot)];
   }
@@ -105,10 +110,24 @@ std::int32_t FIND_INSTANCE(std::string_view name, const ClassDescriptor& descrip
 std::int32_t FIND_METHOD(std::string_view name, const ClassDescriptor& descriptor, char kind,
                          std::int32_t& scope);
 
+// The function at a slot of the object's method array, or null. REQUIRES: an object
+inline Callable method_in_slot(const Var* object, std::int32_t slot) {
+  const Var* methods = element(object, 2);
+  if (methods->type != 'A' || slot < 0 || slot >= element_count(methods)) return nullptr;
+  const Var* block = methods->shared->elements[slot];
+  return block->type == 'B' && block->decimals == kMethodFlag ? method_function(block) : nullptr;
+}
+
 // Calls; argv[0] is the object. Errors 317, 343.
-Var* csdometh(std::string_view name, std::int32_t slot, std::int32_t super_depth, std::int32_t argc,
-              Var** argv);
 Var* csnodome(std::string_view name, std::int32_t super_depth, std::int32_t argc, Var** argv);
+// The same, with a look at the slot before the name is searched for.
+inline Var* csdometh(std::string_view name, std::int32_t slot, std::int32_t super_depth,
+                     std::int32_t argc, Var** argv) {
+  if (super_depth == 0 && argc > 0 && argv[0] != nullptr && argv[0]->type == 'O')
+    if (const Callable method = method_in_slot(argv[0], slot); method != nullptr)
+      return CALL_VECTOR(method, argc, argv);
+  return csnodome(name, super_depth, argc, argv);
+}
 Var* csnometh(std::string_view name, std::int32_t argc, Var** argv, std::int32_t super_depth);
 Var* csnomcme(std::string_view macro, std::int32_t super_depth, std::int32_t argc, Var** argv);
 // The result of method init with the given arguments (without the object), or the object.

@@ -112,9 +112,8 @@ Var* DEFAULT_IVAR(Var* object, std::int32_t i, char letter, Var* init) {
   return cell;
 }
 
-Var* CALL_VECTOR(Callable fn, std::int32_t argc, Var** argv) {
-  Var* result = fn(argc, argv);
-  return result != nullptr ? result : RT_ERROR(320, "function returned zero pointer");
+Var* null_result() {
+  return RT_ERROR(320, "function returned zero pointer");
 }
 
 Frame* frame_at(std::int32_t n) {

@@ -65,7 +65,11 @@ void LINE_HOOK(std::int32_t line);
 Var* DEFAULT_IVAR(Var* object, std::int32_t i, char letter, Var* init);
 
 // Calls fn with the arguments given. Null results are error 320.
-Var* CALL_VECTOR(Callable fn, std::int32_t argc, Var** argv);
+inline Var* CALL_VECTOR(Callable fn, std::int32_t argc, Var** argv) {
+  Var* null_result();
+  Var* result = fn(argc, argv);
+  return result != nullptr ? result : null_result();
+}
 template <typename... Args>
 Var* CALL_SIMPLE(Callable fn, Args*... args) {
   Var* argv[] = {args..., nullptr};

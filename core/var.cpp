@@ -279,9 +279,8 @@ std::int32_t integer_of(const Var* v) {
   return v->type == 'I' || v->type == 'L' ? v->i : truncate_to_int(number_of(v));
 }
 
-bool truth_of(const Var* v) {
+bool truth_of_number(const Var* v) {
   if (v->type == 'N' || v->type == 'F') return v->num != 0.0;
-  if (v->type == 'I' || v->type == 'L') return v->i != 0;
   RT_ERROR(317, "Expected logical or numeric");
   return false;
 }
@@ -429,7 +428,7 @@ Var* CPY_VAR(Var* dst, Var* src) {
   return d;
 }
 
-void DEL_VAR(Var* var) {
+void drop_last_reference(Var* var) {
   if (var == nullptr) {
     RT_INTERNAL(303, "DEL_VAR received null pointer");
     return;

@@ -143,7 +143,10 @@ inline bool arg_is(std::int32_t argc, Var* const* argv, std::int32_t i, const ch
 // gives the nearest bound, not-a-number 0), or as a truth. Another type raises 317 and gives 0.
 double number_of(const Var* v);
 std::int32_t integer_of(const Var* v);
-bool truth_of(const Var* v);
+inline bool truth_of(const Var* v) {
+  bool truth_of_number(const Var* number);
+  return v->type == 'L' || v->type == 'I' ? v->i != 0 : truth_of_number(v);
+}
 // A double cut to 32 bits by the rule of integer_of.
 std::int32_t truncate_to_int(double d);
 
@@ -172,7 +175,13 @@ Var* CLR_VAR(Var* var, char type);
 Var* CPY_VAR(Var* dst, Var* src);
 
 // Drops one reference; at the last one the contents die, for an object after its method axit.
-void DEL_VAR(Var* var);
+inline void DEL_VAR(Var* var) {
+  void drop_last_reference(Var * cell);
+  if (var != nullptr && var->refs > 1)
+    --var->refs;
+  else
+    drop_last_reference(var);
+}
 
 // Deep copy: an array becomes a new array with cloned elements, anything else is CPY_VAR.
 Var* CLONE_VAR(Var* dst, Var* src);

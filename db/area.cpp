@@ -111,6 +111,7 @@ void attach(WorkArea* area, Var* object, std::string_view alias) {
   set_alias(area, alias);
   HOLD_VAR(&area->owner.object, object);
   ++area->refs;
+  area->methods = class_of(object)->functions().data();
   area->owner.get = quick_method(object, "quickfieldget");
   area->owner.put = quick_method(object, "quickfieldput");
   enter_list(area);
@@ -355,6 +356,7 @@ void ogdelare(WorkArea* area) {
   area->named = false;
   area->next = nullptr;
   area->owner.get = area->owner.put = nullptr;
+  area->methods = nullptr;
   Var* server = std::exchange(area->owner.object, nullptr);
   if (server != nullptr) --area->refs;
   free_if_unused(area);

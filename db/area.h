@@ -21,7 +21,8 @@ struct WorkArea {
   bool named = false;        // an alias was given, be it the empty one
   char alias[kAliasSize + 1] = "";
   FieldOwner owner{};  // object: the server, held with a reference; get, put: its quick methods
-  WorkArea* next = nullptr;  // in the list of areas with a server, by ascending number
+  const Callable* methods = nullptr;  // of the server's class, by slot
+  WorkArea* next = nullptr;           // in the list of areas with a server, by ascending number
 
   Var* server() const { return owner.object; }
 };

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "core/modules.h"
+#include "db/area.h"
 #include "db/dataserver.h"
 
 namespace tarnel {
@@ -132,10 +134,14 @@ inline constexpr FunctionEntry kFrontBuiltins[] = {FRONT_CALLS(FRONT_ROW)
 inline constexpr ModuleRecord kFrontModule{.name = "bbdb", .functions = kFrontBuiltins};
 
 // The driver object of the current area; null without one, after error 322 if asked for.
-Var* front_server(NoArea no_area);
+inline Var* front_server(NoArea no_area) {
+  Var* no_server(NoArea);
+  Var* server = current_server();
+  return server != nullptr ? server : no_server(no_area);
+}
 // A member by its name, with the slot that the compiler looked up.
 struct FrontMember {
-  const char* name;
+  std::string_view name;
   std::int32_t slot;
   consteval FrontMember(const char* member, char kind)
       : name(member), slot(server_slot(member, kind)) {}
@@ -143,6 +149,6 @@ struct FrontMember {
 // Calls a member of the driver object, which stays alive for the time of the call.
 Var* front_call(Var* server, FrontMember member, std::int32_t argc, Var** argv);
 // For a name that is known only when the program runs.
-Var* front_call(Var* server, const char* member, char kind, std::int32_t argc, Var** argv);
+Var* front_call(Var* server, std::string_view member, char kind, std::int32_t argc, Var** argv);
 
 }  // namespace tarnel

@@ -62,7 +62,9 @@ Var* di_skip(std::int32_t argc, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (argc > 1 && !arg_is(argc, argv, 1, "NFIU")) return refuse(dbf, TableError::kSkipArgument);
   if (!dbf.isOpen()) return false_value();
-  return TMP_INT(skip_records(dbf, arg_is(argc, argv, 1, "NFI") ? integer_of(argv[1]) : 1));
+  const std::int32_t wanted = arg_is(argc, argv, 1, "NFI") ? integer_of(argv[1]) : 1;
+  const std::int32_t moved = skip_records(dbf, wanted);
+  return moved == 1 ? int_one() : TMP_INT(moved);
 }
 
 Var* di_seek(std::int32_t argc, Var** argv) {
