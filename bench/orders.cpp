@@ -65,12 +65,6 @@ std::string key_text(int key) {
 
 // --- This engine, as compiled code of the language calls it.
 
-Var* call(Callable function, std::initializer_list<Var*> arguments = {}) {
-  Var* argv[8] = {};
-  std::copy(arguments.begin(), arguments.end(), argv);
-  return function(static_cast<std::int32_t>(arguments.size()), argv);
-}
-
 class Tables {
  public:
   explicit Tables(const Plan& plan) : plan_(plan) {}
@@ -82,28 +76,28 @@ class Tables {
     cscreara(rows, 2, kAllNil);
     row(element(rows, 1), "k", plan_.numeric ? "N" : "C", 10);
     row(element(rows, 2), "v", "N", 8);
-    call(GET_FUNC("dbcreate"), {TMP_TEXT("o"), rows});
+    CALL_SIMPLE(GET_FUNC("dbcreate"), TMP_TEXT("o"), rows);
     POP_TEMPS(mark);
   }
   void open(bool shared, bool with_order = true) {
     const std::int32_t mark = temp_top();
-    Var* done = call(GET_FUNC("dbusearea"),
-                     {true_value(), nil_value(), TMP_TEXT("o"), nil_value(), logical(shared)});
+    Var* done = CALL_SIMPLE(GET_FUNC("dbusearea"), true_value(), nil_value(), TMP_TEXT("o"),
+                            nil_value(), logical(shared));
     if (!truth_of(done)) die("can't open the table");
-    if (with_order && !truth_of(call(GET_FUNC("ordlistadd"), {TMP_TEXT("o")})))
+    if (with_order && !truth_of(CALL_SIMPLE(GET_FUNC("ordlistadd"), TMP_TEXT("o"))))
       die("can't open the order");
     POP_TEMPS(mark);
   }
   void build() {
     const std::int32_t mark = temp_top();
-    if (!truth_of(call(GET_FUNC("dbcreatein"), {TMP_TEXT("o"), TMP_TEXT("k")})))
+    if (!truth_of(CALL_SIMPLE(GET_FUNC("dbcreatein"), TMP_TEXT("o"), TMP_TEXT("k"))))
       die("can't build the order");
     POP_TEMPS(mark);
   }
   void append() {
     for (const int key : plan_.keys) {
       const std::int32_t mark = temp_top();
-      call(append_);
+      CALL_SIMPLE(append_);
       store_key(key);
       SET_INT(RESOLVE_NAME(v_), key % 1000000);
       POP_TEMPS(mark);
@@ -114,7 +108,7 @@ class Tables {
     double sum = 0;
     for (const int key : plan_.lookups) {
       const std::int32_t mark = temp_top();
-      if (!truth_of(call(seek_, {key_value(key)}))) die("a key is missing");
+      if (!truth_of(CALL_SIMPLE(seek_, key_value(key)))) die("a key is missing");
       sum += RESOLVE_NAME(v_)->num;
       POP_TEMPS(mark);
     }
@@ -122,11 +116,11 @@ class Tables {
   }
   double walk(int steps) {
     double sum = 0;
-    call(GET_FUNC("dbgotop"));
-    for (; steps > 0 && !truth_of(call(eof_)); --steps) {
+    CALL_SIMPLE(GET_FUNC("dbgotop"));
+    for (; steps > 0 && !truth_of(CALL_SIMPLE(eof_)); --steps) {
       const std::int32_t mark = temp_top();
       sum += RESOLVE_NAME(v_)->num;
-      call(skip_);
+      CALL_SIMPLE(skip_);
       POP_TEMPS(mark);
     }
     return sum;
@@ -136,10 +130,10 @@ class Tables {
     for (int i = 0; i < plan_.changes(); ++i) {
       const std::int32_t mark = temp_top();
       const int key = plan_.keys[static_cast<std::size_t>(i)];
-      if (!truth_of(call(seek_, {key_value(key + from)}))) die("a changed key is missing");
-      call(rlock_);
+      if (!truth_of(CALL_SIMPLE(seek_, key_value(key + from)))) die("a changed key is missing");
+      CALL_SIMPLE(rlock_);
       store_key(key + to);
-      call(unlock_);
+      CALL_SIMPLE(unlock_);
       POP_TEMPS(mark);
     }
   }
@@ -429,6 +423,7 @@ Plan make_plan(int n, bool numeric, bool random) {
 int main(int argc, char** argv) {
   init_macro();
   start_library({kFunctions.table(), kModules});
+  install_signal_handlers();
   init_db();
   std::string directory = std::filesystem::temp_directory_path() / "orders-XXXXXX";
   if (mkdtemp(directory.data()) == nullptr || chdir(directory.c_str()) != 0) die("no directory");

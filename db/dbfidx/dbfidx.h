@@ -98,9 +98,11 @@ struct OpenTable {
 
   // The record buffer. `record` has a NUL behind its recordSize bytes.
   std::vector<std::uint8_t> record;
-  std::vector<std::uint8_t> backup;      // the record before its first change; empty until needed
-  std::vector<std::uint8_t> fieldFresh;  // the field's cell holds the value of the buffered record
-  std::int32_t bufferedRec = 0;          // record in `record`, 0 none
+  std::vector<std::uint8_t> backup;  // the record before its first change; empty until needed
+  // A field's cell holds the value of the buffered record when its entry is the buffer's.
+  std::vector<std::uint64_t> fieldStamps;
+  std::uint64_t bufferStamp = 1;   // another one whenever the buffer was filled
+  std::int32_t bufferedRec = 0;    // record in `record`, 0 none
   std::int32_t prefetchedRec = 0;  // record in `record` that counts as buffered only once asked for
   bool dirty = false;              // the buffer differs from the file
   bool found = false;
@@ -231,6 +233,10 @@ bool append_record(DbfIdx& dbf, bool release_locks);
 void commit_table(DbfIdx& dbf);
 // The delete mark of the record under the cursor, which is fetched, and of the buffered one.
 bool record_deleted(DbfIdx& dbf);
+// The cells of the fields are to be filled anew.
+inline void stale_fields(DbfIdx& dbf) {
+  ++dbf.bufferStamp;
+}
 inline bool marked_deleted(const DbfIdx& dbf) {
   return !dbf.record.empty() && dbf.record.front() == dbf::kDeletedMark;
 }
@@ -287,14 +293,15 @@ int holders(int fd, std::int64_t top);
 bool claim_table(DbfIdx& dbf, bool exclusive);
 int other_holders(const DbfIdx& dbf);
 
-// The internal lock as a guard.
+// The internal lock as a guard; there is nothing to guard on a table in exclusive use.
 enum class LockMode : bool { kShared, kExclusive };
 class InternalLock {
  public:
   InternalLock(DbfIdx& dbf, LockMode mode)
-      : dbf_(dbf), held_(mode == LockMode::kExclusive ? writeLock(dbf) : readLock(dbf)) {}
+      : dbf_(dbf.exclusive() ? nullptr : &dbf),
+        held_(dbf_ == nullptr || (mode == LockMode::kExclusive ? writeLock(dbf) : readLock(dbf))) {}
   ~InternalLock() {
-    if (held_ && dbf_.isOpen()) unlockInternal(dbf_);
+    if (dbf_ != nullptr && held_ && dbf_->isOpen()) unlockInternal(*dbf_);
   }
   InternalLock(const InternalLock&) = delete;
   InternalLock& operator=(const InternalLock&) = delete;
@@ -302,7 +309,7 @@ class InternalLock {
   bool held() const { return held_; }
 
  private:
-  DbfIdx& dbf_;
+  DbfIdx* const dbf_;
   const bool held_;
 };
 

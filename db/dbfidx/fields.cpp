@@ -122,7 +122,7 @@ bool store_checked(DbfIdx& dbf, std::int32_t i, Var* cell, const Var* value) {
   if (!dbf.dirty) dbf.backup = dbf.record;
   if (!put_value(dbf, field, cell, value) || !dbf.isOpen()) return false;
   dbf.dirty = true;
-  dbf.fieldFresh[static_cast<std::size_t>(i)] = 1;
+  dbf.fieldStamps[static_cast<std::size_t>(i)] = dbf.bufferStamp;
   return true;
 }
 
@@ -202,11 +202,15 @@ Var* field_value(DbfIdx& dbf, std::int32_t i) {
   const auto at = static_cast<std::size_t>(i);
   if (at >= dbf.fieldCells.size()) return nil_value();
   Var* cell = dbf.fieldCells[at];
-  if (dbf.recNo == dbf.bufferedRec && dbf.fieldFresh[at] != 0) return cell;
+  if (dbf.recNo == dbf.bufferedRec && dbf.fieldStamps[at] == dbf.bufferStamp) return cell;
   if (dbf.recNo != dbf.bufferedRec) refreshRecord(dbf, true);
   if (!dbf.isOpen()) return nil_value();  // an error's handler closed it
-  dbf.fieldFresh[at] = 1;
+  dbf.fieldStamps[at] = dbf.bufferStamp;
   const dbf::Field& field = dbf.fields[at];
+  if (field.type == 'N') {  // asked for most, so without the choice among all types
+    cell->num = dbf::parse_number(place(dbf, field), field.length);
+    return cell;
+  }
   const bool known = convert(dbf, field, cell);
   if (known && dbf.isOpen()) return cell;
   if (!known) dxerror(dbf, TableError::kGetFieldType, {field.type});

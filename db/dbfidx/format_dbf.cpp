@@ -1,6 +1,7 @@
 #include "db/dbfidx/format_dbf.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -45,32 +46,47 @@ std::string_view general(char* buffer, double value, int precision) {
 bool is_blank(std::uint8_t c) {
   return c == ' ' || c == '\t';
 }
+unsigned digit_of(char c) {
+  return static_cast<unsigned>(c) - '0';
+}
 bool is_digit(char c) {
-  return c >= '0' && c <= '9';
+  return digit_of(c) < 10;
 }
 
 constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                               1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 constexpr int kExactDigits = 15;  // of a decimal that a double holds exactly before it is scaled
 
-// Up to fifteen digits with at most one point: both parts of the division are exact, so the result
-// is the nearest double. False for anything else.
-bool parse_short(const char* text, const char* end, double& value) {
-  std::int64_t mantissa = 0;
-  int digits = 0, decimals = 0;
-  bool point = false;
-  for (; text < end; ++text) {
-    if (*text == '.' && !point) {
-      point = true;
-    } else if (is_digit(*text) && ++digits <= kExactDigits) {
-      mantissa = mantissa * 10 + (*text - '0');
-      decimals += point ? 1 : 0;
-    } else {
-      return false;
-    }
-  }
-  value = static_cast<double>(mantissa) / kPowers[decimals];
-  return true;
+// The whole number in eight bytes, right-aligned behind blanks; -1 when there is anything else. All
+// bytes are worked on at once.
+std::int64_t parse_eight(const char* text) {
+  if constexpr (std::endian::native != std::endian::little) return -1;
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  std::uint64_t word;
+  std::memcpy(&word, text, 8);
+  const int blanks = std::countr_zero(word ^ ' ' * kOnes) / 8;
+  const std::uint64_t in_front =
+      blanks == 8 ? ~std::uint64_t{0} : (std::uint64_t{1} << 8 * blanks) - 1;
+  word = (word & ~in_front) | (in_front & '0' * kOnes);
+  word ^= '0' * kOnes;
+  if (((word | (word + 0x76 * kOnes)) & 0x80 * kOnes) != 0) return -1;  // a byte above 9
+  word = word * 10 + (word >> 8);  // two digits in every other byte, then four, then all
+  word = (word & 0x000000FF000000FF) * ((100ULL * 10000 << 32) + 100) +
+         (word >> 16 & 0x000000FF000000FF) * ((10000ULL << 32) + 1);
+  return static_cast<std::int64_t>(word >> 32);
+}
+
+// Any text that may stand in a number's field.
+double parse_any(const char* text, const char* end) {
+  while (text < end && (is_blank(static_cast<std::uint8_t>(*text)) || *text == '+')) ++text;
+  const char* digits = text < end && *text == '-' ? text + 1 : text;
+  if (digits == end || (*digits != '.' && !is_digit(*digits))) return 0;
+  double value = 0;
+  const auto [rest, code] = std::from_chars(text, end, value);
+  // from_chars leaves the value alone when it is out of range; the rule is the nearest bound.
+  if (code == std::errc::result_out_of_range)
+    return std::strtod(std::string(text, rest).c_str(), nullptr);
+  return code == std::errc::invalid_argument ? 0 : value;
 }
 
 // Prints backwards from `end`; the start of the text, or null when the number is too large, or so
@@ -194,22 +210,27 @@ std::vector<std::uint8_t> new_header(std::span<const Field> fields, Date today) 
   return header;
 }
 
+// Up to fifteen digits with at most one point go without the general conversion: both parts of the
+// division are exact, so the result is the nearest double.
 double parse_number(const std::uint8_t* at, int length) {
   const auto* text = reinterpret_cast<const char*>(at);
-  const char* end = text + length;
-  if (length > 0 && end[-1] == ' ' && *text == ' ') {
-    while (text < end && end[-1] == ' ') --end;  // a blank field, mostly
-  }
-  while (text < end && (is_blank(static_cast<std::uint8_t>(*text)) || *text == '+')) ++text;
-  const char* digits = text < end && *text == '-' ? text + 1 : text;
-  if (digits == end || (*digits != '.' && !is_digit(*digits))) return 0;
-  double value = 0;
-  if (parse_short(digits, end, value)) return digits != text ? -value : value;
-  const auto [rest, code] = std::from_chars(text, end, value);
-  // from_chars leaves the value alone when it is out of range; the rule is the nearest bound.
-  if (code == std::errc::result_out_of_range)
-    return std::strtod(std::string(text, rest).c_str(), nullptr);
-  return code == std::errc::invalid_argument ? 0 : value;
+  const char* const end = text + length;
+  while (end - text > 8 && *text == ' ') ++text;
+  if (end - text == 8)
+    if (const std::int64_t whole = parse_eight(text); whole >= 0) return static_cast<double>(whole);
+  while (text < end && *text == ' ') ++text;
+  if (text == end) return 0;
+  const bool negative = *text == '-';
+  std::int64_t mantissa = 0;
+  const char* p = negative ? text + 1 : text;
+  for (; p < end && is_digit(*p); ++p) mantissa = mantissa * 10 + digit_of(*p);
+  const char* const point = p;
+  if (p < end && *p == '.')
+    for (++p; p < end && is_digit(*p); ++p) mantissa = mantissa * 10 + digit_of(*p);
+  if (p != end || p == text + negative || end - text > kExactDigits) return parse_any(text, end);
+  const auto digits = static_cast<double>(mantissa);
+  const double value = point == end ? digits : digits / kPowers[end - point - 1];
+  return negative ? -value : value;
 }
 
 std::int64_t parse_block(const std::uint8_t* at, int length) {

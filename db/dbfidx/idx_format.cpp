@@ -9,7 +9,6 @@ namespace tarnel::idx {
 namespace {
 
 constexpr std::size_t kHeaderSize = 452, kExtensionSize = 512;
-constexpr std::int64_t kExtensionAt = 1024;
 constexpr std::size_t kExpressionAt = 32;
 constexpr std::size_t kTableAt = 6, kForAt = 26, kForField = 229, kCollationAt = 256;
 static_assert(kExpressionAt + kExpressionField == kHeaderSize);
@@ -124,13 +123,12 @@ bool write_extension(int fd, const Extension& extension) {
   return write_at(fd, bytes, sizeof bytes, kExtensionAt);
 }
 
-int read_counter(int fd) {
-  std::uint8_t bytes[2];
-  return read_at(fd, bytes, sizeof bytes, kExtensionAt) ? bytes[1] : -1;
+std::uint8_t get_counter(const std::uint8_t* bytes) {
+  return bytes[1];
 }
 
 bool write_counter(int fd, std::uint8_t counter) {
-  const std::uint8_t bytes[2] = {kVersion, counter};
+  const std::uint8_t bytes[kCounterSize] = {kVersion, counter};
   return write_at(fd, bytes, sizeof bytes, kExtensionAt);
 }
 

@@ -99,6 +99,7 @@ constexpr std::size_t kCountsSize = 16;
 void get_counts(const std::uint8_t* bytes, Header& header);
 bool write_counts(int fd, const Header& header);
 
+constexpr std::int64_t kExtensionAt = 1024;
 struct Extension {
   std::uint8_t counter = 0;
   std::string table;
@@ -107,8 +108,9 @@ struct Extension {
 };
 bool read_extension(int fd, Extension& extension);
 bool write_extension(int fd, const Extension& extension);
-// The counter alone; -1 when it can't be read.
-int read_counter(int fd);
+// The counter alone.
+constexpr std::size_t kCounterSize = 2;
+std::uint8_t get_counter(const std::uint8_t* bytes);
 bool write_counter(int fd, std::uint8_t counter);
 
 // --- Pages. `page` is its first byte; positions count from 0.

@@ -51,11 +51,34 @@ inline IndexControl* current_index(const DbfIdx& dbf) {
 }
 
 // --- Keys of records (orders.cpp)
-// Makes the tree ready for work under the internal lock now held. Reports a pending inconsistency
-// first; false when that or a failure closed the orders. Errors 331, 412, 902.
-bool ready(DbfIdx& dbf, IndexControl& index);
+constexpr std::uint8_t kPending = 5, kSettled = 4;  // values of syncState
+// Are keys of a new record still to be added?
+inline bool keys_pending(const DbfIdx& dbf) {
+  return dbf.syncState == kPending;
+}
 // After work on a tree: false, with the orders given up, when it failed. Error 412.
-bool sound(DbfIdx& dbf, IndexControl& index);
+bool give_up(DbfIdx& dbf, IndexControl& index);
+inline bool sound(DbfIdx& dbf, IndexControl& index) {
+  return index.tree.failed_sector() < 0 || give_up(dbf, index);
+}
+// Was something found wrong when the orders were opened that is still to be told? It is told once,
+// before they are used; false when they were given up for it. Errors 331, 902.
+inline bool mismatch_to_report(const DbfIdx& dbf) {
+  return dbf.indexState != kIndexGood && dbf.indexState != kChecksOff;
+}
+bool report_mismatch(DbfIdx& dbf);
+// Makes the tree ready for work under the internal lock now held; false, as above, when the orders
+// were given up.
+void begin_locked(DbfIdx& dbf, IndexControl& index);
+inline bool ready(DbfIdx& dbf, IndexControl& index) {
+  if (mismatch_to_report(dbf) && !report_mismatch(dbf)) return false;
+  if (index.exclusive())
+    index.tree.begin(!index.readOnly);
+  else
+    begin_locked(dbf, index);
+  index.tree.refresh();
+  return sound(dbf, index);
+}
 // Writes what was changed under a shared lock.
 void settle(DbfIdx& dbf, IndexControl& index);
 // The key of the record under the cursor. False after error 317.

@@ -25,15 +25,17 @@ void KeyTree::attach(int fd, idx::Header header, bool exclusive) {
   path_.reserve(32);
 }
 
-void KeyTree::begin(bool may_write) {
-  may_write_ = may_write;
-  if (exclusive()) {
-    if (!pages_.trim()) fail(0);
-    return;
-  }
+void KeyTree::forget() {
   pages_.forget();
   counts_fresh_ = false;
   leave();
+}
+
+void KeyTree::trim() {
+  if (pages_.flush())
+    forget();
+  else
+    fail(0);
 }
 
 bool KeyTree::flush() {
@@ -48,18 +50,18 @@ bool KeyTree::flush() {
   return written;
 }
 
-void KeyTree::refresh() {
-  if (!exclusive() && !counts_fresh_) {
-    std::uint8_t bytes[idx::kCountsSize];
-    if (pages_.fetch(bytes, sizeof bytes, idx::kCountsAt))
-      idx::get_counts(bytes, header_);
-    else
-      fail(0);
-    stored_counts_ = counts();
-    counts_fresh_ = true;
-  }
-  if (header_.nextSector <= known_sectors_) return;
-  // A count that the file could not have: no walk may be bounded by it.
+void KeyTree::read_counts() {
+  std::uint8_t bytes[idx::kCountsSize];
+  if (pages_.fetch(bytes, sizeof bytes, idx::kCountsAt))
+    idx::get_counts(bytes, header_);
+  else
+    fail(0);
+  stored_counts_ = counts();
+  counts_fresh_ = true;
+}
+
+// A count of sectors that the file could not have: no walk may be bounded by it.
+void KeyTree::check_length() {
   struct stat status {};
   if (file_ops().fstat(fd_, &status) != 0) return;
   const std::int64_t sectors =
@@ -93,36 +95,18 @@ std::uint8_t* KeyTree::page(std::uint32_t sector) {
   return p != nullptr && idx::key_count(p) <= header_.maxKeys ? p : fail(sector);
 }
 
-std::uint8_t* KeyTree::here() {
-  std::uint8_t* p = page(path_.back().sector);
-  return p != nullptr ? entry(p, path_.back().pos) : nullptr;
-}
-
-bool KeyTree::on_key() {
-  if (path_.empty() || between_) return false;
-  const std::uint8_t* p = page(path_.back().sector);
-  return p != nullptr && path_.back().pos < idx::key_count(p);
-}
-
-bool KeyTree::on_record(std::uint32_t recno) {
-  if (path_.empty() || between_) return false;
-  const Step& at = path_.back();
-  const std::uint8_t* p = page(at.sector);
-  return p != nullptr && at.pos < idx::key_count(p) && idx::record(entry(p, at.pos)) == recno;
-}
-
 // Goes down into a child of the cursor's place, mending the child's links to its parent.
 std::uint8_t* KeyTree::enter(std::uint32_t sector) {
   // A path longer than the file has pages goes in a circle.
   if (path_.size() > header_.nextSector - idx::kFirstPage) return fail(sector);
   std::uint8_t* p = page(sector);
   if (p == nullptr) return nullptr;
-  const Step up = path_.empty() ? Step{0, 0} : path_.back();
+  const Step up = path_.empty() ? Step{} : path_.back();
   if (idx::parent(p) != up.sector || idx::parent_place(p) != up.pos) {
     idx::set_parent(p, up.sector, up.pos);
     if (may_write_) pages_.touch(sector);
   }
-  path_.push_back({sector, 0});
+  path_.push_back({sector, 0, exclusive() ? p : nullptr});
   return p;
 }
 
@@ -209,7 +193,7 @@ bool KeyTree::first_below() {
 bool KeyTree::settle_forward() {
   between_ = false;
   while (!path_.empty()) {
-    const std::uint8_t* p = page(path_.back().sector);
+    const std::uint8_t* p = last_page();
     if (p == nullptr) return false;
     if (path_.back().pos < idx::key_count(p)) {
       // In a whole file no walk is longer than it has keys.
@@ -221,20 +205,14 @@ bool KeyTree::settle_forward() {
   return false;
 }
 
-bool KeyTree::step_forward() {
+bool KeyTree::step_anywhere() {
   if (path_.empty()) return false;
   if (!between_) {
-    Step& at = path_.back();
-    const std::uint8_t* p = page(at.sector);
+    const std::uint8_t* p = last_page();
     if (p == nullptr) return false;
-    const std::uint32_t count = idx::key_count(p);
-    if (at.pos < count) ++at.pos;
-    const bool leaf = idx::child(entry(p, at.pos)) == 0;
-    if (leaf && at.pos < count && steps_ < header_.keyCount) {
-      ++steps_;
-      return true;
-    }
-    if (!leaf && !first_below()) return false;
+    Step& at = path_.back();
+    if (at.pos < idx::key_count(p)) ++at.pos;
+    if (!first_below()) return false;
   }
   return settle_forward();
 }

@@ -27,7 +27,13 @@ class KeyTree {
 
   // Begins the work under one internal lock: what others may have changed meanwhile is forgotten.
   // `may_write`: changed pages, mended links among them, may go to the file.
-  void begin(bool may_write);
+  void begin(bool may_write) {
+    may_write_ = may_write;
+    if (!exclusive())
+      forget();
+    else if (pages_.crowded())
+      trim();
+  }
   void allow_writes(bool may_write) { may_write_ = may_write; }
   // Writes what was changed under the lock, in exclusive use all that was changed. False on a
   // write error.
@@ -38,10 +44,16 @@ class KeyTree {
   bool exclusive() const { return pages_.exclusive(); }
   bool changed() const { return counts_changed_ || pages_.changed(); }
   // Reads the counts in the header anew, once under a lock.
-  void refresh();
+  void refresh() {
+    if (!exclusive() && !counts_fresh_) read_counts();
+    if (header_.nextSector > known_sectors_) check_length();
+  }
   std::uint32_t keys() const { return header_.keyCount; }
   // No sector failed: -1.
   std::int64_t failed_sector() const { return failed_; }
+
+  // Bytes of the file as they stand there now. False when it does not have them.
+  bool fetch(void* to, std::size_t n, std::int64_t at) { return pages_.fetch(to, n, at); }
 
   // --- Search. On a miss the cursor stands between two keys.
   bool seek(const KeyComparer& compare, Hit hit);
@@ -50,15 +62,30 @@ class KeyTree {
   // --- Walking. False when there is no further key; the cursor is then nowhere.
   bool go_first();
   bool go_last();
-  bool step_forward();
+  // The usual step, to the next key of a leaf. False: nothing was done.
+  bool step_in_leaf() {
+    if (path_.empty() || between_ || steps_ >= header_.keyCount) return false;
+    Step& at = path_.back();
+    const std::uint8_t* p = last_page();
+    if (p == nullptr || at.pos + 1 >= idx::key_count(p) || idx::child(entry(p, at.pos + 1)) != 0)
+      return false;
+    ++at.pos;
+    ++steps_;
+    return true;
+  }
+  bool step_forward() { return step_in_leaf() || step_anywhere(); }
   bool step_back();
 
   // The cursor is nowhere; a step finds nothing.
   void leave();
 
   // Does the cursor stand on a key, on that of this record?
-  bool on_key();
-  bool on_record(std::uint32_t recno);
+  bool on_key() {
+    if (path_.empty() || between_) return false;
+    const std::uint8_t* p = last_page();
+    return p != nullptr && path_.back().pos < idx::key_count(p);
+  }
+  bool on_record(std::uint32_t recno) { return on_key() && record() == recno; }
   // REQUIRES: on_key()
   std::uint32_t record() { return idx::record(here()); }
   const std::uint8_t* key() { return idx::key_of(here()); }
@@ -75,7 +102,8 @@ class KeyTree {
  private:
   struct Step {
     std::uint32_t sector;
-    std::uint32_t pos;  // of the key, or of the child gone down into
+    std::uint32_t pos;   // of the key, or of the child gone down into
+    std::uint8_t* page;  // exclusive use: pages stay where they are; else null
   };
   struct Item {  // a key on its way into a page, and the subtrees on its two sides
     std::uint32_t left, right, recno;
@@ -88,14 +116,25 @@ class KeyTree {
   };
 
   template <typename Page>
-  auto* entry(Page* page, std::uint32_t i) const {
+  Page* entry(Page* page, std::uint32_t i) const {
     return idx::entry(page, stride_, i);
   }
   std::uint8_t* page(std::uint32_t sector);
+  std::uint8_t* last_page() {  // that of the cursor
+    const Step& at = path_.back();
+    return at.page != nullptr ? at.page : page(at.sector);
+  }
   std::array<std::uint32_t, 4> counts() const {
     return {header_.keyCount, header_.root, header_.freeList, header_.nextSector};
   }
-  std::uint8_t* here();
+  std::uint8_t* here() {
+    std::uint8_t* p = last_page();
+    return p != nullptr ? entry(p, path_.back().pos) : nullptr;
+  }
+  void forget();
+  void trim();
+  void read_counts();
+  void check_length();
   std::nullptr_t fail(std::uint32_t sector);
   std::uint8_t* enter(std::uint32_t sector);
   template <typename Compare>
@@ -104,6 +143,7 @@ class KeyTree {
   bool descend(Compare compare, Hit hit);
   bool first_below();
   bool last_below();
+  bool step_anywhere();
   bool settle_forward();
 
   std::uint32_t allocate();

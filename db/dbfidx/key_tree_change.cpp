@@ -123,7 +123,7 @@ bool KeyTree::put(Item& item) {
 // before the right page does.
 bool KeyTree::split(std::size_t level, std::uint8_t* page, std::uint8_t* full, Item& raised) {
   const std::uint32_t sector = path_[level].sector;
-  Step up = level > 0 ? path_[level - 1] : Step{0, 0};
+  Step up = level > 0 ? path_[level - 1] : Step{};
   if (level == 0) {
     up.sector = header_.root = allocate();
     if (up.sector == 0) return false;

@@ -23,7 +23,7 @@ void look_again(DbfIdx& dbf) {
     dbf.prefetchedRec = dbf.bufferedRec;
   }
   dbf.bufferedRec = 0;
-  std::fill(dbf.fieldFresh.begin(), dbf.fieldFresh.end(), 0);
+  stale_fields(dbf);
 }
 
 // Gives up record n, or everything, after committing, and looks at the record anew.

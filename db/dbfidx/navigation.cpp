@@ -171,6 +171,13 @@ std::int32_t move(DbfIdx& dbf, std::int32_t n) {
   return dbf.recNo == start ? 0 : moved;
 }
 
+// The end of every skip.
+std::int32_t moved_on(DbfIdx& dbf, std::int32_t moved) {
+  if (dbf.eofFlag != 0) phantom(dbf);
+  runRelations(dbf);
+  return moved;
+}
+
 // Does a move touch the file at all?
 bool needs_lock(const DbfIdx& dbf) {
   return dbf.dirty || ordered(dbf) || hides(dbf) || dbf.relationCount > 0;
@@ -295,6 +302,10 @@ void go_bottom(DbfIdx& dbf) {
 }
 
 std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
+  if (n == 1 && !dbf.dirty && !hides(dbf) && index_step(dbf)) {
+    dbf.found = false;
+    return moved_on(dbf, 1);
+  }
   if (n == 0) {
     commit_table(dbf);
     return 0;
@@ -313,9 +324,7 @@ std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
   if (dbf.eofFlag != 0) refresh_header(dbf);
   if (ordered(dbf)) index_synchronize(dbf, kSyncMove);
   dbf.bofFlag = 0;
-  const std::int32_t moved = move(dbf, n);
-  if (dbf.eofFlag != 0) phantom(dbf);
-  runRelations(dbf);
+  const std::int32_t moved = moved_on(dbf, move(dbf, n));
   if (lock && !dbf.exclusive()) prefetch(dbf);
   return moved;
 }

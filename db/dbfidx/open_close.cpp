@@ -160,7 +160,7 @@ void make_buffers(DbfIdx& dbf) {
   dbf.fieldCount = static_cast<std::int32_t>(dbf.fields.size());
   dbf.record.assign(std::size_t{dbf.recordSize} + 1, ' ');
   dbf.record.back() = 0;
-  dbf.fieldFresh.assign(dbf.fields.size(), 0);
+  dbf.fieldStamps.assign(dbf.fields.size(), 0);
 }
 
 void place_cursor(DbfIdx& dbf) {

@@ -15,10 +15,10 @@ void at_end(DbfIdx& dbf) {
 }
 
 // The table's cursor goes where the tree's is: on a key, or past the last one.
-void follow(DbfIdx& dbf, IndexControl& index, bool on_key) {
+inline void follow(DbfIdx& dbf, IndexControl& index, bool on_key) {
   if (!sound(dbf, index) || !on_key) return at_end(dbf);
   const std::uint32_t recno = index.tree.record();
-  const auto known = [&] { return recno >= 1 && recno <= static_cast<std::uint32_t>(dbf.lastRec); };
+  const auto known = [&] { return recno - 1 < static_cast<std::uint32_t>(dbf.lastRec); };
   if (!known()) refresh_header(dbf);
   if (!known()) {
     dxerror(dbf, TableError::kIndexCorruptedPosition);
@@ -33,7 +33,17 @@ IndexControl* ready_index(DbfIdx& dbf) {
   return index != nullptr && ready(dbf, *index) ? index : nullptr;
 }
 
+// Brings the tree's cursor to the key of the record under the cursor. REQUIRES: ready()
 bool place_on_record(DbfIdx& dbf, IndexControl& index);
+
+// The same at the start of a step: usually the tree's cursor is there already.
+inline void start_on_record(DbfIdx& dbf, IndexControl& index) {
+  if (dbf.eofFlag == 0 && dbf.recNo <= dbf.lastRec &&
+      index.tree.on_record(static_cast<std::uint32_t>(dbf.recNo)))
+    dbf.bofFlag = 0;
+  else
+    place_on_record(dbf, index);
+}
 
 bool find_record_key(DbfIdx& dbf, IndexControl& index) {
   Key key;
@@ -50,62 +60,6 @@ void first_key(DbfIdx& dbf, IndexControl& index) {
   follow(dbf, index, found);
 }
 
-// Up to n keys back; the number of steps, that over the first key included.
-std::int32_t skip_back(DbfIdx& dbf, std::int32_t n) {
-  dbf.bofFlag = 0;
-  std::int32_t steps = 0;
-  bool placed = false;
-  for (; steps > n && dbf.bofFlag == 0; --steps) {
-    IndexControl* index = ready_index(dbf);
-    if (index == nullptr) {
-      dbf.bofFlag = 1;
-      break;
-    }
-    if (dbf.eofFlag != 0) {
-      index_gobottom(dbf);
-      if (dbf.eofFlag != 0) dbf.bofFlag = 1;
-      placed = true;
-      continue;
-    }
-    if (!placed) place_on_record(dbf, *index);
-    placed = true;
-    if (dbf.currentOrder != 0 && index->tree.step_back()) {
-      follow(dbf, *index, true);
-      if (dbf.eofFlag != 0) break;
-    } else {
-      dbf.bofFlag = 1;
-      if (dbf.currentOrder != 0 && sound(dbf, *index)) first_key(dbf, *index);
-    }
-  }
-  return steps;
-}
-
-std::int32_t skip_forward(DbfIdx& dbf, std::int32_t n) {
-  std::int32_t moved = 0;
-  if (dbf.eofFlag != 0) {
-    refresh_header(dbf);
-    if (dbf.recNo > dbf.lastRec) return 0;
-    moved = -1;  // a new record has come where the end was
-  }
-  dbf.eofFlag = 0;
-  for (bool placed = false; moved < n && dbf.eofFlag == 0; ++moved) {
-    IndexControl* index = ready_index(dbf);
-    if (index == nullptr) {
-      at_end(dbf);
-      break;
-    }
-    if (!placed) place_on_record(dbf, *index);
-    placed = true;
-    if (dbf.currentOrder == 0) {
-      at_end(dbf);
-      break;
-    }
-    const bool stepped = index->tree.step_forward();
-    follow(dbf, *index, stepped);
-  }
-  return moved;
-}
-
 // Runs the block of seekeval on the key under the cursor. False when the order went away.
 bool ask_block(DbfIdx& dbf, IndexControl& index, Var* block, bool& wanted) {
   const std::int32_t mark = temp_top();
@@ -117,7 +71,6 @@ bool ask_block(DbfIdx& dbf, IndexControl& index, Var* block, bool& wanted) {
   return dbf.isOpen() && current_index(dbf) == &index;
 }
 
-// Brings the tree's cursor to the key of the record under the cursor. REQUIRES: ready()
 bool place_on_record(DbfIdx& dbf, IndexControl& index) {
   const bool somewhere = dbf.lastRec > 0 && dbf.recNo <= dbf.lastRec && dbf.eofFlag == 0;
   if (!somewhere || index.tree.keys() == 0) {
@@ -162,8 +115,71 @@ void index_gobottom(DbfIdx& dbf) {
   follow(dbf, *index, found);
 }
 
-std::int32_t index_skip(DbfIdx& dbf, std::int32_t n) {
-  return n < 1 ? skip_back(dbf, n) : skip_forward(dbf, n);
+// Up to n keys back; the number of steps, that over the first key included.
+std::int32_t index_back(DbfIdx& dbf, std::int32_t n) {
+  dbf.bofFlag = 0;
+  std::int32_t steps = 0;
+  bool placed = false;
+  for (; steps > n && dbf.bofFlag == 0; --steps) {
+    IndexControl* index = ready_index(dbf);
+    if (index == nullptr) {
+      dbf.bofFlag = 1;
+      break;
+    }
+    if (dbf.eofFlag != 0) {
+      index_gobottom(dbf);
+      if (dbf.eofFlag != 0) dbf.bofFlag = 1;
+      placed = true;
+      continue;
+    }
+    if (!placed) start_on_record(dbf, *index);
+    placed = true;
+    if (dbf.currentOrder != 0 && index->tree.step_back()) {
+      follow(dbf, *index, true);
+      if (dbf.eofFlag != 0) break;
+    } else {
+      dbf.bofFlag = 1;
+      if (dbf.currentOrder != 0 && sound(dbf, *index)) first_key(dbf, *index);
+    }
+  }
+  return steps;
+}
+
+bool index_step(DbfIdx& dbf) {
+  IndexControl* index = current_index(dbf);
+  if (index == nullptr || !index->exclusive() || !dbf.exclusive() || mismatch_to_report(dbf) ||
+      keys_pending(dbf) || dbf.eofFlag != 0 ||
+      !index->tree.on_record(static_cast<std::uint32_t>(dbf.recNo)) || !index->tree.step_in_leaf())
+    return false;
+  dbf.bofFlag = 0;
+  follow(dbf, *index, true);
+  return true;
+}
+
+std::int32_t index_forward(DbfIdx& dbf, std::int32_t n) {
+  std::int32_t moved = 0;
+  if (dbf.eofFlag != 0) {
+    refresh_header(dbf);
+    if (dbf.recNo > dbf.lastRec) return 0;
+    moved = -1;  // a new record has come where the end was
+  }
+  dbf.eofFlag = 0;
+  for (bool placed = false; moved < n && dbf.eofFlag == 0; ++moved) {
+    IndexControl* index = ready_index(dbf);
+    if (index == nullptr) {
+      at_end(dbf);
+      break;
+    }
+    if (!placed) start_on_record(dbf, *index);
+    placed = true;
+    if (dbf.currentOrder == 0) {
+      at_end(dbf);
+      break;
+    }
+    const bool stepped = index->tree.step_forward();
+    follow(dbf, *index, stepped);
+  }
+  return moved;
 }
 
 bool index_seek(DbfIdx& dbf, Var* value, bool soft) {

@@ -214,6 +214,12 @@ std::uint8_t other_counter(std::uint8_t counter) {
   return counter > 1 ? static_cast<std::uint8_t>(counter - 1) : std::uint8_t{255};
 }
 
+// The table's change counter as it stands in the order's file; -1 when it can't be read.
+int stored_counter(IndexControl& index) {
+  std::uint8_t bytes[idx::kCounterSize];
+  return index.tree.fetch(bytes, sizeof bytes, idx::kExtensionAt) ? idx::get_counter(bytes) : -1;
+}
+
 }  // namespace
 
 void current_collation(std::uint8_t (&table)[256]) {
@@ -229,7 +235,7 @@ IndexControl* open_index(DbfIdx& dbf, const OrderRequest& request) {
 
 void mark_changed(DbfIdx& dbf, IndexControl& index) {
   if (index.marked || index.readOnly) return;
-  const int stored = idx::read_counter(index.fd);
+  const int stored = stored_counter(index);
   index.agrees = stored == 0 || stored == table_counter(dbf);
   idx::write_counter(index.fd, other_counter(table_counter(dbf)));
   index.marked = true;
@@ -287,7 +293,7 @@ bool zap_index(DbfIdx& dbf, IndexControl& index) {
 }
 
 IndexState check_index(DbfIdx& dbf, IndexControl& index) {
-  const int stored = index.marked ? (index.agrees ? 0 : -1) : idx::read_counter(index.fd);
+  const int stored = index.marked ? (index.agrees ? 0 : -1) : stored_counter(index);
   IndexState state = stored == 0 || stored == table_counter(dbf) ? kIndexGood : kCounterMismatch;
   if (index.plain() && index.tree.keys() != static_cast<std::uint32_t>(dbf.lastRec))
     state = kKeyCountMismatch;
@@ -302,7 +308,7 @@ void index_begin_change(DbfIdx& dbf) {
     if (index.exclusive()) {
       mark_changed(dbf, index);
     } else if (!index.changing) {
-      const int stored = idx::read_counter(index.fd);
+      const int stored = stored_counter(index);
       if (stored == 0) idx::write_counter(index.fd, table_counter(dbf));
       index.agrees = stored == 0 || stored == table_counter(dbf);
       index.changing = true;

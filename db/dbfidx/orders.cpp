@@ -11,23 +11,8 @@
 namespace tarnel {
 namespace {
 
-constexpr std::uint8_t kPending = 5, kSettled = 4;  // values of syncState
-
 void stop_orders(DbfIdx& dbf) {
   dbf.orderCount = dbf.currentOrder = 0;
-}
-
-// What was found wrong when the orders were opened is told once, before they are used.
-bool report_state(DbfIdx& dbf) {
-  const std::uint8_t state = dbf.indexState;
-  if (state == kIndexGood || state == kChecksOff) return true;
-  dbf.indexState = kIndexGood;
-  if (state == kKeyCountMismatch) stop_orders(dbf);
-  dxerror(
-      dbf,
-      state == kKeyCountMismatch ? TableError::kIndexCorrupted : TableError::kIndexMayBeCorrupted,
-      {dbf.aliasName});
-  return state != kKeyCountMismatch;
 }
 
 std::string shown_key(const IndexControl& index, const Key& key) {
@@ -99,23 +84,27 @@ void replace_key(DbfIdx& dbf, IndexControl& index, bool was_there) {
 
 // --- Work on one tree.
 
-bool ready(DbfIdx& dbf, IndexControl& index) {
-  if (!report_state(dbf)) return false;
-  KeyTree& tree = index.tree;
-  const bool held = dbf.readLocks > 0 || dbf.writeLocks > 0;
-  if (!tree.exclusive() && held && index.lockStamp == dbf.lockStamp) {
-    tree.allow_writes(dbf.writeLocks > 0 && !index.readOnly);
-  } else {
-    tree.begin((tree.exclusive() || dbf.writeLocks > 0) && !index.readOnly);
-    index.lockStamp = dbf.lockStamp;
-  }
-  tree.refresh();
-  return sound(dbf, index);
+bool report_mismatch(DbfIdx& dbf) {
+  const std::uint8_t state = dbf.indexState;
+  dbf.indexState = kIndexGood;
+  if (state == kKeyCountMismatch) stop_orders(dbf);
+  dxerror(
+      dbf,
+      state == kKeyCountMismatch ? TableError::kIndexCorrupted : TableError::kIndexMayBeCorrupted,
+      {dbf.aliasName});
+  return state != kKeyCountMismatch;
 }
 
-bool sound(DbfIdx& dbf, IndexControl& index) {
+void begin_locked(DbfIdx& dbf, IndexControl& index) {
+  const bool locked = dbf.readLocks > 0 || dbf.writeLocks > 0;
+  const bool may_write = dbf.writeLocks > 0 && !index.readOnly;
+  if (locked && index.lockStamp == dbf.lockStamp) return index.tree.allow_writes(may_write);
+  index.tree.begin(may_write);
+  index.lockStamp = dbf.lockStamp;
+}
+
+bool give_up(DbfIdx& dbf, IndexControl& index) {
   const std::int64_t sector = index.tree.failed_sector();
-  if (sector < 0) return true;
   if (dbf.orderCount == 0) return false;
   std::int32_t n = 1;
   while (n < kMaxOrders && dbf.orders[n] != &index) ++n;
@@ -182,7 +171,7 @@ void add_key(DbfIdx& dbf, IndexControl& index, const Key& key, std::int32_t n) {
 
 bool index_synchronize(DbfIdx& dbf, SyncMode mode) {
   if (dbf.orderCount == 0) return false;
-  if (dbf.syncState == kPending) {
+  if (keys_pending(dbf)) {
     // Another change of the same new record: its keys are still to come.
     if (mode == kSyncReplace && dbf.recNo == dbf.savedRecNo) return true;
     add_pending(dbf);
@@ -210,7 +199,7 @@ void index_append(DbfIdx& dbf) {
 }
 
 void index_replace(DbfIdx& dbf) {
-  const bool was_there = dbf.syncState != kPending;
+  const bool was_there = !keys_pending(dbf);
   for (std::int32_t n = 1; n <= dbf.orderCount && dbf.isOpen(); ++n) {
     IndexControl& index = *dbf.orders[n];
     replace_key(dbf, index, was_there);

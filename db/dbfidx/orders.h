@@ -32,7 +32,14 @@ void index_replace(DbfIdx& dbf);
 // eofFlag.
 void index_gotop(DbfIdx& dbf);
 void index_gobottom(DbfIdx& dbf);
-std::int32_t index_skip(DbfIdx& dbf, std::int32_t n);
+std::int32_t index_back(DbfIdx& dbf, std::int32_t n);     // n is negative
+std::int32_t index_forward(DbfIdx& dbf, std::int32_t n);  // n is positive
+inline std::int32_t index_skip(DbfIdx& dbf, std::int32_t n) {
+  return n < 1 ? index_back(dbf, n) : index_forward(dbf, n);
+}
+// One key on, the quick way that most steps of a walk can go: along an order held alone, with nothing
+// to write or to tell. False: nothing was done, and index_forward() is the way.
+bool index_step(DbfIdx& dbf);
 bool index_seek(DbfIdx& dbf, Var* value, bool soft);
 bool index_seekeval(DbfIdx& dbf, Var* block);
 // The value against the key under the cursor; 0 equal.

@@ -69,13 +69,6 @@ bool PageStore::write_chunk(std::uint32_t first, Chunk& chunk) {
   return true;
 }
 
-bool PageStore::trim() {
-  if (chunk_count_ <= kMostChunks) return true;
-  if (!flush()) return false;
-  forget();
-  return true;
-}
-
 // --- Shared use.
 
 // The slot of a sector, kSlots for none.

@@ -5,7 +5,7 @@
 // neighbours, and writes the changed ones when it is flushed.
 //
 // A page is the first 512 bytes of what a pointer given here names. In shared use it stays valid
-// while fewer than kSlots other pages are asked for, in exclusive use until trim().
+// while fewer than kSlots other pages are asked for, in exclusive use until forget().
 #pragma once
 
 #include <array>
@@ -44,8 +44,8 @@ class PageStore {
   bool flush();
   // Forgets all pages, the changed ones too.
   void forget();
-  // Exclusive use: gives memory back when too much is held. False as flush().
-  bool trim();
+  // Exclusive use: too many pages are in memory. After a flush they can be forgotten.
+  bool crowded() const { return chunk_count_ > kMostChunks; }
 
  private:
   static constexpr std::uint32_t kChunkPages = 32;

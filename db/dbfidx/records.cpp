@@ -3,7 +3,6 @@
 #include <ctime>
 #include <limits>
 #include <utility>
-#include <utility>
 
 #include "core/errors.h"
 #include "core/frame.h"
@@ -26,10 +25,6 @@ constexpr int kLowestAutoLock = -2;
 
 std::int64_t place_of(const DbfIdx& dbf, std::int32_t n) {
   return dbf::record_offset(dbf.headerSize, dbf.recordSize, n);
-}
-
-void stale_fields(DbfIdx& dbf) {
-  std::fill(dbf.fieldFresh.begin(), dbf.fieldFresh.end(), 0);
 }
 
 void blank(DbfIdx& dbf) {
@@ -238,9 +233,16 @@ void updateHeader(DbfIdx& dbf) {
 
 // --- The record buffer.
 
+// The failures of fetchRecord, kept out of it: it runs once for each record of a walk.
+[[gnu::noinline]] static void no_record(DbfIdx& dbf, std::int32_t n) {
+  dxerror(dbf, dbf.isOpen() ? TableError::kRecordOutOfRange : TableError::kGetNotOpen, {n});
+}
+[[gnu::noinline]] static void unreadable(DbfIdx& dbf, std::int32_t n) {
+  dxerror(dbf, TableError::kRecordUnreadable, {n, dbf.fileName});
+}
+
 void fetchRecord(DbfIdx& dbf, std::int32_t n) {
-  if (!dbf.isOpen()) return dxerror(dbf, TableError::kGetNotOpen, {n});
-  if (n <= 0) return dxerror(dbf, TableError::kRecordOutOfRange, {n});
+  if (!dbf.isOpen() || n <= 0) return no_record(dbf, n);
   if (n > dbf.lastRec) return phantom(dbf);
   const bool fresh = dbf.freshRec == n && dbf.bufferedRec == n && !dbf.dirty;
   dbf.prefetchedRec = 0;
@@ -253,17 +255,16 @@ void fetchRecord(DbfIdx& dbf, std::int32_t n) {
     return;
   }
   blank(dbf);
-  dxerror(dbf, TableError::kRecordUnreadable, {n, dbf.fileName});
+  unreadable(dbf, n);
 }
 
 void refreshRecord(DbfIdx& dbf, bool onlyIfMoved) {
-  if (onlyIfMoved) {
-    if (dbf.recNo == dbf.bufferedRec) return;
-    if (dbf.recNo == dbf.prefetchedRec) {
-      dbf.bufferedRec = dbf.prefetchedRec;
-      dbf.prefetchedRec = 0;
-      return;
-    }
+  if (onlyIfMoved && dbf.recNo == dbf.bufferedRec) return;
+  if (dbf.exclusive() && !dbf.dirty && dbf.lastRec != 0) return fetchRecord(dbf, dbf.recNo);
+  if (onlyIfMoved && dbf.recNo == dbf.prefetchedRec) {
+    dbf.bufferedRec = dbf.prefetchedRec;
+    dbf.prefetchedRec = 0;
+    return;
   }
   if (dbf.lastRec == 0) {
     phantom(dbf);

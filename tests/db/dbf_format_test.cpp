@@ -1,6 +1,8 @@
 // The .dbf and .dbt files against bytes written by hand.
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
+#include <random>
 
 #include "core/symbols.h"
 #include "db/dbfidx/format_dbf.h"
@@ -76,6 +78,26 @@ TEST_F(DbfFormat, RecordsReadFromHandWrittenBytes) {
   EXPECT_EQ(get("rate"), "F 0.0");
   EXPECT_EQ(get("ok"), "L F");
   EXPECT_EQ(take_errors(), "");
+}
+
+// Whole numbers, fractions and exponents at every width, beside the system's conversion.
+TEST(DbfNumbers, ReadAsTheSystemReadsThem) {
+  std::mt19937 random(11);
+  const auto up_to = [&](unsigned n) { return static_cast<int>(random() % (n + 1)); };
+  for (int i = 0; i < 20000; ++i) {
+    std::string field(static_cast<std::size_t>(up_to(10)), ' ');
+    if (up_to(3) == 0) field += '-';
+    for (int digits = up_to(18); digits > 0; --digits) field += static_cast<char>('0' + up_to(9));
+    if (up_to(2) == 0) field += '.';
+    for (int digits = up_to(i % 3 == 0 ? 17 : 2); digits > 0; --digits)
+      field += static_cast<char>('0' + up_to(9));
+    if (up_to(20) == 0) field += "e-3";
+    if (up_to(5) == 0) field += up_to(1) == 0 ? " " : "*7";
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(field.data());
+    EXPECT_EQ(dbf::parse_number(bytes, static_cast<int>(field.size())),
+              std::strtod(field.c_str(), nullptr))
+        << '"' << field << '"';
+  }
 }
 
 TEST_F(DbfFormat, ValuesAreStoredAsText) {
