@@ -26,6 +26,7 @@
 #include "db/dataserver.h"
 #include "db/dbfidx/format_dbf.h"
 #include "db/dbfidx/record_window.h"
+#include "db/mapped_file.h"
 
 namespace tarnel {
 
@@ -112,6 +113,7 @@ struct OpenTable {
   bool headerFresh = false;
   std::int32_t freshRec = 0;
   std::uint8_t pendingChanges = 0;
+  MappedFile mapped;    // shared use: reads without a system call
   RecordWindow window;  // exclusive use: records read ahead or not yet written
 
   // Locks; changed only in locks.cpp.

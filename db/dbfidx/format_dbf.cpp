@@ -221,14 +221,14 @@ double parse_number(const std::uint8_t* at, int length) {
   while (text < end && *text == ' ') ++text;
   if (text == end) return 0;
   const bool negative = *text == '-';
-  std::int64_t mantissa = 0;
+  std::uint64_t mantissa = 0;  // of too many digits anything, unused
   const char* p = negative ? text + 1 : text;
   for (; p < end && is_digit(*p); ++p) mantissa = mantissa * 10 + digit_of(*p);
   const char* const point = p;
   if (p < end && *p == '.')
     for (++p; p < end && is_digit(*p); ++p) mantissa = mantissa * 10 + digit_of(*p);
   if (p != end || p == text + negative || end - text > kExactDigits) return parse_any(text, end);
-  const auto digits = static_cast<double>(mantissa);
+  const auto digits = static_cast<double>(static_cast<std::int64_t>(mantissa));
   const double value = point == end ? digits : digits / kPowers[end - point - 1];
   return negative ? -value : value;
 }

@@ -126,6 +126,7 @@ bool open_file_of(DbfIdx& dbf, const OpenRequest& request) {
     return false;
   }
   dbf.dbfFd = fd;
+  dbf.mapped = MappedFile(fd);
   dbf.device = status.st_dev;
   dbf.inode = status.st_ino;
   if ((status.st_mode & kMandatoryLock) != 0) dxerror(dbf, TableError::kMandatoryLock);

@@ -56,9 +56,15 @@ std::int32_t plausible_count(const DbfIdx& dbf, std::uint32_t count) {
       std::clamp<std::int64_t>(std::min<std::int64_t>(count, fits), 0, kMaxRecords));
 }
 
+// Reads the header or a record of a table that others use too. A mapping shows zeros behind the end of
+// a file that was cut short: a zero at the end is looked at again.
+bool read_shared(DbfIdx& dbf, std::uint8_t* to, std::size_t n, std::int64_t at) {
+  return (dbf.mapped.read(to, n, at) && to[n - 1] != 0) || read_at(dbf.dbfFd, to, n, at);
+}
+
 bool read_record(DbfIdx& dbf, std::int32_t n, std::uint8_t* to) {
   return dbf.exclusive() ? dbf.window.read(dbf, n, to)
-                         : read_at(dbf.dbfFd, to, dbf.recordSize, place_of(dbf, n));
+                         : read_shared(dbf, to, dbf.recordSize, place_of(dbf, n));
 }
 
 // What other areas of this process know of the file is no longer so.
@@ -175,7 +181,7 @@ void refresh_header(DbfIdx& dbf) {
   if (!dbf.isOpen()) return dxerror(dbf, TableError::kHeaderNotOpen, {dbf.fileName});
   if (dbf.exclusive() || dbf.headerFresh) return;
   std::uint8_t prefix[dbf::kHeaderPrefix];
-  if (!read_at(dbf.dbfFd, prefix, sizeof prefix, 0))
+  if (!read_shared(dbf, prefix, sizeof prefix, 0))
     return dxerror(dbf, TableError::kHeaderUnreadable, {dbf.fileName});
   std::memcpy(dbf.header.data(), prefix, sizeof prefix);
   dbf.lastRec = plausible_count(dbf, dbf::record_count(prefix));
