@@ -53,12 +53,6 @@ double amount_of(int i) {
 
 // --- This engine, as compiled code of the language calls it.
 
-Var* call(Callable function, std::initializer_list<Var*> arguments = {}) {
-  std::vector<Var*> argv(arguments);
-  argv.push_back(nullptr);
-  return function(static_cast<std::int32_t>(arguments.size()), argv.data());
-}
-
 struct Functions {
   Callable append = GET_FUNC("dbappend"), skip = GET_FUNC("dbskip"), go = GET_FUNC("dbgoto"),
            top = GET_FUNC("dbgotop"), eof = GET_FUNC("eof"), rlock = GET_FUNC("rlock"),
@@ -83,14 +77,14 @@ void create_table() {
              {TMP_TEXT(r.name), TMP_TEXT(r.type), TMP_INT(r.length), TMP_INT(r.decimals)});
     CPY_VAR(element(rows, i + 1), cells);
   }
-  call(GET_FUNC("dbcreate"), {TMP_TEXT("bench"), rows});
+  CALL_SIMPLE(GET_FUNC("dbcreate"), TMP_TEXT("bench"), rows);
   POP_TEMPS(mark);
 }
 
 void open_table(bool shared) {
   const std::int32_t mark = temp_top();
-  Var* done = call(GET_FUNC("dbusearea"),
-                   {true_value(), nil_value(), TMP_TEXT("bench"), nil_value(), logical(shared)});
+  Var* done = CALL_SIMPLE(GET_FUNC("dbusearea"), true_value(), nil_value(), TMP_TEXT("bench"),
+                          nil_value(), logical(shared));
   if (!truth_of(done)) std::exit(2);
   POP_TEMPS(mark);
 }
@@ -99,7 +93,7 @@ void append_records(int n) {
   const Functions& f = functions();
   for (int i = 0; i < n; ++i) {
     const std::int32_t mark = temp_top();
-    call(f.append);
+    CALL_SIMPLE(f.append);
     SET_INT(RESOLVE_NAME(f.id), i);
     SET_STRP(RESOLVE_NAME(f.name), kName);
     SET_STRP(RESOLVE_NAME(f.city), kCity);
@@ -119,10 +113,10 @@ void change_records(int n) {
   const Functions& f = functions();
   for (int i = 0; i < kChanges; ++i) {
     const std::int32_t mark = temp_top();
-    call(f.go, {TMP_INT(nth_record(i, n))});
-    call(f.rlock);
+    CALL_SIMPLE(f.go, TMP_INT(nth_record(i, n)));
+    CALL_SIMPLE(f.rlock);
     SET_NUM(RESOLVE_NAME(f.amount), i, 2);
-    call(f.unlock);
+    CALL_SIMPLE(f.unlock);
     POP_TEMPS(mark);
   }
 }
@@ -130,11 +124,11 @@ void change_records(int n) {
 double walk_table(int) {
   const Functions& f = functions();
   double sum = 0;
-  call(f.top);
-  while (!truth_of(call(f.eof))) {
+  CALL_SIMPLE(f.top);
+  while (!truth_of(CALL_SIMPLE(f.eof))) {
     const std::int32_t mark = temp_top();
     sum += RESOLVE_NAME(f.amount)->num;
-    call(f.skip);
+    CALL_SIMPLE(f.skip);
     POP_TEMPS(mark);
   }
   return sum;

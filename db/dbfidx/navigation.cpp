@@ -171,16 +171,24 @@ std::int32_t move(DbfIdx& dbf, std::int32_t n) {
   return dbf.recNo == start ? 0 : moved;
 }
 
+// Does a move touch the file at all?
+bool needs_lock(const DbfIdx& dbf) {
+  return dbf.dirty || ordered(dbf) || hides(dbf) || dbf.relationCount > 0;
+}
+
+// One record on in natural order. False: nothing was done, forward() is the way.
+bool natural_step(DbfIdx& dbf) {
+  if (needs_lock(dbf) || dbf.eofFlag != 0 || dbf.recNo >= dbf.lastRec) return false;
+  dbf.bofFlag = 0;
+  ++dbf.recNo;
+  return true;
+}
+
 // The end of every skip.
 std::int32_t moved_on(DbfIdx& dbf, std::int32_t moved) {
   if (dbf.eofFlag != 0) phantom(dbf);
   runRelations(dbf);
   return moved;
-}
-
-// Does a move touch the file at all?
-bool needs_lock(const DbfIdx& dbf) {
-  return dbf.dirty || ordered(dbf) || hides(dbf) || dbf.relationCount > 0;
 }
 
 // Under a lock that is held anyway: a walk along an order asks for a field of each record, and that
@@ -302,7 +310,7 @@ void go_bottom(DbfIdx& dbf) {
 }
 
 std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
-  if (n == 1 && !dbf.dirty && !hides(dbf) && index_step(dbf)) {
+  if (n == 1 && !dbf.dirty && !hides(dbf) && (index_step(dbf) || natural_step(dbf))) {
     dbf.found = false;
     return moved_on(dbf, 1);
   }
