@@ -64,9 +64,9 @@ void LINE_HOOK(std::int32_t line);
 // Result: the element, or NIL when there is no such element.
 Var* DEFAULT_IVAR(Var* object, std::int32_t i, char letter, Var* init);
 
+Var* null_result();  // the part of CALL_VECTOR that raises
 // Calls fn with the arguments given. Null results are error 320.
 inline Var* CALL_VECTOR(Callable fn, std::int32_t argc, Var** argv) {
-  Var* null_result();
   Var* result = fn(argc, argv);
   return result != nullptr ? result : null_result();
 }

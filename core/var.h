@@ -139,12 +139,12 @@ inline bool arg_is(std::int32_t argc, Var* const* argv, std::int32_t i, const ch
   return i < argc && argv[i] != nullptr && letter_in(argv[i]->type, types);
 }
 
+bool truth_of_number(const Var* v);  // the rare part of truth_of
 // Value of a number or logical as a double, as an integer (truncated toward zero; what does not fit
 // gives the nearest bound, not-a-number 0), or as a truth. Another type raises 317 and gives 0.
 double number_of(const Var* v);
 std::int32_t integer_of(const Var* v);
 inline bool truth_of(const Var* v) {
-  bool truth_of_number(const Var* number);
   return v->type == 'L' || v->type == 'I' ? v->i != 0 : truth_of_number(v);
 }
 // A double cut to 32 bits by the rule of integer_of.
@@ -174,9 +174,9 @@ Var* CLR_VAR(Var* var, char type);
 // Assignment. Returns the cell written (dst for fields), or the error value after an error.
 Var* CPY_VAR(Var* dst, Var* src);
 
+void drop_last_reference(Var* var);  // the rare part of DEL_VAR
 // Drops one reference; at the last one the contents die, for an object after its method axit.
 inline void DEL_VAR(Var* var) {
-  void drop_last_reference(Var * cell);
   if (var != nullptr && var->refs > 1)
     --var->refs;
   else

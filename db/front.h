@@ -133,9 +133,9 @@ inline constexpr FunctionEntry kFrontBuiltins[] = {FRONT_CALLS(FRONT_ROW)
 #undef FRONT_ROW
 inline constexpr ModuleRecord kFrontModule{.name = "bbdb", .functions = kFrontBuiltins};
 
+Var* no_server(NoArea no_area);  // the part of front_server that raises
 // The driver object of the current area; null without one, after error 322 if asked for.
 inline Var* front_server(NoArea no_area) {
-  Var* no_server(NoArea);
   Var* server = current_server();
   return server != nullptr ? server : no_server(no_area);
 }
