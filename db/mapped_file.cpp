@@ -65,21 +65,20 @@ MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
 // Looks at the size again, and maps what the file has grown by.
 bool MappedFile::grow(std::int64_t end) {
   struct stat status {};
-  if (fd_ < 0 || file_ops().fstat(fd_, &status) != 0) return false;
-  size_ = status.st_size;
-  if (end > size_) return false;
-  const std::size_t wanted = (static_cast<std::size_t>(size_) / kStep + 1) * kStep;
-  if (wanted <= length_) return true;
-  void* mapped = base_ == nullptr ? ::mmap(nullptr, wanted, PROT_READ, MAP_SHARED, fd_, 0)
-                                  : ::mremap(base_, length_, wanted, MREMAP_MAYMOVE);
-  if (mapped == MAP_FAILED) {
-    if (base_ == nullptr) fd_ = -1;  // a file system without mappings: not tried again
-    size_ = static_cast<std::int64_t>(length_);
-    return false;
+  if (fd_ < 0 || file_ops().fstat(fd_, &status) != 0 || end > status.st_size) return false;
+  const std::size_t wanted = (static_cast<std::size_t>(status.st_size) / kStep + 1) * kStep;
+  if (wanted > length_) {
+    void* mapped = base_ == nullptr ? ::mmap(nullptr, wanted, PROT_READ, MAP_SHARED, fd_, 0)
+                                    : ::mremap(base_, length_, wanted, MREMAP_MAYMOVE);
+    if (mapped == MAP_FAILED) {
+      if (base_ == nullptr) fd_ = -1;  // a file system without mappings: not tried again
+      return false;
+    }
+    catch_bus_errors();
+    base_ = static_cast<std::uint8_t*>(mapped);
+    length_ = wanted;
   }
-  catch_bus_errors();
-  base_ = static_cast<std::uint8_t*>(mapped);
-  length_ = wanted;
+  size_ = status.st_size;
   return true;
 }
 

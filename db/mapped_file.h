@@ -26,7 +26,7 @@ class MappedFile {
   int fd_ = -1;
   std::uint8_t* base_ = nullptr;
   std::size_t length_ = 0;  // mapped; reaches past the end of the file, where nothing is touched
-  std::int64_t size_ = 0;   // of the file, when it was last looked at
+  std::int64_t size_ = 0;   // of the file when it was last mapped, at most length_
 };
 
 }  // namespace tarnel

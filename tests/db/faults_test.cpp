@@ -13,6 +13,7 @@
 
 #include "core/symbols.h"
 #include "db/file_ops.h"
+#include "db/mapped_file.h"
 #include "tests/db/table_test.h"
 
 namespace tarnel::testing {
@@ -269,6 +270,29 @@ TEST_F(Faults, AnyDamagedByteIsSurvived) {
     ::close(fd);
   }
   take_errors();
+}
+
+// A read beyond the end must not make bytes count that aren't mapped yet.
+TEST_F(Faults, MappedFileGivesWhatTheFileHas) {
+  write_file("m", "0123456789");
+  const int fd = open_file("m", O_RDWR);
+  MappedFile mapped(fd);
+  char got[2] = {};
+  const auto at = [&](std::int64_t place) {
+    return mapped.read(got, sizeof got, place) ? std::string(got, sizeof got) : "none";
+  };
+  EXPECT_EQ(at(9), "none");
+  EXPECT_EQ(at(4), "45");
+  constexpr std::int64_t kFar = 5 << 20;  // several mappings further on
+  ASSERT_TRUE(write_at(fd, "ab", 2, kFar));
+  EXPECT_EQ(at(kFar + 1), "none");
+  EXPECT_EQ(at(kFar), "ab");
+  EXPECT_EQ(at(kFar / 2), std::string(2, '\0'));
+  ASSERT_EQ(::ftruncate(fd, 10), 0);
+  EXPECT_EQ(at(kFar), "none");
+  EXPECT_EQ(at(0), "01");
+  EXPECT_EQ(at(-1), "none");
+  ::close(fd);
 }
 
 // What shared use reads through a mapping is missed there as it would be in the file.
