@@ -214,6 +214,10 @@ void release_auto_lock(DbfIdx& dbf);
 // Re-reads the header: lastRec, change counter, date. Exclusive tables keep what they have.
 // Errors 103, 413.
 void refresh_header(DbfIdx& dbf);
+// Is n the number of a record that the table was last seen to have?
+inline bool has_record(const DbfIdx& dbf, std::int64_t n) {
+  return n >= 1 && n <= dbf.lastRec;
+}
 // The count on demand: 0 records known means look again.
 inline bool seems_empty(DbfIdx& dbf) {
   if (dbf.lastRec == 0) refresh_header(dbf);

@@ -18,7 +18,7 @@ namespace {
 void look_again(DbfIdx& dbf) {
   const InternalLock lock(dbf, LockMode::kShared);
   refresh_header(dbf);
-  if (dbf.recNo >= 1 && dbf.recNo <= dbf.lastRec) {
+  if (has_record(dbf, dbf.recNo)) {
     fetchRecord(dbf, dbf.recNo);
     dbf.prefetchedRec = dbf.bufferedRec;
   }

@@ -14,16 +14,21 @@ void at_end(DbfIdx& dbf) {
   dbf.recNo = dbf.lastRec + 1;
 }
 
+// To a record that the table was not yet seen to have.
+void follow_unknown(DbfIdx& dbf, std::uint32_t recno) {
+  refresh_header(dbf);
+  if (!has_record(dbf, recno)) {
+    dxerror(dbf, TableError::kIndexCorruptedPosition);
+    return at_end(dbf);
+  }
+  dbf.recNo = static_cast<std::int32_t>(recno);
+}
+
 // The table's cursor goes where the tree's is: on a key, or past the last one.
 inline void follow(DbfIdx& dbf, IndexControl& index, bool on_key) {
   if (!sound(dbf, index) || !on_key) return at_end(dbf);
   const std::uint32_t recno = index.tree.record();
-  const auto known = [&] { return recno - 1 < static_cast<std::uint32_t>(dbf.lastRec); };
-  if (!known()) refresh_header(dbf);
-  if (!known()) {
-    dxerror(dbf, TableError::kIndexCorruptedPosition);
-    return at_end(dbf);
-  }
+  if (!has_record(dbf, recno)) return follow_unknown(dbf, recno);
   dbf.recNo = static_cast<std::int32_t>(recno);
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace tarnel {
@@ -13,6 +14,14 @@ struct DbfIdx;
 
 class RecordWindow {
  public:
+  // Copies record n into `to` if it is held in memory.
+  bool copy(std::int32_t n, std::uint8_t* to, std::size_t record_size) {
+    if (!holds(n)) return false;
+    last_read_ = n;
+    std::memcpy(to, bytes_.data() + static_cast<std::size_t>(n - first_) * record_size,
+                record_size);
+    return true;
+  }
   // Copies record n into `to`. False on a read error or a record that the file does not have.
   bool read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to);
   // Stores record n, one that there is, or a new one behind all others. False on a write error.

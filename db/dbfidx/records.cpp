@@ -266,7 +266,14 @@ void fetchRecord(DbfIdx& dbf, std::int32_t n) {
 
 void refreshRecord(DbfIdx& dbf, bool onlyIfMoved) {
   if (onlyIfMoved && dbf.recNo == dbf.bufferedRec) return;
-  if (dbf.exclusive() && !dbf.dirty && dbf.lastRec != 0) return fetchRecord(dbf, dbf.recNo);
+  if (dbf.exclusive() && !dbf.dirty && has_record(dbf, dbf.recNo)) {
+    // What every step of a walk does: the record is in memory.
+    if (!dbf.window.copy(dbf.recNo, dbf.record.data(), dbf.recordSize))
+      return fetchRecord(dbf, dbf.recNo);
+    stale_fields(dbf);
+    dbf.bufferedRec = dbf.recNo;
+    return;
+  }
   if (onlyIfMoved && dbf.recNo == dbf.prefetchedRec) {
     dbf.bufferedRec = dbf.prefetchedRec;
     dbf.prefetchedRec = 0;
