@@ -3,7 +3,7 @@
 
 #include "core/errors.h"
 #include "core/frame.h"
-#include "db/dbfidx/methods.h"
+#include "db/dbfidx/method/methods.h"
 
 namespace tarnel {
 namespace {

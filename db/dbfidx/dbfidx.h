@@ -24,8 +24,8 @@
 #include "core/modules.h"
 #include "db/area.h"
 #include "db/dataserver.h"
-#include "db/dbfidx/format_dbf.h"
-#include "db/dbfidx/record_window.h"
+#include "db/dbfidx/format/format_dbf.h"
+#include "db/dbfidx/record/record_window.h"
 #include "db/mapped_file.h"
 
 namespace tarnel {

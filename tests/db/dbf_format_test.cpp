@@ -5,7 +5,7 @@
 #include <random>
 
 #include "core/symbols.h"
-#include "db/dbfidx/format_dbf.h"
+#include "db/dbfidx/format/format_dbf.h"
 #include "tests/db/table_test.h"
 
 namespace tarnel::testing {

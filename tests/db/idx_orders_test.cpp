@@ -4,7 +4,7 @@
 #include <random>
 
 #include "core/blocks.h"
-#include "db/dbfidx/index_control.h"
+#include "db/dbfidx/order/index_control.h"
 #include "tests/db/idx_checker.h"
 #include "tests/db/table_test.h"
 

@@ -9,7 +9,7 @@
 #include <map>
 #include <random>
 
-#include "db/dbfidx/index_control.h"
+#include "db/dbfidx/order/index_control.h"
 #include "tests/db/idx_checker.h"
 #include "tests/db/table_test.h"
 

@@ -6,7 +6,7 @@
 #include <random>
 #include <set>
 
-#include "db/dbfidx/key_tree.h"
+#include "db/dbfidx/order/key_tree.h"
 #include "db/file_ops.h"
 #include "tests/db/idx_checker.h"
 #include "tests/db/table_test.h"

@@ -1,4 +1,4 @@
-#include "db/dbfidx/format_dbf.h"
+#include "db/dbfidx/format/format_dbf.h"
 
 #include <algorithm>
 #include <bit>

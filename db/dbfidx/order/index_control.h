@@ -10,8 +10,8 @@
 #include <cstdint>
 #include <string>
 
-#include "db/dbfidx/key_tree.h"
-#include "db/dbfidx/orders.h"
+#include "db/dbfidx/order/key_tree.h"
+#include "db/dbfidx/order/orders.h"
 
 namespace tarnel {
 

@@ -1,10 +1,10 @@
-#include "db/dbfidx/memo.h"
+#include "db/dbfidx/record/memo.h"
 
 #include <cstring>
 
 #include "core/errors.h"
 #include "core/memory.h"
-#include "db/dbfidx/format_dbt.h"
+#include "db/dbfidx/format/format_dbt.h"
 #include "db/dbfidx/table_errors.h"
 #include "db/file_ops.h"
 

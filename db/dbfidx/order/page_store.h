@@ -13,7 +13,7 @@
 #include <memory>
 #include <vector>
 
-#include "db/dbfidx/idx_format.h"
+#include "db/dbfidx/format/idx_format.h"
 #include "db/mapped_file.h"
 
 namespace tarnel {

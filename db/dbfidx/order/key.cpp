@@ -1,4 +1,4 @@
-#include "db/dbfidx/key.h"
+#include "db/dbfidx/order/key.h"
 
 #include <algorithm>
 #include <bit>

@@ -15,7 +15,7 @@
 #include "core/errors.h"
 #include "core/operators.h"
 #include "core/stacks.h"
-#include "db/dbfidx/index_control.h"
+#include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/table_errors.h"
 #include "db/file_ops.h"
 #include "lib/file_names.h"

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "core/var.h"
-#include "db/dbfidx/idx_format.h"
+#include "db/dbfidx/format/idx_format.h"
 
 namespace tarnel {
 

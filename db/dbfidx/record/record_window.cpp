@@ -1,4 +1,4 @@
-#include "db/dbfidx/record_window.h"
+#include "db/dbfidx/record/record_window.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "db/dbfidx/idx_format.h"
+#include "db/dbfidx/format/idx_format.h"
 
 #include <algorithm>
 

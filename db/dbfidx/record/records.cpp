@@ -10,7 +10,7 @@
 #include "core/settings.h"
 #include "core/stacks.h"
 #include "db/dbfidx/dbfidx.h"
-#include "db/dbfidx/orders.h"
+#include "db/dbfidx/order/orders.h"
 #include "db/dbfidx/relations.h"
 #include "db/dbfidx/table_errors.h"
 #include "db/file_ops.h"

@@ -1,4 +1,4 @@
-#include "db/dbfidx/page_store.h"
+#include "db/dbfidx/order/page_store.h"
 
 #include <algorithm>
 

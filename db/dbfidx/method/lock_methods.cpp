@@ -5,7 +5,7 @@
 #include "core/arrays.h"
 #include "core/stacks.h"
 #include "db/dbfidx/dbfidx.h"
-#include "db/dbfidx/methods.h"
+#include "db/dbfidx/method/methods.h"
 #include "db/dbfidx/table_errors.h"
 #include "db/file_ops.h"
 #include "lib/arguments.h"

@@ -1,4 +1,4 @@
-#include "db/dbfidx/format_dbt.h"
+#include "db/dbfidx/format/format_dbt.h"
 
 #include <algorithm>
 #include <cstring>

@@ -11,9 +11,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "db/dbfidx/idx_format.h"
-#include "db/dbfidx/key.h"
-#include "db/dbfidx/page_store.h"
+#include "db/dbfidx/format/idx_format.h"
+#include "db/dbfidx/order/key.h"
+#include "db/dbfidx/order/page_store.h"
 
 namespace tarnel {
 

@@ -1,8 +1,8 @@
 // Moves of the cursor along the controlling order.
 #include "core/blocks.h"
 #include "core/stacks.h"
-#include "db/dbfidx/index_control.h"
-#include "db/dbfidx/methods.h"
+#include "db/dbfidx/method/methods.h"
+#include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/table_errors.h"
 #include "lib/arguments.h"
 

@@ -2,8 +2,8 @@
 #include "core/errors.h"
 #include "core/settings.h"
 #include "db/dbfidx/dbfidx.h"
-#include "db/dbfidx/methods.h"
-#include "db/dbfidx/orders.h"
+#include "db/dbfidx/method/methods.h"
+#include "db/dbfidx/order/orders.h"
 #include "db/dbfidx/table_errors.h"
 
 namespace tarnel {

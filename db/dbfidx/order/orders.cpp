@@ -1,11 +1,11 @@
 // The keys of records as they come, change and go.
-#include "db/dbfidx/orders.h"
+#include "db/dbfidx/order/orders.h"
 
 #include <optional>
 
 #include "core/blocks.h"
 #include "core/stacks.h"
-#include "db/dbfidx/index_control.h"
+#include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/table_errors.h"
 
 namespace tarnel {

@@ -7,7 +7,7 @@
 #include "core/memory.h"
 #include "core/symbols.h"
 #include "db/dbfidx/dbfidx.h"
-#include "db/dbfidx/memo.h"
+#include "db/dbfidx/record/memo.h"
 #include "db/dbfidx/table_errors.h"
 #include "lib/dates.h"
 

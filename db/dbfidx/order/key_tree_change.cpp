@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "db/dbfidx/key_tree.h"
+#include "db/dbfidx/order/key_tree.h"
 
 namespace tarnel {
 namespace {

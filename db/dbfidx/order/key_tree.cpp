@@ -1,5 +1,5 @@
 // Search and walking. The changes are in key_tree_change.cpp.
-#include "db/dbfidx/key_tree.h"
+#include "db/dbfidx/order/key_tree.h"
 
 #include <sys/stat.h>
 

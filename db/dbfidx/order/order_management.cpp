@@ -4,8 +4,8 @@
 
 #include "core/errors.h"
 #include "core/stacks.h"
-#include "db/dbfidx/index_control.h"
-#include "db/dbfidx/methods.h"
+#include "db/dbfidx/method/methods.h"
+#include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/table_errors.h"
 #include "lib/arguments.h"
 #include "lib/file_names.h"

@@ -7,7 +7,7 @@
 #include "core/blocks.h"
 #include "core/errors.h"
 #include "core/stacks.h"
-#include "db/dbfidx/index_control.h"
+#include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/relations.h"
 #include "db/progress.h"
 
