@@ -10,18 +10,16 @@
 #include "core/core_modules.h"
 #include "core/output.h"
 #include "core/runtime.h"
+#include "core/signals.h"
 #include "db/db.h"
 #include "db/db_modules.h"
 #include "lib/lib_modules.h"
+#include "lib/streams.h"
 #include "macro/evaluator.h"
 #include "term/terminal.h"
 
 namespace tarnel {
 namespace {
-
-constexpr std::array kConsoleModules = {&kSessionModule, &kTerminalModule};
-constexpr auto kModules = join_modules(kConsoleModules, kDbModules, kLibModules, kCoreModules);
-constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 constexpr const char* kUsage =
     "usage: tnsh [-e EXPR]... [FILE]\n"
@@ -51,6 +49,8 @@ CommandLine parse(int argc, char** argv) {
   return line;
 }
 
+CommandLine command_line;
+
 void run(const CommandLine& line) {
   for (const char* expression : line.expressions)
     if (!run_line(expression)) return;
@@ -61,20 +61,33 @@ void run(const CommandLine& line) {
   else if (isatty(STDIN_FILENO) != 0)
     run_interactive();
   else
-    run_lines(stdin);
+    run_lines(STDIN_FILENO, "standard input");
 }
+
+Var* console_main(std::int32_t, Var**) {
+  set_interrupt_answer(InterruptAnswer::kLeave);
+  open_session();
+  show_progress();
+  run(command_line);
+  return nil_value();
+}
+
+constexpr FunctionEntry kMainFunctions[] = {{"main", console_main, nullptr}};
+constexpr ModuleRecord kMainModule{.name = "console", .functions = kMainFunctions};
+constexpr std::array kConsoleModules = {&kMainModule, &kTerminalModule};
+constexpr auto kModules = join_modules(kConsoleModules, kDbModules, kLibModules, kCoreModules);
+constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 }  // namespace
 }  // namespace tarnel
 
 int main(int argc, char** argv) {
   using namespace tarnel;
-  const CommandLine line = parse(argc, argv);
-  init_macro();
-  init_db();
-  start_library({kFunctions.table(), kModules});
-  open_session();
-  show_progress();
-  run(line);
-  QUIT_RUN(session_status());
+  command_line = parse(argc, argv);
+  runtime_hooks().setup = [] {
+    init_macro();
+    init_db();
+  };
+  runtime_hooks().close_files = close_streams;
+  START_RUNTIME(argc, argv, {kFunctions.table(), kModules});
 }

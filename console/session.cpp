@@ -1,19 +1,23 @@
 #include "console/session.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "console/dot_commands.h"
 #include "core/classes.h"
+#include "core/descriptors.h"
 #include "core/error_object.h"
 #include "core/frame.h"
 #include "core/output.h"
 #include "core/runtime.h"
 #include "core/settings.h"
+#include "core/signals.h"
 #include "core/symbols.h"
 #include "lib/value_text.h"
 #include "macro/evaluator.h"
@@ -27,7 +31,6 @@ constexpr std::int32_t kDeveloperNotice = 902;
 struct SessionState {
   Frame frame{};
   std::int32_t line = 0;
-  int status = 0;
   int reading = 0;
 } session;
 
@@ -104,6 +107,67 @@ void run_expression(std::string_view line) {
   write_output("\n");
 }
 
+// Lines of a descriptor, without their line feeds.
+class LineReader {
+ public:
+  explicit LineReader(int fd) : fd_(fd) {}
+  // False at the end of the input or when it can't be read.
+  bool next(std::string& line) {
+    line.clear();
+    for (;;) {
+      const std::size_t end = buffer_.find('\n', start_);
+      line.append(buffer_, start_, end - start_);
+      if (end != std::string::npos) {
+        start_ = end + 1;
+        return true;
+      }
+      if (!fill()) return !line.empty();
+    }
+  }
+  // The system's number of the failure that ended the input, 0 none.
+  int error() const { return error_; }
+
+ private:
+  bool fill() {
+    flush_output();  // whoever writes the input may wait for it
+    start_ = 0;
+    buffer_.resize(kPiece);
+    const ssize_t n = read_some(fd_, buffer_.data(), kPiece);
+    if (n < 0) error_ = errno;
+    buffer_.resize(static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
+    return n > 0;
+  }
+
+  static constexpr std::size_t kPiece = 64 * 1024;
+
+  const int fd_;
+  std::string buffer_;
+  std::size_t start_ = 0;
+  int error_ = 0;
+};
+
+// A file whose lines run: inside it lines count anew.
+class OpenedFile {
+ public:
+  explicit OpenedFile(const char* name)
+      : fd_(open(name, O_RDONLY | O_CLOEXEC)), outer_line_(session.line) {
+    ++session.reading;
+    session.line = 0;
+  }
+  ~OpenedFile() {
+    if (fd_ >= 0) close(fd_);
+    --session.reading;
+    session.line = outer_line_;
+  }
+  OpenedFile(const OpenedFile&) = delete;
+  OpenedFile& operator=(const OpenedFile&) = delete;
+  int fd() const { return fd_; }
+
+ private:
+  const int fd_;
+  const std::int32_t outer_line_;
+};
+
 }  // namespace
 
 void open_session() {
@@ -114,6 +178,7 @@ void open_session() {
 }
 
 bool run_line(std::string_view line) {
+  look_at_signals();
   line = trimmed(line);
   session.frame.line = ++session.line;
   if (line.empty() || line.front() == '#') return true;
@@ -126,13 +191,11 @@ bool run_line(std::string_view line) {
   return goes_on;
 }
 
-bool run_lines(std::FILE* stream) {
-  char* line = nullptr;
-  std::size_t room = 0;
+bool run_lines(int fd, const char* name) {
+  LineReader reader(fd);
   bool goes_on = true;
-  for (ssize_t n; goes_on && (n = getline(&line, &room, stream)) >= 0;)
-    goes_on = run_line({line, static_cast<std::size_t>(n)});
-  std::free(line);
+  for (std::string line; goes_on && reader.next(line);) goes_on = run_line(line);
+  if (reader.error() != 0) complain(std::string(name) + ": " + std::strerror(reader.error()));
   return goes_on;
 }
 
@@ -141,20 +204,12 @@ bool run_file(const char* name) {
     complain(std::string(name) + ": files read each other too deeply");
     return true;
   }
-  std::FILE* stream = std::fopen(name, "re");
-  if (stream == nullptr) {
+  const OpenedFile file(name);
+  if (file.fd() < 0) {
     complain(std::string(name) + ": " + std::strerror(errno));
     return true;
   }
-  ++session.reading;
-  const std::int32_t outer_line = session.line;
-  session.line = 0;
-  const bool goes_on = run_lines(stream);
-  if (std::ferror(stream) != 0) complain(std::string(name) + ": " + std::strerror(errno));
-  std::fclose(stream);
-  session.line = outer_line;
-  --session.reading;
-  return goes_on;
+  return run_lines(file.fd(), name);
 }
 
 Var* evaluate_argument(std::string_view expression) {
@@ -167,17 +222,9 @@ void write_value(const Var* value) {
 }
 
 void complain(std::string_view text) {
-  session.status = 1;
+  set_exit_status(1);
   flush_output();
   write_fully(STDERR_FILENO, std::string(text) + "\n");
-}
-
-int session_status() {
-  return session.status;
-}
-
-Var* session_quit(std::int32_t argc, Var** argv) {
-  QUIT_RUN(arg_is(argc, argv, 0, "INF") ? integer_of(argv[0]) & 255 : session.status);
 }
 
 }  // namespace tarnel

@@ -1,10 +1,8 @@
 // One session of the console: it evaluates lines, prints their values, and shows raised errors.
 #pragma once
 
-#include <cstdio>
 #include <string_view>
 
-#include "core/modules.h"
 #include "core/var.h"
 
 namespace tarnel {
@@ -15,8 +13,9 @@ void open_session();
 
 // Runs one line: nothing, a dot command or an expression. False when it ended the session.
 bool run_line(std::string_view line);
-// Runs the lines of a stream up to its end or to .quit; false for the latter.
-bool run_lines(std::FILE* stream);
+// Runs the lines of a descriptor up to its end or to .quit; false for the latter. The name is for
+// complaints.
+bool run_lines(int fd, const char* name);
 // Runs the lines of a file. A file that can't be read, or that reads itself, is a complaint.
 bool run_file(const char* name);
 
@@ -24,18 +23,7 @@ bool run_file(const char* name);
 Var* evaluate_argument(std::string_view expression);
 // Writes a value as ? does, without a line feed.
 void write_value(const Var* value);
-// Writes a line about a fault of the console's user on standard error.
+// Writes a line about a fault on standard error; the run then ends with status 1.
 void complain(std::string_view text);
-
-// 0, or 1 when a line was written on standard error.
-int session_status();
-
-// Ends the run with the session's status, unless one is given.
-#define SESSION_BUILTINS(X) \
-  X("__quit", session_quit, "__quit([nStatus]): ends the run through the exit road")
-
-SESSION_BUILTINS(DECLARE_BUILTIN)
-inline constexpr FunctionEntry kSessionBuiltins[] = {SESSION_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kSessionModule{.name = "tnsh", .functions = kSessionBuiltins};
 
 }  // namespace tarnel

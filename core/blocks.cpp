@@ -2,6 +2,7 @@
 
 #include "core/errors.h"
 #include "core/frame.h"
+#include "core/signals.h"
 
 namespace tarnel {
 namespace {
@@ -20,6 +21,7 @@ const MacroHooks& macro_hooks() {
 }
 
 Var* run_block(std::int32_t argc, Var** argv) {
+  look_at_signals();
   Var* block = argv[0];
   if (block->type != 'B')
     return hooks.eval_block != nullptr ? hooks.eval_block(argc, argv) : error_value();

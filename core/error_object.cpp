@@ -186,12 +186,21 @@ void raise_error_object(const RaisedError& raised) {
   if (error_threshold() > error_entry(raised.code).level) return;
   const std::int32_t mark = temp_top();
   Procedure p("overror", "_errcaller", -1, 5);
-  Var* error = build_error(raised);
+  evaluate_error_block(build_error(raised));
+  p.end();
+  POP_TEMPS(mark);
+}
+
+void evaluate_error_block(Var* error) {
+  if (is_error_object(error)) {
+    const std::int32_t code = int_instance(error, k_gencode);
+    if (error_entry(code).level >= error_threshold() &&
+        fails_on_exit_road(code, text_instance(error, k_descriptio)))
+      return;
+  }
   Var* block = block_cell();
   if (!is_block(block)) block = TMP_BLOCK(default_block);
   run_block_with(block, error);
-  p.end();
-  POP_TEMPS(mark);
   if (is_quitting()) QUIT_RUN();
 }
 

@@ -122,7 +122,7 @@ void print_fatal_report() {
   for (f = f->prev; f != nullptr && f->prev != nullptr; f = f->prev)
     if (f->line >= 0) report += format_text("%10s %3d: %10s()\r\n", f->module, f->line, f->proc);
   report += "Press return ...\r\n";
-  flush_output();
+  static_cast<void>(write_gathered());
   write_fully(STDERR_FILENO, report);
   char c;
   if (isatty(STDIN_FILENO) != 0) static_cast<void>(!read(STDIN_FILENO, &c, 1));
@@ -131,12 +131,13 @@ void print_fatal_report() {
 // Until the error objects are live, or while errors are held, the code is all that is kept.
 Var* raise(const RaisedError& raised) {
   const ErrorGuard guard;
-  check_exit_road();
   state.last = raised.code;
   if (state.held) return error_value();
+  const bool silent = error_entry(raised.code).level < state.threshold;
+  if (!silent && fails_on_exit_road(raised.code, raised.text)) return error_value();
   if (state.caller != nullptr)
     state.caller(raised);
-  else if (error_entry(raised.code).level >= state.threshold)
+  else if (!silent)
     syslog(LOG_ERR, "error %d: %s; %.*s", raised.code, error_entry(raised.code).text,
            static_cast<int>(raised.text.size()), raised.text.data());
   return error_value();
@@ -213,7 +214,7 @@ void set_error_caller(void (*caller)(const RaisedError&)) {
 
 ErrorGuard::ErrorGuard() {
   if (state.in_progress > kMostErrors) {
-    flush_output();
+    static_cast<void>(write_gathered());
     if (runtime_hooks().close_terminal != nullptr) runtime_hooks().close_terminal();
     _exit(255);
   }

@@ -6,6 +6,7 @@
 #include "core/arrays.h"
 #include "core/errors.h"
 #include "core/runtime.h"
+#include "core/signals.h"
 
 namespace tarnel {
 namespace {
@@ -101,6 +102,7 @@ Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter) {
 
 void LINE_HOOK(std::int32_t line) {
   if (line > 0) state.current->line = line;
+  look_at_signals();
   if ((state.debug_word & 1U) != 0 && state.debug_entry != nullptr) state.debug_entry();
 }
 

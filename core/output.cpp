@@ -5,6 +5,10 @@
 #include <cerrno>
 #include <string>
 
+#include "core/errors.h"
+#include "core/runtime.h"
+#include "core/signals.h"
+
 namespace tarnel {
 namespace {
 
@@ -13,21 +17,10 @@ constexpr std::size_t kBufferLimit = 64 * 1024, kFirstSize = 8 * 1024;
 struct OutputState {
   std::string buffer;
   void (*tee)(std::string_view) = nullptr;
+  bool broken = false;  // a write failed
 } state;
 
 }  // namespace
-
-bool write_fully(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t n = ::write(fd, bytes.data(), bytes.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(n));
-  }
-  return true;
-}
 
 void write_output(std::string_view text) {
   if (state.tee != nullptr) state.tee(text);
@@ -36,14 +29,35 @@ void write_output(std::string_view text) {
   if (state.buffer.size() > kBufferLimit) flush_output();
 }
 
+bool write_gathered() {
+  if (state.broken) state.buffer.clear();
+  std::size_t done = 0;
+  ssize_t n = 0;
+  while (done < state.buffer.size() && n >= 0) {
+    n = write_some(STDOUT_FILENO, std::string_view(state.buffer).substr(done));
+    if (n >= 0) done += static_cast<std::size_t>(n);
+  }
+  state.buffer.erase(0, done);
+  if (n < 0 && errno != EINTR) state.broken = true;
+  return n >= 0;
+}
+
 void flush_output() {
-  write_fully(STDOUT_FILENO, state.buffer);
-  state.buffer.clear();
+  while (!write_gathered()) {
+    if (state.broken) {
+      set_dos_error(errno);
+      RT_WARNING(104, "Write error on standard output");
+    } else {
+      look_at_signals();
+      if (on_exit_road()) return;
+    }
+  }
 }
 
 void write_direct(std::string_view text) {
   flush_output();
-  write_fully(STDOUT_FILENO, text);
+  state.buffer.append(text);
+  flush_output();
 }
 
 void write_direct_line(std::string_view text) {

@@ -1,13 +1,16 @@
 #include "core/runtime.h"
 
 #include <signal.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <new>
 #include <vector>
 
+#include "core/descriptors.h"
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/memory.h"
@@ -20,8 +23,10 @@ namespace {
 
 struct RunState {
   RuntimeHooks hooks;
-  bool quitting = false;  // set once, stays
+  std::size_t exit_steps = 0;  // steps of the exit road that have begun
   bool in_exit_road = false;
+  bool exit_failed = false;
+  int exit_status = 0;
   bool table_written = false;
 } state;
 
@@ -65,6 +70,43 @@ void start(const Program& program) {
   run(state.hooks.open_terminal);
 }
 
+// --- The exit road.
+
+void exit_road_failed() {
+  if (!state.exit_failed)
+    write_fully(STDERR_FILENO, "\r\nFATAL ERROR during QUIT, exiting\r\n\r\n");
+  state.exit_failed = true;
+}
+
+void run_exit_procedures() {
+  static_cast<void>(RUN_EXIT());
+}
+void close_areas() {
+  run(state.hooks.close_areas);
+}
+// Before the sync, which can take long: a reader needn't wait for it.
+void finish_output() {
+  if (!write_gathered()) exit_road_failed();
+}
+void sync_tables() {
+  if (state.table_written) sync();
+}
+void close_files() {
+  run(state.hooks.close_files);
+}
+void close_terminal() {
+  run(state.hooks.close_terminal);
+}
+constexpr void (*kExitRoad[])() = {run_exit_procedures, close_areas,   finish_output, sync_tables,
+                                   close_files,         finish_output, close_terminal};
+constexpr std::size_t kExitProcedures = 1;  // the steps begun while they run
+
+void walk_exit_road() {
+  state.in_exit_road = true;
+  while (state.exit_steps < std::size(kExitRoad)) kExitRoad[state.exit_steps++]();
+  state.in_exit_road = false;
+}
+
 }  // namespace
 
 RuntimeHooks& runtime_hooks() {
@@ -77,6 +119,7 @@ void start_library(const Program& program) {
 }
 
 void START_RUNTIME(int argc, char** argv, const Program& program) {
+  open_missing_descriptors();
   adopt_terminal_names();
   start(program);
   install_signal_handlers();
@@ -84,50 +127,62 @@ void START_RUNTIME(int argc, char** argv, const Program& program) {
   std::vector<Var*> arguments;
   for (int i = 1; i < argc; ++i) arguments.push_back(TMP_TEXT(argv[i]));
   CALL_VECTOR(GET_FUNC("main"), static_cast<std::int32_t>(arguments.size()), arguments.data());
+  flush_output();
   QUIT_RUN();
 }
 
 void shutdown_runtime() {
-  if (state.quitting) return;
-  state.quitting = true;
-  state.in_exit_road = true;
-  RUN_EXIT();
-  run(state.hooks.close_areas);
-  if (state.table_written) sync();
-  run(state.hooks.close_files);
-  flush_output();
-  run(state.hooks.close_terminal);
-  state.in_exit_road = false;
+  if (!is_quitting()) walk_exit_road();
 }
 
 void QUIT_RUN(int status) {
   ::signal(SIGINT, SIG_IGN);
-  if (state.in_exit_road) _exit(status);  // an EXIT procedure that quits doesn't run them again
-  shutdown_runtime();
-  flush_output();
-  _exit(status);
+  walk_exit_road();
+  finish_output();
+  _exit(state.exit_failed ? 1 : status);
+}
+void QUIT_RUN() {
+  QUIT_RUN(state.exit_status);
 }
 
 bool is_quitting() {
-  return state.quitting;
+  return state.exit_steps > 0;
 }
 
-void check_exit_road() {
-  if (!state.in_exit_road) return;
-  flush_output();
-  write_fully(STDERR_FILENO, "\r\nFATAL ERROR during QUIT, exiting\r\n\r\n");
-  _exit(1);
+bool on_exit_road() {
+  return state.in_exit_road;
+}
+
+bool fails_on_exit_road(int code, std::string_view text) {
+  if (!state.in_exit_road) return false;
+  if (errors_in_progress() > 1)
+    syslog(LOG_ERR, "error %d while the run ends: %.*s", code, static_cast<int>(text.size()),
+           text.data());
+  else
+    exit_road_failed();
+  if (state.exit_steps == kExitProcedures) QUIT_RUN();
+  return true;
+}
+
+int exit_status() {
+  return state.exit_status;
+}
+void set_exit_status(int status) {
+  state.exit_status = status;
 }
 
 void note_table_write() {
   state.table_written = true;
 }
 
+// Both write the output first: a failure is an error that a program can still hear of.
 Var* builtin_quit(std::int32_t argc, Var** argv) {
-  QUIT_RUN(arg_is(argc, argv, 0, "INF") ? integer_of(argv[0]) & 255 : 0);
+  flush_output();
+  QUIT_RUN(arg_is(argc, argv, 0, "INF") ? integer_of(argv[0]) & 255 : state.exit_status);
 }
 
 Var* builtin_shutdown(std::int32_t, Var**) {
+  flush_output();
   shutdown_runtime();
   return nil_value();
 }

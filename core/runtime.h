@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "core/modules.h"
 
@@ -23,14 +24,26 @@ RuntimeHooks& runtime_hooks();
 // Start-up without signals and main, for tools and tests.
 void start_library(const Program& program);
 
-// The exit road: EXIT procedures, tables closed, terminal given back, process ended.
-[[noreturn]] void QUIT_RUN(int status = 0);
+// The exit road: EXIT procedures, tables closed, output written, terminal given back, process ended.
+// Each step begins at most once: whoever quits inside the road goes on behind the step that he broke
+// off.
+[[noreturn]] void QUIT_RUN(int status);
+[[noreturn]] void QUIT_RUN();  // with exit_status()
 // All of the exit road but the end of the process. After it a raise ends the run.
 void shutdown_runtime();
 // The shutdown has begun or is done.
 bool is_quitting();
-// Called by each raise: inside the exit road an error ends the process at once with status 1.
-void check_exit_road();
+// A step of the exit road runs.
+bool on_exit_road();
+// To be asked by each raise. Inside the exit road no error reaches the error block: it is told once, and
+// the run ends with status 1. An EXIT procedure is broken off; the closing of tables goes on, so that one
+// that fails doesn't keep the others open. A road that an error handler walks only logs what fails, since
+// the handler has reported the cause.
+[[nodiscard]] bool fails_on_exit_road(int code, std::string_view text);
+
+// The status with which a run ends that nobody gives another: 0 until it is set.
+int exit_status();
+void set_exit_status(int status);
 
 // Told by the table engine after each write to a table file; without one the exit road needs no
 // sync.

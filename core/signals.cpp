@@ -1,25 +1,34 @@
 #include "core/signals.h"
 
 #include <signal.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cstdio>
 
+#include "core/descriptors.h"
 #include "core/errors.h"
 #include "core/frame.h"
-#include "core/output.h"
 #include "core/runtime.h"
+#include "core/sequence.h"
 
 namespace tarnel {
+
+volatile std::sig_atomic_t detail::signal_noted = 0;
+
 namespace {
 
 constexpr std::size_t kSignalStack = 64 * 1024;
+constexpr suseconds_t kTick = 50'000;  // microseconds
+constexpr int kSignalStatus = 128;     // of a run that a signal ended, and the signal's number
 
 struct SignalState {
-  volatile sig_atomic_t held = 0;   // nesting depth
-  volatile sig_atomic_t noted = 0;  // an interrupt came while held
+  int held = 0;                                  // nesting depth
+  volatile std::sig_atomic_t interrupted = 0;    // SIGINT waits for its answer
+  volatile std::sig_atomic_t ending_number = 0;  // SIGTERM or SIGHUP does
+  volatile std::sig_atomic_t heeds_interrupt = 0;
+  InterruptAnswer answer = InterruptAnswer::kPassOver;
   void (*dialogue)() = nullptr;
-  bool installed = false;
 } state;
 
 alignas(16) char signal_stack[kSignalStack];
@@ -28,20 +37,52 @@ void leave(int) {
   QUIT_RUN(1);
 }
 
-void handle(int number, void (*handler)(int)) {
+void handle(int number, void (*handler)(int), int flags = SA_RESTART) {
   struct sigaction action = {};
   action.sa_handler = handler;
   sigemptyset(&action.sa_mask);
-  action.sa_flags = SA_RESTART | SA_ONSTACK | SA_NODEFER;
+  action.sa_flags = flags | SA_ONSTACK | SA_NODEFER;
   sigaction(number, &action, nullptr);
 }
 
-void on_interrupt(int) {
-  if (state.held != 0) {
-    state.noted = 1;
-    return;
-  }
-  if (state.dialogue != nullptr) state.dialogue();
+// A call that blocks may begin between the last look and the signal, or be begun again by a library:
+// until the signal is answered ticks break such calls off.
+void set_ticks(suseconds_t period) {
+  const itimerval timer = {{0, period}, {0, period}};
+  setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+void on_tick(int) {
+  if (detail::signal_noted == 0) set_ticks(0);
+}
+
+void note_signal() {
+  detail::signal_noted = 1;
+  handle(SIGALRM, on_tick, 0);
+  set_ticks(kTick);
+}
+
+void note_interrupt(int) {
+  if (state.heeds_interrupt == 0) return;
+  state.interrupted = 1;
+  note_signal();
+}
+
+void note_end(int number) {
+  state.ending_number = number;
+  note_signal();
+}
+
+void update_heed() {
+  state.heeds_interrupt = state.dialogue != nullptr || state.answer != InterruptAnswer::kPassOver;
+}
+
+void answer_interrupt() {
+  if (state.dialogue != nullptr) return state.dialogue();
+  if (state.answer == InterruptAnswer::kLeave) QUIT_RUN(kSignalStatus + SIGINT);
+  if (state.answer != InterruptAnswer::kCancel || !inside_sequence()) return;
+  RT_ERROR(335, "interrupted");
+  break_sequence(nil_value());
 }
 
 void on_quit(int) {}  // a debugger's request; there is none
@@ -85,34 +126,52 @@ void on_segmentation(int) {
 void install_signal_handlers() {
   const stack_t stack = {signal_stack, 0, sizeof signal_stack};
   sigaltstack(&stack, nullptr);
-  handle(SIGINT, on_interrupt);
+  handle(SIGINT, note_interrupt, 0);  // not restarted: a read that waits looks at what came
+  handle(SIGTERM, note_end, 0);
+  struct sigaction inherited = {};
+  sigaction(SIGHUP, nullptr, &inherited);
+  if (inherited.sa_handler != SIG_IGN) handle(SIGHUP, note_end, 0);  // nohup asks to go on
   handle(SIGQUIT, on_quit);
   handle(SIGSEGV, on_segmentation);
   install_arithmetic();
   ::signal(SIGPIPE, SIG_IGN);
-  state.installed = true;
+}
+
+void set_interrupt_answer(InterruptAnswer answer) {
+  state.answer = answer;
+  update_heed();
+}
+
+bool take_interrupt() {
+  const bool came = state.interrupted != 0;
+  state.interrupted = 0;
+  return came;
 }
 
 void set_interrupt_dialogue(void (*dialogue)()) {
   state.dialogue = dialogue;
+  update_heed();
+}
+
+void answer_signals() {
+  if (state.held > 0 || on_exit_road()) return;
+  detail::signal_noted = 0;  // first: one that comes now is looked at again
+  if (const int number = state.ending_number; number != 0) QUIT_RUN(kSignalStatus + number);
+  if (take_interrupt()) answer_interrupt();
+}
+
+bool signal_waits() {
+  return detail::signal_noted != 0 && state.held == 0;
 }
 
 void HOLD_INTERRUPT() {
-  if (state.held == 0 && !state.installed) handle(SIGINT, on_interrupt);
-  state.held = state.held + 1;
+  ++state.held;
 }
 
+// Other answers than a dialogue can leave the procedure: they wait for the next look.
 void RELEASE_INTERRUPT() {
-  if (state.held > 0) state.held = state.held - 1;
-  if (state.held != 0) return;
-  const bool noted = state.noted != 0;
-  state.noted = 0;
-  if (!state.installed) {
-    ::signal(SIGINT, SIG_DFL);
-    if (noted) raise(SIGINT);
-    return;
-  }
-  if (noted && state.dialogue != nullptr) state.dialogue();
+  if (state.held > 0) --state.held;
+  if (state.held == 0 && state.dialogue != nullptr && take_interrupt()) state.dialogue();
 }
 
 }  // namespace tarnel

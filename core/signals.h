@@ -1,13 +1,41 @@
-// The four signals that the runtime answers: SIGINT, SIGQUIT, SIGFPE and SIGSEGV. SIGPIPE is
-// ignored, so that a client that goes away doesn't break off a page that is writing a table.
+// The signals that the runtime answers. A handler only notes that its signal came; it is answered where
+// the run looks: at lines and blocks of the language, and where a read or write was broken off.
+//
+//   SIGTERM, SIGHUP  the exit road, status 128 + signal
+//   SIGINT           what the program wants, see InterruptAnswer
+//   SIGPIPE          ignored: the write that fails is an error
+//   SIGQUIT          nothing; there is no debugger to call
+//   SIGFPE, SIGSEGV  answered in the handler
 #pragma once
+
+#include <csignal>
 
 namespace tarnel {
 
 void install_signal_handlers();
 
-// Set by the terminal layer: asks whether to leave, in SIGINT's handler. Null: no terminal is open,
-// and an interrupt goes on without a question.
+// What SIGINT does while no dialogue is set.
+enum class InterruptAnswer {
+  kPassOver,  // nothing: a page goes on
+  kLeave,     // the exit road, as SIGTERM does
+  kCancel     // an error, then a break out of the innermost sequence; nothing outside of one
+};
+void set_interrupt_answer(InterruptAnswer answer);
+// Forgets an interrupt that waits: has one come?
+bool take_interrupt();
+
+// Set by the terminal layer: asks whether to leave. Null: no terminal is open.
 void set_interrupt_dialogue(void (*dialogue)());
+
+namespace detail {
+extern volatile std::sig_atomic_t signal_noted;
+}
+// Answers a signal that was noted, unless it is held. May not return: see above.
+void answer_signals();
+inline void look_at_signals() {
+  if (detail::signal_noted != 0) answer_signals();
+}
+// A signal was noted and may be answered now, or came while the run ends: what waits must give way.
+bool signal_waits();
 
 }  // namespace tarnel

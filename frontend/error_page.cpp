@@ -35,11 +35,13 @@ void append(Var* messages, Var* text) {
   CALL_SIMPLE(aadd, messages, text);
 }
 
-// {|oError| errhand(oError)}
+// {|oError| errhand(oError)}; the run ends also where a page evaluates the block itself.
 Var* handler_block(std::int32_t argc, Var** argv, Var**) {
   Procedure p(kModule, "cb_1_14_1", 14, argc);
   Var* error = p.param(argv);
-  return p.result(CALL_SIMPLE(errhand, error));
+  Var* result = CALL_SIMPLE(errhand, error);
+  if (is_quitting()) QUIT_RUN();
+  return p.result(result);
 }
 
 // {|cText| tnsyslog(3, cText)}
@@ -98,7 +100,7 @@ Var* throwerror(std::int32_t argc, Var** argv) {
   Var* description = p.param(argv);
   Var* args = p.param(argv);
   LINE_HOOK(24);
-  Var* handler = CALL_SIMPLE(errorblock);
+  const ErrorGuard guard;
   Var* error = CALL_SIMPLE(errornew);
   if (is_nil(severity)) CPY_VAR(severity, TMP_INT(2));
   if (is_nil(description)) CPY_VAR(description, TMP_STR("<no description available>"));
@@ -109,8 +111,7 @@ Var* throwerror(std::int32_t argc, Var** argv) {
   put_ivar(error, "severity", severity);
   put_ivar(error, "descriptio", description);
   LINE_HOOK(36);
-  CALL_SIMPLE(eval, handler, error);
-  if (is_quitting()) QUIT_RUN();
+  evaluate_error_block(error);
   return p.result(nil_value());
 }
 

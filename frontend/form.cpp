@@ -1,11 +1,10 @@
 #include "frontend/form.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <limits>
+
+#include "core/descriptors.h"
 
 namespace tarnel {
 namespace {
@@ -30,9 +29,7 @@ int FormReader::next_byte() {
   if (position_ == buffered_) {
     // Never past the length: what lies behind it is not ours to take.
     const std::size_t wanted = std::min(sizeof buffer_, static_cast<std::size_t>(remaining_));
-    ssize_t n;
-    do n = read(fd_, buffer_, wanted);
-    while (n < 0 && errno == EINTR);
+    const ssize_t n = read_some(fd_, buffer_, wanted);
     if (n <= 0) {
       at_end_ = true;
       return kEnd;
@@ -58,15 +55,16 @@ bool FormReader::next(std::string& field) {
 std::string decode_field(std::string_view field) {
   std::string decoded;
   decoded.reserve(field.size());
-  const auto at = [field](std::size_t i) { return i < field.size() ? field[i] : '\0'; };
+  // Plus signs are blanks before escapes are read, also inside one.
+  const auto at = [field](std::size_t i) {
+    return i >= field.size() ? '\0' : field[i] == '+' ? ' ' : field[i];
+  };
   for (std::size_t i = 0; i < field.size(); ++i) {
-    if (field[i] == '+') {
-      decoded += ' ';
-    } else if (field[i] == '%') {
+    if (field[i] == '%') {
       decoded += static_cast<char>(digit_value(at(i + 1)) * 16 + digit_value(at(i + 2)));
       i += 2;
     } else {
-      decoded += field[i];
+      decoded += at(i);
     }
   }
   return decoded;

@@ -39,37 +39,52 @@ void link_exit(std::span<const FunctionEntry> list) {
 
 class RuntimeDeathTest : public RuntimeTest {};
 
-TEST_F(RuntimeDeathTest, ExitProceduresRunOnceAlsoWhenOneQuits) {
+TEST_F(RuntimeDeathTest, AnExitProcedureThatQuitsKeepsTablesAndOutput) {
   constexpr static FunctionEntry kList[] = {{"a", first_exit, nullptr},
                                             {"b", quitting_exit, nullptr}};
   EXPECT_EXIT(
       {
-        runtime_hooks().close_areas = [] { say("never"); };
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        runtime_hooks().close_areas = [] { say("closed "); };
         link_exit(kList);
+        write_output("page");
         QUIT_RUN();
       },
-      ::testing::ExitedWithCode(3), "^first second $");
+      ::testing::ExitedWithCode(3), "^first second closed page$");
 }
 
-TEST_F(RuntimeDeathTest, AnErrorInTheExitRoadEndsTheProcessAtOnce) {
-  constexpr static FunctionEntry kList[] = {{"a", failing_exit, nullptr}};
-  EXPECT_EXIT(
-      {
-        link_exit(kList);
-        QUIT_RUN();
-      },
-      ::testing::ExitedWithCode(1), "FATAL ERROR during QUIT, exiting");
-}
-
-TEST_F(RuntimeDeathTest, TablesAreClosedBeforeOutputEnds) {
+TEST_F(RuntimeDeathTest, ErrorsInTheExitRoadAreToldOnceAndBreakOffNoneOfItsSteps) {
+  constexpr static FunctionEntry kList[] = {{"a", failing_exit, nullptr},
+                                            {"b", quitting_exit, nullptr}};
   EXPECT_EXIT(
       {
         dup2(STDERR_FILENO, STDOUT_FILENO);
-        runtime_hooks().close_areas = [] { write_output("closed "); };
+        runtime_hooks().close_areas = [] {
+          RT_ERROR(104, "too late");
+          write_output("closed ");
+        };
         runtime_hooks().close_files = [] { write_output("files"); };
+        link_exit(kList);
         QUIT_RUN(0);
       },
-      ::testing::ExitedWithCode(0), "closed files");
+      ::testing::ExitedWithCode(1), "^\r\nFATAL ERROR during QUIT, exiting\r\n\r\nclosed files$");
+}
+
+TEST_F(RuntimeDeathTest, AFailedWriteOfOutputIsOneError) {
+  EXPECT_EXIT(
+      {
+        install_signal_handlers();
+        set_error_caller([](const RaisedError& e) { say(std::to_string(e.code).c_str()); });
+        int ends[2];
+        static_cast<void>(pipe(ends) == 0 && dup2(ends[1], STDOUT_FILENO) > 0);
+        close(ends[0]);
+        close(ends[1]);
+        write_output("lost");
+        flush_output();
+        write_output("dropped");
+        QUIT_RUN(0);
+      },
+      ::testing::ExitedWithCode(0), "^104$");
 }
 
 TEST_F(RuntimeDeathTest, AnInterruptWithoutATerminalIsPassedOver) {

@@ -139,6 +139,29 @@ TEST_F(Pages, EveryRegistrationThatIsConfirmedHasItsRecord) {
   EXPECT_GT(confirmed, 0);
 }
 
+// Whatever write fails, the request ends with one report and claims nothing behind it.
+TEST_F(Pages, AFullDiskGivesOneReportAndNoRegistration) {
+  int reports = 0, registered = 0;
+  for (int blocks = 0; blocks <= 64; ++blocks) {  // of 512 bytes, to which files may grow
+    fresh_tables();
+    int status = -1;
+    const std::string page =
+        run_program("PATH_INFO=/example2 CONTENT_LENGTH=13", "FIRSTNAME=Ada", &status,
+                    PAGES_PROGRAM, "ulimit -f " + std::to_string(blocks));
+    EXPECT_EQ(status, 0) << blocks;
+    const bool confirmed = page.find("You have been registered") != std::string::npos;
+    const std::string table = run_program("PATH_INFO=/example6", "", &status, PAGES_PROGRAM);
+    EXPECT_EQ(table.find("<td>Ada</td>") != std::string::npos, confirmed) << blocks;
+    const std::size_t report = page.find("An error has occurred.");
+    EXPECT_EQ(report == std::string::npos, confirmed) << blocks << page;
+    EXPECT_EQ(page.find("An error has occurred.", report + 1), std::string::npos) << page;
+    EXPECT_EQ(page.find("</HTML>") != std::string::npos, confirmed) << page;
+    (confirmed ? registered : reports) += 1;
+  }
+  EXPECT_GT(reports, 0);
+  EXPECT_GT(registered, 0);
+}
+
 TEST_F(Pages, ABrowserFollowsTheLinksAndSubmitsTheForms) {
   const std::string command = "cd " BROWSER_MODULES " && cp " TARNEL_SOURCE_DIR
                               "/tests/browser/pages.mjs . && node pages.mjs http://127.0.0.1:" +

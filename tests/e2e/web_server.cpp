@@ -150,7 +150,8 @@ Response WebServer::request(const std::string& method, const std::string& path,
   return response;
 }
 
-std::string run_program(const std::string& environment, const std::string& input, int* status) {
+std::string run_program(const std::string& environment, const std::string& input, int* status,
+                        const std::string& program, const std::string& before) {
   FILE* file = std::tmpfile();
   std::fwrite(input.data(), 1, input.size(), file);
   std::rewind(file);
@@ -160,7 +161,7 @@ std::string run_program(const std::string& environment, const std::string& input
   if (pid == 0) {
     dup2(fileno(file), STDIN_FILENO);
     dup2(ends[1], STDOUT_FILENO);
-    const std::string command = "exec env -i " + environment + " " TARNEL_PROGRAM;
+    const std::string command = before + "\nexec env -i " + environment + " " + program;
     execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
     _exit(127);
   }

@@ -37,8 +37,11 @@ class WebServer {
   bool running_ = false;
 };
 
-// What the program writes to standard output, started by hand with the given environment entries
-// and nothing else; `input` is its standard input. `status` receives its exit status.
-std::string run_program(const std::string& environment, const std::string& input, int* status);
+// What a program writes to standard output, started by hand with the given environment entries
+// and nothing else; `input` is its standard input. `status` receives its exit status, below 0 a
+// signal's number. `before` is shell text that prepares the process.
+std::string run_program(const std::string& environment, const std::string& input, int* status,
+                        const std::string& program = TARNEL_PROGRAM,
+                        const std::string& before = "");
 
 }  // namespace tarnel::testing

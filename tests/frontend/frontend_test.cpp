@@ -52,7 +52,7 @@ TEST_F(FrontEnd, EscapesGiveBytesAlsoWhenTheyAreBroken) {
   const std::pair<std::string, std::string> cases[] = {
       {"a%3Db=c", "a=b=c"}, {"1+%2B+2", "1 + 2"}, {"%e5%E4", "\xE5\xE4"},
       {"x%", "x\xD0"},      {"x%4", "x\x10"},     {"%00z", std::string("\0z", 2)},
-      {"%zz", "\x53"},      {"100%25", "100%"},
+      {"%zz", "\x53"},      {"100%25", "100%"},   {"%+1%1+", std::string("\1\0", 2)},
   };
   for (const auto& [sent, decoded] : cases) EXPECT_EQ(decode_field(sent), decoded) << sent;
 }
@@ -141,7 +141,7 @@ TEST_F(FrontEnd, TheStateObjectKeepsNamesAndGivesThemBack) {
 
 TEST_F(FrontEnd, PrintableFormsByType) {
   const std::pair<Var*, const char*> cases[] = {
-      {TMP_NUM(1.5, 2), "C 1.5"},  {TMP_INT(7), "C 7"},
+      {TMP_NUM(1.5, 2), "C 1.5"},   {TMP_INT(7), "C 7"},
       {TMP_STR("x"), "C x"},        {TMP_LOG(true), "C .T."},
       {texts({}), "C <array>"},     {true_block(), "C <block>"},
       {nil_value(), "C <unknown>"}, {CALL_SIMPLE(errornew), "C <object>"}};

@@ -154,11 +154,7 @@ Var* di_error(std::int32_t argc, Var** argv) {
   Var* error = arg_is(argc, argv, 1, "O") ? argv[1] : dbf.errorTemplate;
   if (error == nullptr) return false_value();
   if (arg_is(argc, argv, 2, "C")) put_ivar(error, "descriptio", argv[2]);
-  Var* block = errorblock(0, nullptr);
-  if (is_block(block))
-    run_block_with(block, error);
-  else
-    deferror(1, &error);
+  evaluate_error_block(error);
   return nil_value();
 }
 

@@ -1,0 +1,177 @@
+// tnsh as a process: signals, descriptors, the terminal. What it evaluates is in the transcripts.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kSeconds = 60;  // after which a program that hangs is ended
+constexpr const char* kMakeTable =
+    "dbcreate('t', {{'a', 'C', 10, 0}})\ndbusearea(.f., , 't', , .f.)\ndbappend()\nt->a := "
+    "'kept'\n";
+constexpr const char* kEndless = "aeval(array(60000), {|| aeval(array(60000), {|| 1})})\n";
+
+class Console : public ::testing::Test {
+ protected:
+  Console() {
+    std::string pattern = (fs::temp_directory_path() / "console.XXXXXX").string();
+    directory_ = mkdtemp(pattern.data());
+  }
+  ~Console() override {
+    end();
+    fs::remove_all(directory_);
+  }
+
+  // Starts it by the shell in the test's directory, its input and output a pipe each or a terminal.
+  void start(const std::string& command, bool terminal = false) {
+    const int master = terminal ? posix_openpt(O_RDWR | O_NOCTTY) : -1;
+    int to[2] = {-1, -1}, from[2] = {-1, -1};
+    ASSERT_EQ(terminal ? grantpt(master) | unlockpt(master) : pipe(to) | pipe(from), 0);
+    child_ = fork();
+    if (child_ == 0) {
+      setsid();
+      if (terminal) to[0] = from[1] = open(ptsname(master), O_RDWR);
+      dup2(to[0], STDIN_FILENO);
+      dup2(from[1], STDOUT_FILENO);
+      dup2(from[1], STDERR_FILENO);
+      for (const int fd : {to[0], to[1], from[0], from[1], master})
+        if (fd > STDERR_FILENO) close(fd);
+      alarm(kSeconds);
+      setenv("TERM", "dumb", 1);
+      setenv("HOME", directory_.c_str(), 1);
+      const std::string text = "cd " + directory_.string() + "\n" + command;
+      execl("/bin/sh", "sh", "-c", text.c_str(), static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    for (const int fd : {to[0], from[1]})
+      if (fd >= 0) close(fd);
+    in_ = terminal ? master : to[1];
+    out_ = terminal ? dup(master) : from[0];
+  }
+  void type(const std::string& text) {
+    ASSERT_EQ(write(in_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  // What it writes until a text comes, or its end.
+  std::string read_to(const std::string& end) {
+    std::string all;
+    char c;
+    while ((end.empty() || !all.ends_with(end)) && read(out_, &c, 1) == 1) all += c;
+    return all;
+  }
+  // Its exit status, below 0 a signal's number.
+  int end() {
+    for (int* fd : {&in_, &out_})
+      if (*fd >= 0) close(std::exchange(*fd, -1));
+    int status = -1;
+    if (child_ > 0) waitpid(std::exchange(child_, -1), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+  std::string output_of(const std::string& command) {
+    start(command);
+    const std::string output = read_to("");
+    end();
+    return output;
+  }
+  std::string records() {
+    return output_of(TARNEL_CONSOLE
+                     " -e \"dbusearea(.f., , 't', , .t.)\" -e 'reccount()' -e 't->a'");
+  }
+
+  fs::path directory_;
+  pid_t child_ = -1;
+  int in_ = -1, out_ = -1;
+};
+
+constexpr const char* kKept = ".T.\n      1\nkept      \n";
+
+TEST_F(Console, SignalsLeaveByTheExitRoadWithTablesAndOutput) {
+  for (const bool terminal : {false, true})
+    for (const bool running : {false, true})
+      for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        if (terminal && number == SIGINT) continue;
+        SCOPED_TRACE(std::to_string(number) + (terminal ? " at a prompt" : "") +
+                     (running ? " in an expression" : ""));
+        start("rm -f t.dbf; exec " TARNEL_CONSOLE, terminal);
+        type(kMakeTable);
+        if (terminal) read_to("kept      ");
+        type("'re' + 'ady'\n");
+        read_to("ready");
+        if (running) {
+          type(kEndless);
+          usleep(50'000);
+        }
+        kill(child_, number);
+        read_to("");
+        EXPECT_EQ(end(), 128 + number);
+        EXPECT_EQ(records(), kKept);
+      }
+}
+
+TEST_F(Console, AnInterruptAtThePromptCancelsOneLine) {
+  start("exec " TARNEL_CONSOLE, true);
+  type(kMakeTable);
+  type("'re' + 'ady'\n");
+  read_to("ready\r\ntnsh> ");
+  type("7 + ");
+  read_to("7 + ");
+  type("\x03");
+  EXPECT_EQ(read_to("tnsh> "), "^C\r\ntnsh> ");
+  type(kEndless);
+  read_to("{|| 1})})\r\n");
+  usleep(50'000);
+  type("\x03");
+  EXPECT_NE(read_to("tnsh> ").find("error 335: BREAK unexpected;interrupted\r\n"),
+            std::string::npos);
+  type("100 + reccount()\n");
+  EXPECT_NE(read_to("tnsh> ").find("       101\r\n"), std::string::npos);
+  type(".quit\n");
+  read_to("");
+  EXPECT_EQ(end(), 1);
+  EXPECT_EQ(records(), kKept);
+}
+
+TEST_F(Console, AReaderThatGoesAwayIsAnErrorAndNotAnEnd) {
+  std::ofstream(directory_ / "script") << kMakeTable;
+  EXPECT_EQ(output_of("{ (" TARNEL_CONSOLE " script; echo $? >&2) | true; } 2>&1"),
+            "warning 104: file write error;Write error on standard output\n1\n");
+  EXPECT_EQ(records(), kKept);
+}
+
+TEST_F(Console, OddDescriptorsAreRead) {
+  const std::pair<const char*, const char*> cases[] = {
+      {TARNEL_CONSOLE " <&-; echo $?", "0\n"},
+      {TARNEL_CONSOLE " -e 1 >&-; echo $?", "0\n"},
+      {"echo 7 | " TARNEL_CONSOLE " 2>&-", "         7\n"},
+      // Its input doesn't block, and neither does its output: the reader is late for more than a pipe.
+      {"python3 -c 'import os; os.set_blocking(0, False); os.set_blocking(1, False);"
+       "os.execv(\"" TARNEL_CONSOLE "\", [\"tnsh\"])' < fifo | (sleep 0.3; wc -c) &"
+       "(sleep 0.2; echo \"replicate('x', 300000)\") > fifo; wait",
+       "300001\n"},
+      {"OVTERM=vt100 TERM=xterm " TARNEL_CONSOLE " -e 'getenv(\"TERM\")'", "vt100\n"},
+      {TARNEL_CONSOLE " -e '__shutdown()' -e '1 # \"1\"' -e 5 2>/dev/null; echo $?", "NIL\n1\n"},
+  };
+  ASSERT_EQ(mkfifo((directory_ / "fifo").c_str(), 0600), 0);
+  for (const auto& [command, output] : cases) EXPECT_EQ(output_of(command), output) << command;
+}
+
+// An order built under a locale with other letters is the one that every process reads.
+TEST_F(Console, LettersAreThoseOfTheCLocaleAlsoAtThePrompt) {
+  ASSERT_EQ(system(("localedef -i de_DE -f ISO-8859-1 " + (directory_ / "latin").string()).c_str()),
+            0);
+  start("LOCPATH=. LC_ALL=latin exec " TARNEL_CONSOLE, true);
+  read_to("tnsh> ");
+  type("asc(upper(chr(228)))\n");
+  EXPECT_NE(read_to("tnsh> ").find("       228\r\n"), std::string::npos);
+}
+
+}  // namespace
