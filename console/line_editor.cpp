@@ -1,15 +1,13 @@
 #include "console/line_editor.h"
 
 #include <histedit.h>
-#include <signal.h>
+#include <locale.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <clocale>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +17,8 @@
 #include "console/table_commands.h"
 #include "core/modules.h"
 #include "core/output.h"
+#include "core/sequence.h"
+#include "core/signals.h"
 #include "core/symbols.h"
 
 namespace tarnel {
@@ -57,7 +57,8 @@ void complete_variable(std::string_view beginning, Names& names) {
 }
 
 // What a word may become; the layers of names are asked in this order.
-constexpr void (*kSources[])(std::string_view, Names&) = {complete_variable, complete_function, complete_table_name};
+constexpr void (*kSources[])(std::string_view, Names&) = {complete_variable, complete_function,
+                                                          complete_table_name};
 
 // The end of the line before the cursor that is one name, or the whole of it for a dot command.
 std::string_view word_before(std::string_view line) {
@@ -123,27 +124,29 @@ std::string history_file() {
   return home != nullptr && *home != 0 ? std::string(home) + "/.tnsh_history" : std::string();
 }
 
-void ignore_signal(int) {}
-
-// While a line is read SIGINT only drops it; while one runs it ends the program.
-class InterruptDropsLine {
+// The editor reads characters as the user's locale has them. While one of these lives it is set; the
+// runtime has the letters of the C locale always, so that orders don't depend on who built them.
+class UserLocale {
  public:
-  InterruptDropsLine() {
-    struct sigaction drop = {};
-    drop.sa_handler = ignore_signal;
-    sigaction(SIGINT, &drop, &saved_);
-  }
-  ~InterruptDropsLine() { sigaction(SIGINT, &saved_, nullptr); }
-  InterruptDropsLine(const InterruptDropsLine&) = delete;
-  InterruptDropsLine& operator=(const InterruptDropsLine&) = delete;
+  UserLocale() : former_(uselocale(users())) {}
+  ~UserLocale() { uselocale(former_); }
+  UserLocale(const UserLocale&) = delete;
+  UserLocale& operator=(const UserLocale&) = delete;
 
  private:
-  struct sigaction saved_ = {};
+  // 0, which changes nothing, where the environment names no locale that is there.
+  static locale_t users() {
+    static const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+    return locale;
+  }
+  const locale_t former_;
 };
 
 class LineEditor {
  public:
-  LineEditor() : editor_(el_init("tnsh", stdin, stdout, stderr)), history_(history_init()) {
+  LineEditor() {
+    const UserLocale locale;
+    editor_ = el_init("tnsh", stdin, stdout, stderr);
     HistEvent event;
     history(history_, &event, H_SETSIZE, kHistoryLines);
     history(history_, &event, H_SETUNIQUE, 1);
@@ -163,19 +166,16 @@ class LineEditor {
   LineEditor(const LineEditor&) = delete;
   LineEditor& operator=(const LineEditor&) = delete;
 
-  // False at the end of the input.
+  // False at the end of the input. An interrupt drops what was typed, other signals are answered.
   bool read(std::string& line) {
     for (;;) {
-      int n = 0;
-      const InterruptDropsLine drops;
-      const char* text = el_gets(editor_, &n);
-      if (text != nullptr && n > 0) {
-        line.assign(text, static_cast<std::size_t>(n));
-        return true;
+      if (get(line)) return true;
+      if (!signal_waits()) return false;
+      if (take_interrupt()) {
+        el_reset(editor_);
+        write_fully(STDOUT_FILENO, "^C\n");
       }
-      if (n >= 0 || errno != EINTR) return false;
-      el_reset(editor_);
-      write_fully(STDOUT_FILENO, "^C\n");
+      look_at_signals();
     }
   }
 
@@ -188,22 +188,35 @@ class LineEditor {
   }
 
  private:
-  EditLine* const editor_;
-  History* const history_;
+  // False at the end, or when a signal came.
+  bool get(std::string& line) {
+    const UserLocale locale;
+    int n = 0;
+    const char* text = el_gets(editor_, &n);
+    if (text == nullptr || n <= 0) return false;
+    line.assign(text, static_cast<std::size_t>(n));
+    return true;
+  }
+
+  EditLine* editor_ = nullptr;
+  History* const history_ = history_init();
   const std::string file_ = history_file();
 };
 
 }  // namespace
 
 void run_interactive() {
-  std::setlocale(LC_CTYPE, "");
+  set_interrupt_answer(InterruptAnswer::kCancel);
   LineEditor editor;
   std::string line;
   bool goes_on = true;
   while (goes_on && editor.read(line)) {
     editor.remember(line);
-    goes_on = run_line(line);
-    flush_output();
+    // An interrupt breaks off what the line runs, and no more than that.
+    in_sequence([&] {
+      goes_on = run_line(line);
+      flush_output();
+    });
   }
   if (goes_on) write_fully(STDOUT_FILENO, "\n");
 }
