@@ -1,10 +1,8 @@
 #include "frontend/request.h"
 
-#include <pwd.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -12,6 +10,7 @@
 #include "core/frame.h"
 #include "core/output.h"
 #include "core/settings.h"
+#include "frontend/account.h"
 #include "frontend/form.h"
 #include "frontend/log.h"
 #include "frontend/state_object.h"
@@ -32,25 +31,6 @@ void store_pair(Var* pair, std::string_view name, std::string_view value) {
   SET_STR(element(pair, 2), value);
 }
 
-// Looked up in the password file first: the way through the name service's configuration and daemon
-// costs as much as a page, and leads to that file almost everywhere.
-const passwd* account_of(uid_t uid) {
-  if (std::FILE* file = std::fopen("/etc/passwd", "re"); file != nullptr) {
-    const passwd* entry;
-    do entry = fgetpwent(file);
-    while (entry != nullptr && entry->pw_uid != uid);
-    std::fclose(file);
-    if (entry != nullptr) return entry;
-  }
-  return getpwuid(uid);
-}
-
-// The account's name; the number of an account that has none.
-std::string user_name() {
-  const passwd* account = account_of(getuid());
-  return account != nullptr ? account->pw_name : std::to_string(getuid());
-}
-
 // [name, value] for each entry of the environment, and three pairs of our own behind them.
 Var* make_environment_array() {
   std::int32_t entries = 0;
@@ -67,7 +47,7 @@ Var* make_environment_array() {
     if (equals != std::string_view::npos)
       store_pair(element(env, used + 1), entry.substr(0, equals), entry.substr(equals + 1));
   }
-  const std::string user = user_name();
+  const std::string user = account_name(getuid());
   log_line("user is %s", user.c_str());
   store_pair(element(env, ++used), "TARNEL_USER", user);
   store_pair(element(env, ++used), "TARNEL_RELEASE", "1.10");

@@ -1,9 +1,14 @@
 // The form decoder, the toolkit's output, the state object, the parts of the error page.
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 
 #include "core/classes.h"
 #include "core/error_object.h"
 #include "core/output.h"
+#include "frontend/account.h"
 #include "frontend/error_page.h"
 #include "frontend/form.h"
 #include "frontend/log.h"
@@ -66,6 +71,40 @@ TEST_F(FrontEnd, LengthsAreReadAsNumbersWithinBounds) {
 TEST_F(FrontEnd, LoggedTextsActOnlyOnDirectivesWithoutArguments) {
   errno = ENOENT;
   EXPECT_EQ(plain_format("100%% %m %s%n %"), "100% No such file or directory %s%n %");
+}
+
+TEST_F(FrontEnd, AccountsAreNamedByTheFileThenByTheProgramInTime) {
+  const std::filesystem::path directory = ::testing::TempDir() + "accounts";
+  std::filesystem::create_directories(directory);
+  const auto script = [&](const char* name, const char* text) {
+    const std::string path = directory / name;
+    std::ofstream(path) << "#!/bin/sh\n" << text;
+    chmod(path.c_str(), 0755);
+    return path;
+  };
+  const std::string answers =
+                        script("answers", "[ \"$1 $3\" = 'passwd ' ] && echo \"u$2:x:$2:\"\n"),
+                    hangs = script("hangs", "exec sleep 20\n"),
+                    floods = script("floods", "exec yes\n");
+  const std::string file = directory / "passwd";
+  std::ofstream(file) << "root:x:0:0::/:/bin/sh\n\nbroken\nada:x:1700:100:Ada:/home:/bin/sh";
+  const struct {
+    uid_t uid;
+    const char* file;
+    const char* programs[2];
+    int patience;
+    const char* name;
+  } cases[] = {{1700, file.c_str(), {answers.c_str(), "/none"}, 9000, "ada"},
+               {1701, file.c_str(), {answers.c_str(), "/none"}, 9000, "u1701"},
+               {1701, "/none", {"/none", answers.c_str()}, 9000, "u1701"},
+               {1701, "/none", {"/none", "/none"}, 9000, "1701"},
+               {4294967294U, "/none", {hangs.c_str(), "/none"}, 200, "4294967294"},
+               {7, "/none", {floods.c_str(), "/none"}, 9000, "7"}};
+  for (const auto& c : cases)
+    EXPECT_EQ(
+        account_name(
+            c.uid, {c.file, {c.programs[0], c.programs[1]}, std::chrono::milliseconds(c.patience)}),
+        c.name);
 }
 
 // --- Toolkit.
