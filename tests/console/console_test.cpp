@@ -125,7 +125,7 @@ TEST_F(Console, AnInterruptAtThePromptCancelsOneLine) {
   type("7 + ");
   read_to("7 + ");
   type("\x03");
-  EXPECT_EQ(read_to("tnsh> "), "^C\r\ntnsh> ");
+  EXPECT_TRUE(read_to("tnsh> ").ends_with("^C\r\ntnsh> "));
   type(kEndless);
   read_to("{|| 1})})\r\n");
   usleep(50'000);
