@@ -109,7 +109,9 @@ Callable quick_method(const Var* object, std::string_view name) {
 
 void attach(WorkArea* area, Var* object, std::string_view alias) {
   set_alias(area, alias);
-  HOLD_VAR(&area->owner.object, object);
+  // A cell of its own: the caller's may be a variable that is given another value.
+  area->owner.object = NEW_VAR('N', 'U');
+  CPY_VAR(area->owner.object, object);
   ++area->refs;
   area->methods = class_of(object)->functions().data();
   area->owner.get = quick_method(object, "quickfieldget");

@@ -1,6 +1,8 @@
 // The class dbfidx: its table of methods, its objects, their private record.
 #include "db/dbfidx/dbfidx.h"
 
+#include <utility>
+
 #include "core/errors.h"
 #include "core/frame.h"
 #include "db/dbfidx/method/methods.h"
@@ -42,6 +44,14 @@ std::int32_t& word_of(const Var* object, CursorCell cell) {
   return cursor_cell(object, cell)->i;
 }
 
+// Frees the record of an object that is gone, with those that had to wait: see CallOut.
+void retire(DbfIdx* dbf) {
+  static std::vector<DbfIdx*> waiting;
+  waiting.push_back(dbf);
+  if (CallOut::under_way()) return;
+  for (DbfIdx* gone : std::exchange(waiting, {})) delete gone;
+}
+
 }  // namespace
 
 const ClassDescriptor& dbfidx_class() {
@@ -54,7 +64,7 @@ const ClassDescriptor& dbfidx_class() {
 }
 
 DbfIdx::DbfIdx(Var* server)
-    : object(server),
+    : object(NEW_VAR('n', 'O')),
       bofFlag(word_of(server, kBofFlag)),
       eofFlag(word_of(server, kEofFlag)),
       orderCount(word_of(server, kOrderCount)),
@@ -65,11 +75,14 @@ DbfIdx::DbfIdx(Var* server)
     cells_[i] = cursor_cell(server, static_cast<CursorCell>(i));
     ++cells_[i]->refs;
   }
+  object->shared = server->shared;
   ring = this;
 }
 
 DbfIdx::~DbfIdx() {
   UNHOLD_VAR(&errorTemplate);
+  object->type = 'U';
+  DEL_VAR(object);
   for (Var* cell : cells_) DEL_VAR(cell);
 }
 
@@ -77,6 +90,14 @@ void DbfIdx::reset() {
   static_cast<OpenTable&>(*this) = OpenTable();
   ring = this;
   bofFlag = eofFlag = orderCount = lastRec = currentOrder = recNo = 0;
+}
+
+KeepObject::KeepObject(Var* object) : cell_(NEW_VAR('N', 'U')) {
+  CPY_VAR(cell_, object);
+}
+
+KeepObject::~KeepObject() {
+  DEL_VAR(cell_);
 }
 
 DbfIdx& make_private_area(Var* object) {
@@ -91,7 +112,8 @@ Var* di_axit(std::int32_t, Var** argv) {
   auto* dbf = static_cast<DbfIdx*>(cell->raw);
   close_table(*dbf);
   SET_PTR(cell, nullptr);
-  delete dbf;
+  dbf->object->type = 'U';  // whoever still has the record sees that its object is gone
+  retire(dbf);
   return nil_value();
 }
 

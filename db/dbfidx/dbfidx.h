@@ -163,7 +163,11 @@ struct DbfIdx : OpenTable {
   Var* cells_[kCursorCells - 1];  // a reference to each cell of the cursor
 
  public:
-  Var* const object;  // the driver object; not counted, it owns this record
+  // A cell for the driver object. It does not count: the object owns this record.
+  Var* const object;
+  // Another one whenever the table was opened or closed: what ran code of the language, or reported
+  // an error, looks whether its table is still the one it began with.
+  std::uint32_t generation = 1;
 
   // The cursor. These words are the contents of the object's cells.
   std::int32_t& bofFlag;
@@ -177,9 +181,6 @@ struct DbfIdx : OpenTable {
   Var* errorTemplate = nullptr;
 };
 
-// The private record of a driver object, made at the first call. REQUIRES: object is of class
-// dbfidx.
-DbfIdx& dbf_of(Var* object);
 inline Var* cursor_cell(const Var* object, CursorCell cell) {
   return object->shared->elements[2 + kServerInstanceCount + static_cast<std::size_t>(cell)];
 }
@@ -192,6 +193,34 @@ inline DbfIdx& dbf_of(Var* object) {
                                                    : make_private_area(object);
 }
 const ClassDescriptor& dbfidx_class();
+
+// Keeps a driver object, and with it the private record, for the life of the guard.
+class KeepObject {
+ public:
+  explicit KeepObject(Var* object);
+  ~KeepObject();
+  KeepObject(const KeepObject&) = delete;
+  KeepObject& operator=(const KeepObject&) = delete;
+
+ private:
+  Var* const cell_;
+};
+
+// Around code of the language that an operation of the driver runs: a block, a handler of errors.
+// It may close the table or drop its object; what the operation still looks at when the code has
+// come back (or has left by break) is freed only when no operation waits for such code any more.
+class CallOut {
+ public:
+  CallOut() { ++depth_; }
+  ~CallOut() { --depth_; }
+  CallOut(const CallOut&) = delete;
+  CallOut& operator=(const CallOut&) = delete;
+
+  static bool under_way() { return depth_ > 0; }
+
+ private:
+  inline static int depth_ = 0;
+};
 // Head of the chain of open tables, linked by nextOpen.
 DbfIdx*& open_tables();
 
@@ -276,6 +305,8 @@ bool seek_by_block(DbfIdx& dbf, Var* block);
 bool readLock(DbfIdx& dbf);
 bool writeLock(DbfIdx& dbf);
 void unlockInternal(DbfIdx& dbf);
+// Gives the internal lock back however deep it is nested.
+void drop_internal(DbfIdx& dbf);
 int lockRecord(DbfIdx& dbf, std::int32_t n);    // 0 held, -1 refused; does not wait
 int unlockRecord(DbfIdx& dbf, std::int32_t n);  // 0 released or not held, -1 failed
 int lockFile(DbfIdx& dbf);
@@ -301,13 +332,15 @@ int other_holders(const DbfIdx& dbf);
 
 // The internal lock as a guard; there is nothing to guard on a table in exclusive use.
 enum class LockMode : bool { kShared, kExclusive };
-class InternalLock {
+class [[nodiscard]] InternalLock {
  public:
   InternalLock(DbfIdx& dbf, LockMode mode)
       : dbf_(dbf.exclusive() ? nullptr : &dbf),
+        generation_(dbf.generation),
         held_(dbf_ == nullptr || (mode == LockMode::kExclusive ? writeLock(dbf) : readLock(dbf))) {}
+  // A table that was closed under it has given the lock back; what was opened since is another one.
   ~InternalLock() {
-    if (dbf_ != nullptr && held_ && dbf_->isOpen()) unlockInternal(*dbf_);
+    if (dbf_ != nullptr && held_ && dbf_->generation == generation_) unlockInternal(*dbf_);
   }
   InternalLock(const InternalLock&) = delete;
   InternalLock& operator=(const InternalLock&) = delete;
@@ -316,6 +349,7 @@ class InternalLock {
 
  private:
   DbfIdx* const dbf_;
+  const std::uint32_t generation_;
   const bool held_;
 };
 

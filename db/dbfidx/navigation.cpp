@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <optional>
 
-#include "core/blocks.h"
 #include "core/settings.h"
-#include "core/stacks.h"
 #include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/order/orders.h"
 #include "db/dbfidx/relations.h"
 #include "db/dbfidx/table_errors.h"
@@ -229,15 +228,7 @@ bool visible(DbfIdx& dbf) {
     if (dbf.recNo != dbf.bufferedRec) fetchRecord(dbf, dbf.recNo);
     if (marked_deleted(dbf)) return false;
   }
-  if (dbf.filterBlock == nullptr) return true;
-  const std::int32_t mark = temp_top();
-  std::optional<AreaScope> in;
-  if (dbf.area != nullptr && dbf.area != current_area()) in.emplace(dbf.area);
-  const Var* result = run_block_with(dbf.filterBlock);
-  const bool passes = result != nullptr && is_number_or_logical(result) && truth_of(result);
-  in.reset();
-  POP_TEMPS(mark);
-  return passes && dbf.isOpen();
+  return dbf.filterBlock == nullptr || (condition_holds(dbf, dbf.filterBlock) && dbf.isOpen());
 }
 
 void goRecord(DbfIdx& dbf, std::int32_t n) {

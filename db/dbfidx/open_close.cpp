@@ -356,6 +356,7 @@ bool open_table(DbfIdx& dbf, const OpenRequest& request) {
     bbneterr(true);
     return false;
   }
+  ++dbf.generation;
   dbf.flags = static_cast<std::uint8_t>(kOpen | (dbf.flags & kReadOnly));
   if (request.exclusive) dbf.flags |= kExclusive;
   if (request.internal) dbf.flags |= kInternalOpen;
@@ -373,7 +374,7 @@ bool open_table(DbfIdx& dbf, const OpenRequest& request) {
 void close_table(DbfIdx& dbf) {
   if (dbf.is(kClosed)) return;
   const InterruptHold hold;
-  ++dbf.object->refs;  // the area may hold the last reference
+  const KeepObject keep(dbf.object);  // the area may hold the last reference
   {
     const InternalLock lock(dbf, LockMode::kExclusive);
     commitRecord(dbf);
@@ -384,14 +385,15 @@ void close_table(DbfIdx& dbf) {
     unlockAll(dbf);
     finish_exclusive(dbf);
   }
+  drop_internal(dbf);  // an operation may be on its way above
   leave_ring(dbf);
   const bool internal = dbf.is(kInternalOpen);
   if (!internal) detach_field_cells(dbf);
   sync_now_and_then();
   give_up_files(dbf);
   dbf.reset();
+  ++dbf.generation;
   if (!internal) remove_server(dbf.object);
-  DEL_VAR(dbf.object);
 }
 
 bool create_table(DbfIdx& dbf, std::string_view file, const Var* rows, const Var* mode) {

@@ -93,10 +93,11 @@ std::string table_error_text(TableError which, std::initializer_list<Fact> facts
 void dxerror(DbfIdx& dbf, TableError which, std::initializer_list<Fact> facts, SourceLine where) {
   const ErrorGuard guard;
   set_last_error(row(which).code);
-  if (errors_held()) return;
+  if (errors_held() || dbf.object->type != 'O') return;
   const std::int32_t mark = temp_top();
   if (dbf.errorTemplate == nullptr) HOLD_VAR(&dbf.errorTemplate, error_class().make());
   fill_template(dbf.errorTemplate, row(which), table_error_text(which, facts), where);
+  const CallOut out;
   Var* argv[] = {dbf.object, dbf.errorTemplate};
   csdometh("error", server_slot("error"), 0, 2, argv);
   POP_TEMPS(mark);

@@ -234,6 +234,12 @@ void unlockInternal(DbfIdx& dbf) {
   if (!released) dxerror(dbf, TableError::kInternalUnlock);
 }
 
+void drop_internal(DbfIdx& dbf) {
+  if (dbf.readLocks == 0 && dbf.writeLocks == 0) return;
+  (dbf.readLocks > 0 ? dbf.readLocks : dbf.writeLocks) = 1;
+  unlockInternal(dbf);
+}
+
 // --- Record and file locks.
 
 bool holds_record(const DbfIdx& dbf, std::int32_t n) {

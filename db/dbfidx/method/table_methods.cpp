@@ -115,6 +115,7 @@ Var* di_init(std::int32_t argc, Var** argv) {
     dxerror(dbf, TableError::kInitFileName);
     return argv[0];
   }
+  const KeepObject keep(argv[0]);
   close_table(dbf);
   const bool select_free = argc < 7 || is_nil(argv[6]) || is_true(argc, argv, 6);
   if (select_free || current_server() != nullptr) select_free_area();
@@ -127,10 +128,7 @@ Var* di_init(std::int32_t argc, Var** argv) {
 }
 
 Var* di_close(std::int32_t, Var** argv) {
-  Var* object = argv[0];
-  ++object->refs;
-  close_table(dbf_of(object));
-  DEL_VAR(object);
+  close_table(dbf_of(argv[0]));
   return true_value();
 }
 
@@ -144,6 +142,7 @@ Var* di_createdb(std::int32_t argc, Var** argv) {
     dxerror(dbf, TableError::kCreateArgumentType);
     return false_value();
   }
+  const KeepObject keep(argv[0]);
   close_table(dbf);
   const Var* mode = arg_is(argc, argv, 3, kNumber) ? argv[3] : nullptr;
   return logical(create_table(dbf, text_of(argv[1]), argv[2], mode));

@@ -70,6 +70,7 @@ bool ask_block(DbfIdx& dbf, IndexControl& index, Var* block, bool& wanted) {
   const std::int32_t mark = temp_top();
   Var* key = dbf.eofFlag == 0 && index.tree.on_key() ? key_value(index.tree.key(), index.header())
                                                      : blank_key(index.header());
+  const CallOut out;
   const Var* result = run_block_with(block, key, TMP_INT(dbf.recNo));
   wanted = is_number_or_logical(result) && truth_of(result);
   POP_TEMPS(mark);

@@ -122,6 +122,7 @@ void settle(DbfIdx& dbf, IndexControl& index) {
 }
 
 Var* run_in_area(DbfIdx& dbf, Var* block) {
+  const CallOut out;
   std::optional<AreaScope> in;
   if (dbf.area != nullptr && dbf.area != current_area()) in.emplace(dbf.area);
   return run_block_with(block);
