@@ -25,6 +25,7 @@ struct AreaState {
   WorkArea* current = nullptr;
   WorkArea* list = nullptr;
   bool neterr = false;
+  std::string_view wanted;  // see WantedAlias
 } state;
 
 std::string upper(std::string_view text) {
@@ -175,7 +176,10 @@ int take_alias(Var* object, std::string_view wanted, std::string* given) {
   if (!check_server(object)) return -1;
   bool changed = false;
   const std::string alias = unique_alias(object, wanted, changed);
-  if (is_illegal_alias(alias)) return -1;
+  if (is_illegal_alias(alias)) {
+    RT_ERROR(342, alias);
+    return -1;
+  }
   WorkArea* area = area_by_server(object);
   if (area != nullptr) {
     if (area->registered) clear_slot(area);
@@ -386,8 +390,15 @@ void ogpopar(WorkArea* saved) {
   if (left != nullptr && left != saved) free_if_unused(left);
 }
 
+WantedAlias::WantedAlias(std::string_view alias) : former_(std::exchange(state.wanted, alias)) {}
+WantedAlias::~WantedAlias() {
+  state.wanted = former_;
+}
+
 int ogannali(Var* object, std::string_view file, std::string* alias) {
-  return take_alias(object, base_alias(file), alias);
+  const std::string base = base_alias(file);
+  if (!is_illegal_alias(base) || state.wanted.empty()) return take_alias(object, base, alias);
+  return rename_alias(object, state.wanted, alias);
 }
 
 int rename_alias(Var* object, std::string_view alias, std::string* given) {

@@ -75,10 +75,21 @@ class AreaScope {
   WorkArea* saved_ = nullptr;
 };
 
+// For the life of the guard a table whose file's name makes no legal alias is opened under this one.
+class WantedAlias {
+ public:
+  explicit WantedAlias(std::string_view alias);
+  ~WantedAlias();
+  WantedAlias(const WantedAlias&) = delete;
+  WantedAlias& operator=(const WantedAlias&) = delete;
+
+ private:
+  std::string_view former_;
+};
+
 // Attaches a driver object, newly opened on `file`, to the current area under an alias made of the
 // file's base name, or renames the area that holds it. `alias` receives the alias in force.
-// 1: the alias had to be changed to be unique, 0: not, -1: errors 317, 338, 342 or an illegal
-// alias.
+// 1: the alias had to be changed to be unique, 0: not, -1: errors 317, 338, 342.
 int ogannali(Var* object, std::string_view file, std::string* alias);
 // Gives the area of a server another alias, made unique; same results.
 int rename_alias(Var* object, std::string_view alias, std::string* given);

@@ -133,6 +133,7 @@ Var* dbusearea(std::int32_t argc, Var** argv) {
   if (!as_new && current_server() != nullptr)
     front_call(current_server(), {"close", kMethod}, 0, nullptr);
   std::vector<Var*> passed = factory_arguments(argc, argv);
+  const WantedAlias alias(wanted);
   bbneterr(false);
   Var* object = CALL_VECTOR(factory, static_cast<std::int32_t>(passed.size()), passed.data());
   if (object->type != 'O') return fail_open();

@@ -25,7 +25,10 @@
 #include "db/area.h"
 #include "db/dataserver.h"
 #include "db/dbfidx/format/format_dbf.h"
+#include "db/dbfidx/record/record_buffer.h"
 #include "db/dbfidx/record/record_window.h"
+#include "db/dbfidx/record/records.h"
+#include "db/dbfidx/record/table_header.h"
 #include "db/mapped_file.h"
 
 namespace tarnel {
@@ -84,35 +87,23 @@ struct OpenTable {
   std::string fileName;
   std::uint8_t flags = kClosed;  // TableFlag; kFileLocked is changed by locks.cpp
   bool lock40 = false;           // the lock scheme: the one in force when the table was opened
-  std::uint16_t headerSize = 0;
   std::uint16_t recordSize = 0;
   std::int32_t fieldCount = 0;
   int dbfFd = -1;
   int dbtFd = 0;  // 0: no memo file
   std::uint64_t device = 0, inode = 0;
-  std::vector<std::uint8_t> header;  // as in the file, but see kFieldOffset
   std::vector<dbf::Field> fields;
   std::vector<Var*> fieldCells;            // empty for an internal open
   std::vector<std::int32_t> fieldSymbols;  // the Symbol under which each cell is listed, -1 none
   WorkArea* area = nullptr;
   std::string aliasName;
 
-  // The record buffer. `record` has a NUL behind its recordSize bytes.
-  std::vector<std::uint8_t> record;
-  std::vector<std::uint8_t> backup;  // the record before its first change; empty until needed
-  // A field's cell holds the value of the buffered record when its entry is the buffer's.
-  std::vector<std::uint64_t> fieldStamps;
-  std::uint64_t bufferStamp = 1;   // another one whenever the buffer was filled
-  std::int32_t bufferedRec = 0;    // record in `record`, 0 none
-  std::int32_t prefetchedRec = 0;  // record in `record` that counts as buffered only once asked for
-  bool dirty = false;              // the buffer differs from the file
+  TableHeader header;
+  RecordBuffer buffer;
+  std::vector<std::uint64_t> fieldStamps;  // a cell has the buffer's value when its stamp is equal
   bool found = false;
   bool appended = false;  // in exclusive use, since it was opened
   bool changed = false;   // a record or the header was written since it was opened
-  // What was read or written under the internal lock now held need not be read again.
-  bool headerFresh = false;
-  std::int32_t freshRec = 0;
-  std::uint8_t pendingChanges = 0;
   MappedFile mapped;    // shared use: reads without a system call
   RecordWindow window;  // exclusive use: records read ahead or not yet written
 
@@ -224,56 +215,17 @@ class CallOut {
 // Head of the chain of open tables, linked by nextOpen.
 DbfIdx*& open_tables();
 
-// --- Records (records.cpp)
-// Reads record n into the buffer; above lastRec the phantom. Errors 1, 103, 413.
-void fetchRecord(DbfIdx& dbf, std::int32_t n);
-// Brings the record under the cursor into the buffer, after committing a dirty one, under the read
-// lock. onlyIfMoved: only if the buffer holds another record.
-void refreshRecord(DbfIdx& dbf, bool onlyIfMoved);
-// Writes a dirty buffer and the keys that changed. True if it wrote. Errors 104, 325, 334.
-bool commitRecord(DbfIdx& dbf);
-// Writes the buffer as record n. True if it wrote. Errors 104, 325, 334, 413.
-bool writeRecord(DbfIdx& dbf, std::int32_t n);
-// Past the end: a blank buffer, eofFlag, recNo = lastRec + 1.
-void phantom(DbfIdx& dbf);
-// May the record under the cursor be changed now? 0 yes, 1 yes with an automatic lock that the
-// caller gives back with release_auto_lock, -1 no. Errors 104, 322, 325, 334.
-int checkReplace(DbfIdx& dbf);
-void release_auto_lock(DbfIdx& dbf);
-// Re-reads the header: lastRec, change counter, date. Exclusive tables keep what they have.
-// Errors 103, 413.
-void refresh_header(DbfIdx& dbf);
 // Is n the number of a record that the table was last seen to have?
 inline bool has_record(const DbfIdx& dbf, std::int64_t n) {
   return n >= 1 && n <= dbf.lastRec;
 }
-// The count on demand: 0 records known means look again.
-inline bool seems_empty(DbfIdx& dbf) {
-  if (dbf.lastRec == 0) refresh_header(dbf);
-  return dbf.lastRec == 0;
-}
-// Writes the header with lastRec, today's date and the change counter, and what the window holds.
-// False after error 104.
-bool write_header(DbfIdx& dbf);
-// Applies pending changes to the change counter and the header, and stores the counter in each
-// order.
-void updateHeader(DbfIdx& dbf);
-// The operations on the pending count of changes; -1 read, -2 add one, -3 set to 1, -4 apply, -5
-// apply unless 0; other values are stored. Result: the count, or the counter of the header for -4
-// and -5.
-std::uint8_t change_counter(DbfIdx& dbf, int op);
-// Adds a blank record and puts it into the buffer. False when it could not be locked or written.
-bool append_record(DbfIdx& dbf, bool release_locks);
-// What the method commit does, without its result: writes, re-reads, brings the header up to date.
-void commit_table(DbfIdx& dbf);
-// The delete mark of the record under the cursor, which is fetched, and of the buffered one.
-bool record_deleted(DbfIdx& dbf);
-// The cells of the fields are to be filled anew.
-inline void stale_fields(DbfIdx& dbf) {
-  ++dbf.bufferStamp;
-}
-inline bool marked_deleted(const DbfIdx& dbf) {
-  return !dbf.record.empty() && dbf.record.front() == dbf::kDeletedMark;
+// Is the record under the cursor in the buffer? A phantom is no longer what stands there once the table
+// has grown and the cursor was placed on the new record.
+inline bool is_buffered(const DbfIdx& dbf) {
+  using State = RecordBuffer::State;
+  const State state = dbf.buffer.state();
+  return dbf.recNo == dbf.buffer.number() && state != State::kUnreadable &&
+         (state != State::kPhantom || dbf.eofFlag != 0 || dbf.recNo > dbf.lastRec);
 }
 
 // --- Fields (fields.cpp)
@@ -292,7 +244,8 @@ void go_top(DbfIdx& dbf);
 void go_bottom(DbfIdx& dbf);
 // Moves n records past those that are hidden; the number moved. n = 0 commits and re-reads.
 std::int32_t skip_records(DbfIdx& dbf, std::int32_t n);
-// Does the record under the cursor pass SET DELETED and the filter?
+// Does the record under the cursor pass SET DELETED and the filter? One that can't be read does, and
+// so does whatever is there when the filter closed the table: no search goes on behind it.
 bool visible(DbfIdx& dbf);
 // The method seek: the first visible record whose key equals the value in the controlling order. A
 // null value is error 902. The found flag.
@@ -307,6 +260,11 @@ bool writeLock(DbfIdx& dbf);
 void unlockInternal(DbfIdx& dbf);
 // Gives the internal lock back however deep it is nested.
 void drop_internal(DbfIdx& dbf);
+// Where the records of a table must end: behind it lie the ranges of other locks, which a record lock
+// must not cover.
+std::int64_t lockable_end(bool lock40);
+bool can_lock_record(const DbfIdx& dbf, std::int64_t n);
+// Takes the lock of a record, and forgets what is buffered of it unless that is changed.
 int lockRecord(DbfIdx& dbf, std::int32_t n);    // 0 held, -1 refused; does not wait
 int unlockRecord(DbfIdx& dbf, std::int32_t n);  // 0 released or not held, -1 failed
 int lockFile(DbfIdx& dbf);
@@ -348,15 +306,27 @@ class [[nodiscard]] InternalLock {
   bool held() const { return held_; }
 
  private:
-  DbfIdx* const dbf_;
+  DbfIdx* const dbf_;  // null: nothing to give back
   const std::uint32_t generation_;
   const bool held_;
+};
+
+// Tells whether a table that code of the language may have closed, and opened again, is still the
+// one that an operation began with.
+class SameTable {
+ public:
+  explicit SameTable(const DbfIdx& dbf) : dbf_(dbf), generation_(dbf.generation) {}
+  bool holds() const { return dbf_.generation == generation_ && dbf_.isOpen(); }
+
+ private:
+  const DbfIdx& dbf_;
+  const std::uint32_t generation_;
 };
 
 // The lock of an operation that writes only what is pending. A shared lock is never made exclusive
 // on the way: two processes that try it at once would wait for each other.
 inline LockMode lock_mode(const DbfIdx& dbf) {
-  return dbf.dirty || dbf.pendingChanges != 0 ? LockMode::kExclusive : LockMode::kShared;
+  return dbf.buffer.changed() || dbf.header.pending() != 0 ? LockMode::kExclusive : LockMode::kShared;
 }
 
 // --- Opening and closing (open_close.cpp)

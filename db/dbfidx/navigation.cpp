@@ -33,8 +33,8 @@ void stand_nowhere(DbfIdx& dbf) {
 
 // recNo moves on by one; past the last record the header is asked again, and then the end is set.
 void step_forward(DbfIdx& dbf) {
-  if (++dbf.recNo > dbf.lastRec) refresh_header(dbf);
-  if (dbf.recNo > dbf.lastRec) dbf.eofFlag = 1;
+  if (++dbf.recNo > dbf.lastRec && (!refresh_header(dbf) || dbf.recNo > dbf.lastRec))
+    dbf.eofFlag = 1;
 }
 
 void step_back(DbfIdx& dbf) {
@@ -59,13 +59,17 @@ void step_to_visible(DbfIdx& dbf, const std::int32_t& stop, Step step) {
   } while (stop == 0 && !visible(dbf));
 }
 
+// The orders get what waits before they are walked; header and record are looked at again.
+bool bring_orders_up(DbfIdx& dbf) {
+  const SameTable same(dbf);
+  if (!refresh_header(dbf) || !refreshRecord(dbf, true)) return false;
+  index_synchronize(dbf, kSyncMove);
+  return same.holds();
+}
+
 // From the record under the cursor on to one that shows, for gotop and gobottom.
 void settle_top(DbfIdx& dbf) {
-  if (ordered(dbf)) {
-    refresh_header(dbf);
-    refreshRecord(dbf, true);
-    index_synchronize(dbf, kSyncMove);
-  }
+  if (ordered(dbf) && !bring_orders_up(dbf)) return;
   while (dbf.eofFlag == 0 && !visible(dbf)) {
     if (ordered(dbf))
       index_skip(dbf, 1);
@@ -77,11 +81,7 @@ void settle_top(DbfIdx& dbf) {
 }
 
 void settle_bottom(DbfIdx& dbf) {
-  if (ordered(dbf)) {
-    refresh_header(dbf);
-    refreshRecord(dbf, true);
-    index_synchronize(dbf, kSyncMove);
-  }
+  if (ordered(dbf) && !bring_orders_up(dbf)) return;
   while (dbf.bofFlag == 0 && dbf.eofFlag == 0 && !visible(dbf)) {
     if (ordered(dbf))
       index_skip(dbf, -1);
@@ -96,8 +96,8 @@ void settle_bottom(DbfIdx& dbf) {
 std::int32_t forward(DbfIdx& dbf, std::int32_t n) {
   dbf.eofFlag = 0;
   std::int64_t target = std::int64_t{dbf.recNo} + n;
-  if (target > dbf.lastRec) refresh_header(dbf);
-  if (target <= dbf.lastRec) {
+  const bool known = target <= dbf.lastRec || refresh_header(dbf);
+  if (known && target <= dbf.lastRec) {
     dbf.recNo = static_cast<std::int32_t>(target);
     return n;
   }
@@ -172,7 +172,7 @@ std::int32_t move(DbfIdx& dbf, std::int32_t n) {
 
 // Does a move touch the file at all?
 bool needs_lock(const DbfIdx& dbf) {
-  return dbf.dirty || ordered(dbf) || hides(dbf) || dbf.relationCount > 0;
+  return dbf.buffer.changed() || ordered(dbf) || hides(dbf) || dbf.relationCount > 0;
 }
 
 // One record on in natural order. False: nothing was done, forward() is the way.
@@ -183,6 +183,15 @@ bool natural_step(DbfIdx& dbf) {
   return true;
 }
 
+// Before a skip: the changed record is written; a step along an order starts at the key of the record.
+bool fetch_to_leave(DbfIdx& dbf) {
+  const SameTable same(dbf);
+  const bool written = commitRecord(dbf) == Commit::kWritten;
+  if (!same.holds()) return false;
+  if (written || !(ordered(dbf) || hides(dbf))) return true;
+  return refreshRecord(dbf, true) || same.holds();
+}
+
 // The end of every skip.
 std::int32_t moved_on(DbfIdx& dbf, std::int32_t moved) {
   if (dbf.eofFlag != 0) phantom(dbf);
@@ -190,59 +199,68 @@ std::int32_t moved_on(DbfIdx& dbf, std::int32_t moved) {
   return moved;
 }
 
-// Under a lock that is held anyway: a walk along an order asks for a field of each record, and that
-// would cost another lock.
-void prefetch(DbfIdx& dbf) {
-  if (!ordered(dbf) || dbf.eofFlag != 0 || dbf.bufferedRec == dbf.recNo || dbf.dirty) return;
-  fetchRecord(dbf, dbf.recNo);
-  dbf.prefetchedRec = dbf.bufferedRec;
-  dbf.bufferedRec = 0;
-}
-
-bool seek_failed(DbfIdx& dbf, std::optional<InternalLock>& lock) {
+// The ends of a seek, still under its lock: what was read under it is not read again.
+bool seek_failed(DbfIdx& dbf) {
   phantom(dbf);
   runRelations(dbf);
   commit_table(dbf);
-  lock.reset();
   return dbf.found = false;
 }
 
-bool seek_settled(DbfIdx& dbf, std::optional<InternalLock>& lock) {
+bool seek_settled(DbfIdx& dbf) {
   runRelations(dbf);
   const bool found = dbf.found;
-  commit_table(dbf);  // what was read under this lock is not read again
-  lock.reset();
+  if (!commit_table(dbf) && !dbf.isOpen()) return false;
   return dbf.found = found;
 }
 
-void fetch_for_seek(DbfIdx& dbf) {
-  if (commitRecord(dbf)) return;
-  refresh_header(dbf);
-  refreshRecord(dbf, true);
+// False when the header can't be read, or the table is gone. That the record left behind can't be read
+// is told, and does not matter for what is sought.
+bool fetch_for_seek(DbfIdx& dbf) {
+  const SameTable same(dbf);
+  if (commitRecord(dbf) == Commit::kWritten || !same.holds()) return same.holds();
+  return refresh_header(dbf) && (refreshRecord(dbf, true) || same.holds());
+}
+
+// From the record found on to one that shows. False when there is none.
+bool settle_seek(DbfIdx& dbf, Var* value, bool soft) {
+  const SameTable same(dbf);
+  while (!visible(dbf)) {
+    index_skip(dbf, 1);
+    if (!same.holds()) return false;
+    runRelations(dbf);
+    if (dbf.eofFlag != 0) return false;
+    if (!dbf.found || index_keycompare(dbf, value) == 0) continue;
+    if (!same.holds()) return false;
+    dbf.found = false;
+    if (!soft) return false;
+  }
+  return same.holds();
 }
 
 }  // namespace
 
 bool visible(DbfIdx& dbf) {
   if (settings().deleted) {
-    if (dbf.recNo != dbf.bufferedRec) fetchRecord(dbf, dbf.recNo);
-    if (marked_deleted(dbf)) return false;
+    if (!is_buffered(dbf) && !fetchRecord(dbf, dbf.recNo)) return true;
+    if (dbf.buffer.marked_deleted()) return false;
   }
-  return dbf.filterBlock == nullptr || (condition_holds(dbf, dbf.filterBlock) && dbf.isOpen());
+  const SameTable same(dbf);
+  return dbf.filterBlock == nullptr || condition_holds(dbf, dbf.filterBlock) || !same.holds();
 }
 
 void goRecord(DbfIdx& dbf, std::int32_t n) {
-  if (dbf.lastRec == 0 && n > 0) refresh_header(dbf);
-  if (dbf.lastRec == 0) {
+  if (dbf.lastRec == 0 && (n <= 0 || seems_empty(dbf))) {
     stand_nowhere(dbf);
     return runRelations(dbf);
   }
   clear_flags(dbf);
-  if (dbf.dirty) commitRecord(dbf);
-  if (n > dbf.lastRec) refresh_header(dbf);
+  if (!leave_record(dbf)) return;
+  const bool known = n <= dbf.lastRec || refresh_header(dbf);
+  if (!dbf.isOpen()) return;
   if (n <= 0)
     stand_nowhere(dbf);
-  else if (n > dbf.lastRec)
+  else if (!known || n > dbf.lastRec)
     phantom(dbf);
   else
     dbf.recNo = n;
@@ -251,15 +269,19 @@ void goRecord(DbfIdx& dbf, std::int32_t n) {
 
 void go_top(DbfIdx& dbf) {
   std::optional<InternalLock> lock;
+  const SameTable same(dbf);
   if (needs_lock(dbf) || dbf.lastRec == 0) lock.emplace(dbf, lock_mode(dbf));
+  if (lock && !lock->held()) return;
   if (seems_empty(dbf)) {
+    if (!same.holds()) return;
     stand_nowhere(dbf);
     return runRelations(dbf);
   }
   clear_flags(dbf);
-  commitRecord(dbf);
+  if (!leave_record(dbf)) return;
   if (ordered(dbf)) {
     index_gotop(dbf);
+    if (!same.holds()) return;
     if (dbf.eofFlag != 0) phantom(dbf);
   } else {
     dbf.recNo = 1;
@@ -268,7 +290,8 @@ void go_top(DbfIdx& dbf) {
   if (hides(dbf)) {
     lock.reset();  // others get their turn between the move and the search
     lock.emplace(dbf, LockMode::kShared);
-    settle_top(dbf);
+    if (lock->held()) settle_top(dbf);
+    if (!same.holds()) return;
   }
   if (dbf.eofFlag != 0) dbf.bofFlag = 1;
   runRelations(dbf);
@@ -276,32 +299,37 @@ void go_top(DbfIdx& dbf) {
 
 void go_bottom(DbfIdx& dbf) {
   std::optional<InternalLock> lock;
+  const SameTable same(dbf);
   lock.emplace(dbf, lock_mode(dbf));
+  if (!lock->held()) return;
   if (seems_empty(dbf)) {
+    if (!same.holds()) return;
     stand_nowhere(dbf);
     return runRelations(dbf);
   }
   clear_flags(dbf);
-  commitRecord(dbf);
+  if (!leave_record(dbf)) return;
   if (ordered(dbf)) {
     index_gobottom(dbf);
+    if (!same.holds()) return;
     if (dbf.eofFlag != 0) phantom(dbf);
   } else {
-    refresh_header(dbf);
+    if (!refresh_header(dbf)) return;
     dbf.recNo = dbf.lastRec;
   }
   runRelations(dbf);
   if (hides(dbf)) {
     lock.reset();
     lock.emplace(dbf, LockMode::kShared);
-    settle_bottom(dbf);
+    if (lock->held()) settle_bottom(dbf);
+    if (!same.holds()) return;
   }
   if (dbf.bofFlag != 0) phantom(dbf);
   runRelations(dbf);
 }
 
 std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
-  if (n == 1 && !dbf.dirty && !hides(dbf) && (index_step(dbf) || natural_step(dbf))) {
+  if (n == 1 && !dbf.buffer.changed() && !hides(dbf) && (index_step(dbf) || natural_step(dbf))) {
     dbf.found = false;
     return moved_on(dbf, 1);
   }
@@ -309,7 +337,9 @@ std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
     commit_table(dbf);
     return 0;
   }
+  const SameTable same(dbf);
   if (seems_empty(dbf)) {
+    if (!same.holds()) return 0;
     stand_nowhere(dbf);
     runRelations(dbf);
     return 0;
@@ -318,14 +348,14 @@ std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
   std::optional<InternalLock> lock;
   if (needs_lock(dbf)) {
     lock.emplace(dbf, lock_mode(dbf));
-    if (!commitRecord(dbf) && (ordered(dbf) || hides(dbf))) refreshRecord(dbf, true);
+    if (!lock->held() || !fetch_to_leave(dbf)) return 0;
   }
-  if (dbf.eofFlag != 0) refresh_header(dbf);
+  if (dbf.eofFlag != 0 && !refresh_header(dbf)) return 0;
   if (ordered(dbf)) index_synchronize(dbf, kSyncMove);
+  if (!same.holds()) return 0;
   dbf.bofFlag = 0;
-  const std::int32_t moved = moved_on(dbf, move(dbf, n));
-  if (lock && !dbf.exclusive()) prefetch(dbf);
-  return moved;
+  const std::int32_t moved = move(dbf, n);
+  return same.holds() ? moved_on(dbf, moved) : 0;
 }
 
 bool seek_record(DbfIdx& dbf, Var* value, bool soft) {
@@ -347,26 +377,20 @@ bool seek_record(DbfIdx& dbf, Var* value, bool soft) {
     commit_table(dbf);
     return dbf.found;
   }
-  std::optional<InternalLock> lock;
-  lock.emplace(dbf, lock_mode(dbf));
-  fetch_for_seek(dbf);
+  const SameTable same(dbf);
+  const InternalLock lock(dbf, lock_mode(dbf));
+  if (!lock.held() || !fetch_for_seek(dbf)) return dbf.found = false;
   index_synchronize(dbf, kSyncSeek);
-  dbf.found = index_seek(dbf, value, soft);
+  if (!same.holds()) return false;
+  const bool found = index_seek(dbf, value, soft);
+  if (!same.holds()) return false;
+  dbf.found = found;
   runRelations(dbf);
-  if (dbf.eofFlag != 0) return seek_failed(dbf, lock);
-  while (!visible(dbf)) {
-    index_skip(dbf, 1);
-    runRelations(dbf);
-    if (dbf.eofFlag != 0) return seek_failed(dbf, lock);
-    if (!dbf.found || index_keycompare(dbf, value) == 0) continue;
-    dbf.found = false;
-    if (!soft) return seek_failed(dbf, lock);
-  }
-  return seek_settled(dbf, lock);
+  if (dbf.eofFlag == 0 && settle_seek(dbf, value, soft)) return seek_settled(dbf);
+  return same.holds() && seek_failed(dbf);
 }
 
 bool seek_by_block(DbfIdx& dbf, Var* block) {
-  std::optional<InternalLock> lock;
   const auto failed = [&] {
     phantom(dbf);
     runRelations(dbf);
@@ -387,15 +411,18 @@ bool seek_by_block(DbfIdx& dbf, Var* block) {
     dxerror(dbf, TableError::kSeekEvalNoArgument);
     return true;
   }
-  lock.emplace(dbf, lock_mode(dbf));
-  fetch_for_seek(dbf);
+  const SameTable same(dbf);
+  const InternalLock lock(dbf, lock_mode(dbf));
+  if (!lock.held() || !fetch_for_seek(dbf)) return dbf.found = false;
   index_synchronize(dbf, kSyncSeekEval);
-  dbf.found = index_seekeval(dbf, block);
-  while (dbf.eofFlag == 0 && !visible(dbf)) {
+  bool found = same.holds() && index_seekeval(dbf, block);
+  while (same.holds() && dbf.eofFlag == 0 && !visible(dbf)) {
     index_skip(dbf, 1);
-    dbf.found = index_seekeval(dbf, block);
+    found = same.holds() && index_seekeval(dbf, block);
   }
+  if (!same.holds()) return false;
   if (dbf.eofFlag != 0) return failed();
+  dbf.found = found;
   runRelations(dbf);
   return true;
 }

@@ -2,8 +2,8 @@
 #include <sys/stat.h>
 
 #include <cctype>
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 #include "core/arrays.h"
 #include "core/errors.h"
@@ -15,7 +15,6 @@
 #include "db/dbfidx/relations.h"
 #include "db/dbfidx/table_errors.h"
 #include "db/file_ops.h"
-#include "lib/dates.h"
 #include "lib/file_names.h"
 
 namespace tarnel {
@@ -30,12 +29,6 @@ std::string memo_name(const std::string& table) {
   const bool has_extension =
       dot != std::string::npos && (slash == std::string::npos || dot > slash);
   return (has_extension ? table.substr(0, dot) : table) + ".dbt";
-}
-
-dbf::Date today() {
-  std::int32_t day, month, year;
-  dateDecode(current_date(), day, month, year);
-  return {year, month, day};
 }
 
 void refuse_version(DbfIdx& dbf, std::uint8_t version) {
@@ -55,10 +48,20 @@ const char* contradiction(const std::uint8_t* header, std::int64_t file_size) {
   if (size <= static_cast<std::int64_t>(dbf::kHeaderPrefix)) return "header too short";
   if (size > file_size) return "header longer than the file";
   if (record == 0) return "record size 0";
+  if (dbf::record_count(header) > kMaxRecords) return "more records than a table can have";
   // A crash can leave one record counted that was never written.
   if (dbf::record_count(header) > (file_size - size + record - 1) / record + 1)
     return "more records than the file holds";
   return nullptr;
+}
+
+// The descriptors of a damaged header may be read, as far as they lie inside the record, but what they
+// say is not written by: an append would write records of another width than the file has.
+bool read_structure(DbfIdx& dbf) {
+  const bool fits = dbf::read_fields(dbf.header.bytes(), dbf.fields);
+  if (fits || dbf.readOnly()) return true;
+  dxerror(dbf, TableError::kHeaderDamaged, {dbf.fileName, "fields do not add up to the record"});
+  return false;
 }
 
 bool read_header(DbfIdx& dbf) {
@@ -76,20 +79,16 @@ bool read_header(DbfIdx& dbf) {
     dxerror(dbf, TableError::kHeaderDamaged, {dbf.fileName, wrong});
     return false;
   }
-  dbf.headerSize = dbf::header_size(prefix);
   dbf.recordSize = dbf::record_size(prefix);
   dbf.lastRec = static_cast<std::int32_t>(dbf::record_count(prefix));
-  dbf.header.resize(dbf.headerSize);
-  if (!read_at(dbf.dbfFd, dbf.header.data(), dbf.headerSize, 0)) {
+  std::vector<std::uint8_t> bytes(dbf::header_size(prefix));
+  if (!read_at(dbf.dbfFd, bytes.data(), bytes.size(), 0)) {
     dxerror(dbf, TableError::kHeaderUnreadable, {dbf.fileName});
     return false;
   }
-  std::memcpy(dbf.header.data(), prefix, sizeof prefix);
-  if (!dbf::read_fields(dbf.header, dbf.fields)) {
-    dxerror(dbf, TableError::kHeaderDamaged, {dbf.fileName, "fields reach past the record"});
-    return false;
-  }
-  return true;
+  std::copy(std::begin(prefix), std::end(prefix), bytes.begin());
+  dbf.header.adopt(std::move(bytes));
+  return read_structure(dbf);
 }
 
 bool open_memo(DbfIdx& dbf) {
@@ -145,13 +144,21 @@ bool attach_area(DbfIdx& dbf) {
   return dbf.area != nullptr;
 }
 
+// A table that is shared must lie before the ranges of the other locks.
+bool can_be_used(DbfIdx& dbf, const OpenRequest& request) {
+  if (request.exclusive || can_lock_record(dbf, dbf.lastRec)) return true;
+  dxerror(dbf, TableError::kOpenTooLarge, {dbf.fileName, lockable_end(dbf.lock40)});
+  return false;
+}
+
 // All but the area, under the internal lock; the caller gives back what was taken.
 bool prepare(DbfIdx& dbf, const OpenRequest& request) {
   dbf.lock40 = settings().lock40comp;
   if (request.read_only) dbf.flags |= kReadOnly;
   if (!readLock(dbf)) return false;
   join_ring(dbf);
-  const bool ok = claim(dbf, request.exclusive) && read_header(dbf) && open_memo(dbf);
+  const bool ok = claim(dbf, request.exclusive) && read_header(dbf) &&
+                  can_be_used(dbf, request) && open_memo(dbf);
   unlockInternal(dbf);
   if (!ok) leave_ring(dbf);
   return ok;
@@ -159,8 +166,7 @@ bool prepare(DbfIdx& dbf, const OpenRequest& request) {
 
 void make_buffers(DbfIdx& dbf) {
   dbf.fieldCount = static_cast<std::int32_t>(dbf.fields.size());
-  dbf.record.assign(std::size_t{dbf.recordSize} + 1, ' ');
-  dbf.record.back() = 0;
+  dbf.buffer.lay_out(dbf.recordSize);
   dbf.fieldStamps.assign(dbf.fields.size(), 0);
 }
 
@@ -183,10 +189,8 @@ void release_blocks(DbfIdx& dbf) {
 // read is left alone, date included.
 void finish_exclusive(DbfIdx& dbf) {
   if (!dbf.exclusive() || dbf.readOnly() || !dbf.changed) return;
-  if (!write_header(dbf)) dxerror(dbf, TableError::kHeaderUnwritable, {dbf.fileName});
-  if (dbf.appended)
-    file_ops().truncate(dbf.dbfFd,
-                        dbf::record_offset(dbf.headerSize, dbf.recordSize, dbf.lastRec + 1));
+  if (write_header(dbf) && dbf.appended)
+    file_ops().truncate(dbf.dbfFd, record_place(dbf, dbf.lastRec) + dbf.recordSize);
 }
 
 // --- Creating.
@@ -377,8 +381,10 @@ void close_table(DbfIdx& dbf) {
   const KeepObject keep(dbf.object);  // the area may hold the last reference
   {
     const InternalLock lock(dbf, LockMode::kExclusive);
-    commitRecord(dbf);
-    updateHeader(dbf);
+    if (lock.held()) {
+      if (!leave_record(dbf)) return;  // a handler closed it
+      updateHeader(dbf);
+    }
     close_orders(dbf);
     clear_relations(dbf);
     release_blocks(dbf);

@@ -109,6 +109,8 @@ struct DbfIdx;
   X(kVersionFour, 326, 2, "Init()", "'dBASE IV' file format not supported")                        \
   X(kVersionFox, 326, 2, "Init()", "'Fox' file format not supported")                              \
   X(kVersionOther, 326, 2, "Init()", "the file has 0x%x as version code")                          \
+  X(kOpenTooLarge, 327, 2, "Init()", "%s;records behind byte %ld cannot be locked")                \
+  X(kAppendTooLarge, 327, 2, "FieldPut()", "record %ld of %s;lies where it cannot be locked")      \
   X(kInternalReadLock, 327, 2, "Init()", "while trying to set read lock")                          \
   X(kInternalUnlock, 327, 2, "Init()", "while trying to unlock")                                   \
   X(kInternalWriteLock40, 327, 2, "Init()", "while trying to make write lock")                     \

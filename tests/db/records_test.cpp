@@ -135,7 +135,7 @@ TEST_F(Records, AutomaticLockWritesAndLetsGo) {
   ASSERT_TRUE(open("t", Use::kShared));
   put("n", number(7));
   EXPECT_EQ(table().lockList.count(), 0);
-  EXPECT_FALSE(table().dirty);
+  EXPECT_FALSE(table().buffer.changed());
   EXPECT_EQ(get("n"), "N 7.00");
   EXPECT_TRUE(yes("dbdelete"));
   EXPECT_TRUE(yes("deleted"));
@@ -174,16 +174,18 @@ TEST_F(Records, ExclusiveRunsOfRecordsSurviveAnyOrderOfAccess) {
   EXPECT_EQ(take_errors(), "");
 }
 
-TEST_F(Records, ChangeCounterStepsOverUnusedLookingValues) {
-  fill(Use::kExclusive, 1);
-  DbfIdx& dbf = table();
-  dbf::set_change_counter(dbf.header.data(), 250);
-  EXPECT_EQ(change_counter(dbf, 9), 9);   // any other value is the pending count
-  EXPECT_EQ(change_counter(dbf, -4), 5);  // 250 + 9 wraps to 3, and 2 more
-  EXPECT_EQ(change_counter(dbf, -5), 5);
-  change_counter(dbf, 255);
-  EXPECT_EQ(change_counter(dbf, -2), 2);  // never 0
-  EXPECT_EQ(change_counter(dbf, -3), 1);
+TEST(TableHeader, ChangeCounterStepsOverUnusedLookingValues) {
+  TableHeader header;
+  header.adopt(dbf::new_header({}, {2000, 1, 1}));
+  const auto count = [&](int changes) {
+    for (int i = 0; i < changes; ++i) header.add_change();
+    header.apply_changes();
+    return header.counter();
+  };
+  EXPECT_EQ(count(249), 250);
+  EXPECT_EQ(count(9), 5);  // wraps to 3, and 2 more
+  EXPECT_EQ(count(0), 5);
+  EXPECT_EQ(count(256), 7);  // 256 changes are not none
 }
 
 TEST_F(Records, StructureIsToldByEveryFunction) {

@@ -151,6 +151,7 @@ void set_last_update(std::uint8_t* header, Date date) {
 bool read_fields(std::span<std::uint8_t> header, std::vector<Field>& fields) {
   fields.clear();
   const std::size_t count = (header.size() - kHeaderPrefix) / kDescriptorSize;
+  const std::uint32_t record = record_size(header.data());
   std::uint32_t offset = 1;
   for (std::size_t i = 0; i < count; ++i) {
     std::uint8_t* d = header.data() + kHeaderPrefix + i * kDescriptorSize;
@@ -160,13 +161,13 @@ bool read_fields(std::span<std::uint8_t> header, std::vector<Field>& fields) {
     field.length_byte = d[kLengthAt];
     field.decimals = d[kDecimalsAt];
     field.length = field.type == 'C' ? get_u16le(d + kLengthAt) : d[kLengthAt];
-    if (offset + field.length > record_size(header.data())) return false;
+    if (offset + field.length > record) return false;
     field.offset = static_cast<std::uint16_t>(offset);
     put_u32le(d + kFieldOffset, offset);
     offset += field.length;
     fields.push_back(field);
   }
-  return true;
+  return offset == record;
 }
 
 int stored_length(char type, int length) {

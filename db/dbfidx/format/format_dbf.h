@@ -75,8 +75,8 @@ void set_change_counter(std::uint8_t* header, std::uint8_t counter);
 void set_last_update(std::uint8_t* header, Date date);
 
 // Takes the descriptors of a whole header apart, storing each field's offset in it. False when the
-// fields reach past the record.
-bool read_fields(std::span<std::uint8_t> header, std::vector<Field>& fields);
+// fields do not fill the record: `fields` are then those that lie inside it.
+[[nodiscard]] bool read_fields(std::span<std::uint8_t> header, std::vector<Field>& fields);
 
 // Bytes that a field of this type and length takes in a record.
 int stored_length(char type, int length);

@@ -127,8 +127,7 @@ bool give_back_internal(DbfIdx& dbf, bool write) {
 }
 
 bool set_record_lock(DbfIdx& dbf, std::int32_t n, short type) {
-  return lock_range(dbf.dbfFd, type, dbf::record_offset(dbf.headerSize, dbf.recordSize, n),
-                    dbf.recordSize);
+  return lock_range(dbf.dbfFd, type, record_place(dbf, n), dbf.recordSize);
 }
 
 bool conflicts(const DbfIdx& other, int mode, std::int32_t n) {
@@ -226,9 +225,9 @@ void unlockInternal(DbfIdx& dbf) {
   int& count = dbf.readLocks > 0 ? dbf.readLocks : dbf.writeLocks;
   const bool write = dbf.writeLocks > 0;
   if (--count > 0) return;
-  dbf.headerFresh = false;
   ++dbf.lockStamp;
-  dbf.freshRec = 0;
+  dbf.header.look_again();
+  dbf.buffer.look_again();
   const bool released = give_back_internal(dbf, write);
   if (write) RELEASE_INTERRUPT();
   if (!released) dxerror(dbf, TableError::kInternalUnlock);
@@ -242,6 +241,16 @@ void drop_internal(DbfIdx& dbf) {
 
 // --- Record and file locks.
 
+std::int64_t lockable_end(bool lock40) {
+  return lock40 ? kClaim40At : kFileLockAt + kFileLockLength;
+}
+
+bool can_lock_record(const DbfIdx& dbf, std::int64_t n) {
+  const std::int64_t end =
+      dbf::record_offset(dbf.header.size(), dbf.recordSize, 1) + n * dbf.recordSize;
+  return end <= lockable_end(dbf.lock40);
+}
+
 bool holds_record(const DbfIdx& dbf, std::int32_t n) {
   return dbf.exclusive() || dbf.is(kFileLocked) || dbf.lockList.holds(n);
 }
@@ -251,6 +260,8 @@ int lockRecord(DbfIdx& dbf, std::int32_t n) {
   if (dbf.lockList.holds(n)) return 0;
   if (!set_record_lock(dbf, n, lock_type(dbf))) return -1;
   dbf.lockList.insert(n);
+  // Others may have changed it until now.
+  if (dbf.buffer.number() == n && !dbf.buffer.changed()) dbf.buffer.forget();
   return 0;
 }
 
@@ -258,7 +269,6 @@ int unlockRecord(DbfIdx& dbf, std::int32_t n) {
   if (!dbf.isOpen() || dbf.is(kFileLocked)) return -1;
   if (!dbf.lockList.holds(n)) return 0;
   dbf.lockList.remove(n);
-  if (dbf.prefetchedRec == n) dbf.prefetchedRec = 0;
   return set_record_lock(dbf, n, F_UNLCK) ? 0 : -1;
 }
 
@@ -270,7 +280,6 @@ int lockFile(DbfIdx& dbf) {
 }
 
 int unlockAll(DbfIdx& dbf) {
-  dbf.prefetchedRec = 0;
   if (dbf.is(kFileLocked)) {
     dbf.flags &= static_cast<std::uint8_t>(~kFileLocked);
     if (dbf.exclusive()) return 0;

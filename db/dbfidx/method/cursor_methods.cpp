@@ -27,10 +27,7 @@ Var* go_to(std::int32_t argc, Var** argv, TableError error) {
   if (!arg_is(argc, argv, 1, "NFI")) return refuse(dbf, error);
   if (!dbf.isOpen()) return false_value();
   const std::int32_t n = integer_of(argv[1]);
-  if (n > dbf.lastRec) {
-    if (dbf.dirty) commitRecord(dbf);
-    refresh_header(dbf);
-  }
+  if (n > dbf.lastRec && (!leave_record(dbf) || !refresh_header(dbf))) return false_value();
   goRecord(dbf, n > 0 && n <= dbf.lastRec ? n : 0);
   return true_value();
 }
@@ -86,7 +83,7 @@ Var* di_clearindex(std::int32_t, Var** argv) {
   dbf.bofFlag = dbf.eofFlag = 0;
   dbf.found = false;
   const InternalLock lock(dbf, lock_mode(dbf));
-  commitRecord(dbf);
+  if (!lock.held() || !leave_record(dbf)) return false_value();
   dbf.indexState = kIndexGood;
   updateHeader(dbf);
   close_orders(dbf);
@@ -120,8 +117,8 @@ Var* di_recno(std::int32_t, Var** argv) {
 
 Var* di_lastrec(std::int32_t, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
-  if (dbf.isOpen()) refresh_header(dbf);
-  return wide_number(dbf.lastRec);
+  const bool known = !dbf.isOpen() || refresh_header(dbf);
+  return wide_number(known ? dbf.lastRec : 0);
 }
 
 }  // namespace tarnel

@@ -13,17 +13,13 @@
 namespace tarnel {
 namespace {
 
-// Other processes may have changed the record until the lock was held. The latest state is read
-// under the same internal lock as the header, so that the first field asked for costs nothing more.
+// Other processes may have changed the record until the lock was held. Its latest state is read under
+// the same internal lock as the header, so that the first field asked for costs nothing more.
 void look_again(DbfIdx& dbf) {
   const InternalLock lock(dbf, LockMode::kShared);
-  refresh_header(dbf);
-  if (has_record(dbf, dbf.recNo)) {
-    fetchRecord(dbf, dbf.recNo);
-    dbf.prefetchedRec = dbf.bufferedRec;
-  }
-  dbf.bufferedRec = 0;
-  stale_fields(dbf);
+  dbf.buffer.forget();
+  if (!lock.held() || !refresh_header(dbf) || !has_record(dbf, dbf.recNo)) return;
+  [[maybe_unused]] const bool told = fetchRecord(dbf, dbf.recNo);  // unreadable: refused to writers
 }
 
 // Gives up record n, or everything, after committing, and looks at the record anew.
@@ -33,11 +29,13 @@ bool unlock(DbfIdx& dbf, std::int32_t n) {
     return true;
   }
   if (!dbf.isOpen()) return false;
+  const SameTable same(dbf);
   const InternalLock lock(dbf, LockMode::kExclusive);
-  if (n == 0 || n == dbf.recNo) commitRecord(dbf);
+  if (!lock.held()) return false;
+  const bool committed = (n != 0 && n != dbf.recNo) || commitRecord(dbf) != Commit::kFailed;
+  if (!same.holds()) return false;
   const int result = n != 0 ? unlockRecord(dbf, n) : unlockAll(dbf);
-  commit_table(dbf);
-  return result == 0;
+  return commit_table(dbf) && committed && result == 0;
 }
 
 bool lock_record(DbfIdx& dbf, std::int32_t argc, Var** argv) {
@@ -45,11 +43,11 @@ bool lock_record(DbfIdx& dbf, std::int32_t argc, Var** argv) {
   if (!dbf.isOpen()) return false;
   std::int32_t n = arg_is(argc, argv, 1, kNumber) ? integer_of(argv[1]) : 0;
   if (n == 0) {
-    if (dbf.lockList.count() > 0 || dbf.is(kFileLocked) || dbf.dirty) unlock(dbf, 0);
+    if (dbf.lockList.count() > 0 || dbf.is(kFileLocked) || dbf.buffer.changed()) unlock(dbf, 0);
     n = dbf.recNo;
   }
   if (lockRecord(dbf, n) != 0) return false;
-  if (n == dbf.recNo && !dbf.dirty) look_again(dbf);
+  if (n == dbf.recNo && !dbf.buffer.changed()) look_again(dbf);
   return true;
 }
 
@@ -86,13 +84,13 @@ Var* di_unlock(std::int32_t argc, Var** argv) {
 Var* di_rlockverify(std::int32_t, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (!dbf.isOpen()) return false_value();
-  if (dbf.exclusive() || dbf.dirty || dbf.lockList.holds(dbf.recNo)) return true_value();
-  if (dbf.bufferedRec == dbf.recNo && dbf.recNo <= dbf.lastRec) {
-    dbf.backup.resize(dbf.record.size());
+  if (dbf.exclusive() || dbf.buffer.changed() || dbf.lockList.holds(dbf.recNo))
+    return true_value();
+  if (is_buffered(dbf) && has_record(dbf, dbf.recNo)) {
+    std::vector<std::uint8_t> now(dbf.recordSize);
     const InternalLock lock(dbf, LockMode::kShared);
-    if (!read_at(dbf.dbfFd, dbf.backup.data(), dbf.recordSize,
-                 dbf::record_offset(dbf.headerSize, dbf.recordSize, dbf.recNo)) ||
-        std::memcmp(dbf.backup.data(), dbf.record.data(), dbf.recordSize) != 0)
+    if (!lock.held() || !read_at(dbf.dbfFd, now.data(), now.size(), record_place(dbf, dbf.recNo)) ||
+        std::memcmp(now.data(), dbf.buffer.data(), now.size()) != 0)
       return false_value();
   }
   return di_lockcurrentrecord(1, argv);

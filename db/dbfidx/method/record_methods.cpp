@@ -44,13 +44,14 @@ bool mark_record(DbfIdx& dbf, std::uint8_t mark, TableError not_locked) {
     dxerror(dbf, not_locked, {dbf.recNo});
     return false;
   }
-  refreshRecord(dbf, true);
-  if (!dbf.dirty) dbf.backup = dbf.record;
-  dbf.record.front() = mark;
-  dbf.dirty = true;
-  commitRecord(dbf);
-  if (!held) release_auto_lock(dbf);
-  return true;
+  const SameTable same(dbf);
+  bool marked = refreshRecord(dbf, true) && dbf.buffer.writable();
+  if (marked) {
+    *dbf.buffer.begin_change() = mark;
+    marked = commitRecord(dbf) == Commit::kWritten;
+  }
+  if (!held && same.holds()) release_auto_lock(dbf);
+  return marked;
 }
 
 bool delete_record(DbfIdx& dbf) {
@@ -94,9 +95,9 @@ Var* mark_all(Var** argv) {
 bool is_deleted(DbfIdx& dbf, std::int32_t n) {
   if (n == dbf.recNo) return record_deleted(dbf);
   if (n < 1 || n > dbf.lastRec) return false;
-  if (dbf.exclusive()) dbf.window.flush(dbf);
+  if (!flush_records(dbf)) return false;
   std::uint8_t mark = 0;
-  return read_at(dbf.dbfFd, &mark, 1, dbf::record_offset(dbf.headerSize, dbf.recordSize, n)) &&
+  return read_at(dbf.dbfFd, &mark, 1, record_place(dbf, n)) &&
          mark == dbf::kDeletedMark;
 }
 
@@ -119,14 +120,15 @@ Var* di_append(std::int32_t argc, Var** argv) {
   const bool release = !(arg_is(argc, argv, 1, "L") && !truth_of(argv[1]));
   dbf.bofFlag = dbf.eofFlag = 0;
   dbf.found = false;
+  const SameTable same(dbf);
   const InternalLock lock(dbf, LockMode::kExclusive);
-  if (!lock.held()) return false_value();
-  commitRecord(dbf);
+  if (!lock.held() || !leave_record(dbf)) return false_value();
   if (!append_record(dbf, release)) {
-    if (dbf.recNo > dbf.lastRec) phantom(dbf);
+    if (same.holds() && dbf.recNo > dbf.lastRec) phantom(dbf);
     return false_value();
   }
   index_append(dbf);
+  if (!same.holds()) return false_value();
   bbneterr(false);
   return true_value();
 }
@@ -152,18 +154,16 @@ Var* di_deleted(std::int32_t, Var** argv) {
 Var* di_commit(std::int32_t, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (!dbf.isOpen()) return false_value();
-  commit_table(dbf);
-  flush_orders(dbf);
-  return true_value();
+  const SameTable same(dbf);
+  const bool committed = commit_table(dbf);
+  return logical(same.holds() && flush_orders(dbf) && committed);
 }
 
 Var* di_refresh(std::int32_t, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (!dbf.isOpen()) return false_value();
-  dbf.dirty = false;
-  dbf.bufferedRec = 0;
-  refreshRecord(dbf, false);
-  return true_value();
+  dbf.buffer.forget();
+  return logical(refreshRecord(dbf, false));
 }
 
 Var* di_recordinfo(std::int32_t argc, Var** argv) {

@@ -100,9 +100,13 @@ Var* file_mode(const DbfIdx& dbf) {
   return TMP_INT(static_cast<std::int32_t>(status.st_mode & 07777));
 }
 
+std::int32_t header_size(const DbfIdx& dbf) {
+  return dbf.isOpen() ? dbf.header.size() : 0;
+}
+
 Var* last_update(const DbfIdx& dbf) {
   if (!dbf.isOpen()) return empty_date();
-  const dbf::Date date = dbf::last_update(dbf.header.data());
+  const dbf::Date date = dbf.header.last_update();
   return TMP_DATE(dateEncode(date.day, date.month, date.year));
 }
 
@@ -172,7 +176,7 @@ Var* di_info(std::int32_t argc, Var** argv) {
     case 25:
       return true_value();
     case 3:
-      return TMP_INT(dbf.headerSize);
+      return TMP_INT(header_size(dbf));
     case 4:
       return last_update(dbf);
     case 5:
@@ -205,7 +209,7 @@ Var* di_info(std::int32_t argc, Var** argv) {
     case 31:
       return TMP_INT(dbf.lockList.count());
     case 32:
-      return logical(dbf.isOpen() && dbf.recNo == dbf.bufferedRec);
+      return logical(dbf.isOpen() && is_buffered(dbf));
     case 33:
       return exchange_alias(dbf, argc, argv);
     case 34:
@@ -266,7 +270,7 @@ Var* di_indexext(std::int32_t, Var** argv) {
   return TMP_TEXT(dbf_of(argv[0]).idxExt);
 }
 Var* di_header(std::int32_t, Var** argv) {
-  return TMP_INT(dbf_of(argv[0]).headerSize);
+  return TMP_INT(header_size(dbf_of(argv[0])));
 }
 Var* di_recsize(std::int32_t, Var** argv) {
   return TMP_INT(dbf_of(argv[0]).recordSize);

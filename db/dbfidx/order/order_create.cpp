@@ -196,16 +196,17 @@ Source source_order(DbfIdx& dbf, bool keep) {
 }
 
 // Closes the orders and stands on the blank record, whose key shows what keys are like.
-void stand_on_blank(DbfIdx& dbf) {
+bool stand_on_blank(DbfIdx& dbf) {
+  const SameTable same(dbf);
   const InternalLock lock(dbf, LockMode::kExclusive);
-  commitRecord(dbf);
-  updateHeader(dbf);
+  if (!lock.held() || !leave_record(dbf) || !updateHeader(dbf)) return false;
   close_orders(dbf);
+  if (!same.holds() || !refresh_header(dbf)) return false;
   dbf.indexState = kIndexGood;
-  refresh_header(dbf);
   phantom(dbf);
   dbf.bofFlag = 1;
   runRelations(dbf);
+  return true;
 }
 
 Var* evaluate_key(DbfIdx& dbf, const NewOrder& order) {
@@ -225,9 +226,9 @@ bool open_source(DbfIdx& dbf, const Source& source) {
 bool create_order(DbfIdx& dbf, const NewOrder& order, bool keep) {
   dbf.bofFlag = dbf.eofFlag = 0;
   dbf.found = false;
-  if (dbf.dirty) commitRecord(dbf);
+  if (!leave_record(dbf)) return false;
   const Source source = source_order(dbf, keep);
-  stand_on_blank(dbf);
+  if (!stand_on_blank(dbf)) return false;
   const Var* value = evaluate_key(dbf, order);
   std::string path;
   if (!dbf.isOpen() || !create_file(dbf, order, value, path)) return false;
@@ -317,7 +318,7 @@ Var* di_reindex(std::int32_t, Var** argv) {
   const ConditionScope condition(dbf);
   dbf.bofFlag = dbf.eofFlag = 0;
   dbf.found = false;
-  if (!commitRecord(dbf)) refreshRecord(dbf, true);
+  if (!leave_record(dbf)) return false_value();
   dbf.syncState = 4;  // the keys that waited come with all others
   dbf.indexState = kIndexGood;
   if (!rebuild(dbf)) return false_value();

@@ -61,7 +61,7 @@ bool set_index(DbfIdx& dbf, const OrderRequest& request) {
   if (dbf.orderCount == 0) close_orders(dbf);
   dbf.bofFlag = dbf.eofFlag = 0;
   dbf.found = false;
-  if (dbf.dirty) commitRecord(dbf);
+  if (!leave_record(dbf)) return fail_open();
   const InternalLock lock(dbf, dbf.readOnly() ? LockMode::kShared : LockMode::kExclusive);
   index_synchronize(dbf, kSyncMove);
   const std::uint8_t former = dbf.indexState;
@@ -74,7 +74,7 @@ bool set_index(DbfIdx& dbf, const OrderRequest& request) {
   }
   dbf.orders[++dbf.orderCount] = index;
   if (dbf.currentOrder == 0) dbf.currentOrder = 1;
-  refresh_header(dbf);
+  if (!refresh_header(dbf)) return fail_open();
   std::uint8_t state = former;
   if (ready(dbf, *index)) state = std::max<std::uint8_t>(state, check_index(dbf, *index));
   go_top(dbf);
@@ -155,8 +155,7 @@ std::int32_t check_order(DbfIdx& dbf, std::int32_t n) {
   IndexControl* index = order_at(dbf, n);
   if (index == nullptr) return -1;
   const InternalLock lock(dbf, LockMode::kExclusive);
-  if (dbf.dirty) commitRecord(dbf);
-  refresh_header(dbf);
+  if (!lock.held() || !leave_record(dbf) || !refresh_header(dbf)) return -1;
   const std::uint8_t former = dbf.indexState;
   dbf.indexState = kChecksOff;
   index_synchronize(dbf, kSyncMove);
@@ -271,7 +270,7 @@ Var* di_setindex(std::int32_t argc, Var** argv) {
 Var* di_setorder(std::int32_t argc, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (!dbf.isOpen() || dbf.orderCount == 0) return empty_text();
-  if (dbf.dirty) commitRecord(dbf);
+  if (!leave_record(dbf)) return empty_text();
   const std::int32_t n = int_argument(argc, argv, 1, dbf.currentOrder);
   if (n < 0 || n > dbf.orderCount) {
     dxerror(dbf, TableError::kIllegalOrder, {n, dbf.aliasName, dbf.orderCount});

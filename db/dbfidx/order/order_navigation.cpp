@@ -16,7 +16,7 @@ void at_end(DbfIdx& dbf) {
 
 // To a record that the table was not yet seen to have.
 void follow_unknown(DbfIdx& dbf, std::uint32_t recno) {
-  refresh_header(dbf);
+  if (!refresh_header(dbf)) return at_end(dbf);
   if (!has_record(dbf, recno)) {
     dxerror(dbf, TableError::kIndexCorruptedPosition);
     return at_end(dbf);
@@ -89,9 +89,9 @@ bool place_on_record(DbfIdx& dbf, IndexControl& index) {
   index.tree.leave();
   if (find_record_key(dbf, index)) return true;
   if (!sound(dbf, index)) return false;
-  if (!dbf.exclusive() && !dbf.dirty) {
+  if (!dbf.exclusive() && !dbf.buffer.changed()) {
     // Another process may have changed the record since it was read.
-    fetchRecord(dbf, dbf.recNo);
+    if (!fetchRecord(dbf, dbf.recNo)) return false;
     if (find_record_key(dbf, index)) return true;
     if (!sound(dbf, index)) return false;
   }
@@ -165,8 +165,7 @@ bool index_step(DbfIdx& dbf) {
 std::int32_t index_forward(DbfIdx& dbf, std::int32_t n) {
   std::int32_t moved = 0;
   if (dbf.eofFlag != 0) {
-    refresh_header(dbf);
-    if (dbf.recNo > dbf.lastRec) return 0;
+    if (!refresh_header(dbf) || dbf.recNo > dbf.lastRec) return 0;
     moved = -1;  // a new record has come where the end was
   }
   dbf.eofFlag = 0;

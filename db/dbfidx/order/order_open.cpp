@@ -270,10 +270,20 @@ void close_orders(DbfIdx& dbf) {
     if (index != nullptr) close_index(dbf, std::exchange(index, nullptr));
 }
 
-void flush_orders(DbfIdx& dbf) {
+bool flush_orders(DbfIdx& dbf) {
   index_synchronize(dbf, kSyncMove);
+  bool written = true;
   for (std::int32_t n = 1; n <= dbf.orderCount; ++n)
-    if (dbf.orders[n]->exclusive()) flush_index(dbf, *dbf.orders[n]);
+    if (dbf.orders[n]->exclusive()) written = flush_index(dbf, *dbf.orders[n]) && written;
+  return written;
+}
+
+void index_records_lost(DbfIdx& dbf) {
+  for (std::int32_t n = 1; n <= dbf.orderCount; ++n) {
+    dbf.orders[n]->agrees = false;
+    dbf.orders[n]->oldKey.type = 'U';
+  }
+  dbf.syncState = kSettled;
 }
 
 bool zap_index(DbfIdx& dbf, IndexControl& index) {

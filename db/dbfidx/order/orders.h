@@ -50,8 +50,10 @@ int index_keycompare(DbfIdx& dbf, Var* value);
 // for this the table's change counter must be in its file before the record is written or counted.
 void index_begin_change(DbfIdx& dbf);
 void index_end_change(DbfIdx& dbf);
-// Writes what is held in memory in exclusive use.
-void flush_orders(DbfIdx& dbf);
+// Writes what is held in memory in exclusive use. False after error 104.
+bool flush_orders(DbfIdx& dbf);
+// Records that the orders have keys of are gone: they stay marked as different from the table.
+void index_records_lost(DbfIdx& dbf);
 // Closes all orders, completing what is pending; orderCount and currentOrder become 0.
 void close_orders(DbfIdx& dbf);
 

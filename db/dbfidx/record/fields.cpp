@@ -14,18 +14,13 @@
 namespace tarnel {
 namespace {
 
-// Values that a field of another type takes: first letter the field's, second the value's.
-constexpr const char* kAllowedPairs[] = {"IN", "CM", "FI", "FL", "FN", "IF", "IL",
-                                         "LF", "LI", "LN", "MC", "NF", "NI", "NL"};
-
-bool accepts(char field, char value) {
-  return field == value ||
-         std::any_of(std::begin(kAllowedPairs), std::end(kAllowedPairs),
-                     [=](const char* pair) { return pair[0] == field && pair[1] == value; });
+const std::uint8_t* place(const DbfIdx& dbf, const dbf::Field& field) {
+  return dbf.buffer.data() + field.offset;
 }
 
-std::uint8_t* place(DbfIdx& dbf, const dbf::Field& field) {
-  return dbf.record.data() + field.offset;
+// A cell of type C shows the buffer itself; nobody writes through it.
+char* text_place(const DbfIdx& dbf, const dbf::Field& field) {
+  return const_cast<char*>(reinterpret_cast<const char*>(place(dbf, field)));
 }
 
 const dbf::Field& field_at(const DbfIdx& dbf, std::int32_t i) {
@@ -33,96 +28,121 @@ const dbf::Field& field_at(const DbfIdx& dbf, std::int32_t i) {
 }
 
 // The block that a memo field names; 0 when it names none that could be.
-std::uint32_t memo_block(DbfIdx& dbf, const dbf::Field& field) {
+std::uint32_t memo_block(const DbfIdx& dbf, const dbf::Field& field) {
   const std::int64_t block = dbf::parse_block(place(dbf, field), field.length);
   return block > 0 && block <= UINT32_MAX ? static_cast<std::uint32_t>(block) : 0;
 }
 
-std::string_view bytes_of(DbfIdx& dbf, const dbf::Field& field) {
+bool is_unreadable(const DbfIdx& dbf) {
+  return dbf.buffer.state() == RecordBuffer::State::kUnreadable;
+}
+
+std::string_view bytes_of(const DbfIdx& dbf, const dbf::Field& field) {
   return {reinterpret_cast<const char*>(place(dbf, field)), field.length};
 }
 
-// Fills the cell from the record. False for a type that no field has.
-bool convert(DbfIdx& dbf, const dbf::Field& field, Var* cell) {
-  const std::uint8_t* at = place(dbf, field);
-  switch (field.type) {
-    case 'C':
-      cell->text = reinterpret_cast<char*>(place(dbf, field));
-      return true;
-    case 'D':
-      put_word(cell, field.length == 0 || *at == ' '
-                         ? 0
-                         : ymdToDate(bytes_of(dbf, field).substr(0, dbf::kDateLength)));
-      return true;
-    case 'F':
-    case 'N':
-      cell->num = dbf::parse_number(at, field.length);
-      return true;
-    case 'L':
-      put_word(cell, dbf::parse_logical(at, field.length) ? 1 : 0);
-      return true;
-    case 'M':
-      if (const std::uint32_t block = memo_block(dbf, field); block != 0)
-        memoRead(dbf, block, cell);
-      else
-        set_memo_text(cell, {});
-      return true;
-    default:
-      return false;
-  }
-}
+// --- The types of fields. Loading fills a field's cell from the buffered record; false after an
+// error. Storing puts a value that the type takes into the record and, as it can be read back from
+// there, into the cell; false when it was refused.
 
-bool store_memo(DbfIdx& dbf, const dbf::Field& field, Var* cell, const Var* value) {
-  const std::int64_t block = memoWrite(dbf, memo_block(dbf, field), text_of(value), cell);
-  if (block < 0) return false;
-  dbf::put_block(place(dbf, field), field.length, static_cast<std::uint32_t>(block));
+using Field = dbf::Field;
+
+bool load_text(DbfIdx& dbf, const Field& field, Var* cell) {
+  cell->text = text_place(dbf, field);
+  return true;
+}
+bool load_date(DbfIdx& dbf, const Field& field, Var* cell) {
+  const std::string_view bytes = bytes_of(dbf, field).substr(0, dbf::kDateLength);
+  put_word(cell, bytes.empty() || bytes.front() == ' ' ? 0 : ymdToDate(bytes));
+  return true;
+}
+bool load_number(DbfIdx& dbf, const Field& field, Var* cell) {
+  cell->num = dbf::parse_number(place(dbf, field), field.length);
+  return true;
+}
+bool load_logical(DbfIdx& dbf, const Field& field, Var* cell) {
+  put_word(cell, dbf::parse_logical(place(dbf, field), field.length) ? 1 : 0);
+  return true;
+}
+bool load_memo(DbfIdx& dbf, const Field& field, Var* cell) {
+  const std::uint32_t block = memo_block(dbf, field);
+  if (block != 0) return memoRead(dbf, block, cell);
+  set_memo_text(cell, {});
   return true;
 }
 
-// Puts the value into the record and, as it can be read back from there, into the cell.
-bool put_value(DbfIdx& dbf, const dbf::Field& field, Var* cell, const Var* value) {
-  std::uint8_t* at = place(dbf, field);
-  switch (field.type) {
-    case 'C':
-      dbf::put_text(at, field.length, text_of(value));
-      return convert(dbf, field, cell);
-    case 'M':
-      return store_memo(dbf, field, cell, value);
-    case 'D':
-      dbf::put_text(at, field.length, dateToYmd(value->i));
-      put_word(cell, value->i);
-      return true;
-    case 'F':
-      dbf::put_float(at, field.length, number_of(value));
-      return convert(dbf, field, cell);
-    case 'N':
-      if (!dbf::put_fixed(at, field.length, field.decimals, number_of(value))) {
-        put_word(cell, 0);
-        dxerror(dbf, TableError::kNumericOverflow);
-        return dbf.isOpen();
-      }
-      return convert(dbf, field, cell);
-    case 'L':
-      dbf::put_logical(at, field.length, truth_of(value));
-      put_word(cell, truth_of(value) ? 1 : 0);
-      return true;
-    default:
-      dxerror(dbf, TableError::kPutFieldType, {field.type});
-      return false;
-  }
+std::uint8_t* change(DbfIdx& dbf, const Field& field) {
+  return dbf.buffer.begin_change() + field.offset;
+}
+
+bool store_text(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
+  dbf::put_text(change(dbf, field), field.length, text_of(value));
+  return load_text(dbf, field, cell);
+}
+bool store_date(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
+  dbf::put_text(change(dbf, field), field.length, dateToYmd(value->i));
+  put_word(cell, value->i);
+  return true;
+}
+bool store_float(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
+  dbf::put_float(change(dbf, field), field.length, number_of(value));
+  return load_number(dbf, field, cell);
+}
+bool store_number(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
+  if (dbf::put_fixed(change(dbf, field), field.length, field.decimals, number_of(value)))
+    return load_number(dbf, field, cell);
+  const SameTable same(dbf);
+  put_word(cell, 0);
+  dxerror(dbf, TableError::kNumericOverflow);
+  return same.holds();
+}
+bool store_logical(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
+  dbf::put_logical(change(dbf, field), field.length, truth_of(value));
+  return load_logical(dbf, field, cell);
+}
+// The text first: a record never names a block that has no text. An empty one needs no block.
+bool store_memo(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
+  const std::uint32_t former = memo_block(dbf, field);
+  if (text_of(value).empty() && former == 0) return load_memo(dbf, field, cell);
+  const std::uint64_t stamp = dbf.buffer.stamp();
+  const std::int64_t block = memoWrite(dbf, former, text_of(value), cell);
+  if (block < 0 || dbf.buffer.stamp() != stamp) return false;  // or a handler moved the cursor
+  dbf::put_block(change(dbf, field), field.length, static_cast<std::uint32_t>(block));
+  return true;
+}
+
+struct FieldType {
+  char letter;
+  const char* takes;  // types of values that can be stored
+  bool (*load)(DbfIdx& dbf, const Field& field, Var* cell);
+  bool (*store)(DbfIdx& dbf, const Field& field, Var* cell, const Var* value);
+};
+constexpr FieldType kTypes[] = {
+    {'C', "CM", load_text, store_text},        {'D', "D", load_date, store_date},
+    {'F', "FINL", load_number, store_float},   {'L', "LFIN", load_logical, store_logical},
+    {'M', "MC", load_memo, store_memo},        {'N', "NFIL", load_number, store_number},
+};
+
+const FieldType* type_of(char letter) {
+  const auto* at = std::find_if(std::begin(kTypes), std::end(kTypes),
+                                [=](const FieldType& type) { return type.letter == letter; });
+  return at != std::end(kTypes) ? at : nullptr;
 }
 
 bool store_checked(DbfIdx& dbf, std::int32_t i, Var* cell, const Var* value) {
-  const dbf::Field& field = field_at(dbf, i);
-  if (!accepts(field.type, value->type)) {
+  const Field& field = field_at(dbf, i);
+  const FieldType* type = type_of(field.type);
+  if (type == nullptr && (field.type == value->type || field.type == 'I')) {
+    dxerror(dbf, TableError::kPutFieldType, {field.type});
+    return false;
+  }
+  if (type == nullptr || !letter_in(value->type, type->takes)) {
     dxerror(dbf, TableError::kPutTypeMismatch, {field.type, value->type});
     return false;
   }
-  if (field.type == 'M' && text_of(value).empty() && memo_block(dbf, field) == 0) return true;
-  if (!dbf.dirty) dbf.backup = dbf.record;
-  if (!put_value(dbf, field, cell, value) || !dbf.isOpen()) return false;
-  dbf.dirty = true;
-  dbf.fieldStamps[static_cast<std::size_t>(i)] = dbf.bufferStamp;
+  const SameTable same(dbf);
+  if (!type->store(dbf, field, cell, value) || !same.holds()) return false;
+  dbf.fieldStamps[static_cast<std::size_t>(i)] = dbf.buffer.stamp();
   return true;
 }
 
@@ -163,7 +183,7 @@ Var* new_cell(DbfIdx& dbf, std::int32_t i) {
   cell->owner = &dbf.area->owner;
   switch (cell->type) {
     case 'C':
-      cell->text = reinterpret_cast<char*>(place(dbf, field));
+      cell->text = text_place(dbf, field);
       cell->length = field.length + 1;
       break;
     case 'M':
@@ -202,30 +222,35 @@ Var* field_value(DbfIdx& dbf, std::int32_t i) {
   const auto at = static_cast<std::size_t>(i);
   if (at >= dbf.fieldCells.size()) return nil_value();
   Var* cell = dbf.fieldCells[at];
-  if (dbf.recNo == dbf.bufferedRec && dbf.fieldStamps[at] == dbf.bufferStamp) return cell;
-  if (dbf.recNo != dbf.bufferedRec) refreshRecord(dbf, true);
-  if (!dbf.isOpen()) return nil_value();  // an error's handler closed it
-  dbf.fieldStamps[at] = dbf.bufferStamp;
+  const SameTable same(dbf);
+  const bool buffered = is_buffered(dbf);
+  if (buffered && dbf.fieldStamps[at] == dbf.buffer.stamp()) return cell;
+  // What could not be read shows as blanks.
+  if (!buffered && !refreshRecord(dbf, true) && !(same.holds() && is_unreadable(dbf)))
+    return nil_value();
   const dbf::Field& field = dbf.fields[at];
-  if (field.type == 'N') {  // asked for most, so without the choice among all types
-    cell->num = dbf::parse_number(place(dbf, field), field.length);
-    return cell;
+  if (const FieldType* type = type_of(field.type); type != nullptr) {
+    dbf.fieldStamps[at] = dbf.buffer.stamp();
+    if (type->load(dbf, field, cell) || same.holds()) return cell;
+  } else {
+    dxerror(dbf, TableError::kGetFieldType, {field.type});
   }
-  const bool known = convert(dbf, field, cell);
-  if (known && dbf.isOpen()) return cell;
-  if (!known) dxerror(dbf, TableError::kGetFieldType, {field.type});
   return nil_value();
 }
 
 Var* store_field(DbfIdx& dbf, std::int32_t i, Var* value) {
   const int may = checkReplace(dbf);
   if (may < 0) return nil_value();
-  if (dbf.recNo != dbf.bufferedRec) refreshRecord(dbf, true);
-  if (static_cast<std::size_t>(i) >= dbf.fieldCells.size()) return nil_value();
+  const SameTable same(dbf);
+  const bool ready = refreshRecord(dbf, true) && same.holds() && dbf.buffer.writable();
+  if (!ready || static_cast<std::size_t>(i) >= dbf.fieldCells.size()) {
+    if (may > 0 && same.holds()) release_auto_lock(dbf);
+    return nil_value();
+  }
   Var* cell = dbf.fieldCells[static_cast<std::size_t>(i)];
   const bool stored = store_checked(dbf, i, cell, value);
-  if (may > 0) release_auto_lock(dbf);
-  return stored && dbf.isOpen() ? cell : nil_value();
+  if (may > 0 && same.holds()) release_auto_lock(dbf);
+  return stored && same.holds() ? cell : nil_value();
 }
 
 std::int32_t field_position(const DbfIdx& dbf, std::string_view name) {

@@ -14,7 +14,7 @@ namespace {
 char empty[1] = "";
 
 bool memo_open(const DbfIdx& dbf) {
-  return dbf.isOpen() && dbf.hasMemo() && dbf::has_memo(dbf::version(dbf.header.data()));
+  return dbf.isOpen() && dbf.hasMemo() && dbf::has_memo(dbf.header.version());
 }
 
 struct MemoText {

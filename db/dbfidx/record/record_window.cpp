@@ -17,10 +17,6 @@ std::int32_t records_in(const DbfIdx& dbf, std::size_t bytes) {
   return std::max<std::int32_t>(1, static_cast<std::int32_t>(bytes / dbf.recordSize));
 }
 
-std::int64_t place_of(const DbfIdx& dbf, std::int32_t n) {
-  return dbf::record_offset(dbf.headerSize, dbf.recordSize, n);
-}
-
 }  // namespace
 
 std::uint8_t* RecordWindow::at(const DbfIdx& dbf, std::int32_t n) {
@@ -36,7 +32,7 @@ bool RecordWindow::load(DbfIdx& dbf, std::int32_t n, std::size_t bytes) {
   jumps_ = 0;
   const std::int32_t wanted = std::min(records_in(dbf, bytes), dbf.lastRec - n + 1);
   bytes_.resize(static_cast<std::size_t>(std::max(wanted, 1)) * dbf.recordSize);
-  const std::int64_t got = read_some_at(dbf.dbfFd, bytes_.data(), bytes_.size(), place_of(dbf, n));
+  const std::int64_t got = read_some_at(dbf.dbfFd, bytes_.data(), bytes_.size(), record_place(dbf, n));
   first_ = n;
   count_ = got <= 0 ? 0 : static_cast<std::int32_t>(got / dbf.recordSize);
   return count_ > 0;
@@ -56,7 +52,7 @@ bool RecordWindow::read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to) {
     if (!walking) {
       if (unwritten_ != 0 && !flush(dbf)) return false;
       if (!worth_loading_all(dbf) || !load(dbf, 1, kMostBytes) || !holds(n))
-        return read_at(dbf.dbfFd, to, dbf.recordSize, place_of(dbf, n));
+        return read_at(dbf.dbfFd, to, dbf.recordSize, record_place(dbf, n));
     } else if (!flush(dbf) || !load(dbf, n, kWindowBytes)) {
       return false;
     }
@@ -68,7 +64,7 @@ bool RecordWindow::read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to) {
 bool RecordWindow::write(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from) {
   if (holds(n)) std::memcpy(at(dbf, n), from, dbf.recordSize);
   if (unwritten_ != 0 && n >= unwritten_) return true;
-  return write_at(dbf.dbfFd, from, dbf.recordSize, place_of(dbf, n));
+  return write_at(dbf.dbfFd, from, dbf.recordSize, record_place(dbf, n));
 }
 
 bool RecordWindow::append(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from) {
@@ -88,10 +84,10 @@ bool RecordWindow::flush(DbfIdx& dbf) {
   if (unwritten_ == 0) return true;
   const std::int32_t from = std::exchange(unwritten_, 0);
   const auto n = static_cast<std::size_t>(first_ + count_ - from) * dbf.recordSize;
-  if (write_at(dbf.dbfFd, at(dbf, from), n, place_of(dbf, from))) return true;
+  if (write_at(dbf.dbfFd, at(dbf, from), n, record_place(dbf, from))) return true;
   count_ = from - first_;
-  dbf.lastRec = from - 1;
-  file_ops().truncate(dbf.dbfFd, place_of(dbf, from));
+  file_ops().truncate(dbf.dbfFd, record_place(dbf, from));
+  records_lost(dbf, from);
   return false;
 }
 

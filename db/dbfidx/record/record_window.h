@@ -23,13 +23,13 @@ class RecordWindow {
     return true;
   }
   // Copies record n into `to`. False on a read error or a record that the file does not have.
-  bool read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to);
+  [[nodiscard]] bool read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to);
   // Stores record n, one that there is, or a new one behind all others. False on a write error.
-  bool write(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from);
-  bool append(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from);
-  // Writes what is held back. On a write error those records are lost: the result is false, and
-  // lastRec counts what the file has.
-  bool flush(DbfIdx& dbf);
+  [[nodiscard]] bool write(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from);
+  [[nodiscard]] bool append(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from);
+  // Writes what is held back. On a write error those records are lost, see records_lost(), and the
+  // result is false.
+  [[nodiscard]] bool flush(DbfIdx& dbf);
   void reset();
 
  private:

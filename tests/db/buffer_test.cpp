@@ -1,0 +1,210 @@
+// What the engine believes of the record in memory and of the header, while others write the file,
+// calls fail and processes are killed.
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "core/settings.h"
+#include "core/symbols.h"
+#include "db/dbfidx/method/methods.h"
+#include "db/file_ops.h"
+#include "tests/db/table_test.h"
+
+namespace tarnel::testing {
+namespace {
+
+class Buffer : public TableTest {
+ protected:
+  void make(int records, Use use) {
+    ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"c", "C", 4, 0}}));
+    ASSERT_TRUE(open("t", Use::kExclusive));
+    for (int i = 1; i <= records; ++i) {
+      call("dbappend");
+      put("n", integer(i));
+    }
+    if (use == Use::kExclusive) return;
+    call("dbclosearea");
+    ASSERT_TRUE(open("t", use));
+  }
+  // What another process does with the table.
+  static void elsewhere(const std::function<void()>& work) {
+    ASSERT_EQ(run_processes(1,
+                            [&](int) {
+                              if (!open("t", Use::kShared)) return false;
+                              work();
+                              call("dbclosearea");
+                              return take_errors().empty();
+                            }),
+              0);
+  }
+  static void change(int record, int value) {
+    call("dbgoto", {integer(record)});
+    if (yes("rlock")) put("n", integer(value));
+  }
+  static void replace_bytes(std::int64_t at, const std::string& bytes) {
+    const int fd = ::open("t.dbf", O_WRONLY | O_CLOEXEC);
+    EXPECT_TRUE(write_at(fd, bytes.data(), bytes.size(), at));
+    // Left open: a close would drop the locks that the table has.
+  }
+};
+
+TEST_F(Buffer, ShowsRecordsThatCameOrChangedElsewhere) {
+  make(2, Use::kShared);
+  call("dbgobottom");
+  call("dbskip");  // on the phantom, record 3
+  elsewhere([] {
+    call("dbappend");
+    put("n", integer(33));
+  });
+  call("dbgoto", {integer(3)});
+  EXPECT_EQ(get("n"), "N 33");
+
+  call("dbgoto", {integer(1)});
+  EXPECT_EQ(get("n"), "N 1");
+  call("dbgoto", {integer(2)});
+  elsewhere([] { change(1, 11); });
+  settings().multilocks = true;
+  EXPECT_TRUE(yes("rlock", {integer(1)}));  // of a record that is not under the cursor
+  call("dbgoto", {integer(1)});
+  put("c", text("mine"));
+  call("dbunlock");
+  EXPECT_EQ(get("n"), "N 11");
+  EXPECT_EQ(take_errors(), "");
+}
+
+TEST_F(Buffer, StopsAtAHeaderThatIsNoLongerTheTables) {
+  make(3, Use::kShared);
+  const std::string good = read_file("t.dbf");
+  for (const auto& [at, bytes] : {std::pair<std::int64_t, std::string>{8, le16(96)}, {10, le16(11)},
+                                  {4, le32(0x90000000)}}) {
+    replace_bytes(at, bytes);
+    const std::string bad = read_file("t.dbf");
+    EXPECT_FALSE(yes("dbappend"));
+    EXPECT_EQ(take_errors().substr(0, 4), "103 ");
+    call("dbgoto", {integer(9)});
+    EXPECT_EQ(take_errors().substr(0, 4), "103 ");
+    call("dbgoto", {integer(2)});
+    if (yes("rlock")) put("n", integer(5));
+    call("dbunlock");
+    EXPECT_EQ(take_errors().substr(0, 4), "103 ");
+    EXPECT_EQ(read_file("t.dbf"), bad);
+    replace_bytes(0, good);
+    call("dbgotop");
+  }
+  EXPECT_TRUE(yes("dbappend"));
+  EXPECT_EQ(take_errors(), "");
+}
+
+TEST_F(Buffer, UnreadableRecordsAreNotWritten) {
+  for (const Use use : {Use::kShared, Use::kExclusive}) {
+    make(3, Use::kShared);
+    const std::string good = read_file("t.dbf");
+    call("dbclosearea");
+    ASSERT_TRUE(open("t", use));
+    if (use == Use::kShared) yes("rlock", {integer(3)});
+    ASSERT_EQ(::truncate("t.dbf", static_cast<off_t>(good.size()) - 4), 0);
+    call("dbgoto", {integer(3)});
+    for (int i = 0; i < 2; ++i) {
+      put("c", text("lost"));
+      EXPECT_EQ(take_errors().substr(0, 4), "103 ");
+      EXPECT_FALSE(yes("dbdelete"));
+      EXPECT_EQ(take_errors().substr(0, 4), "103 ");
+    }
+    replace_bytes(0, good);
+    EXPECT_EQ(get("n"), "N 3");
+    put("c", text("safe"));
+    call("dbclosearea");
+    EXPECT_EQ(read_file("t.dbf").substr(good.size() - 10), " " + std::string("    3safe"));
+    EXPECT_EQ(take_errors(), "");
+  }
+}
+
+TEST_F(Buffer, ChangesAreWrittenWhereverTheCursorWent) {
+  make(4, Use::kExclusive);
+  ASSERT_TRUE(yes("dbcreateindex", {text("n"), text("n")}));
+  call("dbgoto", {integer(3)});
+  put("c", text("here"));
+  Var* object[] = {table().object};
+  di_indexgotop(1, object);
+  EXPECT_EQ(get("n"), "N 1");
+  call("dbgoto", {integer(3)});
+  EXPECT_EQ(get("c"), "C here");
+  EXPECT_EQ(take_errors(), "");
+}
+
+// Beyond the ranges of claim and file lock a record lock would drop them.
+TEST_F(Buffer, TablesEndWhereRecordsCanStillBeLocked) {
+  for (const bool scheme40 : {false, true}) {
+    settings().lock40comp = scheme40;
+    const std::int64_t limit = scheme40 ? 0x3FFFF7FF : 0x7FFFF7F6;
+    make(0, Use::kExclusive);
+    call("dbclosearea");
+    const auto most = static_cast<std::int32_t>((limit - 97) / 10);
+    ASSERT_EQ(::truncate("t.dbf", 97 + 10 * (std::int64_t{most} + 1)), 0);
+    replace_bytes(4, le32(static_cast<unsigned>(most)));
+    for (const Use use : {Use::kShared, Use::kExclusive}) {
+      ASSERT_TRUE(open("t", use));
+      EXPECT_FALSE(yes("dbappend"));
+      EXPECT_EQ(take_errors().substr(0, 4), "327 ");
+      EXPECT_EQ(count("lastrec"), most);
+      call("dbclosearea");
+      EXPECT_EQ(std::filesystem::file_size("t.dbf"), 97 + 10 * (std::uintmax_t(most) + 1));
+    }
+    replace_bytes(4, le32(static_cast<unsigned>(most) + 1));
+    EXPECT_FALSE(open("t", Use::kShared));
+    EXPECT_EQ(take_errors().substr(0, 4), "327 ");
+    ASSERT_TRUE(open("t", Use::kExclusive));
+    call("dbgobottom");
+    EXPECT_EQ(count("recno"), most + 1);
+    call("dbclosearea");
+    EXPECT_EQ(take_errors(), "");
+  }
+}
+
+TEST_F(Buffer, AFullDiskIsToldByCommit) {
+  make(2, Use::kExclusive);
+  ASSERT_TRUE(yes("dbcreateindex", {text("n"), text("n")}));
+  call("dbcommit");
+  const int failed = run_processes(1, [&](int) {
+    const rlim_t size = std::filesystem::file_size("t.dbf");
+    const rlimit limit{size + 5, size + 5};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    if (!yes("dbappend")) return false;  // held back
+    put("n", integer(9));
+    return !yes("dbcommit") && take_errors().substr(0, 4) == "104 " && count("lastrec") == 2 &&
+           count("recno") == 3 && yes("eof");
+  });
+  EXPECT_EQ(failed, 0);
+}
+
+// The counter in the file moves when the first change becomes pending, so that an order that was
+// closed at the time is seen to differ whatever becomes of the process.
+TEST_F(Buffer, KilledWritersAreSeenByClosedOrders) {
+  for (const Use use : {Use::kShared, Use::kExclusive}) {
+    make(3, Use::kExclusive);
+    ASSERT_TRUE(yes("dbcreateindex", {text("n"), text("n")}));
+    call("dbclosearea");
+    ASSERT_EQ(run_processes(1,
+                            [&](int) {
+                              if (!open("t", use)) return false;
+                              change(2, 9);
+                              call("dbgotop");
+                              _exit(0);
+                            }),
+              0);
+    ASSERT_TRUE(open("t", Use::kShared));
+    call("dbgoto", {integer(2)});
+    EXPECT_EQ(get("n"), "N 9");
+    yes("dbsetindex", {text("n")});
+    settings().developer = true;
+    call("dbseek", {integer(9)});
+    EXPECT_NE(take_errors().find("902 index may be corrupted"), std::string::npos);
+    settings().developer = false;
+    call("dbclosearea");
+  }
+}
+
+}  // namespace
+}  // namespace tarnel::testing
