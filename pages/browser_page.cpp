@@ -20,6 +20,15 @@ void write_cell(const char* before, Var* text, const char* after) {
   CALL_SIMPLE(qout, csuaddc(cscaddu(before, text), after, false));
 }
 
+// A copy of a field's value. A memo stays one, where copies are plain texts else: the page names the
+// type of what can be of any length.
+Var* value_of_field(std::int32_t number) {
+  Var* cell = CALL_SIMPLE(fieldget, TMP_INT(number));
+  Var* value = ARG_VAR(cell);
+  if (cell->type == 'M') value->type = 'M';
+  return value;
+}
+
 }  // namespace
 
 Var* ntrim(std::int32_t argc, Var** argv) {
@@ -69,7 +78,7 @@ Var* example6(std::int32_t argc, Var**) {
     CALL_SIMPLE(qout, TMP_STR("<tr>"));
     for (std::int32_t i = 1; i <= fields; ++i) {
       LINE_HOOK(51);
-      Var* text = CALL_SIMPLE(asstring, ARG_VAR(CALL_SIMPLE(fieldget, TMP_INT(i))));
+      Var* text = CALL_SIMPLE(asstring, value_of_field(i));
       write_cell("<td>", CALL_SIMPLE(alltrim, text), "</td>");
       p.next_iteration(50);
     }

@@ -86,6 +86,19 @@ TEST_F(Pages, TheBrowserShowsEveryRecordInRecordOrder) {
   EXPECT_NE(page.find("\n<tr>END OF DATA</tr>\n</table></BODY>\n</HTML>\n"), std::string::npos);
 }
 
+TEST_F(Pages, TheBrowserShowsEveryTypeOfField) {
+  ASSERT_EQ(std::system("cd " PAGES_TABLES " && rm user.* && " TARNEL_CONSOLE
+                        " -e \"dbcreate('user', {{'c', 'C', 5, 0}, {'n', 'N', 6, 2}, {'l', 'L', 1, 0},"
+                        " {'d', 'D', 8, 0}, {'m', 'M', 10, 0}})\" -e \"dbusearea(.f., , 'user')\""
+                        " -e 'dbappend()' -e 'c := \"<b>\"' -e 'n := -1.5' -e 'l := .t.'"
+                        " -e 'd := {12/31/99}' -e 'm := \"long\"' > /dev/null"),
+            0);
+  EXPECT_NE(get(6).find("<tr>\n<td><b></td>\n<td>-1.50</td>\n<td>y</td>\n<td>12/31/99</td>\n"
+                        "<td>[type M?]</td>\n</tr>"),
+            std::string::npos)
+      << get(6);
+}
+
 TEST_F(Pages, ThePlannerEndsInTheErrorPageAtTheOrderThatNobodyBuilds) {
   const std::string page = get(5);
   EXPECT_EQ(page.find("<HTML>\n<TITLE>Waypath route planner[tm]</TITLE>\n<BODY>\n"

@@ -110,6 +110,29 @@ TEST(ByHand, EveryBodyAndLengthGivesAPage) {
   }
 }
 
+// The log's socket or the tables must not be taken for the body, nor a signal lose the page.
+TEST(ByHand, ABodyThatCannotComeOrNeverComesHangsNothing) {
+  const struct {
+    const char* before;
+    int status;
+    std::string answer;
+  } cases[] = {
+      {"exec <&-", 0, index_answer()},
+      {"exec <&- >&- 2>&-", 0, ""},
+      {"mkfifo $$.fifo; exec 3<>$$.fifo <$$.fifo; rm $$.fifo; (sleep 0.3; kill -TERM $$) >&- &",
+       143, ""},
+      {"mkfifo $$.fifo; exec 3<>$$.fifo <$$.fifo; rm $$.fifo;"
+       "(sleep 0.2; kill -INT $$; sleep 0.2; printf '&&&&' >&3) >&- &",
+       0, index_answer()},
+  };
+  for (const auto& c : cases) {
+    int status = -1;
+    EXPECT_EQ(run_program("CONTENT_LENGTH=4", "", &status, TARNEL_PROGRAM, c.before), c.answer)
+        << c.before;
+    EXPECT_EQ(status, c.status) << c.before;
+  }
+}
+
 TEST(ByHand, TheQueryStringWinsOverThePath) {
   int status = -1;
   EXPECT_EQ(run_program("QUERY_STRING=nosuch PATH_INFO=/example0/", "", &status), index_answer());
