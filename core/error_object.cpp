@@ -200,7 +200,11 @@ void evaluate_error_block(Var* error) {
   }
   Var* block = block_cell();
   if (!is_block(block)) block = TMP_BLOCK(default_block);
-  run_block_with(block, error);
+  // An error of a guard that a break runs on its way: the handler hears of it, but can't break again.
+  if (break_on_its_way())
+    in_sequence([&] { run_block_with(block, error); });
+  else
+    run_block_with(block, error);
   if (is_quitting()) QUIT_RUN();
 }
 

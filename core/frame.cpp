@@ -124,7 +124,7 @@ Frame* frame_at(std::int32_t n) {
   return nullptr;
 }
 
-void unwind_to(Frame* frame, std::int32_t temps, std::int32_t vars) {
+void leave_procedures(Frame* frame, std::int32_t vars) {
   // Bindings go while the level is still that of a procedure inside the sequence, innermost first.
   while (state.current != frame) {
     POP_VARSTACK(state.current->var_entry);
@@ -132,7 +132,6 @@ void unwind_to(Frame* frame, std::int32_t temps, std::int32_t vars) {
     state.current = state.current->prev;
   }
   POP_VARSTACK(vars);
-  POP_TEMPS(temps);
 }
 
 // --- Walks of the chain.

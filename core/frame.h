@@ -79,11 +79,12 @@ Var* CALL_SIMPLE(Callable fn, Args*... args) {
 // The nth visible frame from the current one (0 = itself), or null.
 Frame* frame_at(std::int32_t n);
 
-// Restores frame, level and both stacks to those of `frame`, for a sequence that was left by a
-// break.
-void unwind_to(Frame* frame, std::int32_t temps, std::int32_t vars);
+// Ends the procedures above `frame` without results, for a break: their bindings go, frame and level
+// are then those of `frame`. To be called before the native stack is left, since the frames lie in it.
+void leave_procedures(Frame* frame, std::int32_t vars);
 
-// Frame begin and end as a guard. Left by an exception it does nothing: RECOVER restores all.
+// A procedure that runs. When a break leaves it nothing is left to be done: its frame was taken off
+// the chain before the break began to travel.
 class Procedure {
  public:
   Procedure(const char* module, const char* proc, std::int32_t line, std::int32_t argc) {

@@ -11,38 +11,37 @@ namespace {
 
 // The innermost sequence; the value travels in it, not in the exception.
 struct Sequence {
-  Sequence* outer;
-  Var* value;
+  Sequence* const outer;
+  Frame* const frame;
+  const std::int32_t temps, vars;
+  Var* value;  // null until a break is on its way
 };
 Sequence* innermost = nullptr;
 
-struct BreakSignal {
-  Sequence* target;
-};
+struct BreakSignal {};
 
 }  // namespace
 
 Var* run_sequence(void (*body)(void* context), void* context) {
-  Sequence sequence{innermost, nullptr};
-  Frame* frame = current_frame();
-  const std::int32_t temps = temp_top(), vars = varstack_top();
-  const int errors = errors_in_progress();
+  Sequence sequence{innermost, current_frame(), temp_top(), varstack_top(), nullptr};
   innermost = &sequence;
   try {
     body(context);
-    innermost = sequence.outer;
-    return nullptr;
-  } catch (const BreakSignal& signal) {
-    if (signal.target != &sequence) throw;
+  } catch (const BreakSignal&) {
   }
   innermost = sequence.outer;
-  unwind_to(frame, temps, vars);
-  errors_in_progress() = errors;
+  if (sequence.value == nullptr) return nullptr;
+  POP_VARSTACK(sequence.vars);  // what ran while the procedures were left may have bound names
+  POP_TEMPS(sequence.temps);
   return PUSH_TEMP(sequence.value);
 }
 
 bool inside_sequence() {
   return innermost != nullptr;
+}
+
+bool break_on_its_way() {
+  return innermost != nullptr && innermost->value != nullptr;
 }
 
 void break_sequence(Var* value) {
@@ -51,9 +50,10 @@ void break_sequence(Var* value) {
     QUIT_RUN(1);
   }
   Var* kept = ARG_VAR(value);
-  ++kept->refs;  // outlives the temporaries that the unwinding pops
+  ++kept->refs;  // outlives the temporaries that RECOVER pops
   innermost->value = kept;
-  throw BreakSignal{innermost};
+  leave_procedures(innermost->frame, innermost->vars);
+  throw BreakSignal{};
 }
 
 }  // namespace tarnel

@@ -3,6 +3,10 @@
 //
 //   Var* broken = in_sequence([&] { ... break_sequence(value) ... });
 //   if (broken) { ... RECOVER ... }
+//
+// A break first takes the procedures that it leaves off the chain, with their bindings, while their
+// frames are still there. Then it travels, and the guards on its way run under the frame and level of
+// the sequence. RECOVER cuts both stacks back to where the sequence began.
 #pragma once
 
 #include "core/var.h"
@@ -19,6 +23,8 @@ Var* in_sequence(Body&& body) {
 }
 
 bool inside_sequence();
+// A break is leaving the innermost sequence: guards run, and none of them may break again.
+bool break_on_its_way();
 // Leaves the innermost sequence with a value; outside of one error 335 ends the run.
 [[noreturn]] void break_sequence(Var* value);
 

@@ -7,6 +7,7 @@
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/memory.h"
+#include "core/sequence.h"
 #include "core/symbols.h"
 
 namespace tarnel {
@@ -129,7 +130,8 @@ void free_body(SharedHeader* header) {
   MEM_FREE(header);
 }
 
-// Calls axit of an object that is about to lose its last reference.
+// Calls axit of an object that is about to lose its last reference. A break ends the method only: what
+// releases an object can't be stopped halfway.
 void run_destructor(Var* object) {
   const ClassDescriptor* descriptor = class_of(object);
   if (descriptor == nullptr) return;
@@ -138,7 +140,7 @@ void run_destructor(Var* object) {
   if (slot < 0) return;
   object->refs = 1;  // alive for the call, so that the method may hand it around
   const std::int32_t mark = temp_top();
-  csdometh("axit", slot, 0, 1, &object);
+  in_sequence([&] { csdometh("axit", slot, 0, 1, &object); });
   POP_TEMPS(mark);
 }
 

@@ -1,6 +1,7 @@
 // Procedures: parameters, results, the chain, sequences, error handling.
 #include "core/blocks.h"
 #include "core/error_object.h"
+#include "core/memvars.h"
 #include "core/operators.h"
 #include "core/sequence.h"
 #include "core/symbols.h"
@@ -127,21 +128,83 @@ TEST_F(Procedures, DetachedLocalsSurviveTheirProcedureAndAreSharedByItsBlocks) {
   EXPECT_EQ(take_errors(), "312 in EVAL()");
 }
 
-TEST_F(Procedures, ABreakRestoresFrameLevelAndStacks) {
-  const std::int32_t level = activation_level();
-  Frame* frame = current_frame();
-  Var* broken = in_sequence([] {
-    Procedure p("test", "breaks", 1, 0);
-    Var* nested = in_sequence([] { break_sequence(TMP_TEXT("inner")); });
-    EXPECT_EQ(show(nested), "C inner");
-    EXPECT_TRUE(inside_sequence());
-    break_sequence(TMP_INT(42));
-  });
-  ASSERT_NE(broken, nullptr);
-  EXPECT_EQ(show(broken), "I 42");
-  EXPECT_EQ(current_frame(), frame);
-  EXPECT_EQ(activation_level(), level);
-  EXPECT_FALSE(inside_sequence());
+// Overwrites the native stack that a break has left, then breaks itself.
+Var* scorching_axit(std::int32_t argc, Var** argv) {
+  Procedure p("test", "axit", 1, argc);
+  p.self(argv);
+  volatile char scratch[1 << 14];
+  for (volatile char& c : scratch) c = 0x55;
+  break_sequence(TMP_TEXT("out of a destructor"));
+}
+Var* breaking_method(std::int32_t argc, Var** argv) {
+  Procedure p("test", "leave", 1, argc);
+  p.self(argv);
+  break_sequence(p.param(argv));
+}
+Var* breaking_block(std::int32_t argc, Var** argv, Var**) {
+  Procedure p("test", "cb_1_4_1", 4, argc);
+  break_sequence(p.param(argv));
+}
+constexpr MethodEntry kMethods[] = {{"axit", scorching_axit}, {"leave", breaking_method}};
+const ClassDescriptor& scorching_class() {
+  static const ClassDescriptor descriptor("scorching", {}, kMethods);
+  return descriptor;
+}
+
+// A procedure that binds a private and calls itself; `leave` runs in the deepest one.
+Var* dive(int depth, void (*leave)()) {
+  Procedure p("test", "dive", 1, 0);
+  CPY_VAR(symbol_var(DECLARE_PRIVATE(ADD_SYMBOL("xdive"))), scorching_class().make());
+  if (depth > 0)
+    dive(depth - 1, leave);
+  else
+    leave();
+  return p.end();
+}
+
+struct FailingGuard {
+  ~FailingGuard() { RT_ERROR(102, "in a guard"); }
+};
+
+TEST_F(Procedures, ABreakRestoresFrameLevelAndStacksFromWhereverItComes) {
+  struct Road {
+    const char* name;
+    void (*leave)();
+  };
+  const Road roads[] = {
+      {"procedure", [] { break_sequence(TMP_INT(42)); }},
+      {"block", [] { run_block_with(TMP_BLOCK(breaking_block), TMP_INT(42)); }},
+      {"method", [] { send(scorching_class().make(), "leave", TMP_INT(42)); }},
+      {"error block", [] { RT_ERROR(317, "in a procedure"); }},
+      {"guard", [] {
+         const FailingGuard guard;
+         break_sequence(TMP_INT(42));
+       }}};
+  Var* variable = GET_MEMVAR("xdive");
+  SET_INT(variable, 7);
+  set_error_caller(raise_error_object);
+  Var* old_block = CALL_SIMPLE(errorblock);
+  for (const Road& road : roads) {
+    Procedure p("test", "outer", 1, 0);
+    CALL_SIMPLE(errorblock, TMP_BLOCK(breaking_block));
+    const std::int32_t level = activation_level(), temps = temp_top(), vars = varstack_top();
+    Var* broken = in_sequence([&] {
+      Var* nested = in_sequence([&] { dive(30, road.leave); });
+      EXPECT_TRUE(inside_sequence());
+      break_sequence(nested);
+    });
+    ASSERT_NE(broken, nullptr);
+    EXPECT_EQ(show(broken), road.name == std::string("error block") ? "O" : "I 42") << road.name;
+    EXPECT_EQ(current_frame(), &p.frame()) << road.name;
+    EXPECT_EQ(activation_level(), level) << road.name;
+    EXPECT_EQ(temp_top(), temps + 1) << road.name;
+    EXPECT_EQ(varstack_top(), vars) << road.name;
+    EXPECT_EQ(errors_in_progress(), 0) << road.name;
+    EXPECT_EQ(GET_MEMVAR("xdive"), variable) << road.name;
+    EXPECT_FALSE(inside_sequence());
+    p.end();
+  }
+  CALL_SIMPLE(errorblock, old_block);
   EXPECT_EQ(in_sequence([] {}), nullptr);
 }
 
