@@ -30,6 +30,18 @@ struct Range {
   }
 };
 
+// The elements of an array while blocks and error handlers run, which may resize it, end it or give its
+// variable another value. Elements that they take away are passed over.
+class Walk {
+ public:
+  explicit Walk(const Var* list) : body_(list->shared) {}
+  bool has(std::int32_t i) const { return i >= 1 && static_cast<std::uint32_t>(i) <= body_->count; }
+  Var* at(std::int32_t i) const { return body_->elements[i - 1]; }
+
+ private:
+  const BodyHold body_;
+};
+
 // Moves elements and puts a fresh NIL where one was released.
 void close_gap(SharedHeader* body, std::uint32_t gap) {
   Var* dying = body->elements[gap];
@@ -107,7 +119,9 @@ Var* afill(std::int32_t argc, Var** argv) {
     range.count = integer_of(argv[3]);
   range.cut(size);
   Var* value = argc > 1 ? argv[1] : nil_value();
-  for (std::int32_t i = 0; i < range.count; ++i) CPY_VAR(element(argv[0], range.start + i), value);
+  const Walk walk(argv[0]);
+  for (std::int32_t i = 0; i < range.count && walk.has(range.start + i); ++i)
+    CPY_VAR(walk.at(range.start + i), value);
   return argv[0];
 }
 
@@ -144,14 +158,13 @@ Var* aeval(std::int32_t argc, Var** argv) {
   if (argc == 4 && arg_is(argc, argv, 3, "INF") && integer_of(argv[3]) >= 0)
     range.count = integer_of(argv[3]);
   range.cut(size);
-  for (std::int32_t i = range.start; i < range.start + range.count && i <= element_count(list);
-       ++i) {
+  const Walk walk(list);
+  Var* block = CPY_VAR(NEW_TEMP(), argv[1]);
+  for (std::int32_t i = range.start; i < range.start + range.count && walk.has(i); ++i) {
     const std::int32_t mark = temp_top();
-    Var* cell = element(list, i);
-    ++cell->refs;  // the block may take the element out of the array
-    run_block_with(argv[1], cell, TMP_INT(i));
+    const CellHold cell(walk.at(i));
+    run_block_with(block, walk.at(i), TMP_INT(i));
     POP_TEMPS(mark);
-    DEL_VAR(cell);
   }
   return list;
 }
@@ -170,10 +183,12 @@ Var* ascan(std::int32_t argc, Var** argv) {
   if (arg_is(argc, argv, 3, "INFL")) range.count = integer_of(argv[3]);
   if (range.count < 0) return num_zero();
   range.count = std::min(range.count, size - range.start + 1);
-  for (std::int32_t i = range.start; i < range.start + range.count && i <= element_count(list);
-       ++i) {
+  const Walk walk(list);
+  Var* key = is_block(argv[1]) ? CPY_VAR(NEW_TEMP(), argv[1]) : argv[1];
+  for (std::int32_t i = range.start; i < range.start + range.count && walk.has(i); ++i) {
     const std::int32_t mark = temp_top();
-    const bool found = matches(element(list, i), argv[1]);
+    const CellHold cell(walk.at(i));
+    const bool found = matches(walk.at(i), key);
     POP_TEMPS(mark);
     if (found) return TMP_INT(i);
   }

@@ -2,7 +2,7 @@
 #include "core/arrays.h"
 
 #include <algorithm>
-#include <iterator>
+#include <cassert>
 
 #include "core/errors.h"
 #include "core/memory.h"
@@ -11,17 +11,20 @@
 namespace tarnel {
 namespace {
 
-Callable access_hook = nullptr;
-
 Var* new_element() {
   return NEW_VAR('N', 'U');
+}
+
+// Slots of a body's vector; one behind the last element is always there.
+std::size_t room_of(const SharedHeader* body) {
+  return MEM_SIZE(body->elements) / sizeof(Var*);
 }
 
 // An array that grows by one gets room for half as many more, so that a chain of appends does not
 // copy the vector each time.
 void resize_vector(SharedHeader* header, std::int32_t size) {
   const std::size_t needed = static_cast<std::size_t>(size) + 1;
-  const std::size_t room = MEM_SIZE(header->elements) / sizeof(Var*);
+  const std::size_t room = room_of(header);
   const bool appends = static_cast<std::int64_t>(header->count) + 1 == size;
   if (needed > room || needed < room / 4)
     header->elements = static_cast<Var**>(
@@ -48,6 +51,27 @@ Var* value_for(Var* const* values, std::int32_t i, int mode, bool& ended) {
   return value;
 }
 
+// Appends elements up to `size`, unless someone else changes their number or the room for them.
+void fill(SharedHeader* body, std::int32_t size, int mode, Var* const* values) {
+  const bool clones = mode == kCloneOne || mode == kCloneValues;
+  bool ended = mode < kAllNil || mode > kCloneValues;
+  auto filled = static_cast<std::int32_t>(body->count);
+  for (std::int32_t i = 0; filled < size; ++i) {
+    const auto index = static_cast<std::size_t>(filled);
+    if (index != body->count || index + 1 >= room_of(body)) return;
+    Var* fresh = new_element();
+    body->elements[filled] = fresh;
+    body->count = static_cast<std::uint32_t>(++filled);
+    Var* value = value_for(values, i, mode, ended);
+    if (value == nullptr) continue;
+    const CellHold kept(fresh);
+    if (clones)
+      CLONE_VAR(fresh, value);
+    else
+      CPY_VAR(fresh, value);
+  }
+}
+
 bool is_array(const Var* array, const char* complaint) {
   if (array == nullptr)
     RT_INTERNAL(407, "DGET_ARR: null array pointer");
@@ -60,35 +84,21 @@ bool is_array(const Var* array, const char* complaint) {
 
 // REQUIRES: array is an array.
 Var* element_or(Var* array, std::int32_t index, Var* failure) {
+  assert(array->type == 'A');
   if (index < 1 || index > element_count(array)) {
     RT_INTERNAL(409,
                 format_text("array index %d not in limits (1..%d) ", index, element_count(array)));
     return failure;
-  }
-  if (access_hook != nullptr) {
-    Var* argv[] = {TMP_INT(index)};
-    access_hook(1, argv);
   }
   return element(array, index);
 }
 
 }  // namespace
 
-void set_array_hook(Callable hook) {
-  access_hook = hook;
-}
-
 Var* cscreara(Var* target, std::int32_t size, int mode, Var* const* values) {
   if (size < 0 || size > kMaxElements)
     return RT_INTERNAL(409, format_text("dimension overflow, requested array size=%d", size));
-  std::int32_t filled = 0;
-  if (target->type == 'O' || target->type == 'A') {
-    SharedHeader* header = target->shared;
-    const bool keeps = mode < kAllNil || mode == kKeep || mode > kCloneValues;
-    const auto old_count = static_cast<std::int32_t>(header->count);
-    drop_elements(header, keeps ? std::min(size, old_count) : 0);
-    filled = static_cast<std::int32_t>(header->count);
-  } else {
+  if (target->type != 'O' && target->type != 'A') {
     target = CLR_VAR(target, 'A');
     if (is_error(target)) return target;
     target->shared = new_shared();
@@ -96,30 +106,13 @@ Var* cscreara(Var* target, std::int32_t size, int mode, Var* const* values) {
     target->length = 0;
     target->decimals = 0;
   }
-  SharedHeader* header = target->shared;
-  resize_vector(header, size);
-  const bool clones = mode == kCloneOne || mode == kCloneValues;
-  bool ended = mode < kAllNil || mode > kCloneValues;
-  for (std::int32_t i = 0; filled < size; ++i) {
-    Var* fresh = new_element();
-    header->elements[filled] = fresh;
-    header->count = static_cast<std::uint32_t>(++filled);
-    Var* value = value_for(values, i, mode, ended);
-    if (value == nullptr) continue;
-    if (clones)
-      CLONE_VAR(fresh, value);
-    else
-      CPY_VAR(fresh, value);
-  }
+  const BodyHold body(target->shared);
+  const bool keeps = mode < kAllNil || mode == kKeep || mode > kCloneValues;
+  const auto old_count = static_cast<std::int32_t>(body->count);
+  drop_elements(body.get(), keeps ? std::min(size, old_count) : 0);
+  resize_vector(body.get(), size);
+  fill(body.get(), size, mode, values);
   return target;
-}
-
-Var* cscrearr(Var* target, std::int32_t size, int mode, std::initializer_list<Var*> values) {
-  Var* list[16] = {};
-  std::size_t n = 0;
-  for (Var* v : values)
-    if (n < std::size(list) - 1) list[n++] = v;
-  return cscreara(target, size, mode, list);
 }
 
 Var* cscredim(Var* target, Var* dimension, int mode, Var* value) {

@@ -1,8 +1,10 @@
 // Arrays: shared vectors of cells. Assignment shares, aclone copies.
 #pragma once
 
+#include <algorithm>
+#include <cassert>
+#include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 
 #include "core/modules.h"
 #include "core/var.h"
@@ -19,9 +21,16 @@ enum ArrayMode : int {
 };
 
 // Makes `target` an array of `size` elements, or resizes the array or object it is. The values end
-// at a null pointer; a null vector means none. Error 409 for a size outside 0 to 65535.
+// at a null pointer; a null vector means none. Error 409 for a size outside 0 to 65535. An error
+// handler or destructor that changes the array meanwhile has the last word: it is filled no further.
 Var* cscreara(Var* target, std::int32_t size, int mode, Var* const* values = nullptr);
-Var* cscrearr(Var* target, std::int32_t size, int mode, std::initializer_list<Var*> values = {});
+// The same with the values as a list: cscrearr(cell, 2, kCopyValues, {a, b}).
+template <std::size_t N>
+Var* cscrearr(Var* target, std::int32_t size, int mode, Var* const (&&values)[N]) {
+  Var* list[N + 1] = {};
+  std::copy(values, values + N, list);
+  return cscreara(target, size, mode, list);
+}
 // DIMENSION: the size is a cell; error 201 when it is no number.
 Var* cscredim(Var* target, Var* dimension, int mode, Var* value);
 
@@ -32,15 +41,14 @@ Var* csgetarv(Var* array, Var* index);
 
 // Elements of an array or object. REQUIRES: v is of type A or O.
 inline std::int32_t element_count(const Var* v) {
+  assert(v->type == 'A' || v->type == 'O');
   return static_cast<std::int32_t>(v->shared->count);
 }
-// Element i, from 1, without a test.
+// Element i, from 1. REQUIRES: it is there.
 inline Var* element(const Var* v, std::int32_t i) {
+  assert(i >= 1 && i <= element_count(v));
   return v->shared->elements[i - 1];
 }
-
-// Called with the index before each access by subscript; for a debugger. Null: none.
-void set_array_hook(Callable hook);
 
 #define ARRAY_BUILTINS(X)                                                                        \
   X("aadd", aadd, "aadd(aTarget, xValue) -> xValue: appends an element")                         \

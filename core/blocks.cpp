@@ -28,10 +28,8 @@ Var* run_block(std::int32_t argc, Var** argv) {
   if (block->decimals == kMethodFlag)
     return CALL_VECTOR(method_function(block), argc - 1, argv + 1);
   // The block must outlive its run, even if it clears the variable that holds it.
-  SharedHeader* body = block->shared;
-  ++body->refs;
+  const BodyHold body(block->shared);
   Var* result = block->function(argc - 1, argv + 1, body->elements);
-  release_shared(body);
   return result != nullptr ? result : RT_ERROR(320, "function returned zero pointer");
 }
 

@@ -1,10 +1,10 @@
 // Comparisons, containment and the comparison of texts.
 #include <algorithm>
-#include <utility>
 
 #include "core/errors.h"
 #include "core/operators.h"
 #include "core/settings.h"
+#include "core/switched.h"
 
 namespace tarnel {
 namespace {
@@ -57,10 +57,8 @@ bool texts_hold(Relation relation, std::string_view a, std::string_view b) {
   const auto la = static_cast<std::int32_t>(a.size()), lb = static_cast<std::int32_t>(b.size());
   if (relation != kExactlyEqual) return holds(relation, nastrcmp(a.data(), b.data(), la, lb), 0);
   if (la != lb) return false;
-  const bool saved = std::exchange(settings().exact, true);
-  const bool equal = nastrcmp(a.data(), b.data(), la, lb) == 0;
-  settings().exact = saved;
-  return equal;
+  const Switched<bool> exact(settings().exact, true);
+  return nastrcmp(a.data(), b.data(), la, lb) == 0;
 }
 
 bool numbers_hold(Relation relation, const Var* left, const Var* right) {

@@ -205,7 +205,7 @@ int dos_error() {
 void set_dos_error(int number) {
   state.dos = number;
 }
-int& errors_in_progress() {
+int errors_in_progress() {
   return state.in_progress;
 }
 void set_error_caller(void (*caller)(const RaisedError&)) {
@@ -225,17 +225,12 @@ ErrorGuard::ErrorGuard() {
 }
 
 ErrorGuard::~ErrorGuard() {
-  if (state.in_progress > 0) --state.in_progress;
+  --state.in_progress;
 }
 
 bool errors_held() {
   return state.held;
 }
-ErrorHold::ErrorHold() : saved_(state.held) {
-  state.held = true;
-}
-ErrorHold::~ErrorHold() {
-  state.held = saved_;
-}
+ErrorHold::ErrorHold() : held_(state.held, true) {}
 
 }  // namespace tarnel

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "core/source_line.h"
+#include "core/switched.h"
 #include "core/var.h"
 
 namespace tarnel {
@@ -51,7 +52,7 @@ class ErrorGuard {
   ErrorGuard(const ErrorGuard&) = delete;
   ErrorGuard& operator=(const ErrorGuard&) = delete;
 };
-int& errors_in_progress();
+int errors_in_progress();
 
 // Set when the error objects are live: receives code, severity, text, subcode and subsystem (""
 // none).
@@ -64,17 +65,14 @@ struct RaisedError {
 };
 void set_error_caller(void (*caller)(const RaisedError&));
 
-// While held, raises only record their code; type() evaluates under it.
+// While it lives, raises only record their code; type() evaluates under it.
 bool errors_held();
 class ErrorHold {
  public:
   ErrorHold();
-  ~ErrorHold();
-  ErrorHold(const ErrorHold&) = delete;
-  ErrorHold& operator=(const ErrorHold&) = delete;
 
  private:
-  bool saved_;
+  Switched<bool> held_;
 };
 
 }  // namespace tarnel

@@ -15,8 +15,6 @@ struct FrameState {
   Frame base{-1, 0, 0, -1, -1, nullptr, "", "", 0, 0, nullptr, nullptr, nullptr, -2};
   Frame* current = &base;
   std::int32_t level = 0;
-  std::uint32_t debug_word = 0;  // bit 0: a debugger wants each line
-  void (*debug_entry)() = nullptr;
 } state;
 
 bool parameter_type_fits(char received, char declared) {
@@ -80,8 +78,11 @@ Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter) {
     c = empty_parameter(c, type);
   }
   switch (c->sclass) {
-    case 'C':
-      return ARG_VAR(c);
+    case 'C':  // a private copy, which like every parameter outlives the loops
+      c = ARG_VAR(c);
+      c->sclass = 'N';
+      state.current->temp_mark = temp_top();
+      return c;
     case 'F':
     case 'f':
       if (!quiet) RT_ERROR(204, "field not allowed as parameter to function");
@@ -103,7 +104,6 @@ Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter) {
 void LINE_HOOK(std::int32_t line) {
   if (line > 0) state.current->line = line;
   look_at_signals();
-  if ((state.debug_word & 1U) != 0 && state.debug_entry != nullptr) state.debug_entry();
 }
 
 Var* DEFAULT_IVAR(Var* object, std::int32_t i, char letter, Var* init) {

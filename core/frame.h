@@ -57,7 +57,7 @@ Var* END_PROC(Frame* frame, char expected);
 // The cell that is parameter i, or a fresh local (count 0, null vector). Errors 201, 204, 901.
 Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter);
 
-// Records a source line, the only point at which a debugger gets control.
+// Records a source line and answers the signals that came.
 void LINE_HOOK(std::int32_t line);
 
 // Gives element i (from 1) of an object a fixed type and an initial value, which may be null.

@@ -132,11 +132,11 @@ void BIND_MACRO_PARAM(Var* name, std::int32_t argc, std::int32_t position, Var**
   }
   const std::int32_t sym = ADD_SYMBOL(expanded);
   if (sym < 0) return;
-  if (position >= argc) {
+  Var* argument = position < argc ? argv[position] : nullptr;
+  if (argument == nullptr) {
     PUSH_VARSTACK(sym, NEW_VAR('N', 'U'));
     return;
   }
-  Var* argument = argv[position];
   if (argument->sclass == 'F') RT_ERROR(204, "field not allowed as parameter to function");
   ++argument->refs;
   const bool undefined = argument->sclass == 'U';

@@ -38,7 +38,7 @@ Var* step(Var* v, std::int32_t by, const char* text) {
 }
 
 bool can_step(const Var* v) {
-  return letter_in(v->sclass, "SNLVFPMT") && (!letter_in(v->sclass, "PM") || assign_override());
+  return letter_in(v->sclass, "SNLVFT");
 }
 
 Var* prefix_step(Var* v, std::int32_t by, const char* text) {

@@ -107,9 +107,9 @@ void POP_VARSTACK(std::int32_t mark) {
       continue;
     }
     symbol_at(entry.sym).var = entry.shadowed;
+    entry.shadowed->level = entry.old_level;
     DEL_VAR(bound);
     DEL_VAR(entry.shadowed);
-    entry.shadowed->level = entry.old_level;
   }
 }
 

@@ -1,6 +1,7 @@
 #include "core/var.h"
 
 #include <cmath>
+#include <vector>
 
 #include "core/arrays.h"
 #include "core/classes.h"
@@ -8,6 +9,7 @@
 #include "core/frame.h"
 #include "core/memory.h"
 #include "core/sequence.h"
+#include "core/switched.h"
 #include "core/symbols.h"
 
 namespace tarnel {
@@ -39,7 +41,6 @@ struct CellState {
   int release_depth = 0;
   int clone_depth = 0;
   SharedHeader* put_off = nullptr;  // bodies too deep to be released by recursion
-  bool override_on = false;         // nothing sets it; the rules that test it are kept
 } state;
 
 char empty_buffer[1] = "";
@@ -97,6 +98,16 @@ void release_contents(Var* v) {
   }
 }
 
+// Takes what the payload refers to out of a cell and frees it. The cell is without value by then, since
+// destructors and error handlers may look at it before it is filled again. A number stays: the rules of
+// fixed-type cells ask for its type.
+void empty_cell(Var* v) {
+  if (!letter_in(v->type, "CMAOBbS")) return;
+  Var contents = *v;
+  v->type = 'U';
+  release_contents(&contents);
+}
+
 Var* refuse_assignment(const char* text) {
   RT_INTERNAL(332, text);
   return error_value();
@@ -108,7 +119,7 @@ bool fixed_type_accepts(char cell, char value) {
 }
 
 Var* check_fixed_type(Var* var, char type) {
-  if (state.override_on || fixed_type_accepts(var->type, type)) return var;
+  if (fixed_type_accepts(var->type, type)) return var;
   return RT_ERROR(
       332, format_text("attempt to assign %c type to fixed type %c variable", type, var->type));
 }
@@ -170,9 +181,9 @@ Var* copy_raw_block(Var* dst, const Var* src) {
 
 void copy_window(Var* dst, const Var* src) {
   Window* copy = state.windows.copy != nullptr ? state.windows.copy(src->window) : nullptr;
-  if (copy == nullptr) RT_ERROR(301, "to create window variable");
   dst->type = 'S';
   dst->window = copy;
+  if (copy == nullptr) RT_ERROR(301, "to create window variable");
 }
 
 // A number into a fixed-type cell keeps the cell's type.
@@ -193,6 +204,27 @@ void copy_plain(Var* dst, const Var* src) {
   dst->bits = src->bits;
   dst->bits2 = src->bits2;
 }
+
+// The elements of a body at one moment, kept alive; a null pointer ends them.
+class HeldElements {
+ public:
+  explicit HeldElements(const SharedHeader* body)
+      : cells_(body->elements, body->elements + body->count) {
+    for (Var* cell : cells_) ++cell->refs;
+    cells_.push_back(nullptr);
+  }
+  ~HeldElements() {
+    for (Var* cell : cells_)
+      if (cell != nullptr) DEL_VAR(cell);
+  }
+  HeldElements(const HeldElements&) = delete;
+  HeldElements& operator=(const HeldElements&) = delete;
+  std::int32_t count() const { return static_cast<std::int32_t>(cells_.size()) - 1; }
+  Var* const* cells() const { return cells_.data(); }
+
+ private:
+  std::vector<Var*> cells_;
+};
 
 Var* report_undefined(Var* dst, const Var* src) {
   RT_ERROR(307, format_text("access of variable '%s' attempted",
@@ -256,9 +288,6 @@ void init_constants() {
   make_block_constant(kTrueBlock, truth_block);
 }
 
-bool assign_override() {
-  return state.override_on;
-}
 void set_window_hooks(const WindowHooks& hooks) {
   state.windows = hooks;
 }
@@ -344,9 +373,7 @@ Var* CLR_VAR(Var* var, char type) {
     case 'P':
     case 'm':
     case 'p':
-      if (!state.override_on) return RT_ERROR(332, "cannot assign to variable");
-      frees = owns_payload(var);
-      break;
+      return RT_ERROR(332, "cannot assign to variable");
     case 'S':
     case 's':
       if (is_error(check_fixed_type(var, type))) return error_value();
@@ -363,8 +390,7 @@ Var* CLR_VAR(Var* var, char type) {
     default:
       frees = true;
   }
-  if (frees) release_contents(var);
-  // The type stays for the rules of fixed-type cells, so the payload must not dangle.
+  if (frees) empty_cell(var);
   var->sclass = upper_class(var->sclass);
   return var;
 }
@@ -386,8 +412,8 @@ Var* CPY_VAR(Var* dst, Var* src) {
     return dst;
   }
   if (is_undefined(src)) return report_undefined(dst, src);
-  // The source may live inside what dst is about to release (an element of dst's own array).
-  ++src->refs;
+  // It may live inside what dst is about to release (an element of dst's own array).
+  const CellHold source(src);
   Var* d = CLR_VAR(dst, src->type);
   if (!is_error(d)) {
     Var* stored = d;
@@ -426,7 +452,6 @@ Var* CPY_VAR(Var* dst, Var* src) {
     }
     d = stored;
   }
-  DEL_VAR(src);
   return d;
 }
 
@@ -474,14 +499,10 @@ Var* CLONE_VAR(Var* dst, Var* src) {
   if (src->type != 'A') return CPY_VAR(dst, src);
   if (state.clone_depth == kMaxCloneDepth)
     return RT_INTERNAL(409, "array nested too deeply to be cloned");
-  ++state.clone_depth;
-  SharedHeader* source = src->shared;
-  ++source->refs;  // dst may hold the only other reference to it
-  Var* made =
-      cscreara(dst, static_cast<std::int32_t>(source->count), kCloneValues, source->elements);
-  release_shared(source);
-  --state.clone_depth;
-  return made;
+  const Switched<int> deeper(state.clone_depth, state.clone_depth + 1);
+  // An error handler may change the source: its elements as they are now are what is cloned.
+  const HeldElements elements(src->shared);
+  return cscreara(dst, elements.count(), kCloneValues, elements.cells());
 }
 
 SharedHeader* new_shared() {
@@ -500,15 +521,12 @@ void release_shared(SharedHeader* header) {
     state.put_off = header;
     return;
   }
-  ++state.release_depth;
+  const Switched<int> deeper(state.release_depth, state.release_depth + 1);
   free_body(header);
-  --state.release_depth;
-  while (state.release_depth == 0 && state.put_off != nullptr) {
+  while (state.release_depth == 1 && state.put_off != nullptr) {
     SharedHeader* next = state.put_off;
     state.put_off = reinterpret_cast<SharedHeader*>(next->elements[next->count]);
-    ++state.release_depth;
     free_body(next);
-    --state.release_depth;
   }
 }
 

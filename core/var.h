@@ -5,10 +5,9 @@
 // Type letters:    C text  M memo text  N F double  I 32-bit integer  L logical  D day number
 //                  A array  O object  B compiled block  b text block  S window  ? raw block
 //                  U no value  E the error value
-// Class letters:   T t temporary   N n free variable   S s fixed-type variable   V v a temporary
-// now
-//                  held by a binding or a long-lived slot   F f field   U undefined name
-//                  C constant   L l as N n   M m P p read-only
+// Class letters:   T t temporary   N n free variable   S s fixed-type variable
+//                  V v a temporary that a binding or a long-lived slot now holds
+//                  F f field   U undefined name   C constant   L l as N n   M m P p read-only
 // An upper-case class owns its payload; a lower-case one only points at it.
 #pragma once
 
@@ -150,9 +149,8 @@ inline bool truth_of(const Var* v) {
 // A double cut to 32 bits by the rule of integer_of.
 std::int32_t truncate_to_int(double d);
 
-// Two types that an assignment, a typed parameter or a typed result takes for each other: numbers
-// and logicals among themselves, the two kinds of block, and O with u. Equal letters are
-// compatible.
+// Two types that an assignment, a typed parameter or a typed result takes for each other: equal ones,
+// numbers and logicals among themselves, the two kinds of block, and O with u.
 bool types_compatible(char a, char b);
 
 // --- Cell life.
@@ -198,6 +196,32 @@ Var* UNHOLD_VAR(Var** slot);
 void release_shared(SharedHeader* header);
 // A new body without elements, refs 1.
 SharedHeader* new_shared();
+
+// Keeps a cell alive while something runs that might end it.
+class CellHold {
+ public:
+  explicit CellHold(Var* cell) : cell_(cell) { ++cell->refs; }
+  ~CellHold() { DEL_VAR(cell_); }
+  CellHold(const CellHold&) = delete;
+  CellHold& operator=(const CellHold&) = delete;
+
+ private:
+  Var* const cell_;
+};
+
+// The same for the body of an array, object or block, whatever becomes of the cell that led to it.
+class BodyHold {
+ public:
+  explicit BodyHold(SharedHeader* body) : body_(body) { ++body->refs; }
+  ~BodyHold() { release_shared(body_); }
+  BodyHold(const BodyHold&) = delete;
+  BodyHold& operator=(const BodyHold&) = delete;
+  SharedHeader* get() const { return body_; }
+  SharedHeader* operator->() const { return body_; }
+
+ private:
+  SharedHeader* const body_;
+};
 
 // --- Typed assignments. A field cell passes the value on to its record. They return the cell
 // written, or the error value when the assignment was refused.
@@ -247,8 +271,5 @@ struct WindowHooks {
   void (*destroy)(Window*);
 };
 void set_window_hooks(const WindowHooks& hooks);
-
-// While on, read-only variables and fixed types accept every assignment. Off throughout a run.
-bool assign_override();
 
 }  // namespace tarnel

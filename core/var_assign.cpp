@@ -261,7 +261,8 @@ Var* FIX_VAR(Var* var, char letter) {
   if (var->sclass == 's') var->sclass = 'n';
   switch (letter) {
     case 'A':
-      cscreara(var, 0, kAllNil);
+      // Not in the body that lies there: it is others' too.
+      if (!is_error(CPY_VAR(var, nil_value()))) cscreara(var, 0, kAllNil);
       break;
     case 'B':
       CPY_VAR(var, empty_block());

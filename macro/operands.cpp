@@ -84,7 +84,7 @@ Var* number_cell(std::string_view digits) {
 Var* block_cell(std::string_view text) {
   auto* kept = static_cast<char*>(MEM_ALLOC(text.size(), MemPurpose::kMacro));
   std::memcpy(kept, text.data(), text.size());
-  Var* block = cscrearr(NEW_TEMP(), 0, kAllNil);
+  Var* block = cscreara(NEW_TEMP(), 0, kAllNil);
   block->type = 'b';
   block->block_text = kept;
   return block;

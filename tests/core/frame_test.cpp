@@ -24,6 +24,8 @@ TEST_F(Procedures, ParametersTakeTheirDeclaredTypeAndClass) {
   Var* caller = NEW_TEMP();
   caller->sclass = 'N';
   SET_STR(caller, "abc", -1);
+  Var* others = error_class().make();
+  others->sclass = 'N';
   const BindCase cases[] = {
       {'U', TMP_INT(1), "I 1", 'N', ""},
       {'N', TMP_INT(1), "I 1", 'S', ""},
@@ -32,7 +34,9 @@ TEST_F(Procedures, ParametersTakeTheirDeclaredTypeAndClass) {
       {'D', nullptr, "D 0", 'S', ""},
       {'U', nullptr, "U", 'N', ""},
       {'U', caller, "C abc", 'N', ""},
-      {'U', int_one(), "I 1", 'T', ""},
+      {'U', int_one(), "I 1", 'N', ""},
+      {'A', ARG_VAR(others), "A 0", 'S',
+       "201 for parameter #1;expected A - received O;defaulting to empty parameter of type A"},
       {'N', caller, "N 0", 'S',
        "201 for parameter #1;expected N - received C;defaulting to empty parameter of type N"},
       {static_cast<char>('N' | kQuiet), caller, "N 0", 'S', ""},
@@ -42,12 +46,20 @@ TEST_F(Procedures, ParametersTakeTheirDeclaredTypeAndClass) {
     BEGIN_PROC(&frame, "test", "bind", 1, c.argument != nullptr ? 1 : 0);
     Var* argv[] = {c.argument};
     const Var* bound = BIND_PARAM(frame.argc, 0, argv, c.letter);
+    POP_TEMPS(frame.temp_mark);  // as a loop of the procedure does
     EXPECT_EQ(show(bound), c.shown) << c.letter;
     EXPECT_EQ(bound->sclass, c.sclass) << c.letter;
     EXPECT_EQ(take_errors(), c.error) << c.letter;
     END_PROC(&frame, 'U');
   }
   EXPECT_EQ(show(caller), "C abc");
+  EXPECT_GT(element_count(others), 2);
+
+  Procedure p("test", "macro_parameters", 1, 2);
+  Var* empty_slot[] = {nullptr, TMP_INT(2)};
+  for (std::int32_t i = 0; i < 3; ++i) BIND_MACRO_PARAM(TMP_TEXT("xparam"), 2, i, empty_slot);
+  EXPECT_EQ(show(GET_MEMVAR("xparam")), "U");
+  p.end();
 }
 
 TEST_F(Procedures, AResultOutlivesTheProcedureAndAWrongTypeIsReported) {
