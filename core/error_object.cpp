@@ -1,7 +1,6 @@
 #include "core/error_object.h"
 
 #include <array>
-#include <cctype>
 #include <vector>
 
 #include "core/arrays.h"
@@ -113,9 +112,7 @@ bool is_error_object(const Var* v) {
 
 std::string place_of_failure(std::int32_t level) {
   const Frame* f = frame_at(level);
-  std::string name = f != nullptr ? f->proc : "";
-  for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return name + format_text("(%d)", f != nullptr ? f->line : 0);
+  return upper_name(f != nullptr ? f->proc : "") + format_text("(%d)", f != nullptr ? f->line : 0);
 }
 
 constexpr const char* kChoices[] = {"Abort", "Ignore", "Callstack",
@@ -134,8 +131,8 @@ std::string call_stack() {
     const Frame* f = frame_at(level);
     if (f == nullptr) return stack;
     if (!stack.empty()) stack += ';';
-    stack += format_text("%-10.10s%5d:%-12.12s", f->module, f->line,
-                         (std::string(f->proc) + "()").c_str());
+    stack += format_text("%-10.10s%5d:%-12.12s", upper_name(f->module).c_str(), f->line,
+                         (upper_name(f->proc) + "()").c_str());
   }
 }
 
@@ -226,7 +223,7 @@ std::string error_report(Var* error) {
   if (const std::int32_t subcode = int_instance(error, k_subcode); subcode != 0) {
     report += ";";
     report += text_instance(error, k_subsystem);
-    if (subcode != kHiddenSubcode) report += format_text(" (%3d)", subcode);
+    if (subcode != kHiddenSubcode) report += (subcode < -99 || subcode > 999 ? " (***)" : format_text(" (%d)", subcode));
   }
   return report;
 }

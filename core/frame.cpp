@@ -142,13 +142,13 @@ Frame* frame_of_argument(std::int32_t argc, Var** argv) {
   return frame_at(arg_is(argc, argv, 0, "INFL") ? integer_of(argv[0]) : 0);
 }
 
-Var* upper_text(const char* text) {
+}  // namespace
+
+std::string upper_name(const char* text) {
   std::string name = text;
   for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return TMP_TEXT(name);
+  return name;
 }
-
-}  // namespace
 
 Var* procline(std::int32_t argc, Var** argv) {
   const Frame* f = frame_of_argument(argc, argv);
@@ -157,12 +157,12 @@ Var* procline(std::int32_t argc, Var** argv) {
 
 Var* procname(std::int32_t argc, Var** argv) {
   const Frame* f = frame_of_argument(argc, argv);
-  return f != nullptr ? upper_text(f->proc) : empty_text();
+  return f != nullptr ? TMP_TEXT(upper_name(f->proc)) : empty_text();
 }
 
-Var* modulename(std::int32_t argc, Var** argv) {
+Var* procfile(std::int32_t argc, Var** argv) {
   const Frame* f = frame_of_argument(argc, argv);
-  return f != nullptr ? upper_text(f->module) : empty_text();
+  return f != nullptr ? TMP_TEXT(upper_name(f->module)) : empty_text();
 }
 
 Var* pcount(std::int32_t, Var**) {

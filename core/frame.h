@@ -14,6 +14,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "core/stacks.h"
 #include "core/var.h"
@@ -78,6 +79,9 @@ Var* CALL_SIMPLE(Callable fn, Args*... args) {
 
 // The nth visible frame from the current one (0 = itself), or null.
 Frame* frame_at(std::int32_t n);
+
+// A name of a frame as programs see it.
+std::string upper_name(const char* text);
 
 // Ends the procedures above `frame` without results, for a break: their bindings go, frame and level
 // are then those of `frame`. To be called before the native stack is left, since the frames lie in it.

@@ -63,9 +63,8 @@ class InterruptHold {
 #define RUNTIME_BUILTINS(X)                                                                      \
   X("__quit", builtin_quit, "__quit([nStatus]): ends the run through the exit road")             \
   X("__shutdown", builtin_shutdown, "__shutdown(): closes tables and terminal; the run goes on") \
-  X("modulename", modulename,                                                                    \
-    "modulename([nLevel]) -> cName: module of a procedure in the call chain")                    \
   X("pcount", pcount, "pcount() -> nCount: number of arguments passed to this procedure")        \
+  X("procfile", procfile, "procfile([nLevel]) -> cName: source module in the call chain")        \
   X("procline", procline, "procline([nLevel]) -> nLine: source line in the call chain")          \
   X("procname", procname, "procname([nLevel]) -> cName: procedure in the call chain")
 

@@ -23,11 +23,6 @@ Var* os(std::int32_t, Var**) {
                            : empty_text();
 }
 
-Var* procfile(std::int32_t argc, Var** argv) {
-  const Frame* frame = frame_at(int_argument(argc, argv, 0, 0));
-  return frame != nullptr ? TMP_TEXT(frame->module) : empty_text();
-}
-
 Var* version(std::int32_t, Var**) {
   return TMP_TEXT(format_text("Tarnel %d.%02d", kRuntimeVersion / 100, kRuntimeVersion % 100));
 }

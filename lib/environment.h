@@ -9,7 +9,6 @@ namespace tarnel {
 #define ENVIRONMENT_BUILTINS(X)                                                               \
   X("getenv", builtin_getenv, "getenv(cName, [cDefault]) -> cValue: an environment variable") \
   X("os", os, "os() -> cName: name and release of the operating system")                      \
-  X("procfile", procfile, "procfile([nLevel]) -> cName: source module in the call chain")     \
   X("version", version, "version() -> cVersion: name and version of the runtime")
 
 ENVIRONMENT_BUILTINS(DECLARE_BUILTIN)

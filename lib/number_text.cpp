@@ -41,6 +41,13 @@ std::string_view strip_zeros(std::string_view text) {
 
 std::string_view print_fixed(NumberBuffer& buffer, double value, int width, int decimals) {
   char* const start = buffer.bytes + NumberBuffer::kLead;
+  std::memset(buffer.bytes, ' ', NumberBuffer::kLead);
+  if (!std::isfinite(value)) {
+    const auto n = static_cast<std::size_t>(width > 0 ? std::min(width, kMaxNumberWidth)
+                                                      : kAutomaticWidth);
+    std::memset(start, '*', n);
+    return {start, n};
+  }
   const int precision = decimals < 0 ? 6 : std::min(decimals, kMaxNumberDecimals);
   const auto end = std::to_chars(start, buffer.bytes + NumberBuffer::kSize, value,
                                  std::chars_format::fixed, precision)
@@ -52,7 +59,6 @@ std::string_view print_fixed(NumberBuffer& buffer, double value, int width, int 
     std::memset(start, ' ', wanted - n);
     n = wanted;
   }
-  std::memset(buffer.bytes, ' ', NumberBuffer::kLead);
   return {start, n};
 }
 

@@ -20,7 +20,8 @@ struct NumberBuffer {
 };
 
 // Prints as "%*.*f"; a negative `decimals` means the usual six, a width below 0 none. Widths and
-// decimals beyond the limits are cut to them. The text lies in the buffer behind the lead blanks.
+// decimals beyond the limits are cut to them. What is no finite number is stars, ten without a width. The
+// text lies in the buffer behind the lead blanks.
 std::string_view print_fixed(NumberBuffer& buffer, double value, int width, int decimals);
 
 // The number formatter: a text of `width`, or stars when it does not fit. A negative width is the

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 
 #include "core/errors.h"
@@ -21,6 +22,7 @@ struct ScreenState {
 // A float keeps to its field: what is too wide in full is shown in the shortest form.
 std::string_view float_text(const Var* v, NumberBuffer& buffer) {
   const auto text = print_fixed(buffer, v->num, v->length, v->decimals);
+  if (!std::isfinite(v->num)) return text;
   if (v->length >= 0 && text.size() <= static_cast<std::size_t>(v->length)) return text;
   const auto end = std::to_chars(buffer.bytes, buffer.bytes + NumberBuffer::kSize, v->num,
                                  std::chars_format::general, v->decimals)

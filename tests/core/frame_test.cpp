@@ -95,7 +95,7 @@ TEST_F(Procedures, TheChainSkipsHiddenFrames) {
   Procedure inner("inner_module", "inner", 20, 3);
   EXPECT_EQ(show(CALL_SIMPLE(procname)), "C INNER");
   EXPECT_EQ(show(CALL_SIMPLE(procname, TMP_INT(1))), "C OUTER");
-  EXPECT_EQ(show(CALL_SIMPLE(modulename, TMP_INT(1))), "C OUTER_MODULE");
+  EXPECT_EQ(show(CALL_SIMPLE(procfile, TMP_INT(1))), "C OUTER_MODULE");
   EXPECT_EQ(show(CALL_SIMPLE(procline, TMP_INT(1))), "I 10");
   EXPECT_EQ(show(CALL_SIMPLE(procname, TMP_INT(2))), "C ");
   EXPECT_EQ(show(CALL_SIMPLE(pcount)), "I 3");
@@ -265,6 +265,20 @@ TEST_F(ErrorObjects, DescriptionsAreSplitAndShortened) {
        "Illegal type;" + (head + "," + tail).substr(0, 56) + " ... " + std::string(15, 'b')},
   };
   for (const auto& [text, expected] : cases) EXPECT_EQ(error_description(317, text), expected);
+}
+
+TEST_F(ErrorObjects, ReportsShowTheSubcodeTrimmed) {
+  const std::pair<int, std::string> cases[] = {
+      {0, ""}, {-9999, ";SUB"}, {7, ";SUB (7)"}, {999, ";SUB (999)"}, {1000, ";SUB (***)"}};
+  Var* error = CALL_SIMPLE(errornew);
+  put_ivar(error, "severity", int_one());
+  put_ivar(error, "gencode", TMP_INT(7));
+  put_ivar(error, "filename", TMP_TEXT("a.dbf"));
+  put_ivar(error, "subsystem", TMP_TEXT("SUB"));
+  for (const auto& [subcode, expected] : cases) {
+    put_ivar(error, "subcode", TMP_INT(subcode));
+    EXPECT_EQ(error_report(error), "I/O error   7 in a.dbf;" + expected);
+  }
 }
 
 TEST_F(ErrorObjects, ErrorblockIgnoresWhatIsNoBlock) {
