@@ -57,14 +57,14 @@ const char* contradiction(const std::uint8_t* header, std::int64_t file_size) {
 
 // The descriptors of a damaged header may be read, as far as they lie inside the record, but what they
 // say is not written by: an append would write records of another width than the file has.
-bool read_structure(DbfIdx& dbf) {
+bool read_structure(DbfIdx& dbf, bool to_write) {
   const bool fits = dbf::read_fields(dbf.header.bytes(), dbf.fields);
-  if (fits || dbf.readOnly()) return true;
+  if (fits || !to_write) return true;
   dxerror(dbf, TableError::kHeaderDamaged, {dbf.fileName, "fields do not add up to the record"});
   return false;
 }
 
-bool read_header(DbfIdx& dbf) {
+bool read_header(DbfIdx& dbf, const OpenRequest& request) {
   std::uint8_t prefix[dbf::kHeaderPrefix];
   struct stat status {};
   if (!read_at(dbf.dbfFd, prefix, sizeof prefix, 0) || file_ops().fstat(dbf.dbfFd, &status) != 0) {
@@ -88,7 +88,7 @@ bool read_header(DbfIdx& dbf) {
   }
   std::copy(std::begin(prefix), std::end(prefix), bytes.begin());
   dbf.header.adopt(std::move(bytes));
-  return read_structure(dbf);
+  return read_structure(dbf, !request.read_only && !request.internal);
 }
 
 bool open_memo(DbfIdx& dbf) {
@@ -157,7 +157,7 @@ bool prepare(DbfIdx& dbf, const OpenRequest& request) {
   if (request.read_only) dbf.flags |= kReadOnly;
   if (!readLock(dbf)) return false;
   join_ring(dbf);
-  const bool ok = claim(dbf, request.exclusive) && read_header(dbf) &&
+  const bool ok = claim(dbf, request.exclusive) && read_header(dbf, request) &&
                   can_be_used(dbf, request) && open_memo(dbf);
   unlockInternal(dbf);
   if (!ok) leave_ring(dbf);
@@ -412,7 +412,8 @@ bool create_table(DbfIdx& dbf, std::string_view file, const Var* rows, const Var
     return fail_creation(dbf, TableError::kCreateFailed, std::string(file));
   }
   const bool existed = is_there(path);
-  if (existed && !open_table(dbf, {path, true, true, true})) {
+  // Not read-only, though nothing is written through it: the claim must keep readers out too.
+  if (existed && !open_table(dbf, {.file = path, .exclusive = true, .internal = true})) {
     dxerror(dbf, TableError::kCreateInUse, {path});
     return false;
   }

@@ -285,5 +285,104 @@ TEST_P(Locks, EightProcessesRaiseOneCounter) {
   EXPECT_EQ(n(), kProcesses * kEach);
 }
 
+// --- The ranges as literals: every running process shares them, so they never move.
+
+// The locks on a file that another process sees, in their order.
+std::string ranges(const std::string& path) {
+  int report[2];
+  EXPECT_EQ(pipe(report), 0);
+  const pid_t pid = fork();
+  if (pid == 0) {
+    const int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    std::string seen;
+    for (off_t at = 0;;) {
+      struct flock range {};
+      range.l_type = F_WRLCK;
+      range.l_start = at;
+      if (fcntl(fd, F_GETLK, &range) != 0 || range.l_type == F_UNLCK) break;
+      seen += format_text("%s %llx+%llx ", range.l_type == F_RDLCK ? "R" : "W",
+                          static_cast<unsigned long long>(range.l_start),
+                          static_cast<unsigned long long>(range.l_len));
+      if (range.l_len == 0) break;
+      at = range.l_start + range.l_len;
+    }
+    // Not by way of the tables: to close them would wait for the locks that are looked at.
+    _exit(write(report[1], seen.data(), seen.size()) < 0 ? 1 : 0);
+  }
+  close(report[1]);
+  char text[512];
+  const ssize_t n = read(report[0], text, sizeof text);
+  close(report[0]);
+  EXPECT_TRUE(ended_well(pid));
+  return {text, static_cast<std::size_t>(std::max<ssize_t>(n, 0))};
+}
+
+TEST_F(TableTest, LocksLieWhereEveryProcessLooksForThem) {
+  const auto look = [] { return ranges("t.dbf"); };
+  const auto with = [](bool (*place)(DbfIdx&)) {
+    const bool held = place(table());
+    const std::string seen = ranges("t.dbf");
+    unlockInternal(table());
+    return held ? seen : "not held";
+  };
+  const auto after = [&](const char* function) {
+    return yes(function) ? ranges("t.dbf") : std::string("refused");
+  };
+  const struct {
+    const char* what;
+    Use use;
+    std::function<std::string()> act;
+    const char *standard, *older;
+  } cases[] = {
+      {"shared", Use::kShared, look, "R 7ffffbfc+1 ", "W 3ffff7ff+1 "},
+      {"exclusive", Use::kExclusive, look, "R 7ffffbf6+407 ", "W 3ffff7ff+400 "},
+      {"read-only", Use::kReadOnly, look, "R 7ffffbfc+1 ", "R 3ffff7ff+1 "},
+      {"reader", Use::kShared, [&] { return with(readLock); }, "R 0+2 R 7ffffbfc+1 ",
+       "W 3ffff7ff+1 W 3ffffc01+1 "},
+      {"writer", Use::kShared, [&] { return with(writeLock); }, "W 0+2 R 7ffffbfc+1 ",
+       "W 3ffff7ff+1 W 3ffffc00+0 "},
+      {"record", Use::kShared, [&] { return after("rlock"); }, "W 6b+a R 7ffffbfc+1 ",
+       "W 6b+a W 3ffff7ff+1 "},
+      {"record, read-only", Use::kReadOnly, [&] { return after("rlock"); },
+       "R 6b+a R 7ffffbfc+1 ", "R 6b+a R 3ffff7ff+1 "},
+      {"new record", Use::kShared, [&] { return after("dbappend"); }, "W 7f+a R 7ffffbfc+1 ",
+       "W 7f+a W 3ffff7ff+1 "},
+      // Under the older scheme it covers the claim, and ends where an internal lock was given back.
+      {"file", Use::kShared, [&] { return after("flock"); }, "W 20+7ffff7d6 R 7ffffbfc+1 ",
+       "W 20+3ffffbe0 "},
+      {"order", Use::kShared,
+       [] { return yes("dbsetindex", {text("o")}) ? ranges("o.idx") : "refused"; }, "R 6+1 ",
+       "R 6+1 "},
+      {"exclusive order", Use::kExclusive,
+       [] { return yes("dbsetindex", {text("o")}) ? ranges("o.idx") : "refused"; }, "R 0+407 ",
+       "R 0+407 "},
+  };
+  for (const bool older : {false, true}) {
+    settings().lock40comp = older;
+    ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"c", "C", 4, 0}}));
+    ASSERT_TRUE(open("t", Use::kExclusive));
+    for (int i = 0; i < 3; ++i) call("dbappend");
+    ASSERT_TRUE(yes("dbcreateindex", {text("o"), text("n")}));
+    call("dbclosearea");
+    for (const auto& c : cases) {
+      ASSERT_TRUE(open("t", c.use)) << c.what;
+      call("dbgoto", {integer(2)});
+      EXPECT_EQ(c.act(), older ? c.older : c.standard) << c.what;
+      call("dbclosearea");
+      EXPECT_EQ(ranges("t.dbf") + ranges("o.idx"), "") << c.what;
+    }
+  }
+  EXPECT_EQ(take_errors(), "");
+}
+
+// A new table over an old one waits for nobody: not even those that only read it.
+TEST_P(Locks, ATableThatOthersReadIsNotCreatedAnew) {
+  fill(2);
+  const std::string before = read_file("t.dbf");
+  ASSERT_TRUE(open("t", Use::kReadOnly));
+  EXPECT_TRUE(elsewhere([] { return !create("t", {{"x", "C", 1, 0}}); }));
+  EXPECT_EQ(read_file("t.dbf"), before);
+}
+
 }  // namespace
 }  // namespace tarnel::testing
