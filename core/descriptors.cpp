@@ -6,6 +6,7 @@
 
 #include <cerrno>
 
+#include "core/file_ops.h"
 #include "core/signals.h"
 
 namespace tarnel {
@@ -14,15 +15,13 @@ namespace {
 // Calls until it is done, has failed, or a signal waits for its answer.
 template <typename Call>
 ssize_t insist(int fd, short event, Call call) {
-  for (;;) {
-    const ssize_t n = call();
-    if (n >= 0) return n;
+  return retried(call, [&] {
     if (errno == EAGAIN || errno == EWOULDBLOCK) {
       pollfd ready = {fd, event, 0};
-      if (poll(&ready, 1, -1) >= 0) continue;
+      if (poll(&ready, 1, -1) >= 0) return true;
     }
-    if (errno != EINTR || signal_waits()) return -1;
-  }
+    return errno == EINTR && !signal_waits();
+  });
 }
 
 }  // namespace
@@ -35,14 +34,14 @@ void open_missing_descriptors() {
 
 ssize_t read_some(int fd, void* buffer, std::size_t n) {
   for (;;) {
-    const ssize_t got = insist(fd, POLLIN, [&] { return read(fd, buffer, n); });
+    const ssize_t got = insist(fd, POLLIN, [&] { return file_ops().read(fd, buffer, n); });
     if (got >= 0 || errno != EINTR) return got;
     look_at_signals();
   }
 }
 
 ssize_t write_some(int fd, std::string_view bytes) {
-  return insist(fd, POLLOUT, [&] { return write(fd, bytes.data(), bytes.size()); });
+  return insist(fd, POLLOUT, [&] { return file_ops().write(fd, bytes.data(), bytes.size()); });
 }
 
 bool write_fully(int fd, std::string_view bytes) {

@@ -40,7 +40,7 @@ void set_error_threshold(int threshold);
 int last_error();  // code of the last raise, 0 none
 void set_last_error(int code);
 
-int dos_error();  // what doserror() tells: the system's number of the last file failure
+int dos_error();  // what ferror() and doserror() tell: the system's number of the last file failure
 void set_dos_error(int number);
 
 // Raises and lowers the guard against errors inside error handling. At the fifth error in progress

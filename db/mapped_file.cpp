@@ -68,8 +68,8 @@ bool MappedFile::grow(std::int64_t end) {
   if (fd_ < 0 || file_ops().fstat(fd_, &status) != 0 || end > status.st_size) return false;
   const std::size_t wanted = (static_cast<std::size_t>(status.st_size) / kStep + 1) * kStep;
   if (wanted > length_) {
-    void* mapped = base_ == nullptr ? ::mmap(nullptr, wanted, PROT_READ, MAP_SHARED, fd_, 0)
-                                    : ::mremap(base_, length_, wanted, MREMAP_MAYMOVE);
+    void* mapped = base_ == nullptr ? file_ops().map(fd_, wanted)
+                                    : file_ops().remap(base_, length_, wanted);
     if (mapped == MAP_FAILED) {
       if (base_ == nullptr) fd_ = -1;  // a file system without mappings: not tried again
       return false;

@@ -12,6 +12,7 @@
 
 #include "core/arrays.h"
 #include "core/errors.h"
+#include "core/file_ops.h"
 #include "core/stacks.h"
 #include "lib/arguments.h"
 #include "lib/dates.h"
@@ -23,12 +24,12 @@ namespace {
 
 bool is_directory(const std::string& path) {
   struct stat status;
-  return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  return file_ops().stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 bool is_plain_file(const std::string& path) {
   struct stat status;
-  return ::stat(path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
+  return file_ops().stat(path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
 }
 
 std::string base_name(const std::string& path) {
@@ -48,13 +49,31 @@ std::string target_of(const std::string& source, const std::string& target) {
   return target + (target.back() == '/' ? "" : "/") + base_name(source);
 }
 
+// Renames a file. In another file system it is copied beside the target first, so that neither is
+// lost when that fails. False with errno set.
+bool move_file(const std::string& from, const std::string& to) {
+  if (file_ops().rename(from.c_str(), to.c_str()) == 0) return true;
+  if (errno != EXDEV) return false;
+  const std::string copy = to + format_text(".%d~", static_cast<int>(::getpid()));
+  file_ops().unlink(copy.c_str());
+  if (!copy_file(from, copy, false)) return false;
+  struct stat status;
+  const bool moved = file_ops().stat(from.c_str(), &status) == 0 &&
+                     file_ops().chmod(copy.c_str(), status.st_mode & 07777) == 0 &&
+                     file_ops().rename(copy.c_str(), to.c_str()) == 0;
+  const int reason = errno;
+  if (!moved) file_ops().unlink(copy.c_str());
+  errno = reason;
+  return moved && file_ops().unlink(from.c_str()) == 0;
+}
+
 // Moves files; several need a directory as their target. Result: 0 or the system's number.
 int move_files(const std::vector<std::string>& sources, const std::string& target) {
   if (sources.empty()) return ENOENT;
   if (sources.size() > 1 && !is_directory(target)) return ENOTDIR;
   int failure = 0;
   for (const std::string& source : sources)
-    if (::rename(source.c_str(), target_of(source, target).c_str()) != 0) failure = errno;
+    if (!move_file(source, target_of(source, target))) failure = errno;
   return failure;
 }
 
@@ -65,12 +84,6 @@ int copy_files(const std::vector<std::string>& sources, const std::string& targe
   for (const std::string& source : sources)
     if (!copy_file(source, append ? target : target_of(source, target), append)) failure = errno;
   return failure;
-}
-
-Var* done_or_failed(int failure) {
-  if (failure == 0) return int_zero();
-  set_dos_error(failure);
-  return int_minus_one();
 }
 
 // --- directory()
@@ -89,7 +102,7 @@ std::vector<Entry> read_directory(const std::string& directory, const std::strin
     Entry entry{found->d_name, {}};
     if (entry.name[0] == '.' && !hidden) continue;
     if (fnmatch(pattern.c_str(), found->d_name, 0) != 0) continue;
-    if (::stat((directory + entry.name).c_str(), &entry.status) != 0) continue;
+    if (file_ops().stat((directory + entry.name).c_str(), &entry.status) != 0) continue;
     if (S_ISDIR(entry.status.st_mode) && !directories) continue;
     entries.push_back(std::move(entry));
   }
@@ -125,38 +138,37 @@ void describe(Var* cell, const Entry& entry) {
 Var* file(std::int32_t argc, Var** argv) {
   if (!arg_is(argc, argv, 0, kText)) return false_value();
   const auto name = text_of(argv[0]);
-  if (!has_wild_card(name)) return logical(!find_file(name, is_plain_file).empty());
+  struct stat status;
+  if (!has_wild_card(name)) return logical(!find_file(name, status).empty());
   const auto matches = files_of(name);
   return logical(std::any_of(matches.begin(), matches.end(), is_plain_file));
 }
 
 Var* frename(std::int32_t argc, Var** argv) {
-  if (!arg_is(argc, argv, 0, kText) || !arg_is(argc, argv, 1, kText)) return int_minus_one();
+  if (!texts_given(2, argc, argv)) return int_minus_one();
   const std::string target = pathJoin("", text_of(argv[1]));
   const int failure = move_files(files_of(text_of(argv[0])), target);
-  if (failure != 0) {
-    set_dos_error(failure);
-    RT_WARNING(105, format_text("RENAME: UNIX returned error %d  ", failure));
-  }
-  return done_or_failed(failure);
+  if (failure == 0) return int_zero();
+  set_dos_error(failure);
+  RT_WARNING(105, format_text("RENAME: UNIX returned error %d  ", failure));
+  return int_minus_one();
 }
 
 Var* ferase(std::int32_t argc, Var** argv) {
-  if (!arg_is(argc, argv, 0, kText)) return int_minus_one();
+  if (!texts_given(1, argc, argv)) return int_minus_one();
   const auto name = text_of(argv[0]);
   if (!has_wild_card(name)) return fileErase(name) ? int_zero() : int_minus_one();
   int failure = 0;
   for (const std::string& path : files_of(name))
-    if (::unlink(path.c_str()) != 0 && errno != ENOENT) failure = errno;
-  if (failure != 0) {
-    set_dos_error(failure);
-    RT_WARNING(106, format_text("ERASE: UNIX returned error %d  ", failure));
-  }
-  return done_or_failed(failure);
+    if (file_ops().unlink(path.c_str()) != 0 && errno != ENOENT) failure = errno;
+  if (failure == 0) return int_zero();
+  set_dos_error(failure);
+  RT_WARNING(106, format_text("ERASE: UNIX returned error %d  ", failure));
+  return int_minus_one();
 }
 
 Var* copyfile(std::int32_t argc, Var** argv) {
-  if (!arg_is(argc, argv, 0, kText) || !arg_is(argc, argv, 1, kText)) return false_value();
+  if (!texts_given(2, argc, argv)) return false_value();
   const bool append = arg_is(argc, argv, 2, kNumeric) && truth_of(argv[2]);
   const std::string source{text_of(argv[0])}, target = pathJoin("", text_of(argv[1]));
   const auto sources = files_of(source);
@@ -172,13 +184,13 @@ Var* copyfile(std::int32_t argc, Var** argv) {
 }
 
 Var* fattrib(std::int32_t argc, Var** argv) {
-  if (!arg_is(argc, argv, 0, kText)) return int_minus_one();
+  if (!texts_given(1, argc, argv)) return int_minus_one();
   const auto name = text_of(argv[0]);
   const int mode = fileModeOf(name);
   if (mode < 0) return int_minus_one();
   if (arg_is(argc, argv, 1, kNumeric)) {
     const auto wanted = static_cast<mode_t>(integer_of(argv[1]) & 07777);
-    if (::chmod(fileNameMap(name).c_str(), wanted) != 0) set_dos_error(errno);
+    if (file_ops().chmod(fileNameMap(name).c_str(), wanted) != 0) set_dos_error(errno);
   }
   return TMP_INT(mode);
 }
@@ -192,7 +204,7 @@ Var* curdir(std::int32_t argc, Var** argv) {
 }
 
 Var* setdir(std::int32_t argc, Var** argv) {
-  if (!arg_is(argc, argv, 0, kText)) return false_value();
+  if (!texts_given(1, argc, argv)) return false_value();
   if (::chdir(fileNameMap(text_of(argv[0])).c_str()) == 0) return true_value();
   set_dos_error(errno);
   return false_value();
@@ -212,7 +224,7 @@ Var* directory(std::int32_t argc, Var** argv) {
   if (is_directory(mask) && mask.back() != '/') mask += '/';
   const auto split = mask.rfind('/') + 1;
   std::string pattern = mask.substr(split);
-  if (pattern.empty()) pattern = "*";
+  if (pattern.empty() || pattern == "*.*") pattern = "*";  // a name without a point counts too
   const auto entries = read_directory(mask.substr(0, split), pattern, directories, hidden);
   const auto count =
       static_cast<std::int32_t>(std::min(entries.size(), static_cast<std::size_t>(kMaxElements)));

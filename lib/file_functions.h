@@ -20,7 +20,7 @@ namespace tarnel {
   X("fcreate", fcreate, "fcreate(cFile, [nAttribute]) -> nHandle: new empty file, -1 on failure")  \
   X("ferase", ferase, "ferase(cFile) -> nResult: deletes files, 0 or -1")                          \
   X("ferror", builtin_ferror,                                                                      \
-    "ferror() -> nError: result of the last file function, 0 is success")                          \
+    "ferror() -> nError: the system's number of the last file function, 0 is success")                          \
   X("file", file, "file(cFile) -> lThere: is there such a file in SET DEFAULT or SET PATH")        \
   X("fopen", builtin_fopen,                                                                        \
     "fopen(cFile, [nMode]) -> nHandle: 0 reads, 1 writes, 2 both; -1 on failure")                  \

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "core/errors.h"
+#include "core/file_ops.h"
+#include "core/open_files.h"
 #include "lib/arguments.h"
 #include "lib/file_functions.h"
 #include "lib/file_names.h"
@@ -20,7 +22,6 @@ constexpr int kReadOnlyAttribute = 1;
 
 struct HandleState {
   std::vector<int> open;  // what fopen and fcreate gave: a page can't reach the tables' descriptors
-  int error = 0;
 } state;
 
 bool is_open(int handle) {
@@ -31,12 +32,12 @@ bool is_open(int handle) {
 int handle_of(std::int32_t argc, Var** argv) {
   const std::int32_t handle = int_argument(argc, argv, 0, -1);
   const bool standard = handle >= STDIN_FILENO && handle <= STDERR_FILENO;
-  state.error = standard || is_open(handle) ? 0 : EBADF;
-  return state.error == 0 ? handle : -1;
+  const bool usable = standard || is_open(handle);
+  set_dos_error(usable ? 0 : EBADF);
+  return usable ? handle : -1;
 }
 
 Var* opened(int handle) {
-  state.error = handle < 0 ? dos_error() : 0;
   if (handle >= 0) state.open.push_back(handle);
   return TMP_INT(handle);
 }
@@ -46,25 +47,17 @@ std::size_t count_argument(std::int32_t argc, Var** argv, std::size_t available)
   return std::min(static_cast<std::size_t>(std::max(integer_of(argv[2]), 0)), available);
 }
 
-// A handle of our own for the time of one call.
-struct OwnHandle {
-  ~OwnHandle() {
-    if (fd >= 0) ::close(fd);
-  }
-  int fd;
-};
-
 }  // namespace
 
 Var* builtin_fopen(std::int32_t argc, Var** argv) {
   static constexpr int kFlags[] = {O_RDONLY, O_WRONLY, O_RDWR, O_RDWR};
-  if (!arg_is(argc, argv, 0, kText)) return int_minus_one();
+  if (!texts_given(1, argc, argv)) return int_minus_one();
   const auto mode = static_cast<unsigned>(int_argument(argc, argv, 1, 0)) & 3U;
   return opened(fileOpenSearch(text_of(argv[0]), kFlags[mode], 0, {.report = false}));
 }
 
 Var* fcreate(std::int32_t argc, Var** argv) {
-  if (!arg_is(argc, argv, 0, kText)) return int_minus_one();
+  if (!texts_given(1, argc, argv)) return int_minus_one();
   const bool read_only = (int_argument(argc, argv, 1, 0) & kReadOnlyAttribute) != 0;
   const mode_t mode = fileDefaultMode() & (read_only ? 0444U : 0777U);
   return opened(fileCreate(text_of(argv[0]), mode, false));
@@ -73,12 +66,10 @@ Var* fcreate(std::int32_t argc, Var** argv) {
 Var* builtin_fclose(std::int32_t argc, Var** argv) {
   const std::int32_t handle = int_argument(argc, argv, 0, -1);
   const auto found = std::find(state.open.begin(), state.open.end(), handle);
-  state.error = found == state.open.end() ? EBADF : 0;
-  if (state.error != 0) return false_value();
+  set_dos_error(found == state.open.end() ? EBADF : 0);
+  if (found == state.open.end()) return false_value();
   state.open.erase(found);
-  const bool closed = fileClose(handle);
-  if (!closed) state.error = dos_error();
-  return logical(closed);
+  return logical(fileClose(handle));
 }
 
 Var* builtin_fread(std::int32_t argc, Var** argv) {
@@ -87,7 +78,6 @@ Var* builtin_fread(std::int32_t argc, Var** argv) {
   std::string buffer{text_of(argv[1])};
   const std::size_t wanted = count_argument(argc, argv, buffer.size());
   const std::int64_t n = fileRead(handle, buffer.data(), wanted);
-  if (n < 0) state.error = dos_error();
   if (n > 0) SET_STR(argv[1], buffer);
   return TMP_INT(static_cast<std::int32_t>(std::max(n, std::int64_t{0})));
 }
@@ -98,7 +88,6 @@ Var* builtin_fwrite(std::int32_t argc, Var** argv) {
   const auto text = text_of(argv[1]);
   const auto bytes = text.substr(0, count_argument(argc, argv, text.size()));
   const std::int64_t n = fileWrite(handle, bytes);
-  if (n < static_cast<std::int64_t>(bytes.size())) state.error = dos_error();
   return TMP_INT(static_cast<std::int32_t>(n));
 }
 
@@ -110,39 +99,38 @@ Var* builtin_fseek(std::int32_t argc, Var** argv) {
   const double offset = std::clamp(number_of(argv[1]), -1e15, 1e15);
   const auto where = offset == offset ? static_cast<std::int64_t>(offset) : 0;
   const std::int64_t position = fileSeek(handle, where, kOrigins[origin]);
-  if (position < 0) state.error = dos_error();
   return position <= INT32_MAX ? TMP_INT(static_cast<std::int32_t>(position))
                                : TMP_NUM(static_cast<double>(position), 0);
 }
 
 Var* builtin_ferror(std::int32_t, Var**) {
-  return TMP_INT(state.error);
+  return TMP_INT(dos_error());
 }
 
 Var* memoread(std::int32_t argc, Var** argv) {
-  if (!arg_is(argc, argv, 0, kText)) return empty_text();
+  if (!texts_given(1, argc, argv)) return empty_text();
   // Not blocking: the name may be that of a pipe.
-  const OwnHandle file{
-      fileOpenSearch(text_of(argv[0]), O_RDONLY | O_NONBLOCK, 0, {.report = false})};
+  const File file(fileOpenSearch(text_of(argv[0]), O_RDONLY | O_NONBLOCK, 0, {.report = false}));
+  if (!file.opened()) return empty_text();
   struct stat status;
-  if (file.fd < 0 || ::fstat(file.fd, &status) != 0 || !S_ISREG(status.st_mode) ||
-      status.st_size == 0)
-    return empty_text();
+  const bool known = file_ops().fstat(file.fd(), &status) == 0;
+  if (!known || !S_ISREG(status.st_mode)) set_dos_error(known ? EINVAL : errno);
+  if (!known || !S_ISREG(status.st_mode) || status.st_size == 0) return empty_text();
   Var* text = TMP_BUFFER(status.st_size);
   if (is_error(text)) return empty_text();
   const auto size = text_of(text).size();
-  const std::int64_t n = fileRead(file.fd, text->text, size);
-  return n == static_cast<std::int64_t>(size)
-             ? text
-             : SET_STR(text, text->text, std::max(n, std::int64_t{0}));
+  const std::int64_t n = fileRead(file.fd(), text->text, size);
+  if (n < 0) return empty_text();  // a part would pass for the whole
+  return n == static_cast<std::int64_t>(size) ? text : SET_STR(text, text->text, n);
 }
 
 Var* memowrit(std::int32_t argc, Var** argv) {
-  if (!arg_is(argc, argv, 0, kText) || !arg_is(argc, argv, 1, kText)) return false_value();
-  const OwnHandle file{fileCreate(text_of(argv[0]), fileDefaultMode(), false)};
-  if (file.fd < 0) return false_value();
+  if (!texts_given(2, argc, argv)) return false_value();
+  const int handle = fileCreate(text_of(argv[0]), fileDefaultMode(), false);
+  if (handle < 0) return false_value();
   const auto text = text_of(argv[1]);
-  return logical(fileWrite(file.fd, text) == static_cast<std::int64_t>(text.size()));
+  const bool written = fileWrite(handle, text) == static_cast<std::int64_t>(text.size());
+  return logical(fileClose(handle) && written);
 }
 
 }  // namespace tarnel

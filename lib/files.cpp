@@ -9,25 +9,17 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "core/descriptors.h"
 #include "core/errors.h"
+#include "core/file_ops.h"
+#include "core/open_files.h"
 #include "core/output.h"
 #include "core/settings.h"
+#include "lib/arguments.h"
 #include "lib/file_names.h"
 
 namespace tarnel {
 namespace {
-
-// Calls again as long as a signal breaks in.
-template <typename Call>
-auto retried(Call&& call) {
-  auto result = call();
-  while (result == -1 && errno == EINTR) result = call();
-  return result;
-}
-
-int open_path(const std::string& path, int flags, mode_t mode) {
-  return retried([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); });
-}
 
 // Notes the system's number, then warns.
 void file_warning(int code, const std::string& text) {
@@ -58,33 +50,54 @@ bool search(std::string_view name, bool map_file, std::string& last, Attempt&& a
   return map_file && tried(pathJoin("/usr/lib/terminfo", mapped));
 }
 
-// A descriptor that is closed at the end of its scope.
-struct Handle {
-  explicit Handle(int descriptor) : fd(descriptor) {}
-  ~Handle() {
-    if (fd >= 0) ::close(fd);
-  }
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  const int fd;
-};
-
 bool pump(int from, int to) {
   std::array<char, 65536> buffer;
   for (;;) {
-    const ssize_t n = retried([&] { return ::read(from, buffer.data(), buffer.size()); });
+    const ssize_t n = read_some(from, buffer.data(), buffer.size());
     if (n <= 0) return n == 0;
     if (!write_fully(to, {buffer.data(), static_cast<std::size_t>(n)})) return false;
   }
 }
 
+// --- A stream of the system's library over a descriptor that has its owner here.
+
+int descriptor_of(void* cookie) {
+  return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
+}
+ssize_t stream_read(void* cookie, char* buffer, std::size_t n) {
+  return read_some(descriptor_of(cookie), buffer, n);
+}
+ssize_t stream_write(void* cookie, const char* buffer, std::size_t n) {
+  return std::max(write_some(descriptor_of(cookie), {buffer, n}), ssize_t{0});
+}
+int stream_seek(void* cookie, off64_t* offset, int whence) {
+  *offset = file_ops().seek(descriptor_of(cookie), *offset, whence);
+  return *offset < 0 ? -1 : 0;
+}
+int stream_close(void* cookie) {
+  return close_file(descriptor_of(cookie)) ? 0 : -1;
+}
+
+// The flags of open() for a mode of fopen().
+int open_flags(std::string_view mode) {
+  const int access = mode.find('+') != mode.npos ? O_RDWR : mode[0] == 'r' ? O_RDONLY : O_WRONLY;
+  return access | (mode[0] == 'r' ? 0 : O_CREAT | (mode[0] == 'a' ? O_APPEND : O_TRUNC));
+}
+
 }  // namespace
+
+bool texts_given(std::int32_t n, std::int32_t argc, Var* const* argv) {
+  bool given = true;
+  for (std::int32_t i = 0; i < n; ++i) given = given && arg_is(argc, argv, i, kText);
+  set_dos_error(given ? 0 : EINVAL);
+  return given;
+}
 
 int fileOpenSearch(std::string_view name, int flags, mode_t mode, const OpenSearch& how) {
   int fd = -1;
   std::string last;
   search(name, how.map_file, last, [&](const std::string& path) {
-    fd = open_path(path, flags, mode);
+    fd = open_file(path.c_str(), flags, mode);
     return fd >= 0;
   });
   const int reason = errno;
@@ -100,20 +113,28 @@ int fileOpenSearch(std::string_view name, int flags, mode_t mode, const OpenSear
   return fd;
 }
 
-std::string find_file(std::string_view name, bool (*accept)(const std::string& path)) {
+std::string find_file(std::string_view name, struct stat& status) {
   std::string last;
-  return search(name, false, last, accept) ? last : std::string{};
+  int reason = ENOENT;
+  const auto is_file = [&](const std::string& path) {
+    const bool there = file_ops().stat(path.c_str(), &status) == 0;
+    if (there && !S_ISDIR(status.st_mode)) return true;
+    if (there || errno != ENOENT) reason = there ? EISDIR : errno;
+    return false;
+  };
+  if (search(name, false, last, is_file)) return last;
+  errno = reason;
+  return {};
 }
 
 std::FILE* streamOpen(std::string_view name, const char* mode) {
+  const int fd = fileOpenSearch(name, open_flags(mode), 0666, {.report = false});
   std::FILE* stream = nullptr;
-  std::string last;
-  const std::string flags = std::string(mode) + 'e';
-  search(name, false, last, [&](const std::string& path) {
-    stream = std::fopen(path.c_str(), flags.c_str());
-    return stream != nullptr;
-  });
+  if (fd >= 0)
+    stream = ::fopencookie(reinterpret_cast<void*>(std::intptr_t{fd}), mode,
+                           {stream_read, stream_write, stream_seek, stream_close});
   if (stream == nullptr) file_warning(101, "file '" + std::string(name) + "'");
+  if (stream == nullptr && fd >= 0) close_file(fd);
   return stream;
 }
 
@@ -124,9 +145,9 @@ void streamClose(std::FILE* stream) {
 
 int fileCreate(std::string_view name, mode_t mode, bool report) {
   const std::string path = pathJoin("", name);
-  const int fd = open_path(path, O_RDWR | O_CREAT | O_TRUNC, mode);
+  const int fd = open_file(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, mode);
   if (fd >= 0) {
-    static_cast<void>(fchmod(fd, mode) == 0);  // not ours to change on some file systems
+    static_cast<void>(file_ops().fchmod(fd, mode) == 0);  // not ours to change on some file systems
   } else if (report) {
     file_warning(105, "Create error for '" + path + "' (requested '" + std::string(name) + "') ");
   } else {
@@ -136,7 +157,7 @@ int fileCreate(std::string_view name, mode_t mode, bool report) {
 }
 
 bool fileClose(int handle) {
-  if (::close(handle) == 0 || errno == EINTR) return true;  // closed either way on this system
+  if (close_file(handle)) return true;
   file_warning(102, format_text("Close error (for %d)  ", handle));
   return false;
 }
@@ -144,7 +165,7 @@ bool fileClose(int handle) {
 std::int64_t fileRead(int handle, char* buffer, std::size_t n) {
   std::size_t done = 0;
   while (done < n) {
-    const ssize_t got = retried([&] { return ::read(handle, buffer + done, n - done); });
+    const ssize_t got = read_some(handle, buffer + done, n - done);
     if (got < 0) {
       set_dos_error(errno);
       return -1;
@@ -159,8 +180,7 @@ std::int64_t fileWrite(int handle, std::string_view bytes) {
   if (handle == STDOUT_FILENO) flush_output();
   std::size_t done = 0;
   while (done < bytes.size()) {
-    const ssize_t n =
-        retried([&] { return ::write(handle, bytes.data() + done, bytes.size() - done); });
+    const ssize_t n = write_some(handle, bytes.substr(done));
     if (n < 0) {
       file_warning(104, "Write error");
       break;
@@ -171,13 +191,13 @@ std::int64_t fileWrite(int handle, std::string_view bytes) {
 }
 
 std::int64_t fileSeek(int handle, std::int64_t offset, int whence) {
-  const auto position = ::lseek(handle, offset, whence);
+  const auto position = file_ops().seek(handle, offset, whence);
   if (position < 0) set_dos_error(errno);
   return position;
 }
 
 bool fileErase(std::string_view name) {
-  if (::unlink(pathJoin("", name).c_str()) == 0) return true;
+  if (file_ops().unlink(pathJoin("", name).c_str()) == 0) return true;
   file_warning(106, "Erase error");
   return false;
 }
@@ -185,14 +205,14 @@ bool fileErase(std::string_view name) {
 int fileModeOf(std::string_view name) {
   const std::string path = fileNameMap(name);
   struct stat status;
-  if (::stat(path.c_str(), &status) == 0) return static_cast<int>(status.st_mode & 07777);
+  if (file_ops().stat(path.c_str(), &status) == 0) return static_cast<int>(status.st_mode & 07777);
   file_warning(107, "GET_NFIL_MODE: cannot get status for '" + path + "'");
   return -1;
 }
 
 int fileModeOfHandle(int handle) {
   struct stat status;
-  if (::fstat(handle, &status) == 0) return static_cast<int>(status.st_mode & 07777);
+  if (file_ops().fstat(handle, &status) == 0) return static_cast<int>(status.st_mode & 07777);
   file_warning(107, format_text("GET_DFIL_MODE: cannot get status for '%d'", handle));
   return -1;
 }
@@ -207,7 +227,7 @@ bool read_handle(int handle, std::string& bytes, std::size_t limit) {
   std::array<char, 65536> buffer;
   bytes.clear();
   for (;;) {
-    const ssize_t n = retried([&] { return ::read(handle, buffer.data(), buffer.size()); });
+    const ssize_t n = read_some(handle, buffer.data(), buffer.size());
     if (n < 0) return false;
     bytes.append(buffer.data(), static_cast<std::size_t>(n));
     if (n == 0 || bytes.size() >= limit) break;
@@ -217,22 +237,30 @@ bool read_handle(int handle, std::string& bytes, std::size_t limit) {
 }
 
 bool copy_file(const std::string& from, const std::string& to, bool append) {
-  const Handle source(open_path(from, O_RDONLY, 0));
-  struct stat status, target_status;
-  if (source.fd < 0 || ::fstat(source.fd, &status) != 0) return false;
+  const File source(from.c_str(), O_RDONLY);
+  struct stat status, former;
+  if (!source.opened() || file_ops().fstat(source.fd(), &status) != 0) return false;
   if (S_ISDIR(status.st_mode)) {
     errno = EISDIR;
     return false;
   }
+  const bool there = file_ops().stat(to.c_str(), &former) == 0;
+  const bool existed = there || errno != ENOENT;
   // A file copied onto itself would be emptied first, and appended to itself would never end.
-  if (::stat(to.c_str(), &target_status) == 0 && target_status.st_dev == status.st_dev &&
-      target_status.st_ino == status.st_ino) {
+  if (there && former.st_dev == status.st_dev && former.st_ino == status.st_ino) {
     errno = EEXIST;
     return false;
   }
   const int flags = O_WRONLY | O_CREAT | (append ? O_APPEND : O_TRUNC);
-  const Handle target(open_path(to, flags, status.st_mode & 0777));
-  return target.fd >= 0 && pump(source.fd, target.fd);
+  File target(to.c_str(), flags, status.st_mode & 0777);
+  if (!target.opened()) return false;
+  bool copied = pump(source.fd(), target.fd());
+  const int reason = errno;
+  if (!target.close() && copied) return false;
+  // Half a file under a new name could be taken for a whole one.
+  if (!copied && !existed) file_ops().unlink(to.c_str());
+  errno = reason;
+  return copied;
 }
 
 }  // namespace tarnel

@@ -1,8 +1,9 @@
 // Opening files through the search of SET DEFAULT and SET PATH, and plain operations on handles.
-// System calls are retried when interrupted, descriptors are closed at exec. Failures raise
-// warnings of the file class and note the system's number for doserror().
+// Descriptors have their owner in core/open_files.h. Failures raise warnings of the file class and
+// note the system's number for ferror() and doserror().
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -10,7 +11,12 @@
 #include <string>
 #include <string_view>
 
+#include "core/var.h"
+
 namespace tarnel {
+
+// The beginning of a file function: are the first n arguments texts? ferror() then tells 0, else EINVAL.
+bool texts_given(std::int32_t n, std::int32_t argc, Var* const* argv);
 
 struct OpenSearch {
   std::string* found_name = nullptr;  // receives the full name of the file tried last
@@ -21,8 +27,9 @@ struct OpenSearch {
 // name that holds a '/' isn't searched for. Result: the descriptor, or -1.
 int fileOpenSearch(std::string_view name, int flags, mode_t mode, const OpenSearch& how = {});
 
-// The first name of the same search that passes `accept`, or the empty text.
-std::string find_file(std::string_view name, bool (*accept)(const std::string& path));
+// The name of the first file of the same search that is no directory, with its status; the empty text,
+// with errno set, when there is none. Nothing is opened.
+std::string find_file(std::string_view name, struct stat& status);
 
 // The same search with fopen, "" of mode as there. Warning 101 and null when nothing opens.
 std::FILE* streamOpen(std::string_view name, const char* mode);
@@ -43,7 +50,8 @@ mode_t fileDefaultMode();  // 0666 masked by the process's umask
 
 // The bytes that are left to read, at most `limit`; false on an error.
 bool read_handle(int handle, std::string& bytes, std::size_t limit);
-// Copies a file with its mode bits, or appends to the target. False with errno set.
+// Copies a file with its mode bits, or appends to the target, in place. False with errno set; a
+// target that was not there before is then not there again.
 bool copy_file(const std::string& from, const std::string& to, bool append);
 
 }  // namespace tarnel

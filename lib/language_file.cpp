@@ -6,8 +6,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "core/errors.h"
+#include "core/open_files.h"
 #include "lib/arguments.h"
 #include "lib/files.h"
 
@@ -209,19 +211,21 @@ bool parse_language(std::string_view bytes, Language& record) {
 }
 
 bool load_language(int number, std::string_view file) {
-  const int fd = fileOpenSearch(file, O_RDONLY, 0, {.report = false});
-  if (fd < 0) {
-    RT_ERROR(323, "LOADLANG(): cannot open '" + std::string(file) + "'");
-    return false;
-  }
+  const File source(fileOpenSearch(file, O_RDONLY, 0, {.report = false}));
   std::string bytes;
-  const bool read = read_handle(fd, bytes, kFileLimit);
-  fileClose(fd);
-  if (!read) {
+  if (!source.opened() || !read_handle(source.fd(), bytes, kFileLimit)) {
+    set_dos_error(errno);
     RT_ERROR(323, "LOADLANG(): cannot open '" + std::string(file) + "'");
     return false;
   }
-  return parse_language(bytes, language_record(number));
+  Language& record = language_record(number);
+  if (number != language_number()) return parse_language(bytes, record);
+  // What is in use goes on being used when the file is wrong. Its texts point into the record itself.
+  const auto former = std::make_unique<Language>(record);
+  const bool loaded = parse_language(bytes, record);
+  if (!loaded) record = *former;
+  select_language(number);
+  return loaded;
 }
 
 Var* loadlang(std::int32_t argc, Var** argv) {

@@ -21,7 +21,8 @@ namespace tarnel {
 // keeps what it had written and leaves `loaded` false.
 bool parse_language(std::string_view bytes, Language& record);
 
-// Reads a file, found by the search of the file layer, into record 1 to 10. Errors 313, 323, 320.
+// Reads a file, found by the search of the file layer, into record 1 to 10. The current language stays as
+// it was when the load stops. Errors 323, 320.
 bool load_language(int number, std::string_view file);
 
 }  // namespace tarnel

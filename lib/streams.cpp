@@ -10,7 +10,9 @@
 #include <csignal>
 #include <vector>
 
+#include "core/descriptors.h"
 #include "core/errors.h"
+#include "core/open_files.h"
 #include "core/output.h"
 #include "core/runtime.h"
 #include "core/settings.h"
@@ -38,7 +40,7 @@ OpenStream& stream_of(Stream stream) {
 }
 
 void close_stream(OpenStream& stream) {
-  if (stream.fd >= 0) ::close(stream.fd);
+  if (stream.fd >= 0) close_file(stream.fd);
   if (stream.reader > 0)
     while (waitpid(stream.reader, nullptr, 0) < 0 && errno == EINTR) {
     }

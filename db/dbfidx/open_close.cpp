@@ -274,13 +274,13 @@ class NewFile {
   NewFile(const std::string& path, mode_t mode, bool existed) : path_(path), existed_(existed) {
     fd_ = open_file(path.c_str(), O_RDWR | O_CREAT | (existed ? O_TRUNC : O_EXCL), mode);
     if (fd_ < 0) return;
-    ::fchmod(fd_, mode);
+    static_cast<void>(file_ops().fchmod(fd_, mode));  // not ours to change on some file systems
     if (!existed) lock_range(fd_, F_WRLCK, 0, 0);
   }
   ~NewFile() {
     if (fd_ < 0) return;
     if (!kept_ && !existed_) file_ops().unlink(path_.c_str());
-    file_ops().close(fd_);
+    close_file(fd_);
   }
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;

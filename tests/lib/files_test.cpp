@@ -7,9 +7,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include "lib/file_names.h"
 #include "tests/lib/call.h"
+#include "tests/support/fail_nth.h"
 
 namespace tarnel::testing {
 namespace {
@@ -129,6 +131,14 @@ TEST_F(Files, OpeningSearchesDefaultThenPath) {
   write("sub/d.txt", "1");
   EXPECT_EQ(call("set", {7}), "C sub");
   EXPECT_EQ(call("file", {"d.txt"}), "L T");
+  for (const char* mode : {"w", "a+", "r"}) {
+    std::FILE* stream = streamOpen("s.txt", mode);
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(*mode == 'r' ? std::fgetc(stream) : 'w', 'w');
+    EXPECT_EQ(std::fputc(*mode, stream), *mode == 'r' ? EOF : *mode);
+    streamClose(stream);
+  }
+  EXPECT_EQ(read("sub/s.txt"), "wa");
   EXPECT_EQ(streamOpen("zz", "r"), nullptr);
   EXPECT_EQ(take_errors(), "101 file 'zz'");
 }
@@ -170,7 +180,9 @@ TEST_F(Files, HandlesReadWriteAndSeek) {
   EXPECT_EQ(call("memowrit", {"m.txt", std::string("a\0b", 3)}), "L T");
   EXPECT_EQ(call("memoread", {"m.txt"}), "C " + std::string("a\0b", 3));
   EXPECT_EQ(call("memoread", {"/dev/zero"}), "C ");
+  EXPECT_EQ(call("ferror", {}), "I 22");
   EXPECT_EQ(call("memoread", {"none"}), "C ");
+  EXPECT_EQ(call("ferror", {}), "I 2") << "one number for all file functions";
   const int handle = call_cell("fcreate", {"f.bin"})->i;
   ASSERT_GT(handle, 2);
   check({
@@ -198,10 +210,98 @@ TEST_F(Files, HandlesReadWriteAndSeek) {
   });
 }
 
+// As if every other name than a file's own with a suffix lay in another file system.
+int rename_elsewhere(const char* from, const char* to) {
+  if (std::string_view(from).ends_with('~')) return ::rename(from, to);
+  errno = EXDEV;
+  return -1;
+}
+
+TEST_F(Files, EachCallThatFailsIsToldAndLeavesNoHalfFile) {
+  static const std::string text(70000, 'x');
+  const std::string swedish = TARNEL_SOURCE_DIR "/examples/swedish.lng";
+  const auto truth = [](const char* name, const std::vector<Arg>& args) {
+    return call_cell(name, args)->i != 0;
+  };
+  const auto write_by_handle = [&] {
+    const int out = call_cell("fcreate", {"new"})->i;
+    if (out < 0) return false;
+    const bool written = call_cell("fwrite", {out, text})->i == static_cast<int>(text.size());
+    const int failed = call_cell("ferror", {})->i;
+    const bool closed = truth("fclose", {out});
+    if (failed != 0) call("doserror", {failed});
+    return written && closed;
+  };
+  struct Row {
+    const char* name;
+    std::function<bool()> operation;
+    bool makes_copy;
+    bool may_leave_part;
+    int (*rename)(const char*, const char*) = ::rename;
+  };
+  const auto renames = [&] { return !truth("frename", {"source", "new"}); };
+  const Row rows[] = {
+      {"memowrit",
+       [&] {
+         return truth("memowrit", {"new", text});
+       },
+       true, true},
+      {"handles", write_by_handle, true, true},
+      {"memoread", [&] { return text_of(call_cell("memoread", {"source"})) == text; }, false,
+       false},
+      {"copy",
+       [&] {
+         return truth("__copyfile", {"source", "new"});
+       },
+       true, false},
+      {"rename", renames, true, false},
+      {"rename elsewhere", renames, true, false, rename_elsewhere},
+      {"ferase", [&] { return !truth("ferase", {"old"}); }, false, false},
+      {"loadlang",
+       [&] {
+         return truth("loadlang", {3, swedish});
+       },
+       false, false},
+  };
+  ASSERT_EQ(call("loadlang", {3, swedish}), "L T");
+  call("setlang", {3});
+  const FileOps system = file_ops();
+  for (const Row& row : rows) {
+    const ::testing::ScopedTrace trace(__FILE__, __LINE__, row.name);
+    bool done = false;
+    file_ops().rename = row.rename;
+    const int runs = fail_each_call(
+        {kIoError, kDiskFull, kInterrupted, kNoDescriptors, kShortRead, kShortWrite},
+        [&] {
+          fs::remove("new");
+          write("source", text);
+          write("old", "old");
+          set_dos_error(0);
+        },
+        [&] { done = row.operation(); },
+        [&](const Fault* fault) {
+          EXPECT_EQ(call_cell("ferror", {})->i, done ? 0 : fault->error);
+          EXPECT_TRUE(done || (fault != nullptr && !harmless(*fault)));
+          const std::string made = fs::exists("new") ? read("new") : "";
+          EXPECT_TRUE(row.may_leave_part || made.empty() || made == text);
+          EXPECT_TRUE(!done || !row.makes_copy || made == text);
+          EXPECT_TRUE(made == text || read("source") == text) << "lost";
+          take_errors();
+          EXPECT_EQ(call("upper", {"\xe5"}), "C \xc5") << "the language in use stays";
+        });
+    EXPECT_GT(runs, 0);
+  }
+  file_ops() = system;
+  call("setlang", {0});
+}
+
 TEST_F(Files, DirectoriesAreListedSorted) {
   write("b.txt", "12345");
   write("a.txt", "");
   write(".hidden", "");
+  write("sub/plain", "");
+  EXPECT_EQ(call("directory", {"sub/*.*"}), "A 1") << "a name without a point counts too";
+  fs::remove("sub/plain");
   Var* files = call_cell("directory", {"*.txt"});
   ASSERT_EQ(show(files), "A 2");
   Var* second = element(files, 2);

@@ -72,6 +72,12 @@ TEST_F(National, CaseClassesAndNamesComeFromTheLanguage) {
 }
 
 TEST_F(National, WrongCallsNameTheirReason) {
+  use_swedish();
+  const std::string wrong = TARNEL_SOURCE_DIR "/examples/user.tn";
+  EXPECT_EQ(call("loadlang", {3, wrong}).substr(0, 9), "L F !320 ");
+  check({{"upper", {"\xE5"}, "C \xC5"},
+         {"cdow", {Date{719163}}, "C torsdag"},
+         {"setlang", {0}, "I 3"}});
   check({
       {"setlang", {"x"}, "E !312 SETLANG() requires numeric argument not 'C'"},
       {"setlang", {11}, "E !313 SETLANG() requires numeric argument in the range 0 to 10"},

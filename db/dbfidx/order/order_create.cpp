@@ -77,10 +77,7 @@ class NewIndexFile {
   ~NewIndexFile() {
     if (fd_ < 0) return;
     if (!kept_) file_ops().unlink(path_.c_str());
-    if (shared_)
-      dxClose(fd_);
-    else
-      file_ops().close(fd_);
+    close_file(fd_);
   }
   NewIndexFile(const NewIndexFile&) = delete;
   NewIndexFile& operator=(const NewIndexFile&) = delete;
@@ -93,7 +90,7 @@ class NewIndexFile {
     struct stat table {};
     const mode_t mode = file_ops().fstat(dbf.dbfFd, &table) == 0 ? table.st_mode & 0777 : 0600;
     fd_ = open_file(path_.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
-    if (fd_ >= 0) ::fchmod(fd_, mode);
+    if (fd_ >= 0) static_cast<void>(file_ops().fchmod(fd_, mode));
   }
 
   void take_over() {
@@ -101,7 +98,6 @@ class NewIndexFile {
     if (fd < 0) return;
     if (claimExclusive(fd, kIdxTop) == 0 && file_ops().truncate(fd, 0) == 0) {
       fd_ = fd;
-      shared_ = true;
       return;
     }
     dxClose(fd);
@@ -110,7 +106,7 @@ class NewIndexFile {
 
   const std::string path_;
   int fd_ = -1;
-  bool shared_ = false, kept_ = false;
+  bool kept_ = false;
 };
 
 bool is_open_here(const std::string& path) {

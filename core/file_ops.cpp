@@ -1,9 +1,9 @@
-#include "db/file_ops.h"
+#include "core/file_ops.h"
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <ctime>
 
 #include "core/runtime.h"
@@ -26,29 +26,37 @@ int system_lock(int fd, int command, struct flock* range) {
   return ::fcntl(fd, command, range);
 }
 
-template <typename Call>
-auto retried(Call call) {
-  for (;;) {
-    const auto result = call();
-    if (result >= 0 || errno != EINTR) return result;
-  }
+void* system_map(int fd, size_t length) {
+  return ::mmap(nullptr, length, PROT_READ, MAP_SHARED, fd, 0);
+}
+void* system_remap(void* base, size_t length, size_t wanted) {
+  return ::mremap(base, length, wanted, MREMAP_MAYMOVE);
 }
 
 }  // namespace
 
 FileOps& file_ops() {
-  static FileOps ops = {system_open, ::close, ::pread,     ::pwrite, system_lock,
-                        ::fstat,     ::stat,  ::ftruncate, ::unlink, ::sync};
+  static FileOps ops = {
+      .open = system_open,
+      .close = ::close,
+      .read = ::read,
+      .write = ::write,
+      .seek = ::lseek,
+      .pread = ::pread,
+      .pwrite = ::pwrite,
+      .lock = system_lock,
+      .fstat = ::fstat,
+      .stat = ::stat,
+      .truncate = ::ftruncate,
+      .chmod = ::chmod,
+      .fchmod = ::fchmod,
+      .unlink = ::unlink,
+      .rename = ::rename,
+      .map = system_map,
+      .remap = system_remap,
+      .sync = ::sync,
+  };
   return ops;
-}
-
-int open_file(const char* path, int flags, mode_t mode) {
-  const int fd = retried([&] { return file_ops().open(path, flags | O_CLOEXEC, mode); });
-  if (fd != 0) return fd;
-  // 0 stands for "no memo file" and is standard input to everybody else.
-  const int moved = ::fcntl(fd, F_DUPFD_CLOEXEC, 3);
-  file_ops().close(fd);
-  return moved;
 }
 
 std::int64_t read_some_at(int fd, void* buffer, std::size_t n, std::int64_t at) {
@@ -78,10 +86,15 @@ bool write_at(int fd, const void* buffer, std::size_t n, std::int64_t at) {
       return file_ops().pwrite(fd, static_cast<const char*>(buffer) + done,
                                std::min(n - done, kPiece), at + static_cast<std::int64_t>(done));
     });
+    if (put == 0) errno = ENOSPC;
     if (put <= 0) return false;
     done += static_cast<std::size_t>(put);
   }
   return true;
+}
+
+bool set_size(int fd, std::int64_t size) {
+  return retried([&] { return file_ops().truncate(fd, size); }) == 0;
 }
 
 void sync_now_and_then() {
