@@ -1,5 +1,7 @@
 #include "core/blocks.h"
 
+#include <cassert>
+
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/signals.h"
@@ -23,6 +25,7 @@ const MacroHooks& macro_hooks() {
 Var* run_block(std::int32_t argc, Var** argv) {
   look_at_signals();
   Var* block = argv[0];
+  assert(is_block(block));
   if (block->type != 'B')
     return hooks.eval_block != nullptr ? hooks.eval_block(argc, argv) : error_value();
   if (block->decimals == kMethodFlag)

@@ -7,6 +7,7 @@
 //   kMethods); return c; }
 #pragma once
 
+#include <cassert>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -82,6 +83,7 @@ class ClassDescriptor {
   std::span<const Callable> functions() const { return functions_; }
   // REQUIRES: the slot exists.
   Callable slot_function(std::int32_t slot) const {
+    assert(slot >= 0 && slot < method_count());
     return functions_[static_cast<std::size_t>(slot)];
   }
 
@@ -110,8 +112,9 @@ std::int32_t FIND_INSTANCE(std::string_view name, const ClassDescriptor& descrip
 std::int32_t FIND_METHOD(std::string_view name, const ClassDescriptor& descriptor, char kind,
                          std::int32_t& scope);
 
-// The function at a slot of the object's method array, or null. REQUIRES: an object
+// The function at a slot of the object's method array, or null. REQUIRES: an object.
 inline Callable method_in_slot(const Var* object, std::int32_t slot) {
+  assert(object->type == 'O');
   const Var* methods = element(object, 2);
   if (methods->type != 'A' || slot < 0 || slot >= element_count(methods)) return nullptr;
   const Var* block = methods->shared->elements[slot];

@@ -24,8 +24,8 @@ void evaluate_error_block(Var* error);
 // One line for people: severity word, code, place and description of an error object.
 std::string error_report(Var* error);
 
-// The box of options of a terminal: the number of the option chosen, 0 none. Null: no terminal is
-// open.
+// How the default handler asks what to do: the number of the option chosen, 0 none. Null, as long as no
+// layer has such a box: it reports the error and ends the run.
 void set_alert_hook(std::int32_t (*alert)(std::string_view message, Var* options, Var* colour));
 
 #define ERROR_BUILTINS(X)                                                                        \

@@ -1,9 +1,11 @@
 #include "core/frame.h"
 
+#include <cassert>
 #include <cctype>
 #include <string>
 
 #include "core/arrays.h"
+#include "core/checks.h"
 #include "core/errors.h"
 #include "core/runtime.h"
 #include "core/signals.h"
@@ -51,6 +53,8 @@ void BEGIN_PROC(Frame* frame, const char* module, const char* proc, std::int32_t
 }
 
 Var* END_PROC(Frame* frame, char expected) {
+  assert(frame == state.current);
+  if (kChecked) check_runtime();
   Var* result = frame->result;
   ++result->refs;
   POP_VARSTACK(frame->var_entry);

@@ -46,27 +46,31 @@ struct Frame {
 
 constexpr char kQuiet = '\x80';  // flag in a parameter's type letter: no message, fields allowed
 
+// In brackets, here as in operators.h: [temporaries pushed, errors raised].
+
 Frame* current_frame();
 Frame* base_frame();
 std::int32_t activation_level();
 
+// [0] `frame` becomes the current one and must stay where it is up to END_PROC.
 void BEGIN_PROC(Frame* frame, const char* module, const char* proc, std::int32_t line,
                 std::int32_t argc);
-// temps: back to the height at entry + 1, the result. Error 201 when the result has another type
-// than `expected` ('U': any).
+// [back to the height at entry, then 1: the result; 201] The error is for a result of another type than
+// `expected` ('U': any). Ends the bindings of the procedure. REQUIRES: `frame` is the current one.
 Var* END_PROC(Frame* frame, char expected);
-// The cell that is parameter i, or a fresh local (count 0, null vector). Errors 201, 204, 901.
+// [0..1, 201 204 901] The cell that is parameter i, or a fresh local (count 0, null vector). It lies below
+// the mark to which the procedure's loops cut the temporaries.
 Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter);
 
-// Records a source line and answers the signals that came.
+// [0] Records a source line and answers the signals that came, which may end the run or break.
 void LINE_HOOK(std::int32_t line);
 
-// Gives element i (from 1) of an object a fixed type and an initial value, which may be null.
+// [0..2, 332] Gives element i (from 1) of an object a fixed type and an initial value, which may be null.
 // Result: the element, or NIL when there is no such element.
 Var* DEFAULT_IVAR(Var* object, std::int32_t i, char letter, Var* init);
 
 Var* null_result();  // the part of CALL_VECTOR that raises
-// Calls fn with the arguments given. Null results are error 320.
+// [what fn pushes, 320] Calls fn with the arguments given. Null results are the error.
 inline Var* CALL_VECTOR(Callable fn, std::int32_t argc, Var** argv) {
   Var* result = fn(argc, argv);
   return result != nullptr ? result : null_result();
@@ -77,13 +81,13 @@ Var* CALL_SIMPLE(Callable fn, Args*... args) {
   return CALL_VECTOR(fn, static_cast<std::int32_t>(sizeof...(args)), argv);
 }
 
-// The nth visible frame from the current one (0 = itself), or null.
+// [0] The nth visible frame from the current one (0 = itself), or null.
 Frame* frame_at(std::int32_t n);
 
-// A name of a frame as programs see it.
+// [0] A name of a frame as programs see it.
 std::string upper_name(const char* text);
 
-// Ends the procedures above `frame` without results, for a break: their bindings go, frame and level
+// [0] Ends the procedures above `frame` without results, for a break: their bindings go, frame and level
 // are then those of `frame`. To be called before the native stack is left, since the frames lie in it.
 void leave_procedures(Frame* frame, std::int32_t vars);
 

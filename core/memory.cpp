@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cassert>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -302,6 +303,7 @@ void MEM_FREE_VAR(void* user, SourceLine where) {
 }
 
 std::size_t MEM_SIZE(const void* user) {
+  assert(user != nullptr);
   return size_of(block_of(user));
 }
 

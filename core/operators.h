@@ -2,11 +2,14 @@
 // spell the form: cs, the left operand's letter, the operation, the right operand's letter; u is
 // any Var, c a literal text, n a numeric literal.
 //
-// Arithmetic members: in_place is true in a compound assignment (+= and the like). The result is
-// the left cell when that is a temporary or the assigned variable, else the right one when it is a
-// temporary, else a new temporary; a left field is written through. Failures raise 201, 202, 205 or
-// 902 and return the error value, a division by zero numeric zero.
-// Comparisons return the true or the false constant, or the error value.
+// in_place is true in a compound assignment (+= and the like). Arithmetic results stand in the left cell
+// when that is a temporary or the assigned variable, else in the right one when that is a temporary, else in
+// a new temporary; a left field is written through. A failure gives the error value, a division by zero
+// numeric zero.
+//
+// Behind each function: [temporaries pushed, errors raised]. A raise runs the error block, and where that lets
+// the run go on the operation returns; its errors push nothing. All arithmetic on a variable of a fixed type
+// may raise 332, on a field what the record raises, on texts 301 and 319.
 #pragma once
 
 #include <cstdint>
@@ -15,49 +18,51 @@
 
 namespace tarnel {
 
-Var* csuaddu(Var* left, Var* right, bool in_place);
-Var* csuaddc(Var* left, const char* right, bool in_place);
-Var* cscaddu(const char* left, Var* right);
-Var* csnaddu(double left, int decimals, Var* right, bool in_place);
-Var* csusubu(Var* left, Var* right, bool in_place);
-Var* csusubn(Var* left, double right, int decimals, bool in_place);
-Var* csumulu(Var* left, Var* right, bool in_place);
-Var* csnmulu(double left, int decimals, Var* right, bool in_place);
-Var* csudivu(Var* left, Var* right, bool in_place);
-Var* csudivn(Var* left, double right, bool in_place);
-Var* csumodu(Var* left, Var* right, bool in_place);
-Var* csumodn(Var* left, double right, bool in_place);
-Var* csupowu(Var* left, Var* right, bool in_place);
-Var* csupown(Var* left, double right, bool in_place);
+Var* csuaddu(Var* left, Var* right, bool in_place);                  // [0..1, 201 902]
+Var* csuaddc(Var* left, const char* right, bool in_place);           // [0..1, 201]
+Var* cscaddu(const char* left, Var* right);                          // [1, 201]
+Var* csnaddu(double left, int decimals, Var* right, bool in_place);  // [0..1, 201]
+Var* csusubu(Var* left, Var* right, bool in_place);                  // [0..2, 201 902]
+Var* csusubn(Var* left, double right, int decimals, bool in_place);  // [0..1, 202]
+Var* csumulu(Var* left, Var* right, bool in_place);                  // [0..1, 202]
+Var* csnmulu(double left, int decimals, Var* right, bool in_place);  // [0..1, 202]
+Var* csudivu(Var* left, Var* right, bool in_place);                  // [0..1, 202 902]
+Var* csudivn(Var* left, double right, bool in_place);                // [0..1, 202 902]
+Var* csumodu(Var* left, Var* right, bool in_place);                  // [0..1, 202 205]
+Var* csumodn(Var* left, double right, bool in_place);                // [0..1, 202 205]
+Var* csupowu(Var* left, Var* right, bool in_place);                  // [0..1, 202]
+Var* csupown(Var* left, double right, bool in_place);                // [0..1, 202]
 
-Var* csminusu(Var* v);
-Var* csnotu(Var* v);
-bool csifu(Var* v);   // condition of a compiled if; error 202 gives false
-Var* csincu(Var* v);  // prefix: the operand itself
-Var* csdecu(Var* v);
-Var* csuinc(Var* v);  // postfix: a copy of the old value
-Var* csudec(Var* v);
+Var* csminusu(Var* v);  // [0..1, 202]
+Var* csnotu(Var* v);    // [0, 202]
+bool csifu(Var* v);     // [0, 202] condition of a compiled if; the error gives false
+Var* csincu(Var* v);    // [0..1, 201] prefix: the operand itself
+Var* csdecu(Var* v);    // [0..1, 201]
+Var* csuinc(Var* v);    // [0..2, 201] postfix: a copy of the old value
+Var* csudec(Var* v);    // [0..2, 201]
 
-Var* csuequu(Var* left, Var* right);
-Var* csuequc(Var* left, const char* right);
-Var* cscequu(const char* left, Var* right);
-Var* csnequu(double left, Var* right);
-Var* csueequu(Var* left, Var* right);
-Var* csceequu(const char* left, Var* right);
-Var* csunequ(Var* left, Var* right);
-Var* csuneqc(Var* left, const char* right);
-Var* csnequ(double left, Var* right);
-Var* csugtu(Var* left, Var* right);
-Var* cscgtu(const char* left, Var* right);
-Var* csngtu(double left, Var* right);
-Var* csultu(Var* left, Var* right);
-Var* csnltu(double left, Var* right);
-Var* csugequ(Var* left, Var* right);
-Var* csngequ(double left, Var* right);
-Var* csulequ(Var* left, Var* right);
-Var* csnlequ(double left, Var* right);
-Var* csuinu(Var* left, Var* right);
-Var* csucontc(Var* left, const char* right);
+// Comparisons: the true or the false constant, or the error value. Those of two cells by =, == and # are
+// false after 901, which an undefined variable raises.
+Var* csuequu(Var* left, Var* right);          // [0, 201 901]
+Var* csuequc(Var* left, const char* right);   // [0, 201]
+Var* cscequu(const char* left, Var* right);   // [0, 201]
+Var* csnequu(double left, Var* right);        // [0, 201]
+Var* csueequu(Var* left, Var* right);         // [0, 201 901]
+Var* csceequu(const char* left, Var* right);  // [0, 201]
+Var* csunequ(Var* left, Var* right);          // [0, 201 901]
+Var* csuneqc(Var* left, const char* right);   // [0, 201]
+Var* csnequ(double left, Var* right);         // [0, 201]
+Var* csugtu(Var* left, Var* right);           // [0, 201]
+Var* cscgtu(const char* left, Var* right);    // [0, 201]
+Var* csngtu(double left, Var* right);         // [0, 201]
+Var* csultu(Var* left, Var* right);           // [0, 201]
+Var* csnltu(double left, Var* right);         // [0, 201]
+Var* csugequ(Var* left, Var* right);          // [0, 201]
+Var* csngequ(double left, Var* right);        // [0, 201]
+Var* csulequ(Var* left, Var* right);          // [0, 201]
+Var* csnlequ(double left, Var* right);        // [0, 201]
+Var* csuinu(Var* left, Var* right);           // [0, 201]
+Var* csucontc(Var* left, const char* right);  // [0, 201]
 
 // Compares two texts under SET EXACT and the current collation; negative, zero or positive. With
 // SET EXACT off a left text equals each of its prefixes on the right.

@@ -1,13 +1,12 @@
 #include "core/stacks.h"
 
+#include "core/checks.h"
 #include "core/frame.h"
 #include "core/memory.h"
 #include "core/symbols.h"
 
 namespace tarnel {
 namespace {
-
-constexpr std::int32_t kTempStep = 128, kVarStep = 100;
 
 struct TempStack {
   Var** slots = nullptr;
@@ -31,6 +30,10 @@ void init_stacks() {
 
 std::int32_t temp_top() {
   return temps.top;
+}
+
+Var* temp_at(std::int32_t slot) {
+  return temps.slots[slot];
 }
 
 Var* NEW_TEMP() {

@@ -12,6 +12,7 @@ void init_stacks();
 
 // --- Temporary stack. Marks are stack heights.
 std::int32_t temp_top();
+Var* temp_at(std::int32_t slot);  // null for a slot that was dropped
 Var* NEW_TEMP();           // class T, type U
 Var* PUSH_TEMP(Var* var);  // the stack takes over one reference
 void POP_TEMPS(std::int32_t mark);

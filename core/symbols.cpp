@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "core/checks.h"
 #include "core/classes.h"
 #include "core/frame.h"
 #include "core/memory.h"
@@ -11,7 +12,6 @@
 namespace tarnel {
 namespace {
 
-constexpr std::int32_t kSymbolStep = 64;
 constexpr std::size_t kSearchLength = 50;
 
 struct SymbolState {

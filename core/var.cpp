@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/arrays.h"
+#include "core/checks.h"
 #include "core/classes.h"
 #include "core/errors.h"
 #include "core/frame.h"
@@ -31,11 +32,13 @@ enum Constant {
   kConstantCount
 };
 
-constexpr std::size_t kSlabCells = 64;
-constexpr int kMaxReleaseDepth = 200, kMaxCloneDepth = 200;
+constexpr int kMaxCloneDepth = 200;
+constexpr unsigned char kPoison = 0xA7;  // in freed cells of the checks build
 
 struct CellState {
   Var* free_list = nullptr;  // linked through the first payload word
+  Var* last_free = nullptr;  // the checks build's list is a queue
+  std::size_t quarantined = 0;
   Var constants[kConstantCount]{};
   WindowHooks windows{nullptr, nullptr};
   int release_depth = 0;
@@ -133,6 +136,27 @@ Var* define_private(Var* undefined) {
   Var* fresh = NEW_VAR('N', 'U');
   PUSH_VARSTACK(undefined->name, fresh);
   return fresh;
+}
+
+void quarantine(Var* cell) {
+  std::memset(static_cast<void*>(cell), kPoison, sizeof *cell);
+  cell->raw = nullptr;
+  if (state.free_list == nullptr)
+    state.free_list = cell;
+  else
+    state.last_free->raw = cell;
+  state.last_free = cell;
+  ++state.quarantined;
+}
+
+// A cell that was written to after it was freed shows it.
+void end_quarantine(Var* cell) {
+  --state.quarantined;
+  const auto* bytes = reinterpret_cast<const unsigned char*>(cell);
+  for (std::size_t i = 0; i < sizeof *cell; ++i)
+    check(bytes[i] == kPoison ||
+              (i >= offsetof(Var, raw) && i < offsetof(Var, raw) + sizeof cell->raw),
+          "a freed cell is left alone");
 }
 
 void free_body(SharedHeader* header) {
@@ -324,16 +348,18 @@ bool types_compatible(char a, char b) {
 
 // Cells are made a slab at a time and never returned to the heap.
 Var* GET_CELL() {
-  if (state.free_list == nullptr) {
+  if (state.free_list == nullptr || (kChecked && state.quarantined <= kQuarantine)) {
     auto* slab = static_cast<Var*>(MEM_ALLOC_VAR(kSlabCells * sizeof(Var)));
     for (std::size_t i = kSlabCells; i > 0; --i) PUT_CELL(slab + i - 1);
   }
   Var* cell = state.free_list;
   state.free_list = static_cast<Var*>(cell->raw);
+  if (kChecked) end_quarantine(cell);
   return cell;
 }
 
 void PUT_CELL(Var* cell) {
+  if (kChecked) return quarantine(cell);
   cell->raw = state.free_list;
   state.free_list = cell;
 }

@@ -265,7 +265,7 @@ inline void put_word(Var* v, std::int32_t value) {
   v->bits = static_cast<std::uint32_t>(value);
 }
 
-// Hooks of the window variables; null while no screen layer is linked.
+// How window variables are copied and freed. There is no layer yet that sets it: windows are empty.
 struct WindowHooks {
   Window* (*copy)(const Window*);  // null result: it could not be created
   void (*destroy)(Window*);

@@ -69,7 +69,7 @@ class TextCopy {
   std::string_view view_;
 };
 
-// REQUIRES: `source` does not move during the evaluation.
+// The bytes of `source` must stay where they are: its tokens are views of them.
 Var* evaluate(std::string_view source, const BlockArguments* block) {
   if (state.leaving && errors_in_progress() == 0) return error_value();
   const Depth depth;

@@ -1,6 +1,7 @@
 #include "macro/lexer.h"
 
 #include <array>
+#include <cassert>
 #include <cctype>
 
 namespace tarnel {
@@ -145,6 +146,7 @@ void Lexer::sign() {
 }
 
 void Lexer::bracket_is_quote() {
+  assert(token_ == Token::kLeftBracket);
   at_ = begin_;
   quoted(']');
 }
@@ -152,6 +154,7 @@ void Lexer::bracket_is_quote() {
 // {12/31/99}, in the order of SET DATE; {//} and { / / } are the empty date. Digits, blanks and two
 // slashes or two points: no array of numbers has that form by intention.
 bool Lexer::brace_is_date() {
+  assert(token_ == Token::kLeftBrace);
   std::size_t i = begin_ + 1;
   char separator = 0;
   int separators = 0;

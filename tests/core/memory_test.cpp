@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include "core/checks.h"
 #include "tests/support/test_runtime.h"
 
 namespace tarnel::testing {
@@ -67,6 +68,26 @@ TEST(MemoryDeathTest, FreeingTwiceEndsTheRun) {
       ::testing::ExitedWithCode(1), "MEMORY ERROR not in table");
 }
 #endif
+
+// What only the build with TARNEL_CHECKS looks at.
+TEST(ChecksDeathTest, StaleCellsAreNoticedAtTheEndOfTheProcedureOrWhenTheyAreTakenAgain) {
+  if (!kChecked) GTEST_SKIP();
+  EXPECT_DEATH(
+      {
+        Procedure p("test", "stale", 1, 0);
+        PUT_CELL(p.local());
+        p.end();
+      },
+      "CHECK FAILED: a cell has a type, in stale line 1");
+  EXPECT_DEATH(
+      {
+        Var* freed = NEW_VAR('N', 'U');
+        PUT_CELL(freed);
+        freed->refs = 1;
+        for (std::size_t i = 0; i <= kQuarantine + 1; ++i) GET_CELL();
+      },
+      "CHECK FAILED: a freed cell is left alone");
+}
 
 }  // namespace
 }  // namespace tarnel::testing
