@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "core/settings.h"
+#include "lib/arguments.h"
 
 namespace tarnel {
 namespace {
@@ -43,8 +44,8 @@ std::string_view print_fixed(NumberBuffer& buffer, double value, int width, int 
   char* const start = buffer.bytes + NumberBuffer::kLead;
   std::memset(buffer.bytes, ' ', NumberBuffer::kLead);
   if (!std::isfinite(value)) {
-    const auto n = static_cast<std::size_t>(width > 0 ? std::min(width, kMaxNumberWidth)
-                                                      : kAutomaticWidth);
+    const auto n =
+        static_cast<std::size_t>(width > 0 ? std::min(width, kMaxNumberWidth) : kAutomaticWidth);
     std::memset(start, '*', n);
     return {start, n};
   }
@@ -110,12 +111,11 @@ ParsedNumber parse_number(std::string_view text) {
 
 Var* str(std::int32_t argc, Var** argv) {
   if (argc < 1 || argc > 3) return empty_text();
-  if (argc == 3 && !arg_is(argc, argv, 2, "NFIL")) return empty_text();
   if (argc >= 2 && !arg_is(argc, argv, 1, "NFIL")) return empty_text();
   if (!arg_is(argc, argv, 0, "NFIL")) return empty_text();
   const Var* number = argv[0];
   const int width = argc >= 2 ? integer_of(argv[1]) : number->length;
-  const int decimals = argc == 3 ? integer_of(argv[2]) : argc == 2 ? 0 : number->decimals;
+  const int decimals = argc > 1 ? int_argument(argc, argv, 2, 0) : number->decimals;
   NumberBuffer buffer;
   return TMP_TEXT(number_field(number_of(number), width, decimals, argc == 1, buffer));
 }

@@ -1,6 +1,7 @@
 #include "lib/picture.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "core/errors.h"
 #include "lib/arguments.h"
@@ -41,6 +42,7 @@ void swap_separators(std::string& text) {
 void show_number(const Var* value, Picture& picture, std::string& result) {
   const int notice = varDefaultText(value, picture.mask, result);
   if (notice > 0) pictureNotice(notice);
+  picture.finite = std::isfinite(number_of(value));
   if (!picture.eFlag) return;
   swap_separators(result);
   std::swap(picture.decimalChar, picture.groupChar);

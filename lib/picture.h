@@ -31,6 +31,7 @@ struct Picture {
   bool fFlag = false;  // F: '$' and '*' fill the blanks
   bool tFlag = false;  // T: trim the result
   bool zSeen = false;  // Z: blank when zero or empty
+  bool finite = true;  // of a number: else its stars stay
   char decimalChar = '.', groupChar = ',';
 
   bool is_number() const { return letter_in(type, "NFI"); }

@@ -108,7 +108,7 @@ bool apply(char letter, Picture& picture, std::string& text) {
     case 'Z':
       if (type == 'D')
         picture.zSeen = true;
-      else if (picture.is_number())
+      else if (picture.is_number() && picture.finite)
         blank_zeros(text, picture);
       return letter_in(type, "DNFI");
     default:

@@ -15,9 +15,11 @@ namespace tarnel {
 namespace {
 
 constexpr std::size_t kDirectoryLimit = 248;
+constexpr std::int32_t kMostDecimals = 15;  // more than a double has
 constexpr int kAppendForm = 100;  // added to the number of a text setting by the additive form
 
 enum Setting : int {
+  kDecimals = 3,
   kDateFormat = 4,
   kPath = 6,
   kDefault = 7,
@@ -138,12 +140,6 @@ bool file_setting(int n, Stream& stream) {
   return stream_flag(n == kAltFile ? kAlternate : n - 1, stream);
 }
 
-bool Settings::*stream_member(Stream stream) {
-  return stream == Stream::kAlternate ? &Settings::alternate
-         : stream == Stream::kExtra   ? &Settings::extra
-                                      : &Settings::printer;
-}
-
 // Tells the terminal layer, when one is linked, through the builtin of that name.
 void tell_terminal(const char* function, Var* value) {
   if (const Callable call = lookup_function(function)) call(1, &value);
@@ -242,14 +238,12 @@ void store_text(int n, std::string_view text, bool append) {
   }
   if (!file_setting(n, stream)) return;
   open_stream(stream, text, append);
-  if (!stream_open(stream)) settings().*stream_member(stream) = false;
-  route_output();
 }
 
 // SET ALTERNATE, EXTRA and PRINTER act only with their file open.
 void set_stream_flag(Stream stream, bool on) {
   if (stream_open(stream))
-    settings().*stream_member(stream) = on;
+    stream_setting(stream) = on;
   else if (stream == Stream::kPrint && on)
     RT_ERROR(101, "Attempted SET PRINTER ON;but default spool file;was disabled in cursinit.prg");
   route_output();
@@ -290,6 +284,7 @@ std::int32_t setNumber(int n, std::int32_t value) {
   if (n < 1 || n > kSettings || kRows[n].number == nullptr) return 0;
   const std::int32_t old = settings().*kRows[n].number;
   if (value == kReadNumber) return old;
+  if (n == kDecimals) value = std::clamp(value, 0, kMostDecimals);
   if (n == kTypeahead && value < 0)
     RT_ERROR(313, "SET KEYBUFF TO");
   else

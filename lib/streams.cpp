@@ -8,14 +8,15 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <vector>
 
 #include "core/descriptors.h"
 #include "core/errors.h"
+#include "core/file_ops.h"
 #include "core/open_files.h"
 #include "core/output.h"
 #include "core/runtime.h"
 #include "core/settings.h"
+#include "core/signals.h"
 #include "lib/arguments.h"
 #include "lib/file_names.h"
 #include "lib/files.h"
@@ -42,39 +43,27 @@ OpenStream& stream_of(Stream stream) {
 void close_stream(OpenStream& stream) {
   if (stream.fd >= 0) close_file(stream.fd);
   if (stream.reader > 0)
-    while (waitpid(stream.reader, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    retried([&] { return waitpid(stream.reader, nullptr, 0); },
+            [] { return errno == EINTR && !signal_waits(); });
   stream = {};
 }
 
-// Words of a command line; a word with wild cards stands for the files it matches. No shell sees
-// it.
-std::vector<std::string> command_words(std::string_view command) {
-  std::vector<std::string> words;
-  for (;;) {
-    command = trim_left(command);
-    if (command.empty()) return words;
-    std::string word{command.substr(0, command.find(' '))};
-    command.remove_prefix(word.size());
-    auto matches = has_wild_card(word) ? expand_wild_card(word) : std::vector<std::string>{};
-    if (matches.empty()) matches.push_back(std::move(word));
-    words.insert(words.end(), matches.begin(), matches.end());
-  }
-}
-
-// Starts argv with its standard input on a descriptor. Result: 0 or the system's number.
-int spawn_on(int input, char** argv, pid_t& child) {
+// Starts a shell on the command, with its standard input on a descriptor. Result: 0 or the system's
+// number.
+int spawn_on(int input, std::string command, pid_t& child) {
+  char shell[] = "/bin/sh", option[] = "-c", end_of_options[] = "--";
+  char* argv[] = {shell, option, end_of_options, command.data(), nullptr};
   posix_spawn_file_actions_t actions;
   posix_spawnattr_t attributes;
-  sigset_t broken_pipe;
+  sigset_t usual;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
   posix_spawnattr_init(&attributes);
-  sigemptyset(&broken_pipe);
-  sigaddset(&broken_pipe, SIGPIPE);  // ignored here, but the command may count on it
-  posix_spawnattr_setsigdefault(&attributes, &broken_pipe);
+  sigemptyset(&usual);
+  sigaddset(&usual, SIGPIPE);  // ignored here, but the command may count on it
+  posix_spawnattr_setsigdefault(&attributes, &usual);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-  const int failure = posix_spawnp(&child, argv[0], &actions, &attributes, argv, environ);
+  const int failure = posix_spawn(&child, shell, &actions, &attributes, argv, environ);
   posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   return failure;
@@ -82,18 +71,11 @@ int spawn_on(int input, char** argv, pid_t& child) {
 
 // Starts a command that reads what is written to the stream. False with errno set.
 bool start_reader(std::string_view command, OpenStream& stream) {
-  std::vector<std::string> words = command_words(command);
-  std::vector<char*> argv;
-  for (std::string& word : words) argv.push_back(word.data());
-  if (argv.empty()) {
-    errno = ENOENT;
-    return false;
-  }
-  argv.push_back(nullptr);
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) return false;
+  errno = ENOENT;
+  if (trim_left(command).empty() || pipe2(ends, O_CLOEXEC) != 0) return false;
   flush_output();  // what the command writes comes behind what was written before it
-  const int failure = spawn_on(ends[0], argv.data(), stream.reader);
+  const int failure = spawn_on(ends[0], std::string(command), stream.reader);
   ::close(ends[0]);
   if (failure == 0) {
     stream.fd = ends[1];
@@ -116,11 +98,13 @@ bool open_file_stream(std::string_view name, bool append, OpenStream& stream) {
   return stream.fd >= 0;
 }
 
-void write_stream(OpenStream& stream, std::string_view text) {
+void write_stream(Stream which, std::string_view text) {
+  OpenStream& stream = stream_of(which);
   if (stream.fd < 0 || text.empty()) return;
   if (write_fully(stream.fd, text)) return;
   set_dos_error(errno);
   close_stream(stream);  // first, since the report is output too
+  route_output();
   RT_WARNING(104, "Write error");
 }
 
@@ -159,25 +143,34 @@ bool stream_open(Stream stream) {
   return stream_of(stream).fd >= 0;
 }
 
+bool& stream_setting(Stream stream) {
+  Settings& s = settings();
+  return stream == Stream::kAlternate ? s.alternate
+         : stream == Stream::kExtra   ? s.extra
+                                      : s.printer;
+}
+
 void copy_output(std::string_view text) {
   const Settings& s = settings();
-  if (s.alternate) write_stream(stream_of(Stream::kAlternate), text);
-  if (s.extra) write_stream(stream_of(Stream::kExtra), text);
-  if (s.printer) write_stream(stream_of(Stream::kPrint), text);
+  if (s.alternate) write_stream(Stream::kAlternate, text);
+  if (s.extra) write_stream(Stream::kExtra, text);
+  if (s.printer) write_stream(Stream::kPrint, text);
 }
 
 void route_output() {
+  for (const Stream stream : {Stream::kAlternate, Stream::kExtra, Stream::kPrint})
+    if (!stream_open(stream)) stream_setting(stream) = false;
   const Settings& s = settings();
   set_output_tee(s.alternate || s.extra || s.printer ? copy_output : nullptr);
 }
 
 void write_print_file(std::string_view text) {
-  write_stream(stream_of(Stream::kPrint), text);
+  write_stream(Stream::kPrint, text);
 }
 
 void close_streams() {
   for (OpenStream& stream : state.streams) close_stream(stream);
-  set_output_tee(nullptr);
+  route_output();
 }
 
 }  // namespace tarnel

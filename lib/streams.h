@@ -10,12 +10,14 @@ namespace tarnel {
 enum class Stream { kAlternate, kExtra, kPrint };
 
 // Opens the stream's file anew after closing the old one; an empty name only closes. A name that
-// begins with '|' is a command that reads the output, '>' and ">>" create and append, anything else
+// begins with '|' is a command for the shell that reads the output, '>' and ">>" create and append, anything else
 // is a file (created, or appended to with `append`) with ".txt" as its default extension. Error 101
 // when it can't be opened; the stream is then closed.
 void open_stream(Stream stream, std::string_view name, bool append);
 const std::string& stream_name(Stream stream);  // as it was given, "" when closed
 bool stream_open(Stream stream);
+bool& stream_setting(
+    Stream stream);  // SET ALTERNATE, EXTRA or PRINTER; off unless the file is open
 
 // Recomputes where console output is copied to, after a change of SET ALTERNATE, EXTRA or PRINTER.
 void route_output();

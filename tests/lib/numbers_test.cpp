@@ -31,6 +31,7 @@ TEST_F(Numbers, StrGoesByTheStoredOrTheGivenWidth) {
       {"str", {kNan, 2}, "C **"},
       {"str", {"5"}, "C "},
       {"str", {5, "4"}, "C "},
+      {"str", {5, 4, "a"}, "C    5"},
       {"str", {}, "C "},
       {"strzero", {-5, 2}, "C -5"},
       {"strzero", {12345, 3}, "C ***"},

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <string>
 
 #include "lib/dates.h"
@@ -28,6 +29,7 @@ TEST_F(Pictures, RareCombinations) {
       {-5, "@CX 999", "  5 DB"},
       {-5, "@X( 999", "( 5)"},
       {0, "@Z 9,999", "     "},
+      {HUGE_VAL, "@Z 9,999", "*****"},
       {1.5, "", "         1.50"},
       {"12345", "@R! A9-xx", "12-34"},
       {"a.b", "XxX", "a.b"},
