@@ -56,10 +56,12 @@ Var* autoflock(std::int32_t argc, Var** argv) {
                   "Cannot perform autoFLOCK() for ");
 }
 
+// The lock of the record, or the file lock in which no record has one of its own.
 Var* autounlock(std::int32_t argc, Var** argv) {
   if (!is_server(argc, argv)) return false_value();
   Var* passed[] = {argv[0], get_ivar(argv[0], "recno")};
-  if (truth_of(csdometh("unlock", server_slot("unlock"), 0, 2, passed))) return true_value();
+  for (const std::int32_t count : {2, 1})
+    if (truth_of(csdometh("unlock", server_slot("unlock"), 0, count, passed))) return true_value();
   RT_ERROR(325, "Cannot perform autoUNLOCK for " + alias_of(argv[0]));
   return false_value();
 }
