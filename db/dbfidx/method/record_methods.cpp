@@ -127,8 +127,6 @@ Var* di_append(std::int32_t argc, Var** argv) {
     if (same.holds() && dbf.recNo > dbf.lastRec) phantom(dbf);
     return false_value();
   }
-  index_append(dbf);
-  if (!same.holds()) return false_value();
   bbneterr(false);
   return true_value();
 }

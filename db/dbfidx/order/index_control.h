@@ -2,14 +2,16 @@
 //
 //   idx_format   the file: header, extension, pages     page_store   its pages in memory
 //   key          a key outside of a page                key_tree     the tree and a cursor in it
-//   orders       keys of the records as they change     order_open   opening, closing, agreement
-//   order_create, order_build   new files and their keys
+//   orders       keys of the records as they change     agreement    is a file up to date?
+//   order_open   opening, closing                       order_create, order_build   new files
 //   order_management   the list of orders, questions    order_navigation   moves along an order
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
+#include "db/dbfidx/order/agreement.h"
 #include "db/dbfidx/order/key_tree.h"
 #include "db/dbfidx/order/orders.h"
 
@@ -21,9 +23,11 @@ struct IndexControl {
   std::string tagName;   // given at opening, at most 15 characters
   int fd = -1;
   bool readOnly = false;
+  std::uint32_t generation = 0;  // that of the table
   std::int32_t field = -1;  // number from 0 of the field that alone is the key, -1 none
   Var* keyBlock = nullptr;
   Var* forBlock = nullptr;  // null: every record has a key
+  Var* standIn = nullptr;   // computes the keys while a build goes on; not held
 
   KeyTree tree;
   std::uint32_t lockStamp = 0;  // of the internal lock under which the tree was begun
@@ -32,11 +36,8 @@ struct IndexControl {
   Key oldKey;
   bool oldFor = true;
 
-  // Agreement with the table, see order_open.cpp.
-  bool agrees = true;        // the counter in the file was the table's before the change under way
-  std::uint8_t counter = 0;  // exclusive use: the table's when the file was last written
-  bool marked = false;       // exclusive use: the file says that it does not agree
-  bool changing = false;     // shared use: the counter is to be stored at the end of the change
+  AgreementState state;
+  bool closed = false;  // what still works on it finds nothing, see close_index()
 
   const idx::Header& header() const { return tree.header(); }
   bool exclusive() const { return tree.exclusive(); }
@@ -49,6 +50,40 @@ inline IndexControl* order_at(const DbfIdx& dbf, std::int32_t n) {
 inline IndexControl* current_index(const DbfIdx& dbf) {
   return order_at(dbf, dbf.currentOrder);
 }
+
+// Tells whether the orders that an operation works on are still the table's, whatever code of the
+// language did meanwhile. Others may have come behind them.
+class SameOrders {
+ public:
+  explicit SameOrders(const DbfIdx& dbf)
+      : dbf_(dbf), same_(dbf), count_(dbf.orderCount), first_(order_at(dbf, 1)) {}
+  bool holds() const {
+    return same_.holds() && dbf_.orderCount >= count_ && order_at(dbf_, 1) == first_;
+  }
+
+ private:
+  const DbfIdx& dbf_;
+  const SameTable same_;
+  const std::int32_t count_;
+  const IndexControl* const first_;
+};
+
+// For the life of the guard no order is compared with its table.
+class ChecksOff {
+ public:
+  explicit ChecksOff(DbfIdx& dbf)
+      : dbf_(dbf), same_(dbf), former_(std::exchange(dbf.indexState, std::uint8_t{kChecksOff})) {}
+  ~ChecksOff() {
+    if (same_.holds()) dbf_.indexState = former_;
+  }
+  ChecksOff(const ChecksOff&) = delete;
+  ChecksOff& operator=(const ChecksOff&) = delete;
+
+ private:
+  DbfIdx& dbf_;
+  const SameTable same_;
+  const std::uint8_t former_;
+};
 
 // --- Keys of records (orders.cpp)
 constexpr std::uint8_t kPending = 5, kSettled = 4;  // values of syncState
@@ -99,15 +134,11 @@ struct OrderRequest {
 };
 // A new control, or null after errors 101, 103, 331, 340. Warnings 901, 902.
 IndexControl* open_index(DbfIdx& dbf, const OrderRequest& request);
+// Takes an order, which is no longer in the list, out of use. Who still works on it, because code of the
+// language closed it meanwhile, finds no keys, and it is freed when nobody can.
 void close_index(DbfIdx& dbf, IndexControl* index);
-// Writes all that is in memory, and that the file agrees with the table. False on a write error.
-bool flush_index(DbfIdx& dbf, IndexControl& index);
-// The file is about to differ from the table until flush_index().
-void mark_changed(DbfIdx& dbf, IndexControl& index);
 // Empties the file of an exclusive order.
 bool zap_index(DbfIdx& dbf, IndexControl& index);
-// What is wrong with an order beside the table, kIndexGood when nothing.
-IndexState check_index(DbfIdx& dbf, IndexControl& index);
 // The collation in force as it stands in a file: all 0 when there is none.
 void current_collation(std::uint8_t (&table)[256]);
 

@@ -44,9 +44,9 @@ bool KeyTree::flush() {
   // A key that moves leaves the counts as they were.
   if (written && counts_changed_ && counts() != stored_counts_) {
     written = idx::write_counts(fd_, header_);
-    stored_counts_ = counts();
+    if (written) stored_counts_ = counts();
   }
-  counts_changed_ = false;
+  if (written) counts_changed_ = false;  // else it is tried again
   return written;
 }
 

@@ -25,6 +25,12 @@ class KeyTree {
   // changes reach it with flush().
   void attach(int fd, idx::Header header, bool exclusive);
 
+  // From now on nothing is found.
+  void close() {
+    forget();
+    failed_ = 0;
+  }
+
   // Begins the work under one internal lock: what others may have changed meanwhile is forgotten.
   // `may_write`: changed pages, mended links among them, may go to the file.
   void begin(bool may_write) {

@@ -1,9 +1,5 @@
 // The keys of a new or emptied order, record by record. Nothing is sorted first: keys go into pages
 // held in memory, which is quicker.
-#include <algorithm>
-#include <iterator>
-#include <utility>
-
 #include "core/blocks.h"
 #include "core/errors.h"
 #include "core/stacks.h"
@@ -15,12 +11,6 @@ namespace tarnel {
 namespace {
 
 constexpr std::int32_t kReleaseEvery = 16;  // records between two releases of temporaries
-
-// Is the order still one of the table's, whatever the blocks of the build did?
-bool is_open(const DbfIdx& dbf, const IndexControl& index) {
-  return dbf.isOpen() && dbf.orderCount > 0 &&
-         std::find(std::begin(dbf.orders), std::end(dbf.orders), &index) != std::end(dbf.orders);
-}
 
 // Only a logical false ends a build; a block that shows how far it has come may give anything.
 bool refuses(DbfIdx& dbf, Var* block) {
@@ -50,43 +40,41 @@ class Build {
       progress_.at(counter_);
     }
     POP_TEMPS(mark);
-    return !gone_ && still_there();
+    return still_there();
   }
   bool any() const { return any_; }
+  bool lacking() const { return lacking_; }  // a record that should have a key has none
 
  private:
-  bool still_there() const { return is_open(dbf_, index_); }
+  bool still_there() const { return !index_.closed && dbf_.orderCount > 0; }
 
-  // False at the end.
+  // False at the end, or when the order went away.
   bool take_record() {
-    if (!condition_holds(dbf_, dbf_.orderWhileBlock)) return false;
+    if (!condition_holds(dbf_, dbf_.orderWhileBlock) || !still_there()) return false;
     if (dbf_.orderLimit == 0) return false;
     --dbf_.orderLimit;
     if (dbf_.relationCount > 0) runRelations(dbf_);
-    if (condition_holds(dbf_, dbf_.orderForBlock) && !insert()) return false;
-    if (dbf_.recNo % dbf_.orderEvery == 0 && refuses(dbf_, dbf_.orderEvalBlock)) return false;
-    return next();
+    if (!still_there()) return false;
+    if (condition_holds(dbf_, dbf_.orderForBlock) && still_there()) insert();
+    return still_there() && !asks_to_end() && next();
   }
 
-  bool insert() {
-    gone_ = !dbf_.isOpen() || !insert_key() || dbf_.orderCount == 0;
-    any_ = true;
-    return !gone_;
-  }
-
-  bool insert_key() {
+  void insert() {
     Key key;
-    // A record whose key has another type stays out, and the count of keys will tell.
-    if (!record_key(dbf_, index_, key)) return dbf_.isOpen();
-    add_key(dbf_, index_, key, dbf_.recNo);
-    return true;
+    any_ = true;
+    // A record whose key has another type stays out, and the order stays different.
+    if (record_key(dbf_, index_, key))
+      add_key(dbf_, index_, key, dbf_.recNo);
+    else
+      lacking_ = true;
+  }
+
+  bool asks_to_end() {
+    return dbf_.recNo % dbf_.orderEvery == 0 && refuses(dbf_, dbf_.orderEvalBlock);
   }
 
   bool next() {
-    if (!still_there()) {
-      gone_ = true;
-      return false;
-    }
+    if (!still_there()) return false;
     if (!along_order_) {
       ++dbf_.recNo;
       return true;
@@ -101,7 +89,28 @@ class Build {
   Progress progress_;
   std::int32_t counter_ = 0;
   const bool along_order_;
-  bool any_ = false, gone_ = false;
+  bool any_ = false, lacking_ = false;
+};
+
+// What a build switches in the order and its table, which are looked at again at its end.
+class BuildSwitches {
+ public:
+  BuildSwitches(DbfIdx& dbf, IndexControl& index, Var* key_block)
+      : dbf_(dbf), index_(index), unchecked_(dbf), order_(dbf.currentOrder) {
+    index.standIn = key_block;
+  }
+  ~BuildSwitches() {
+    index_.standIn = nullptr;
+    if (!index_.closed && dbf_.orderCount > 0) dbf_.currentOrder = order_;
+  }
+  BuildSwitches(const BuildSwitches&) = delete;
+  BuildSwitches& operator=(const BuildSwitches&) = delete;
+
+ private:
+  DbfIdx& dbf_;
+  IndexControl& index_;
+  const ChecksOff unchecked_;
+  const std::int32_t order_;
 };
 
 }  // namespace
@@ -114,36 +123,21 @@ void clear_condition(DbfIdx& dbf) {
 }
 
 bool build_index(DbfIdx& dbf, IndexControl& index, Var* key_block, bool along_order) {
-  const std::int32_t former = dbf.currentOrder;
-  const std::int32_t field = index.field;
-  Var* const own_block = index.keyBlock;
-  if (key_block != nullptr) {
-    index.keyBlock = key_block;
-    index.field = -1;
-  }
-  const std::uint8_t state = std::exchange(dbf.indexState, std::uint8_t{kChecksOff});
-  mark_changed(dbf, index);
-  bool whole = false, any = false;
+  // Records are read under one lock; nobody else has the order.
+  const InternalLock lock(dbf, LockMode::kShared);
+  if (!lock.held() || !refresh_header(dbf) || !begin_build(dbf, index)) return false;
+  Build build(dbf, index, along_order);
   {
-    // Records are read under one lock; nobody else has the order.
-    const InternalLock lock(dbf, LockMode::kShared);
-    Build build(dbf, index, along_order);
-    whole = build.run();
-    any = build.any();
+    const BuildSwitches switches(dbf, index, key_block);
+    if (!build.run()) return false;
   }
-  if (!is_open(dbf, index)) return false;
-  index.keyBlock = own_block;
-  index.field = field;
-  dbf.indexState = state;
   clear_condition(dbf);
-  dbf.currentOrder = former;
-  if (!any) {
+  if (!build.any()) {
     phantom(dbf);
     dbf.bofFlag = 1;
   }
-  updateHeader(dbf);
   // A build that was abandoned leaves the file saying so.
-  return flush_index(dbf, index) && whole;
+  return build.lacking() ? flush_index(dbf, index) : end_build(dbf, index);
 }
 
 }  // namespace tarnel

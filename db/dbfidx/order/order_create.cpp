@@ -123,7 +123,7 @@ bool create_file(DbfIdx& dbf, const NewOrder& order, const Var* value, std::stri
   idx::Extension extension;
   if (dbf.orderForText != nullptr) extension.condition = text_of(dbf.orderForText);
   if (extension.condition.size() > idx::kMaxFor) return fail(dbf, TableError::kIndexForLength);
-  extension.counter = dbf::change_counter(dbf.header.data());
+  extension.counter = difference_mark(dbf.header.counter());  // until its keys are there
   extension.table = dbf.fileName.substr(dbf.fileName.rfind('/') + 1);
   current_collation(extension.collation);
   path = full_table_path(order.name, dbf.idxExt);
@@ -157,11 +157,11 @@ class ConditionScope {
 // The automatic lock of the file while an order is made.
 class FileLockScope {
  public:
-  FileLockScope(DbfIdx& dbf, bool wanted) : dbf_(dbf) {
+  FileLockScope(DbfIdx& dbf, bool wanted) : dbf_(dbf), same_(dbf) {
     held_ = !wanted || dbf.exclusive() || dbf.is(kFileLocked) || (taken_ = auto_file_lock(dbf));
   }
   ~FileLockScope() {
-    if (taken_ && dbf_.isOpen()) release_auto_lock(dbf_);
+    if (taken_ && same_.holds()) release_auto_lock(dbf_);
   }
   FileLockScope(const FileLockScope&) = delete;
   FileLockScope& operator=(const FileLockScope&) = delete;
@@ -170,6 +170,7 @@ class FileLockScope {
 
  private:
   DbfIdx& dbf_;
+  const SameTable same_;
   bool held_ = false, taken_ = false;
 };
 
@@ -210,36 +211,57 @@ Var* evaluate_key(DbfIdx& dbf, const NewOrder& order) {
   return is_block(block) ? run_in_area(dbf, block) : error_value();
 }
 
+// Opens the order that supplies the records. Its absence is told, and the natural order does it.
 bool open_source(DbfIdx& dbf, const Source& source) {
   if (source.file.empty()) return false;
-  dbf.orders[2] = open_index(dbf, {.file = source.file, .tag = {}});
-  if (dbf.orders[2] == nullptr) return false;
+  const SameOrders same(dbf);
+  IndexControl* index = open_index(dbf, {.file = source.file, .tag = {}});
+  if (index == nullptr) return false;
+  if (!same.holds()) {
+    close_index(dbf, index);
+    return false;
+  }
+  dbf.orders[2] = index;
   dbf.orderCount = 2;
   goRecord(dbf, source.recno);
-  return true;
+  return same.holds();
+}
+
+// Makes the file, opens it as the only order and fills it.
+bool make_order(DbfIdx& dbf, const NewOrder& order, const Source& source) {
+  const SameTable same(dbf);
+  const InternalLock lock(dbf, LockMode::kShared);
+  if (!lock.held() || !refresh_header(dbf)) return false;
+  const Var* value = evaluate_key(dbf, order);
+  std::string path;
+  if (!same.holds() || !create_file(dbf, order, value, path)) return false;
+  IndexControl* index = open_index(dbf, {.file = path, .tag = {}, .exclusive = true, .key = value});
+  if (index == nullptr) return false;
+  close_orders(dbf);  // what the evaluation of the key may have opened
+  if (!same.holds()) {
+    close_index(dbf, index);
+    return false;
+  }
+  dbf.orders[1] = index;
+  dbf.orderCount = dbf.currentOrder = 1;
+  const bool along = open_source(dbf, source);
+  if (index->closed || !build_index(dbf, *index, order.block, along)) return false;
+  if (along && dbf.orderCount == 2) {
+    dbf.orderCount = 1;
+    close_index(dbf, std::exchange(dbf.orders[2], nullptr));
+  }
+  return !index->closed;
 }
 
 bool create_order(DbfIdx& dbf, const NewOrder& order, bool keep) {
   dbf.bofFlag = dbf.eofFlag = 0;
   dbf.found = false;
+  const SameTable same(dbf);
   if (!leave_record(dbf)) return false;
   const Source source = source_order(dbf, keep);
-  if (!stand_on_blank(dbf)) return false;
-  const Var* value = evaluate_key(dbf, order);
-  std::string path;
-  if (!dbf.isOpen() || !create_file(dbf, order, value, path)) return false;
-  IndexControl* index = open_index(dbf, {.file = path, .tag = {}, .exclusive = true, .key = value});
-  if (index == nullptr) return false;
-  dbf.orders[1] = index;
-  dbf.orderCount = dbf.currentOrder = 1;
-  const bool along = open_source(dbf, source);
-  if (!build_index(dbf, *index, order.block, along)) return false;
-  if (along && dbf.orderCount == 2) {
-    dbf.orderCount = 1;
-    close_index(dbf, std::exchange(dbf.orders[2], nullptr));
-  }
+  if (!same.holds() || !stand_on_blank(dbf) || !make_order(dbf, order, source)) return false;
   go_top(dbf);
-  return true;
+  return same.holds() && dbf.orderCount > 0;
 }
 
 // Argument i as a name of an order; the empty text when it is none.
@@ -251,16 +273,15 @@ bool truth_argument(std::int32_t argc, Var** argv, std::int32_t i) {
   return arg_is(argc, argv, i, "L") && truth_of(argv[i]);
 }
 
+// False also for an empty table, whose orders are empty then.
 bool rebuild(DbfIdx& dbf) {
-  for (std::int32_t n = 1; n <= dbf.orderCount; ++n)
-    if (!zap_index(dbf, *dbf.orders[n])) return false;
-  if (dbf.lastRec == 0) {
-    flush_orders(dbf);
-    return false;
-  }
-  for (std::int32_t n = 1; n <= dbf.orderCount; ++n)
-    if (!build_index(dbf, *dbf.orders[n], nullptr, false)) return false;
-  return dbf.orderCount > 0;
+  const SameOrders same(dbf);
+  const std::int32_t count = dbf.orderCount;
+  for (std::int32_t n = 1; n <= count; ++n)
+    if (!zap_index(dbf, *dbf.orders[n]) || !same.holds()) return false;
+  for (std::int32_t n = 1; n <= count; ++n)
+    if (!build_index(dbf, *dbf.orders[n], nullptr, false) || !same.holds()) return false;
+  return dbf.lastRec > 0;
 }
 
 }  // namespace
@@ -315,12 +336,13 @@ Var* di_reindex(std::int32_t, Var** argv) {
   dbf.bofFlag = dbf.eofFlag = 0;
   dbf.found = false;
   if (!leave_record(dbf)) return false_value();
-  dbf.syncState = 4;  // the keys that waited come with all others
+  dbf.syncState = kSettled;  // the keys that waited come with all others
   dbf.indexState = kIndexGood;
+  const SameTable same(dbf);
   if (!rebuild(dbf)) return false_value();
   dbf.currentOrder = 1;
   go_top(dbf);
-  return true_value();
+  return logical(same.holds());
 }
 
 Var* di_deleteorder(std::int32_t, Var** argv) {

@@ -56,32 +56,40 @@ std::string order_path(const DbfIdx& dbf, std::string_view name) {
   return fullPath(pathJoin("", path));
 }
 
+// Opens an order as the last of the list. What is found wrong with it is kept, to be told at its use.
+bool add_index(DbfIdx& dbf, const OrderRequest& request, std::uint8_t& state) {
+  const ChecksOff unchecked(dbf);
+  const SameOrders same(dbf);
+  IndexControl* index = open_index(dbf, request);
+  if (index == nullptr) return false;
+  if (!same.holds() || dbf.orderCount >= kMaxOrders) {
+    close_index(dbf, index);
+    return false;
+  }
+  dbf.orders[++dbf.orderCount] = index;
+  if (dbf.currentOrder == 0) dbf.currentOrder = 1;
+  if (ready(dbf, *index)) state = std::max<std::uint8_t>(state, check_index(dbf, *index));
+  go_top(dbf);
+  return !index->closed && dbf.orderCount > 0;
+}
+
 bool set_index(DbfIdx& dbf, const OrderRequest& request) {
+  const SameTable same(dbf);
   // Controls that a failure took out of the count make room.
   if (dbf.orderCount == 0) close_orders(dbf);
+  if (!same.holds()) return fail_open();
   dbf.bofFlag = dbf.eofFlag = 0;
   dbf.found = false;
   if (!leave_record(dbf)) return fail_open();
   const InternalLock lock(dbf, dbf.readOnly() ? LockMode::kShared : LockMode::kExclusive);
+  if (!lock.held() || !refresh_header(dbf)) return fail_open();
   index_synchronize(dbf, kSyncMove);
-  const std::uint8_t former = dbf.indexState;
-  dbf.indexState = kChecksOff;
-  IndexControl* index = open_index(dbf, request);
-  if (!dbf.isOpen()) return fail_open();
-  if (index == nullptr) {
-    dbf.indexState = former;
-    return fail_open();
-  }
-  dbf.orders[++dbf.orderCount] = index;
-  if (dbf.currentOrder == 0) dbf.currentOrder = 1;
-  if (!refresh_header(dbf)) return fail_open();
-  std::uint8_t state = former;
-  if (ready(dbf, *index)) state = std::max<std::uint8_t>(state, check_index(dbf, *index));
-  go_top(dbf);
-  if (!dbf.isOpen()) return fail_open();
+  if (!same.holds()) return fail_open();
+  std::uint8_t state = dbf.indexState;
+  if (!add_index(dbf, request, state) || !same.holds()) return fail_open();
   dbf.indexState = state;
   bbneterr(false);
-  return dbf.orderCount > 0 || fail_open();
+  return true;
 }
 
 // Keeps a block or a text of the condition.
@@ -133,21 +141,24 @@ std::string_view base_without_extension(std::string_view path) {
 
 // The key under the cursor, as a record number or as a value.
 Var* current_key(DbfIdx& dbf, IndexControl& index, bool value) {
+  const auto none = [&] { return value ? blank_key(index.header()) : int_minus_one(); };
   const InternalLock lock(dbf, lock_mode(dbf));
+  if (!lock.held()) return none();
   const std::int32_t bof = dbf.bofFlag, eof = dbf.eofFlag;
-  if (index_synchronize(dbf, kSyncMove) && update_position(dbf, index) && index.tree.on_key()) {
-    dbf.bofFlag = bof;
+  const bool found = index_synchronize(dbf, kSyncMove) && update_position(dbf, index);
+  if (index.closed) return none();
+  dbf.bofFlag = bof;
+  if (found && index.tree.on_key())
     return value ? key_value(index.tree.key(), index.header())
                  : TMP_INT(static_cast<std::int32_t>(index.tree.record()));
-  }
-  dbf.bofFlag = bof;
   dbf.eofFlag = eof;
-  return value ? blank_key(index.header()) : int_minus_one();
+  return none();
 }
 
 Var* key_count(DbfIdx& dbf, IndexControl& index) {
   const InternalLock lock(dbf, lock_mode(dbf));
-  if (!index_synchronize(dbf, kSyncMove) || !ready(dbf, index)) return int_minus_one();
+  if (!lock.held() || !index_synchronize(dbf, kSyncMove) || !ready(dbf, index))
+    return int_minus_one();
   return TMP_INT(static_cast<std::int32_t>(std::min<std::uint32_t>(index.tree.keys(), INT32_MAX)));
 }
 
@@ -155,14 +166,11 @@ std::int32_t check_order(DbfIdx& dbf, std::int32_t n) {
   IndexControl* index = order_at(dbf, n);
   if (index == nullptr) return -1;
   const InternalLock lock(dbf, LockMode::kExclusive);
-  if (!lock.held() || !leave_record(dbf) || !refresh_header(dbf)) return -1;
-  const std::uint8_t former = dbf.indexState;
-  dbf.indexState = kChecksOff;
+  if (!lock.held() || !leave_record(dbf) || !refresh_header(dbf) || index->closed) return -1;
+  const ChecksOff unchecked(dbf);
   index_synchronize(dbf, kSyncMove);
   const bool usable = dbf.orderCount > 0 && ready(dbf, *index);
-  const std::int32_t state = usable ? check_index(dbf, *index) : kKeyCountMismatch;
-  dbf.indexState = former;
-  return state;
+  return usable ? check_index(dbf, *index) : kKeyCountMismatch;
 }
 
 Var* file_text(const IndexControl& index, std::string idx::Extension::*text) {
@@ -270,6 +278,7 @@ Var* di_setindex(std::int32_t argc, Var** argv) {
 Var* di_setorder(std::int32_t argc, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (!dbf.isOpen() || dbf.orderCount == 0) return empty_text();
+  const SameTable same(dbf);
   if (!leave_record(dbf)) return empty_text();
   const std::int32_t n = int_argument(argc, argv, 1, dbf.currentOrder);
   if (n < 0 || n > dbf.orderCount) {
@@ -281,7 +290,8 @@ Var* di_setorder(std::int32_t argc, Var** argv) {
   const std::int32_t recno = dbf.recNo;
   // What waits for the record goes into the orders that were there.
   index_synchronize(dbf, kSyncMove);
-  dbf.currentOrder = dbf.orderCount > 0 ? n : 0;
+  if (!same.holds()) return name;
+  dbf.currentOrder = n <= dbf.orderCount ? n : 0;
   if (former != nullptr) goRecord(dbf, recno);
   return name;
 }

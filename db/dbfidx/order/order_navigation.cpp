@@ -9,24 +9,27 @@
 namespace tarnel {
 namespace {
 
-void at_end(DbfIdx& dbf) {
+// The cursor goes past the last record, unless the table is no longer that of this generation.
+void at_end(DbfIdx& dbf, std::uint32_t generation) {
+  if (dbf.generation != generation) return;
   dbf.eofFlag = 1;
   dbf.recNo = dbf.lastRec + 1;
 }
 
 // To a record that the table was not yet seen to have.
 void follow_unknown(DbfIdx& dbf, std::uint32_t recno) {
-  if (!refresh_header(dbf)) return at_end(dbf);
+  const std::uint32_t generation = dbf.generation;
+  if (!refresh_header(dbf)) return at_end(dbf, generation);
   if (!has_record(dbf, recno)) {
     dxerror(dbf, TableError::kIndexCorruptedPosition);
-    return at_end(dbf);
+    return at_end(dbf, generation);
   }
   dbf.recNo = static_cast<std::int32_t>(recno);
 }
 
 // The table's cursor goes where the tree's is: on a key, or past the last one.
 inline void follow(DbfIdx& dbf, IndexControl& index, bool on_key) {
-  if (!sound(dbf, index) || !on_key) return at_end(dbf);
+  if (!sound(dbf, index) || !on_key) return at_end(dbf, index.generation);
   const std::uint32_t recno = index.tree.record();
   if (!has_record(dbf, recno)) return follow_unknown(dbf, recno);
   dbf.recNo = static_cast<std::int32_t>(recno);
@@ -74,7 +77,7 @@ bool ask_block(DbfIdx& dbf, IndexControl& index, Var* block, bool& wanted) {
   const Var* result = run_block_with(block, key, TMP_INT(dbf.recNo));
   wanted = is_number_or_logical(result) && truth_of(result);
   POP_TEMPS(mark);
-  return dbf.isOpen() && current_index(dbf) == &index;
+  return !index.closed && current_index(dbf) == &index;
 }
 
 bool place_on_record(DbfIdx& dbf, IndexControl& index) {
@@ -107,15 +110,17 @@ bool update_position(DbfIdx& dbf, IndexControl& index) {
 }
 
 void index_gotop(DbfIdx& dbf) {
+  const std::uint32_t generation = dbf.generation;
   if (IndexControl* index = ready_index(dbf); index != nullptr)
     first_key(dbf, *index);
   else
-    at_end(dbf);
+    at_end(dbf, generation);
 }
 
 void index_gobottom(DbfIdx& dbf) {
+  const std::uint32_t generation = dbf.generation;
   IndexControl* index = ready_index(dbf);
-  if (index == nullptr) return at_end(dbf);
+  if (index == nullptr) return at_end(dbf, generation);
   dbf.eofFlag = 0;
   const bool found = index->tree.go_last();
   follow(dbf, *index, found);
@@ -124,10 +129,12 @@ void index_gobottom(DbfIdx& dbf) {
 // Up to n keys back; the number of steps, that over the first key included.
 std::int32_t index_back(DbfIdx& dbf, std::int32_t n) {
   dbf.bofFlag = 0;
+  const std::uint32_t generation = dbf.generation;
   std::int32_t steps = 0;
   bool placed = false;
   for (; steps > n && dbf.bofFlag == 0; --steps) {
     IndexControl* index = ready_index(dbf);
+    if (dbf.generation != generation) break;
     if (index == nullptr) {
       dbf.bofFlag = 1;
       break;
@@ -140,9 +147,10 @@ std::int32_t index_back(DbfIdx& dbf, std::int32_t n) {
     }
     if (!placed) start_on_record(dbf, *index);
     placed = true;
+    if (index->closed) break;
     if (dbf.currentOrder != 0 && index->tree.step_back()) {
       follow(dbf, *index, true);
-      if (dbf.eofFlag != 0) break;
+      if (index->closed || dbf.eofFlag != 0) break;
     } else {
       dbf.bofFlag = 1;
       if (dbf.currentOrder != 0 && sound(dbf, *index)) first_key(dbf, *index);
@@ -163,6 +171,7 @@ bool index_step(DbfIdx& dbf) {
 }
 
 std::int32_t index_forward(DbfIdx& dbf, std::int32_t n) {
+  const std::uint32_t generation = dbf.generation;
   std::int32_t moved = 0;
   if (dbf.eofFlag != 0) {
     if (!refresh_header(dbf) || dbf.recNo > dbf.lastRec) return 0;
@@ -171,26 +180,24 @@ std::int32_t index_forward(DbfIdx& dbf, std::int32_t n) {
   dbf.eofFlag = 0;
   for (bool placed = false; moved < n && dbf.eofFlag == 0; ++moved) {
     IndexControl* index = ready_index(dbf);
-    if (index == nullptr) {
-      at_end(dbf);
-      break;
-    }
-    if (!placed) start_on_record(dbf, *index);
+    if (index != nullptr && !placed) start_on_record(dbf, *index);
     placed = true;
-    if (dbf.currentOrder == 0) {
-      at_end(dbf);
+    if (index == nullptr || dbf.currentOrder == 0) {
+      at_end(dbf, generation);
       break;
     }
     const bool stepped = index->tree.step_forward();
     follow(dbf, *index, stepped);
+    if (index->closed) break;
   }
   return moved;
 }
 
 bool index_seek(DbfIdx& dbf, Var* value, bool soft) {
   IndexControl* index = current_index(dbf);
+  const std::uint32_t generation = dbf.generation;
   if (index == nullptr) {
-    at_end(dbf);
+    at_end(dbf, generation);
     return false;
   }
   const char type = index->header().type;
@@ -202,7 +209,7 @@ bool index_seek(DbfIdx& dbf, Var* value, bool soft) {
   Key key;
   make_key(key, value, type);
   if (!ready(dbf, *index)) {
-    at_end(dbf);
+    at_end(dbf, generation);
     return false;
   }
   const KeyComparer compare(key, index->header(), TextRule::kPrefix, NumberRule::kTolerant);
@@ -215,21 +222,22 @@ bool index_seek(DbfIdx& dbf, Var* value, bool soft) {
 
 bool index_seekeval(DbfIdx& dbf, Var* block) {
   IndexControl* index = current_index(dbf);
+  const std::uint32_t generation = dbf.generation;
   if (index == nullptr || !update_position(dbf, *index)) {
-    at_end(dbf);
+    at_end(dbf, generation);
     return false;
   }
   for (bool wanted = false;;) {
     const std::int32_t recno = dbf.recNo;
     if (!ask_block(dbf, *index, block, wanted)) {
-      if (dbf.isOpen()) at_end(dbf);
+      at_end(dbf, generation);
       return false;
     }
     if (wanted || dbf.eofFlag != 0) break;
     dbf.recNo = recno;  // whatever the block did
     if (!update_position(dbf, *index)) {
-      at_end(dbf);
-      break;
+      at_end(dbf, generation);
+      return false;
     }
     const bool stepped = index->tree.step_forward();
     follow(dbf, *index, stepped);
@@ -252,73 +260,71 @@ int index_keycompare(DbfIdx& dbf, Var* value) {
   return record_key(dbf, *index, current) ? compare(current.bytes) : 0;
 }
 
-// --- The hidden methods.
+// --- The hidden methods: each runs under the internal lock; on a closed table, or without the lock, or
+// when its code of the language closed the table, the answer is what `none` gives.
+
+namespace {
+
+template <typename Work>
+Var* locked(Var** argv, Work work, Var* (*none)() = false_value, bool writes = false) {
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return none();
+  const SameTable same(dbf);
+  const InternalLock lock(dbf, writes ? LockMode::kExclusive : lock_mode(dbf));
+  if (!lock.held()) return none();
+  Var* result = work(dbf);
+  return same.holds() ? result : none();
+}
+
+}  // namespace
 
 Var* di_indexgotop(std::int32_t, Var** argv) {
-  DbfIdx& dbf = dbf_of(argv[0]);
-  if (!dbf.isOpen()) return false_value();
-  const InternalLock lock(dbf, lock_mode(dbf));
-  index_gotop(dbf);
-  return true_value();
+  return locked(argv, [](DbfIdx& dbf) { return index_gotop(dbf), true_value(); });
 }
 
 Var* di_indexgobottom(std::int32_t, Var** argv) {
-  DbfIdx& dbf = dbf_of(argv[0]);
-  if (!dbf.isOpen()) return false_value();
-  const InternalLock lock(dbf, lock_mode(dbf));
-  index_gobottom(dbf);
-  return true_value();
+  return locked(argv, [](DbfIdx& dbf) { return index_gobottom(dbf), true_value(); });
 }
 
 Var* di_indexskip(std::int32_t argc, Var** argv) {
-  DbfIdx& dbf = dbf_of(argv[0]);
-  if (!dbf.isOpen()) return int_zero();
-  const InternalLock lock(dbf, lock_mode(dbf));
-  return TMP_INT(index_skip(dbf, int_argument(argc, argv, 1, 1)));
+  const std::int32_t n = int_argument(argc, argv, 1, 1);
+  return locked(argv, [=](DbfIdx& dbf) { return TMP_INT(index_skip(dbf, n)); }, int_zero);
 }
 
 Var* di_indexseek(std::int32_t argc, Var** argv) {
-  DbfIdx& dbf = dbf_of(argv[0]);
-  if (!dbf.isOpen() || argc < 2) return false_value();
-  const InternalLock lock(dbf, lock_mode(dbf));
-  return logical(index_seek(dbf, argv[1], arg_is(argc, argv, 2, "L") && truth_of(argv[2])));
+  if (argc < 2) return false_value();
+  const bool soft = arg_is(argc, argv, 2, "L") && truth_of(argv[2]);
+  return locked(argv, [=](DbfIdx& dbf) { return logical(index_seek(dbf, argv[1], soft)); });
 }
 
 Var* di_indexseekeval(std::int32_t argc, Var** argv) {
-  DbfIdx& dbf = dbf_of(argv[0]);
-  if (!dbf.isOpen() || !arg_is(argc, argv, 1, "Bb")) return false_value();
-  const InternalLock lock(dbf, lock_mode(dbf));
-  return logical(index_seekeval(dbf, argv[1]));
+  if (!arg_is(argc, argv, 1, "Bb")) return false_value();
+  return locked(argv, [=](DbfIdx& dbf) { return logical(index_seekeval(dbf, argv[1])); });
 }
 
 Var* di_indexkeycompare(std::int32_t argc, Var** argv) {
-  DbfIdx& dbf = dbf_of(argv[0]);
-  if (!dbf.isOpen() || argc < 2) return int_zero();
-  const InternalLock lock(dbf, lock_mode(dbf));
-  return TMP_INT(index_keycompare(dbf, argv[1]));
+  if (argc < 2) return int_zero();
+  return locked(
+      argv, [=](DbfIdx& dbf) { return TMP_INT(index_keycompare(dbf, argv[1])); }, int_zero);
 }
 
 Var* di_indexsynchronize(std::int32_t argc, Var** argv) {
-  DbfIdx& dbf = dbf_of(argv[0]);
   const std::int32_t mode = int_argument(argc, argv, 1, kSyncMove);
-  if (!dbf.isOpen() || mode < kSyncClose || mode > kSyncAppend) return false_value();
-  const InternalLock lock(dbf, LockMode::kExclusive);
-  return logical(index_synchronize(dbf, static_cast<SyncMode>(mode)));
+  if (mode < kSyncClose || mode > kSyncAppend) return false_value();
+  const auto work = [=](DbfIdx& dbf) {
+    return logical(index_synchronize(dbf, static_cast<SyncMode>(mode)));
+  };
+  return locked(argv, work, false_value, true);
 }
 
 Var* di_indexappend(std::int32_t, Var** argv) {
-  DbfIdx& dbf = dbf_of(argv[0]);
-  if (!dbf.isOpen()) return false_value();
-  const InternalLock lock(dbf, LockMode::kExclusive);
-  return logical(index_synchronize(dbf, kSyncAppend));
+  const auto work = [](DbfIdx& dbf) { return logical(index_synchronize(dbf, kSyncAppend)); };
+  return locked(argv, work, false_value, true);
 }
 
 Var* di_indexreplace(std::int32_t, Var** argv) {
-  DbfIdx& dbf = dbf_of(argv[0]);
-  if (!dbf.isOpen()) return false_value();
-  const InternalLock lock(dbf, LockMode::kExclusive);
-  index_replace(dbf);
-  return true_value();
+  const auto work = [](DbfIdx& dbf) { return index_replace(dbf), true_value(); };
+  return locked(argv, work, false_value, true);
 }
 
 }  // namespace tarnel

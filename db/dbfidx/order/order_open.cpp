@@ -1,15 +1,10 @@
-// Opening and closing of one order, and what its file says of its agreement with the table.
-//
-// The file holds the table's change counter of the time when the two last agreed. In shared use the
-// counter in the table goes on before a record is changed, and in the order when its key is in
-// place: whoever dies between the two leaves a difference. In exclusive use, where pages wait in
-// memory, the order's own counter is set to one that differs until all is written. A difference
-// that was there before a change stays: only a new index ends it.
+// Opening and closing of one order.
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "core/blocks.h"
 #include "core/errors.h"
@@ -44,10 +39,6 @@ bool names_table(std::string_view stored, std::string_view table) {
          same_letters(stored, cut(table.substr(0, table.rfind('.'))));
 }
 
-std::uint8_t table_counter(const DbfIdx& dbf) {
-  return dbf::change_counter(dbf.header.data());
-}
-
 // Areas of one process do not conflict by locks; an order of exclusive use must be alone all the
 // same.
 bool used_here(const struct stat& file, bool exclusive) {
@@ -66,7 +57,7 @@ bool used_here(const struct stat& file, bool exclusive) {
 class Opening {
  public:
   Opening(DbfIdx& dbf, const OrderRequest& request)
-      : dbf_(dbf), request_(request), index_(std::make_unique<IndexControl>()) {}
+      : dbf_(dbf), same_(dbf), request_(request), index_(std::make_unique<IndexControl>()) {}
   ~Opening() {
     if (index_ == nullptr) return;
     UNHOLD_VAR(&index_->keyBlock);
@@ -80,8 +71,10 @@ class Opening {
     if (!open_file() || !claim() || !read()) return nullptr;
     if (!compile() || !evaluate() || !renew()) return nullptr;
     compare_origin();
+    if (!same_.holds()) return nullptr;
+    index_->generation = dbf_.generation;
     index_->lockStamp = dbf_.lockStamp - 1;
-    index_->counter = table_counter(dbf_);
+    begin_agreement(dbf_, *index_, extension_.counter);
     return index_.release();
   }
 
@@ -93,7 +86,7 @@ class Opening {
 
   bool open_file() {
     std::string name;
-    index_->readOnly = dbf_.readOnly();
+    index_->readOnly = dbf_.readOnly() && request_.key == nullptr;  // a new one is to be filled
     index_->fd = defaultExtension(name, request_.file, dbf_.idxExt, kPathLimit + 1)
                      ? dxOpen(name, &index_->fileName, index_->readOnly ? 0 : 2)
                      : -1;
@@ -162,7 +155,7 @@ class Opening {
   bool evaluate() {
     const std::int32_t mark = temp_top();
     const Var* value = run_in_area(dbf_, index_->keyBlock);
-    if (!dbf_.isOpen()) return false;
+    if (!same_.holds()) return false;
     index_->field = bare_field(value);
     const char type = request_.key != nullptr ? request_.key->type : value->type;
     POP_TEMPS(mark);
@@ -199,25 +192,21 @@ class Opening {
       dxerror(dbf_, TableError::kSortTable);
     if (!names_table(extension_.table, base_name(dbf_.fileName)))
       dxerror(dbf_, TableError::kIndexOfOtherTable, {extension_.table});
-    index_->agrees = extension_.counter == 0 || extension_.counter == table_counter(dbf_);
   }
 
   DbfIdx& dbf_;
+  const SameTable same_;
   const OrderRequest& request_;
   std::unique_ptr<IndexControl> index_;
   idx::Extension extension_;
   bool exclusive_ = false, old_version_ = false;
 };
 
-// A counter that the table will not reach before the order is written.
-std::uint8_t other_counter(std::uint8_t counter) {
-  return counter > 1 ? static_cast<std::uint8_t>(counter - 1) : std::uint8_t{255};
-}
-
-// The table's change counter as it stands in the order's file; -1 when it can't be read.
-int stored_counter(IndexControl& index) {
-  std::uint8_t bytes[idx::kCounterSize];
-  return index.tree.fetch(bytes, sizeof bytes, idx::kExtensionAt) ? idx::get_counter(bytes) : -1;
+// Frees what was closed, unless code of the language runs: what runs it may still look at that.
+void bury(IndexControl* index) {
+  static std::vector<std::unique_ptr<IndexControl>> graves;
+  graves.emplace_back(index);
+  if (!CallOut::under_way()) graves.clear();
 }
 
 }  // namespace
@@ -233,107 +222,42 @@ IndexControl* open_index(DbfIdx& dbf, const OrderRequest& request) {
   return Opening(dbf, request).run();
 }
 
-void mark_changed(DbfIdx& dbf, IndexControl& index) {
-  if (index.marked || index.readOnly) return;
-  const int stored = stored_counter(index);
-  index.agrees = stored == 0 || stored == table_counter(dbf);
-  idx::write_counter(index.fd, other_counter(table_counter(dbf)));
-  index.marked = true;
-}
-
-bool flush_index(DbfIdx& dbf, IndexControl& index) {
-  if (index.readOnly || index.tree.failed_sector() >= 0) return true;
-  const std::uint8_t counter = table_counter(dbf);
-  const bool behind = index.agrees && (index.marked || index.counter != counter);
-  const bool written = index.tree.flush() && (!behind || idx::write_counter(index.fd, counter));
-  if (!written) dxerror(dbf, TableError::kIndexUnwritable, {index.fileName});
-  // An order that did not agree before keeps the counter that shows it.
-  if (index.agrees) index.marked = false;
-  index.counter = counter;
-  return written;
-}
-
 void close_index(DbfIdx& dbf, IndexControl* index) {
-  if (index->exclusive()) flush_index(dbf, *index);
+  leave_index(dbf, *index);
+  index->closed = true;
+  index->tree.close();
   UNHOLD_VAR(&index->keyBlock);
   UNHOLD_VAR(&index->forBlock);
-  dxClose(index->fd);
-  delete index;
+  dxClose(std::exchange(index->fd, -1));
+  bury(index);
 }
 
 void close_orders(DbfIdx& dbf) {
+  const SameTable same(dbf);
   index_synchronize(dbf, kSyncClose);
+  if (!same.holds()) return;
   dbf.orderCount = dbf.currentOrder = 0;
-  dbf.syncState = 4;
+  dbf.syncState = kSettled;
   // A failure may have hidden some of them from the count.
   for (IndexControl*& index : dbf.orders)
-    if (index != nullptr) close_index(dbf, std::exchange(index, nullptr));
-}
-
-bool flush_orders(DbfIdx& dbf) {
-  index_synchronize(dbf, kSyncMove);
-  bool written = true;
-  for (std::int32_t n = 1; n <= dbf.orderCount; ++n)
-    if (dbf.orders[n]->exclusive()) written = flush_index(dbf, *dbf.orders[n]) && written;
-  return written;
-}
-
-void index_records_lost(DbfIdx& dbf) {
-  for (std::int32_t n = 1; n <= dbf.orderCount; ++n) {
-    dbf.orders[n]->agrees = false;
-    dbf.orders[n]->oldKey.type = 'U';
-  }
-  dbf.syncState = kSettled;
+    if (index != nullptr && same.holds()) close_index(dbf, std::exchange(index, nullptr));
 }
 
 bool zap_index(DbfIdx& dbf, IndexControl& index) {
   idx::Extension extension;
   const bool kept = idx::read_extension(index.fd, extension);
-  extension.counter = other_counter(table_counter(dbf));
+  extension.counter = difference_mark(dbf.header.counter());
   extension.table = base_name(dbf.fileName);
   current_collation(extension.collation);
+  set_different(index);
   if (kept && index.exclusive() && !index.readOnly && file_ops().truncate(index.fd, 0) == 0) {
     index.tree.clear();
-    index.marked = index.agrees = true;
+    index.state.stored = -1;
     if (idx::write_header(index.fd, index.header()) && idx::write_extension(index.fd, extension))
       return true;
   }
   dxerror(dbf, TableError::kZapReopen, {dbf.aliasName, index.fileName});
   return false;
-}
-
-IndexState check_index(DbfIdx& dbf, IndexControl& index) {
-  const int stored = index.marked ? (index.agrees ? 0 : -1) : stored_counter(index);
-  IndexState state = stored == 0 || stored == table_counter(dbf) ? kIndexGood : kCounterMismatch;
-  if (index.plain() && index.tree.keys() != static_cast<std::uint32_t>(dbf.lastRec))
-    state = kKeyCountMismatch;
-  return state;
-}
-
-// --- Around a change of a record.
-
-void index_begin_change(DbfIdx& dbf) {
-  for (std::int32_t n = 1; n <= dbf.orderCount; ++n) {
-    IndexControl& index = *dbf.orders[n];
-    if (index.exclusive()) {
-      mark_changed(dbf, index);
-    } else if (!index.changing) {
-      const int stored = stored_counter(index);
-      if (stored == 0) idx::write_counter(index.fd, table_counter(dbf));
-      index.agrees = stored == 0 || stored == table_counter(dbf);
-      index.changing = true;
-    }
-  }
-}
-
-void index_end_change(DbfIdx& dbf) {
-  for (std::int32_t n = 1; n <= dbf.orderCount; ++n) {
-    IndexControl& index = *dbf.orders[n];
-    if (!index.changing) continue;
-    index.changing = false;
-    if (index.agrees && !idx::write_counter(index.fd, table_counter(dbf)))
-      dxerror(dbf, TableError::kIndexUnwritable, {index.fileName});
-  }
 }
 
 }  // namespace tarnel

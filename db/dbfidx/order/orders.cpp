@@ -2,6 +2,7 @@
 #include "db/dbfidx/order/orders.h"
 
 #include <optional>
+#include <utility>
 
 #include "core/blocks.h"
 #include "core/stacks.h"
@@ -47,18 +48,19 @@ void remove_key(DbfIdx& dbf, IndexControl& index, const Key& key, std::int32_t r
   const bool found = unique ? tree.seek(compare, Hit::kAny) && tree.record() == record
                             : tree.seek_exact(compare, record);
   if (found) tree.remove();
-  if (!sound(dbf, index) || found) return;
-  if (index.plain() && dbf.indexState != kChecksOff)
-    dxerror(dbf, TableError::kIndexCorruptedPosition);
+  if (!sound(dbf, index) || found || !index.plain()) return;
+  set_different(index);
+  if (dbf.indexState != kChecksOff) dxerror(dbf, TableError::kIndexCorruptedPosition);
 }
 
 // Adds the keys of a new record that were held back.
 void add_pending(DbfIdx& dbf) {
-  for (std::int32_t n = 1; n <= dbf.orderCount; ++n) {
+  const SameOrders same(dbf);
+  for (std::int32_t n = 1; same.holds() && n <= dbf.orderCount; ++n) {
     IndexControl& index = *dbf.orders[n];
-    if (index.oldKey.type != 'U' && index.oldFor && ready(dbf, index))
-      add_key(dbf, index, index.oldKey, dbf.savedRecNo);
-    index.oldKey.type = 'U';
+    const Key key = std::exchange(index.oldKey, Key());
+    if (key.type != 'U' && index.oldFor && ready(dbf, index))
+      add_key(dbf, index, key, dbf.savedRecNo);
   }
 }
 
@@ -70,11 +72,12 @@ void note_key(DbfIdx& dbf, IndexControl& index) {
 
 void replace_key(DbfIdx& dbf, IndexControl& index, bool was_there) {
   Key key;
-  if (!record_key(dbf, index, key)) return;
-  const bool holds = condition_holds(dbf, index.forBlock);
-  if (!dbf.isOpen()) return;
+  const bool made = record_key(dbf, index, key);
+  if (!made) set_different(index);
+  const bool holds = made && condition_holds(dbf, index.forBlock);
+  if (index.closed) return;
   if (was_there) {
-    if (key.same(index.oldKey) && holds == index.oldFor) return;
+    if (made && key.same(index.oldKey) && holds == index.oldFor) return;
     if (index.oldKey.type != 'U') remove_key(dbf, index, index.oldKey, dbf.savedRecNo);
   }
   if (holds && ready(dbf, index)) add_key(dbf, index, key, dbf.recNo);
@@ -105,7 +108,8 @@ void begin_locked(DbfIdx& dbf, IndexControl& index) {
 
 bool give_up(DbfIdx& dbf, IndexControl& index) {
   const std::int64_t sector = index.tree.failed_sector();
-  if (dbf.orderCount == 0) return false;
+  set_different(index);  // a key may be lost
+  if (index.closed || dbf.orderCount == 0) return false;
   std::int32_t n = 1;
   while (n < kMaxOrders && dbf.orders[n] != &index) ++n;
   stop_orders(dbf);
@@ -116,13 +120,19 @@ bool give_up(DbfIdx& dbf, IndexControl& index) {
 void settle(DbfIdx& dbf, IndexControl& index) {
   if (index.exclusive() || index.readOnly || !index.tree.changed()) return;
   if (index.tree.failed_sector() >= 0) return;
-  if (!index.tree.flush()) dxerror(dbf, TableError::kIndexUnwritable, {index.fileName});
+  const bool written = index.tree.flush();
   // Other areas of this process on the same file may lie inside the same lock.
   for (DbfIdx* other = dbf.ring; other != &dbf; other = other->ring) ++other->lockStamp;
+  if (written) return;
+  set_different(index);
+  dxerror(dbf, TableError::kIndexUnwritable, {index.fileName});
 }
 
 Var* run_in_area(DbfIdx& dbf, Var* block) {
+  if (block == nullptr) return true_value();
   const CallOut out;
+  ++block->refs;  // it may close what holds it
+  PUSH_TEMP(block);
   std::optional<AreaScope> in;
   if (dbf.area != nullptr && dbf.area != current_area()) in.emplace(dbf.area);
   return run_block_with(block);
@@ -138,10 +148,12 @@ bool condition_holds(DbfIdx& dbf, Var* block) {
 }
 
 bool record_key(DbfIdx& dbf, IndexControl& index, Key& key) {
+  if (index.closed) return false;
   const std::int32_t mark = temp_top();
-  const Var* value =
-      index.field >= 0 ? field_value(dbf, index.field) : run_in_area(dbf, index.keyBlock);
-  if (!dbf.isOpen()) {
+  const Var* value = index.standIn != nullptr ? run_in_area(dbf, index.standIn)
+                     : index.field >= 0       ? field_value(dbf, index.field)
+                                              : run_in_area(dbf, index.keyBlock);
+  if (index.closed) {
     POP_TEMPS(mark);
     return false;
   }
@@ -159,6 +171,7 @@ void add_key(DbfIdx& dbf, IndexControl& index, const Key& key, std::int32_t n) {
   } else {
     const KeyComparer compare(key, index.header(), TextRule::kWhole, NumberRule::kExact);
     if (index.tree.seek_exact(compare, recno)) {
+      set_different(index);
       dxerror(dbf, TableError::kKeyExists,
               {dbf.aliasName, index.fileName, shown_key(index, key), n});
       return;
@@ -183,30 +196,29 @@ bool index_synchronize(DbfIdx& dbf, SyncMode mode) {
   // Nobody sees the keys of a table in exclusive use: those of a new record wait until it is left,
   // and filling its fields costs one insertion.
   const bool wait = mode == kSyncReplace || dbf.exclusive();
-  for (std::int32_t n = 1; n <= dbf.orderCount && dbf.isOpen(); ++n) {
+  const SameOrders same(dbf);
+  for (std::int32_t n = 1; same.holds() && n <= dbf.orderCount; ++n) {
     IndexControl& index = *dbf.orders[n];
     note_key(dbf, index);
+    if (index.oldKey.type == 'U') set_different(index);
     if (wait || index.oldKey.type == 'U' || !index.oldFor || !ready(dbf, index)) continue;
     add_key(dbf, index, index.oldKey, dbf.recNo);
     settle(dbf, index);
   }
+  if (!same.holds()) return false;
   if (!wait) dbf.syncState = kSettled;
   return dbf.orderCount > 0;
 }
 
-void index_append(DbfIdx& dbf) {
-  index_synchronize(dbf, kSyncAppend);
-  if (dbf.isOpen()) index_end_change(dbf);
-}
-
 void index_replace(DbfIdx& dbf) {
   const bool was_there = !keys_pending(dbf);
-  for (std::int32_t n = 1; n <= dbf.orderCount && dbf.isOpen(); ++n) {
+  const SameOrders same(dbf);
+  for (std::int32_t n = 1; same.holds() && n <= dbf.orderCount; ++n) {
     IndexControl& index = *dbf.orders[n];
     replace_key(dbf, index, was_there);
-    if (dbf.isOpen() && dbf.orderCount > 0) settle(dbf, index);
+    settle(dbf, index);
   }
-  dbf.syncState = kSettled;
+  if (same.holds()) dbf.syncState = kSettled;
 }
 
 }  // namespace tarnel

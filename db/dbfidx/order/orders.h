@@ -3,6 +3,7 @@
 // nothing.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "db/dbfidx/dbfidx.h"
@@ -22,10 +23,8 @@ enum SyncMode : int {
 // Before a move, a seek, or, with the record as it was before its change in the buffer, a
 // replacement of keys. False when no orders are open.
 bool index_synchronize(DbfIdx& dbf, SyncMode mode);
-// A record was appended and is under the cursor.
-void index_append(DbfIdx& dbf);
 // The changed record was written and is in the buffer; its old keys are those of the last
-// index_synchronize(kSyncReplace).
+// index_synchronize(kSyncReplace). Keys that could not be put in place leave their order different.
 void index_replace(DbfIdx& dbf);
 
 // Moves of the controlling order. REQUIRES: currentOrder is not 0. They set recNo, bofFlag,
@@ -45,13 +44,44 @@ bool index_seekeval(DbfIdx& dbf, Var* block);
 // The value against the key under the cursor; 0 equal.
 int index_keycompare(DbfIdx& dbf, Var* value);
 
-// Around the change of a record and its keys, under the internal exclusive lock. Between the two
-// the files of the orders differ from the table, and a process that dies leaves that to be seen;
-// for this the table's change counter must be in its file before the record is written or counted.
-void index_begin_change(DbfIdx& dbf);
-void index_end_change(DbfIdx& dbf);
+// Around the change of a record and its keys:
+//
+//   KeyChange change(dbf);
+//   if (!change.begun() || !count_change(dbf)) return false;
+//   ... the record, its keys ...
+//   return change.complete();
+//
+// Between the two the files of the orders say that they differ from the table, and without complete()
+// they say it from then on, unless nothing was counted: a process that dies, an error handler that
+// leaves by break. REQUIRES: the internal exclusive lock is held, and the header was read under it.
+class [[nodiscard]] KeyChange {
+ public:
+  explicit KeyChange(DbfIdx& dbf);
+  ~KeyChange();
+  KeyChange(const KeyChange&) = delete;
+  KeyChange& operator=(const KeyChange&) = delete;
+
+  // False after error 104: the change must not be made.
+  bool begun() const { return begun_; }
+  // False after error 104, when an order did not get its keys, or when one or the table was closed
+  // meanwhile.
+  [[nodiscard]] bool complete();
+
+ private:
+  IndexControl* end(bool whole);
+  std::ptrdiff_t count_differing() const;
+
+  DbfIdx& dbf_;
+  const SameTable same_;
+  const std::uint8_t counter_, pending_;  // of the table, at the beginning
+  IndexControl* taken_[kMaxOrders] = {};
+  std::int32_t count_ = 0;
+  std::ptrdiff_t differing_ = 0;  // of them, at the beginning
+  bool begun_ = false;
+};
+
 // Writes what is held in memory in exclusive use. False after error 104.
-bool flush_orders(DbfIdx& dbf);
+[[nodiscard]] bool flush_orders(DbfIdx& dbf);
 // Records that the orders have keys of are gone: they stay marked as different from the table.
 void index_records_lost(DbfIdx& dbf);
 // Closes all orders, completing what is pending; orderCount and currentOrder become 0.

@@ -85,7 +85,8 @@ class FormerRecord {
   }
   ~FormerRecord() {
     const bool filled = buffer_.stamp() != stamp_;
-    exchange();
+    // The buffer of a table that was opened anew has no former record yet.
+    if (buffer_.former_.size() == buffer_.bytes_.size()) exchange();
     if (filled) buffer_.forget();
   }
   FormerRecord(const FormerRecord&) = delete;

@@ -77,11 +77,12 @@ class AtRecord {
 // The keys of the record: those of its former contents are noted, then replaced.
 void replace_keys(DbfIdx& dbf) {
   if (dbf.orderCount == 0) return;
+  bool noted = false;
   {
     const FormerRecord former(dbf.buffer);
-    index_synchronize(dbf, kSyncReplace);
+    noted = index_synchronize(dbf, kSyncReplace);
   }
-  if (dbf.isOpen()) index_replace(dbf);
+  if (noted) index_replace(dbf);
 }
 
 bool may_write(DbfIdx& dbf, std::int32_t n) {
@@ -111,14 +112,11 @@ bool write_buffer(DbfIdx& dbf) {
 // Writes the record under the cursor and its keys. The change is counted first: a process that dies
 // on the way leaves orders that are seen not to agree.
 bool write_with_keys(DbfIdx& dbf) {
-  const SameTable same(dbf);
   if (!refresh_header(dbf)) return false;
-  index_begin_change(dbf);
-  if (!same.holds() || !count_change(dbf)) return false;
-  const bool wrote = write_buffer(dbf);
-  if (wrote) replace_keys(dbf);
-  if (same.holds()) index_end_change(dbf);
-  return wrote;
+  KeyChange change(dbf);
+  if (!change.begun() || !count_change(dbf) || !write_buffer(dbf)) return false;
+  replace_keys(dbf);
+  return change.complete();
 }
 
 // --- Appending.
@@ -327,11 +325,17 @@ bool append_record(DbfIdx& dbf, bool release_locks) {
   const bool alone = dbf.exclusive() || dbf.is(kFileLocked);
   if (release_locks && !alone) unlockAll(dbf);
   if (!alone && lockRecord(dbf, n) != 0) return false;
-  index_begin_change(dbf);
+  const SameTable same(dbf);
+  KeyChange change(dbf);
+  if (!change.begun()) {
+    if (!alone && same.holds()) unlockRecord(dbf, n);
+    return false;
+  }
   if (!(dbf.exclusive() ? append_exclusive(dbf, n) : append_shared(dbf, n))) return false;
   dbf.recNo = n;
   dbf.buffer.read_done(n, is_locked(dbf));
-  return true;
+  index_synchronize(dbf, kSyncAppend);
+  return change.complete();
 }
 
 }  // namespace tarnel

@@ -28,8 +28,8 @@ enum class Commit : std::uint8_t { kNothing, kWritten, kFailed };
 [[nodiscard]] bool leave_record(DbfIdx& dbf);
 // What the method commit does: writes, re-reads, brings the header up to date. False after an error.
 bool commit_table(DbfIdx& dbf);
-// Adds a blank record and puts it into the buffer. False when it could not be locked or written, or
-// would lie where no lock reaches; errors 103, 104, 327.
+// Adds a blank record and its keys, and puts it into the buffer under the cursor. False when it could
+// not be locked or written, or would lie where no lock reaches; errors 103, 104, 327.
 [[nodiscard]] bool append_record(DbfIdx& dbf, bool release_locks);
 
 // May the record under the cursor be changed now? 0 yes, 1 yes with an automatic lock that the
