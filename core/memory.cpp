@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "core/frame.h"
 #include "core/output.h"
@@ -37,6 +38,7 @@ struct MemoryState {
   int trace_fd = -1;
   std::size_t live_bytes = 0;
   std::uint64_t operations = 0;
+  std::uint64_t until_failure = 0;  // allocations up to the one that fails, 0 none does
   unsigned char** table = nullptr;  // live blocks, free entries null
   std::size_t table_size = 0;
 } state;
@@ -240,7 +242,7 @@ void* admit(unsigned char* block, std::size_t size, Operation op, SourceLine whe
 void* allocate(std::size_t size, MemPurpose purpose, MemSeverity severity, Operation op,
                SourceLine where) {
   ++state.operations;
-  if (size > UINT32_MAX - kMemOverhead) return refuse(purpose, severity);
+  if (size > UINT32_MAX - kMemOverhead || allocation_fails()) return refuse(purpose, severity);
   auto* block = static_cast<unsigned char*>(std::malloc(size + kMemOverhead));
   if (block == nullptr) return refuse(purpose, severity);
   return admit(block, size, op, where);
@@ -278,7 +280,7 @@ void* MEM_REALLOC(void* user, std::size_t size, MemPurpose purpose, MemSeverity 
                   SourceLine where) {
   if (user == nullptr) return MEM_ALLOC(size, purpose, severity, where);
   ++state.operations;
-  if (size > UINT32_MAX - kMemOverhead) return refuse(purpose, severity);
+  if (size > UINT32_MAX - kMemOverhead || allocation_fails()) return refuse(purpose, severity);
   unsigned char* block = block_of(user);
   if (state.level > kTableLevel) leave(block);
   if (state.level > kCheckLevel) MEM_CHECK(user, where);
@@ -326,6 +328,13 @@ int set_memory_trace(int fd) {
   const int old = state.trace_fd;
   state.trace_fd = fd;
   return old;
+}
+
+std::uint64_t fail_allocation(std::uint64_t nth) {
+  return std::exchange(state.until_failure, nth);
+}
+bool allocation_fails() {
+  return state.until_failure != 0 && --state.until_failure == 0;
 }
 
 MemoryStats memory_stats() {

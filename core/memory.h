@@ -77,6 +77,12 @@ int set_memory_debug(int level);
 // Descriptor that trace lines go to; -1, the default, drops them. Returns the old one.
 int set_memory_trace(int fd);
 
+// For tests: the nth allocation or resizing from now on finds no memory; 0: none. Returns how many were
+// still to come until then, 0 when it has come.
+std::uint64_t fail_allocation(std::uint64_t nth);
+// Counts an allocation of another allocator: must it find no memory?
+bool allocation_fails();
+
 struct MemoryStats {
   std::size_t live_bytes;    // overhead included
   std::uint64_t operations;  // allocations, reallocations and frees so far

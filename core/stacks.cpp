@@ -41,14 +41,15 @@ Var* NEW_TEMP() {
 }
 
 Var* PUSH_TEMP(Var* var) {
-  temps.slots[temps.top++] = var;
-  if (temps.top == temps.capacity) {
-    temps.capacity += kTempStep;
+  // First, and the capacity last: without memory the exit road runs, which pushes too.
+  if (temps.top + 1 == temps.capacity) {
+    const std::int32_t capacity = temps.capacity + kTempStep;
     temps.slots = static_cast<Var**>(
-        MEM_REALLOC(temps.slots, static_cast<std::size_t>(temps.capacity) * sizeof(Var*),
+        MEM_REALLOC(temps.slots, static_cast<std::size_t>(capacity) * sizeof(Var*),
                     MemPurpose::kTemporaries));
+    temps.capacity = capacity;
   }
-  return var;
+  return temps.slots[temps.top++] = var;
 }
 
 void POP_TEMPS(std::int32_t mark) {
@@ -78,10 +79,11 @@ VarStackEntry& varstack_entry(std::int32_t i) {
 
 std::int32_t PUSH_VARSTACK(std::int32_t sym, Var* var) {
   if (vars.top == vars.capacity - 1) {
-    vars.capacity += kVarStep;
+    const std::int32_t capacity = vars.capacity + kVarStep;
     vars.entries = static_cast<VarStackEntry*>(
-        MEM_REALLOC(vars.entries, static_cast<std::size_t>(vars.capacity) * sizeof(VarStackEntry),
+        MEM_REALLOC(vars.entries, static_cast<std::size_t>(capacity) * sizeof(VarStackEntry),
                     MemPurpose::kVarStack));
+    vars.capacity = capacity;
   }
   Var* old = symbol_var(sym);
   ++old->refs;

@@ -85,10 +85,11 @@ std::int32_t take_index() {
     return i;
   }
   if (state.next_free >= state.capacity) {
-    state.capacity += kSymbolStep;
+    const std::int32_t capacity = state.capacity + kSymbolStep;
     state.table = static_cast<Symbol*>(
-        MEM_REALLOC(state.table, static_cast<std::size_t>(state.capacity) * sizeof(Symbol),
+        MEM_REALLOC(state.table, static_cast<std::size_t>(capacity) * sizeof(Symbol),
                     MemPurpose::kSymbols));
+    state.capacity = capacity;
   }
   return state.next_free++;
 }

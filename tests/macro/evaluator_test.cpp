@@ -11,6 +11,7 @@
 #include "macro/evaluator.h"
 #include "macro/expand.h"
 #include "macro/parser.h"
+#include "tests/support/fail_allocation.h"
 #include "tests/support/test_runtime.h"
 
 namespace tarnel::testing {
@@ -194,6 +195,43 @@ TEST_F(Evaluator, AliasesSelectAnAreaForTheirExpression) {
   set_area_hooks({});
   set_current_owner_hook(nullptr);
   release_shared(fields);
+}
+
+TEST_F(Evaluator, EveryAllocationMayFail) {
+  const std::string texts[] = {
+      "len({" + repeat("1,", 600) + "1})",
+      "a := {'element', {2, {3, 'inner'}}}",
+      "aclone(a)",
+      "aeval(array(30), {|x, i| aadd(a, 'element ' + str(i))})",
+      "long := long + replicate('x', 500) + long - ' '",
+      "afill(asize(a, 40), long)",
+      "eval({|x, y| upper(x) + y}, 'one ', long)",
+      "&macro + substr('&macro', 1)",
+      "{'a', errornew()}[2]:descriptio := long",
+      "__mvprivate('n1', 'n2', 'n3', 'n4') = nil .and. len(asort({3, 1, 2})) = 3",
+      "1 + 'x'",
+  };
+  set_text("macro", "long");
+  set_text("long", "a text that finds no room in the cell itself");
+  GET_MEMVAR("a");
+  // The exit road of a run that has no memory still runs procedures.
+  runtime_hooks().close_areas = [] {
+    for (int i = 0; i < 600; ++i) TMP_TEXT("on the exit road");
+    DECLARE_PRIVATE(ADD_SYMBOL("leaving"));
+  };
+  for (const std::string& text : texts) {
+    const std::uint64_t count = fail_each_allocation(
+        text, [&] { EXP_EVAL(text); },
+        [&] {
+          EXP_EVAL(text);
+          return take_errors().find("301") == std::string::npos &&
+                 value_of("len({1, 'two'}) + eval({|x| x}, 3)") == "I 5";
+        });
+    EXPECT_GT(count, 0U) << text;
+    EXP_EVAL(text);
+  }
+  runtime_hooks().close_areas = nullptr;
+  take_errors();
 }
 
 TEST_F(Expander, QuotesHideMacros) {
