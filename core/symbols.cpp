@@ -113,12 +113,12 @@ void clear_shadowed() {
     Var* shadowed = entry.shadowed;
     if (i == orvelane || i == getlist || shadowed->sclass == 'C' || is_undefined(shadowed))
       continue;
-    DEL_VAR(shadowed);
-    DEL_VAR(shadowed);
     Var* fresh = undefined_cell(entry.sym);
     fresh->refs = 2;
     fresh->level = entry.old_level;
     entry.shadowed = fresh;
+    DEL_VAR(shadowed);  // last: a destructor may move the stack
+    DEL_VAR(shadowed);
   }
 }
 
@@ -214,6 +214,7 @@ void RELEASE_NAME(std::string_view name, bool any) {
   Var* v = symbol_var(i);
   if (v->sclass == 'C' || is_undefined(v)) return;
   if (v->level != activation_level() && !any) return;
+  const CellHold kept(v);
   v = CPY_VAR(v, nil_value());
   if (!is_error(v)) v->sclass = 'U';
 }

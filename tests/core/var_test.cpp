@@ -129,21 +129,25 @@ Var* axit(std::int32_t argc, Var** argv) {
   Procedure p("test", "axit", 1, argc);
   p.self(argv);
   destroyed += "x";
+  for (int i = 0; i < 300; ++i) PUSH_VARSTACK(ADD_SYMBOL("xaxit"), NEW_VAR('N', 'U'));
   return p.end();
 }
 constexpr MethodEntry kMethods[] = {{"axit", axit}};
+const ClassDescriptor& mortal_class() {
+  static const ClassDescriptor descriptor("mortal", {}, kMethods);
+  return descriptor;
+}
 
 TEST_F(Cells, DestructorRunsWhenTheLastReferenceIsDroppedButNotOnReassignment) {
-  static const ClassDescriptor descriptor("mortal", {}, kMethods);
   destroyed.clear();
   Var* holder = variable();
   std::int32_t mark = temp_top();
-  CPY_VAR(holder, descriptor.make());
+  CPY_VAR(holder, mortal_class().make());
   POP_TEMPS(mark);
   CPY_VAR(holder, int_zero());
   EXPECT_EQ(destroyed, "");
   mark = temp_top();
-  descriptor.make();
+  mortal_class().make();
   POP_TEMPS(mark);
   EXPECT_EQ(destroyed, "x");
 }
@@ -211,6 +215,7 @@ TEST_F(Names, ReleaseEmptiesOnlyVariablesOfTheLevel) {
     EXPECT_EQ(show(symbol_var(sym)), "I 1");
     RELEASE_NAME("kept", true);
     EXPECT_TRUE(is_undefined(symbol_var(sym)));
+    EXPECT_EQ(destroyed, "x");
     inner.end();
   }
   outer.end();
@@ -219,7 +224,10 @@ TEST_F(Names, ReleaseEmptiesOnlyVariablesOfTheLevel) {
 TEST_F(Names, ClearMemoryUnbindsAllAndLeavesTheStackInOrder) {
   const std::int32_t sym = undefined_name("cleared");
   Procedure outer("test", "outer", 1, 0);
-  CPY_VAR(symbol_var(sym), TMP_TEXT("outer"));
+  cscrearr(symbol_var(sym), 1, kCopyValues, {TMP_TEXT("outer")});
+  CPY_VAR(element(symbol_var(sym), 1), mortal_class().make());
+  POP_TEMPS(outer.frame().temp_mark);
+  destroyed.clear();
   {
     Procedure inner("test", "inner", 1, 0);
     PUSH_VARSTACK(sym, NEW_VAR('N', 'U'));
