@@ -15,14 +15,15 @@ namespace tarnel {
 namespace {
 
 // Instances of class error, in their order, with the type of their defaults.
-#define ERROR_INSTANCES(X)                                                                         \
-  X(argnum, 'I')                                                                                   \
-  X(args, 'U')                                                                                     \
-  X(argtypereq, 'C')                                                                               \
-  X(callfuncsy, 'C') X(candefault, 'L') X(canretry, 'L') X(cansubstit, 'L') X(cargo, 'U')          \
-      X(choice, 'I') X(descriptio, 'C') X(filehandle, 'I') X(filename, 'C') X(funcptr, 'B')        \
-          X(funcsym, 'C') X(gencode, 'I') X(maxsize, 'N') X(methodself, 'O') X(operation, 'C')     \
-              X(oscode, 'I') X(severity, 'I') X(subcode, 'I') X(subcodetex, 'C') X(subsystem, 'C') \
+#define ERROR_INSTANCES(X)                                                                    \
+  X(argnum, 'I')                                                                              \
+  X(args, 'U')                                                                                \
+  X(argtypereq, 'C')                                                                          \
+  X(callfuncsy, 'C')                                                                          \
+  X(candefault, 'L') X(canretry, 'L') X(cansubstit, 'L') X(cargo, 'U') X(choice, 'I')         \
+      X(descriptio, 'C') X(filehandle, 'I') X(filename, 'C') X(funcptr, 'B') X(funcsym, 'C')  \
+          X(gencode, 'I') X(maxsize, 'N') X(methodself, 'O') X(operation, 'C') X(oscode, 'I') \
+              X(severity, 'I') X(subcode, 'I') X(subcodetex, 'C') X(subsystem, 'C')           \
                   X(substitute, 'C') X(tries, 'I')
 #define INSTANCE_ROW(name, type) {#name, type},
 #define INSTANCE_NAME(name, type) k_##name,
@@ -223,7 +224,8 @@ std::string error_report(Var* error) {
   if (const std::int32_t subcode = int_instance(error, k_subcode); subcode != 0) {
     report += ";";
     report += text_instance(error, k_subsystem);
-    if (subcode != kHiddenSubcode) report += (subcode < -99 || subcode > 999 ? " (***)" : format_text(" (%d)", subcode));
+    if (subcode != kHiddenSubcode)
+      report += (subcode < -99 || subcode > 999 ? " (***)" : format_text(" (%d)", subcode));
   }
   return report;
 }

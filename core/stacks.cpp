@@ -44,9 +44,8 @@ Var* PUSH_TEMP(Var* var) {
   // First, and the capacity last: without memory the exit road runs, which pushes too.
   if (temps.top + 1 == temps.capacity) {
     const std::int32_t capacity = temps.capacity + kTempStep;
-    temps.slots = static_cast<Var**>(
-        MEM_REALLOC(temps.slots, static_cast<std::size_t>(capacity) * sizeof(Var*),
-                    MemPurpose::kTemporaries));
+    temps.slots = static_cast<Var**>(MEM_REALLOC(
+        temps.slots, static_cast<std::size_t>(capacity) * sizeof(Var*), MemPurpose::kTemporaries));
     temps.capacity = capacity;
   }
   return temps.slots[temps.top++] = var;

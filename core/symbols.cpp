@@ -86,9 +86,8 @@ std::int32_t take_index() {
   }
   if (state.next_free >= state.capacity) {
     const std::int32_t capacity = state.capacity + kSymbolStep;
-    state.table = static_cast<Symbol*>(
-        MEM_REALLOC(state.table, static_cast<std::size_t>(capacity) * sizeof(Symbol),
-                    MemPurpose::kSymbols));
+    state.table = static_cast<Symbol*>(MEM_REALLOC(
+        state.table, static_cast<std::size_t>(capacity) * sizeof(Symbol), MemPurpose::kSymbols));
     state.capacity = capacity;
   }
   return state.next_free++;

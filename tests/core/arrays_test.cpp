@@ -25,8 +25,9 @@ TEST_F(Arrays, ModesDecideWhatElementsHold) {
   EXPECT_EQ(shown(cscrearr(three(), 2, kCloneOne, {nine})), "I 9,I 9");
   EXPECT_EQ(shown(cscrearr(three(), 4, kCloneValues, {nine})), "I 9,U,U,U");
   EXPECT_EQ(shown(cscreara(three(), 4, 7)), "I 1,I 2,I 3,U");
-  Var* many = cscrearr(NEW_TEMP(), 18, kCopyValues, {nine, nine, nine, nine, nine, nine, nine, nine, nine,
-                                                     nine, nine, nine, nine, nine, nine, nine, nine, nine});
+  Var* many = cscrearr(NEW_TEMP(), 18, kCopyValues,
+                       {nine, nine, nine, nine, nine, nine, nine, nine, nine, nine, nine, nine,
+                        nine, nine, nine, nine, nine, nine});
   EXPECT_EQ(show(element(many, 18)), "I 9");
 }
 

@@ -183,15 +183,14 @@ TEST_F(Procedures, ABreakRestoresFrameLevelAndStacksFromWhereverItComes) {
     const char* name;
     void (*leave)();
   };
-  const Road roads[] = {
-      {"procedure", [] { break_sequence(TMP_INT(42)); }},
-      {"block", [] { run_block_with(TMP_BLOCK(breaking_block), TMP_INT(42)); }},
-      {"method", [] { send(scorching_class().make(), "leave", TMP_INT(42)); }},
-      {"error block", [] { RT_ERROR(317, "in a procedure"); }},
-      {"guard", [] {
-         const FailingGuard guard;
-         break_sequence(TMP_INT(42));
-       }}};
+  const Road roads[] = {{"procedure", [] { break_sequence(TMP_INT(42)); }},
+                        {"block", [] { run_block_with(TMP_BLOCK(breaking_block), TMP_INT(42)); }},
+                        {"method", [] { send(scorching_class().make(), "leave", TMP_INT(42)); }},
+                        {"error block", [] { RT_ERROR(317, "in a procedure"); }},
+                        {"guard", [] {
+                           const FailingGuard guard;
+                           break_sequence(TMP_INT(42));
+                         }}};
   Var* variable = GET_MEMVAR("xdive");
   SET_INT(variable, 7);
   set_error_caller(raise_error_object);
