@@ -175,14 +175,6 @@ bool needs_lock(const DbfIdx& dbf) {
   return dbf.buffer.changed() || ordered(dbf) || hides(dbf) || dbf.relationCount > 0;
 }
 
-// One record on in natural order. False: nothing was done, forward() is the way.
-bool natural_step(DbfIdx& dbf) {
-  if (needs_lock(dbf) || dbf.eofFlag != 0 || dbf.recNo >= dbf.lastRec) return false;
-  dbf.bofFlag = 0;
-  ++dbf.recNo;
-  return true;
-}
-
 // Before a skip: the changed record is written; a step along an order starts at the key of the record.
 bool fetch_to_leave(DbfIdx& dbf) {
   const SameTable same(dbf);
@@ -329,7 +321,7 @@ void go_bottom(DbfIdx& dbf) {
 }
 
 std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
-  if (n == 1 && !dbf.buffer.changed() && !hides(dbf) && (index_step(dbf) || natural_step(dbf))) {
+  if (n == 1 && !dbf.buffer.changed() && !hides(dbf) && index_step(dbf)) {
     dbf.found = false;
     return moved_on(dbf, 1);
   }
