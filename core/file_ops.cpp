@@ -122,7 +122,7 @@ bool range_is_free(int fd, std::int64_t start, std::int64_t length) {
   range.l_whence = SEEK_SET;
   range.l_start = start;
   range.l_len = length;
-  return file_ops().lock(fd, F_GETLK, &range) >= 0 && range.l_type == F_UNLCK;
+  return retried([&] { return file_ops().lock(fd, F_GETLK, &range); }) >= 0 && range.l_type == F_UNLCK;
 }
 
 }  // namespace tarnel

@@ -189,8 +189,10 @@ void release_blocks(DbfIdx& dbf) {
 // read is left alone, date included.
 void finish_exclusive(DbfIdx& dbf) {
   if (!dbf.exclusive() || dbf.readOnly() || !dbf.changed) return;
+  // What can't be cut off counts for nobody.
   if (write_header(dbf) && dbf.appended)
-    file_ops().truncate(dbf.dbfFd, record_place(dbf, dbf.lastRec) + dbf.recordSize);
+    [[maybe_unused]] const bool cut =
+        set_size(dbf.dbfFd, record_place(dbf, dbf.lastRec) + dbf.recordSize);
 }
 
 // --- Creating.

@@ -19,39 +19,6 @@
 namespace tarnel::testing {
 namespace {
 
-// The nth call through the file operations from now on fails; every nth of a kind that can.
-struct FailNth {
-  static inline int left = 0;
-  static inline FileOps real{};
-
-  static bool strikes() { return left > 0 && --left == 0; }
-  static int fail() {
-    errno = EIO;
-    return -1;
-  }
-  explicit FailNth(int nth) {
-    real = file_ops();
-    left = nth;
-    FileOps& ops = file_ops();
-    ops.open = [](const char* p, int f, mode_t m) {
-      return strikes() ? fail() : real.open(p, f, m);
-    };
-    ops.pread = [](int fd, void* b, size_t n, off_t at) {
-      return strikes() ? fail() : real.pread(fd, b, n, at);
-    };
-    ops.pwrite = [](int fd, const void* b, size_t n, off_t at) {
-      return strikes() ? fail() : real.pwrite(fd, b, n, at);
-    };
-    ops.lock = [](int fd, int command, struct flock* range) {
-      return strikes() && range->l_type != F_UNLCK ? fail() : real.lock(fd, command, range);
-    };
-    ops.fstat = [](int fd, struct stat* s) { return strikes() ? fail() : real.fstat(fd, s); };
-    ops.stat = [](const char* p, struct stat* s) { return strikes() ? fail() : real.stat(p, s); };
-  }
-  ~FailNth() { file_ops() = real; }
-  static bool struck() { return left == 0; }
-};
-
 class Faults : public TableTest {
  protected:
   static constexpr int kRecords = 20;
@@ -178,39 +145,6 @@ TEST_F(Faults, MissingPermissionsAreErrors) {
   std::filesystem::permissions(directory(), std::filesystem::perms{0755});
   EXPECT_EQ(failed, 0);
   EXPECT_FALSE(std::filesystem::exists("new.dbf"));
-}
-
-TEST_F(Faults, AnyFailingCallLeavesTheTableUsable) {
-  make_table();
-  for (const bool shared : {true, false})
-    for (int nth = 1;; ++nth) {
-      const std::int32_t mark = temp_top();
-      bool struck = false;
-      {
-        const FailNth fail(nth);
-        if (open("t", shared ? Use::kShared : Use::kExclusive)) {
-          call("dbgoto", {integer(7)});
-          yes("rlock");
-          put("n", integer(7));
-          put("note", text("note 7"));
-          if (yes("dbappend")) put("who", text("new"));
-          call("dbcommit");
-          call("dbunlock");
-          call("dbskip", {integer(-3)});
-          get("note");
-        }
-        close_all_areas();
-        struck = FailNth::struck();
-      }
-      const bool reported = !take_errors().empty() || yes("neterr");
-      static_cast<void>(reported);  // a refused record lock is an answer, not an error
-      ASSERT_TRUE(open("t", Use::kExclusive)) << nth << take_errors();
-      for (int i = 1; i <= kRecords; ++i, call("dbskip")) ASSERT_EQ(n(), i) << "call " << nth;
-      call("dbclosearea");
-      ASSERT_EQ(take_errors(), "") << nth;
-      POP_TEMPS(mark);
-      if (!struck) break;
-    }
 }
 
 // Opens, walks and reads whatever the files hold.

@@ -96,7 +96,7 @@ class NewIndexFile {
   void take_over() {
     const int fd = dxOpen(path_, nullptr, 2);
     if (fd < 0) return;
-    if (claimExclusive(fd, kIdxTop) == 0 && file_ops().truncate(fd, 0) == 0) {
+    if (claimExclusive(fd, kIdxTop) == 0 && set_size(fd, 0)) {
       fd_ = fd;
       return;
     }

@@ -250,7 +250,7 @@ bool zap_index(DbfIdx& dbf, IndexControl& index) {
   extension.table = base_name(dbf.fileName);
   current_collation(extension.collation);
   set_different(index);
-  if (kept && index.exclusive() && !index.readOnly && file_ops().truncate(index.fd, 0) == 0) {
+  if (kept && index.exclusive() && !index.readOnly && set_size(index.fd, 0)) {
     index.tree.clear();
     index.state.stored = -1;
     if (idx::write_header(index.fd, index.header()) && idx::write_extension(index.fd, extension))

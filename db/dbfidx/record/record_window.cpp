@@ -86,7 +86,7 @@ bool RecordWindow::flush(DbfIdx& dbf) {
   const auto n = static_cast<std::size_t>(first_ + count_ - from) * dbf.recordSize;
   if (write_at(dbf.dbfFd, at(dbf, from), n, record_place(dbf, from))) return true;
   count_ = from - first_;
-  file_ops().truncate(dbf.dbfFd, record_place(dbf, from));
+  [[maybe_unused]] const bool cut = set_size(dbf.dbfFd, record_place(dbf, from));
   records_lost(dbf, from);
   return false;
 }

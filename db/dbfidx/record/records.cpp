@@ -126,7 +126,7 @@ void cut_off(DbfIdx& dbf, std::int32_t n) {
   struct stat status {};
   const std::int64_t start = record_place(dbf, n), end = start + dbf.recordSize;
   if (file_ops().fstat(dbf.dbfFd, &status) == 0 && status.st_size > start && status.st_size < end)
-    file_ops().truncate(dbf.dbfFd, start);
+    [[maybe_unused]] const bool cut = set_size(dbf.dbfFd, start);
 }
 
 bool append_failed(DbfIdx& dbf, std::int32_t n, TableError error) {

@@ -1,0 +1,240 @@
+// Each operation of the engine with each of its calls to the system failing in turn, shared and
+// exclusive, with orders and without. Whatever call it is: what the operation says is true, every
+// record is as it was or as it should be, orders agree with their table or are seen not to, no lock
+// stays, and the next operation does its work.
+#include <algorithm>
+#include <cstring>
+#include <map>
+
+#include "db/dbfidx/format/format_dbf.h"
+#include "tests/db/idx_checker.h"
+#include "tests/db/table_test.h"
+#include "tests/support/fail_nth.h"
+
+namespace tarnel::testing {
+namespace {
+
+constexpr int kRecords = 6;
+const char* const kFiles[] = {"t.dbf", "t.dbt", "byn.idx", "bywho.idx"};
+
+// The records of a table as its bytes have them, deleted ones with their mark in front, memos by
+// their text.
+std::vector<std::string> records_of(const std::string& table, const std::string& memos) {
+  const auto* header = reinterpret_cast<const std::uint8_t*>(table.data());
+  std::vector<std::string> records;
+  const std::size_t size = dbf::record_size(header);
+  for (std::size_t i = 0; i < dbf::record_count(header); ++i) {
+    std::string record = table.substr(dbf::header_size(header) + i * size, size);
+    const auto block = static_cast<std::size_t>(std::atoi(record.substr(size - 10).c_str()));
+    const std::string memo = memos.substr(std::min(block * 512, memos.size()));
+    record.replace(size - 10, 10, block == 0 ? "" : "|" + memo.substr(0, memo.find('\x1A')));
+    records.push_back(record);
+  }
+  return records;
+}
+std::vector<std::string> records_in_files() {
+  return records_of(read_file("t.dbf"), read_file("t.dbt"));
+}
+
+struct Operation {
+  const char* name;
+  std::function<bool()> run;  // says whether it succeeded
+  const char* errors;         // codes that it may raise
+  bool shared = true;
+};
+
+bool store(const char* field, Var* value) {
+  return !is_nil(call("fieldput", {text(field), value}));
+}
+bool read_back(int record, const char* expected) {
+  call("dbgoto", {integer(record)});
+  return get("who") == expected;
+}
+
+const Operation kOperations[] = {
+    {"open", [] { close_all_areas(); return open("t", Use::kShared); }, "101 103 327 "},
+    {"create", [] { return create("new", {{"a", "C", 5, 0}, {"m", "M", 10, 0}}); }, "104 105 "},
+    {"read",
+     [] {
+       call("dbgoto", {integer(4)});
+       // A value that is not the record's is told.
+       return get("n") == "N 40" && get("note") == "M note 4";
+     },
+     "103 327 "},
+    {"walk",
+     [] {
+       call("dbgotop");
+       int seen = 0;
+       for (; !yes("eof") && seen < 2 * kRecords; ++seen) call("dbskip");
+       call("dbgobottom");
+       return seen == kRecords && count("recno") == kRecords;
+     },
+     "103 327 412 331 "},
+    {"seek",
+     [] {
+       if (table().orderCount == 0) return read_back(5, "C w5    ");
+       return yes("dbseek", {integer(50)}) && count("recno") == 5 && get("who") == "C w5    ";
+     },
+     "103 327 412 "},
+    {"append",
+     [] {
+       if (!yes("dbappend")) return false;
+       const bool stored = store("n", integer(70)) && store("who", text("w7"));
+       return yes("dbcommit") && yes("dbunlock") && stored;
+     },
+     "103 104 327 331 412 "},
+    {"change",
+     [] {
+       call("dbgoto", {integer(3)});
+       if (!yes("rlock")) return false;
+       const bool stored = store("n", integer(35));
+       return yes("dbcommit") && yes("dbunlock") && stored;
+     },
+     "103 104 327 331 412 "},
+    {"delete",
+     [] {
+       call("dbgoto", {integer(2)});
+       return yes("dbdelete");
+     },
+     "103 104 325 327 331 412 "},
+    {"memo",
+     [] {
+       call("dbgoto", {integer(3)});
+       if (!yes("rlock")) return false;
+       const bool stored = store("note", text(std::string(700, 'm')));
+       return yes("dbcommit") && yes("dbunlock") && stored;
+     },
+     "103 104 327 331 412 "},
+    {"close",
+     [] {
+       call("dbgoto", {integer(3)});
+       if (!yes("rlock")) return false;
+       const bool stored = store("n", integer(35));
+       close_all_areas();
+       return stored;
+     },
+     "103 104 327 331 412 "},
+    {"lock file",
+     [] { return yes("flock") && yes("dbunlock"); },
+     "103 327 "},
+    {"create order",
+     [] {
+       return yes("flock") && yes("ordcreate", {text("new"), nil_value(), text("who")}) &&
+              yes("dbunlock");
+     },
+     "101 103 104 105 325 327 331 412 "},
+    {"reindex", [] { return table().orderCount == 0 || yes("ordlistrebuild"); },
+     "103 104 331 412 415 ", false},
+};
+
+class FaultyCalls : public TableTest, public ::testing::WithParamInterface<bool> {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"who", "C", 6, 0}, {"note", "M", 10, 0}}));
+    ASSERT_TRUE(open("t", Use::kExclusive));
+    for (int i = 1; i <= kRecords; ++i) {
+      call("dbappend");
+      put("n", integer(10 * i));
+      put("who", text("w" + std::to_string(i)));
+      put("note", text("note " + std::to_string(i)));
+    }
+    ASSERT_TRUE(yes("ordcreate", {text("bywho"), nil_value(), text("who")}));
+    ASSERT_TRUE(yes("ordcreate", {text("byn"), nil_value(), text("n")}));
+    call("dbclosearea");
+    for (const char* file : kFiles) saved_[file] = read_file(file);
+  }
+  void open_again(bool shared, bool orders) {
+    close_all_areas();
+    for (const char* file : kFiles) write_file(file, saved_[file]);
+    for (const char* file : {"new.dbf", "new.dbt", "new.idx"}) ::unlink(file);
+    ASSERT_TRUE(open("t", shared ? Use::kShared : Use::kExclusive)) << take_errors();
+    if (!orders) return;
+    ASSERT_TRUE(yes("dbsetindex", {text("byn")}) && yes("dbsetindex", {text("bywho")}))
+        << take_errors();
+    ASSERT_EQ(take_errors(), "");
+  }
+  // Does every order agree with the records, or show that it doesn't?
+  static void expect_orders_agree_or_differ(const std::vector<std::string>& records) {
+    for (const char* file : {"byn.idx", "bywho.idx"}) {
+      const IdxFile order = check_idx(file);
+      const int counter = static_cast<unsigned char>(read_file("t.dbf")[31]);
+      bool agrees = order.fault.empty() && order.keys.size() == records.size();
+      for (std::size_t i = 0; agrees && i < order.keys.size(); ++i) {
+        const auto& [key, record] = order.keys[i];
+        const std::string& bytes = records[record - 1];
+        agrees = record <= records.size() &&
+                 (file[2] == 'n' ? std::atof(key.c_str()) == std::atof(bytes.substr(1, 5).c_str())
+                                 : key == bytes.substr(6, 6));
+      }
+      EXPECT_TRUE(agrees || order.fault == "too short" || (order.counter != 0 && order.counter != counter))
+          << file << " " << order.fault << " " << order.counter << " " << counter;
+    }
+  }
+  static void expect_next_operation_works() {
+    ASSERT_TRUE(area_list() != nullptr || open("t", Use::kExclusive)) << take_errors();
+    EXPECT_EQ(table().readLocks + table().writeLocks, 0);
+    take_errors();
+    call("dbgoto", {integer(1)});
+    EXPECT_TRUE(yes("rlock")) << take_errors();
+    put("who", text("next"));
+    EXPECT_TRUE(yes("dbcommit")) << take_errors();
+    EXPECT_EQ(get("who"), "C next  ");
+    EXPECT_TRUE(yes("dbappend")) << take_errors();
+    put("who", text("last"));
+    call("dbunlock");
+    close_all_areas();
+    const std::string errors = take_errors();
+    EXPECT_TRUE(errors.empty() || errors.starts_with("331 ") || errors.starts_with("412 "))
+        << errors;
+  }
+
+  std::map<std::string, std::string> saved_;
+};
+INSTANTIATE_TEST_SUITE_P(Uses, FaultyCalls, ::testing::Bool(), [](const auto& orders) {
+  return orders.param ? std::string("WithOrders") : std::string("WithoutOrders");
+});
+
+TEST_P(FaultyCalls, LoseNothingAndSayWhatIsTrue) {
+  int runs = 0;
+  for (const bool shared : {true, false})
+    for (const Operation& operation : kOperations) {
+      if (shared && !operation.shared) continue;
+      const ::testing::ScopedTrace trace(__FILE__, __LINE__,
+                                         std::string(operation.name) + (shared ? ", shared" : ""));
+      open_again(shared, GetParam());
+      const auto before = records_in_files();
+      ASSERT_TRUE(operation.run()) << take_errors();
+      close_all_areas();
+      const auto after = records_in_files();
+      bool says = false;
+      runs += fail_each_call(
+          {kIoError, kDiskFull, kInterrupted, kDeadlock, kNoLocks, kNoDescriptors, kShortRead,
+           kShortWrite},
+          [&] { open_again(shared, GetParam()); }, [&] { says = operation.run(); },
+          [&](const Fault* fault) {
+            const std::int32_t mark = temp_top();
+            const std::string errors = take_errors();
+            EXPECT_NE(std::strstr(operation.errors, errors.substr(0, 4).c_str()), nullptr) << errors;
+            EXPECT_TRUE(says || (fault != nullptr && !harmless(*fault))) << errors;
+            // What it says of records must be in the files once they are closed.
+            const bool closing = std::string_view(operation.name) == "close";
+            close_all_areas();
+            const std::string at_close = take_errors();
+            const auto now = records_in_files();
+            EXPECT_TRUE(!says || now == after || !at_close.empty() || (closing && !errors.empty()))
+                << now.size();
+            ASSERT_GE(now.size(), before.size());
+            for (std::size_t i = 0; i < now.size(); ++i)
+              EXPECT_TRUE((i < before.size() && now[i] == before[i]) ||
+                          (i < after.size() && now[i] == after[i]) || i >= before.size())
+                  << i + 1 << " " << now[i];
+            expect_orders_agree_or_differ(now);
+            expect_next_operation_works();
+            POP_TEMPS(mark);
+          });
+    }
+  EXPECT_GT(runs, 500);
+}
+
+}  // namespace
+}  // namespace tarnel::testing
