@@ -1,5 +1,8 @@
 // The methods of the table as a whole: opening, closing, creating, and what there is to ask about
 // it.
+#include <algorithm>
+#include <iterator>
+
 #include "core/arrays.h"
 #include "core/blocks.h"
 #include "core/error_object.h"
@@ -110,6 +113,59 @@ Var* last_update(const DbfIdx& dbf) {
   return TMP_DATE(dateEncode(date.day, date.month, date.year));
 }
 
+// --- The questions of info().
+
+struct Question {
+  DbfIdx& dbf;
+  std::int32_t argc;
+  Var** argv;  // the object, the code, a new value
+};
+
+struct InfoRow {
+  std::int32_t code;
+  Var* (*answer)(const Question& q);
+};
+constexpr auto yes = [](const Question&) { return true_value(); };
+constexpr auto delimiter = [](const Question& q) {
+  return exchange_delimiter(q.dbf, q.argc, q.argv);
+};
+
+constexpr InfoRow kInfoRows[] = {
+    {1, yes},
+    {2, yes},
+    {3, [](const Question& q) { return TMP_INT(header_size(q.dbf)); }},
+    {4, [](const Question& q) { return last_update(q.dbf); }},
+    {5, delimiter},
+    {6, delimiter},
+    {7, [](const Question& q) { return TMP_INT(q.dbf.recordSize); }},
+    {8, [](const Question& q) { return di_rlocklist(1, q.argv); }},
+    {9, [](const Question& q) { return exchange_text(q.dbf.dbfExt, q.argc, q.argv); }},
+    {20, [](const Question& q) { return logical(q.dbf.is(kFileLocked)); }},
+    {22, [](const Question& q) { return TMP_INT(q.dbf.relationCount); }},
+    {23, [](const Question& q) { return TMP_INT(q.dbf.dbfFd); }},
+    {24, [](const Question& q) { return TMP_TEXT(q.dbf.fileName); }},
+    {25, yes},
+    {26, [](const Question& q) { return exchange_flag(q.dbf.bofFlag, q.argc, q.argv); }},
+    {27, [](const Question& q) { return exchange_flag(q.dbf.eofFlag, q.argc, q.argv); }},
+    {28, [](const Question& q) { return exchange_filter(q.dbf.filterText, q.argc, q.argv); }},
+    {29, [](const Question& q) { return exchange_found(q.dbf, q.argc, q.argv); }},
+    {30, [](const Question& q) { return TMP_INT(q.dbf.fieldCount); }},
+    {31, [](const Question& q) { return TMP_INT(q.dbf.lockList.count()); }},
+    {32, [](const Question& q) { return logical(q.dbf.isOpen() && is_buffered(q.dbf)); }},
+    {33, [](const Question& q) { return exchange_alias(q.dbf, q.argc, q.argv); }},
+    {34, [](const Question& q) { return exchange_locate(q.dbf, q.argc, q.argv); }},
+    {36, [](const Question& q) { return logical(q.dbf.isOpen() && !q.dbf.exclusive()); }},
+    {37, [](const Question& q) { return exchange_text(q.dbf.dbtExt, q.argc, q.argv); }},
+    {38, [](const Question& q) { return TMP_INT(q.dbf.dbtFd); }},
+    {39, [](const Question&) { return TMP_INT(dbt::kBlockSize); }},
+    {101, [](const Question&) { return TMP_INT(kFormatVersion); }},
+    {102, [](const Question&) { return TMP_STR(kDriverVersion); }},
+    {1000, [](const Question& q) { return TMP_INT(other_holders(q.dbf)); }},
+    {5000, [](const Question& q) { return file_mode(q.dbf); }},
+    {5001, [](const Question& q) { return exchange_filter(q.dbf.filterBlock, q.argc, q.argv); }},
+    {5002, [](const Question& q) { return exchange_text(q.dbf.idxExt, q.argc, q.argv); }},
+};
+
 }  // namespace
 
 Var* di_init(std::int32_t argc, Var** argv) {
@@ -168,75 +224,11 @@ Var* di_errinfo(std::int32_t, Var** argv) {
 }
 
 Var* di_info(std::int32_t argc, Var** argv) {
-  DbfIdx& dbf = dbf_of(argv[0]);
   if (!arg_is(argc, argv, 1, kNumber)) return nil_value();
-  switch (integer_of(argv[1])) {
-    case 1:
-    case 2:
-    case 25:
-      return true_value();
-    case 3:
-      return TMP_INT(header_size(dbf));
-    case 4:
-      return last_update(dbf);
-    case 5:
-    case 6:
-      return exchange_delimiter(dbf, argc, argv);
-    case 7:
-      return TMP_INT(dbf.recordSize);
-    case 8:
-      return di_rlocklist(1, argv);
-    case 9:
-      return exchange_text(dbf.dbfExt, argc, argv);
-    case 20:
-      return logical(dbf.is(kFileLocked));
-    case 22:
-      return TMP_INT(dbf.relationCount);
-    case 23:
-      return TMP_INT(dbf.dbfFd);
-    case 24:
-      return TMP_TEXT(dbf.fileName);
-    case 26:
-      return exchange_flag(dbf.bofFlag, argc, argv);
-    case 27:
-      return exchange_flag(dbf.eofFlag, argc, argv);
-    case 28:
-      return exchange_filter(dbf.filterText, argc, argv);
-    case 29:
-      return exchange_found(dbf, argc, argv);
-    case 30:
-      return TMP_INT(dbf.fieldCount);
-    case 31:
-      return TMP_INT(dbf.lockList.count());
-    case 32:
-      return logical(dbf.isOpen() && is_buffered(dbf));
-    case 33:
-      return exchange_alias(dbf, argc, argv);
-    case 34:
-      return exchange_locate(dbf, argc, argv);
-    case 36:
-      return logical(dbf.isOpen() && !dbf.exclusive());
-    case 37:
-      return exchange_text(dbf.dbtExt, argc, argv);
-    case 38:
-      return TMP_INT(dbf.dbtFd);
-    case 39:
-      return TMP_INT(dbt::kBlockSize);
-    case 101:
-      return TMP_INT(kFormatVersion);
-    case 102:
-      return TMP_STR(kDriverVersion);
-    case 1000:
-      return TMP_INT(other_holders(dbf));
-    case 5000:
-      return file_mode(dbf);
-    case 5001:
-      return exchange_filter(dbf.filterBlock, argc, argv);
-    case 5002:
-      return exchange_text(dbf.idxExt, argc, argv);
-    default:
-      return nil_value();
-  }
+  const std::int32_t code = integer_of(argv[1]);
+  const auto* row = std::find_if(std::begin(kInfoRows), std::end(kInfoRows),
+                                 [=](const InfoRow& known) { return known.code == code; });
+  return row != std::end(kInfoRows) ? row->answer({dbf_of(argv[0]), argc, argv}) : nil_value();
 }
 
 Var* di_alias(std::int32_t, Var** argv) {
