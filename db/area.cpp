@@ -219,39 +219,29 @@ void look_at_shared(WorkArea* area, const WorkArea* former) {
     skip_nothing(area->server());
 }
 
-WorkArea* select_found(WorkArea* area, int mode) {
-  if (mode == 2 || mode == 4) return area;
+WorkArea* select_found(WorkArea* area, SelectMode mode) {
+  if (mode == SelectMode::kLookUp || mode == SelectMode::kRequire) return area;
   const WorkArea* former = state.current;
   make_current(area);
   look_at_shared(area, former);
   return area;
 }
 
-WorkArea* select_number(std::int32_t number, int mode) {
+WorkArea* select_number(std::int32_t number, SelectMode mode) {
   if (number < 0 || number > kMaxArea) return cannot_select(std::to_string(number));
   if (number == 0) {
-    if (mode > 0) return nullptr;
+    if (mode != SelectMode::kNewIfUnknown && mode != SelectMode::kNewNumber) return nullptr;
     number = lowest_free_number();
     return number > kMaxArea ? cannot_select(std::to_string(number)) : create_area(number);
   }
   if (WorkArea* area = area_by_number(number); area != nullptr) return select_found(area, mode);
   if (state.current != nullptr && state.current->number == number) return state.current;
-  switch (mode) {
-    case -1:
-    case 0:
-      return create_area(number);
-    case 1:
-    case 2:
-      return nullptr;
-    case 4:
-      return cannot_select(std::to_string(number));
-    default:
-      RT_ERROR(320, format_text("Illegal parameter for ogsSelect(..., %d)", mode));
-      return nullptr;
-  }
+  if (mode == SelectMode::kRequire) return cannot_select(std::to_string(number));
+  return mode == SelectMode::kExisting || mode == SelectMode::kLookUp ? nullptr
+                                                                      : create_area(number);
 }
 
-WorkArea* select_text(std::string_view source, int mode) {
+WorkArea* select_text(std::string_view source, SelectMode mode) {
   std::string text(source);
   if (macro_hooks().expand != nullptr && text.find('&') != std::string::npos)
     macro_hooks().expand(source, text, 0);
@@ -260,15 +250,8 @@ WorkArea* select_text(std::string_view source, int mode) {
     return select_found(area, mode);
   const std::int32_t number = number_in_text(text);
   if (number >= 0) return select_number(number, mode);
-  switch (mode) {
-    case -1:
-      return select_number(0, mode);
-    case 0:
-    case 4:
-      return cannot_select(text);
-    default:
-      return select_number(0, mode);
-  }
+  return mode == SelectMode::kNewNumber || mode == SelectMode::kRequire ? cannot_select(text)
+                                                                        : select_number(0, mode);
 }
 
 // --- What the core sees.
@@ -342,14 +325,14 @@ WorkArea* resolve_alias(std::string_view text) {
   return number > 0 ? area_by_number(number) : nullptr;
 }
 
-WorkArea* ogsSelect(Var* value, int mode) {
+WorkArea* ogsSelect(Var* value, SelectMode mode) {
   if (Var* server = current_server(); server != nullptr) skip_nothing(server);
   if (value->type == 'C') return select_text(text_of(value), mode);
   return is_number(value) ? select_number(integer_of(value), mode) : nullptr;
 }
 
 WorkArea* select_free_area() {
-  return select_number(0, 0);
+  return select_number(0, SelectMode::kNewNumber);
 }
 
 WorkArea* ogcrarea() {

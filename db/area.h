@@ -44,10 +44,15 @@ inline WorkArea* area_of(const FieldOwner* owner) {
 // else a number. The empty text is the current area. Null when there is no such area.
 WorkArea* resolve_alias(std::string_view text);
 
-// Selects or finds an area by alias or number; null when there is none. Modes:
-//   -1, 0  select, creating an unknown number; 0 raises 320 for an unknown alias, -1 takes it as 0
-//    1     select what exists      2  look up only      4  look up, error 320 when unknown
-WorkArea* ogsSelect(Var* value, int mode);
+// Selects or finds an area by alias or number; null when there is none.
+enum class SelectMode : std::uint8_t {
+  kNewIfUnknown,  // an unknown number is created; an unknown alias selects a new area
+  kNewNumber,     // an unknown number is created, an unknown alias is error 320
+  kExisting,      // only what exists is selected
+  kLookUp,        // nothing is selected
+  kRequire,       // nothing is selected, and what is unknown is error 320
+};
+WorkArea* ogsSelect(Var* value, SelectMode mode);
 // Makes the lowest free area number current, creating its record.
 WorkArea* select_free_area();
 

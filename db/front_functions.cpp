@@ -94,7 +94,7 @@ void fill_column(Var* target, const Var* rows, std::int32_t column) {
 // --- Selection.
 
 Var* dbselectar(std::int32_t argc, Var** argv) {
-  if (argc > 0) ogsSelect(argv[0], -1);
+  if (argc > 0) ogsSelect(argv[0], SelectMode::kNewIfUnknown);
   return false_value();
 }
 

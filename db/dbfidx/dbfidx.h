@@ -269,10 +269,11 @@ int lockRecord(DbfIdx& dbf, std::int32_t n);    // 0 held, -1 refused; does not 
 int unlockRecord(DbfIdx& dbf, std::int32_t n);  // 0 released or not held, -1 failed
 int lockFile(DbfIdx& dbf);
 int unlockAll(DbfIdx& dbf);
-// Against the other areas of this process on the same file: 0 conflict, 1 alone, 2 none conflicts.
-// Modes: 1 record lock n, 2 file lock, 3 shared open (warning 902 when not alone), 4 exclusive
-// open.
-int ringCheck(DbfIdx& dbf, int mode, std::int32_t n = 0);
+// Against the other areas of this process on the same file. A shared open beside others is warning
+// 902.
+enum class RingUse : std::uint8_t { kRecordLock, kFileLock, kSharedOpen, kExclusiveOpen };
+enum class Ring : std::uint8_t { kConflict, kAlone, kCompatible };
+Ring ringCheck(DbfIdx& dbf, RingUse use, std::int32_t n = 0);
 void join_ring(DbfIdx& dbf);
 void leave_ring(DbfIdx& dbf);
 // May record n be written: exclusive, file lock, or record lock held.

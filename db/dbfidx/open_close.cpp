@@ -105,9 +105,10 @@ bool open_memo(DbfIdx& dbf) {
 
 // The claims of other areas and processes allow this open.
 bool claim(DbfIdx& dbf, bool exclusive) {
-  const int alone = ringCheck(dbf, exclusive ? 4 : 3);
-  if (alone == 0) return false;
-  return (alone == 2 && !exclusive) || claim_table(dbf, exclusive);
+  const Ring ring =
+      ringCheck(dbf, exclusive ? RingUse::kExclusiveOpen : RingUse::kSharedOpen);
+  if (ring == Ring::kConflict) return false;
+  return (ring == Ring::kCompatible && !exclusive) || claim_table(dbf, exclusive);
 }
 
 bool open_file_of(DbfIdx& dbf, const OpenRequest& request) {

@@ -130,17 +130,18 @@ bool set_record_lock(DbfIdx& dbf, std::int32_t n, short type) {
   return lock_range(dbf.dbfFd, type, record_place(dbf, n), dbf.recordSize);
 }
 
-bool conflicts(const DbfIdx& other, int mode, std::int32_t n) {
-  switch (mode) {
-    case 1:
+bool conflicts(const DbfIdx& other, RingUse use, std::int32_t n) {
+  switch (use) {
+    case RingUse::kRecordLock:
       return other.is(kFileLocked) || other.exclusive() || other.lockList.holds(n);
-    case 2:
+    case RingUse::kFileLock:
       return other.is(kFileLocked) || other.exclusive() || other.lockList.count() > 0;
-    case 3:
+    case RingUse::kSharedOpen:
       return other.exclusive();
-    default:
+    case RingUse::kExclusiveOpen:
       return true;
   }
+  return true;
 }
 
 }  // namespace
@@ -256,7 +257,7 @@ bool holds_record(const DbfIdx& dbf, std::int32_t n) {
 }
 
 int lockRecord(DbfIdx& dbf, std::int32_t n) {
-  if (!dbf.isOpen() || n < 1 || ringCheck(dbf, 1, n) == 0 || dbf.is(kFileLocked)) return -1;
+  if (!dbf.isOpen() || n < 1 || ringCheck(dbf, RingUse::kRecordLock, n) == Ring::kConflict || dbf.is(kFileLocked)) return -1;
   if (dbf.lockList.holds(n)) return 0;
   if (!set_record_lock(dbf, n, lock_type(dbf))) return -1;
   dbf.lockList.insert(n);
@@ -273,7 +274,7 @@ int unlockRecord(DbfIdx& dbf, std::int32_t n) {
 }
 
 int lockFile(DbfIdx& dbf) {
-  if (!dbf.isOpen() || dbf.is(kFileLocked) || ringCheck(dbf, 2) == 0) return -1;
+  if (!dbf.isOpen() || dbf.is(kFileLocked) || ringCheck(dbf, RingUse::kFileLock) == Ring::kConflict) return -1;
   if (!lock_range(dbf.dbfFd, lock_type(dbf), kFileLockAt, kFileLockLength)) return -1;
   dbf.flags |= kFileLocked;
   return 0;
@@ -293,12 +294,12 @@ int unlockAll(DbfIdx& dbf) {
 
 // --- Areas of this process on the same file.
 
-int ringCheck(DbfIdx& dbf, int mode, std::int32_t n) {
-  if (dbf.ring == &dbf) return 1;
+Ring ringCheck(DbfIdx& dbf, RingUse use, std::int32_t n) {
+  if (dbf.ring == &dbf) return Ring::kAlone;
   for (const DbfIdx* other = dbf.ring; other != &dbf; other = other->ring)
-    if (conflicts(*other, mode, n)) return 0;
-  if (mode == 3) dxerror(dbf, TableError::kMultiplyOpened, {dbf.fileName});
-  return 2;
+    if (conflicts(*other, use, n)) return Ring::kConflict;
+  if (use == RingUse::kSharedOpen) dxerror(dbf, TableError::kMultiplyOpened, {dbf.fileName});
+  return Ring::kCompatible;
 }
 
 void join_ring(DbfIdx& dbf) {
