@@ -1,0 +1,29 @@
+// The map in docs/architecture.md names every source file.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace tarnel {
+namespace {
+
+TEST(Map, NamesEveryFile) {
+  const std::filesystem::path root = TARNEL_SOURCE_DIR;
+  std::ifstream in(root / "docs/architecture.md");
+  const std::string page{std::istreambuf_iterator<char>(in), {}};
+  int files = 0;
+  for (const char* room :
+       {"core", "macro", "lib", "term", "db", "frontend", "pages", "console"})
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root / room)) {
+      const auto& path = entry.path();
+      if (path.extension() != ".cpp" && path.extension() != ".h") continue;
+      ++files;
+      EXPECT_NE(page.find("`" + path.stem().string() + "`"), std::string::npos) << path;
+    }
+  EXPECT_GT(files, 100);
+}
+
+}  // namespace
+}  // namespace tarnel
