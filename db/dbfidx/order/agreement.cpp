@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::uint8_t kUnknownCounter = 0, kMark = 1, kFarCounter = 255;
 
-bool may_look(const DbfIdx& dbf) {
+[[maybe_unused]] bool may_look(const DbfIdx& dbf) {
   return dbf.exclusive() || is_locked(dbf);
 }
 
