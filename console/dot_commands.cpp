@@ -9,6 +9,7 @@
 #include "core/modules.h"
 #include "core/output.h"
 #include "core/stacks.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -49,12 +50,6 @@ constexpr SettingRow kSettings[] = {
     {"deleted", 11},   {"century", 41},   {"autolock", 39}, {"multilocks", 40}, {"developer", 0},
     {"lowerfiles", 0}, {"upperfiles", 0}, {"pathlower", 0}, {"pathupper", 0},
 };
-
-std::string lower(std::string_view text) {
-  std::string copy(text);
-  for (char& c : copy) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return copy;
-}
 
 std::string_view take_word(std::string_view& line) {
   const std::size_t end = std::min(line.find_first_of(" \t"), line.size());
@@ -106,7 +101,7 @@ bool help(std::string_view name) {
     return true;
   }
   if (name.front() == '.') name.remove_prefix(1);
-  const std::string wanted = lower(name.substr(0, name.find('(')));
+  const std::string wanted = lower_text(name.substr(0, name.find('(')));
   bool found = false;
   for (const DotCommand& command : kDotCommands) {
     if (command.name != wanted) continue;
@@ -151,13 +146,13 @@ void write_setting(const SettingRow& row) {
 
 // on and off, or any expression.
 Var* setting_value(std::string_view text) {
-  const std::string word = lower(text);
+  const std::string word = lower_text(text);
   if (word == "on" || word == "off") return logical(word == "on");
   return evaluate_argument(text);
 }
 
 bool set(std::string_view arguments) {
-  const std::string name = lower(take_word(arguments));
+  const std::string name = lower_text(take_word(arguments));
   bool found = name.empty();
   for (const SettingRow& row : kSettings) {
     if (!name.empty() && row.name != name) continue;
@@ -181,7 +176,7 @@ bool is_dot_line(std::string_view line) {
 }
 
 bool run_dot_line(std::string_view line) {
-  const std::string name = lower(take_word(line));
+  const std::string name = lower_text(take_word(line));
   for (const DotCommand& command : kDotCommands)
     if (command.name == name) return command.run(line);
   complain("unknown command ." + name + ", .help lists them");

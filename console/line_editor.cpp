@@ -20,6 +20,7 @@
 #include "core/sequence.h"
 #include "core/signals.h"
 #include "core/symbols.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -28,14 +29,8 @@ constexpr int kHistoryLines = 1000;
 
 using Names = std::vector<std::string>;
 
-char lower(char c) {
-  return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-}
-
 bool begins_with(std::string_view name, std::string_view beginning) {
-  return name.size() >= beginning.size() &&
-         std::equal(beginning.begin(), beginning.end(), name.begin(),
-                    [](char a, char b) { return lower(a) == lower(b); });
+  return same_letters(name.substr(0, beginning.size()), beginning);
 }
 
 void complete_function(std::string_view beginning, Names& names) {
@@ -50,9 +45,7 @@ void complete_variable(std::string_view beginning, Names& names) {
     const Symbol& symbol = symbol_at(i);
     if (symbol.name[0] == 0 || is_undefined(symbol.var) || !begins_with(symbol.name, beginning))
       continue;
-    std::string name(symbol.name);
-    std::transform(name.begin(), name.end(), name.begin(), lower);
-    names.push_back(std::move(name));
+    names.push_back(lower_text(symbol.name));
   }
 }
 

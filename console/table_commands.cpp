@@ -12,6 +12,7 @@
 #include "core/errors.h"
 #include "core/output.h"
 #include "core/stacks.h"
+#include "core/text.h"
 #include "db/area.h"
 #include "lib/value_text.h"
 
@@ -57,18 +58,6 @@ class AlignedTable {
   std::vector<std::size_t> widths_;
 };
 
-std::string trimmed(std::string_view text) {
-  const std::size_t start = text.find_first_not_of(' ');
-  if (start == std::string_view::npos) return {};
-  return std::string(text.substr(start, text.find_last_not_of(' ') - start + 1));
-}
-
-std::string lower(std::string_view text) {
-  std::string copy(text);
-  for (char& c : copy) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return copy;
-}
-
 // One line of text: control characters would break the table.
 std::string cell_text(Var* value) {
   std::string mask, text;
@@ -78,7 +67,7 @@ std::string cell_text(Var* value) {
     varDefaultText(value, mask, text);
   for (char& c : text)
     if (std::iscntrl(static_cast<unsigned char>(c)) != 0) c = ' ';
-  return trimmed(text);
+  return std::string(trim_blanks(text));
 }
 
 std::string number_text(Var* value) {
@@ -144,8 +133,8 @@ void complete_fields(Var* server, const std::string& prefix, std::string_view be
   const TempsMark mark;
   const std::int32_t fields = integer_of(get_ivar(server, "fcount"));
   for (std::int32_t i = 1; i <= fields; ++i) {
-    const std::string name = lower(text_of(call(server, "fieldname", TMP_INT(i))));
-    if (name.starts_with(lower(beginning))) names.push_back(prefix + name);
+    const std::string name = lower_text(text_of(call(server, "fieldname", TMP_INT(i))));
+    if (name.starts_with(lower_text(beginning))) names.push_back(prefix + name);
   }
 }
 
@@ -233,8 +222,8 @@ void complete_table_name(std::string_view beginning, std::vector<std::string>& n
     return;
   }
   for (const WorkArea* area = area_list(); area != nullptr; area = area->next)
-    if (const std::string alias = lower(area->alias);
-        !alias.empty() && alias.starts_with(lower(beginning)))
+    if (const std::string alias = lower_text(area->alias);
+        !alias.empty() && alias.starts_with(lower_text(beginning)))
       names.push_back(alias + "->");
   if (Var* server = current_server(); server != nullptr)
     complete_fields(server, "", beginning, names);

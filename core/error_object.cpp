@@ -10,6 +10,7 @@
 #include "core/runtime.h"
 #include "core/sequence.h"
 #include "core/settings.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -113,7 +114,7 @@ bool is_error_object(const Var* v) {
 
 std::string place_of_failure(std::int32_t level) {
   const Frame* f = frame_at(level);
-  return upper_name(f != nullptr ? f->proc : "") + format_text("(%d)", f != nullptr ? f->line : 0);
+  return upper_text(f != nullptr ? f->proc : "") + format_text("(%d)", f != nullptr ? f->line : 0);
 }
 
 constexpr const char* kChoices[] = {"Abort", "Ignore", "Callstack",
@@ -132,8 +133,8 @@ std::string call_stack() {
     const Frame* f = frame_at(level);
     if (f == nullptr) return stack;
     if (!stack.empty()) stack += ';';
-    stack += format_text("%-10.10s%5d:%-12.12s", upper_name(f->module).c_str(), f->line,
-                         (upper_name(f->proc) + "()").c_str());
+    stack += format_text("%-10.10s%5d:%-12.12s", upper_text(f->module).c_str(), f->line,
+                         (upper_text(f->proc) + "()").c_str());
   }
 }
 

@@ -11,6 +11,7 @@
 #include "core/frame.h"
 #include "core/output.h"
 #include "core/runtime.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -159,9 +160,7 @@ Var* RT_WARNING(int code, std::string_view text) {
 }
 
 Var* RT_INTERNAL(int code, std::string_view text, SourceLine where) {
-  std::string_view file = where.file;
-  file.remove_prefix(file.rfind('/') + 1);
-  return raise({code, kInternal, text, where.line, file});
+  return raise({code, kInternal, text, where.line, base_name(where.file)});
 }
 
 void RT_FATAL(int code, std::string_view text) {

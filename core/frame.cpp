@@ -1,7 +1,6 @@
 #include "core/frame.h"
 
 #include <cassert>
-#include <cctype>
 #include <string>
 
 #include "core/arrays.h"
@@ -9,6 +8,7 @@
 #include "core/errors.h"
 #include "core/runtime.h"
 #include "core/signals.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -148,12 +148,6 @@ Frame* frame_of_argument(std::int32_t argc, Var** argv) {
 
 }  // namespace
 
-std::string upper_name(const char* text) {
-  std::string name = text;
-  for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return name;
-}
-
 Var* procline(std::int32_t argc, Var** argv) {
   const Frame* f = frame_of_argument(argc, argv);
   return f != nullptr ? TMP_INT(f->line) : num_zero();
@@ -161,12 +155,12 @@ Var* procline(std::int32_t argc, Var** argv) {
 
 Var* procname(std::int32_t argc, Var** argv) {
   const Frame* f = frame_of_argument(argc, argv);
-  return f != nullptr ? TMP_TEXT(upper_name(f->proc)) : empty_text();
+  return f != nullptr ? TMP_TEXT(upper_text(f->proc)) : empty_text();
 }
 
 Var* procfile(std::int32_t argc, Var** argv) {
   const Frame* f = frame_of_argument(argc, argv);
-  return f != nullptr ? TMP_TEXT(upper_name(f->module)) : empty_text();
+  return f != nullptr ? TMP_TEXT(upper_text(f->module)) : empty_text();
 }
 
 Var* pcount(std::int32_t, Var**) {

@@ -84,9 +84,6 @@ Var* CALL_SIMPLE(Callable fn, Args*... args) {
 // [0] The nth visible frame from the current one (0 = itself), or null.
 Frame* frame_at(std::int32_t n);
 
-// [0] A name of a frame as programs see it.
-std::string upper_name(const char* text);
-
 // [0] Ends the procedures above `frame` without results, for a break: their bindings go, frame and level
 // are then those of `frame`. To be called before the native stack is left, since the frames lie in it.
 void leave_procedures(Frame* frame, std::int32_t vars);

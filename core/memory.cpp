@@ -12,6 +12,7 @@
 #include "core/frame.h"
 #include "core/output.h"
 #include "core/runtime.h"
+#include "core/text.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define TARNEL_POISON_GUARDS 1
@@ -96,11 +97,6 @@ void seal(unsigned char* block, std::uint32_t size) {
   guard_access(block, false);
 }
 
-const char* base_name(const char* path) {
-  const char* slash = std::strrchr(path, '/');
-  return slash != nullptr ? slash + 1 : path;
-}
-
 [[gnu::format(printf, 1, 2)]] void trace(const char* format, ...) {
   if (state.trace_fd < 0) return;
   char line[512];
@@ -123,7 +119,7 @@ void trace_operation(Operation op, const unsigned char* block, SourceLine where)
   const auto total = static_cast<long>(state.live_bytes);
   const auto count = static_cast<long>(state.operations);
   const Frame* f = current_frame();
-  const char* file = base_name(where.file);
+  const char* file = base_name(where.file).data();
   switch (op) {
     case Operation::kCheckFailed:
       return trace("%8lx %8ld C %8ld %s:%s:%d %s:%d\n", address, size, total, f->module, f->proc,

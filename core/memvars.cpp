@@ -1,7 +1,6 @@
 #include "core/memvars.h"
 
 #include <algorithm>
-#include <cctype>
 #include <string>
 #include <vector>
 
@@ -9,6 +8,7 @@
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/symbols.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -19,12 +19,6 @@ struct MemvarState {
   AreaHooks areas{};
   std::string readvar;
 } state;
-
-std::string cased(std::string_view text, int (*convert)(int)) {
-  std::string copy(text);
-  for (char& c : copy) c = static_cast<char>(convert(static_cast<unsigned char>(c)));
-  return copy;
-}
 
 Var* alias_not_open(std::string_view alias) {
   return RT_ERROR(342, alias);
@@ -93,7 +87,7 @@ std::int32_t argument_or_zero(std::int32_t argc, Var** argv, std::int32_t i) {
 
 char kind_letter(std::int32_t argc, Var** argv, std::int32_t i, char missing) {
   if (!arg_is(argc, argv, i, "CM") || text_of(argv[i]).empty()) return missing;
-  return static_cast<char>(std::toupper(static_cast<unsigned char>(text_of(argv[i]).front())));
+  return upper_letter(text_of(argv[i]).front());
 }
 
 }  // namespace
@@ -196,10 +190,9 @@ void* SELECT_AREA_VAR(Var* which) {
 Var* FIND_LOCAL(std::string_view name, char kind) {
   const Frame* f = frame_at(0);
   if (f == nullptr) return nil_value();
-  const std::string upper = cased(name, std::toupper);
   for (const FrameName* names : {f->local_names, f->static_names})
     for (; names != nullptr && names->cell != nullptr; ++names)
-      if ((kind == 0 || names->text[0] == kind) && cased(names->text + 1, std::toupper) == upper)
+      if ((kind == 0 || names->text[0] == kind) && same_letters(names->text + 1, name))
         return *names->cell;
   return nil_value();
 }
@@ -236,7 +229,7 @@ Var* procvar(std::int32_t argc, Var** argv) {
   const Frame* f = frame_at(argument_or_zero(argc, argv, 2));
   if (f == nullptr) return error_value();
   const FrameName* names = which == 'F' || which == 'T' ? f->static_names : f->local_names;
-  Var* cell = find_in(names, which == 'F' ? 'S' : 'L', cased(text_of(argv[0]), std::tolower));
+  Var* cell = find_in(names, which == 'F' ? 'S' : 'L', lower_text(text_of(argv[0])));
   if (cell == nullptr) return error_value();
   return argc > 3 ? CPY_VAR(cell, argv[3]) : cell;
 }
@@ -282,7 +275,7 @@ Var* mvprivate(std::int32_t argc, Var** argv) {
 Var* readvar(std::int32_t argc, Var** argv) {
   if (arg_is(argc, argv, 0, "CM") && !text_of(argv[0]).empty())
     state.readvar = text_of(argv[0]).substr(0, kReadvarSize);
-  return TMP_TEXT(cased(state.readvar, std::toupper));
+  return TMP_TEXT(upper_text(state.readvar));
 }
 
 }  // namespace tarnel

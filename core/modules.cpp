@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cctype>
 #include <cstring>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/output.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -28,23 +28,6 @@ struct ModuleState {
   ModuleList modules;
   std::vector<Alias> aliases;
 } state;
-
-// Lower-cased by the ASCII rule: the names of functions know no other letters.
-char lower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-std::string lower_text(std::string_view text) {
-  std::string copy(text);
-  for (char& c : copy) c = lower(c);
-  return copy;
-}
-
-std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  return text;
-}
 
 void refuse_version() {
   write_fully(STDERR_FILENO,
@@ -97,12 +80,7 @@ bool run_list(std::span<const FunctionEntry> ModuleRecord::*list, std::int32_t a
 }
 
 bool same_alias(std::string_view a, std::string_view b) {
-  a = a.substr(0, kAliasSize);
-  b = b.substr(0, kAliasSize);
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i)
-    if (lower(a[i]) != lower(b[i])) return false;
-  return true;
+  return same_letters(a.substr(0, kAliasSize), b.substr(0, kAliasSize));
 }
 
 Var* unknown_function(std::int32_t, Var**) {
@@ -172,7 +150,7 @@ std::string FULL_NAME(std::string_view name) {
 Var* isfunction(std::int32_t argc, Var** argv) {
   if (!arg_is(argc, argv, 0, "CM")) return error_value();
   std::string name = lower_text(text_of(argv[0]));
-  name = std::string(trimmed(std::string_view(name).substr(0, name.find('('))));
+  name = std::string(trim_blanks(std::string_view(name).substr(0, name.find('('))));
   if (owns_payload(argv[0]) && !letter_in(argv[0]->sclass, "CF")) SET_STR(argv[0], name);
   return logical(FIND_FUNC(FULL_NAME(name)) >= 0);
 }

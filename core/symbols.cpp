@@ -1,13 +1,13 @@
 #include "core/symbols.h"
 
 #include <algorithm>
-#include <cctype>
 
 #include "core/checks.h"
 #include "core/classes.h"
 #include "core/frame.h"
 #include "core/memory.h"
 #include "core/stacks.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -32,12 +32,10 @@ struct Key {
 
 Key make_key(std::string_view name) {
   Key key;
-  name = name.substr(0, kSearchLength);
-  while (!name.empty() && name.front() == ' ') name.remove_prefix(1);
-  while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
+  name = trim_blanks(name.substr(0, kSearchLength));
   key.length = std::min<std::size_t>(name.size(), kNameSize);
-  for (std::size_t i = 0; i < key.length; ++i)
-    key.text[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[i])));
+  std::transform(name.begin(), name.begin() + static_cast<std::ptrdiff_t>(key.length), key.text,
+                 upper_letter);
   return key;
 }
 

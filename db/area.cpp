@@ -1,7 +1,6 @@
 #include "db/area.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <utility>
 
@@ -11,6 +10,7 @@
 #include "core/modules.h"
 #include "core/runtime.h"
 #include "core/symbols.h"
+#include "core/text.h"
 #include "db/dataserver.h"
 #include "lib/arguments.h"
 
@@ -27,12 +27,6 @@ struct AreaState {
   bool neterr = false;
   std::string_view wanted;  // see WantedAlias
 } state;
-
-std::string upper(std::string_view text) {
-  std::string copy(text);
-  for (char& c : copy) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return copy;
-}
 
 std::string_view significant(std::string_view alias) {
   return alias.substr(0, kAliasSize);
@@ -158,8 +152,8 @@ std::string unique_alias(const Var* object, std::string_view base, bool& changed
 }
 
 std::string base_alias(std::string_view file) {
-  file.remove_prefix(file.rfind('/') + 1);
-  return upper(file.substr(0, file.rfind('.'))).substr(0, kMadeAliasSize);
+  file = base_name(file);
+  return upper_text(file.substr(0, file.rfind('.'))).substr(0, kMadeAliasSize);
 }
 
 bool check_server(const Var* object) {
@@ -210,7 +204,7 @@ std::int32_t number_in_text(std::string_view text) {
   if (code == std::errc()) return number;
   const std::string_view letter = trim_right(text);
   if (letter.size() != 1) return -1;
-  const char c = static_cast<char>(std::toupper(static_cast<unsigned char>(letter[0])));
+  const char c = upper_letter(letter[0]);
   return c >= kFirstLetter && c <= kLastLetter ? c - kFirstLetter + 1 : -1;
 }
 
@@ -302,7 +296,7 @@ WorkArea* area_by_number(std::int32_t number) {
 }
 
 WorkArea* area_by_alias(std::string_view alias) {
-  const std::string wanted = upper(significant(alias));
+  const std::string wanted = upper_text(significant(alias));
   for (WorkArea* area = state.list; area != nullptr; area = area->next)
     if (wanted == area->alias) return area;
   return nullptr;
@@ -317,7 +311,7 @@ WorkArea* area_by_server(const Var* object) {
 WorkArea* resolve_alias(std::string_view text) {
   if (text.empty()) return state.current;
   const std::string name =
-      upper(trim_blanks(text.substr(0, kAliasTextLimit).substr(0, kMadeAliasSize)));
+      upper_text(trim_blanks(text.substr(0, kAliasTextLimit).substr(0, kMadeAliasSize)));
   if (name.empty()) return state.current;
   if (WorkArea* area = area_by_alias(name); area != nullptr) return area;
   if (name == std::string_view(&kCurrentLetter, 1)) return state.current;
@@ -385,7 +379,7 @@ int ogannali(Var* object, std::string_view file, std::string* alias) {
 }
 
 int rename_alias(Var* object, std::string_view alias, std::string* given) {
-  const std::string wanted = upper(trim_blanks(alias)).substr(0, kMadeAliasSize);
+  const std::string wanted = upper_text(trim_blanks(alias)).substr(0, kMadeAliasSize);
   return take_alias(object, wanted, given);
 }
 

@@ -1,11 +1,11 @@
 #include "db/dataserver.h"
 
-#include <cctype>
 #include <utility>
 
 #include "core/arrays.h"
 #include "core/errors.h"
 #include "core/frame.h"
+#include "core/text.h"
 #include "lib/arguments.h"
 
 namespace tarnel {
@@ -19,12 +19,6 @@ struct RegistryState {
   Var* names = nullptr;  // the array that rddlist gives
   std::string standard = kFirstDriver;
 } state;
-
-std::string upper(std::string_view text) {
-  std::string copy(text);
-  for (char& c : copy) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return copy;
-}
 
 Var* driver_names() {
   if (state.names == nullptr) {
@@ -114,7 +108,7 @@ const std::string& default_driver() {
 }
 
 Callable driver_factory(std::string_view driver) {
-  const std::string name = upper(trim_blanks(driver)) + "NEW";
+  const std::string name = upper_text(trim_blanks(driver)) + "NEW";
   const Callable factory = lookup_function(name);
   if (factory == nullptr) RT_ERROR(320, format_text("Driver '%s' not found", name.c_str()));
   return factory;
@@ -130,7 +124,7 @@ Var* oggdefob(std::string_view driver) {
 }
 
 Var* annnewrdd(std::int32_t argc, Var** argv) {
-  const std::string name = upper(text_argument(argc, argv, 0)).substr(0, kDriverNameSize);
+  const std::string name = upper_text(text_argument(argc, argv, 0)).substr(0, kDriverNameSize);
   if (!name.empty() && !is_listed(name)) CALL_SIMPLE(aadd, driver_names(), TMP_TEXT(name));
   return nil_value();
 }
@@ -142,7 +136,7 @@ Var* rddlist(std::int32_t, Var**) {
 Var* rddsetdefa(std::int32_t argc, Var** argv) {
   Var* former = TMP_TEXT(state.standard);
   if (arg_is(argc, argv, 0, kText)) {
-    const std::string name = upper(trim_blanks(text_of(argv[0])));
+    const std::string name = upper_text(trim_blanks(text_of(argv[0])));
     state.standard = name.empty() ? kFirstDriver : name;
   }
   return former;

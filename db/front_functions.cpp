@@ -1,6 +1,5 @@
 // The front functions that have rules of their own for their arguments or their result.
 #include <algorithm>
-#include <cctype>
 #include <string>
 #include <vector>
 
@@ -9,6 +8,7 @@
 #include "core/frame.h"
 #include "core/settings.h"
 #include "core/stacks.h"
+#include "core/text.h"
 #include "db/area.h"
 #include "db/front.h"
 #include "lib/arguments.h"
@@ -49,12 +49,6 @@ void give_alias(Var* object, const std::string& wanted) {
     RT_WARNING(901,
                format_text("Duplicate alias detected;alias automatically changed;from %s;to %s",
                            wanted.c_str(), alias.c_str()));
-}
-
-std::string upper_trimmed(std::string_view text) {
-  std::string copy(trim_blanks(text));
-  for (char& c : copy) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return copy;
 }
 
 // The factory's arguments: the file, then shared and read-only as far as given, then, in the full
@@ -125,8 +119,8 @@ Var* dbusearea(std::int32_t argc, Var** argv) {
     return fail_open();
   }
   const std::string wanted =
-      arg_is(argc, argv, 3, "C") ? upper_trimmed(text_of(argv[3])) : std::string();
-  const std::string driver = upper_trimmed(text_argument(argc, argv, 1));
+      arg_is(argc, argv, 3, "C") ? upper_text(trim_blanks(text_of(argv[3]))) : std::string();
+  const std::string driver = upper_text(trim_blanks(text_argument(argc, argv, 1)));
   const Callable factory = driver_factory(driver.empty() ? default_driver() : driver);
   if (factory == nullptr) return fail_open();
   const bool as_new = arg_is(argc, argv, 0, "L") && truth_of(argv[0]);

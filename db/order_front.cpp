@@ -1,5 +1,6 @@
 #include "db/order_front.h"
 
+#include "core/text.h"
 #include "db/front.h"
 
 namespace tarnel {
@@ -57,7 +58,7 @@ Var* ordsetfocus(std::int32_t argc, Var** argv) {
     Var* passed[] = {TMP_INT(kName), number};
     const Var* found = front_call(server, {"orderinfo", kMethod}, 2, passed);
     const auto base = [](std::string_view name) {
-      name.remove_prefix(name.rfind('/') + 1);
+      name = base_name(name);
       return name.substr(0, name.rfind('.'));
     };
     if (!is_text(found) || text_of(found) != base(text_of(argv[0]))) return former;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "core/text.h"
 #include "core/var.h"
 
 namespace tarnel {
@@ -26,17 +27,6 @@ inline std::int32_t int_argument(std::int32_t argc, Var* const* argv, std::int32
 inline std::string_view text_argument(std::int32_t argc, Var* const* argv, std::int32_t i,
                                       std::string_view usual = "") {
   return arg_is(argc, argv, i, kText) ? text_of(argv[i]) : usual;
-}
-
-constexpr std::string_view trim_left(std::string_view text) {
-  const auto start = text.find_first_not_of(' ');
-  return text.substr(start == text.npos ? text.size() : start);
-}
-constexpr std::string_view trim_right(std::string_view text) {
-  return text.substr(0, text.find_last_not_of(' ') + 1);
-}
-constexpr std::string_view trim_blanks(std::string_view text) {
-  return trim_right(trim_left(text));
 }
 
 }  // namespace tarnel

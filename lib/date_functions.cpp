@@ -2,7 +2,6 @@
 
 #include <sys/times.h>
 
-#include <cctype>
 #include <ctime>
 
 #include "core/errors.h"
@@ -35,16 +34,8 @@ Var* narrow_int(std::int32_t value, std::int32_t width) {
   return result;
 }
 
-std::tm local_time() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  return local;
-}
-
 bool is_on(std::string_view text) {
-  return text.size() == 2 && std::toupper(static_cast<unsigned char>(text[0])) == 'O' &&
-         std::toupper(static_cast<unsigned char>(text[1])) == 'N';
+  return same_letters(text, "on");
 }
 
 }  // namespace

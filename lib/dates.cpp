@@ -7,6 +7,7 @@
 
 #include "core/errors.h"
 #include "core/settings.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -14,13 +15,6 @@ namespace {
 constexpr std::size_t kFormatRead = 11;   // characters of the format that show a date
 constexpr std::size_t kFormatCheck = 15;  // characters that a check looks at
 constexpr std::size_t kFormatLimit = 19;  // characters that the setting holds
-
-constexpr char lower_ascii(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-constexpr char upper_ascii(char c) {
-  return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
 
 constexpr bool is_leap(std::int64_t year) {
   return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
@@ -130,14 +124,14 @@ DateText dateToText(std::int32_t number) {
   bool day_done = false, month_done = false, year_done = false;
   DateText text;
   for (std::size_t i = 0; i < format.size();) {
-    const char letter = lower_ascii(format[i]);
+    const char letter = lower_letter(format[i]);
     bool* done = letter == 'd' ? &day_done : letter == 'm' ? &month_done : &year_done;
     if ((letter != 'd' && letter != 'm' && letter != 'y') || *done) {
       text.bytes[text.length++] = format[i++];
       continue;
     }
     std::size_t end = i;
-    while (end < format.size() && lower_ascii(format[end]) == letter) ++end;
+    while (end < format.size() && lower_letter(format[end]) == letter) ++end;
     const std::int32_t value = letter == 'd' ? day : letter == 'm' ? month : year;
     append_padded(text, shown_value(letter, value, end - i), end - i);
     *done = true;
@@ -150,7 +144,7 @@ DateText dateToText(std::int32_t number) {
 std::int32_t textToDate(std::string_view text) {
   std::int32_t day = 0, month = 0, year = 0;
   for (const char* f = settings().date_format; *f != 0; ++f) {
-    const char letter = lower_ascii(*f);
+    const char letter = lower_letter(*f);
     std::int32_t* part = letter == 'd'   ? &day
                          : letter == 'm' ? &month
                          : letter == 'y' ? &year
@@ -183,7 +177,7 @@ std::int32_t ymdToDate(std::string_view text) {
   if (text.size() < 8) return 0;
   for (std::size_t i = 0; i < 3; ++i) {
     auto digits = text.substr(kStarts[i], kStarts[i + 1] - kStarts[i]);
-    digits.remove_prefix(std::min(digits.find_first_not_of(' '), digits.size()));
+    digits = trim_left(digits);
     for (const char c : digits) {
       if (c < '0' || c > '9') return 0;
       parts[i] = parts[i] * 10 + (c - '0');
@@ -197,13 +191,13 @@ DateFormat dateFormatCheck(std::string_view format) {
   DateFormat result{DateFormat::kClean, {}, {}, {}};
   bool marked = false;
   for (std::size_t i = 0; i < format.size(); ++i) {
-    const char c = format[i], letter = upper_ascii(c);
+    const char c = format[i], letter = upper_letter(c);
     if (c == ' ') continue;
     if (c == '-' || c == '.' || c == '/') {
       result.format += c;
       result.template_ += c;
     } else if (letter == 'D' || letter == 'M' || letter == 'Y') {
-      const bool twice = i + 1 < format.size() && upper_ascii(format[i + 1]) == letter;
+      const bool twice = i + 1 < format.size() && upper_letter(format[i + 1]) == letter;
       if (!twice || result.order.find(letter) != std::string::npos) {
         marked = true;
         continue;
@@ -213,7 +207,7 @@ DateFormat dateFormatCheck(std::string_view format) {
       result.template_.append(shown, '#');
       result.order += letter;
       ++i;
-      while (letter == 'Y' && i + 1 < format.size() && upper_ascii(format[i + 1]) == 'Y') ++i;
+      while (letter == 'Y' && i + 1 < format.size() && upper_letter(format[i + 1]) == 'Y') ++i;
     } else {
       marked = true;
       result.format += '/';
@@ -228,7 +222,7 @@ DateFormat dateFormatCheck(std::string_view format) {
 
 std::string date_format() {
   std::string format = settings().date_format;
-  std::transform(format.begin(), format.end(), format.begin(), upper_ascii);
+  std::transform(format.begin(), format.end(), format.begin(), upper_letter);
   return format;
 }
 
@@ -248,7 +242,7 @@ bool setCentury(int mode) {
   const auto first = format.find_first_of("Yy");
   if (first == std::string::npos) return old;
   auto end = first;
-  while (end < format.size() && upper_ascii(format[end]) == 'Y') ++end;
+  while (end < format.size() && upper_letter(format[end]) == 'Y') ++end;
   const auto run = end - first;
   if (mode == 1 && run == 2 && format.size() < kFormatLimit)
     format.insert(first, 2, format[first]);
@@ -258,11 +252,18 @@ bool setCentury(int mode) {
   return old;
 }
 
-std::int32_t current_date() {
-  const std::time_t now = std::time(nullptr);
+std::tm local_time(std::time_t when) {
   std::tm local{};
-  localtime_r(&now, &local);
+  localtime_r(&when, &local);
+  return local;
+}
+
+std::int32_t day_of(const std::tm& local) {
   return dateEncode(local.tm_mday, local.tm_mon + 1, local.tm_year + 1900);
+}
+
+std::int32_t current_date() {
+  return day_of(local_time());
 }
 
 }  // namespace tarnel

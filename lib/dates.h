@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 #include <string_view>
 
@@ -51,7 +52,8 @@ std::string date_format();  // in upper case
 // SET CENTURY: mode 0 off, 1 on, 2 only asks. Gives the old setting and rewrites the format's year.
 bool setCentury(int mode);
 
-// Today, local time.
-std::int32_t current_date();
+std::tm local_time(std::time_t when = std::time(nullptr));
+std::int32_t day_of(const std::tm& local);
+std::int32_t current_date();  // today, local time
 
 }  // namespace tarnel

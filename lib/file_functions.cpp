@@ -32,10 +32,6 @@ bool is_plain_file(const std::string& path) {
   return file_ops().stat(path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
 }
 
-std::string base_name(const std::string& path) {
-  return path.substr(path.rfind('/') + 1);
-}
-
 // Files that a name stands for: its matches with wild cards, else the name itself.
 std::vector<std::string> files_of(std::string_view name) {
   std::string path = pathJoin("", name);
@@ -46,7 +42,7 @@ std::vector<std::string> files_of(std::string_view name) {
 // Where a file goes: into a directory under its own name, else to the name given.
 std::string target_of(const std::string& source, const std::string& target) {
   if (!is_directory(target)) return target;
-  return target + (target.back() == '/' ? "" : "/") + base_name(source);
+  return target + (target.back() == '/' ? "" : "/") + std::string(base_name(source));
 }
 
 // Renames a file. In another file system it is copied beside the target first, so that neither is
@@ -122,12 +118,11 @@ std::string attributes_of(const Entry& entry) {
 
 // {name, size, date, time, attributes} into a cell of the result.
 void describe(Var* cell, const Entry& entry) {
-  std::tm local{};
-  localtime_r(&entry.status.st_mtime, &local);
+  const std::tm local = local_time(entry.status.st_mtime);
   cscreara(cell, 5, kAllNil);
   SET_STR(element(cell, 1), entry.name);
   SET_NUM(element(cell, 2), static_cast<double>(entry.status.st_size), 0);
-  SET_DATE(element(cell, 3), dateEncode(local.tm_mday, local.tm_mon + 1, local.tm_year + 1900));
+  SET_DATE(element(cell, 3), day_of(local));
   SET_STR(element(cell, 4),
           format_text("%02d:%02d:%02d", local.tm_hour, local.tm_min, local.tm_sec));
   SET_STR(element(cell, 5), attributes_of(entry));

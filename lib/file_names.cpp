@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdlib>
 
 #include "core/errors.h"
@@ -26,15 +25,14 @@ struct FileNameState {
   std::array<ExtensionPair, 10> extensions;
 } state;
 
-using CaseMap = int (*)(int);
+using CaseMap = char (*)(char);
 
 void map_case(std::string& text, std::size_t from, std::size_t to, CaseMap map) {
-  for (std::size_t i = from; i < to; ++i)
-    text[i] = static_cast<char>(map(static_cast<unsigned char>(text[i])));
+  for (std::size_t i = from; i < to; ++i) text[i] = map(text[i]);
 }
 
 CaseMap case_map(bool lower, bool upper) {
-  return lower ? CaseMap{std::tolower} : upper ? CaseMap{std::toupper} : nullptr;
+  return lower ? lower_letter : upper ? upper_letter : nullptr;
 }
 
 // Where the part behind the last '/' begins.
@@ -55,7 +53,7 @@ bool is_separator(char c) {
 
 std::string substitute_drive(std::string name, std::size_t limit) {
   if (name.size() < 2 || name[1] != ':') return name;
-  const char letter = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
+  const char letter = upper_letter(name[0]);
   const char* value = std::getenv((letter + std::string("_OVDRIVE")).c_str());
   if (value == nullptr) return name;
   std::string replaced = value;
@@ -103,9 +101,7 @@ void shorten(std::string& name) {
 
 // The key form of an extension.
 std::string extension_key(std::string_view from) {
-  std::string key{trim_blanks(from.substr(0, kExtensionLimit))};
-  map_case(key, 0, key.size(), std::tolower);
-  return key;
+  return lower_text(trim_blanks(from.substr(0, kExtensionLimit)));
 }
 
 // The pair of a key, or the first empty one, or null when all are taken.

@@ -26,17 +26,6 @@ constexpr const char* kMonthNames[] = {"January",   "February", "March",    "Apr
                                        "September", "October",  "November", "December"};
 constexpr const char* kMessages[] = {"Insert", "Range is", "date not valid"};
 
-// Whether the process locale maps all 256 characters as ASCII does, so that eight bytes can be
-// mapped at a time. Asked for long texts only.
-bool plain_case_tables() {
-  for (int c = 0; c < 256; ++c) {
-    const bool lower = c >= 'a' && c <= 'z', upper = c >= 'A' && c <= 'Z';
-    if (std::toupper(c) != (lower ? c - 32 : c) || std::tolower(c) != (upper ? c + 32 : c))
-      return false;
-  }
-  return true;
-}
-
 // Flips bit 5 of every byte from `first` to `first` + 25, sixteen at a time.
 void flip_ascii(char* text, std::size_t n, unsigned char first) {
   using Bytes [[gnu::vector_size(16)]] = unsigned char;
@@ -59,14 +48,11 @@ void map_bytes(char* text, std::size_t n, const std::uint8_t* table) {
     text[i] = static_cast<char>(table[static_cast<unsigned char>(text[i])]);
 }
 
-constexpr std::size_t kLongText = 1024;  // from here on asking for the tables pays
-
-void map_case(char* text, std::size_t n, const std::uint8_t* language_table, int (*map)(int),
-              unsigned char first) {
-  if (language_table != nullptr) return map_bytes(text, n, language_table);
-  if (n >= kLongText && plain_case_tables()) return flip_ascii(text, n, first);
-  for (std::size_t i = 0; i < n; ++i)
-    text[i] = static_cast<char>(map(static_cast<unsigned char>(text[i])));
+void map_case(char* text, std::size_t n, const std::uint8_t* language_table, char first) {
+  if (language_table != nullptr)
+    map_bytes(text, n, language_table);
+  else
+    flip_ascii(text, n, static_cast<unsigned char>(first));
 }
 
 std::string_view text_or(const char* text, const char* usual) {
@@ -116,24 +102,19 @@ bool has_class(unsigned char c, CharClass wanted) {
   return false;
 }
 
-unsigned char to_upper(unsigned char c) {
-  const Language* l = language();
-  return l != nullptr ? l->upperMap[c] : static_cast<unsigned char>(std::toupper(c));
-}
-
-unsigned char to_lower(unsigned char c) {
-  const Language* l = language();
-  return l != nullptr ? l->lowerMap[c] : static_cast<unsigned char>(std::tolower(c));
+char to_upper(char c) {
+  upper_bytes(&c, 1);
+  return c;
 }
 
 void upper_bytes(char* text, std::size_t n) {
   const Language* l = language();
-  map_case(text, n, l != nullptr ? l->upperMap.data() : nullptr, std::toupper, 'a');
+  map_case(text, n, l != nullptr ? l->upperMap.data() : nullptr, 'a');
 }
 
 void lower_bytes(char* text, std::size_t n) {
   const Language* l = language();
-  map_case(text, n, l != nullptr ? l->lowerMap.data() : nullptr, std::tolower, 'A');
+  map_case(text, n, l != nullptr ? l->lowerMap.data() : nullptr, 'A');
 }
 
 void descend_bytes(char* text, std::size_t n) {

@@ -50,9 +50,8 @@ int language_number();
 void select_language(int number);
 
 bool has_class(unsigned char c, CharClass wanted);
-unsigned char to_upper(unsigned char c);
-unsigned char to_lower(unsigned char c);
-// Case maps in place; long plain texts go sixteen bytes at a time.
+char to_upper(char c);
+// Case maps in place.
 void upper_bytes(char* text, std::size_t n);
 void lower_bytes(char* text, std::size_t n);
 // What sorts backwards where the argument sorts forwards.

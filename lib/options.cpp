@@ -1,7 +1,6 @@
 #include "lib/options.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <string>
 
@@ -162,8 +161,7 @@ constexpr OptionRow kOptions[] = {
 };
 
 const OptionRow* find_option(std::string_view given) {
-  std::string name{trim_blanks(given)};
-  for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  const std::string name = lower_text(trim_blanks(given));
   const auto matches = [&](const OptionRow& row) {
     const std::string_view full = row.name;
     return full.substr(0, name.size()) == name &&

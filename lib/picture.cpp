@@ -25,7 +25,7 @@ void fit_template_to_text(Picture& picture, std::size_t length) {
   if (!picture.rFlag) return;
   std::size_t places = 0, end = start;  // end: behind the last place that the text fills
   for (std::size_t m = start; m < pic.size(); ++m) {
-    const char symbol = static_cast<char>(to_upper(static_cast<unsigned char>(pic[m])));
+    const char symbol = to_upper(pic[m]);
     if (!letter_in(symbol, "9NAX!#\x01")) continue;
     if (places == length) return pic.resize(end);
     ++places;

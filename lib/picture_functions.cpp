@@ -145,7 +145,7 @@ bool is_width_character(char c) {
 void apply_functions(Picture& picture, std::string& text) {
   const std::string& pic = picture.pic;
   for (std::size_t i = 1; i < pic.size() && pic[i] != ' '; ++i) {
-    const char letter = static_cast<char>(to_upper(static_cast<unsigned char>(pic[i])));
+    const char letter = to_upper(pic[i]);
     if (!apply(letter, picture, text)) {
       if (settings().developer)
         picture_warning(

@@ -45,10 +45,6 @@ bool allowed(char letter, char type) {
   });
 }
 
-char upper_char(char c) {
-  return static_cast<char>(to_upper(static_cast<unsigned char>(c)));
-}
-
 // Can a template of this type begin with the character?
 bool begins_template(char symbol, char type) {
   if (letter_in(symbol, "!#9ANY")) return true;
@@ -128,7 +124,7 @@ struct Scan {
 
   void run() {
     for (; at < picture.pic.size() && picture.pic[at] != ' '; ++at) {
-      const char letter = upper_char(picture.pic[at]);
+      const char letter = to_upper(picture.pic[at]);
       if (allowed(letter, picture.type))
         note_letter(letter);
       else if (ends_at_bad_letter(letter))
@@ -170,7 +166,7 @@ bool parse_picture(Picture& picture) {
   if (start < pic.size()) {
     pic.erase(blank + 1, start - blank - 1);
     picture.tmplPos = static_cast<int>(blank) + 1;
-    if (begins_template(upper_char(pic[blank + 1]), picture.type)) scan.bad = 0;
+    if (begins_template(to_upper(pic[blank + 1]), picture.type)) scan.bad = 0;
   }
   if (scan.bad != 0 && scan.bad < pic.size()) {
     if (settings().developer)

@@ -73,7 +73,7 @@ Outcome place(char symbol, char type, char& c) {
     case 'X':
       return Outcome::kKeep;
     case '!':
-      c = static_cast<char>(to_upper(static_cast<unsigned char>(c)));
+      c = to_upper(c);
       return Outcome::kKeep;
     case '#':
       return type == 'L' ? Outcome::kLiteral : keep_if(c == ' ' || is_signed_digit(c));
@@ -116,7 +116,7 @@ void report(char c, char symbol) {
 }
 
 char symbol_at(const Picture& picture, std::size_t m) {
-  return static_cast<char>(to_upper(static_cast<unsigned char>(picture.pic[m])));
+  return to_upper(picture.pic[m]);
 }
 
 // Literals are written over the text.

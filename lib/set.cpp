@@ -1,7 +1,6 @@
 #include "lib/set.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 
 #include "core/errors.h"
@@ -105,19 +104,13 @@ constexpr SettingRow kRows[] = {
 constexpr int kSettings = static_cast<int>(std::size(kRows)) - 1;
 static_assert(kSettings == 41);
 
-std::string upper_start(std::string_view text, std::size_t n) {
-  std::string start{text.substr(0, n)};
-  for (char& c : start) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return start;
-}
-
 // 0 off, 1 on, 2 the value only reads.
 int logical_mode(const Var* value) {
   if (value == nullptr) return 2;
   if (value->type == 'L') return value->i != 0 ? 1 : 0;
   if (!is_text(value)) return 2;
-  const std::string word = upper_start(text_of(value), 4);
-  return word == "ON" ? 1 : word == "OFF" ? 0 : 2;
+  const std::string_view word = text_of(value).substr(0, 4);
+  return same_letters(word, "on") ? 1 : same_letters(word, "off") ? 0 : 2;
 }
 
 bool stream_flag(int n, Stream& stream) {
@@ -228,7 +221,7 @@ void store_text(int n, std::string_view text, bool append) {
       set_colour(text);
       return;
     case kDevice:
-      settings().device = upper_start(text, 5) == "PRINT" ? "PRINT" : "SCREEN";
+      settings().device = same_letters(text.substr(0, 5), "print") ? "PRINT" : "SCREEN";
       return;
     case kDelimChars:
       set_delimiters(text);

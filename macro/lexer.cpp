@@ -4,6 +4,8 @@
 #include <cassert>
 #include <cctype>
 
+#include "core/text.h"
+
 namespace tarnel {
 namespace {
 
@@ -59,16 +61,6 @@ bool is_blank(char c) {
 bool is_letter(char c) {
   return c == '_' || std::isalpha(static_cast<unsigned char>(c)) != 0;
 }
-char lower(char c) {
-  return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-}
-
-bool same_word(std::string_view text, std::string_view word) {
-  if (text.size() != word.size()) return false;
-  for (std::size_t i = 0; i < text.size(); ++i)
-    if (lower(text[i]) != word[i]) return false;
-  return true;
-}
 
 }  // namespace
 
@@ -123,7 +115,7 @@ bool Lexer::dot_word() {
   if (at(close) != '.') return false;
   const std::string_view word = text_.substr(at_ + 1, close - at_ - 1);
   for (const Spelling& spelling : kDotWords) {
-    if (!same_word(word, spelling.text)) continue;
+    if (!same_letters(word, spelling.text)) continue;
     end_ = at_ = close + 1;
     token_ = spelling.token;
     return true;

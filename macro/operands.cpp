@@ -1,6 +1,5 @@
 // The operands of the grammar: literals, names, subscripts, members, aliases and calls.
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cstring>
 
@@ -12,6 +11,7 @@
 #include "core/modules.h"
 #include "core/stacks.h"
 #include "core/symbols.h"
+#include "core/text.h"
 #include "macro/expand.h"
 #include "macro/parser.h"
 
@@ -20,16 +20,9 @@ namespace {
 
 constexpr std::ptrdiff_t kMostDecimals = 255;
 
-char lower(char c) {
-  return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-}
-
 // Names are the same over their first ten characters, whatever their case.
 bool same_name(std::string_view a, std::string_view b) {
-  a = a.substr(0, kNameSize);
-  b = b.substr(0, kNameSize);
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
-                                            [](char x, char y) { return lower(x) == lower(y); });
+  return same_letters(a.substr(0, kNameSize), b.substr(0, kNameSize));
 }
 
 // The words before -> that name no area; kind is a letter of the frame's name tables.
@@ -91,12 +84,6 @@ Var* block_cell(std::string_view text) {
 }
 
 }  // namespace
-
-std::string lower_name(std::string_view name) {
-  std::string text(name);
-  std::transform(text.begin(), text.end(), text.begin(), lower);
-  return text;
-}
 
 // --- Literals.
 
@@ -211,7 +198,7 @@ Parser::Operand Parser::memory_variable(std::string_view name) {
 }
 
 Parser::Operand Parser::alias(std::string_view text) {
-  const std::string word = lower_name(text);
+  const std::string word = lower_text(text);
   const auto* known = std::find_if(std::begin(kAliasWords), std::end(kAliasWords),
                                    [&](const AliasWord& w) { return w.word == word; });
   if (known == std::end(kAliasWords)) {
@@ -289,7 +276,7 @@ Parser::Operand Parser::member(Operand operand) {
   arguments(list, Token::kRightParen);
   if (idle()) return {nil_value()};
   const auto count = static_cast<std::int32_t>(list.size());
-  return {keep_temp(mark, returned(csnodome(lower_name(name), 0, count, list.data())))};
+  return {keep_temp(mark, returned(csnodome(lower_text(name), 0, count, list.data())))};
 }
 
 // --- Calls.

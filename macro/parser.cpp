@@ -6,6 +6,7 @@
 #include "core/errors.h"
 #include "core/operators.h"
 #include "core/stacks.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -127,7 +128,7 @@ Var* Parser::assignment(const Operand& target) {
     return checked(op != nullptr ? op->apply(target.cell, value, true)
                                  : CPY_VAR(target.cell, value));
   if (op != nullptr) value = checked(op->apply(load(target), value, false));
-  return failed_ ? value : checked(put_ivar(target.cell, lower_name(target.instance), value));
+  return failed_ ? value : checked(put_ivar(target.cell, lower_text(target.instance), value));
 }
 
 Parser::Operand Parser::binary(int lowest) {
@@ -245,7 +246,7 @@ Parser::Operand Parser::parenthesis() {
 
 Var* Parser::load(const Operand& operand) {
   if (operand.instance.empty() || idle()) return operand.cell;
-  return returned(get_ivar(operand.cell, lower_name(operand.instance)));
+  return returned(get_ivar(operand.cell, lower_text(operand.instance)));
 }
 
 // Gives the temporary stack a reference to a variable or element, so that what is evaluated after

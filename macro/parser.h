@@ -135,8 +135,6 @@ class Parser {
   SmallList<std::string_view, 8> parameters_;
 };
 
-std::string lower_name(std::string_view name);
-
 // True while a nesting of evaluations that was too deep is being left; nothing is evaluated then.
 bool leaving_deep_evaluation();
 

@@ -1,7 +1,6 @@
 // Opening, creating and closing a table.
 #include <sys/stat.h>
 
-#include <cctype>
 #include <algorithm>
 #include <cerrno>
 
@@ -9,6 +8,7 @@
 #include "core/errors.h"
 #include "core/runtime.h"
 #include "core/settings.h"
+#include "core/text.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/format/format_dbt.h"
 #include "db/dbfidx/order/orders.h"
@@ -227,16 +227,14 @@ class Structure {
   bool add(const Var* row) {
     if (row->type != 'A') return fail(TableError::kCreateArgumentType);
     if (!well_typed(row)) return fail(TableError::kCreateElementType);
-    std::string_view name = text_of(element(row, 1));
-    while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
+    const std::string_view name = trim_right(text_of(element(row, 1)));
     const std::string_view type = text_of(element(row, 2));
     const std::int32_t length = integer_of(element(row, 3));
     if (type.empty() || name.empty() || name.size() > dbf::kNameField || length < 0)
       return fail(TableError::kCreateEmptyName);
     dbf::Field field{};
-    for (std::size_t i = 0; i < name.size(); ++i)
-      field.name[i] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[i])));
-    field.type = static_cast<char>(std::toupper(static_cast<unsigned char>(type.front())));
+    std::transform(name.begin(), name.end(), field.name, upper_letter);
+    field.type = upper_letter(type.front());
     return size(field, length, integer_of(element(row, 4)));
   }
 

@@ -1,6 +1,5 @@
 #include "db/dbfidx/table_errors.h"
 
-#include <cctype>
 #include <cstdlib>
 
 #include "core/arrays.h"
@@ -8,6 +7,7 @@
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/settings.h"
+#include "core/text.h"
 #include "db/dbfidx/dbfidx.h"
 
 namespace tarnel {
@@ -34,8 +34,7 @@ const TableErrorRow& row(TableError which) {
 // File, procedure and line of the running procedure of the language.
 std::string running_place() {
   const Frame* frame = frame_at(0);
-  std::string module = frame != nullptr ? frame->module : "";
-  for (char& c : module) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  const std::string module = upper_text(frame != nullptr ? frame->module : "");
   return format_text("%s.PRG, module %s line %d", module.c_str(),
                      frame != nullptr ? frame->proc : "", frame != nullptr ? frame->line : 0);
 }
@@ -64,8 +63,7 @@ void fill_template(Var* error, const TableErrorRow& row, const std::string& text
   put(error, "gencode", TMP_INT(row.code));
   put(error, "severity", TMP_INT(row.severity));
   if (!settings().developer) return;
-  std::string_view file = where.file;
-  file.remove_prefix(file.rfind('/') + 1);
+  const std::string_view file = base_name(where.file);
   put(error, "subsystem",
       TMP_TEXT(format_text("dbfidx driver (%s, line %d)", std::string(file).c_str(), where.line)));
   put(error, "subcode", TMP_INT(kHiddenSubcode));

@@ -10,6 +10,7 @@
 #include "core/runtime.h"
 #include "core/settings.h"
 #include "core/stacks.h"
+#include "core/text.h"
 #include "db/dbfidx/method/methods.h"
 #include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/relations.h"
@@ -124,7 +125,7 @@ bool create_file(DbfIdx& dbf, const NewOrder& order, const Var* value, std::stri
   if (dbf.orderForText != nullptr) extension.condition = text_of(dbf.orderForText);
   if (extension.condition.size() > idx::kMaxFor) return fail(dbf, TableError::kIndexForLength);
   extension.counter = difference_mark(dbf.header.counter());  // until its keys are there
-  extension.table = dbf.fileName.substr(dbf.fileName.rfind('/') + 1);
+  extension.table = base_name(dbf.fileName);
   current_collation(extension.collation);
   path = full_table_path(order.name, dbf.idxExt);
   errno = path.empty() ? ENAMETOOLONG : EBUSY;

@@ -4,6 +4,7 @@
 
 #include "core/errors.h"
 #include "core/stacks.h"
+#include "core/text.h"
 #include "db/dbfidx/method/methods.h"
 #include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/table_errors.h"
@@ -135,7 +136,7 @@ Var* default_answer(std::int32_t code) {
 }
 
 std::string_view base_without_extension(std::string_view path) {
-  path.remove_prefix(path.rfind('/') + 1);
+  path = base_name(path);
   return path.substr(0, path.rfind('.'));
 }
 

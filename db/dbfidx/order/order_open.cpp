@@ -10,6 +10,7 @@
 #include "core/errors.h"
 #include "core/operators.h"
 #include "core/stacks.h"
+#include "core/text.h"
 #include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/table_errors.h"
 #include "db/file_ops.h"
@@ -20,17 +21,6 @@ namespace {
 
 constexpr std::size_t kTagSize = 15;
 constexpr mode_t kMandatoryLock = S_ISGID;
-
-std::string_view base_name(std::string_view path) {
-  return path.substr(path.rfind('/') + 1);
-}
-
-bool same_letters(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-    return std::tolower(static_cast<unsigned char>(x)) ==
-           std::tolower(static_cast<unsigned char>(y));
-  });
-}
 
 // The name of a table's file as an order keeps it, with its extension or without.
 bool names_table(std::string_view stored, std::string_view table) {

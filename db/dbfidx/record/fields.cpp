@@ -1,11 +1,11 @@
 // The cells of fields: how the bytes of the buffered record become values, lazily, and values
 // bytes.
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 
 #include "core/memory.h"
 #include "core/symbols.h"
+#include "core/text.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/record/memo.h"
 #include "db/dbfidx/table_errors.h"
@@ -118,9 +118,9 @@ struct FieldType {
   bool (*store)(DbfIdx& dbf, const Field& field, Var* cell, const Var* value);
 };
 constexpr FieldType kTypes[] = {
-    {'C', "CM", load_text, store_text},        {'D', "D", load_date, store_date},
-    {'F', "FINL", load_number, store_float},   {'L', "LFIN", load_logical, store_logical},
-    {'M', "MC", load_memo, store_memo},        {'N', "NFIL", load_number, store_number},
+    {'C', "CM", load_text, store_text},      {'D', "D", load_date, store_date},
+    {'F', "FINL", load_number, store_float}, {'L', "LFIN", load_logical, store_logical},
+    {'M', "MC", load_memo, store_memo},      {'N', "NFIL", load_number, store_number},
 };
 
 const FieldType* type_of(char letter) {
@@ -254,16 +254,9 @@ Var* store_field(DbfIdx& dbf, std::int32_t i, Var* value) {
 }
 
 std::int32_t field_position(const DbfIdx& dbf, std::string_view name) {
-  name = name.substr(0, dbf::kNameField);
-  while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
-  const auto same = [](char a, char b) {
-    return std::toupper(static_cast<unsigned char>(a)) == static_cast<unsigned char>(b);
-  };
-  for (std::size_t i = 0; i < dbf.fields.size(); ++i) {
-    const std::string_view known = dbf.fields[i].name;
-    if (std::equal(name.begin(), name.end(), known.begin(), known.end(), same))
-      return static_cast<std::int32_t>(i) + 1;
-  }
+  const std::string wanted = upper_text(trim_right(name.substr(0, dbf::kNameField)));
+  for (std::size_t i = 0; i < dbf.fields.size(); ++i)
+    if (wanted == dbf.fields[i].name) return static_cast<std::int32_t>(i) + 1;
   return 0;
 }
 

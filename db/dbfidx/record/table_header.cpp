@@ -10,6 +10,7 @@
 #include "db/dbfidx/record/records.h"
 #include "db/dbfidx/table_errors.h"
 #include "db/file_ops.h"
+#include "lib/dates.h"
 
 namespace tarnel {
 namespace {
@@ -85,8 +86,7 @@ dbf::Date today() {
   static dbf::Date date{};
   const std::time_t now = std::time(nullptr);
   if (now / 60 != minute) {
-    std::tm parts{};
-    localtime_r(&now, &parts);
+    const std::tm parts = local_time(now);
     date = {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday};
     minute = now / 60;
   }
