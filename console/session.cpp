@@ -14,6 +14,7 @@
 #include "core/descriptors.h"
 #include "core/error_object.h"
 #include "core/frame.h"
+#include "core/open_files.h"
 #include "core/output.h"
 #include "core/runtime.h"
 #include "core/settings.h"
@@ -150,12 +151,12 @@ class LineReader {
 class OpenedFile {
  public:
   explicit OpenedFile(const char* name)
-      : fd_(open(name, O_RDONLY | O_CLOEXEC)), outer_line_(session.line) {
+      : fd_(open_file(name, O_RDONLY)), outer_line_(session.line) {
     ++session.reading;
     session.line = 0;
   }
   ~OpenedFile() {
-    if (fd_ >= 0) close(fd_);
+    if (fd_ >= 0) close_file(fd_);
     --session.reading;
     session.line = outer_line_;
   }

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-#include "db/file_ops.h"
+#include "core/file_ops.h"
 
 namespace tarnel {
 namespace {

@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "core/file_ops.h"
+
 namespace tarnel {
 namespace {
 
@@ -65,8 +67,7 @@ std::string read_in_time(int fd, std::chrono::milliseconds patience) {
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) return {};
     char buffer[512];
-    const ssize_t got = read(fd, buffer, sizeof buffer);
-    if (got < 0 && errno == EINTR) continue;
+    const ssize_t got = retried([&] { return read(fd, buffer, sizeof buffer); });
     if (got <= 0) return answer;
     answer.append(buffer, static_cast<std::size_t>(got));
   }
@@ -84,8 +85,7 @@ std::string name_from_service(const std::string& number, const AccountSources& s
   if (child > 0) {
     answer = read_in_time(ends[0], sources.patience);
     kill(child, SIGKILL);  // it has answered, or is late
-    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    retried([&] { return waitpid(child, nullptr, 0); });
   }
   close(ends[0]);
   const std::size_t colon = answer.find(':');

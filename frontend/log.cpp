@@ -6,6 +6,8 @@
 #include <cstdarg>
 #include <cstring>
 
+#include "lib/extend.h"
+
 namespace tarnel {
 
 void open_request_log() {
@@ -39,19 +41,22 @@ std::string plain_format(std::string_view text) {
 }
 
 Var* tnsetlog(std::int32_t argc, Var** argv) {
-  std::int32_t facility = arg_is(argc, argv, 0, "INF") ? integer_of(argv[0]) : 0;
+  const ExtendCall call(argc, argv);
+  std::int32_t facility = is_parameter(1, kParNumeric) ? PAR_INT(1) : 0;
   if (facility < 0 || facility > 7) facility = 0;
   openlog("tarnel-cl", LOG_PID | LOG_CONS, LOG_LOCAL0 + 8 * facility);
-  return nil_value();
+  return RET_NIL();
 }
 
 Var* tnsyslog(std::int32_t argc, Var** argv) {
-  if (!arg_is(argc, argv, 0, "INF") || !arg_is(argc, argv, 1, "CM")) {
+  const ExtendCall call(argc, argv);
+  if (!is_parameter(1, kParNumeric) || !is_parameter(2, kParCharacter)) {
     syslog(LOG_EMERG, "invalid args to tnsyslog()");
-    return false_value();
+    return RET_LOG(false);
   }
-  syslog(integer_of(argv[0]), "%s", plain_format(text_of(argv[1])).c_str());
-  return nil_value();
+  const std::string_view text(PAR_TEXT(2), static_cast<std::size_t>(PAR_LEN(2)));
+  syslog(PAR_INT(1), "%s", plain_format(text).c_str());
+  return RET_NIL();
 }
 
 }  // namespace tarnel

@@ -123,6 +123,11 @@ double PAR_NUM(std::int32_t n, Indices indices) {
   return cell != nullptr ? number_of(cell) : 0;
 }
 
+std::int32_t PAR_INT(std::int32_t n, Indices indices) {
+  const Var* cell = typed(n, indices, "NFIL");
+  return cell != nullptr ? integer_of(cell) : 0;
+}
+
 bool PAR_LOG(std::int32_t n, Indices indices) {
   const Var* cell = typed(n, indices, "NFIL");
   return cell != nullptr && truth_of(cell);

@@ -49,6 +49,11 @@ class ExtendCall {
 
 // The type mask of parameter n; the number of arguments for n = 0.
 std::int32_t PARINFO(std::int32_t n);
+// Is there a parameter n of that kind? A memo is a character too.
+inline bool is_parameter(std::int32_t n, ParameterType kind) {
+  const std::int32_t mask = PARINFO(n);
+  return mask != kParMissing && (mask & kind) == kind;
+}
 // The type mask of an element; the number of elements of an array when the last index is 0.
 std::int32_t PARINFA(std::int32_t n, Indices indices);
 
@@ -60,6 +65,7 @@ const char* no_element_text();                               // the index is out
 const char* no_text();                                       // the cell has another type
 std::int32_t PAR_LEN(std::int32_t n, Indices indices = {});  // bytes of the text, else 0
 double PAR_NUM(std::int32_t n, Indices indices = {});        // 0 for what is no number or logical
+std::int32_t PAR_INT(std::int32_t n, Indices indices = {});  // the number as 32 bits
 bool PAR_LOG(std::int32_t n, Indices indices = {});
 std::int32_t PAR_DATE(std::int32_t n, Indices indices = {});
 

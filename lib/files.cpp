@@ -210,13 +210,6 @@ int fileModeOf(std::string_view name) {
   return -1;
 }
 
-int fileModeOfHandle(int handle) {
-  struct stat status;
-  if (file_ops().fstat(handle, &status) == 0) return static_cast<int>(status.st_mode & 07777);
-  file_warning(107, format_text("GET_DFIL_MODE: cannot get status for '%d'", handle));
-  return -1;
-}
-
 mode_t fileDefaultMode() {
   const mode_t mask = ::umask(0);
   ::umask(mask);

@@ -1,6 +1,7 @@
 #include "lib/national.h"
 
 #include <cctype>
+#include <cassert>
 #include <cstring>
 
 #include "core/errors.h"
@@ -66,6 +67,7 @@ const Language* language() {
 }
 
 Language& language_record(int number) {
+  assert(number >= 1 && number <= kLanguages);
   return records[static_cast<std::size_t>(number - 1)];
 }
 
@@ -74,6 +76,7 @@ int language_number() {
 }
 
 void select_language(int number) {
+  assert(number == 0 || language_record(number).loaded);
   state.current = number - 1;
   const Language* current = language();
   state.true_list = kDefaultTrue;

@@ -6,6 +6,8 @@
 
 #include "core/arrays.h"
 #include "core/errors.h"
+#include "core/file_ops.h"
+#include "core/open_files.h"
 #include "core/runtime.h"
 #include "core/settings.h"
 #include "core/text.h"
@@ -14,7 +16,6 @@
 #include "db/dbfidx/order/orders.h"
 #include "db/dbfidx/relations.h"
 #include "db/dbfidx/table_errors.h"
-#include "db/file_ops.h"
 #include "lib/file_names.h"
 
 namespace tarnel {

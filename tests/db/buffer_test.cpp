@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "core/file_ops.h"
 #include "core/settings.h"
 #include "core/symbols.h"
 #include "db/dbfidx/method/methods.h"
-#include "db/file_ops.h"
 #include "tests/db/table_test.h"
 
 namespace tarnel::testing {

@@ -11,8 +11,9 @@
 #include <map>
 #include <random>
 
+#include "core/file_ops.h"
+#include "core/open_files.h"
 #include "core/symbols.h"
-#include "db/file_ops.h"
 #include "db/mapped_file.h"
 #include "tests/db/table_test.h"
 

@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <functional>
 
+#include "core/file_ops.h"
 #include "core/sequence.h"
-#include "db/file_ops.h"
 #include "tests/db/idx_checker.h"
 #include "tests/db/table_test.h"
 

@@ -6,8 +6,9 @@
 #include <random>
 #include <set>
 
+#include "core/file_ops.h"
+#include "core/open_files.h"
 #include "db/dbfidx/order/key_tree.h"
-#include "db/file_ops.h"
 #include "tests/db/idx_checker.h"
 #include "tests/db/table_test.h"
 

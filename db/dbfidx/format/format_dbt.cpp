@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/file_ops.h"
 #include "db/codec.h"
-#include "db/file_ops.h"
 
 namespace tarnel::dbt {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "core/file_ops.h"
 #include "core/var.h"
-#include "db/file_ops.h"
 
 namespace tarnel::idx {
 namespace {

@@ -22,10 +22,10 @@
 
 #include <algorithm>
 
+#include "core/file_ops.h"
 #include "core/runtime.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/table_errors.h"
-#include "db/file_ops.h"
 
 namespace tarnel {
 namespace {

@@ -3,11 +3,11 @@
 #include <cstring>
 
 #include "core/arrays.h"
+#include "core/file_ops.h"
 #include "core/stacks.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/method/methods.h"
 #include "db/dbfidx/table_errors.h"
-#include "db/file_ops.h"
 #include "lib/arguments.h"
 
 namespace tarnel {

@@ -1,12 +1,12 @@
 // Methods that read and change records and fields.
 #include "core/arrays.h"
 #include "core/errors.h"
+#include "core/file_ops.h"
 #include "core/stacks.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/method/methods.h"
 #include "db/dbfidx/order/orders.h"
 #include "db/dbfidx/table_errors.h"
-#include "db/file_ops.h"
 #include "lib/arguments.h"
 
 namespace tarnel {

@@ -5,7 +5,7 @@
 
 #include <utility>
 
-#include "db/file_ops.h"
+#include "core/file_ops.h"
 
 namespace tarnel {
 namespace {

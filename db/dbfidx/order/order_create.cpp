@@ -7,6 +7,8 @@
 
 #include "core/blocks.h"
 #include "core/errors.h"
+#include "core/file_ops.h"
+#include "core/open_files.h"
 #include "core/runtime.h"
 #include "core/settings.h"
 #include "core/stacks.h"
@@ -15,7 +17,6 @@
 #include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/relations.h"
 #include "db/dbfidx/table_errors.h"
-#include "db/file_ops.h"
 #include "lib/arguments.h"
 #include "lib/file_names.h"
 

@@ -8,12 +8,13 @@
 
 #include "core/blocks.h"
 #include "core/errors.h"
+#include "core/file_ops.h"
+#include "core/open_files.h"
 #include "core/operators.h"
 #include "core/stacks.h"
 #include "core/text.h"
 #include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/table_errors.h"
-#include "db/file_ops.h"
 #include "lib/file_names.h"
 
 namespace tarnel {

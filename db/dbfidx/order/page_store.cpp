@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "db/file_ops.h"
+#include "core/file_ops.h"
 
 namespace tarnel {
 namespace {

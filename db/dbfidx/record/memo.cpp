@@ -3,10 +3,10 @@
 #include <cstring>
 
 #include "core/errors.h"
+#include "core/file_ops.h"
 #include "core/memory.h"
 #include "db/dbfidx/format/format_dbt.h"
 #include "db/dbfidx/table_errors.h"
-#include "db/file_ops.h"
 
 namespace tarnel {
 namespace {

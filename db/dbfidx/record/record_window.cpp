@@ -4,8 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "core/file_ops.h"
 #include "db/dbfidx/dbfidx.h"
-#include "db/file_ops.h"
 
 namespace tarnel {
 namespace {

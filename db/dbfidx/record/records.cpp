@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "core/file_ops.h"
 #include "core/frame.h"
 #include "core/modules.h"
 #include "core/settings.h"
@@ -10,7 +11,6 @@
 #include "db/dbfidx/order/orders.h"
 #include "db/dbfidx/relations.h"
 #include "db/dbfidx/table_errors.h"
-#include "db/file_ops.h"
 
 namespace tarnel {
 namespace {

@@ -6,10 +6,10 @@
 #include <ctime>
 #include <utility>
 
+#include "core/file_ops.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/record/records.h"
 #include "db/dbfidx/table_errors.h"
-#include "db/file_ops.h"
 #include "lib/dates.h"
 
 namespace tarnel {
