@@ -45,7 +45,7 @@ std::int64_t fileSeek(int handle, std::int64_t offset, int whence);  // new posi
 bool fileErase(std::string_view name);                               // warning 106
 
 int fileModeOf(std::string_view name);  // mode bits of the status, -1 after warning 107
-mode_t fileDefaultMode();  // 0666 masked by the process's umask
+mode_t fileDefaultMode();               // 0666 masked by the process's umask
 
 // The bytes that are left to read, at most `limit`; false on an error.
 bool read_handle(int handle, std::string& bytes, std::size_t limit);

@@ -1,7 +1,7 @@
 #include "lib/national.h"
 
-#include <cctype>
 #include <cassert>
+#include <cctype>
 #include <cstring>
 
 #include "core/errors.h"

@@ -6,6 +6,7 @@
 
 #include "core/memvars.h"
 #include "core/symbols.h"
+#include "db/dbfidx/order/index_control.h"
 #include "tests/db/table_test.h"
 
 namespace tarnel::testing {
@@ -114,12 +115,27 @@ TEST_F(Areas, OpenFailuresAreNumberedAndSetNeterr) {
   EXPECT_EQ(take_errors(), "312 in DBUSEAREA()");
 }
 
-TEST_F(Areas, PathIsSearched) {
-  std::filesystem::create_directory("sub");
-  std::filesystem::rename("one.dbf", "sub/one.dbf");
-  settings().path = {directory() + "/sub/"};
-  ASSERT_TRUE(open("one", Use::kShared));
-  EXPECT_EQ(show(call("dbf")), "C " + directory() + "/sub/one.dbf");
+TEST_F(Areas, TablesAreFoundInTheDefaultDirectoryThenHereThenAlongThePath) {
+  ASSERT_TRUE(open("one", Use::kExclusive));
+  ASSERT_TRUE(yes("dbcreateindex", {text("one"), text("id")}));
+  call("dbclosearea");
+  for (const char* name : {"default", "path"}) {
+    std::filesystem::create_directory(name);
+    for (const char* file : {"/one.dbf", "/one.idx"})
+      std::filesystem::copy(file + 1, name + std::string(file));
+  }
+  settings().default_dir = "default/";
+  settings().path = {directory() + "/none/", directory() + "/path/"};
+  for (const char* place : {"default/", "", "path/"}) {
+    ASSERT_TRUE(open("one", Use::kShared)) << place;
+    EXPECT_EQ(show(call("dbf")), "C " + directory() + "/" + place + "one.dbf");
+    EXPECT_TRUE(yes("ordlistadd", {text("one")}));
+    EXPECT_EQ(table().orders[1]->fileName, directory() + "/" + place + "one.idx");
+    call("dbclosearea");
+    std::filesystem::remove(std::string(place) + "one.dbf");
+    std::filesystem::remove(std::string(place) + "one.idx");
+  }
+  EXPECT_FALSE(open("one", Use::kShared));
 }
 
 TEST_F(Areas, CreateChecksEveryRowBeforeItWrites) {

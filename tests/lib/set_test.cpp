@@ -30,20 +30,12 @@ TEST_F(Set, EachSettingGivesItsOldValue) {
       {"set", {3, -7}, "I 15"},
       {"set", {3, "x"}, "I 0"},
       {"set", {5}, "I 1900"},
-      {"set", {20, "printer"}, "C SCREEN"},
-      {"set", {20, "x"}, "C PRINT"},
-      {"set", {34, "<"}, "C ::"},
-      {"set", {34, ""}, "C <<"},
-      {"set", {34}, "C ::"},
       {"set", {37, false}, "L T"},
       {"set", {37}, "L F"},
       {"set", {0}, "U"},
       {"set", {4, "dd.mm.yyyy"}, "C MM/DD/YY"},
       {"set", {4, "d"}, "C DD.MM.YY"},
       {"set", {4}, "C DD.MM.YY"},
-      {"set",
-       {23, true},
-       "L F !101 Attempted SET PRINTER ON;but default spool file;was disabled in cursinit.prg"},
       {"set", {18, true}, "L F"},
       {"set", {18}, "L F"},
   });
@@ -64,7 +56,6 @@ TEST_F(Set, PathsAreCutAtTheDelimiters) {
 TEST_F(Set, OptionsAreFoundByThreeLetters) {
   check({
       {"ov_set", {" Developer ", true}, "L F"},
-      {"ov_set", {"de", false}, "L F"},
       {"ov_set", {"developer", false}, "L T"},
       {"ov_set", {"escdelay", 100}, "I 10"},
       {"ov_set", {"escdelay"}, "I 100"},
