@@ -345,8 +345,6 @@ void close_table(DbfIdx& dbf);
 // of {name, type, length, decimals}, `mode` a number whose decimal digits are octal ones, or null.
 // False after errors 104, 105, 312, 313, 317, 320, 322; a file made on the way is removed again.
 bool create_table(DbfIdx& dbf, std::string_view file, const Var* rows, const Var* mode);
-// The mode bits of a new file: those of the system's creation mask.
-unsigned default_file_mode();
 // `name` with the extension when it has none, as an absolute path; empty when over 250 characters.
 std::string full_table_path(std::string_view name, std::string_view extension);
 

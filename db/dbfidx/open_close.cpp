@@ -17,6 +17,7 @@
 #include "db/dbfidx/relations.h"
 #include "db/dbfidx/table_errors.h"
 #include "lib/file_names.h"
+#include "lib/files.h"
 
 namespace tarnel {
 namespace {
@@ -336,12 +337,6 @@ DbfIdx*& open_tables() {
   return head;
 }
 
-unsigned default_file_mode() {
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
-  return 0666U & ~mask;
-}
-
 std::string full_table_path(std::string_view name, std::string_view extension) {
   std::string path;
   if (!defaultExtension(path, name, extension, kPathLimit + 1)) return {};
@@ -419,7 +414,7 @@ bool create_table(DbfIdx& dbf, std::string_view file, const Var* rows, const Var
     dxerror(dbf, TableError::kCreateInUse, {path});
     return false;
   }
-  const mode_t bits = mode != nullptr ? octal_digits(integer_of(mode)) : default_file_mode();
+  const mode_t bits = mode != nullptr ? octal_digits(integer_of(mode)) : fileDefaultMode();
   const bool created = write_files(dbf, path, structure, bits, existed);
   if (existed) close_table(dbf);
   return created;

@@ -16,6 +16,7 @@
 #include "db/dbfidx/table_errors.h"
 #include "lib/arguments.h"
 #include "lib/dates.h"
+#include "lib/files.h"
 
 namespace tarnel {
 namespace {
@@ -99,7 +100,7 @@ Var* exchange_alias(DbfIdx& dbf, std::int32_t argc, Var** argv) {
 Var* file_mode(const DbfIdx& dbf) {
   struct stat status {};
   if (!dbf.isOpen() || file_ops().fstat(dbf.dbfFd, &status) != 0)
-    return TMP_INT(static_cast<std::int32_t>(default_file_mode()));
+    return TMP_INT(static_cast<std::int32_t>(fileDefaultMode()));
   return TMP_INT(static_cast<std::int32_t>(status.st_mode & 07777));
 }
 
