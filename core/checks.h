@@ -6,6 +6,8 @@
 //                                      again, so that a stale pointer meets the poison
 //   kMaxReleaseDepth                   bodies are put off instead of released by recursion
 //   check_runtime                      cells, stacks and frames, at the end of each procedure
+//   RecordBuffer::check_invariant      the record in memory, after each of its transitions
+//   check_table (lock/locks.cpp)       what is believed of a shared table, when its lock is given back
 #pragma once
 
 #include <cstddef>

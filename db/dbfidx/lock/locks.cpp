@@ -22,6 +22,7 @@
 
 #include <algorithm>
 
+#include "core/checks.h"
 #include "core/file_ops.h"
 #include "core/runtime.h"
 #include "db/dbfidx/dbfidx.h"
@@ -190,6 +191,18 @@ int other_holders(const DbfIdx& dbf) {
   return count;
 }
 
+// What holds of a table in shared use between two operations.
+void check_table(const DbfIdx& dbf) {
+  using State = RecordBuffer::State;
+  check(dbf.readLocks >= 0 && dbf.writeLocks >= 0 && (dbf.readLocks == 0 || dbf.writeLocks == 0),
+        "table: locks that contradict each other");
+  check(dbf.header.pending() == 0, "table: a change that others can't see");
+  check(!dbf.header.fresh() && dbf.buffer.state() != State::kCurrent,
+        "table: believed without a lock");
+  for (std::int32_t i = 1; i < dbf.lockList.count(); ++i)
+    check(dbf.lockList.at(i - 1) < dbf.lockList.at(i), "table: record locks out of order");
+}
+
 // --- The internal lock.
 
 bool readLock(DbfIdx& dbf) {
@@ -229,6 +242,7 @@ void unlockInternal(DbfIdx& dbf) {
   ++dbf.lockStamp;
   dbf.header.look_again();
   dbf.buffer.look_again();
+  if constexpr (kChecked) check_table(dbf);
   const bool released = give_back_internal(dbf, write);
   if (write) RELEASE_INTERRUPT();
   if (!released) dxerror(dbf, TableError::kInternalUnlock);

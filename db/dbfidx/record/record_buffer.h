@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/checks.h"
 #include "db/dbfidx/format/format_dbf.h"
 
 namespace tarnel {
@@ -50,6 +51,7 @@ class RecordBuffer {
   void read_done(std::int32_t number, bool under_lock) {
     number_ = number;
     state_ = under_lock ? State::kCurrent : State::kSeen;
+    if constexpr (kChecked) check_invariant();
   }
   void read_failed(std::int32_t number);
   // A new record, blank, that is about to be written.
@@ -65,6 +67,7 @@ class RecordBuffer {
  private:
   friend class FormerRecord;
   void blank();
+  void check_invariant() const;
   void stale() { stamp_ = ++last_stamp_; }
 
   std::vector<std::uint8_t> bytes_;
