@@ -32,23 +32,11 @@ Var* default_value(Default which) {
   }
 }
 
-// A reference to the driver object for the time of a call: the call may close its table.
-class ServerHold {
- public:
-  explicit ServerHold(Var* server) : server_(server) { ++server->refs; }
-  ~ServerHold() { DEL_VAR(server_); }
-  ServerHold(const ServerHold&) = delete;
-  ServerHold& operator=(const ServerHold&) = delete;
-
- private:
-  Var* server_;
-};
-
 constexpr std::int32_t kMostArguments = 16;
 
 [[gnu::noinline]] Var* call_slot(Var* server, std::string_view member, std::int32_t slot,
                                  std::int32_t argc, Var** argv) {
-  const ServerHold hold(server);
+  const CellHold hold(server);  // the call may close the table
   std::array<Var*, kMostArguments + 1> passed;
   passed[0] = server;
   const std::int32_t n = argc < kMostArguments ? argc : kMostArguments;
@@ -64,7 +52,7 @@ Var* dispatch(std::int32_t argc, Var** argv) {
   if (server == nullptr) return default_value(row.result);
   if (argc > 0 && row.pass == Pass::kAll)
     return call_slot(server, row.member, row.slot, argc, argv);
-  const ServerHold hold(server);
+  const CellHold hold(server);  // the call may close the table
   const Callable method = current_area()->methods[row.slot];
   return method != nullptr ? CALL_VECTOR(method, 1, &server) : csnodome(row.member, 0, 1, &server);
 }

@@ -68,10 +68,14 @@ std::vector<Var*> factory_arguments(std::int32_t argc, Var** argv) {
 
 // Locks the numbers among `records` in turn, up to the first that is none.
 bool lock_each(Var* server, std::int32_t count, Var** records, bool several) {
+  std::vector<std::int32_t> numbers;  // copies: a handler of errors may change the array
+  for (std::int32_t i = 0; i < count && is_number(records[i]); ++i)
+    numbers.push_back(integer_of(records[i]));
+  if (!several) numbers.resize(std::min<std::size_t>(numbers.size(), 1));
   bool all = true;
-  for (std::int32_t i = 0; i < count && is_number(records[i]); ++i) {
-    all &= truth_of(front_call(server, {"rlock", kMethod}, 1, &records[i]));
-    if (!several) break;
+  for (const std::int32_t n : numbers) {
+    Var* number = TMP_INT(n);
+    all &= truth_of(front_call(server, {"rlock", kMethod}, 1, &number));
   }
   return all;
 }
@@ -207,6 +211,7 @@ Var* afields(std::int32_t argc, Var** argv) {
 Var* rlock(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kSilent);
   if (server == nullptr) return false_value();
+  const CellHold held(server);  // a handler may close the area
   const bool several = settings().multilocks;
   if (argc == 0) {
     Var* current = several ? get_ivar(server, "recno") : nullptr;

@@ -293,12 +293,14 @@ int other_holders(const DbfIdx& dbf);
 enum class LockMode : bool { kShared, kExclusive };
 class [[nodiscard]] InternalLock {
  public:
-  InternalLock(DbfIdx& dbf, LockMode mode)
-      : dbf_(dbf.exclusive() ? nullptr : &dbf),
+  // Not in a std::optional, whose destructor lets no break pass: `wanted` false takes none.
+  InternalLock(DbfIdx& dbf, LockMode mode, bool wanted = true)
+      : dbf_(dbf.exclusive() || !wanted ? nullptr : &dbf),
         generation_(dbf.generation),
         held_(dbf_ == nullptr || (mode == LockMode::kExclusive ? writeLock(dbf) : readLock(dbf))) {}
   // A table that was closed under it has given the lock back; what was opened since is another one.
-  ~InternalLock() {
+  // A lock that can't be given back is an error, whose handler may leave by break.
+  ~InternalLock() noexcept(false) {
     if (dbf_ != nullptr && held_ && dbf_->generation == generation_) unlockInternal(*dbf_);
   }
   InternalLock(const InternalLock&) = delete;

@@ -1,7 +1,6 @@
 // Moves of the cursor, in natural order or along the controlling order, past records that are
 // hidden. The cursor alone moves: a record is fetched when a field of it is asked for.
 #include <algorithm>
-#include <optional>
 
 #include "core/settings.h"
 #include "db/dbfidx/dbfidx.h"
@@ -230,6 +229,35 @@ bool settle_seek(DbfIdx& dbf, Var* value, bool soft) {
   return same.holds();
 }
 
+// The first or the last record, hidden or not, under one internal lock. False when there is nothing
+// more to do: the table is empty, or gone, or can't be read.
+enum class End : bool { kTop, kBottom };
+bool go_to_end(DbfIdx& dbf, End end) {
+  const SameTable same(dbf);
+  const bool top = end == End::kTop;
+  const InternalLock lock(dbf, lock_mode(dbf), !top || needs_lock(dbf) || dbf.lastRec == 0);
+  if (!lock.held()) return false;
+  if (seems_empty(dbf)) {
+    if (same.holds()) stand_nowhere(dbf);
+    runRelations(dbf);
+    return false;
+  }
+  clear_flags(dbf);
+  if (!leave_record(dbf)) return false;
+  if (ordered(dbf)) {
+    top ? index_gotop(dbf) : index_gobottom(dbf);
+    if (!same.holds()) return false;
+    if (dbf.eofFlag != 0) phantom(dbf);
+  } else if (top) {
+    dbf.recNo = 1;
+  } else {
+    if (!refresh_header(dbf)) return false;
+    dbf.recNo = dbf.lastRec;
+  }
+  runRelations(dbf);
+  return true;
+}
+
 }  // namespace
 
 bool visible(DbfIdx& dbf) {
@@ -260,62 +288,25 @@ void goRecord(DbfIdx& dbf, std::int32_t n) {
 }
 
 void go_top(DbfIdx& dbf) {
-  std::optional<InternalLock> lock;
   const SameTable same(dbf);
-  if (needs_lock(dbf) || dbf.lastRec == 0) lock.emplace(dbf, lock_mode(dbf));
-  if (lock && !lock->held()) return;
-  if (seems_empty(dbf)) {
-    if (!same.holds()) return;
-    stand_nowhere(dbf);
-    return runRelations(dbf);
+  if (!go_to_end(dbf, End::kTop)) return;
+  if (hides(dbf)) {  // others got their turn between the move and the search
+    const InternalLock lock(dbf, LockMode::kShared);
+    if (lock.held()) settle_top(dbf);
   }
-  clear_flags(dbf);
-  if (!leave_record(dbf)) return;
-  if (ordered(dbf)) {
-    index_gotop(dbf);
-    if (!same.holds()) return;
-    if (dbf.eofFlag != 0) phantom(dbf);
-  } else {
-    dbf.recNo = 1;
-  }
-  runRelations(dbf);
-  if (hides(dbf)) {
-    lock.reset();  // others get their turn between the move and the search
-    lock.emplace(dbf, LockMode::kShared);
-    if (lock->held()) settle_top(dbf);
-    if (!same.holds()) return;
-  }
+  if (!same.holds()) return;
   if (dbf.eofFlag != 0) dbf.bofFlag = 1;
   runRelations(dbf);
 }
 
 void go_bottom(DbfIdx& dbf) {
-  std::optional<InternalLock> lock;
   const SameTable same(dbf);
-  lock.emplace(dbf, lock_mode(dbf));
-  if (!lock->held()) return;
-  if (seems_empty(dbf)) {
-    if (!same.holds()) return;
-    stand_nowhere(dbf);
-    return runRelations(dbf);
-  }
-  clear_flags(dbf);
-  if (!leave_record(dbf)) return;
-  if (ordered(dbf)) {
-    index_gobottom(dbf);
-    if (!same.holds()) return;
-    if (dbf.eofFlag != 0) phantom(dbf);
-  } else {
-    if (!refresh_header(dbf)) return;
-    dbf.recNo = dbf.lastRec;
-  }
-  runRelations(dbf);
+  if (!go_to_end(dbf, End::kBottom)) return;
   if (hides(dbf)) {
-    lock.reset();
-    lock.emplace(dbf, LockMode::kShared);
-    if (lock->held()) settle_bottom(dbf);
-    if (!same.holds()) return;
+    const InternalLock lock(dbf, LockMode::kShared);
+    if (lock.held()) settle_bottom(dbf);
   }
+  if (!same.holds()) return;
   if (dbf.bofFlag != 0) phantom(dbf);
   runRelations(dbf);
 }
@@ -337,11 +328,9 @@ std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
     return 0;
   }
   dbf.found = false;
-  std::optional<InternalLock> lock;
-  if (needs_lock(dbf)) {
-    lock.emplace(dbf, lock_mode(dbf));
-    if (!lock->held() || !fetch_to_leave(dbf)) return 0;
-  }
+  const bool locks = needs_lock(dbf);
+  const InternalLock lock(dbf, lock_mode(dbf), locks);
+  if (!lock.held() || (locks && !fetch_to_leave(dbf))) return 0;
   if (dbf.eofFlag != 0 && !refresh_header(dbf)) return 0;
   if (ordered(dbf)) index_synchronize(dbf, kSyncMove);
   if (!same.holds()) return 0;

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "core/file_ops.h"
+#include "core/sequence.h"
 #include "core/settings.h"
 #include "core/symbols.h"
 #include "db/dbfidx/method/methods.h"
@@ -131,6 +132,43 @@ TEST_F(Buffer, ChangesAreWrittenWhereverTheCursorWent) {
   EXPECT_EQ(get("n"), "N 1");
   call("dbgoto", {integer(3)});
   EXPECT_EQ(get("c"), "C here");
+  EXPECT_EQ(take_errors(), "");
+}
+
+// A handler that leaves by break unwinds the operation it was called in.
+TEST_F(Buffer, ABreakLeavesNoLockBehind) {
+  make(3, Use::kShared);
+  static FileOps real;
+  real = file_ops();
+  Var* calm = call("errorblock");
+  call("errorblock", {TMP_BLOCK([](std::int32_t, Var** argv, Var**) -> Var* {
+                        break_sequence(argv[0]);
+                      },
+                      nullptr, 0)});
+  const auto broken = [](auto body) { return in_sequence([&] { body(); }) != nullptr; };
+  const auto lock = [](short refused) {
+    static short type;
+    type = refused;
+    file_ops().lock = [](int fd, int command, struct flock* range) {
+      return range->l_type == type && range->l_start < 2 ? (errno = EIO, -1)
+                                                         : real.lock(fd, command, range);
+    };
+  };
+  lock(F_UNLCK);
+  EXPECT_TRUE(broken([] { call("dbgobottom"); }));
+  lock(F_RDLCK);
+  call("dbgoto", {integer(2)});
+  EXPECT_TRUE(broken([] { get("n"); }));
+  file_ops() = real;
+  EXPECT_EQ(::truncate("t.dbf", 97 + 25), 0);
+  call("dbgoto", {integer(3)});
+  EXPECT_TRUE(broken([] { get("n"); }));
+  EXPECT_TRUE(broken([] { yes("rlock"); }));
+  EXPECT_EQ(table().readLocks + table().writeLocks, 0);
+  call("errorblock", {calm});
+  elsewhere([] { change(1, 11); });
+  call("dbgotop");
+  EXPECT_EQ(get("n"), "N 11");
   EXPECT_EQ(take_errors(), "");
 }
 

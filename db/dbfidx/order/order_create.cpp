@@ -162,7 +162,7 @@ class FileLockScope {
   FileLockScope(DbfIdx& dbf, bool wanted) : dbf_(dbf), same_(dbf) {
     held_ = !wanted || dbf.exclusive() || dbf.is(kFileLocked) || (taken_ = auto_file_lock(dbf));
   }
-  ~FileLockScope() {
+  ~FileLockScope() noexcept(false) {  // the lock's procedures are code of the language
     if (taken_ && same_.holds()) release_auto_lock(dbf_);
   }
   FileLockScope(const FileLockScope&) = delete;
