@@ -250,5 +250,29 @@ TEST_F(KeyTreeTest, PagesOfACircleAreAFailureNotAHang) {
   }
 }
 
+// A walk of many operations, each under a lock of its own, that comes to the same page again.
+TEST_F(KeyTreeTest, StepOutOfTheOrderOfKeysIsAFailureInSharedUse) {
+  make(232);
+  begin();
+  for (std::uint32_t i = 0; i < 9; ++i) add(std::string(1, static_cast<char>('A' + i)), i + 1);
+  const IdxFile file = check();
+  // Behind the root's first key comes the page before it again.
+  std::string bytes = file.bytes;
+  const std::size_t first = file.root * 512UL + 12;
+  bytes.replace(first + 240, 4, bytes, first, 4);
+  write_file(path(), bytes);
+  reopen(false);
+  int steps = 0;
+  std::string at;
+  for (bool on = tree_.go_first(); on && steps < 100; ++steps) {
+    at = reinterpret_cast<const char*>(tree_.key());
+    const std::uint32_t recno = tree_.record();
+    begin();
+    on = find(key(TMP_TEXT(at)), recno) && tree_.step_forward();
+  }
+  EXPECT_LT(steps, 9);
+  EXPECT_GE(tree_.failed_sector(), 3);
+}
+
 }  // namespace
 }  // namespace tarnel::testing

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 
 #include "core/operators.h"
 
@@ -38,6 +39,7 @@ bool Key::same(const Key& other) const {
 }
 
 bool make_key(Key& key, const Var* value, char type) {
+  assert(idx::stored_size(type, 1) != 0);
   if (!key_types_agree(value->type, type)) return false;
   key.type = type;
   key.length = static_cast<std::uint16_t>(idx::stored_size(type, 0));
@@ -140,6 +142,22 @@ int KeyComparer::compare_weighed(const std::uint8_t* stored) const {
   for (std::size_t i = 0; i < length_; ++i)
     if (const int d = weights[bytes_[i]] - weights[stored[i]]; d != 0) return d;
   return 0;
+}
+
+bool entries_ascend(const std::uint8_t* first, const std::uint8_t* second,
+                    const idx::Header& header) {
+  Key key;
+  key.type = header.type;
+  std::memcpy(key.bytes, idx::key_of(first), header.keySize);
+  if (key.type == 'C')
+    key.length = static_cast<std::uint16_t>(
+        ::strnlen(reinterpret_cast<const char*>(key.bytes), header.size));
+  const std::uint8_t* other = idx::key_of(second);
+  const bool records_ascend = idx::record(first) < idx::record(second);
+  const int exact = KeyComparer(key, header, TextRule::kWhole, NumberRule::kExact)(other);
+  if (exact < 0 || (exact == 0 && records_ascend)) return true;
+  return is_numeric(key.type) && records_ascend &&
+         KeyComparer(key, header, TextRule::kWhole, NumberRule::kTolerant)(other) == 0;
 }
 
 }  // namespace tarnel

@@ -80,4 +80,9 @@ class KeyComparer {
   std::int32_t integer_ = 0;
 };
 
+// Do two entries of pages follow each other as they should? Numbers that the tolerance makes equal may
+// also stand in the order of their records.
+bool entries_ascend(const std::uint8_t* first, const std::uint8_t* second,
+                    const idx::Header& header);
+
 }  // namespace tarnel

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "core/file_ops.h"
+#include "core/operators.h"
 
 namespace tarnel {
 namespace {
@@ -22,6 +23,7 @@ void KeyTree::attach(int fd, idx::Header header, bool exclusive) {
   stride_ = header_.stride();
   pages_.open(fd, exclusive);
   stored_counts_ = counts();
+  collation_ = collation();
   path_.reserve(32);
 }
 
@@ -217,7 +219,7 @@ bool KeyTree::step_anywhere() {
   return settle_forward();
 }
 
-bool KeyTree::step_back() {
+bool KeyTree::to_previous() {
   if (path_.empty()) return false;
   between_ = false;
   if (here() == nullptr) return false;
@@ -248,7 +250,19 @@ bool KeyTree::go_last() {
   const std::uint8_t* p = enter(header_.root);
   if (p == nullptr) return false;
   path_.back().pos = idx::key_count(p);
-  return step_back();
+  return to_previous();
+}
+
+bool KeyTree::step_checked(Way way) {
+  const bool comparable = on_key() && !foreign_ && collation_ == collation();
+  std::uint8_t from[idx::kEntryHead + idx::kMaxKeyBytes];
+  if (comparable) std::memcpy(from, here(), stride_);
+  const bool forward = way == Way::kForward;
+  if (!(forward ? step_in_leaf() || step_anywhere() : to_previous())) return false;
+  const std::uint8_t* to = here();
+  if (to == nullptr) return false;
+  if (!comparable || entries_ascend(forward ? from : to, forward ? to : from, header_)) return true;
+  return fail(path_.back().sector) != nullptr;
 }
 
 }  // namespace tarnel

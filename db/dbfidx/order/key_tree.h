@@ -8,6 +8,7 @@
 #pragma once
 
 #include <array>
+#include <cassert>
 #include <cstdint>
 #include <vector>
 
@@ -49,6 +50,8 @@ class KeyTree {
   idx::Header& header() { return header_; }
   bool exclusive() const { return pages_.exclusive(); }
   bool changed() const { return counts_changed_ || pages_.changed(); }
+  // The collation in force is not that of the keys: their order can't be looked at.
+  void keys_are_foreign() { foreign_ = true; }
   // Reads the counts in the header anew, once under a lock.
   void refresh() {
     if (!exclusive() && !counts_fresh_) read_counts();
@@ -65,7 +68,9 @@ class KeyTree {
   bool seek(const KeyComparer& compare, Hit hit);
   bool seek_exact(const KeyComparer& compare, std::uint32_t recno);
 
-  // --- Walking. False when there is no further key; the cursor is then nowhere.
+  // --- Walking. False when there is no further key; the cursor is then nowhere. In shared use a step
+  // that does not go on in the order of the keys is a failure: a damaged file could lead a walk of many
+  // operations in a circle, and others may add keys for ever, so that no number of steps is too many.
   bool go_first();
   bool go_last();
   // The usual step, to the next key of a leaf. False: nothing was done.
@@ -79,8 +84,10 @@ class KeyTree {
     ++steps_;
     return true;
   }
-  bool step_forward() { return step_in_leaf() || step_anywhere(); }
-  bool step_back();
+  bool step_forward() {
+    return exclusive() ? step_in_leaf() || step_anywhere() : step_checked(Way::kForward);
+  }
+  bool step_back() { return exclusive() ? to_previous() : step_checked(Way::kBack); }
 
   // The cursor is nowhere; a step finds nothing.
   void leave();
@@ -93,8 +100,8 @@ class KeyTree {
   }
   bool on_record(std::uint32_t recno) { return on_key() && record() == recno; }
   // REQUIRES: on_key()
-  std::uint32_t record() { return idx::record(here()); }
-  const std::uint8_t* key() { return idx::key_of(here()); }
+  std::uint32_t record() { return assert(on_key()), idx::record(here()); }
+  const std::uint8_t* key() { return assert(on_key()), idx::key_of(here()); }
 
   // --- Changes. False on failure.
   // Puts a key where the cursor stands. REQUIRES: a search for it just missed.
@@ -151,6 +158,9 @@ class KeyTree {
   bool last_below();
   bool step_anywhere();
   bool settle_forward();
+  bool to_previous();
+  enum class Way : bool { kForward, kBack };
+  bool step_checked(Way way);
 
   std::uint32_t allocate();
   void release(std::uint32_t sector, std::uint8_t* page);
@@ -167,6 +177,8 @@ class KeyTree {
   PageStore pages_;
   int fd_ = -1;
   bool may_write_ = false;
+  bool foreign_ = false;
+  const unsigned char* collation_ = nullptr;  // when the file was opened
   bool counts_fresh_ = false, counts_changed_ = false;
   std::array<std::uint32_t, 4> stored_counts_{};  // as they stand in the file
   std::uint32_t known_sectors_ = 0;               // the file was seen to be about that long

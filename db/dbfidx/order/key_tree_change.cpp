@@ -70,7 +70,8 @@ bool KeyTree::insert(const Key& key, std::uint32_t recno) {
     header_.keyCount = 1;
     return make_root(item);
   }
-  const std::uint8_t* e = path_.empty() ? nullptr : here();
+  assert(between_ && !path_.empty());
+  const std::uint8_t* e = here();
   if (e == nullptr) return false;
   ++header_.keyCount;
   item.left = item.right = idx::child(e);
@@ -160,12 +161,14 @@ bool KeyTree::split(std::size_t level, std::uint8_t* page, std::uint8_t* full, I
 // --- Removal.
 
 bool KeyTree::set_record(std::uint32_t recno) {
+  assert(on_key());
   idx::set_record(here(), recno);
   pages_.touch(path_.back().sector);
   return true;
 }
 
 bool KeyTree::remove() {
+  assert(on_key());
   std::uint8_t* e = here();
   if (e == nullptr) return false;
   const std::size_t depth = path_.size();

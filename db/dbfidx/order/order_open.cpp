@@ -179,8 +179,10 @@ class Opening {
     std::uint8_t table[256];
     current_collation(table);
     if (index_->header().type == 'C' &&
-        !std::equal(std::begin(table), std::end(table), std::begin(extension_.collation)))
+        !std::equal(std::begin(table), std::end(table), std::begin(extension_.collation))) {
+      index_->tree.keys_are_foreign();
       dxerror(dbf_, TableError::kSortTable);
+    }
     if (!names_table(extension_.table, base_name(dbf_.fileName)))
       dxerror(dbf_, TableError::kIndexOfOtherTable, {extension_.table});
   }

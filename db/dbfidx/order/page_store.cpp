@@ -1,6 +1,7 @@
 #include "db/dbfidx/order/page_store.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "core/file_ops.h"
 
@@ -128,6 +129,7 @@ std::uint8_t* PageStore::fresh(std::uint32_t sector) {
 void PageStore::touch(std::uint32_t sector) {
   changed_ = true;
   if (exclusive_) {
+    assert(sector / kChunkPages < chunks_.size() && chunks_[sector / kChunkPages] != nullptr);
     Chunk& chunk = *chunks_[sector / kChunkPages];
     if (chunk.dirty == 0) dirty_chunks_.push_back(sector / kChunkPages);
     chunk.dirty |= bit(sector);
