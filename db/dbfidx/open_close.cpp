@@ -330,6 +330,19 @@ bool write_files(DbfIdx& dbf, const std::string& path, const Structure& structur
   return true;
 }
 
+// While a table is being closed, what closes it again, such as a handler that hears of a failed write,
+// does nothing.
+class ClosingScope {
+ public:
+  explicit ClosingScope(DbfIdx& dbf) : dbf_(dbf) { dbf.closing = true; }
+  ~ClosingScope() { dbf_.closing = false; }
+  ClosingScope(const ClosingScope&) = delete;
+  ClosingScope& operator=(const ClosingScope&) = delete;
+
+ private:
+  DbfIdx& dbf_;
+};
+
 }  // namespace
 
 DbfIdx*& open_tables() {
@@ -373,9 +386,10 @@ bool open_table(DbfIdx& dbf, const OpenRequest& request) {
 }
 
 void close_table(DbfIdx& dbf) {
-  if (dbf.is(kClosed)) return;
+  if (dbf.is(kClosed) || dbf.closing) return;
   const InterruptHold hold;
   const KeepObject keep(dbf.object);  // the area may hold the last reference
+  const ClosingScope closing(dbf);
   {
     const InternalLock lock(dbf, LockMode::kExclusive);
     if (lock.held()) {

@@ -3,11 +3,14 @@
 
 #include <cerrno>
 #include <functional>
+#include <map>
+#include <utility>
 
 #include "core/file_ops.h"
 #include "core/sequence.h"
 #include "tests/db/idx_checker.h"
 #include "tests/db/table_test.h"
+#include "tests/support/fail_nth.h"
 
 namespace tarnel::testing {
 namespace {
@@ -178,6 +181,95 @@ TEST_F(AgreementTest, WhatAgreesGoesOnAgreeing) {
   take_errors();
   ASSERT_TRUE(open("t", Use::kReadOnly));
   EXPECT_EQ(show(call("fieldget", {text("name")})), "C whisky  ");
+}
+
+// Every call of the file layer fails once, and the handler of the error closes, breaks or opens anew.
+// Afterwards another process gets the table alone, and an order that claims to agree does.
+class HandlersTest : public AgreementTest {
+ protected:
+  static bool agrees_or_says_not() {
+    bool good = open("t", Use::kExclusive);
+    for (const char* order : {"i", "j"}) {
+      call("ordlistclear");
+      if (!good || !yes("dbsetindex", {text(order)}) || state() != 0) continue;
+      call("dbsetorder", {integer(0)});
+      std::multimap<std::string, std::uint32_t> records, keys;
+      for (call("dbgotop"); !yes("eof"); call("dbskip"))
+        records.emplace(text_of(call("fieldget", {text("name")})), count("recno"));
+      for (const auto& [key, recno] : check_idx(std::string(order) + ".idx").keys)
+        keys.emplace(key, recno);
+      good = records == keys;
+    }
+    return good;
+  }
+  static void work(Use use) {
+    if (!open("t", use)) return;
+    yes("dbsetindex", {text("i")});
+    yes("ordlistadd", {text("j"), nil_value(), logical(use == Use::kShared)});
+    if (yes("dbappend")) put("name", text("bravo"));
+    call("dbgoto", {integer(1)});
+    if (yes("rlock")) put("name", text("zulu"));
+    call("dbcommit");
+    call("dbseek", {text("alpha")});
+    call("dbskip", {integer(2)});
+    call("dbskip", {integer(-1)});
+    call("dborderinfo", {integer(5002)});
+    if (use == Use::kExclusive)
+      call("dbreindex");
+    else
+      yes("dbcreateindex", {text("k"), text("n")});
+    call("dbcloseall");
+  }
+};
+
+TEST_F(HandlersTest, CloseBreakOrReopenAtEachFault) {
+  using Handler = Var* (*)(std::int32_t, Var**, Var**);
+  static bool busy;  // a handler that fails itself does no more
+  busy = false;
+  static const auto once = [](auto work) {
+    if (!std::exchange(busy, true)) work(), busy = false;
+    return nil_value();
+  };
+  const Handler handlers[] = {
+      [](std::int32_t, Var**, Var**) { return once([] { call("dbcloseall"); }); },
+      [](std::int32_t, Var**, Var**) { return once([] { call("ordlistclear"); }); },
+      [](std::int32_t, Var**, Var**) {
+        return once([] {
+          call("dbcloseall");
+          open("t", Use::kShared);
+          call("dbsetindex", {text("j")});
+        });
+      },
+      [](std::int32_t, Var**, Var**) {
+        return yes("used") ? break_out(0, nullptr, nullptr) : nil_value();
+      },
+  };
+  make();
+  ASSERT_TRUE(open("t", Use::kExclusive) && yes("dbcreateindex", {text("j"), text("name")}));
+  call("dbclosearea");
+  std::map<std::string, std::string> files;
+  for (const char* file : {"t.dbf", "i.idx", "j.idx"}) files[file] = read_file(file);
+  Var* former = call("errorblock");
+  for (const Handler& handler : handlers)
+    for (const Use use : {Use::kShared, Use::kExclusive}) {
+      SCOPED_TRACE(::testing::Message() << "handler " << &handler - handlers << ", use "
+                                        << static_cast<int>(use));
+      const std::int32_t mark = temp_top();
+      const auto prepare = [&] {
+        for (const auto& [file, bytes] : files) write_file(file, bytes);
+        call("errorblock", {TMP_BLOCK(handler)});
+      };
+      const auto check = [&](const Fault*) {
+        call("errorblock", {former});
+        call("dbcloseall");
+        take_errors();
+        EXPECT_EQ(run_processes(1, [](int) { return agrees_or_says_not(); }), 0);
+        POP_TEMPS(mark);
+      };
+      const int runs = fail_each_call(
+          {kIoError}, prepare, [&] { in_sequence([&] { work(use); }); }, check);
+      EXPECT_GT(runs, 50);
+    }
 }
 
 }  // namespace
