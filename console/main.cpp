@@ -7,6 +7,7 @@
 #include "console/line_editor.h"
 #include "console/progress.h"
 #include "console/session.h"
+#include "console/table_commands.h"
 #include "core/core_modules.h"
 #include "core/output.h"
 #include "core/runtime.h"
@@ -68,6 +69,7 @@ Var* console_main(std::int32_t, Var**) {
   set_interrupt_answer(InterruptAnswer::kLeave);
   open_session();
   show_progress();
+  tell_of_orders();
   run(command_line);
   return nil_value();
 }

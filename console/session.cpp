@@ -224,6 +224,10 @@ void write_value(const Var* value) {
 
 void complain(std::string_view text) {
   set_exit_status(1);
+  tell(text);
+}
+
+void tell(std::string_view text) {
   flush_output();
   write_fully(STDERR_FILENO, std::string(text) + "\n");
 }

@@ -25,5 +25,7 @@ Var* evaluate_argument(std::string_view expression);
 void write_value(const Var* value);
 // Writes a line about a fault on standard error; the run then ends with status 1.
 void complain(std::string_view text);
+// Writes a line on standard error that is no fault.
+void tell(std::string_view text);
 
 }  // namespace tarnel

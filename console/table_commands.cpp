@@ -14,6 +14,7 @@
 #include "core/stacks.h"
 #include "core/text.h"
 #include "db/area.h"
+#include "db/order_notice.h"
 #include "lib/value_text.h"
 
 namespace tarnel {
@@ -95,6 +96,15 @@ std::string locks_of(Var* server) {
   return text;
 }
 
+// What a check of an order found.
+constexpr std::int32_t kGood = 0, kDiffers = 1, kCorrupted = 2;
+const char* state_word(std::int32_t state) {
+  return state == kGood        ? "good"
+         : state == kDiffers   ? "differs"
+         : state == kCorrupted ? "corrupted"
+                               : "?";
+}
+
 // The path, without the current directory.
 std::string shown_path(std::string_view path) {
   std::error_code failed;
@@ -156,7 +166,7 @@ bool list_tables(std::string_view) {
 
 bool list_orders(std::string_view) {
   constexpr std::int32_t kCondition = 1, kKey = 2, kPath = 20, kDescends = 22, kKeys = 26,
-                         kUnique = 43;
+                         kUnique = 43, kState = 5002;
   const TempsMark mark;
   Var* server = server_or_complaint();
   if (server == nullptr) return true;
@@ -164,11 +174,18 @@ bool list_orders(std::string_view) {
     return send(server, "orderinfo", TMP_INT(what), TMP_INT(order));
   };
   const std::int32_t current = integer_of(call(server, "indexord"));
-  AlignedTable table({"order", "keys", "kind", "key", "for", "file"});
-  for (std::int32_t i = 1; i <= integer_of(get_ivar(server, "indexcount")); ++i) {
+  AlignedTable table({"order", "keys", "state", "kind", "key", "for", "file"});
+  std::vector<std::int32_t> states;
+  for (std::int32_t i = 1; i <= integer_of(get_ivar(server, "indexcount")); ++i)
+    states.push_back(integer_of(ask(kState, i)));
+  // Counting keys would give all orders up when one of them is corrupted.
+  const bool counts = std::ranges::find(states, kCorrupted) == states.end();
+  for (std::int32_t i = 1; i <= static_cast<std::int32_t>(states.size()); ++i) {
     std::string kind = truth_of(ask(kUnique, i)) ? "unique" : "";
     if (truth_of(ask(kDescends, i))) kind += kind.empty() ? "descending" : ", descending";
-    table.add({std::to_string(i) + (i == current ? "*" : ""), number_text(ask(kKeys, i)), kind,
+    table.add({std::to_string(i) + (i == current ? "*" : ""),
+               counts ? number_text(ask(kKeys, i)) : "?",
+               state_word(states[static_cast<std::size_t>(i) - 1]), kind,
                std::string(text_of(ask(kKey, i))), std::string(text_of(ask(kCondition, i))),
                shown_path(text_of(ask(kPath, i)))});
   }
@@ -211,6 +228,13 @@ bool list_records(std::string_view count) {
   call(server, "goto", stood);
   table.write();
   return true;
+}
+
+void tell_of_orders() {
+  order_notice() = [](const std::string& order, const std::string&) {
+    tell(format_text("note: the order %s lacks changes of its table, dbreindex() builds it anew",
+                     shown_path(order).c_str()));
+  };
 }
 
 void complete_table_name(std::string_view beginning, std::vector<std::string>& names) {

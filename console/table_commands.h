@@ -14,6 +14,10 @@ bool list_structure(std::string_view);
 // Writes N records from the current one on, 20 by default; the cursor ends where it stood.
 bool list_records(std::string_view count);
 
+// From now on a line on standard error tells of each order that lacks changes of its table, when it is
+// opened or chosen.
+void tell_of_orders();
+
 // Appends the aliases of open tables, with "->", and the fields of the current one that begin with
 // a text in any case; behind "alias->" those of that table.
 void complete_table_name(std::string_view beginning, std::vector<std::string>& names);

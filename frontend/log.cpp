@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstring>
 
+#include "db/order_notice.h"
 #include "lib/extend.h"
 
 namespace tarnel {
@@ -19,6 +20,12 @@ void log_line(const char* format, ...) {
   va_start(args, format);
   vsyslog(LOG_DEBUG, format, args);
   va_end(args);
+}
+
+void log_orders() {
+  order_notice() = [](const std::string& order, const std::string& table) {
+    syslog(LOG_WARNING, "the order %s lacks changes of its table %s", order.c_str(), table.c_str());
+  };
 }
 
 std::string plain_format(std::string_view text) {

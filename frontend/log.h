@@ -9,6 +9,8 @@
 namespace tarnel {
 
 void open_request_log();
+// Has a line logged for each order that lacks changes of its table.
+void log_orders();
 // One line at debug priority.
 [[gnu::format(printf, 1, 2)]] void log_line(const char* format, ...);
 

@@ -33,6 +33,7 @@ int main(int argc, char** argv) {
   runtime_hooks().setup = [] {
     init_macro();
     init_db();
+    log_orders();
   };
   runtime_hooks().close_files = close_streams;
   START_RUNTIME(argc, argv, {kFunctions.table(), kModules});

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "tests/e2e/web_server.h"
+#include "tests/support/log_sink.h"
 
 namespace tarnel::testing {
 namespace {
@@ -97,6 +98,20 @@ TEST_F(Pages, TheBrowserShowsEveryTypeOfField) {
                         "<td>[type M?]</td>\n</tr>"),
             std::string::npos)
       << get(6);
+}
+
+TEST_F(Pages, AnOrderThatLacksAChangeIsLoggedOnceARequest) {
+  if (!logged_warnings().served) GTEST_SKIP() << "somebody else receives the log";
+  const std::string warning =
+      "the order " PAGES_TABLES "/user1.idx lacks changes of its table " PAGES_TABLES "/user.dbf";
+  EXPECT_EQ(get(3), kNotFoundPage);
+  EXPECT_EQ(count_warnings(warning), 0);
+  ASSERT_EQ(std::system("cd " PAGES_TABLES " && " TARNEL_CONSOLE
+                        " -e \"dbusearea(.f., , 'user', , .t.)\" -e 'rlock()' -e 'balance := 1'"
+                        " > /dev/null"),
+            0);
+  EXPECT_NE(get(3).find("Description: index may be corrupted in area USER<BR>"), std::string::npos);
+  EXPECT_EQ(count_warnings(warning), 1);
 }
 
 TEST_F(Pages, ThePlannerEndsInTheErrorPageAtTheOrderThatNobodyBuilds) {

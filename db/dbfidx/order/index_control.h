@@ -24,7 +24,7 @@ struct IndexControl {
   int fd = -1;
   bool readOnly = false;
   std::uint32_t generation = 0;  // that of the table
-  std::int32_t field = -1;  // number from 0 of the field that alone is the key, -1 none
+  std::int32_t field = -1;       // number from 0 of the field that alone is the key, -1 none
   Var* keyBlock = nullptr;
   Var* forBlock = nullptr;  // null: every record has a key
   Var* standIn = nullptr;   // computes the keys while a build goes on; not held
@@ -37,6 +37,7 @@ struct IndexControl {
   bool oldFor = true;
 
   AgreementState state;
+  bool told = false;    // of a difference, see order_notice()
   bool closed = false;  // what still works on it finds nothing, see close_index()
 
   const idx::Header& header() const { return tree.header(); }

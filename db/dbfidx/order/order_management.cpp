@@ -1,6 +1,7 @@
 // The list of open orders: opening into it, the choice of the controlling one, the condition for
 // the next one to be made, and the questions about an order.
 #include <algorithm>
+#include <utility>
 
 #include "core/errors.h"
 #include "core/stacks.h"
@@ -8,6 +9,7 @@
 #include "db/dbfidx/method/methods.h"
 #include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/order_notice.h"
 #include "lib/arguments.h"
 #include "lib/file_names.h"
 
@@ -91,6 +93,26 @@ bool set_index(DbfIdx& dbf, const OrderRequest& request) {
   dbf.indexState = state;
   bbneterr(false);
   return true;
+}
+
+// Tells of an order that lacks changes of its table. Code of the language may run.
+void tell_difference(const DbfIdx& dbf, IndexControl& index) {
+  const bool differs = index.state.agreement == Agreement::kDiffers;
+  if (std::exchange(index.told, differs) || !differs || order_notice() == nullptr) return;
+  const std::string order = index.fileName, table = dbf.fileName;
+  order_notice()(order, table);
+}
+
+// The same for one that has just been chosen: others may have changed the table since it was opened.
+void tell_chosen(DbfIdx& dbf) {
+  IndexControl* index = current_index(dbf);
+  if (index == nullptr) return;
+  {
+    const InternalLock lock(dbf, lock_mode(dbf));
+    if (!lock.held() || !refresh_header(dbf) || index->closed) return;
+    look_at_agreement(dbf, *index);
+  }
+  tell_difference(dbf, *index);
 }
 
 // Keeps a block or a text of the condition.
@@ -273,7 +295,9 @@ Var* di_setindex(std::int32_t argc, Var** argv) {
   if (request.file.empty() || dbf.orderCount >= kMaxOrders) return logical(fail_open());
   if (arg_is(argc, argv, 2, "C")) request.tag = text_of(argv[2]);
   request.exclusive = arg_is(argc, argv, 3, "L") && truth_of(argv[3]);
-  return logical(set_index(dbf, request));
+  if (!set_index(dbf, request)) return false_value();
+  tell_difference(dbf, *dbf.orders[dbf.orderCount]);
+  return true_value();
 }
 
 Var* di_setorder(std::int32_t argc, Var** argv) {
@@ -294,6 +318,7 @@ Var* di_setorder(std::int32_t argc, Var** argv) {
   if (!same.holds()) return name;
   dbf.currentOrder = n <= dbf.orderCount ? n : 0;
   if (former != nullptr) goRecord(dbf, recno);
+  if (same.holds() && current_index(dbf) != former) tell_chosen(dbf);
   return name;
 }
 
