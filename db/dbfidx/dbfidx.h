@@ -16,6 +16,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -81,6 +82,42 @@ class LockList {
   std::int32_t count_ = 0;
 };
 
+// The locks that an area holds; changed only in locks.cpp.
+struct TableLocks {
+  LockList records;
+  int readers = 0, writers = 0;  // how deep the internal lock is nested; one of them is 0
+  std::uint32_t stamp = 0;       // another one after each internal lock that was given back
+};
+
+// The open orders, 1 to orderCount; changed only in the files of the orders.
+struct OrderList {
+  IndexControl* entries[kMaxOrders + 1] = {};
+  std::uint8_t state = kIndexGood;  // IndexState: what is still to be told, or checks off
+  bool keysPending = false;         // keys of record savedRecNo are still to be added
+  std::int32_t savedRecNo = 0;
+
+  IndexControl*& operator[](std::int32_t n) { return entries[n]; }
+  IndexControl* operator[](std::int32_t n) const { return entries[n]; }
+  auto begin() { return std::begin(entries); }
+  auto end() { return std::end(entries); }
+  auto begin() const { return std::begin(entries); }
+  auto end() const { return std::end(entries); }
+};
+
+// The condition of the next order. Held cells: HOLD_VAR and UNHOLD_VAR.
+struct OrderCondition {
+  Var *forText = nullptr, *forBlock = nullptr, *whileBlock = nullptr, *evalBlock = nullptr;
+  std::int32_t every = 1, start = 1, limit = -1;
+  std::uint8_t flags = 0;  // bit 0 all, bit 1 descending
+};
+
+// Filter, locate and scope. Held cells, as above.
+struct ScanCondition {
+  Var *filterText = nullptr, *filterBlock = nullptr, *locateBlock = nullptr;
+  Var *forBlock = nullptr, *whileBlock = nullptr;
+  std::int32_t scopeNext = -1;
+};
+
 // What the driver knows of an open table; close puts back these defaults.
 struct OpenTable {
   // Set by init, constant until close.
@@ -105,34 +142,20 @@ struct OpenTable {
   bool found = false;
   bool appended = false;  // in exclusive use, since it was opened
   bool changed = false;   // a record or the header was written since it was opened
-  MappedFile mapped;    // shared use: reads without a system call
-  RecordWindow window;  // exclusive use: records read ahead or not yet written
+  MappedFile mapped;      // shared use: reads without a system call
+  RecordWindow window;    // exclusive use: records read ahead or not yet written
 
-  // Locks; changed only in locks.cpp.
-  LockList lockList;
-  int readLocks = 0, writeLocks = 0;
-  std::uint32_t lockStamp = 0;  // another one after each internal lock that was given back
-  DbfIdx* ring = nullptr;       // next area with the same file, itself when alone
-  DbfIdx* nextOpen = nullptr;
+  TableLocks locks;
   std::int32_t concurrency = 1;
+  DbfIdx* ring = nullptr;  // next area with the same file, itself when alone
+  DbfIdx* nextOpen = nullptr;
 
-  // Orders, entries 1 to 16 in use; changed only in the files of the orders.
-  IndexControl* orders[kMaxOrders + 1] = {};
-  std::uint8_t indexState = kIndexGood;
-  std::uint8_t syncState = 4;  // 5: keys of savedRecNo are still to be added
-  std::int32_t savedRecNo = 0;
-  std::uint8_t orderFlags = 0;  // the condition of the next order: bit 0 all, bit 1 descending
-  Var *orderForText = nullptr, *orderForBlock = nullptr, *orderWhileBlock = nullptr,
-      *orderEvalBlock = nullptr;
-  std::int32_t orderEvery = 1, orderStart = 1, orderLimit = -1;
-
-  // Filter, scope, relations. Held cells: HOLD_VAR and UNHOLD_VAR.
+  OrderList orders;
+  OrderCondition newOrder;
+  ScanCondition scan;
   std::int32_t relationCount = 0;
   bool relationActive = false;
   Relation* relations[kMaxRelations] = {};
-  Var *locateBlock = nullptr, *filterText = nullptr, *filterBlock = nullptr;
-  Var *forBlock = nullptr, *whileBlock = nullptr;
-  std::int32_t scopeNext = -1;
   char delimiter[2] = {'"', '\0'};
 
   bool is(TableFlag flag) const { return (flags & flag) != 0; }
@@ -330,7 +353,8 @@ class SameTable {
 // The lock of an operation that writes only what is pending. A shared lock is never made exclusive
 // on the way: two processes that try it at once would wait for each other.
 inline LockMode lock_mode(const DbfIdx& dbf) {
-  return dbf.buffer.changed() || dbf.header.pending() != 0 ? LockMode::kExclusive : LockMode::kShared;
+  return dbf.buffer.changed() || dbf.header.pending() != 0 ? LockMode::kExclusive
+                                                           : LockMode::kShared;
 }
 
 // --- Opening and closing (open_close.cpp)

@@ -16,7 +16,7 @@ bool ordered(const DbfIdx& dbf) {
   return dbf.currentOrder != 0;
 }
 bool hides(const DbfIdx& dbf) {
-  return settings().deleted || dbf.filterBlock != nullptr;
+  return settings().deleted || dbf.scan.filterBlock != nullptr;
 }
 
 void clear_flags(DbfIdx& dbf) {
@@ -266,7 +266,8 @@ bool visible(DbfIdx& dbf) {
     if (dbf.buffer.marked_deleted()) return false;
   }
   const SameTable same(dbf);
-  return dbf.filterBlock == nullptr || condition_holds(dbf, dbf.filterBlock) || !same.holds();
+  return dbf.scan.filterBlock == nullptr || condition_holds(dbf, dbf.scan.filterBlock) ||
+         !same.holds();
 }
 
 void goRecord(DbfIdx& dbf, std::int32_t n) {

@@ -107,8 +107,7 @@ bool open_memo(DbfIdx& dbf) {
 
 // The claims of other areas and processes allow this open.
 bool claim(DbfIdx& dbf, bool exclusive) {
-  const Ring ring =
-      ringCheck(dbf, exclusive ? RingUse::kExclusiveOpen : RingUse::kSharedOpen);
+  const Ring ring = ringCheck(dbf, exclusive ? RingUse::kExclusiveOpen : RingUse::kSharedOpen);
   if (ring == Ring::kConflict) return false;
   return (ring == Ring::kCompatible && !exclusive) || claim_table(dbf, exclusive);
 }
@@ -182,9 +181,9 @@ void place_cursor(DbfIdx& dbf) {
 }
 
 void release_blocks(DbfIdx& dbf) {
-  for (Var** slot :
-       {&dbf.filterText, &dbf.filterBlock, &dbf.locateBlock, &dbf.forBlock, &dbf.whileBlock,
-        &dbf.orderForText, &dbf.orderForBlock, &dbf.orderWhileBlock, &dbf.orderEvalBlock})
+  for (Var** slot : {&dbf.scan.filterText, &dbf.scan.filterBlock, &dbf.scan.locateBlock,
+                     &dbf.scan.forBlock, &dbf.scan.whileBlock, &dbf.newOrder.forText,
+                     &dbf.newOrder.forBlock, &dbf.newOrder.whileBlock, &dbf.newOrder.evalBlock})
     UNHOLD_VAR(slot);
 }
 
@@ -193,9 +192,8 @@ void release_blocks(DbfIdx& dbf) {
 void finish_exclusive(DbfIdx& dbf) {
   if (!dbf.exclusive() || dbf.readOnly() || !dbf.changed) return;
   // What can't be cut off counts for nobody.
-  if (write_header(dbf) && dbf.appended)
-    [[maybe_unused]] const bool cut =
-        set_size(dbf.dbfFd, record_place(dbf, dbf.lastRec) + dbf.recordSize);
+  if (write_header(dbf) && dbf.appended) [[maybe_unused]]
+    const bool cut = set_size(dbf.dbfFd, record_place(dbf, dbf.lastRec) + dbf.recordSize);
 }
 
 // --- Creating.

@@ -78,8 +78,8 @@ TEST_F(Buffer, ShowsRecordsThatCameOrChangedElsewhere) {
 TEST_F(Buffer, StopsAtAHeaderThatIsNoLongerTheTables) {
   make(3, Use::kShared);
   const std::string good = read_file("t.dbf");
-  for (const auto& [at, bytes] : {std::pair<std::int64_t, std::string>{8, le16(96)}, {10, le16(11)},
-                                  {4, le32(0x90000000)}}) {
+  for (const auto& [at, bytes] :
+       {std::pair<std::int64_t, std::string>{8, le16(96)}, {10, le16(11)}, {4, le32(0x90000000)}}) {
     replace_bytes(at, bytes);
     const std::string bad = read_file("t.dbf");
     EXPECT_FALSE(yes("dbappend"));
@@ -141,10 +141,9 @@ TEST_F(Buffer, ABreakLeavesNoLockBehind) {
   static FileOps real;
   real = file_ops();
   Var* calm = call("errorblock");
-  call("errorblock", {TMP_BLOCK([](std::int32_t, Var** argv, Var**) -> Var* {
-                        break_sequence(argv[0]);
-                      },
-                      nullptr, 0)});
+  call("errorblock",
+       {TMP_BLOCK([](std::int32_t, Var** argv, Var**) -> Var* { break_sequence(argv[0]); }, nullptr,
+                  0)});
   const auto broken = [](auto body) { return in_sequence([&] { body(); }) != nullptr; };
   const auto lock = [](short refused) {
     static short type;
@@ -164,7 +163,7 @@ TEST_F(Buffer, ABreakLeavesNoLockBehind) {
   call("dbgoto", {integer(3)});
   EXPECT_TRUE(broken([] { get("n"); }));
   EXPECT_TRUE(broken([] { yes("rlock"); }));
-  EXPECT_EQ(table().readLocks + table().writeLocks, 0);
+  EXPECT_EQ(table().locks.readers + table().locks.writers, 0);
   call("errorblock", {calm});
   elsewhere([] { change(1, 11); });
   call("dbgotop");

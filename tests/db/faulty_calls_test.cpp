@@ -52,8 +52,17 @@ bool read_back(int record, const char* expected) {
 }
 
 const Operation kOperations[] = {
-    {"open", [] { close_all_areas(); return open("t", Use::kShared); }, "101 103 327 "},
-    {"create", [] { return create("new", {{"a", "C", 5, 0}, {"m", "M", 10, 0}}); }, "104 105 "},
+    {"open",
+     [] {
+       close_all_areas();
+       return open("t", Use::kShared);
+     },
+     "101 103 327 "},
+    {"create",
+     [] {
+       return create("new", {{"a", "C", 5, 0}, {"m", "M", 10, 0}});
+     },
+     "104 105 "},
     {"read",
      [] {
        call("dbgoto", {integer(4)});
@@ -114,9 +123,7 @@ const Operation kOperations[] = {
        return stored;
      },
      "103 104 327 331 412 "},
-    {"lock file",
-     [] { return yes("flock") && yes("dbunlock"); },
-     "103 327 "},
+    {"lock file", [] { return yes("flock") && yes("dbunlock"); }, "103 327 "},
     {"create order",
      [] {
        return yes("flock") && yes("ordcreate", {text("new"), nil_value(), text("who")}) &&
@@ -166,13 +173,14 @@ class FaultyCalls : public TableTest, public ::testing::WithParamInterface<bool>
                  (file[2] == 'n' ? std::atof(key.c_str()) == std::atof(bytes.substr(1, 5).c_str())
                                  : key == bytes.substr(6, 6));
       }
-      EXPECT_TRUE(agrees || order.fault == "too short" || (order.counter != 0 && order.counter != counter))
+      EXPECT_TRUE(agrees || order.fault == "too short" ||
+                  (order.counter != 0 && order.counter != counter))
           << file << " " << order.fault << " " << order.counter << " " << counter;
     }
   }
   static void expect_next_operation_works() {
     ASSERT_TRUE(area_list() != nullptr || open("t", Use::kExclusive)) << take_errors();
-    EXPECT_EQ(table().readLocks + table().writeLocks, 0);
+    EXPECT_EQ(table().locks.readers + table().locks.writers, 0);
     take_errors();
     call("dbgoto", {integer(1)});
     EXPECT_TRUE(yes("rlock")) << take_errors();
@@ -214,7 +222,8 @@ TEST_P(FaultyCalls, LoseNothingAndSayWhatIsTrue) {
           [&](const Fault* fault) {
             const std::int32_t mark = temp_top();
             const std::string errors = take_errors();
-            EXPECT_NE(std::strstr(operation.errors, errors.substr(0, 4).c_str()), nullptr) << errors;
+            EXPECT_NE(std::strstr(operation.errors, errors.substr(0, 4).c_str()), nullptr)
+                << errors;
             EXPECT_TRUE(says || (fault != nullptr && !harmless(*fault))) << errors;
             // What it says of records must be in the files once they are closed.
             const bool closing = std::string_view(operation.name) == "close";

@@ -170,13 +170,13 @@ TEST_P(Locks, ListOfLocksGrowsAndShrinks) {
     ASSERT_TRUE(yes("rlock", {integer(i)}));
     ASSERT_TRUE(yes("rlock", {integer(i)}));  // held already: counts once
   }
-  EXPECT_EQ(table().lockList.count(), 17);
-  EXPECT_EQ(table().lockList.capacity(), 32);
+  EXPECT_EQ(table().locks.records.count(), 17);
+  EXPECT_EQ(table().locks.records.capacity(), 32);
   EXPECT_EQ(show(element(call("dbrlocklist"), 5)), "I 5");
   for (int i = 17; i > 15; --i) call("dbunlock", {integer(i)});
-  EXPECT_EQ(table().lockList.capacity(), 16);
+  EXPECT_EQ(table().locks.records.capacity(), 16);
   ASSERT_TRUE(yes("dbunlock"));
-  EXPECT_EQ(table().lockList.count(), 0);
+  EXPECT_EQ(table().locks.records.count(), 0);
 }
 
 TEST_P(Locks, WithoutMultilocksALockDropsTheOthers) {
@@ -185,11 +185,11 @@ TEST_P(Locks, WithoutMultilocksALockDropsTheOthers) {
   ASSERT_TRUE(yes("rlock"));
   ASSERT_TRUE(yes("rlock", {integer(3), integer(2)}));
   EXPECT_EQ(show(call("dbrlocklist")), "A 1");
-  EXPECT_EQ(table().lockList.at(0), 3);
+  EXPECT_EQ(table().locks.records.at(0), 3);
   ASSERT_TRUE(yes("dbappend"));
-  EXPECT_EQ(table().lockList.at(0), 4);
+  EXPECT_EQ(table().locks.records.at(0), 4);
   ASSERT_TRUE(yes("dbappend", {false_value()}));
-  EXPECT_EQ(table().lockList.count(), 2);
+  EXPECT_EQ(table().locks.records.count(), 2);
   call("rlock", {text("x")});
   EXPECT_EQ(take_errors(), "312 in RLock()");
 }
@@ -231,7 +231,7 @@ TEST_P(Locks, ExclusiveAndReadOnlyTables) {
   fill(1);
   ASSERT_TRUE(open("t", Use::kExclusive));
   EXPECT_TRUE(yes("rlock"));
-  EXPECT_EQ(table().lockList.count(), 0);
+  EXPECT_EQ(table().locks.records.count(), 0);
   call("dbclosearea");
   ASSERT_TRUE(open("t", Use::kReadOnly));
   EXPECT_TRUE(elsewhere([] { return open("t", Use::kReadOnly) && yes("rlock"); }));
@@ -394,8 +394,8 @@ TEST_F(TableTest, LocksLieWhereEveryProcessLooksForThem) {
        "W 3ffff7ff+1 W 3ffffc00+0 "},
       {"record", Use::kShared, [&] { return after("rlock"); }, "W 6b+a R 7ffffbfc+1 ",
        "W 6b+a W 3ffff7ff+1 "},
-      {"record, read-only", Use::kReadOnly, [&] { return after("rlock"); },
-       "R 6b+a R 7ffffbfc+1 ", "R 6b+a R 3ffff7ff+1 "},
+      {"record, read-only", Use::kReadOnly, [&] { return after("rlock"); }, "R 6b+a R 7ffffbfc+1 ",
+       "R 6b+a R 3ffff7ff+1 "},
       {"new record", Use::kShared, [&] { return after("dbappend"); }, "W 7f+a R 7ffffbfc+1 ",
        "W 7f+a W 3ffff7ff+1 "},
       // Under the older scheme it covers the claim, and ends where an internal lock was given back.

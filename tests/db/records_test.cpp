@@ -134,12 +134,12 @@ TEST_F(Records, AutomaticLockWritesAndLetsGo) {
   call("dbclosearea");
   ASSERT_TRUE(open("t", Use::kShared));
   put("n", number(7));
-  EXPECT_EQ(table().lockList.count(), 0);
+  EXPECT_EQ(table().locks.records.count(), 0);
   EXPECT_FALSE(table().buffer.changed());
   EXPECT_EQ(get("n"), "N 7.00");
   EXPECT_TRUE(yes("dbdelete"));
   EXPECT_TRUE(yes("deleted"));
-  EXPECT_EQ(table().lockList.count(), 0);
+  EXPECT_EQ(table().locks.records.count(), 0);
   EXPECT_EQ(take_errors(), "");
 }
 

@@ -100,8 +100,8 @@ enum class Held : std::uint8_t { kNothing, kRead, kWrite };
 Held held_by_ring(const DbfIdx& dbf) {
   Held held = Held::kNothing;
   for (const DbfIdx* other = dbf.ring; other != &dbf; other = other->ring) {
-    if (other->writeLocks > 0) return Held::kWrite;
-    if (other->readLocks > 0) held = Held::kRead;
+    if (other->locks.writers > 0) return Held::kWrite;
+    if (other->locks.readers > 0) held = Held::kRead;
   }
   return held;
 }
@@ -134,9 +134,9 @@ bool set_record_lock(DbfIdx& dbf, std::int32_t n, short type) {
 bool conflicts(const DbfIdx& other, RingUse use, std::int32_t n) {
   switch (use) {
     case RingUse::kRecordLock:
-      return other.is(kFileLocked) || other.exclusive() || other.lockList.holds(n);
+      return other.is(kFileLocked) || other.exclusive() || other.locks.records.holds(n);
     case RingUse::kFileLock:
-      return other.is(kFileLocked) || other.exclusive() || other.lockList.count() > 0;
+      return other.is(kFileLocked) || other.exclusive() || other.locks.records.count() > 0;
     case RingUse::kSharedOpen:
       return other.exclusive();
     case RingUse::kExclusiveOpen:
@@ -194,23 +194,25 @@ int other_holders(const DbfIdx& dbf) {
 // What holds of a table in shared use between two operations.
 void check_table(const DbfIdx& dbf) {
   using State = RecordBuffer::State;
-  check(dbf.readLocks >= 0 && dbf.writeLocks >= 0 && (dbf.readLocks == 0 || dbf.writeLocks == 0),
+  check(dbf.locks.readers >= 0 && dbf.locks.writers >= 0 &&
+            (dbf.locks.readers == 0 || dbf.locks.writers == 0),
         "table: locks that contradict each other");
   check(dbf.header.pending() == 0, "table: a change that others can't see");
   check(!dbf.header.fresh() && dbf.buffer.state() != State::kCurrent,
         "table: believed without a lock");
-  for (std::int32_t i = 1; i < dbf.lockList.count(); ++i)
-    check(dbf.lockList.at(i - 1) < dbf.lockList.at(i), "table: record locks out of order");
+  for (std::int32_t i = 1; i < dbf.locks.records.count(); ++i)
+    check(dbf.locks.records.at(i - 1) < dbf.locks.records.at(i),
+          "table: record locks out of order");
 }
 
 // --- The internal lock.
 
 bool readLock(DbfIdx& dbf) {
   if (dbf.exclusive()) return true;
-  if (dbf.writeLocks > 0) {
-    ++dbf.writeLocks;
-  } else if (dbf.readLocks > 0 || place_internal(dbf, false)) {
-    ++dbf.readLocks;
+  if (dbf.locks.writers > 0) {
+    ++dbf.locks.writers;
+  } else if (dbf.locks.readers > 0 || place_internal(dbf, false)) {
+    ++dbf.locks.readers;
   } else {
     dxerror(dbf, TableError::kInternalReadLock);
     return false;
@@ -220,8 +222,8 @@ bool readLock(DbfIdx& dbf) {
 
 bool writeLock(DbfIdx& dbf) {
   if (dbf.exclusive()) return true;
-  if (dbf.writeLocks > 0) {
-    ++dbf.writeLocks;
+  if (dbf.locks.writers > 0) {
+    ++dbf.locks.writers;
     return true;
   }
   if (!place_internal(dbf, true)) {
@@ -229,17 +231,17 @@ bool writeLock(DbfIdx& dbf) {
     return false;
   }
   HOLD_INTERRUPT();
-  dbf.writeLocks = dbf.readLocks + 1;
-  dbf.readLocks = 0;
+  dbf.locks.writers = dbf.locks.readers + 1;
+  dbf.locks.readers = 0;
   return true;
 }
 
 void unlockInternal(DbfIdx& dbf) {
-  if (dbf.exclusive() || (dbf.readLocks == 0 && dbf.writeLocks == 0)) return;
-  int& count = dbf.readLocks > 0 ? dbf.readLocks : dbf.writeLocks;
-  const bool write = dbf.writeLocks > 0;
+  if (dbf.exclusive() || (dbf.locks.readers == 0 && dbf.locks.writers == 0)) return;
+  int& count = dbf.locks.readers > 0 ? dbf.locks.readers : dbf.locks.writers;
+  const bool write = dbf.locks.writers > 0;
   if (--count > 0) return;
-  ++dbf.lockStamp;
+  ++dbf.locks.stamp;
   dbf.header.look_again();
   dbf.buffer.look_again();
   if constexpr (kChecked) check_table(dbf);
@@ -249,8 +251,8 @@ void unlockInternal(DbfIdx& dbf) {
 }
 
 void drop_internal(DbfIdx& dbf) {
-  if (dbf.readLocks == 0 && dbf.writeLocks == 0) return;
-  (dbf.readLocks > 0 ? dbf.readLocks : dbf.writeLocks) = 1;
+  if (dbf.locks.readers == 0 && dbf.locks.writers == 0) return;
+  (dbf.locks.readers > 0 ? dbf.locks.readers : dbf.locks.writers) = 1;
   unlockInternal(dbf);
 }
 
@@ -267,14 +269,16 @@ bool can_lock_record(const DbfIdx& dbf, std::int64_t n) {
 }
 
 bool holds_record(const DbfIdx& dbf, std::int32_t n) {
-  return dbf.exclusive() || dbf.is(kFileLocked) || dbf.lockList.holds(n);
+  return dbf.exclusive() || dbf.is(kFileLocked) || dbf.locks.records.holds(n);
 }
 
 int lockRecord(DbfIdx& dbf, std::int32_t n) {
-  if (!dbf.isOpen() || n < 1 || ringCheck(dbf, RingUse::kRecordLock, n) == Ring::kConflict || dbf.is(kFileLocked)) return -1;
-  if (dbf.lockList.holds(n)) return 0;
+  if (!dbf.isOpen() || n < 1 || ringCheck(dbf, RingUse::kRecordLock, n) == Ring::kConflict ||
+      dbf.is(kFileLocked))
+    return -1;
+  if (dbf.locks.records.holds(n)) return 0;
   if (!set_record_lock(dbf, n, lock_type(dbf))) return -1;
-  dbf.lockList.insert(n);
+  dbf.locks.records.insert(n);
   // Others may have changed it until now.
   if (dbf.buffer.number() == n && !dbf.buffer.changed()) dbf.buffer.forget();
   return 0;
@@ -282,13 +286,14 @@ int lockRecord(DbfIdx& dbf, std::int32_t n) {
 
 int unlockRecord(DbfIdx& dbf, std::int32_t n) {
   if (!dbf.isOpen() || dbf.is(kFileLocked)) return -1;
-  if (!dbf.lockList.holds(n)) return 0;
-  dbf.lockList.remove(n);
+  if (!dbf.locks.records.holds(n)) return 0;
+  dbf.locks.records.remove(n);
   return set_record_lock(dbf, n, F_UNLCK) ? 0 : -1;
 }
 
 int lockFile(DbfIdx& dbf) {
-  if (!dbf.isOpen() || dbf.is(kFileLocked) || ringCheck(dbf, RingUse::kFileLock) == Ring::kConflict) return -1;
+  if (!dbf.isOpen() || dbf.is(kFileLocked) || ringCheck(dbf, RingUse::kFileLock) == Ring::kConflict)
+    return -1;
   if (!lock_range(dbf.dbfFd, lock_type(dbf), kFileLockAt, kFileLockLength)) return -1;
   dbf.flags |= kFileLocked;
   return 0;
@@ -301,8 +306,8 @@ int unlockAll(DbfIdx& dbf) {
     return lock_range(dbf.dbfFd, F_UNLCK, kFileLockAt, kFileLockLength) ? 0 : -1;
   }
   int result = 0;
-  for (std::int32_t i = dbf.lockList.count(); i > 0; --i)
-    if (unlockRecord(dbf, dbf.lockList.at(i - 1)) != 0) result = -1;
+  for (std::int32_t i = dbf.locks.records.count(); i > 0; --i)
+    if (unlockRecord(dbf, dbf.locks.records.at(i - 1)) != 0) result = -1;
   return result;
 }
 

@@ -84,7 +84,7 @@ Var* di_clearindex(std::int32_t, Var** argv) {
   dbf.found = false;
   const InternalLock lock(dbf, lock_mode(dbf));
   if (!lock.held() || !leave_record(dbf)) return false_value();
-  dbf.indexState = kIndexGood;
+  dbf.orders.state = kIndexGood;
   updateHeader(dbf);
   close_orders(dbf);
   return true_value();

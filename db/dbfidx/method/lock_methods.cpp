@@ -43,7 +43,8 @@ bool lock_record(DbfIdx& dbf, std::int32_t argc, Var** argv) {
   if (!dbf.isOpen()) return false;
   std::int32_t n = arg_is(argc, argv, 1, kNumber) ? integer_of(argv[1]) : 0;
   if (n == 0) {
-    if (dbf.lockList.count() > 0 || dbf.is(kFileLocked) || dbf.buffer.changed()) unlock(dbf, 0);
+    if (dbf.locks.records.count() > 0 || dbf.is(kFileLocked) || dbf.buffer.changed())
+      unlock(dbf, 0);
     n = dbf.recNo;
   }
   if (lockRecord(dbf, n) != 0) return false;
@@ -84,7 +85,7 @@ Var* di_unlock(std::int32_t argc, Var** argv) {
 Var* di_rlockverify(std::int32_t, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (!dbf.isOpen()) return false_value();
-  if (dbf.exclusive() || dbf.buffer.changed() || dbf.lockList.holds(dbf.recNo))
+  if (dbf.exclusive() || dbf.buffer.changed() || dbf.locks.records.holds(dbf.recNo))
     return true_value();
   if (is_buffered(dbf) && has_record(dbf, dbf.recNo)) {
     std::vector<std::uint8_t> now(dbf.recordSize);
@@ -99,9 +100,9 @@ Var* di_rlockverify(std::int32_t, Var** argv) {
 Var* di_rlocklist(std::int32_t, Var** argv) {
   const DbfIdx& dbf = dbf_of(argv[0]);
   Var* list = NEW_TEMP();
-  cscreara(list, std::min(dbf.lockList.count(), kMaxElements), kAllNil);
+  cscreara(list, std::min(dbf.locks.records.count(), kMaxElements), kAllNil);
   for (std::int32_t i = 0; i < element_count(list); ++i)
-    SET_INT(element(list, i + 1), dbf.lockList.at(i));
+    SET_INT(element(list, i + 1), dbf.locks.records.at(i));
   return list;
 }
 

@@ -97,8 +97,7 @@ bool is_deleted(DbfIdx& dbf, std::int32_t n) {
   if (n < 1 || n > dbf.lastRec) return false;
   if (!flush_records(dbf)) return false;
   std::uint8_t mark = 0;
-  return read_at(dbf.dbfFd, &mark, 1, record_place(dbf, n)) &&
-         mark == dbf::kDeletedMark;
+  return read_at(dbf.dbfFd, &mark, 1, record_place(dbf, n)) && mark == dbf::kDeletedMark;
 }
 
 Var* struct_row(const dbf::Field& field) {
@@ -172,7 +171,7 @@ Var* di_recordinfo(std::int32_t argc, Var** argv) {
     case 1:
       return logical(is_deleted(dbf, n));
     case 2:
-      return logical(dbf.lockList.holds(n));
+      return logical(dbf.locks.records.holds(n));
     case 3:
       return TMP_INT(dbf.recordSize);
     case 4:

@@ -57,15 +57,15 @@ Var* exchange_found(DbfIdx& dbf, std::int32_t argc, Var** argv) {
 }
 
 Var* exchange_locate(DbfIdx& dbf, std::int32_t argc, Var** argv) {
-  Var* former = dbf.locateBlock != nullptr ? ARG_VAR(dbf.locateBlock) : nil_value();
+  Var* former = dbf.scan.locateBlock != nullptr ? ARG_VAR(dbf.scan.locateBlock) : nil_value();
   if (argc < 3) return former;
   if (is_block(argv[2])) {
     Var* block = NEW_TEMP();
     CPY_VAR(block, argv[2]);
-    UNHOLD_VAR(&dbf.locateBlock);
-    HOLD_VAR(&dbf.locateBlock, block);
+    UNHOLD_VAR(&dbf.scan.locateBlock);
+    HOLD_VAR(&dbf.scan.locateBlock, block);
   } else if (is_nil(argv[2])) {
-    UNHOLD_VAR(&dbf.locateBlock);
+    UNHOLD_VAR(&dbf.scan.locateBlock);
   } else {
     dxerror(dbf, TableError::kInfoBlock);
   }
@@ -148,10 +148,10 @@ constexpr InfoRow kInfoRows[] = {
     {25, yes},
     {26, [](const Question& q) { return exchange_flag(q.dbf.bofFlag, q.argc, q.argv); }},
     {27, [](const Question& q) { return exchange_flag(q.dbf.eofFlag, q.argc, q.argv); }},
-    {28, [](const Question& q) { return exchange_filter(q.dbf.filterText, q.argc, q.argv); }},
+    {28, [](const Question& q) { return exchange_filter(q.dbf.scan.filterText, q.argc, q.argv); }},
     {29, [](const Question& q) { return exchange_found(q.dbf, q.argc, q.argv); }},
     {30, [](const Question& q) { return TMP_INT(q.dbf.fieldCount); }},
-    {31, [](const Question& q) { return TMP_INT(q.dbf.lockList.count()); }},
+    {31, [](const Question& q) { return TMP_INT(q.dbf.locks.records.count()); }},
     {32, [](const Question& q) { return logical(q.dbf.isOpen() && is_buffered(q.dbf)); }},
     {33, [](const Question& q) { return exchange_alias(q.dbf, q.argc, q.argv); }},
     {34, [](const Question& q) { return exchange_locate(q.dbf, q.argc, q.argv); }},
@@ -163,7 +163,8 @@ constexpr InfoRow kInfoRows[] = {
     {102, [](const Question&) { return TMP_STR(kDriverVersion); }},
     {1000, [](const Question& q) { return TMP_INT(other_holders(q.dbf)); }},
     {5000, [](const Question& q) { return file_mode(q.dbf); }},
-    {5001, [](const Question& q) { return exchange_filter(q.dbf.filterBlock, q.argc, q.argv); }},
+    {5001,
+     [](const Question& q) { return exchange_filter(q.dbf.scan.filterBlock, q.argc, q.argv); }},
     {5002, [](const Question& q) { return exchange_text(q.dbf.idxExt, q.argc, q.argv); }},
 };
 

@@ -129,11 +129,11 @@ void leave_index(DbfIdx& dbf, IndexControl& index) {
     return;
   }
   if (index.state.agreement != Agreement::kDiffers || index.readOnly) return;
-  if (!dbf.exclusive() && is_locked(dbf) && dbf.writeLocks == 0) return;  // never on the way up
+  if (!dbf.exclusive() && is_locked(dbf) && dbf.locks.writers == 0) return;  // never on the way up
   const InternalLock lock(dbf, LockMode::kExclusive);
   if (!lock.held() || !refresh_header(dbf)) return;
-  const bool differs = index.state.changes > 0 ||
-                       look_at_agreement(dbf, index) == Agreement::kDiffers;
+  const bool differs =
+      index.state.changes > 0 || look_at_agreement(dbf, index) == Agreement::kDiffers;
   if (differs && !store_mark(dbf, index)) unwritable(dbf, index);
 }
 
@@ -154,7 +154,7 @@ void index_records_lost(DbfIdx& dbf) {
     [[maybe_unused]] const bool marked = index.readOnly || store_mark(dbf, index);
     index.oldKey.type = 'U';
   }
-  dbf.syncState = kSettled;
+  dbf.orders.keysPending = false;
 }
 
 IndexState check_index(DbfIdx& dbf, IndexControl& index) {
@@ -167,7 +167,7 @@ IndexState check_index(DbfIdx& dbf, IndexControl& index) {
 
 KeyChange::KeyChange(DbfIdx& dbf)
     : dbf_(dbf), same_(dbf), counter_(dbf.header.counter()), pending_(dbf.header.pending()) {
-  assert(dbf.exclusive() || dbf.writeLocks > 0);
+  assert(dbf.exclusive() || dbf.locks.writers > 0);
   IndexControl* failed = nullptr;
   for (std::int32_t n = 1; n <= dbf.orderCount && failed == nullptr; ++n) {
     taken_[count_++] = dbf.orders[n];
@@ -185,7 +185,7 @@ KeyChange::~KeyChange() {
 IndexControl* KeyChange::end(bool whole) {
   IndexControl* failed = nullptr;
   const bool nothing_done = !begun_ || (same_.holds() && dbf_.header.counter() == counter_ &&
-                                       dbf_.header.pending() == pending_);
+                                        dbf_.header.pending() == pending_);
   while (count_ > 0) {
     IndexControl* index = taken_[--count_];
     if (!index->closed && !end_change(dbf_, *index, whole || nothing_done)) failed = index;

@@ -73,9 +73,9 @@ class SameOrders {
 class ChecksOff {
  public:
   explicit ChecksOff(DbfIdx& dbf)
-      : dbf_(dbf), same_(dbf), former_(std::exchange(dbf.indexState, std::uint8_t{kChecksOff})) {}
+      : dbf_(dbf), same_(dbf), former_(std::exchange(dbf.orders.state, std::uint8_t{kChecksOff})) {}
   ~ChecksOff() {
-    if (same_.holds()) dbf_.indexState = former_;
+    if (same_.holds()) dbf_.orders.state = former_;
   }
   ChecksOff(const ChecksOff&) = delete;
   ChecksOff& operator=(const ChecksOff&) = delete;
@@ -87,10 +87,9 @@ class ChecksOff {
 };
 
 // --- Keys of records (orders.cpp)
-constexpr std::uint8_t kPending = 5, kSettled = 4;  // values of syncState
 // Are keys of a new record still to be added?
 inline bool keys_pending(const DbfIdx& dbf) {
-  return dbf.syncState == kPending;
+  return dbf.orders.keysPending;
 }
 // After work on a tree: false, with the orders given up, when it failed. Error 412.
 bool give_up(DbfIdx& dbf, IndexControl& index);
@@ -100,7 +99,7 @@ inline bool sound(DbfIdx& dbf, IndexControl& index) {
 // Was something found wrong when the orders were opened that is still to be told? It is told once,
 // before they are used; false when they were given up for it. Errors 331, 902.
 inline bool mismatch_to_report(const DbfIdx& dbf) {
-  return dbf.indexState != kIndexGood && dbf.indexState != kChecksOff;
+  return dbf.orders.state != kIndexGood && dbf.orders.state != kChecksOff;
 }
 bool report_mismatch(DbfIdx& dbf);
 // Makes the tree ready for work under the internal lock now held; false, as above, when the orders

@@ -30,10 +30,10 @@ class Build {
   // False when the table or the order went away.
   bool run() {
     dbf_.currentOrder = along_order_ ? 2 : 0;
-    if (!along_order_) dbf_.recNo = dbf_.orderStart;
+    if (!along_order_) dbf_.recNo = dbf_.newOrder.start;
     dbf_.bofFlag = dbf_.eofFlag = 0;
-    if (dbf_.orderForBlock == nullptr && index_.forBlock != nullptr)
-      HOLD_VAR(&dbf_.orderForBlock, index_.forBlock);
+    if (dbf_.newOrder.forBlock == nullptr && index_.forBlock != nullptr)
+      HOLD_VAR(&dbf_.newOrder.forBlock, index_.forBlock);
     const std::int32_t mark = temp_top();
     while (dbf_.recNo <= dbf_.lastRec && take_record()) {
       if ((++counter_ & (kReleaseEvery - 1)) == 0) POP_TEMPS(mark);
@@ -50,12 +50,12 @@ class Build {
 
   // False at the end, or when the order went away.
   bool take_record() {
-    if (!condition_holds(dbf_, dbf_.orderWhileBlock) || !still_there()) return false;
-    if (dbf_.orderLimit == 0) return false;
-    --dbf_.orderLimit;
+    if (!condition_holds(dbf_, dbf_.newOrder.whileBlock) || !still_there()) return false;
+    if (dbf_.newOrder.limit == 0) return false;
+    --dbf_.newOrder.limit;
     if (dbf_.relationCount > 0) runRelations(dbf_);
     if (!still_there()) return false;
-    if (condition_holds(dbf_, dbf_.orderForBlock) && still_there()) insert();
+    if (condition_holds(dbf_, dbf_.newOrder.forBlock) && still_there()) insert();
     return still_there() && !asks_to_end() && next();
   }
 
@@ -70,7 +70,7 @@ class Build {
   }
 
   bool asks_to_end() {
-    return dbf_.recNo % dbf_.orderEvery == 0 && refuses(dbf_, dbf_.orderEvalBlock);
+    return dbf_.recNo % dbf_.newOrder.every == 0 && refuses(dbf_, dbf_.newOrder.evalBlock);
   }
 
   bool next() {
@@ -116,10 +116,11 @@ class BuildSwitches {
 }  // namespace
 
 void clear_condition(DbfIdx& dbf) {
-  for (Var** slot : {&dbf.orderForText, &dbf.orderForBlock, &dbf.orderWhileBlock}) UNHOLD_VAR(slot);
-  dbf.orderFlags = 0;
-  dbf.orderLimit = -1;
-  dbf.orderStart = 1;
+  for (Var** slot : {&dbf.newOrder.forText, &dbf.newOrder.forBlock, &dbf.newOrder.whileBlock})
+    UNHOLD_VAR(slot);
+  dbf.newOrder.flags = 0;
+  dbf.newOrder.limit = -1;
+  dbf.newOrder.start = 1;
 }
 
 bool build_index(DbfIdx& dbf, IndexControl& index, Var* key_block, bool along_order) {

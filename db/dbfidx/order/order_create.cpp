@@ -123,7 +123,7 @@ bool create_file(DbfIdx& dbf, const NewOrder& order, const Var* value, std::stri
   idx::Header header;
   if (!make_header(dbf, order, value, header)) return false;
   idx::Extension extension;
-  if (dbf.orderForText != nullptr) extension.condition = text_of(dbf.orderForText);
+  if (dbf.newOrder.forText != nullptr) extension.condition = text_of(dbf.newOrder.forText);
   if (extension.condition.size() > idx::kMaxFor) return fail(dbf, TableError::kIndexForLength);
   extension.counter = difference_mark(dbf.header.counter());  // until its keys are there
   extension.table = base_name(dbf.fileName);
@@ -146,8 +146,8 @@ class ConditionScope {
   explicit ConditionScope(DbfIdx& dbf) : dbf_(dbf) {}
   ~ConditionScope() {
     clear_condition(dbf_);
-    UNHOLD_VAR(&dbf_.orderEvalBlock);
-    dbf_.orderEvery = 1;
+    UNHOLD_VAR(&dbf_.newOrder.evalBlock);
+    dbf_.newOrder.every = 1;
   }
   ConditionScope(const ConditionScope&) = delete;
   ConditionScope& operator=(const ConditionScope&) = delete;
@@ -187,7 +187,7 @@ Source source_order(DbfIdx& dbf, bool keep) {
   const IndexControl* current = current_index(dbf);
   if (dbf.orderCount == 0)
     dxerror(dbf, TableError::kKeepNoIndex);
-  else if (dbf.orderForBlock == nullptr)
+  else if (dbf.newOrder.forBlock == nullptr)
     dxerror(dbf, TableError::kKeepNoFor);
   else if (current != nullptr)
     return {current->fileName, dbf.recNo};
@@ -201,7 +201,7 @@ bool stand_on_blank(DbfIdx& dbf) {
   if (!lock.held() || !leave_record(dbf) || !updateHeader(dbf)) return false;
   close_orders(dbf);
   if (!same.holds() || !refresh_header(dbf)) return false;
-  dbf.indexState = kIndexGood;
+  dbf.orders.state = kIndexGood;
   phantom(dbf);
   dbf.bofFlag = 1;
   runRelations(dbf);
@@ -306,7 +306,7 @@ Var* di_createorder(std::int32_t argc, Var** argv) {
   }
   if (arg_is(argc, argv, 4, "Bb")) order.block = argv[4];
   order.unique = arg_is(argc, argv, 5, kNumeric) ? truth_of(argv[5]) : settings().unique;
-  order.descending = (dbf.orderFlags & 2) != 0;
+  order.descending = (dbf.newOrder.flags & 2) != 0;
   const InterruptHold hold;
   const FileLockScope lock(dbf, !truth_argument(argc, argv, 6));
   if (!lock.held()) {
@@ -338,8 +338,8 @@ Var* di_reindex(std::int32_t, Var** argv) {
   dbf.bofFlag = dbf.eofFlag = 0;
   dbf.found = false;
   if (!leave_record(dbf)) return false_value();
-  dbf.syncState = kSettled;  // the keys that waited come with all others
-  dbf.indexState = kIndexGood;
+  dbf.orders.keysPending = false;  // the keys that waited come with all others
+  dbf.orders.state = kIndexGood;
   const SameTable same(dbf);
   if (!rebuild(dbf)) return false_value();
   dbf.currentOrder = 1;

@@ -88,9 +88,9 @@ bool set_index(DbfIdx& dbf, const OrderRequest& request) {
   if (!lock.held() || !refresh_header(dbf)) return fail_open();
   index_synchronize(dbf, kSyncMove);
   if (!same.holds()) return fail_open();
-  std::uint8_t state = dbf.indexState;
+  std::uint8_t state = dbf.orders.state;
   if (!add_index(dbf, request, state) || !same.holds()) return fail_open();
-  dbf.indexState = state;
+  dbf.orders.state = state;
   bbneterr(false);
   return true;
 }
@@ -329,22 +329,22 @@ Var* di_setordercondition(std::int32_t argc, Var** argv) {
     return arg_is(argc, argv, i, "L") && truth_of(argv[i]);
   };
   clear_condition(dbf);
-  keep(argc, argv, 1, "C", &dbf.orderForText);
-  keep(argc, argv, 2, "Bb", &dbf.orderForBlock);
-  keep(argc, argv, 4, "Bb", &dbf.orderWhileBlock);
-  if (dbf.orderWhileBlock != nullptr) dbf.orderLimit = -2;
-  keep(argc, argv, 5, "Bb", &dbf.orderEvalBlock);
-  if (arg_is(argc, argv, 6, kNumber)) dbf.orderEvery = std::max(1, integer_of(argv[6]));
+  keep(argc, argv, 1, "C", &dbf.newOrder.forText);
+  keep(argc, argv, 2, "Bb", &dbf.newOrder.forBlock);
+  keep(argc, argv, 4, "Bb", &dbf.newOrder.whileBlock);
+  if (dbf.newOrder.whileBlock != nullptr) dbf.newOrder.limit = -2;
+  keep(argc, argv, 5, "Bb", &dbf.newOrder.evalBlock);
+  if (arg_is(argc, argv, 6, kNumber)) dbf.newOrder.every = std::max(1, integer_of(argv[6]));
   if (truth(10)) {
-    dbf.scopeNext = -2;
-    dbf.orderStart = std::max(1, int_argument(argc, argv, 7, 1));
+    dbf.scan.scopeNext = -2;
+    dbf.newOrder.start = std::max(1, int_argument(argc, argv, 7, 1));
   }
-  if (arg_is(argc, argv, 8, kNumber)) dbf.orderLimit = integer_of(argv[8]);
+  if (arg_is(argc, argv, 8, kNumber)) dbf.newOrder.limit = integer_of(argv[8]);
   if (arg_is(argc, argv, 9, kNumber)) {
-    dbf.orderLimit = 1;
-    dbf.orderStart = std::max(1, integer_of(argv[9]));
+    dbf.newOrder.limit = 1;
+    dbf.newOrder.start = std::max(1, integer_of(argv[9]));
   }
-  dbf.orderFlags = static_cast<std::uint8_t>((truth(3) ? 1 : 0) | (truth(11) ? 2 : 0));
+  dbf.newOrder.flags = static_cast<std::uint8_t>((truth(3) ? 1 : 0) | (truth(11) ? 2 : 0));
   return true_value();
 }
 

@@ -98,7 +98,7 @@ bool place_on_record(DbfIdx& dbf, IndexControl& index) {
     if (find_record_key(dbf, index)) return true;
     if (!sound(dbf, index)) return false;
   }
-  if (index.plain() && dbf.indexState != kChecksOff && dbf.recNo <= dbf.lastRec)
+  if (index.plain() && dbf.orders.state != kChecksOff && dbf.recNo <= dbf.lastRec)
     dxerror(dbf, TableError::kIndexCorruptedPosition);
   return false;
 }
@@ -288,7 +288,8 @@ Var* di_indexgobottom(std::int32_t, Var** argv) {
 
 Var* di_indexskip(std::int32_t argc, Var** argv) {
   const std::int32_t n = int_argument(argc, argv, 1, 1);
-  return locked(argv, [=](DbfIdx& dbf) { return TMP_INT(index_skip(dbf, n)); }, int_zero);
+  return locked(
+      argv, [=](DbfIdx& dbf) { return TMP_INT(index_skip(dbf, n)); }, int_zero);
 }
 
 Var* di_indexseek(std::int32_t argc, Var** argv) {

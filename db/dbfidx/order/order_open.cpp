@@ -64,7 +64,7 @@ class Opening {
     compare_origin();
     if (!same_.holds()) return nullptr;
     index_->generation = dbf_.generation;
-    index_->lockStamp = dbf_.lockStamp - 1;
+    index_->lockStamp = dbf_.locks.stamp - 1;
     begin_agreement(dbf_, *index_, extension_.counter);
     return index_.release();
   }
@@ -230,7 +230,7 @@ void close_orders(DbfIdx& dbf) {
   index_synchronize(dbf, kSyncClose);
   if (!same.holds()) return;
   dbf.orderCount = dbf.currentOrder = 0;
-  dbf.syncState = kSettled;
+  dbf.orders.keysPending = false;
   // A failure may have hidden some of them from the count.
   for (IndexControl*& index : dbf.orders)
     if (index != nullptr && same.holds()) close_index(dbf, std::exchange(index, nullptr));

@@ -50,7 +50,7 @@ void remove_key(DbfIdx& dbf, IndexControl& index, const Key& key, std::int32_t r
   if (found) tree.remove();
   if (!sound(dbf, index) || found || !index.plain()) return;
   set_different(index);
-  if (dbf.indexState != kChecksOff) dxerror(dbf, TableError::kIndexCorruptedPosition);
+  if (dbf.orders.state != kChecksOff) dxerror(dbf, TableError::kIndexCorruptedPosition);
 }
 
 // Adds the keys of a new record that were held back.
@@ -60,7 +60,7 @@ void add_pending(DbfIdx& dbf) {
     IndexControl& index = *dbf.orders[n];
     const Key key = std::exchange(index.oldKey, Key());
     if (key.type != 'U' && index.oldFor && ready(dbf, index))
-      add_key(dbf, index, key, dbf.savedRecNo);
+      add_key(dbf, index, key, dbf.orders.savedRecNo);
   }
 }
 
@@ -78,7 +78,7 @@ void replace_key(DbfIdx& dbf, IndexControl& index, bool was_there) {
   if (index.closed) return;
   if (was_there) {
     if (made && key.same(index.oldKey) && holds == index.oldFor) return;
-    if (index.oldKey.type != 'U') remove_key(dbf, index, index.oldKey, dbf.savedRecNo);
+    if (index.oldKey.type != 'U') remove_key(dbf, index, index.oldKey, dbf.orders.savedRecNo);
   }
   if (holds && ready(dbf, index)) add_key(dbf, index, key, dbf.recNo);
 }
@@ -88,8 +88,8 @@ void replace_key(DbfIdx& dbf, IndexControl& index, bool was_there) {
 // --- Work on one tree.
 
 bool report_mismatch(DbfIdx& dbf) {
-  const std::uint8_t state = dbf.indexState;
-  dbf.indexState = kIndexGood;
+  const std::uint8_t state = dbf.orders.state;
+  dbf.orders.state = kIndexGood;
   if (state == kKeyCountMismatch) stop_orders(dbf);
   dxerror(
       dbf,
@@ -99,11 +99,11 @@ bool report_mismatch(DbfIdx& dbf) {
 }
 
 void begin_locked(DbfIdx& dbf, IndexControl& index) {
-  const bool locked = dbf.readLocks > 0 || dbf.writeLocks > 0;
-  const bool may_write = dbf.writeLocks > 0 && !index.readOnly;
-  if (locked && index.lockStamp == dbf.lockStamp) return index.tree.allow_writes(may_write);
+  const bool locked = dbf.locks.readers > 0 || dbf.locks.writers > 0;
+  const bool may_write = dbf.locks.writers > 0 && !index.readOnly;
+  if (locked && index.lockStamp == dbf.locks.stamp) return index.tree.allow_writes(may_write);
   index.tree.begin(may_write);
-  index.lockStamp = dbf.lockStamp;
+  index.lockStamp = dbf.locks.stamp;
 }
 
 bool give_up(DbfIdx& dbf, IndexControl& index) {
@@ -122,7 +122,7 @@ void settle(DbfIdx& dbf, IndexControl& index) {
   if (index.tree.failed_sector() >= 0) return;
   const bool written = index.tree.flush();
   // Other areas of this process on the same file may lie inside the same lock.
-  for (DbfIdx* other = dbf.ring; other != &dbf; other = other->ring) ++other->lockStamp;
+  for (DbfIdx* other = dbf.ring; other != &dbf; other = other->ring) ++other->locks.stamp;
   if (written) return;
   set_different(index);
   dxerror(dbf, TableError::kIndexUnwritable, {index.fileName});
@@ -187,12 +187,12 @@ bool index_synchronize(DbfIdx& dbf, SyncMode mode) {
   if (dbf.orderCount == 0) return false;
   if (keys_pending(dbf)) {
     // Another change of the same new record: its keys are still to come.
-    if (mode == kSyncReplace && dbf.recNo == dbf.savedRecNo) return true;
+    if (mode == kSyncReplace && dbf.recNo == dbf.orders.savedRecNo) return true;
     add_pending(dbf);
   }
-  dbf.syncState = static_cast<std::uint8_t>(mode);
+  dbf.orders.keysPending = mode == kSyncAppend;
   if (mode != kSyncReplace && mode != kSyncAppend) return dbf.orderCount > 0;
-  dbf.savedRecNo = dbf.recNo;
+  dbf.orders.savedRecNo = dbf.recNo;
   // Nobody sees the keys of a table in exclusive use: those of a new record wait until it is left,
   // and filling its fields costs one insertion.
   const bool wait = mode == kSyncReplace || dbf.exclusive();
@@ -206,7 +206,7 @@ bool index_synchronize(DbfIdx& dbf, SyncMode mode) {
     settle(dbf, index);
   }
   if (!same.holds()) return false;
-  if (!wait) dbf.syncState = kSettled;
+  if (!wait) dbf.orders.keysPending = false;
   return dbf.orderCount > 0;
 }
 
@@ -218,7 +218,7 @@ void index_replace(DbfIdx& dbf) {
     replace_key(dbf, index, was_there);
     settle(dbf, index);
   }
-  if (same.holds()) dbf.syncState = kSettled;
+  if (same.holds()) dbf.orders.keysPending = false;
 }
 
 }  // namespace tarnel

@@ -89,7 +89,8 @@ bool may_write(DbfIdx& dbf, std::int32_t n) {
   if (!has_record(dbf, n)) {
     dxerror(dbf, TableError::kWriteAtEof, {dbf.aliasName});
   } else if (!holds_record(dbf, n)) {
-    if (dbf.lockList.count() == 0) dxerror(dbf, TableError::kWriteNotLocked, {n, dbf.aliasName});
+    if (dbf.locks.records.count() == 0)
+      dxerror(dbf, TableError::kWriteNotLocked, {n, dbf.aliasName});
   } else {
     return true;
   }
@@ -126,7 +127,8 @@ void cut_off(DbfIdx& dbf, std::int32_t n) {
   struct stat status {};
   const std::int64_t start = record_place(dbf, n), end = start + dbf.recordSize;
   if (file_ops().fstat(dbf.dbfFd, &status) == 0 && status.st_size > start && status.st_size < end)
-    [[maybe_unused]] const bool cut = set_size(dbf.dbfFd, start);
+      [[maybe_unused]]
+    const bool cut = set_size(dbf.dbfFd, start);
 }
 
 bool append_failed(DbfIdx& dbf, std::int32_t n, TableError error) {
@@ -149,8 +151,7 @@ bool append_exclusive(DbfIdx& dbf, std::int32_t n) {
   dbf.changed = dbf.appended = true;
   const std::uint8_t* blank = dbf.buffer.begin_append();
   dbf.lastRec = n;
-  return dbf.window.append(dbf, n, blank) ||
-         append_failed(dbf, n, TableError::kRecordUnwritable);
+  return dbf.window.append(dbf, n, blank) || append_failed(dbf, n, TableError::kRecordUnwritable);
 }
 
 // The record first, then its count: what a crash leaves between the two counts for nobody.
@@ -181,7 +182,7 @@ void others_look_again(DbfIdx& dbf) {
 }
 
 bool is_locked(const DbfIdx& dbf) {
-  return dbf.readLocks > 0 || dbf.writeLocks > 0;
+  return dbf.locks.readers > 0 || dbf.locks.writers > 0;
 }
 
 bool flush_records(DbfIdx& dbf) {
