@@ -158,7 +158,8 @@ TEST_F(Console, OddDescriptorsAreRead) {
        "os.execv(\"" TARNEL_CONSOLE "\", [\"tnsh\"])' < fifo | (sleep 0.3; wc -c) &"
        "(sleep 0.2; echo \"replicate('x', 300000)\") > fifo; wait",
        "300001\n"},
-      {"OVTERM=vt100 TERM=xterm " TARNEL_CONSOLE " -e 'getenv(\"TERM\")'", "vt100\n"},
+      {"tic -o types - <<END\nmine|a terminal, cols#80,\nEND\n"
+       "OVTERM=mine TERM=xterm OVTERMINFO=types " TARNEL_CONSOLE " -e 'termtype()'", "mine\n"},
       {TARNEL_CONSOLE " -e '__shutdown()' -e '1 # \"1\"' -e 5 2>/dev/null; echo $?", "NIL\n1\n"},
   };
   ASSERT_EQ(mkfifo((directory_ / "fifo").c_str(), 0600), 0);

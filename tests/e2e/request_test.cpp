@@ -133,6 +133,14 @@ TEST(ByHand, ABodyThatCannotComeOrNeverComesHangsNothing) {
   }
 }
 
+TEST(ByHand, TheTerminalIsDumbAndDescribedWhereTheEnvironmentSays) {
+  int status = -1;
+  const std::string page =
+      run_program("PATH_INFO=/example1 TERM=xterm OVTERM=vt100 OVTERMINFO=/types", "", &status);
+  EXPECT_NE(page.find("\nTERM: \"dumb\"<BR>"), std::string::npos) << page;
+  EXPECT_NE(page.find("\nTERMINFO: \"/types\"<BR>"), std::string::npos) << page;
+}
+
 TEST(ByHand, TheQueryStringWinsOverThePath) {
   int status = -1;
   EXPECT_EQ(run_program("QUERY_STRING=nosuch PATH_INFO=/example0/", "", &status), index_answer());
