@@ -161,7 +161,7 @@ void answer_signals() {
 }
 
 bool signal_waits() {
-  return detail::signal_noted != 0 && state.held == 0;
+  return detail::signal_noted != 0 && (state.held == 0 || on_exit_road());
 }
 
 void HOLD_INTERRUPT() {

@@ -117,6 +117,26 @@ TEST_F(Console, SignalsLeaveByTheExitRoadWithTablesAndOutput) {
       }
 }
 
+// The condition takes nearly all of the time.
+TEST_F(Console, ASignalWaitsForTheKeysOfAChangeAndOfABuild) {
+  for (const std::string work : {"dbappend()", "dbreindex()"}) {
+    start("rm -f t.dbf i.idx; exec " TARNEL_CONSOLE);
+    type(kMakeTable);
+    type("ordcondset('len(aeval(array(2000), {|| 1})) > 0')\ndbcreateindex('i', 'a')\n");
+    type("'re' + 'ady'\n");
+    read_to("ready");
+    type("aeval(array(60000), {|| " + work + "})\n");
+    usleep(100'000);
+    kill(child_, SIGTERM);
+    read_to("");
+    EXPECT_EQ(end(), 128 + SIGTERM) << work;
+    EXPECT_EQ(output_of(TARNEL_CONSOLE " -e \"dbusearea(.f., , 't')\" -e \"dbsetindex('i')\""
+                                       " -e 'dborderinfo(5002)'"),
+              ".T.\n.T.\n         0\n")
+        << work;
+  }
+}
+
 TEST_F(Console, AnInterruptAtThePromptCancelsOneLine) {
   start("exec " TARNEL_CONSOLE, true);
   type(kMakeTable);

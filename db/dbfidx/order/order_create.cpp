@@ -277,6 +277,7 @@ bool truth_argument(std::int32_t argc, Var** argv, std::int32_t i) {
 
 // False also for an empty table, whose orders are empty then.
 bool rebuild(DbfIdx& dbf) {
+  const InterruptHold hold;
   const SameOrders same(dbf);
   const std::int32_t count = dbf.orderCount;
   for (std::int32_t n = 1; n <= count; ++n)

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/runtime.h"
 #include "db/dbfidx/dbfidx.h"
 
 namespace tarnel {
@@ -53,7 +54,8 @@ int index_keycompare(DbfIdx& dbf, Var* value);
 //
 // Between the two the files of the orders say that they differ from the table, and without complete()
 // they say it from then on, unless nothing was counted: a process that dies, an error handler that
-// leaves by break. REQUIRES: the internal exclusive lock is held, and the header was read under it.
+// leaves by break. Signals wait for its end. REQUIRES: the internal exclusive lock is held, and the
+// header was read under it.
 class [[nodiscard]] KeyChange {
  public:
   explicit KeyChange(DbfIdx& dbf);
@@ -71,6 +73,7 @@ class [[nodiscard]] KeyChange {
   IndexControl* end(bool whole);
   std::ptrdiff_t count_differing() const;
 
+  const InterruptHold hold_;
   DbfIdx& dbf_;
   const SameTable same_;
   const std::uint8_t counter_, pending_;  // of the table, at the beginning
