@@ -123,7 +123,7 @@ struct OpenTable {
   // Set by init, constant until close.
   std::string fileName;
   std::uint8_t flags = kClosed;  // TableFlag; kFileLocked is changed by locks.cpp
-  bool closing = false;          // see close_table()
+  bool opening = false, closing = false;  // under way: a handler's call finds nothing to do
   bool lock40 = false;           // the lock scheme: the one in force when the table was opened
   std::uint16_t recordSize = 0;
   std::int32_t fieldCount = 0;

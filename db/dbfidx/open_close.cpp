@@ -153,7 +153,7 @@ bool can_be_used(DbfIdx& dbf, const OpenRequest& request) {
   return false;
 }
 
-// All but the area, under the internal lock; the caller gives back what was taken.
+// All but the area, under the internal lock.
 bool prepare(DbfIdx& dbf, const OpenRequest& request) {
   dbf.lock40 = settings().lock40comp;
   if (request.read_only) dbf.flags |= kReadOnly;
@@ -162,7 +162,6 @@ bool prepare(DbfIdx& dbf, const OpenRequest& request) {
   const bool ok = claim(dbf, request.exclusive) && read_header(dbf, request) &&
                   can_be_used(dbf, request) && open_memo(dbf);
   unlockInternal(dbf);
-  if (!ok) leave_ring(dbf);
   return ok;
 }
 
@@ -171,6 +170,36 @@ void make_buffers(DbfIdx& dbf) {
   dbf.buffer.lay_out(dbf.recordSize);
   dbf.fieldStamps.assign(dbf.fields.size(), 0);
 }
+
+// What an attempt to open took goes back unless it succeeds, also when a handler leaves by break.
+class OpenAttempt {
+ public:
+  explicit OpenAttempt(DbfIdx& dbf) : dbf_(dbf) { dbf.opening = true; }
+  ~OpenAttempt() noexcept(false) {
+    dbf_.opening = false;
+    if (done_) return;
+    bbneterr(true);
+    if (dbf_.isOpen()) {
+      close_table(dbf_);
+    } else {
+      drop_internal(dbf_);
+      leave_ring(dbf_);
+      give_up_files(dbf_);
+      dbf_.reset();
+    }
+  }
+  OpenAttempt(const OpenAttempt&) = delete;
+  OpenAttempt& operator=(const OpenAttempt&) = delete;
+
+  bool succeed() {
+    bbneterr(false);
+    return done_ = true;
+  }
+
+ private:
+  DbfIdx& dbf_;
+  bool done_ = false;
+};
 
 void place_cursor(DbfIdx& dbf) {
   dbf.recNo = 1;
@@ -356,31 +385,18 @@ std::string full_table_path(std::string_view name, std::string_view extension) {
 }
 
 bool open_table(DbfIdx& dbf, const OpenRequest& request) {
+  if (dbf.opening) return false;  // a handler's try, on the object that is being opened
   const InterruptHold hold;
-  if (!open_file_of(dbf, request)) {
-    dbf.reset();
-    bbneterr(true);
-    return false;
-  }
-  if (!prepare(dbf, request)) {
-    give_up_files(dbf);
-    dbf.reset();
-    bbneterr(true);
-    return false;
-  }
+  OpenAttempt attempt(dbf);
+  if (!open_file_of(dbf, request) || !prepare(dbf, request)) return false;
   ++dbf.generation;
   dbf.flags = static_cast<std::uint8_t>(kOpen | (dbf.flags & kReadOnly));
   if (request.exclusive) dbf.flags |= kExclusive;
   if (request.internal) dbf.flags |= kInternalOpen;
   make_buffers(dbf);
-  if (!request.internal && !attach_area(dbf)) {
-    close_table(dbf);
-    bbneterr(true);
-    return false;
-  }
+  if (!request.internal && !attach_area(dbf)) return false;
   place_cursor(dbf);
-  bbneterr(false);
-  return true;
+  return attempt.succeed();
 }
 
 void close_table(DbfIdx& dbf) {

@@ -12,6 +12,7 @@
 #include "core/symbols.h"
 #include "db/dbfidx/method/methods.h"
 #include "tests/db/table_test.h"
+#include "tests/support/fail_nth.h"
 
 namespace tarnel::testing {
 namespace {
@@ -169,6 +170,28 @@ TEST_F(Buffer, ABreakLeavesNoLockBehind) {
   call("dbgotop");
   EXPECT_EQ(get("n"), "N 11");
   EXPECT_EQ(take_errors(), "");
+}
+
+TEST_F(Buffer, ABreakWhileATableIsOpenedLeavesNothingHeld) {
+  make(3, Use::kExclusive);
+  call("dbclosearea");
+  Var* calm = call("errorblock");
+  call("errorblock", {TMP_BLOCK([](std::int32_t, Var** argv, Var**) -> Var* {
+                        break_sequence(argv[0]);
+                      },
+                      nullptr, 0)});
+  for (const Use use : {Use::kShared, Use::kExclusive})
+    fail_each_call({kIoError}, [] {},
+                   [&] {
+                     in_sequence([&] { open("t", use); });
+                     in_sequence([] { close_all_areas(); });
+                   },
+                   [](const Fault*) {
+                     close_all_areas();
+                     EXPECT_EQ(open_tables(), nullptr);
+                     EXPECT_EQ(run_processes(1, [](int) { return open("t", Use::kExclusive); }), 0);
+                   });
+  call("errorblock", {calm});
 }
 
 // Beyond the ranges of claim and file lock a record lock would drop them.
