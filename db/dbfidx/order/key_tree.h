@@ -7,11 +7,13 @@
 // not used.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cassert>
 #include <cstdint>
 #include <vector>
 
+#include "core/checks.h"
 #include "db/dbfidx/format/idx_format.h"
 #include "db/dbfidx/order/key.h"
 #include "db/dbfidx/order/page_store.h"
@@ -137,6 +139,9 @@ class KeyTree {
     const Step& at = path_.back();
     return at.page != nullptr ? at.page : page(at.sector);
   }
+  // Keys that a page takes before it is split.
+  std::uint32_t capacity() const { return std::min(header_.maxKeys, kMostKeysAPage); }
+  void check_tree();  // keys ascend, and there are as many as the header says
   std::array<std::uint32_t, 4> counts() const {
     return {header_.keyCount, header_.root, header_.freeList, header_.nextSector};
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/operators.h"
 #include "db/dbfidx/order/key_tree.h"
 
 namespace tarnel {
@@ -77,6 +78,7 @@ bool KeyTree::insert(const Key& key, std::uint32_t recno) {
   item.left = item.right = idx::child(e);
   const bool done = put(item);
   leave();
+  if constexpr (kChecked) check_tree();
   return done;
 }
 
@@ -107,7 +109,7 @@ bool KeyTree::put(Item& item) {
     const Step at = path_[level];
     std::uint8_t* p = page(at.sector);
     if (p == nullptr) return false;
-    if (idx::key_count(p) < header_.maxKeys) {
+    if (idx::key_count(p) < capacity()) {
       put_in(p, at.pos, item);
       pages_.touch(at.sector);
       return true;
@@ -129,7 +131,7 @@ bool KeyTree::split(std::size_t level, std::uint8_t* page, std::uint8_t* full, I
     up.sector = header_.root = allocate();
     if (up.sector == 0) return false;
   }
-  const std::uint32_t mid = header_.maxKeys / 2;
+  const std::uint32_t staying = idx::key_count(full) - 1, mid = staying / 2;
   const std::uint8_t* middle = entry(full, mid);
   raised.left = raised.right = sector;
   raised.recno = idx::record(middle);
@@ -148,7 +150,7 @@ bool KeyTree::split(std::size_t level, std::uint8_t* page, std::uint8_t* full, I
     // Pages of one key: no empty page is left behind, the page itself becomes the right one.
     raised.left = idx::child(middle);
   }
-  const std::uint32_t moved = header_.maxKeys - mid;
+  const std::uint32_t moved = staying - mid;
   std::memmove(entry(full, 0), entry(full, mid + 1), moved * stride_ + 4);
   idx::set_key_count(full, moved);
   idx::set_parent(full, up.sector, up.pos + 1);
@@ -167,6 +169,22 @@ bool KeyTree::set_record(std::uint32_t recno) {
   return true;
 }
 
+// The checks build walks small trees after each change.
+void KeyTree::check_tree() {
+  constexpr std::uint32_t kMost = 200;
+  if (failed_ >= 0 || foreign_ || header_.keyCount > kMost || collation_ != collation()) return;
+  std::uint8_t before[idx::kEntryHead + idx::kMaxKeyBytes];
+  std::uint32_t n = 0;
+  for (bool on = go_first(); on; on = exclusive() ? step_anywhere() : step_forward(), ++n) {
+    const std::uint8_t* at = here();
+    if (at == nullptr) return;
+    check(n == 0 || entries_ascend(before, at, header_), "key tree: keys out of order");
+    std::memcpy(before, at, stride_);
+  }
+  check(failed_ >= 0 || n == header_.keyCount, "key tree: another number of keys than counted");
+  leave();
+}
+
 bool KeyTree::remove() {
   assert(on_key());
   std::uint8_t* e = here();
@@ -183,6 +201,7 @@ bool KeyTree::remove() {
   }
   done = done && drop_entry();
   leave();
+  if constexpr (kChecked) check_tree();
   return done;
 }
 
