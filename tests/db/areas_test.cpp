@@ -1,11 +1,9 @@
-// Work areas, aliases, selection, opening and creating.
+// What transcripts do not reach of aliases, opening and creating.
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 
-#include "core/memvars.h"
-#include "core/symbols.h"
 #include "db/dbfidx/order/index_control.h"
 #include "tests/db/table_test.h"
 
@@ -18,57 +16,8 @@ class Areas : public TableTest {
     for (const char* file : {"one", "two", "tenletters"})
       ASSERT_TRUE(create(file, {{"id", "N", 4, 0}}));
   }
-  std::int32_t select(const char* alias) { return count("select", {text(alias)}); }
   std::string current() { return std::to_string(count("select")) + show(call("alias")); }
 };
-
-TEST_F(Areas, OpeningTakesTheLowestFreeArea) {
-  ASSERT_TRUE(open("one", Use::kShared));
-  ASSERT_TRUE(open("two", Use::kShared));
-  EXPECT_EQ(current(), "2C TWO");
-  call("dbselectarea", {text("one")});
-  call("dbclosearea");
-  ASSERT_TRUE(open("tenletters", Use::kShared));
-  EXPECT_EQ(current(), "1C TENLETTERS");
-}
-
-TEST_F(Areas, OpeningWithoutNewReplacesTheTable) {
-  ASSERT_TRUE(open("one", Use::kShared));
-  ASSERT_TRUE(yes("dbusearea", {false_value(), nil_value(), text("two")}));
-  EXPECT_EQ(current(), "1C TWO");
-  EXPECT_EQ(select("one"), 0);
-}
-
-TEST_F(Areas, AliasesAreMadeUnique) {
-  ASSERT_TRUE(open("one", Use::kShared));
-  ASSERT_TRUE(open("one", Use::kShared));
-  EXPECT_EQ(current(), "2C ONE_1");
-  EXPECT_EQ(take_errors(), "");
-  ASSERT_TRUE(open("tenletters", Use::kShared));
-  ASSERT_TRUE(open("tenletters", Use::kShared, "tenletters"));
-  EXPECT_EQ(show(call("alias")), "C TENLETTE_1");
-  EXPECT_EQ(
-      take_errors(),
-      "901 Duplicate alias detected;alias automatically changed;from TENLETTERS;to TENLETTE_1");
-}
-
-TEST_F(Areas, LettersAndNumbersNameAreas) {
-  ASSERT_TRUE(open("one", Use::kShared));
-  ASSERT_TRUE(open("two", Use::kShared));
-  EXPECT_EQ(select("A"), 1);
-  EXPECT_EQ(select("M"), 2);
-  EXPECT_EQ(select("b->id"), 2);
-  EXPECT_EQ(select("1"), 1);
-  EXPECT_EQ(select("C"), 0);
-  EXPECT_EQ(show(call("alias", {integer(1)})), "C ONE");
-  call("dbselectarea", {integer(7)});
-  EXPECT_EQ(current(), "7C ");
-  call("dbselectarea", {integer(0)});
-  EXPECT_EQ(current(), "3C ");
-  call("dbselectarea", {integer(70000)});
-  EXPECT_EQ(take_errors(), "320 Cannot select working area 70000");
-  EXPECT_EQ(current(), "3C ");
-}
 
 TEST_F(Areas, SomeAliasesAreRefused) {
   ASSERT_TRUE(open("one", Use::kShared));
@@ -78,22 +27,6 @@ TEST_F(Areas, SomeAliasesAreRefused) {
   }
   put_ivar(current_server(), "alias", text("n"));
   EXPECT_EQ(current(), "1C N");
-}
-
-TEST_F(Areas, FrontFunctionsWithoutATable) {
-  for (const char* function :
-       {"bof", "eof", "deleted", "flock", "found", "used", "dbappend", "rlock"})
-    EXPECT_FALSE(yes(function)) << function;
-  for (const char* function : {"fcount", "recno", "lastrec", "reccount", "indexord", "recsize"})
-    EXPECT_EQ(count(function), 0) << function;
-  EXPECT_EQ(show(call("alias")), "C ");
-  EXPECT_EQ(show(call("indexext")), "C .idx");
-  EXPECT_EQ(take_errors(), "");
-  for (const char* function : {"dbskip", "dbgotop", "dbgobottom", "dbseek", "fieldget"}) {
-    call(function);
-    EXPECT_EQ(take_errors(), format_text("322 in work area %d", std::max(1, count("select"))))
-        << function;
-  }
 }
 
 TEST_F(Areas, OpenFailuresAreNumberedAndSetNeterr) {
@@ -109,10 +42,6 @@ TEST_F(Areas, OpenFailuresAreNumberedAndSetNeterr) {
   EXPECT_EQ(fails("short"),
             "103 DBFIDX:Init();header of " + directory() + "/short.dbf;103 (file read error)");
   EXPECT_EQ(fails(std::string(300, 'x').c_str()).substr(0, 3), "101");
-  call("dbusearea", {true_value(), text("nosuch"), text("one")});
-  EXPECT_EQ(take_errors(), "320 Driver 'NOSUCHNEW' not found");
-  call("dbusearea");
-  EXPECT_EQ(take_errors(), "312 in DBUSEAREA()");
 }
 
 TEST_F(Areas, TablesAreFoundInTheDefaultDirectoryThenHereThenAlongThePath) {
@@ -180,30 +109,6 @@ TEST_F(Areas, ModeDigitsAreOctal) {
   struct stat status {};
   ASSERT_EQ(stat("m.dbf", &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0604u);
-}
-
-TEST_F(Areas, FieldsOfTwoTablesShareAName) {
-  for (const char* file : {"one", "two"}) {
-    ASSERT_TRUE(open(file, Use::kExclusive));
-    call("dbappend");
-    put("id", integer(count("select") * 10));
-  }
-  EXPECT_EQ(get("id"), "N 20");
-  EXPECT_EQ(show(GET_ALIAS_FIELD_TEXT("one", "id")), "N 10");
-  call("dbclosearea");
-  EXPECT_EQ(get("id"), "U");
-  call("dbselectarea", {integer(1)});
-  EXPECT_EQ(get("id"), "N 10");
-  EXPECT_EQ(take_errors(), "");
-}
-
-TEST_F(Areas, DriversAreListedOnce) {
-  EXPECT_EQ(show(element(call("rddlist"), 1)), "C DBFIDX");
-  call("annnewrdd", {text("DbfIdx")});
-  EXPECT_EQ(element_count(call("rddlist")), 1);
-  EXPECT_EQ(show(call("rddsetdefa", {text(" other ")})), "C DBFIDX");
-  EXPECT_EQ(show(call("dbsetdrive", {text("")})), "C OTHER");
-  EXPECT_EQ(show(call("rddsetdefa")), "C DBFIDX");
 }
 
 }  // namespace

@@ -117,23 +117,6 @@ TEST_F(Faults, FullDiskIsAnErrorAndChangesNoRecord) {
   expect_intact(kRecords);
 }
 
-TEST_F(Faults, FullDiskInExclusiveUseKeepsWhatTheFileHas) {
-  make_table(false);
-  const int failed = run_processes(1, [&](int) {
-    const rlim_t size = std::filesystem::file_size("t.dbf");
-    const rlimit limit{size + 10, size + 10};
-    if (!open("t", Use::kExclusive)) return false;
-    setrlimit(RLIMIT_FSIZE, &limit);
-    call("dbappend");
-    put("n", integer(99));
-    call("dbclosearea");
-    return take_errors().substr(0, 4) == "104 ";
-  });
-  EXPECT_EQ(failed, 0);
-  EXPECT_EQ(std::filesystem::file_size("t.dbf"), 97u + 21u * kRecords);
-  expect_intact(kRecords);
-}
-
 TEST_F(Faults, MissingPermissionsAreErrors) {
   make_table();
   std::filesystem::permissions(directory(), std::filesystem::perms{0555});
@@ -235,24 +218,6 @@ TEST_F(Faults, MappedFileGivesWhatTheFileHas) {
   EXPECT_EQ(at(0), "01");
   EXPECT_EQ(at(-1), "none");
   ::close(fd);
-}
-
-// What shared use reads through a mapping is missed there as it would be in the file.
-TEST_F(Faults, TableCutShortUnderASharedUserIsAnError) {
-  make_table(false);
-  ASSERT_TRUE(open("t", Use::kShared));
-  call("dbgoto", {integer(20)});
-  EXPECT_EQ(n(), 20);
-  const auto size = static_cast<std::int64_t>(std::filesystem::file_size("t.dbf"));
-  for (const std::int64_t left : {size - 1, size - 30, std::int64_t{10}}) {
-    ASSERT_EQ(truncate("t.dbf", left), 0);
-    call("dbgoto", {integer(20)});
-    take_errors();
-    call("dbskip", {integer(0)});
-    EXPECT_EQ(n(), 0);
-    EXPECT_NE(take_errors().find("103 (file read error)"), std::string::npos) << left;
-  }
-  call("dbclosearea");
 }
 
 TEST_F(Faults, MemoWithoutAnEndIsAnError) {

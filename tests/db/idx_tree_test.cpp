@@ -60,6 +60,12 @@ class KeyTreeTest : public TableTest {
     EXPECT_FALSE(find(made, recno));
     EXPECT_TRUE(tree_.insert(made, recno));
   }
+  // Two keys a page: the letters A to I.
+  void make_nine() {
+    make(232);
+    begin();
+    for (std::uint32_t i = 0; i < 9; ++i) add(std::string(1, static_cast<char>('A' + i)), i + 1);
+  }
   void drop(std::string_view k, std::uint32_t recno) {
     EXPECT_TRUE(find(key(TMP_TEXT(k)), recno)) << k << recno;
     EXPECT_TRUE(tree_.remove());
@@ -129,23 +135,23 @@ void KeyTreeTest::work_at_random(int length, std::uint8_t flags, bool exclusive,
   EXPECT_EQ(there, back);
 }
 
-TEST_F(KeyTreeTest, RandomWorkLeavesASoundTree) {
-  work_at_random(10, 0, true, 60, 1);
-}
-TEST_F(KeyTreeTest, RandomWorkInSharedUseLeavesASoundTree) {
-  work_at_random(10, 0, false, 40, 2);
-}
-TEST_F(KeyTreeTest, RandomWorkInADescendingOrderLeavesASoundTree) {
-  work_at_random(30, idx::kDescendingBit, true, 40, 3);
-}
-TEST_F(KeyTreeTest, RandomWorkWithTwoKeysAPageLeavesASoundTree) {
-  work_at_random(232, 0, true, 60, 4);
-}
-TEST_F(KeyTreeTest, RandomWorkWithOneKeyAPageLeavesASoundTree) {
-  work_at_random(238, 0, true, 60, 5);
-}
-TEST_F(KeyTreeTest, RandomWorkWithOneKeyAPageInSharedUseLeavesASoundTree) {
-  work_at_random(233, 0, false, 30, 6);
+struct RandomRow {
+  int length;
+  std::uint8_t flags;
+  bool exclusive;
+  int rounds;
+};
+class RandomWork : public KeyTreeTest, public ::testing::WithParamInterface<RandomRow> {};
+// The last three have two keys a page, and one.
+INSTANTIATE_TEST_SUITE_P(Trees, RandomWork,
+                         ::testing::Values(RandomRow{10, 0, true, 60}, RandomRow{10, 0, false, 40},
+                                           RandomRow{30, idx::kDescendingBit, true, 40},
+                                           RandomRow{232, 0, true, 60}, RandomRow{238, 0, true, 60},
+                                           RandomRow{233, 0, false, 30}));
+TEST_P(RandomWork, LeavesASoundTree) {
+  const RandomRow& row = GetParam();
+  work_at_random(row.length, row.flags, row.exclusive, row.rounds,
+                 static_cast<unsigned>(row.length + row.rounds));
 }
 
 TEST_F(KeyTreeTest, DroppingAnInteriorKeyKeepsWhatIsBelowItsPredecessor) {
@@ -156,16 +162,12 @@ TEST_F(KeyTreeTest, DroppingAnInteriorKeyKeepsWhatIsBelowItsPredecessor) {
   EXPECT_EQ(check().keys, (Entries{{"B", 3}, {"C", 1}, {"E", 5}}));
 }
 
-TEST_F(KeyTreeTest, EmptiedFileKeepsItsRootPage) {
-  make(20);
+// An emptied file keeps its root page; with one key a page, a key takes one sector.
+TEST_F(KeyTreeTest, SectorsThatAreTaken) {
+  make(238);
   begin();
   for (int round = 0; round < 5; ++round) add("A", 1), drop("A", 1);
   EXPECT_EQ(check().nextSector, 4U);
-}
-
-TEST_F(KeyTreeTest, OneKeyAPageTakesOneSectorAKey) {
-  make(238);
-  begin();
   for (std::uint32_t i = 1; i <= 50; ++i) add(std::to_string(i * 7919 % 1000), i);
   EXPECT_EQ(check().nextSector, 53U);
 }
@@ -179,9 +181,7 @@ TEST_F(KeyTreeTest, KeyThatStartsAnotherIsFoundAmongDuplicates) {
 }
 
 TEST_F(KeyTreeTest, LastFreedSectorIsTakenFirst) {
-  make(232);
-  begin();
-  for (std::uint32_t i = 0; i < 9; ++i) add(std::string(1, static_cast<char>('A' + i)), i + 1);
+  make_nine();
   drop("A", 1);
   drop("C", 3);
   const IdxFile freed = check();
@@ -234,9 +234,7 @@ TEST_F(KeyTreeTest, FileCutShortUnderASharedOrderIsAFailure) {
 }
 
 TEST_F(KeyTreeTest, PagesOfACircleAreAFailureNotAHang) {
-  make(232);
-  begin();
-  for (std::uint32_t i = 0; i < 9; ++i) add(std::string(1, static_cast<char>('A' + i)), i + 1);
+  make_nine();
   const IdxFile file = check();
   // Every child of the root is the root.
   std::string bytes = file.bytes;
@@ -252,9 +250,7 @@ TEST_F(KeyTreeTest, PagesOfACircleAreAFailureNotAHang) {
 
 // A walk of many operations, each under a lock of its own, that comes to the same page again.
 TEST_F(KeyTreeTest, StepOutOfTheOrderOfKeysIsAFailureInSharedUse) {
-  make(232);
-  begin();
-  for (std::uint32_t i = 0; i < 9; ++i) add(std::string(1, static_cast<char>('A' + i)), i + 1);
+  make_nine();
   const IdxFile file = check();
   // Behind the root's first key comes the page before it again.
   std::string bytes = file.bytes;

@@ -47,8 +47,16 @@ INSTANTIATE_TEST_SUITE_P(BothSchemes, Locks, ::testing::Bool(), [](const auto& s
 
 TEST_P(Locks, ClaimsOfOtherProcessesDecideAboutAnOpen) {
   ASSERT_TRUE(open("t", Use::kShared));
-  EXPECT_TRUE(elsewhere([] { return open("t", Use::kShared); }));
+  EXPECT_EQ(count("dbinfo", {integer(1000)}), 0);  // holders besides the asking one
+  EXPECT_TRUE(
+      elsewhere([] { return open("t", Use::kShared) && count("dbinfo", {integer(1000)}) == 1; }));
   EXPECT_FALSE(elsewhere([] { return open("t", Use::kExclusive); }));
+  call("dbclosearea");
+  // A new table over an old one waits for nobody: not even those that only read it.
+  const std::string before = read_file("t.dbf");
+  ASSERT_TRUE(open("t", Use::kReadOnly));
+  EXPECT_FALSE(elsewhere([] { return create("t", {{"x", "C", 1, 0}}); }));
+  EXPECT_EQ(read_file("t.dbf"), before);
   call("dbclosearea");
   ASSERT_TRUE(open("t", Use::kExclusive));
   EXPECT_FALSE(elsewhere([] { return open("t", Use::kShared); }));
@@ -108,29 +116,6 @@ TEST_P(Locks, FileFunctionsOnAnOpenTableLeaveItsLocks) {
   EXPECT_TRUE(elsewhere([] { return open("t", Use::kExclusive); })) << "the last user closes";
 }
 
-TEST_P(Locks, HoldersAreCounted) {
-  ASSERT_TRUE(open("t", Use::kShared));
-  EXPECT_EQ(count("dbinfo", {integer(1000)}), 0);
-  EXPECT_TRUE(
-      elsewhere([] { return open("t", Use::kShared) && count("dbinfo", {integer(1000)}) == 1; }));
-}
-
-TEST_P(Locks, RecordLocksExcludeOtherProcesses) {
-  fill(3);
-  ASSERT_TRUE(open("t", Use::kShared));
-  call("dbgoto", {integer(2)});
-  ASSERT_TRUE(yes("rlock"));
-  EXPECT_FALSE(elsewhere([] {
-    open("t", Use::kShared);
-    call("dbgoto", {integer(2)});
-    return yes("rlock");
-  }));
-  EXPECT_TRUE(elsewhere([] { return open("t", Use::kShared) && yes("rlock", {integer(3)}); }));
-  EXPECT_FALSE(elsewhere([] { return open("t", Use::kShared) && yes("flock"); }));
-  call("dbunlock");
-  EXPECT_TRUE(elsewhere([] { return open("t", Use::kShared) && yes("rlock", {integer(2)}); }));
-}
-
 TEST_P(Locks, SecondAreaOfOneProcessCannotTakeWhatTheFirstHolds) {
   fill(3);
   ASSERT_TRUE(open("t", Use::kShared));
@@ -144,7 +129,15 @@ TEST_P(Locks, SecondAreaOfOneProcessCannotTakeWhatTheFirstHolds) {
   EXPECT_FALSE(open("t", Use::kExclusive));
   call("dbselectarea", {integer(2)});
   call("dbclosearea");  // leaves the descriptor, and with it the lock of the first area
-  EXPECT_FALSE(elsewhere([] { return open("t", Use::kShared) && yes("rlock", {integer(2)}); }));
+  const auto locks = [](const char* function, int record) {
+    return open("t", Use::kShared) && yes(function, {integer(record)});
+  };
+  EXPECT_FALSE(elsewhere([=] { return locks("rlock", 2); }));
+  EXPECT_FALSE(elsewhere([=] { return locks("flock", 0); }));
+  EXPECT_TRUE(elsewhere([=] { return locks("rlock", 3); }));
+  call("dbselectarea", {integer(1)});
+  call("dbunlock");
+  EXPECT_TRUE(elsewhere([=] { return locks("rlock", 2); }));
 }
 
 TEST_P(Locks, InternalLockSurvivesAnOperationOfAnotherAreaOnTheSameFile) {
@@ -198,33 +191,27 @@ TEST_P(Locks, LockShowsTheLatestState) {
   fill(1);
   ASSERT_TRUE(open("t", Use::kShared));
   EXPECT_EQ(n(), 0);
-  EXPECT_TRUE(elsewhere([&] {
-    open("t", Use::kShared);
-    yes("rlock");
-    put("n", integer(5));
-    return yes("dbappend");
-  }));
+  const auto verified = [] { return truth_of(send(current_server(), "rlockverify")); };
+  const auto change = [&](int value) {
+    EXPECT_TRUE(elsewhere([=] {
+      open("t", Use::kShared);
+      yes("rlock");
+      put("n", integer(value));
+      return yes("dbappend");
+    }));
+  };
+  change(5);
   EXPECT_EQ(n(), 0);
   EXPECT_FALSE(yes("dbinfo", {integer(32)}) && n() != 0);
   ASSERT_TRUE(yes("rlock"));
   EXPECT_EQ(n(), 5);
   EXPECT_EQ(count("lastrec"), 2);
-  EXPECT_TRUE(truth_of(send(current_server(), "rlockverify")));
-}
-
-TEST_P(Locks, RlockverifyFindsAChangedRecord) {
-  fill(1);
-  ASSERT_TRUE(open("t", Use::kShared));
-  EXPECT_EQ(n(), 0);
-  EXPECT_TRUE(elsewhere([&] {
-    open("t", Use::kShared);
-    yes("rlock");
-    put("n", integer(5));
-    return yes("dbunlock");
-  }));
-  EXPECT_FALSE(truth_of(send(current_server(), "rlockverify")));
+  EXPECT_TRUE(verified());
+  call("dbunlock");
+  change(6);
+  EXPECT_FALSE(verified());
   call("dbskip", {integer(0)});
-  EXPECT_TRUE(truth_of(send(current_server(), "rlockverify")));
+  EXPECT_TRUE(verified());
 }
 
 TEST_P(Locks, ExclusiveAndReadOnlyTables) {
@@ -424,15 +411,6 @@ TEST_F(TableTest, LocksLieWhereEveryProcessLooksForThem) {
     }
   }
   EXPECT_EQ(take_errors(), "");
-}
-
-// A new table over an old one waits for nobody: not even those that only read it.
-TEST_P(Locks, ATableThatOthersReadIsNotCreatedAnew) {
-  fill(2);
-  const std::string before = read_file("t.dbf");
-  ASSERT_TRUE(open("t", Use::kReadOnly));
-  EXPECT_TRUE(elsewhere([] { return !create("t", {{"x", "C", 1, 0}}); }));
-  EXPECT_EQ(read_file("t.dbf"), before);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The cursor, the record buffer and the fields, as the front functions show them.
+// The record buffer and the fields, where transcripts do not reach.
 #include "core/classes.h"
 #include "core/symbols.h"
 #include "tests/db/table_test.h"
@@ -17,72 +17,7 @@ class Records : public TableTest {
     }
     call("dbgotop");
   }
-  std::string where() {
-    return std::string(yes("bof") ? "b" : "-") + (yes("eof") ? "e" : "-") +
-           std::to_string(count("recno"));
-  }
 };
-
-TEST_F(Records, EndStatesOfTheCursor) {
-  fill(Use::kExclusive, 0);
-  EXPECT_EQ(where(), "be1");
-  call("dbskip");
-  EXPECT_EQ(where(), "be1");
-  for (int i = 0; i < 3; ++i) call("dbappend");
-  struct {
-    const char* function;
-    int argument;
-    const char* state;
-  } const steps[] = {{"dbgoto", 1, "--1"},  {"dbskip", -1, "b-1"}, {"dbskip", 2, "--3"},
-                     {"dbskip", 1, "-e4"},  {"dbskip", 5, "-e4"},  {"dbskip", -1, "--3"},
-                     {"dbskip", -7, "b-1"}, {"dbgoto", 0, "be4"},  {"dbgoto", 9, "be4"},
-                     {"dbgoto", 2, "--2"},  {"dbgoto", -5, "be4"}};
-  for (const auto& s : steps) {
-    call(s.function, {integer(s.argument)});
-    EXPECT_EQ(where(), s.state) << s.function << " " << s.argument;
-  }
-  EXPECT_EQ(take_errors(), "");
-}
-
-TEST_F(Records, SkipTellsTheRecordsMoved) {
-  fill(Use::kExclusive, 3);
-  EXPECT_EQ(count("dbskip", {integer(2)}), 2);
-  EXPECT_EQ(count("dbskip", {integer(0)}), 0);
-  EXPECT_EQ(count("dbskip", {integer(2)}), 1);
-  EXPECT_EQ(count("dbskip", {integer(2)}), 0);
-  EXPECT_EQ(count("dbskip", {integer(-2)}), -2);
-  EXPECT_EQ(count("dbskip", {integer(2147483647)}), 2);
-  EXPECT_EQ(count("dbskip", {integer(-2147483647 - 1)}), -4);
-}
-
-TEST_F(Records, DeletedRecordsAreSteppedOver) {
-  fill(Use::kExclusive, 5);
-  for (const int n : {1, 3, 5}) {
-    call("dbgoto", {integer(n)});
-    EXPECT_TRUE(yes("dbdelete"));
-  }
-  settings().deleted = true;
-  call("dbgotop");
-  EXPECT_EQ(where(), "--2");
-  EXPECT_EQ(count("dbskip"), 1);
-  EXPECT_EQ(where(), "--4");
-  call("dbskip");
-  EXPECT_EQ(where(), "-e6");
-  call("dbgobottom");
-  EXPECT_EQ(where(), "--4");
-  call("dbskip", {integer(-5)});
-  EXPECT_EQ(where(), "b-2");
-  for (const int n : {2, 4}) {
-    call("dbgoto", {integer(n)});
-    call("dbdelete");
-  }
-  call("dbgotop");
-  EXPECT_EQ(where(), "be6");
-  settings().deleted = false;
-  call("dbgotop");
-  EXPECT_TRUE(yes("dbrecall"));
-  EXPECT_FALSE(yes("deleted"));
-}
 
 TEST_F(Records, FieldCellShowsTheRecordUnderTheCursor) {
   fill(Use::kExclusive, 2);
@@ -94,20 +29,11 @@ TEST_F(Records, FieldCellShowsTheRecordUnderTheCursor) {
   EXPECT_EQ(get("code"), "C two   ");
   EXPECT_EQ(show(cell), "C two   ");
   EXPECT_EQ(show(call("fieldget", {integer(2)})), "N 2.00");
-  EXPECT_EQ(show(call("fieldget", {integer(3)})), "U");
   EXPECT_EQ(show(call("fieldget", {text("nosuch")})), "U");
 }
 
 TEST_F(Records, RefusedStoresSayWhy) {
   fill(Use::kExclusive, 1);
-  put("n", text("x"));
-  EXPECT_EQ(take_errors(),
-            "201 DBFIDX:FieldPut();type mismatch: 'N' <> 'C';201 (data type mismatch)");
-  call("dbskip");
-  put("n", number(1));
-  EXPECT_EQ(
-      take_errors(),
-      "334 DBFIDX:FieldPut();attempt to replace FIELD on EOF;area T;334 (Record wanted but eof)");
   call("dbclosearea");
   ASSERT_TRUE(open("t", Use::kReadOnly));
   put("n", number(5));
@@ -186,32 +112,6 @@ TEST(TableHeader, ChangeCounterStepsOverUnusedLookingValues) {
   EXPECT_EQ(count(9), 5);  // wraps to 3, and 2 more
   EXPECT_EQ(count(0), 5);
   EXPECT_EQ(count(256), 7);  // 256 changes are not none
-}
-
-TEST_F(Records, StructureIsToldByEveryFunction) {
-  ASSERT_TRUE(create("t", {{"wide", "C", 300, 0}, {"amount", "N", 8, 2}}));
-  ASSERT_TRUE(open("t", Use::kExclusive));
-  EXPECT_EQ(count("fcount"), 2);
-  EXPECT_EQ(show(call("fieldname", {integer(2)})), "C AMOUNT");
-  EXPECT_EQ(show(call("field", {integer(3)})), "C ");
-  EXPECT_EQ(count("fieldpos", {text("Amount")}), 2);
-  EXPECT_EQ(count("fieldpos", {text("none")}), 0);
-  EXPECT_EQ(show(call("dbfieldinfo", {integer(2), text("wide")})), "C C");
-  EXPECT_EQ(show(call("dbfieldinfo", {integer(3), text("wide")})), "I 44");
-  EXPECT_EQ(show(call("dbfieldinfo", {integer(4), integer(1)})), "I 1");
-  EXPECT_EQ(show(call("dbfieldinfo", {integer(1), integer(9)})), "C ");
-  const Var* rows = call("dbstruct");
-  EXPECT_EQ(show(element(element(rows, 1), 3)), "I 300");
-  EXPECT_EQ(show(element(element(rows, 1), 4)), "I 0");
-  Var* names = call("array", {integer(1)});
-  EXPECT_EQ(count("afields", {names}), 1);
-  EXPECT_EQ(show(element(names, 1)), "C WIDE");
-  EXPECT_EQ(count("header"), 97);
-  EXPECT_EQ(count("recsize"), 309);
-  EXPECT_EQ(show(call("dbf")), "C " + directory() + "/t.dbf");
-  EXPECT_EQ(show(call("lupdate")), show(call("date")));
-  EXPECT_EQ(show(call("dbinfo", {integer(102)})), "C 4.40");
-  EXPECT_EQ(show(call("dbrecordinfo", {integer(3)})), "I 309");
 }
 
 TEST_F(Records, FieldsAreMembersOfTheDriverObject) {
