@@ -235,7 +235,8 @@ TEST_F(Buffer, AFullDiskIsToldByCommit) {
     if (!yes("dbappend")) return false;  // held back
     put("n", integer(9));
     return !yes("dbcommit") && take_errors().substr(0, 4) == "104 " && count("lastrec") == 300 &&
-           count("recno") == 301 && yes("eof") && count("dborderinfo", {integer(5002)}) == 1;
+           count("recno") == 301 && yes("eof") && count("dborderinfo", {integer(5002)}) == 1 &&
+           std::filesystem::file_size("t.dbf") == size;  // no part of a record stays
   });
   EXPECT_EQ(failed, 0);
 }

@@ -220,6 +220,24 @@ TEST_F(Faults, MappedFileGivesWhatTheFileHas) {
   ::close(fd);
 }
 
+// What shared use reads through a mapping is missed there as it would be in the file.
+TEST_F(Faults, TableCutShortUnderASharedUserIsAnError) {
+  make_table(false);
+  ASSERT_TRUE(open("t", Use::kShared));
+  call("dbgoto", {integer(20)});
+  EXPECT_EQ(n(), 20);
+  const auto size = static_cast<std::int64_t>(std::filesystem::file_size("t.dbf"));
+  for (const std::int64_t left : {size - 1, size - 30, std::int64_t{10}}) {
+    ASSERT_EQ(truncate("t.dbf", left), 0);
+    call("dbgoto", {integer(20)});
+    take_errors();
+    call("dbskip", {integer(0)});
+    EXPECT_EQ(n(), 0);
+    EXPECT_NE(take_errors().find("103 (file read error)"), std::string::npos) << left;
+  }
+  call("dbclosearea");
+}
+
 TEST_F(Faults, MemoWithoutAnEndIsAnError) {
   make_table();
   std::string memo = read_file("t.dbt");
