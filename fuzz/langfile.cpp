@@ -1,5 +1,5 @@
-// Language files of any content: a load ends, and what it leaves can be used whether it stopped or
-// not.
+// Language files of any content: a load ends, and a language that it took can be used. One that it
+// stopped in is never made current.
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -26,6 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   const bool loaded =
       parse_language({reinterpret_cast<const char*>(data), size}, language_record(1));
   if (loaded != language_record(1).loaded) std::abort();
+  if (!loaded) return 0;
   select_language(1);
   std::size_t used = 0;
   for (int i = 0; i < 7; ++i) used += day_name(i).size();
