@@ -243,6 +243,11 @@ DbfIdx*& open_tables();
 inline bool has_record(const DbfIdx& dbf, std::int64_t n) {
   return n >= 1 && n <= dbf.lastRec;
 }
+// Could the record under the cursor not be read? The buffer then shows blanks, which are nobody's.
+inline bool is_unreadable(const DbfIdx& dbf) {
+  return dbf.recNo == dbf.buffer.number() &&
+         dbf.buffer.state() == RecordBuffer::State::kUnreadable;
+}
 // Is the record under the cursor in the buffer? A phantom is no longer what stands there once the table
 // has grown and the cursor was placed on the new record.
 inline bool is_buffered(const DbfIdx& dbf) {

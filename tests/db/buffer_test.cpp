@@ -194,6 +194,29 @@ TEST_F(Buffer, ABreakWhileATableIsOpenedLeavesNothingHeld) {
   call("errorblock", {calm});
 }
 
+// What a key of blanks would say of a record that could not be read.
+TEST_F(Buffer, ABuildOverAnUnreadableRecordLeavesTheOrderDifferent) {
+  make(3, Use::kExclusive);
+  ASSERT_TRUE(yes("dbcreateindex", {text("n"), text("n")}));
+  call("ordcondset", {text("n > 2")});
+  ASSERT_TRUE(yes("dbcreateindex", {text("large"), text("n")}));
+  call("dbclosearea");
+  const std::string good = read_file("t.dbf");
+  ASSERT_EQ(::truncate("t.dbf", static_cast<off_t>(good.size()) - 4), 0);
+  ASSERT_TRUE(open("t", Use::kExclusive) && yes("dbsetindex", {text("n")}) &&
+              yes("dbsetindex", {text("large")}));
+  yes("dbreindex");
+  EXPECT_EQ(take_errors().substr(0, 4), "103 ");
+  call("dbclosearea");
+  take_errors();
+  replace_bytes(0, good);
+  ASSERT_TRUE(open("t", Use::kExclusive) && yes("dbsetindex", {text("n")}) &&
+              yes("dbsetindex", {text("large")}));
+  for (const int n : {1, 2})
+    EXPECT_GT(count("dborderinfo", {integer(5002), nil_value(), integer(n)}), kIndexGood) << n;
+  take_errors();
+}
+
 // Beyond the ranges of claim and file lock a record lock would drop them.
 TEST_F(Buffer, TablesEndWhereRecordsCanStillBeLocked) {
   for (const bool scheme40 : {false, true}) {

@@ -116,7 +116,7 @@ inline bool ready(DbfIdx& dbf, IndexControl& index) {
 }
 // Writes what was changed under a shared lock.
 void settle(DbfIdx& dbf, IndexControl& index);
-// The key of the record under the cursor. False after error 317.
+// The key of the record under the cursor. False after error 317, and of a record that can't be read.
 bool record_key(DbfIdx& dbf, IndexControl& index, Key& key);
 // Does the block, null or a condition, hold for the record under the cursor?
 bool condition_holds(DbfIdx& dbf, Var* block);

@@ -55,14 +55,20 @@ class Build {
     --dbf_.newOrder.limit;
     if (dbf_.relationCount > 0) runRelations(dbf_);
     if (!still_there()) return false;
-    if (condition_holds(dbf_, dbf_.newOrder.forBlock) && still_there()) insert();
+    const bool wanted = condition_holds(dbf_, dbf_.newOrder.forBlock);
+    if (!still_there()) return false;
+    if (wanted)
+      insert();
+    else if (is_unreadable(dbf_))
+      lacking_ = true;  // nobody knows what its condition is
     return still_there() && !asks_to_end() && next();
   }
 
   void insert() {
     Key key;
     any_ = true;
-    // A record whose key has another type stays out, and the order stays different.
+    // A record that can't be read, or whose key has another type, stays out, and the order stays
+    // different.
     if (record_key(dbf_, index_, key))
       add_key(dbf_, index_, key, dbf_.recNo);
     else

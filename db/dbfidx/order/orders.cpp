@@ -99,7 +99,7 @@ bool report_mismatch(DbfIdx& dbf) {
 }
 
 void begin_locked(DbfIdx& dbf, IndexControl& index) {
-  const bool locked = dbf.locks.readers > 0 || dbf.locks.writers > 0;
+  const bool locked = is_locked(dbf);
   const bool may_write = dbf.locks.writers > 0 && !index.readOnly;
   if (locked && index.lockStamp == dbf.locks.stamp) return index.tree.allow_writes(may_write);
   index.tree.begin(may_write);
@@ -153,7 +153,7 @@ bool record_key(DbfIdx& dbf, IndexControl& index, Key& key) {
   const Var* value = index.standIn != nullptr ? run_in_area(dbf, index.standIn)
                      : index.field >= 0       ? field_value(dbf, index.field)
                                               : run_in_area(dbf, index.keyBlock);
-  if (index.closed) {
+  if (index.closed || is_unreadable(dbf)) {
     POP_TEMPS(mark);
     return false;
   }

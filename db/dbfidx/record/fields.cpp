@@ -33,10 +33,6 @@ std::uint32_t memo_block(const DbfIdx& dbf, const dbf::Field& field) {
   return block > 0 && block <= UINT32_MAX ? static_cast<std::uint32_t>(block) : 0;
 }
 
-bool is_unreadable(const DbfIdx& dbf) {
-  return dbf.buffer.state() == RecordBuffer::State::kUnreadable;
-}
-
 std::string_view bytes_of(const DbfIdx& dbf, const dbf::Field& field) {
   return {reinterpret_cast<const char*>(place(dbf, field)), field.length};
 }
