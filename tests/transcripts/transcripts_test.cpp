@@ -1,6 +1,13 @@
-// Runs tnsh on the transcripts of this folder, one test for each NAME.tr: input lines stand behind
-// "> ", the expected lines of standard output and standard error below them. Lines that begin with
-// # are remarks. Every transcript runs in an empty directory of its own.
+// Runs tnsh on the transcripts of this folder, one test for each NAME.tr: an input line stands behind
+// "> ", the lines that it shows on standard output and standard error stand below it or behind it,
+// each after " ==> ":
+//
+//     > 6 * 7 ==>         42
+//     > .t. + 1 ==> error 902: (warning);addition on logicals ==>          2
+//
+// Shown lines are exact, blanks included (" ==>" at the end shows an empty line); one that ends in
+// blanks stands below. No input holds " ==> ", for the language has no such operator. Lines that
+// begin with # are remarks. Every transcript runs in an empty directory of its own.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -14,6 +21,7 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -104,15 +112,24 @@ bool is_error_line(const std::string& line) {
 }
 
 Transcript read_transcript(const fs::path& path) {
+  constexpr std::string_view kShows = " ==> ";
   Transcript transcript;
   std::size_t number = 0;
-  for (const std::string& line : lines_of(read_file(path))) {
+  for (std::string line : lines_of(read_file(path))) {
     ++number;
+    if (line.starts_with("#")) continue;
+    if (line.ends_with(" ==>")) line += " ";
+    std::size_t begin = 0, end = 0;
     if (line.starts_with("> ")) {
-      transcript.input += line.substr(2) + "\n";
-    } else if (!line.starts_with("#")) {
-      transcript.expected.push_back({line, number});
-      transcript.with_errors |= is_error_line(line);
+      end = line.find(kShows);
+      transcript.input += line.substr(2, end - 2) + "\n";
+      begin = end + kShows.size();
+    }
+    for (; end != std::string::npos; begin = end + kShows.size()) {
+      end = line.find(kShows, begin);
+      const std::string shown = line.substr(begin, end - begin);
+      transcript.expected.push_back({shown, number});
+      transcript.with_errors |= is_error_line(shown);
     }
   }
   return transcript;
