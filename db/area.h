@@ -63,17 +63,18 @@ void ogdelare(WorkArea* area);
 WorkArea* ogpushar(WorkArea* area, bool* pushed = nullptr);
 void ogpopar(WorkArea* saved);
 
-// Makes an area current for the life of the guard: AreaScope in(area).
+// Makes an area current for the life of the guard: AreaScope in(area). Whatever is selected meanwhile,
+// the former selection comes back, even where the area is the current one. Null changes nothing.
 class AreaScope {
  public:
-  explicit AreaScope(WorkArea* area) { saved_ = ogpushar(area, &pushed_); }
+  explicit AreaScope(WorkArea* area) {
+    if (area != nullptr) saved_ = ogpushar(area, &pushed_);
+  }
   ~AreaScope() {
     if (pushed_) ogpopar(saved_);
   }
   AreaScope(const AreaScope&) = delete;
   AreaScope& operator=(const AreaScope&) = delete;
-
-  bool entered() const { return pushed_; }
 
  private:
   bool pushed_ = false;

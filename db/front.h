@@ -27,6 +27,8 @@ enum class NoArea : bool { kSilent, kError322 };
 #define FRONT_CALLS(X)                                                                             \
   X(bof, "bof", kAccess, kNone, kSilent, kFalse,                                                   \
     "bof() -> lAtTop: did a move run over the first record")                                       \
+  X(dbclearfil, "clearfilter", kMethod, kNone, kSilent, kFalse,                                    \
+    "dbclearfilter() -> lDone: shows all records again")                                           \
   X(dbcloseare, "close", kMethod, kNone, kSilent, kFalse,                                          \
     "dbclosearea(): closes the table of the current area")                                         \
   X(dbcommit, "commit", kMethod, kNone, kSilent, kFalse,                                           \
@@ -35,6 +37,8 @@ enum class NoArea : bool { kSilent, kError322 };
     "dbdelete([bFor], [bWhile], [xScope]) -> lDone: marks the current record as deleted")          \
   X(dbfieldinf, "fieldinfo", kMethod, kAll, kSilent, kNil,                                         \
     "dbfieldinfo(nWhat, xField) -> xInfo: 1 name, 2 type, 3 length, 4 decimals of a field")        \
+  X(dbfilter, "filter", kAccess, kNone, kSilent, kEmptyText,                                       \
+    "dbfilter() -> cText: the filter as text")                                                     \
   X(dbgobottom, "gobottom", kMethod, kNone, kError322, kFalse,                                     \
     "dbgobottom(): goes to the last record")                                                       \
   X(dbgoto, "goto", kMethod, kAll, kError322, kFalse,                                              \
@@ -48,6 +52,9 @@ enum class NoArea : bool { kSilent, kError322 };
     "dbrecordinfo(nWhat, [nRecord]) -> xInfo: 1 deleted, 2 locked, 3 size, 4 number of a record")  \
   X(dbrlocklis, "rlocklist", kAccess, kNone, kSilent, kNil,                                        \
     "dbrlocklist() -> aRecords: numbers of the records this area holds locked")                    \
+  X(dbsetfilte, "setfilter", kMethod, kAll, kError322, kFalse,                                     \
+    "dbsetfilter([xFilter], [cText]) -> lDone: hides records for which a block or text isn't "     \
+    "true; cText is what dbfilter() shows")                                                        \
   X(dbskip, "skip", kMethod, kAll, kError322, kFalse,                                              \
     "dbskip([n]) -> nMoved: moves n records on, 1 by default")                                     \
   X(dbstruct, "dbstruct", kMethod, kNone, kSilent, kNil,                                           \

@@ -12,7 +12,8 @@
 //   memo           memo texts
 //   table_errors   every message, and the road to the handler
 //   orders         the key trees, as the rest of the driver calls them
-//   relations      likewise
+//   conditions     filter, scope, and how blocks are run
+//   relations      the tables that follow the cursor
 #pragma once
 
 #include <cstdint>
@@ -111,20 +112,21 @@ struct OrderCondition {
   std::uint8_t flags = 0;  // bit 0 all, bit 1 descending
 };
 
-// Filter, locate and scope. Held cells, as above.
+// Filter, locate and the stored scope. Held cells, as above.
+constexpr std::int32_t kScopeAll = -1, kScopeRest = -2;  // else so many records, or REST below 0
 struct ScanCondition {
   Var *filterText = nullptr, *filterBlock = nullptr, *locateBlock = nullptr;
   Var *forBlock = nullptr, *whileBlock = nullptr;
-  std::int32_t scopeNext = -1;
+  std::int32_t scopeCount = kScopeAll;
 };
 
 // What the driver knows of an open table; close puts back these defaults.
 struct OpenTable {
   // Set by init, constant until close.
   std::string fileName;
-  std::uint8_t flags = kClosed;  // TableFlag; kFileLocked is changed by locks.cpp
+  std::uint8_t flags = kClosed;           // TableFlag; kFileLocked is changed by locks.cpp
   bool opening = false, closing = false;  // under way: a handler's call finds nothing to do
-  bool lock40 = false;           // the lock scheme: the one in force when the table was opened
+  bool lock40 = false;  // the lock scheme: the one in force when the table was opened
   std::uint16_t recordSize = 0;
   std::int32_t fieldCount = 0;
   int dbfFd = -1;
@@ -245,8 +247,7 @@ inline bool has_record(const DbfIdx& dbf, std::int64_t n) {
 }
 // Could the record under the cursor not be read? The buffer then shows blanks, which are nobody's.
 inline bool is_unreadable(const DbfIdx& dbf) {
-  return dbf.recNo == dbf.buffer.number() &&
-         dbf.buffer.state() == RecordBuffer::State::kUnreadable;
+  return dbf.recNo == dbf.buffer.number() && dbf.buffer.state() == RecordBuffer::State::kUnreadable;
 }
 // Is the record under the cursor in the buffer? A phantom is no longer what stands there once the table
 // has grown and the cursor was placed on the new record.
@@ -353,6 +354,26 @@ class SameTable {
  private:
   const DbfIdx& dbf_;
   const std::uint32_t generation_;
+};
+
+// Puts the cursor back at the end of its life, unless the table is another one by then.
+class KeepCursor {
+ public:
+  explicit KeepCursor(DbfIdx& dbf)
+      : dbf_(dbf), same_(dbf), recno_(dbf.recNo), bof_(dbf.bofFlag), eof_(dbf.eofFlag) {}
+  ~KeepCursor() {
+    if (!same_.holds()) return;
+    dbf_.recNo = recno_;
+    dbf_.bofFlag = bof_;
+    dbf_.eofFlag = eof_;
+  }
+  KeepCursor(const KeepCursor&) = delete;
+  KeepCursor& operator=(const KeepCursor&) = delete;
+
+ private:
+  DbfIdx& dbf_;
+  const SameTable same_;
+  const std::int32_t recno_, bof_, eof_;
 };
 
 // The lock of an operation that writes only what is pending. A shared lock is never made exclusive

@@ -6,7 +6,8 @@
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/order/orders.h"
-#include "db/dbfidx/relations.h"
+#include "db/dbfidx/scan/conditions.h"
+#include "db/dbfidx/scan/relations.h"
 #include "db/dbfidx/table_errors.h"
 
 namespace tarnel {
@@ -265,9 +266,10 @@ bool visible(DbfIdx& dbf) {
     if (!is_buffered(dbf) && !fetchRecord(dbf, dbf.recNo)) return true;
     if (dbf.buffer.marked_deleted()) return false;
   }
+  if (dbf.scan.filterBlock == nullptr) return true;
   const SameTable same(dbf);
-  return dbf.scan.filterBlock == nullptr || condition_holds(dbf, dbf.scan.filterBlock) ||
-         !same.holds();
+  const KeepCursor keep(dbf);  // a filter that moves on would keep the search from its end
+  return condition_holds(dbf, dbf.scan.filterBlock) || !same.holds();
 }
 
 void goRecord(DbfIdx& dbf, std::int32_t n) {

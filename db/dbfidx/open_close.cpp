@@ -14,7 +14,8 @@
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/format/format_dbt.h"
 #include "db/dbfidx/order/orders.h"
-#include "db/dbfidx/relations.h"
+#include "db/dbfidx/scan/conditions.h"
+#include "db/dbfidx/scan/relations.h"
 #include "db/dbfidx/table_errors.h"
 #include "lib/file_names.h"
 #include "lib/files.h"
@@ -207,13 +208,6 @@ void place_cursor(DbfIdx& dbf) {
   if (dbf.lastRec > 0) return;
   phantom(dbf);
   dbf.bofFlag = 1;
-}
-
-void release_blocks(DbfIdx& dbf) {
-  for (Var** slot : {&dbf.scan.filterText, &dbf.scan.filterBlock, &dbf.scan.locateBlock,
-                     &dbf.scan.forBlock, &dbf.scan.whileBlock, &dbf.newOrder.forText,
-                     &dbf.newOrder.forBlock, &dbf.newOrder.whileBlock, &dbf.newOrder.evalBlock})
-    UNHOLD_VAR(slot);
 }
 
 // An exclusive table leaves with a true header and nothing behind its last record. One that was only
@@ -412,7 +406,7 @@ void close_table(DbfIdx& dbf) {
     }
     close_orders(dbf);
     clear_relations(dbf);
-    release_blocks(dbf);
+    release_conditions(dbf);
     unlockAll(dbf);
     finish_exclusive(dbf);
   }

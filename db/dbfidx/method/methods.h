@@ -21,11 +21,11 @@ namespace tarnel {
   L("average", kMethod)                                 \
   M("axit", kMethod, di_axit)                           \
   M("bof", kAccess, di_bof)                             \
-  L("clearfilter", kMethod)                             \
+  M("clearfilter", kMethod, di_clearfilter)             \
   M("clearindex", kMethod, di_clearindex)               \
-  L("clearlocate", kMethod)                             \
+  M("clearlocate", kMethod, di_clearlocate)             \
   L("clearrelation", kMethod)                           \
-  L("clearscope", kMethod)                              \
+  M("clearscope", kMethod, di_clearscope)               \
   M("close", kMethod, di_close)                         \
   M("commit", kMethod, di_commit)                       \
   M("concurrenc", kAccess, di_concurrency)              \
@@ -56,15 +56,15 @@ namespace tarnel {
   M("fieldpos", kMethod, di_fieldpos)                   \
   M("fieldput", kMethod, di_fieldput)                   \
   M("filespec", kAccess, di_filespec)                   \
-  L("filter", kAccess)                                  \
-  L("filter", kAssign)                                  \
+  M("filter", kAccess, di_filter)                       \
+  M("filter", kAssign, di_set_filter)                   \
   M("flock", kMethod, di_flock)                         \
-  L("forblock", kAccess)                                \
-  L("forblock", kAssign)                                \
+  M("forblock", kAccess, di_forblock)                   \
+  M("forblock", kAssign, di_set_forblock)               \
   M("found", kAccess, di_found)                         \
   L("getarray", kMethod)                                \
   L("getarrfields", kMethod)                            \
-  L("getlocate", kAccess)                               \
+  M("getlocate", kAccess, di_getlocate)                 \
   L("getlookuptable", kMethod)                          \
   M("gobottom", kMethod, di_gobottom)                   \
   M("goto", kMethod, di_goto)                           \
@@ -124,14 +124,14 @@ namespace tarnel {
   M("rlock", kMethod, di_rlock)                         \
   M("rlocklist", kAccess, di_rlocklist)                 \
   M("rlockverify", kMethod, di_rlockverify)             \
-  L("scope", kAccess)                                   \
-  L("scope", kAssign)                                   \
+  M("scope", kAccess, di_scope)                         \
+  M("scope", kAssign, di_set_scope)                     \
   M("seek", kMethod, di_seek)                           \
   M("seekeval", kMethod, di_seekeval)                   \
-  L("setfilter", kMethod)                               \
+  M("setfilter", kMethod, di_setfilter)                 \
   M("setfound", kAssign, di_set_found)                  \
   M("setindex", kMethod, di_setindex)                   \
-  L("setlocate", kAssign)                               \
+  M("setlocate", kAssign, di_set_locate)                \
   M("setorder", kMethod, di_setorder)                   \
   M("setordercondition", kMethod, di_setordercondition) \
   L("setrelation", kMethod)                             \
@@ -144,8 +144,8 @@ namespace tarnel {
   L("update", kMethod)                                  \
   M("used", kAccess, di_used)                           \
   M("usersdbf", kMethod, di_usersdbf)                   \
-  L("whileblock", kAccess)                              \
-  L("whileblock", kAssign)                              \
+  M("whileblock", kAccess, di_whileblock)               \
+  M("whileblock", kAssign, di_set_whileblock)           \
   L("zap", kMethod)
 
 #define DECLARE_MEMBER(name, kind, function) Var* function(std::int32_t argc, Var** argv);

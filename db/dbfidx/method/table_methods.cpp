@@ -57,24 +57,19 @@ Var* exchange_found(DbfIdx& dbf, std::int32_t argc, Var** argv) {
 }
 
 Var* exchange_locate(DbfIdx& dbf, std::int32_t argc, Var** argv) {
-  Var* former = dbf.scan.locateBlock != nullptr ? ARG_VAR(dbf.scan.locateBlock) : nil_value();
+  Var* former = di_getlocate(1, argv);
   if (argc < 3) return former;
-  if (is_block(argv[2])) {
-    Var* block = NEW_TEMP();
-    CPY_VAR(block, argv[2]);
-    UNHOLD_VAR(&dbf.scan.locateBlock);
-    HOLD_VAR(&dbf.scan.locateBlock, block);
-  } else if (is_nil(argv[2])) {
-    UNHOLD_VAR(&dbf.scan.locateBlock);
-  } else {
+  Var* passed[] = {argv[0], argv[2]};
+  if (arg_is(argc, argv, 2, "BbU"))
+    di_set_locate(2, passed);
+  else
     dxerror(dbf, TableError::kInfoBlock);
-  }
   return former;
 }
 
 Var* exchange_filter(Var* filter, std::int32_t argc, Var** argv) {
   Var* former = filter != nullptr ? ARG_VAR(filter) : nil_value();
-  if (arg_is(argc, argv, 2, "CBb")) {
+  if (arg_is(argc, argv, 2, "CMBb")) {
     Var* passed[] = {argv[0], argv[2]};
     csdometh("setfilter", server_slot("setfilter"), 0, 2, passed);
   }

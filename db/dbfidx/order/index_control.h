@@ -118,10 +118,6 @@ inline bool ready(DbfIdx& dbf, IndexControl& index) {
 void settle(DbfIdx& dbf, IndexControl& index);
 // The key of the record under the cursor. False after error 317, and of a record that can't be read.
 bool record_key(DbfIdx& dbf, IndexControl& index, Key& key);
-// Does the block, null or a condition, hold for the record under the cursor?
-bool condition_holds(DbfIdx& dbf, Var* block);
-// Runs a block in the table's area; null never.
-Var* run_in_area(DbfIdx& dbf, Var* block);
 // Error 416 for a key that is there already. REQUIRES: ready()
 void add_key(DbfIdx& dbf, IndexControl& index, const Key& key, std::int32_t recno);
 

@@ -4,7 +4,8 @@
 #include "core/errors.h"
 #include "core/stacks.h"
 #include "db/dbfidx/order/index_control.h"
-#include "db/dbfidx/relations.h"
+#include "db/dbfidx/scan/conditions.h"
+#include "db/dbfidx/scan/relations.h"
 #include "db/progress.h"
 
 namespace tarnel {

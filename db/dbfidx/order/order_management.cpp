@@ -335,10 +335,7 @@ Var* di_setordercondition(std::int32_t argc, Var** argv) {
   if (dbf.newOrder.whileBlock != nullptr) dbf.newOrder.limit = -2;
   keep(argc, argv, 5, "Bb", &dbf.newOrder.evalBlock);
   if (arg_is(argc, argv, 6, kNumber)) dbf.newOrder.every = std::max(1, integer_of(argv[6]));
-  if (truth(10)) {
-    dbf.scan.scopeNext = -2;
-    dbf.newOrder.start = std::max(1, int_argument(argc, argv, 7, 1));
-  }
+  if (truth(10)) dbf.newOrder.start = std::max(1, int_argument(argc, argv, 7, 1));
   if (arg_is(argc, argv, 8, kNumber)) dbf.newOrder.limit = integer_of(argv[8]);
   if (arg_is(argc, argv, 9, kNumber)) {
     dbf.newOrder.limit = 1;

@@ -14,6 +14,7 @@
 #include "core/stacks.h"
 #include "core/text.h"
 #include "db/dbfidx/order/index_control.h"
+#include "db/dbfidx/scan/conditions.h"
 #include "db/dbfidx/table_errors.h"
 #include "lib/file_names.h"
 

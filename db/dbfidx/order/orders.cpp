@@ -1,12 +1,11 @@
 // The keys of records as they come, change and go.
 #include "db/dbfidx/order/orders.h"
 
-#include <optional>
 #include <utility>
 
-#include "core/blocks.h"
 #include "core/stacks.h"
 #include "db/dbfidx/order/index_control.h"
+#include "db/dbfidx/scan/conditions.h"
 #include "db/dbfidx/table_errors.h"
 
 namespace tarnel {
@@ -126,25 +125,6 @@ void settle(DbfIdx& dbf, IndexControl& index) {
   if (written) return;
   set_different(index);
   dxerror(dbf, TableError::kIndexUnwritable, {index.fileName});
-}
-
-Var* run_in_area(DbfIdx& dbf, Var* block) {
-  if (block == nullptr) return true_value();
-  const CallOut out;
-  ++block->refs;  // it may close what holds it
-  PUSH_TEMP(block);
-  std::optional<AreaScope> in;
-  if (dbf.area != nullptr && dbf.area != current_area()) in.emplace(dbf.area);
-  return run_block_with(block);
-}
-
-bool condition_holds(DbfIdx& dbf, Var* block) {
-  if (block == nullptr) return true;
-  const std::int32_t mark = temp_top();
-  const Var* result = run_in_area(dbf, block);
-  const bool holds = is_number_or_logical(result) && truth_of(result);
-  POP_TEMPS(mark);
-  return holds;
 }
 
 bool record_key(DbfIdx& dbf, IndexControl& index, Key& key) {

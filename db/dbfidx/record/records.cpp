@@ -9,7 +9,7 @@
 #include "core/stacks.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/order/orders.h"
-#include "db/dbfidx/relations.h"
+#include "db/dbfidx/scan/relations.h"
 #include "db/dbfidx/table_errors.h"
 
 namespace tarnel {
@@ -50,29 +50,11 @@ bool call_auto_lock(DbfIdx& dbf, const char* procedure) {
   return held;
 }
 
-// The cursor stands on a record for the life of the guard.
-class AtRecord {
- public:
-  AtRecord(DbfIdx& dbf, std::int32_t n)
-      : dbf_(dbf), same_(dbf), recno_(dbf.recNo), bof_(dbf.bofFlag), eof_(dbf.eofFlag) {
-    if (n == recno_) return;
-    dbf.recNo = n;
-    dbf.bofFlag = dbf.eofFlag = 0;
-  }
-  ~AtRecord() {
-    if (!same_.holds()) return;
-    dbf_.recNo = recno_;
-    dbf_.bofFlag = bof_;
-    dbf_.eofFlag = eof_;
-  }
-  AtRecord(const AtRecord&) = delete;
-  AtRecord& operator=(const AtRecord&) = delete;
-
- private:
-  DbfIdx& dbf_;
-  const SameTable same_;
-  const std::int32_t recno_, bof_, eof_;
-};
+void stand_on(DbfIdx& dbf, std::int32_t n) {
+  if (n == dbf.recNo) return;
+  dbf.recNo = n;
+  dbf.bofFlag = dbf.eofFlag = 0;
+}
 
 // The keys of the record: those of its former contents are noted, then replaced.
 void replace_keys(DbfIdx& dbf) {
@@ -275,7 +257,8 @@ bool auto_file_lock(DbfIdx& dbf) {
 Commit commitRecord(DbfIdx& dbf) {
   if (!dbf.isOpen() || !dbf.buffer.changed() || dbf.lastRec == 0) return Commit::kNothing;
   const std::int32_t mark = temp_top();
-  const AtRecord at(dbf, dbf.buffer.number());
+  const KeepCursor keep(dbf);
+  stand_on(dbf, dbf.buffer.number());
   if (const int may = checkReplace(dbf); may != 0) {
     if (may > 0) unlockRecord(dbf, dbf.recNo);
     return Commit::kFailed;

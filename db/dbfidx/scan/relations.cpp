@@ -1,4 +1,4 @@
-#include "db/dbfidx/relations.h"
+#include "db/dbfidx/scan/relations.h"
 
 namespace tarnel {
 
