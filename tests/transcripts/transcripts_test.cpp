@@ -6,8 +6,9 @@
 //     > .t. + 1 ==> error 902: (warning);addition on logicals ==>          2
 //
 // Shown lines are exact, blanks included (" ==>" at the end shows an empty line); one that ends in
-// blanks stands below. No input holds " ==> ", for the language has no such operator. Lines that
-// begin with # are remarks. Every transcript runs in an empty directory of its own.
+// blanks stands below. Only what the evaluator reports of an input that it expanded to itself is cut
+// to ";@input". No input holds " ==> ", for the language has no such operator. Lines that begin with
+// # are remarks. Every transcript runs in an empty directory of its own.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -111,9 +112,20 @@ bool is_error_line(const std::string& line) {
   return false;
 }
 
+// The line with the report that ";@input" stands for.
+std::string with_report(std::string line, const std::string& input) {
+  constexpr std::string_view kMark = ";@input";
+  if (const std::size_t at = line.find(kMark); at != std::string::npos)
+    line.replace(
+        at, kMark.size(),
+        ";evaluating expression:;--> " + input + " ;after expanding it to:;'" + input + "'");
+  return line;
+}
+
 Transcript read_transcript(const fs::path& path) {
   constexpr std::string_view kShows = " ==> ";
   Transcript transcript;
+  std::string input;
   std::size_t number = 0;
   for (std::string line : lines_of(read_file(path))) {
     ++number;
@@ -122,12 +134,13 @@ Transcript read_transcript(const fs::path& path) {
     std::size_t begin = 0, end = 0;
     if (line.starts_with("> ")) {
       end = line.find(kShows);
-      transcript.input += line.substr(2, end - 2) + "\n";
+      input = line.substr(2, end - 2);
+      transcript.input += input + "\n";
       begin = end + kShows.size();
     }
     for (; end != std::string::npos; begin = end + kShows.size()) {
       end = line.find(kShows, begin);
-      const std::string shown = line.substr(begin, end - begin);
+      const std::string shown = with_report(line.substr(begin, end - begin), input);
       transcript.expected.push_back({shown, number});
       transcript.with_errors |= is_error_line(shown);
     }
