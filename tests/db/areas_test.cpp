@@ -57,7 +57,7 @@ TEST_F(Areas, TablesAreFoundInTheDefaultDirectoryThenHereThenAlongThePath) {
   settings().path = {directory() + "/none/", directory() + "/path/"};
   for (const char* place : {"default/", "", "path/"}) {
     ASSERT_TRUE(open("one", Use::kShared)) << place;
-    EXPECT_EQ(show(call("dbf")), "C " + directory() + "/" + place + "one.dbf");
+    EXPECT_EQ(run("dbf()"), "C " + directory() + "/" + place + "one.dbf");
     EXPECT_TRUE(yes("ordlistadd", {text("one")}));
     EXPECT_EQ(table().orders[1]->fileName, directory() + "/" + place + "one.idx");
     call("dbclosearea");

@@ -57,22 +57,16 @@ TEST_F(Buffer, ShowsRecordsThatCameOrChangedElsewhere) {
   call("dbgobottom");
   call("dbskip");  // on the phantom, record 3
   elsewhere([] {
-    call("dbappend");
-    put("n", integer(33));
+    run("dbappend(), n := 33");
   });
-  call("dbgoto", {integer(3)});
-  EXPECT_EQ(get("n"), "N 33");
+  EXPECT_EQ(run("dbgoto(3), n"), "N 33");
 
-  call("dbgoto", {integer(1)});
-  EXPECT_EQ(get("n"), "N 1");
+  EXPECT_EQ(run("dbgoto(1), n"), "N 1");
   call("dbgoto", {integer(2)});
   elsewhere([] { change(1, 11); });
   settings().multilocks = true;
   EXPECT_TRUE(yes("rlock", {integer(1)}));  // of a record that is not under the cursor
-  call("dbgoto", {integer(1)});
-  put("c", text("mine"));
-  call("dbunlock");
-  EXPECT_EQ(get("n"), "N 11");
+  EXPECT_EQ(run("dbgoto(1), c := 'mine', dbunlock(), n"), "N 11");
   EXPECT_EQ(take_errors(), "");
 }
 
@@ -116,8 +110,7 @@ TEST_F(Buffer, UnreadableRecordsAreNotWritten) {
     }
     replace_bytes(0, good);
     EXPECT_EQ(get("n"), "N 3");
-    put("c", text("safe"));
-    call("dbclosearea");
+    run("c := 'safe', dbclosearea()");
     EXPECT_EQ(read_file("t.dbf").substr(good.size() - 10), " " + std::string("    3safe"));
     EXPECT_EQ(take_errors(), "");
   }
@@ -126,13 +119,11 @@ TEST_F(Buffer, UnreadableRecordsAreNotWritten) {
 TEST_F(Buffer, ChangesAreWrittenWhereverTheCursorWent) {
   make(4, Use::kExclusive);
   ASSERT_TRUE(yes("dbcreateindex", {text("n"), text("n")}));
-  call("dbgoto", {integer(3)});
-  put("c", text("here"));
+  run("dbgoto(3), c := 'here'");
   Var* object[] = {table().object};
   di_indexgotop(1, object);
   EXPECT_EQ(get("n"), "N 1");
-  call("dbgoto", {integer(3)});
-  EXPECT_EQ(get("c"), "C here");
+  EXPECT_EQ(run("dbgoto(3), c"), "C here");
   EXPECT_EQ(take_errors(), "");
 }
 
@@ -167,8 +158,7 @@ TEST_F(Buffer, ABreakLeavesNoLockBehind) {
   EXPECT_EQ(table().locks.readers + table().locks.writers, 0);
   call("errorblock", {calm});
   elsewhere([] { change(1, 11); });
-  call("dbgotop");
-  EXPECT_EQ(get("n"), "N 11");
+  EXPECT_EQ(run("dbgotop(), n"), "N 11");
   EXPECT_EQ(take_errors(), "");
 }
 
@@ -280,8 +270,7 @@ TEST_F(Buffer, KilledWritersAreSeenByClosedOrders) {
                             }),
               0);
     ASSERT_TRUE(open("t", Use::kShared));
-    call("dbgoto", {integer(2)});
-    EXPECT_EQ(get("n"), "N 9");
+    EXPECT_EQ(run("dbgoto(2), n"), "N 9");
     yes("dbsetindex", {text("n")});
     settings().developer = true;
     call("dbseek", {integer(9)});

@@ -140,8 +140,7 @@ TEST_F(DbfFormat, ValuesAreStoredAsText) {
 TEST_F(DbfFormat, NumberTooWideLeavesBlanksAndZero) {
   ASSERT_TRUE(create("t", {{"n", "N", 5, 1}}));
   ASSERT_TRUE(open("t", Use::kExclusive));
-  call("dbappend");
-  put("n", number(1234.5, 1));
+  run("dbappend(), n := 1234.5");
   EXPECT_EQ(take_errors(),
             "205 DBFIDX:FieldPut();numeric field overflow in assign;205 (illegal field value)");
   EXPECT_EQ(get("n"), "N 0.0");
@@ -174,13 +173,9 @@ TEST_F(DbfFormat, MemoTextsLieInBlocks) {
   ASSERT_TRUE(create("t", {{"note", "M", 10, 0}}));
   ASSERT_TRUE(open("t", Use::kShared));
   const std::string full(512, 'x');
-  call("dbappend");
-  put("note", text("first"));
-  call("dbappend");
+  run("dbappend(), note := 'first', dbappend()");
   put("note", text(full));  // two blocks: the end mark needs the second
-  call("dbappend");
-  put("note", text("third"));
-  call("dbcommit");
+  run("dbappend(), note := 'third', dbcommit()");
   std::string memo = read_file("t.dbt");
   ASSERT_EQ(memo.size(), 5u * 512);
   EXPECT_EQ(memo.substr(0, 4), le32(5));
@@ -189,19 +184,15 @@ TEST_F(DbfFormat, MemoTextsLieInBlocks) {
   EXPECT_EQ(memo.substr(2048, 6), "third\x1A");
   EXPECT_EQ(read_file("t.dbf").substr(65), "          1          2          4");
 
-  call("dbgotop");
-  put("note", text("longer, but in the room of its block"));
+  run("dbgotop(), note := 'longer, but in the room of its block'");
   EXPECT_EQ(get("note"), "M longer, but in the room of its block");
-  call("dbgoto", {integer(3)});
-  EXPECT_EQ(get("note"), "M third");
+  EXPECT_EQ(run("dbgoto(3), note"), "M third");
   call("rlock");
   put("note", text(std::string(600, 'y')));  // outgrows its block and moves to the end
   call("dbcommit");
   EXPECT_EQ(read_file("t.dbf").substr(65), "          1          2          5");
   EXPECT_EQ(read_file("t.dbt").substr(0, 4), le32(7));
-  put("note", text(""));
-  call("dbcommit");
-  EXPECT_EQ(get("note"), "M ");
+  EXPECT_EQ(run("note := '', dbcommit(), note"), "M ");
   EXPECT_EQ(read_file("t.dbt").substr(5 * 512, 1), "\x1A");
   EXPECT_EQ(take_errors(), "");
 }

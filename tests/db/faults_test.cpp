@@ -140,8 +140,7 @@ void read_everything() {
     yes("deleted");
     POP_TEMPS(mark);
   }
-  call("dbgobottom");
-  call("dbclosearea");
+  run("dbgobottom(), dbclosearea()");
 }
 
 TEST_F(Faults, DamagedHeadersEndInANumberedError) {
@@ -248,8 +247,7 @@ TEST_F(Faults, MemoWithoutAnEndIsAnError) {
   EXPECT_EQ(take_errors(), "103 DBFIDX:FieldGet();memo block 1;of area T;103 (file read error)");
   memo.resize(512 + 128 * 512, 'x');
   write_file("t.dbt", memo);
-  call("dbskip", {integer(0)});
-  EXPECT_EQ(get("note"), "M ");
+  EXPECT_EQ(run("dbskip(0), note"), "M ");
   EXPECT_EQ(take_errors(),
             "301 DBFIDX:FieldGet();memo content exceeds 65536 bytes;301 (no memory available)");
 }

@@ -188,8 +188,7 @@ class FaultyCalls : public TableTest, public ::testing::WithParamInterface<bool>
     EXPECT_TRUE(yes("dbcommit")) << take_errors();
     EXPECT_EQ(get("who"), "C next  ");
     EXPECT_TRUE(yes("dbappend")) << take_errors();
-    put("who", text("last"));
-    call("dbunlock");
+    run("who := 'last', dbunlock()");
     close_all_areas();
     const std::string errors = take_errors();
     EXPECT_TRUE(errors.empty() || errors.starts_with("331 ") || errors.starts_with("412 "))

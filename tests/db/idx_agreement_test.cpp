@@ -180,7 +180,7 @@ TEST_F(AgreementTest, WhatAgreesGoesOnAgreeing) {
   call("dbclosearea");
   take_errors();
   ASSERT_TRUE(open("t", Use::kReadOnly));
-  EXPECT_EQ(show(call("fieldget", {text("name")})), "C whisky  ");
+  EXPECT_EQ(run("fieldget('name')"), "C whisky  ");
 }
 
 // Every call of the file layer fails once, and the handler of the error closes, breaks or opens anew.
@@ -209,11 +209,7 @@ class HandlersTest : public AgreementTest {
     if (yes("dbappend")) put("name", text("bravo"));
     call("dbgoto", {integer(1)});
     if (yes("rlock")) put("name", text("zulu"));
-    call("dbcommit");
-    call("dbseek", {text("alpha")});
-    call("dbskip", {integer(2)});
-    call("dbskip", {integer(-1)});
-    call("dborderinfo", {integer(5002)});
+    run("dbcommit(), dbseek('alpha'), dbskip(2), dbskip(-1), dborderinfo(5002)");
     if (use == Use::kExclusive)
       call("dbreindex");
     else

@@ -94,14 +94,11 @@ TEST_F(OrdersTest, ChangedKeysFollowTheirRecordsInAllOrders) {
     ASSERT_TRUE(open("t", use));
     for (const char* file : {"all", "one", "some"}) ASSERT_TRUE(yes("dbsetindex", {text(file)}));
     ASSERT_TRUE(yes("dbseek", {text("bravo")}));
-    yes("rlock");
-    put("name", text("zulu")), put("n", number(7));
+    run("rlock(), name := 'zulu', n := 7");
     EXPECT_EQ(names(), "alpha alpine charlie delta zulu ");
     append_pair("alpha", 1);
     ASSERT_TRUE(yes("dbseek", {text("delta")}));
-    yes("rlock");
-    put("n", number(0));
-    call("dbsetorder", {integer(2)});
+    run("rlock(), n := 0, dbsetorder(2)");
     EXPECT_EQ(names(), "alpha alpine charlie delta zulu ");
     call("dbsetorder", {integer(3)});
     EXPECT_EQ(names(), "charlie zulu ");
@@ -180,10 +177,10 @@ TEST_F(OrdersTest, QuestionsAboutAnOrder) {
                          {99, integer(1), "U"}})
     EXPECT_EQ(show(call("dborderinfo", {integer(row.code), nil_value(), row.order})), row.answer)
         << row.code;
-  EXPECT_EQ(show(call("indexkey", {integer(2)})), "C name");
-  EXPECT_EQ(show(call("ordsetfocus", {text("byname")})), "C bynum");
+  EXPECT_EQ(run("indexkey(2)"), "C name");
+  EXPECT_EQ(run("ordsetfocus('byname')"), "C bynum");
   EXPECT_EQ(count("indexord"), 2);
-  EXPECT_EQ(show(call("ordsetfocus", {text("nowhere")})), "C byname");
+  EXPECT_EQ(run("ordsetfocus('nowhere')"), "C byname");
   EXPECT_EQ(count("indexord"), 2);
   EXPECT_EQ(take_errors(), "");
 }

@@ -30,11 +30,8 @@ class ProcessOrders : public TableTest {
   ProcessOrders() {
     create("t", {{"name", "C", 12, 0}, {"n", "N", 9, 0}});
     open("t", Use::kExclusive);
-    yes("dbcreateindex", {text("name"), text("name")});
-    yes("dbcreateindex", {text("num"), text("n")});
-    yes("ordcondset", {text("n > 5000")});
-    yes("dbcreateindex", {text("some"), text("name + str(n, 9)")});
-    call("dbclosearea");
+    run("dbcreateindex('name', 'name'), dbcreateindex('num', 'n'), ordcondset('n > 5000')");
+    run("dbcreateindex('some', 'name + str(n, 9)'), dbclosearea()");
     EXPECT_EQ(take_errors(), "");
   }
 
@@ -150,8 +147,7 @@ TEST_F(ProcessOrders, KilledProcessLeavesOrdersWholeOrReported) {
       take_errors();
       ASSERT_TRUE(open("t", Use::kShared));
       yes("dbsetindex", {text(order)});
-      call("dbgotop");
-      call("dbskip");
+      run("dbgotop(), dbskip()");
       told |= !take_errors().empty();
       call("dbclosearea");
     }

@@ -135,8 +135,7 @@ TEST_P(Locks, SecondAreaOfOneProcessCannotTakeWhatTheFirstHolds) {
   EXPECT_FALSE(elsewhere([=] { return locks("rlock", 2); }));
   EXPECT_FALSE(elsewhere([=] { return locks("flock", 0); }));
   EXPECT_TRUE(elsewhere([=] { return locks("rlock", 3); }));
-  call("dbselectarea", {integer(1)});
-  call("dbunlock");
+  run("dbselectarea(1), dbunlock()");
   EXPECT_TRUE(elsewhere([=] { return locks("rlock", 2); }));
 }
 
@@ -177,7 +176,7 @@ TEST_P(Locks, WithoutMultilocksALockDropsTheOthers) {
   ASSERT_TRUE(open("t", Use::kShared));
   ASSERT_TRUE(yes("rlock"));
   ASSERT_TRUE(yes("rlock", {integer(3), integer(2)}));
-  EXPECT_EQ(show(call("dbrlocklist")), "A 1");
+  EXPECT_EQ(run("dbrlocklist()"), "A 1");
   EXPECT_EQ(table().locks.records.at(0), 3);
   ASSERT_TRUE(yes("dbappend"));
   EXPECT_EQ(table().locks.records.at(0), 4);

@@ -24,12 +24,10 @@ TEST_F(Records, FieldCellShowsTheRecordUnderTheCursor) {
   put("code", text("one"));
   Var* cell = call("fieldget", {text("code")});
   EXPECT_EQ(show(cell), "C one   ");
-  call("dbskip");
-  put("code", text("two"));
-  EXPECT_EQ(get("code"), "C two   ");
+  EXPECT_EQ(run("dbskip(), code := 'two', code"), "C two   ");
   EXPECT_EQ(show(cell), "C two   ");
-  EXPECT_EQ(show(call("fieldget", {integer(2)})), "N 2.00");
-  EXPECT_EQ(show(call("fieldget", {text("nosuch")})), "U");
+  EXPECT_EQ(run("fieldget(2)"), "N 2.00");
+  EXPECT_EQ(run("fieldget('nosuch')"), "U");
 }
 
 TEST_F(Records, RefusedStoresSayWhy) {

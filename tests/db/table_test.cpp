@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "core/blocks.h"
 #include "core/core_modules.h"
 #include "core/error_object.h"
 #include "core/memvars.h"
@@ -80,6 +81,10 @@ std::string get(const char* field) {
 }
 void put(const char* field, Var* value) {
   CPY_VAR(RESOLVE_NAME(ADD_SYMBOL(field)), value);
+}
+
+std::string run(const std::string& expressions) {
+  return show(EVAL_ANY(ogmakecb(expressions)));
 }
 
 bool create(const char* file, std::initializer_list<FieldRow> rows) {

@@ -36,6 +36,9 @@ std::int32_t count(const char* function, std::initializer_list<Var*> arguments =
 std::string get(const char* field);
 void put(const char* field, Var* value);
 
+// Evaluates expressions of the language, separated by commas. The value of the last as show() writes it.
+std::string run(const std::string& expressions);
+
 bool create(const char* file, std::initializer_list<FieldRow> rows);
 enum class Use { kShared, kExclusive, kReadOnly };
 bool open(const char* file, Use use, const char* alias = nullptr);
