@@ -39,6 +39,28 @@ bool is_name_char(char c) {
   return c == '_' || std::isalnum(static_cast<unsigned char>(c)) != 0;
 }
 
+// Which byte will end the quoted part in which a scan stands, 0 outside. A backquote opens a part that
+// only ' closes. A bracket behind anything but a blank is a subscript.
+class QuoteState {
+ public:
+  bool outside() const { return quote_ == 0; }
+  void pass(std::string_view source, std::size_t at) {
+    const char c = source[at];
+    if (c == '"' || c == '\'') {
+      quote_ = quote_ == 0 ? c : quote_ == c ? '\0' : quote_;
+    } else if (c == '[' && quote_ == 0 && (at == 0 || source[at - 1] == ' ')) {
+      quote_ = '[';
+    } else if (c == ']' && quote_ == '[') {
+      quote_ = 0;
+    } else if (c == '`' && quote_ == 0) {
+      quote_ = '\'';
+    }
+  }
+
+ private:
+  char quote_ = 0;
+};
+
 // One pass over one source.
 class Expansion {
  public:
@@ -49,11 +71,11 @@ class Expansion {
     while (at_ < source_.size()) {
       const char c = source_[at_];
       if (!count()) return false;
-      if (c == '&' && quote_ == 0) {
+      if (c == '&' && quote_.outside()) {
         if (!macro_step()) return false;
         continue;
       }
-      note_quote(c);
+      quote_.pass(source_, at_);
       target_ += c;
       ++at_;
     }
@@ -61,20 +83,6 @@ class Expansion {
   }
 
  private:
-  // A backquote opens a part that only ' closes. A bracket behind anything but a blank is a
-  // subscript.
-  void note_quote(char c) {
-    if (c == '"' || c == '\'') {
-      quote_ = quote_ == 0 ? c : quote_ == c ? '\0' : quote_;
-    } else if (c == '[' && quote_ == 0 && (at_ == 0 || source_[at_ - 1] == ' ')) {
-      quote_ = '[';
-    } else if (c == ']' && quote_ == '[') {
-      quote_ = 0;
-    } else if (c == '`' && quote_ == 0) {
-      quote_ = '\'';
-    }
-  }
-
   bool count() {
     if (++counted_ <= limit_ && ++state.work <= kMostWork) return true;
     RT_ERROR(315, macro_error(source_));
@@ -131,10 +139,20 @@ class Expansion {
   const int limit_, flags_;
   std::size_t at_ = 0;
   int counted_ = 0;
-  char quote_ = 0;
+  QuoteState quote_;
 };
 
 }  // namespace
+
+bool has_macro(std::string_view source) {
+  if (source.find('&') == std::string_view::npos) return false;
+  QuoteState quote;
+  for (std::size_t at = 0; at < source.size(); ++at) {
+    if (source[at] == '&' && quote.outside()) return true;
+    quote.pass(source, at);
+  }
+  return false;
+}
 
 bool EXPAND_MACRO(std::string_view source, std::string& target, int limit, int flags) {
   const Depth depth;

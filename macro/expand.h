@@ -16,6 +16,9 @@ enum ExpandFlags : int {
   kUnknownIsError = 1,  // it is error 307
 };
 
+// Is there anything to expand: an & outside a quoted part?
+bool has_macro(std::string_view source);
+
 // Expands `source` into `target`, which must not be where the source lies. `limit` counts the bytes
 // read and those inserted from variables. False on failure: 307, 315. Nesting deeper than 257 is
 // error 314, of which the result is an empty target and true.
