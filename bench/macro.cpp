@@ -12,7 +12,7 @@
 #include "core/symbols.h"
 #include "lib/lib_modules.h"
 #include "macro/evaluator.h"
-#include "macro/parser.h"
+#include "macro/machine.h"
 
 namespace tarnel {
 namespace {
@@ -70,6 +70,28 @@ void run_in_loop(benchmark::State& state, Var* block) {
   }
 }
 
+// The same expressions, once compiled.
+void run_code_in_loop(benchmark::State& state, const std::string& text) {
+  const CodeHold code(compile(text));
+  for (auto _ : state) {
+    const std::int32_t mark = temp_top();
+    benchmark::DoNotOptimize(run_code(*code, text, {0, nullptr}));
+    POP_TEMPS(mark);
+  }
+}
+void ArithmeticCode(benchmark::State& state) {
+  run_code_in_loop(state, "a + b * 2");
+}
+BENCHMARK(ArithmeticCode);
+void ConditionCode(benchmark::State& state) {
+  run_code_in_loop(state, "upper(left(c, 3)) = \"ABC\" .and. n > 5");
+}
+BENCHMARK(ConditionCode);
+void ComparisonCode(benchmark::State& state) {
+  run_code_in_loop(state, "n > 500");
+}
+BENCHMARK(ComparisonCode);
+
 void TextBlock(benchmark::State& state) {
   run_in_loop(state, EXP_EVAL("{|a, b| a + b}"));
 }
@@ -92,7 +114,8 @@ void ConditionChain(benchmark::State& state) {
   for (std::int64_t i = 1; i < state.range(0); ++i) text += ".and.n>5";
   const std::int32_t mark = temp_top();
   for (auto _ : state) {
-    if (!truth_of(Parser(text, text).evaluate())) state.SkipWithError("the chain is true");
+    const CodeHold code(compile(text));
+    if (!truth_of(run_code(*code, text, {0, nullptr}))) state.SkipWithError("the chain is true");
     POP_TEMPS(mark);
   }
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));

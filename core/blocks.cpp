@@ -9,7 +9,7 @@
 namespace tarnel {
 namespace {
 
-MacroHooks hooks{nullptr, nullptr, nullptr};
+MacroHooks hooks{};
 
 constexpr std::size_t kLongestBlock = 8200;  // bytes of a block made from text, braces included
 

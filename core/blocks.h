@@ -17,6 +17,7 @@ struct MacroHooks {
   Var* (*evaluate)(std::string_view text);            // EXP_EVAL
   Var* (*eval_block)(std::int32_t argc, Var** argv);  // EVAL_BLOCK, argv[0] is the block
   bool (*expand)(std::string_view source, std::string& target, int flags);  // EXPAND_MACRO
+  void (*release)(Code* code);  // the last cell of a text block has gone
 };
 void set_macro_hooks(const MacroHooks& hooks);
 const MacroHooks& macro_hooks();

@@ -87,11 +87,10 @@ Var* compare(Relation relation, Var* left, Var* right) {
     case 'A':
     case 'O':
     case 'S':
+    case 'b':
       return logical(identity_holds(relation, left->raw == right->raw));
     case 'B':
       return logical(identity_holds(relation, left->function == right->function));
-    case 'b':
-      return logical(identity_holds(relation, left->block_text == right->block_text));
     case 'C':
     case 'M':
       return logical(texts_hold(relation, text_of(left), text_of(right)));

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/arrays.h"
+#include "core/blocks.h"
 #include "core/checks.h"
 #include "core/classes.h"
 #include "core/errors.h"
@@ -78,7 +79,7 @@ void free_window(Var* v) {
 }
 
 void release_text_block(Var* v) {
-  if (v->shared->refs == 1) MEM_FREE(v->block_text);
+  if (v->shared->refs == 1) macro_hooks().release(v->code);
   release_shared(v->shared);
 }
 

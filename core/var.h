@@ -20,6 +20,7 @@ namespace tarnel {
 
 struct Var;
 struct Window;
+struct Code;  // of a text block, owned by the macro evaluator
 
 // The outward form of every procedure and builtin. The caller owns the vector; the result is never
 // null and lives on the temporary stack or is a constant, a variable or an element.
@@ -65,7 +66,7 @@ struct Var {
   };
   union {  // second payload word, blocks only
     BlockFunction function;
-    char* block_text;
+    Code* code;
     std::uint64_t bits2;
   };
 };

@@ -162,7 +162,7 @@ Var* empty(std::int32_t argc, Var** argv) {
     case 'B':
       return logical(v->function == nullptr);
     case 'b':
-      return logical(v->block_text == nullptr || *v->block_text == 0);
+      return logical(v->code == nullptr);
     case 'C':
     case 'M':
       return logical(is_blank_text(text_of(v)));

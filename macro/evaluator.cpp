@@ -3,15 +3,15 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <cstring>
 #include <string>
+#include <utility>
 
 #include "core/blocks.h"
 #include "core/errors.h"
-#include "core/memory.h"
 #include "core/stacks.h"
+#include "macro/code.h"
 #include "macro/expand.h"
-#include "macro/parser.h"
+#include "macro/machine.h"
 
 namespace tarnel {
 namespace {
@@ -46,48 +46,67 @@ class Depth {
   Depth& operator=(const Depth&) = delete;
 };
 
-// A copy of the text to be evaluated, which may change the variable it lies in; short ones need no
-// heap.
-class TextCopy {
+// Runs a text or the code made of it. An evaluation within too deep a nesting is none.
+class Evaluation {
  public:
-  explicit TextCopy(std::string_view text) {
-    if (text.size() <= sizeof short_) {
-      std::memcpy(short_, text.data(), text.size());
-      view_ = {short_, text.size()};
-    } else {
-      long_ = text;
-      view_ = long_;
-    }
-  }
-  TextCopy(const TextCopy&) = delete;
-  TextCopy& operator=(const TextCopy&) = delete;
-  std::string_view view() const { return view_; }
-
- private:
-  char short_[256];
-  std::string long_;
-  std::string_view view_;
-};
-
-// The bytes of `source` must stay where they are: its tokens are views of them.
-Var* evaluate(std::string_view source, const BlockArguments* block) {
-  if (state.leaving && errors_in_progress() == 0) return error_value();
-  const Depth depth;
-  if (stack_is_short()) {
+  Evaluation() : possible_(!leaving_deep_evaluation()) {
+    if (!possible_ || !stack_is_short()) return;
     RT_ERROR(309, "evaluations are nested too deeply");
     state.leaving = true;
-    return error_value();
+    possible_ = false;
   }
-  std::string expanded;
-  std::string_view text = source;
-  if (source.size() > kExpandLimit || source.find('&') != std::string_view::npos) {
-    if (!EXPAND_MACRO(source, expanded, kExpandLimit, kUnknownIsError))
-      return RT_ERROR(319, "trying to macroexpand the expression");
-    text = expanded;
+  bool possible() const { return possible_; }
+
+ private:
+  const Depth depth_;
+  bool possible_;
+};
+
+// What the last texts were compiled to, since a program evaluates the same ones again and again. The code
+// of a text is always the same, so nothing ever makes an entry untrue.
+class CompiledTexts {
+ public:
+  // The code of an expanded text, with a reference for the caller.
+  Code* find(std::string_view text, bool is_block) {
+    if (text.size() > kLongest || text.empty()) return make(text, is_block);
+    Code*& entry = entries_[slot_of(text)];
+    if (entry == nullptr || entry->is_block != is_block || entry->text() != text) {
+      Code* made = make(text, is_block);
+      if (Code* former = std::exchange(entry, made); former != nullptr) release_code(former);
+    }
+    ++entry->refs;
+    return entry;
   }
+
+ private:
+  static constexpr std::size_t kEntries = 64;   // a power of two
+  static constexpr std::size_t kLongest = 256;  // bytes; longer texts are compiled at each run
+
+  static Code* make(std::string_view text, bool is_block) {
+    return is_block ? compile_block(text) : compile(text);
+  }
+  static std::size_t slot_of(std::string_view text) {
+    std::size_t hash = text.size();
+    for (const char c : text) hash = hash * 31 + static_cast<unsigned char>(c);
+    return hash % kEntries;
+  }
+
+  Code* entries_[kEntries]{};
+} compiled_texts;
+
+// Compiles and runs a text. Errors of the expansion: 315 and 319.
+Var* evaluate(std::string_view source, bool is_block, const BlockArguments& arguments) {
   const std::int32_t mark = temp_top();
-  Parser parser(source, text);
-  return keep_temp(mark, block != nullptr ? parser.evaluate_block(*block) : parser.evaluate());
+  if (source.size() <= kExpandLimit && !has_macro(source)) {
+    const CodeHold code(compiled_texts.find(source, is_block));
+    return keep_temp(mark, run_code(*code, (*code).text(), arguments));
+  }
+  const std::string kept(source);  // the variable that it lies in may change
+  std::string expanded;
+  if (!EXPAND_MACRO(kept, expanded, kExpandLimit, kUnknownIsError))
+    return RT_ERROR(319, "trying to macroexpand the expression");
+  const CodeHold code(compiled_texts.find(expanded, is_block));
+  return keep_temp(mark, run_code(*code, kept, arguments));
 }
 
 bool expand(std::string_view source, std::string& target, int flags) {
@@ -103,20 +122,25 @@ bool leaving_deep_evaluation() {
 Var* EXP_EVAL(std::string_view text) {
   if (text.data() == nullptr) return RT_INTERNAL(407, "EXP_EVAL");
   if (text.empty()) return empty_text();
-  const TextCopy copy(text);
-  return evaluate(copy.view(), nullptr);
+  const Evaluation evaluation;
+  return evaluation.possible() ? evaluate(text, false, {0, nullptr}) : error_value();
 }
 
 Var* EVAL_BLOCK(std::int32_t argc, Var** argv) {
-  const std::int32_t mark = temp_top();
-  // The copy keeps the text while the block runs, even if it clears the variable it came from.
-  Var* block = CPY_VAR(NEW_TEMP(), argv[0]);
+  const Evaluation evaluation;
+  if (!evaluation.possible()) return error_value();
+  Code* code = argv[0]->code;
+  // Held while it runs, even if it clears the variable that the block came from.
+  ++code->refs;
+  const CodeHold hold(code);
   const BlockArguments arguments{argc - 1, argv + 1};
   // A parameter is a variable: an operator may no longer reuse its cell for a result.
   for (std::int32_t i = 1; i < argc; ++i)
     if (argv[i] != nullptr && upper_class(argv[i]->sclass) == 'T')
       argv[i]->sclass = argv[i]->sclass == 'T' ? 'N' : 'n';
-  return keep_temp(mark, evaluate({block->block_text, MEM_SIZE(block->block_text)}, &arguments));
+  if (code->expands) return evaluate(code->text(), true, arguments);
+  const std::int32_t mark = temp_top();
+  return keep_temp(mark, run_code(*code, code->text(), arguments));
 }
 
 void init_macro() {
@@ -124,7 +148,7 @@ void init_macro() {
   rlimit limit{};
   if (getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY)
     state.stack_size = std::min<std::size_t>(limit.rlim_cur, kUsualStack);
-  set_macro_hooks({EXP_EVAL, EVAL_BLOCK, expand});
+  set_macro_hooks({EXP_EVAL, EVAL_BLOCK, expand, release_code});
 }
 
 }  // namespace tarnel

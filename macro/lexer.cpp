@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cassert>
-#include <cctype>
 
 #include "core/text.h"
 
@@ -59,7 +58,8 @@ bool is_blank(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 bool is_letter(char c) {
-  return c == '_' || std::isalpha(static_cast<unsigned char>(c)) != 0;
+  const char lower = static_cast<char>(c | 0x20);
+  return (lower >= 'a' && lower <= 'z') || c == '_';
 }
 
 }  // namespace

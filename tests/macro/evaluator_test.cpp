@@ -8,9 +8,9 @@
 #include "core/sequence.h"
 #include "core/symbols.h"
 #include "lib/lib_modules.h"
+#include "macro/compiler.h"
 #include "macro/evaluator.h"
 #include "macro/expand.h"
-#include "macro/parser.h"
 #include "tests/support/fail_allocation.h"
 #include "tests/support/test_runtime.h"
 
@@ -96,6 +96,29 @@ TEST_F(Evaluator, OddTextsAreErrorsOnly) {
   EXPECT_EQ("E", value_of("\xff\xfe"));
   EXPECT_EQ("E", value_of("  "));
   take_errors();
+}
+
+// What is done twice: the second run meets names that are found, and constants that the first one used.
+TEST_F(Evaluator, CodeRunsAgainAsBefore) {
+  GET_MEMVAR("t");
+  Var* block =
+      EXP_EVAL("{|p| t := 5, ++t, t++, p := 'ab', p += 'c', {5, t, p, 7++, 'x' + 'y', later}[p2]}");
+  SET_INT(GET_MEMVAR("p2"), 1);
+  EXPECT_EQ("E", show(run_block_with(block, TMP_INT(9))));
+  take_errors();
+  for (const char* later : {"first", "again"}) {
+    set_text("later", later);
+    for (int i = 1; i <= 6; ++i) {
+      const std::string expected[] = {"I 5", "I 7",  "C abc",
+                                      "I 7", "C xy", "C " + std::string(later)};
+      SET_INT(GET_MEMVAR("p2"), i);
+      EXPECT_EQ(expected[i - 1], show(run_block_with(block, TMP_INT(9))));
+    }
+    FORGET_NAME("later");
+    GET_MEMVAR("other");  // may take the index
+  }
+  EXPECT_EQ("E", show(run_block_with(block, TMP_INT(9))));
+  EXPECT_TRUE(take_errors().starts_with("307 access of undefined variable later"));
 }
 
 // Each of these ends the variable, element or array that an operand before it stands for.

@@ -1,0 +1,175 @@
+#include "macro/code_builder.h"
+
+#include <algorithm>
+#include <cassert>
+#include <new>
+
+#include "core/memory.h"
+
+namespace tarnel {
+namespace {
+
+// How many cells more a step leaves on the machine's stack, arguments apart.
+int cells_added(StepKind kind) {
+  switch (kind) {
+    case StepKind::kConstant:
+    case StepKind::kShared:
+    case StepKind::kName:
+    case StepKind::kParameter:
+    case StepKind::kMemvar:
+    case StepKind::kLocal:
+    case StepKind::kMacroText:
+    case StepKind::kDate:
+    case StepKind::kBlock:
+    case StepKind::kArray:
+    case StepKind::kCall:
+    case StepKind::kMethod:
+    case StepKind::kField:
+      return 1;
+    case StepKind::kBinary:
+    case StepKind::kAssign:
+    case StepKind::kAssignInstance:
+    case StepKind::kSubscript:
+    case StepKind::kDrop:
+    case StepKind::kAnd:
+    case StepKind::kOr:
+    case StepKind::kChoose:
+    case StepKind::kJump:
+    case StepKind::kAreaOf:
+      return -1;
+    default:
+      return 0;
+  }
+}
+
+// A step that gives one value and runs nothing that could end another.
+bool is_simple(StepKind kind) {
+  return kind == StepKind::kConstant || kind == StepKind::kShared || kind == StepKind::kParameter;
+}
+
+template <typename T>
+T* take(char*& at, std::size_t count) {
+  T* const taken = reinterpret_cast<T*>(at);
+  at += count * sizeof(T);
+  return taken;
+}
+
+template <typename T, std::size_t N>
+T* copy_to(char*& at, const SmallList<T, N>& list) {
+  T* const copy = take<T>(at, list.size());
+  if (list.size() > 0) std::memcpy(static_cast<void*>(copy), list.data(), list.size() * sizeof(T));
+  return copy;
+}
+
+template <typename T, std::size_t N>
+std::size_t size_of(const SmallList<T, N>& list) {
+  return list.size() * sizeof(T);
+}
+
+}  // namespace
+
+CodeBuilder::~CodeBuilder() {
+  for (std::size_t i = 0; i < blocks_.size(); ++i) release_code(blocks_[i]);
+}
+
+StepPosition CodeBuilder::add(StepKind kind, std::int32_t a, std::uint8_t op) {
+  if (failed_) return kNowhere;
+  steps_.add({kind, op, a});
+  cells_now_ += cells_added(kind);
+  most_cells_ = std::max(most_cells_, cells_now_);
+  return steps_.size() - 1;
+}
+
+void CodeBuilder::add_constant(const Var& number) {
+  cells_.add(number);
+  add(StepKind::kConstant, static_cast<std::int32_t>(cells_.size()) - 1);
+}
+
+// The bytes move until the code is finished: until then the payload is where they stand.
+void CodeBuilder::add_text(std::string_view text) {
+  Var cell{};
+  cell.type = 'C';
+  cell.length = static_cast<std::int32_t>(text.size()) + 1;
+  cell.bits = add_bytes(text);
+  bytes_.add('\0');
+  add_constant(cell);
+}
+
+void CodeBuilder::add_block(Code* block) {
+  blocks_.add(block);
+  add(StepKind::kBlock, static_cast<std::int32_t>(blocks_.size()) - 1);
+}
+
+void CodeBuilder::add_with_word(StepKind kind, std::string_view word, std::uint8_t op) {
+  words_.add({add_bytes(word), static_cast<std::uint32_t>(word.size()), -1, {}, nullptr});
+  add(kind, static_cast<std::int32_t>(words_.size()) - 1, op);
+}
+
+void CodeBuilder::land(StepPosition from) {
+  if (from != kNowhere)
+    steps_[from].a = static_cast<std::int32_t>(steps_.size()) - (failed_ ? 1 : 0);
+}
+
+void CodeBuilder::end_keep(StepPosition keep) {
+  if (failed_ || steps_.size() != keep + 2 || !is_simple(steps_[keep + 1].kind)) return;
+  steps_[keep] = steps_[keep + 1];
+  steps_.cut(keep + 1);
+}
+
+void CodeBuilder::fail(Failure cause) {
+  if (failed_) return;
+  add(StepKind::kFail, 0, static_cast<std::uint8_t>(cause));
+  failed_ = true;
+  cause_ = cause;
+}
+
+std::uint32_t CodeBuilder::add_bytes(std::string_view bytes) {
+  const std::size_t at = bytes_.size();
+  bytes_.add(bytes.data(), bytes.size());
+  return static_cast<std::uint32_t>(at);
+}
+
+Code* CodeBuilder::finish(std::string_view text, bool is_block) {
+  add(StepKind::kReturn);
+  const std::size_t size = sizeof(Code) + size_of(cells_) + size_of(blocks_) + size_of(words_) +
+                           size_of(steps_) + size_of(bytes_) + text.size();
+  char* at = static_cast<char*>(MEM_ALLOC(size, MemPurpose::kMacro));
+  Code* code = new (take<Code>(at, 1)) Code{};
+  code->refs = 1;
+  code->is_block = is_block;
+  code->cell_count = static_cast<std::uint32_t>(cells_.size());
+  code->block_count = static_cast<std::uint32_t>(blocks_.size());
+  code->depth =
+      static_cast<std::uint32_t>(most_cells_) + 1;  // a vector of arguments ends with a null
+  code->text_size = static_cast<std::uint32_t>(text.size());
+  code->cells = copy_to(at, cells_);
+  code->blocks = copy_to(at, blocks_);
+  code->words = copy_to(at, words_);
+  code->steps = copy_to(at, steps_);
+  code->bytes = copy_to(at, bytes_);
+  code->text_at = static_cast<std::uint32_t>(bytes_.size());
+  if (!text.empty()) std::memcpy(at, text.data(), text.size());
+  for (std::uint32_t i = 0; i < code->cell_count; ++i) {
+    Var& cell = code->cells[i];
+    cell.sclass = 'C';
+    cell.refs = 1;
+    cell.name = -1;
+    if (cell.type == 'C') cell.text = code->bytes + cell.bits;
+  }
+  blocks_.cut(0);
+  return code;
+}
+
+Code* unexpanded_block(std::string_view text) {
+  Code* code = CodeBuilder().finish(text, true);
+  code->expands = true;
+  return code;
+}
+
+void release_code(Code* code) {
+  if (--code->refs > 0) return;
+  for (std::uint32_t i = 0; i < code->block_count; ++i) release_code(code->blocks[i]);
+  MEM_FREE(code);
+}
+
+}  // namespace tarnel

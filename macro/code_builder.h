@@ -1,0 +1,64 @@
+// Puts the steps of one code together.
+#pragma once
+
+#include <string_view>
+
+#include "macro/code.h"
+#include "macro/small_list.h"
+
+namespace tarnel {
+
+// Where a step stands in its code, or kNowhere for one behind the end of a wrong text.
+using StepPosition = std::size_t;
+constexpr StepPosition kNowhere = ~StepPosition{0};
+
+class CodeBuilder {
+ public:
+  CodeBuilder() = default;
+  ~CodeBuilder();
+  CodeBuilder(const CodeBuilder&) = delete;
+  CodeBuilder& operator=(const CodeBuilder&) = delete;
+
+  // Adds a step. Once the code has failed nothing is added.
+  StepPosition add(StepKind kind, std::int32_t a = 0, std::uint8_t op = 0);
+  void add_constant(const Var& number);  // a number
+  void add_text(std::string_view text);
+  void add_block(Code* block);  // takes over the reference
+  void add_with_word(StepKind kind, std::string_view word, std::uint8_t op = 0);
+
+  // The step that is added next takes so many arguments from the machine's stack.
+  void take_arguments(std::int32_t count) { cells_now_ -= count; }
+
+  // The next step is where the jump of the step at `from` goes.
+  void land(StepPosition from);
+  // A kKeep for a value, and its end: where the steps between are so simple that nothing can happen to the
+  // value meanwhile it isn't kept.
+  StepPosition begin_keep() { return add(StepKind::kKeep); }
+  void end_keep(StepPosition keep);
+
+  // The rest of the text doesn't count: the code ends here, with kFail.
+  void fail(Failure cause);
+  bool failed() const { return failed_; }
+  Failure cause() const { return cause_; }
+
+  // The code in one piece, with one reference. REQUIRES: called once, last.
+  Code* finish(std::string_view text, bool is_block);
+
+ private:
+  std::uint32_t add_bytes(std::string_view bytes);
+
+  SmallList<Step, 32> steps_;
+  SmallList<Var, 8> cells_;
+  SmallList<Word, 8> words_;
+  SmallList<Code*, 4> blocks_;
+  SmallList<char, 128> bytes_;
+  std::int32_t cells_now_ = 0;
+  std::int32_t most_cells_ = 0;
+  bool failed_ = false;
+  Failure cause_ = Failure::kSyntax;
+};
+
+// The code of a block that is compiled anew at each run.
+Code* unexpanded_block(std::string_view text);
+
+}  // namespace tarnel

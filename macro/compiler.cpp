@@ -1,0 +1,285 @@
+#include "macro/compiler.h"
+
+#include "core/operators.h"
+#include "core/text.h"
+
+namespace tarnel {
+namespace {
+
+template <Var* (*compare)(Var*, Var*)>
+Var* comparison(Var* left, Var* right, bool) {
+  return compare(left, right);
+}
+
+// Precedence of the binary operators. .not. lies between kAndLevel and kComparisonLevel, the signs
+// above kPowerLevel.
+enum Precedence : int {
+  kNoOperator = 0,
+  kOrLevel,
+  kAndLevel,
+  kComparisonLevel,
+  kAdditiveLevel,
+  kMultiplicativeLevel,
+  kPowerLevel
+};
+
+struct BinaryOperator {
+  Token token;
+  int level;
+  BinaryFunction apply;  // null: evaluates its right side only if that is needed
+};
+
+constexpr BinaryOperator kBinaryOperators[] = {
+    {Token::kOr, kOrLevel, nullptr},
+    {Token::kAnd, kAndLevel, nullptr},
+    {Token::kEqual, kComparisonLevel, comparison<csuequu>},
+    {Token::kExactly, kComparisonLevel, comparison<csueequu>},
+    {Token::kNotEqual, kComparisonLevel, comparison<csunequ>},
+    {Token::kGreater, kComparisonLevel, comparison<csugtu>},
+    {Token::kLess, kComparisonLevel, comparison<csultu>},
+    {Token::kGreaterEqual, kComparisonLevel, comparison<csugequ>},
+    {Token::kLessEqual, kComparisonLevel, comparison<csulequ>},
+    {Token::kContained, kComparisonLevel, comparison<csuinu>},
+    {Token::kPlus, kAdditiveLevel, csuaddu},
+    {Token::kMinus, kAdditiveLevel, csusubu},
+    {Token::kTimes, kMultiplicativeLevel, csumulu},
+    {Token::kDivide, kMultiplicativeLevel, csudivu},
+    {Token::kModulo, kMultiplicativeLevel, csumodu},
+    {Token::kPower, kPowerLevel, csupowu},
+};
+
+constexpr int distance(Token from, Token to) {
+  return static_cast<int>(to) - static_cast<int>(from);
+}
+
+constexpr bool in_token_order() {
+  for (std::size_t i = 0; i < std::size(kBinaryOperators); ++i)
+    if (distance(Token::kOr, kBinaryOperators[i].token) != static_cast<int>(i)) return false;
+  return true;
+}
+static_assert(in_token_order(), "the table is indexed by the distance from kOr");
+static_assert(distance(Token::kPlus, Token::kPower) ==
+                  distance(Token::kPlusAssign, Token::kPowerAssign),
+              "compound assignments follow the order of their operators");
+
+// Null when the token is no binary operator.
+const BinaryOperator* binary_operator(Token token) {
+  const int i = distance(Token::kOr, token);
+  return i >= 0 && i < static_cast<int>(std::size(kBinaryOperators)) ? &kBinaryOperators[i]
+                                                                     : nullptr;
+}
+
+static_assert(kBinaryOperators[kNoFunction].apply == nullptr);
+
+std::uint8_t index_of(const BinaryOperator& op) {
+  return static_cast<std::uint8_t>(&op - kBinaryOperators);
+}
+
+bool is_assignment(Token token) {
+  return token >= Token::kAssign && token <= Token::kPowerAssign;
+}
+
+// What a step of an assignment applies, kNoFunction for :=.
+std::uint8_t assigned_function(Token token) {
+  if (token == Token::kAssign) return kNoFunction;
+  return static_cast<std::uint8_t>(distance(Token::kOr, Token::kPlus) +
+                                   distance(Token::kPlusAssign, token));
+}
+
+}  // namespace
+
+BinaryFunction binary_function(std::uint8_t op) {
+  return kBinaryOperators[op].apply;
+}
+
+Code* compile(std::string_view text) {
+  return Compiler(text).expression_code();
+}
+Code* compile_block(std::string_view text) {
+  return Compiler(text).block_code();
+}
+
+Code* Compiler::expression_code() {
+  expression();
+  expect(Token::kEnd);
+  return own_.finish(lexer_.text(), false);
+}
+
+Code* Compiler::block_code() {
+  Parameters names;
+  parameters_ = &names;
+  block();
+  expect(Token::kEnd);
+  return own_.finish(lexer_.text(), true);
+}
+
+void Compiler::block() {
+  if (expect(Token::kBar)) parameters();
+  body();
+}
+
+// The value is that of the last expression; an empty body gives NIL.
+void Compiler::body() {
+  if (token() == Token::kEnd || token() == Token::kRightBrace) return shared(SharedConstant::kNil);
+  expression();
+  while (take(Token::kComma)) {
+    code_->add(StepKind::kDrop);
+    expression();
+  }
+}
+
+void Compiler::expression() {
+  const Level level(*this);
+  const Operand left = binary(kOrLevel);
+  if (is_assignment(token()))
+    assignment(left);
+  else
+    load(left);
+}
+
+void Compiler::assignment(const Operand& target) {
+  if (!target.assignable) return fail(Failure::kSyntax);
+  const std::uint8_t op = assigned_function(token());
+  code_->add(StepKind::kKeep);
+  lexer_.next();
+  expression();
+  if (target.instance.empty())
+    code_->add(StepKind::kAssign, 0, op);
+  else
+    code_->add_with_word(StepKind::kAssignInstance, lower_text(target.instance), op);
+}
+
+Compiler::Operand Compiler::binary(int lowest) {
+  Operand left = prefix();
+  for (;;) {
+    const BinaryOperator* op = binary_operator(token());
+    if (op == nullptr || op->level < lowest) return left;
+    load(left);
+    left = {};
+    lexer_.next();
+    if (op->apply == nullptr) {
+      logic(op->token, op->level);
+      continue;
+    }
+    const StepPosition keep = code_->begin_keep();
+    load(binary(op->level + 1));
+    code_->end_keep(keep);
+    code_->add(StepKind::kBinary, 0, index_of(*op));
+  }
+}
+
+// The right side runs only where it decides; its value is then the result as it is.
+void Compiler::logic(Token op, int level) {
+  const StepPosition decision = code_->add(op == Token::kAnd ? StepKind::kAnd : StepKind::kOr);
+  load(binary(level + 1));
+  code_->add(StepKind::kCheck);
+  code_->land(decision);
+}
+
+Compiler::Operand Compiler::prefix() {
+  UnaryOperator op;
+  switch (token()) {
+    case Token::kNot:
+      op = UnaryOperator::kNot;
+      break;
+    case Token::kMinus:
+      op = UnaryOperator::kMinus;
+      break;
+    case Token::kIncrement:
+      op = UnaryOperator::kPreIncrement;
+      break;
+    case Token::kDecrement:
+      op = UnaryOperator::kPreDecrement;
+      break;
+    case Token::kPlus:
+      op = UnaryOperator::kSign;
+      break;
+    default:
+      return postfix(primary());
+  }
+  const Level level(*this);
+  lexer_.next();
+  load(op == UnaryOperator::kNot ? binary(kComparisonLevel) : prefix());
+  code_->add(StepKind::kUnary, 0, static_cast<std::uint8_t>(op));
+  return {};
+}
+
+Compiler::Operand Compiler::postfix(Operand operand) {
+  for (;;) {
+    switch (token()) {
+      case Token::kLeftBracket:
+        operand = subscript(operand);
+        break;
+      case Token::kColon:
+        operand = member(operand);
+        break;
+      case Token::kIncrement:
+      case Token::kDecrement: {
+        load(operand);
+        const auto op =
+            token() == Token::kIncrement ? UnaryOperator::kIncrement : UnaryOperator::kDecrement;
+        lexer_.next();
+        code_->add(StepKind::kUnary, 0, static_cast<std::uint8_t>(op));
+        operand = {};
+        break;
+      }
+      default:
+        return operand;
+    }
+  }
+}
+
+Compiler::Operand Compiler::primary() {
+  switch (token()) {
+    case Token::kName:
+      return name();
+    case Token::kNumber:
+      return number();
+    case Token::kText:
+      text();
+      return {};
+    case Token::kLeftBracket:
+      lexer_.bracket_is_quote();
+      text();
+      return {};
+    case Token::kLeftBrace:
+      return brace();
+    case Token::kLeftParen:
+      return parenthesis();
+    case Token::kTrue:
+    case Token::kFalse:
+      shared(token() == Token::kTrue ? SharedConstant::kTrue : SharedConstant::kFalse);
+      lexer_.next();
+      return {};
+    default:
+      fail(Failure::kSyntax);
+      return {};
+  }
+}
+
+Compiler::Operand Compiler::parenthesis() {
+  lexer_.next();
+  expression();
+  expect(Token::kRightParen);
+  if (token() != Token::kArrow) return {};
+  code_->add(StepKind::kAreaOf);
+  return in_area();
+}
+
+void Compiler::load(const Operand& operand) {
+  if (!operand.instance.empty())
+    code_->add_with_word(StepKind::kInstance, lower_text(operand.instance));
+}
+
+bool Compiler::take(Token wanted) {
+  if (token() != wanted) return false;
+  lexer_.next();
+  return true;
+}
+
+void Compiler::fail(Failure cause) {
+  code_->fail(cause);
+  lexer_.finish();
+}
+
+}  // namespace tarnel

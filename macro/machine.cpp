@@ -1,0 +1,226 @@
+#include "macro/machine.h"
+
+#include <string>
+
+#include "core/classes.h"
+#include "core/errors.h"
+#include "core/operators.h"
+#include "core/stacks.h"
+#include "macro/machine_state.h"
+
+namespace tarnel {
+namespace {
+
+// +x: what is no number raises an error, of which the report tells the text.
+Var* sign(Var* value) {
+  return is_number_or_logical(value) ? value : nullptr;
+}
+
+// In the order of UnaryOperator. A null result: 202.
+constexpr Var* (*kUnaryOperators[])(Var*) = {csnotu, csminusu, sign,  csincu,
+                                             csdecu, csuinc,   csudec};
+
+constexpr std::string_view kFailures[] = {"", "yacc stack overflow"};
+
+Var* shared_constant(SharedConstant which) {
+  switch (which) {
+    case SharedConstant::kTrue:
+      return true_value();
+    case SharedConstant::kFalse:
+      return false_value();
+    case SharedConstant::kEmptyText:
+      return empty_text();
+    default:
+      return nil_value();
+  }
+}
+
+}  // namespace
+
+Var* run_code(Code& code, std::string_view source, const BlockArguments& arguments) {
+  return Machine(code, source, arguments).run();
+}
+
+Var* Machine::run() {
+  using Action = void (Machine::*)(const Step&);
+#define MACRO_STEP_ROW(name, what) &Machine::step##name,
+  static constexpr Action kActions[] = {MACRO_STEPS(MACRO_STEP_ROW)};
+#undef MACRO_STEP_ROW
+  next_ = code_.steps;
+  while (result_ == nullptr) {
+    const Step& step = *next_++;
+    (this->*kActions[static_cast<std::size_t>(step.kind)])(step);
+  }
+  return result_;
+}
+
+// --- Values.
+
+void Machine::stepConstant(const Step& step) {
+  push(&code_.cells[step.a]);
+}
+
+void Machine::stepShared(const Step& step) {
+  push(shared_constant(static_cast<SharedConstant>(step.op)));
+}
+
+void Machine::stepDrop(const Step&) {
+  pop();
+}
+
+void Machine::stepKeep(const Step&) {
+  keep_alive(top());
+}
+
+// The code may go before its value does.
+void Machine::stepReturn(const Step&) {
+  result_ = fresh(pop());
+}
+
+void Machine::stepFail(const Step& step) {
+  broken_ = true;
+  report(309, kFailures[step.op]);
+}
+
+// --- Operators.
+
+void Machine::stepBinary(const Step& step) {
+  Var* right = pop();
+  Var* left = pop();
+  push_checked(binary_function(step.op)(left, right, false));
+}
+
+void Machine::stepUnary(const Step& step) {
+  Var* value = pop();
+  if (step.op >= static_cast<std::uint8_t>(UnaryOperator::kPreIncrement)) value = fresh(value);
+  Var* result = kUnaryOperators[step.op](value);
+  if (result == nullptr) return report(202, "unary '+' only for numerics");
+  push_checked(result);
+}
+
+void Machine::stepAssign(const Step& step) {
+  Var* value = pop();
+  Var* target = pop();
+  push_checked(step.op == kNoFunction ? CPY_VAR(target, value)
+                                      : binary_function(step.op)(target, value, true));
+}
+
+void Machine::stepAssignInstance(const Step& step) {
+  Var* value = pop();
+  Var* object = pop();
+  const std::string_view name = code_.word(step.a);
+  if (step.op != kNoFunction) {
+    push_returned(get_ivar(object, name));
+    if (broken_) return;
+    value = binary_function(step.op)(pop(), value, false);
+    if (is_error(value)) return stop();
+  }
+  push_checked(put_ivar(object, name, value));
+}
+
+void Machine::stepInstance(const Step& step) {
+  Var* object = pop();
+  push_returned(get_ivar(object, code_.word(step.a)));
+}
+
+void Machine::stepSubscript(const Step&) {
+  Var* index = pop();
+  Var* array = pop();
+  push_checked(csgetarv(array, index));
+}
+
+// --- Choices.
+
+void Machine::stepAnd(const Step& step) {
+  if (csifu(pop())) return;
+  push(false_value());
+  jump(step.a);
+}
+
+void Machine::stepOr(const Step& step) {
+  if (!csifu(pop())) return;
+  push(true_value());
+  jump(step.a);
+}
+
+void Machine::stepCheck(const Step&) {
+  if (is_error(top())) stop();
+}
+
+void Machine::stepDecide(const Step& step) {
+  if (is_number_or_logical(top())) return;
+  top() = false_value();
+  jump(step.a);
+}
+
+void Machine::stepChoose(const Step& step) {
+  if (!truth_of(pop())) jump(step.a);
+}
+
+void Machine::stepJump(const Step& step) {
+  jump(step.a);
+}
+
+void Machine::stepGuard(const Step& step) {
+  guards_.add({step.a, cells(), static_cast<std::uint32_t>(lists_.size()),
+               static_cast<std::uint32_t>(areas_.size())});
+}
+
+void Machine::stepUnguard(const Step&) {
+  guards_.cut(guards_.size() - 1);
+}
+
+// --- Ends.
+
+void Machine::fail() {
+  if (broken_ || guards_.size() == 0) {
+    result_ = error_value();
+    return;
+  }
+  const Guarded back = guards_[guards_.size() - 1];
+  guards_.cut(guards_.size() - 1);
+  lists_.cut(back.lists);
+  leave_areas(back.areas);
+  top_ = stack_.data() + back.cells;
+  push(error_value());
+  jump(back.target);
+}
+
+void Machine::stop() {
+  set_last_error(310);
+  fail();
+}
+
+void Machine::report(int code, std::string_view cause) {
+  std::string text(cause);
+  if (!text.empty()) text += '\n';
+  text.append("evaluating expression:\n--> ").append(source_);
+  text.append(" \nafter expanding it to:\n'").append(code_.text()).append("'");
+  RT_ERROR(code, text);
+  fail();
+}
+
+// --- What steps share.
+
+Var* Machine::keep_alive(Var* cell) {
+  if (letter_in(cell->sclass, "TtC")) return cell;
+  ++cell->refs;
+  return PUSH_TEMP(cell);
+}
+
+// A cell that may be written to and outlives the code: for a constant of the code a temporary like it.
+Var* Machine::fresh(Var* cell) {
+  const bool own = cell >= code_.cells && cell < code_.cells + code_.cell_count;
+  return own ? CPY_VAR(NEW_TEMP(), cell) : cell;
+}
+
+Machine::Arguments Machine::take_arguments() {
+  const List list = lists_[lists_.size() - 1];
+  lists_.cut(lists_.size() - 1);
+  Var** const first = stack_.data() + list.base;
+  const auto count = static_cast<std::int32_t>(top_ - first);
+  top_ = first;
+  return {list.mark, count, first};
+}
+
+}  // namespace tarnel

@@ -1,0 +1,180 @@
+// The steps of the machine that look for something by its name: variables, fields, areas, functions,
+// methods; and the literals that run code.
+#include <cstring>
+#include <string>
+
+#include "core/arrays.h"
+#include "core/classes.h"
+#include "core/errors.h"
+#include "core/modules.h"
+#include "core/stacks.h"
+#include "core/text.h"
+#include "macro/expand.h"
+#include "macro/machine_state.h"
+
+namespace tarnel {
+
+// --- Names.
+
+// -1 when there is no such name. Names come and go, and an index is used again.
+std::int32_t Machine::symbol_of(Word& word) {
+  if (word.sym > 0 && std::memcmp(symbol_at(word.sym).name, word.key, sizeof word.key) == 0)
+    return word.sym;
+  word.sym = FIND_SYMBOL({code_.bytes + word.at, word.size});
+  if (word.sym > 0) std::memcpy(word.key, symbol_at(word.sym).name, sizeof word.key);
+  return word.sym;
+}
+
+void Machine::stepName(const Step& step) {
+  const std::int32_t sym = symbol_of(code_.words[step.a]);
+  if (sym < 0)
+    return report(307, "access of undefined variable " + std::string(code_.word(step.a)));
+  push_checked(RESOLVE_NAME(sym));
+}
+
+void Machine::stepMemvar(const Step& step) {
+  const std::int32_t sym = symbol_of(code_.words[step.a]);
+  if (sym < 0)
+    return report(307, "access of undefined variable " + std::string(code_.word(step.a)));
+  push(symbol_var(sym));
+}
+
+void Machine::stepLocal(const Step& step) {
+  push(FIND_LOCAL(code_.word(step.a), static_cast<char>(step.op)));
+}
+
+// A parameter that got no argument is an empty cell of its own at each mention.
+void Machine::stepParameter(const Step& step) {
+  Var* cell = step.a < arguments_.count ? arguments_.cells[step.a] : nullptr;
+  if (cell == nullptr) {
+    cell = NEW_TEMP();
+    cell->sclass = 'N';
+  }
+  push(cell);
+}
+
+// --- Literals.
+
+void Machine::stepMacroText(const Step& step) {
+  std::string expanded;
+  if (!EXPAND_MACRO(code_.word(step.a), expanded, kExpandLimit, kLeaveUnknown)) return stop();
+  push_checked(TMP_TEXT(expanded));
+}
+
+// By the SET DATE of this moment.
+void Machine::stepDate(const Step& step) {
+  const Callable convert = lookup_function("ctod");
+  if (convert == nullptr) return report(308, "access of undefined function ctod");
+  Var* argument[] = {TMP_TEXT(code_.word(step.a))};
+  push_checked(convert(1, argument));
+}
+
+void Machine::stepBlock(const Step& step) {
+  Code* code = code_.blocks[step.a];
+  Var* block = cscreara(NEW_TEMP(), 0, kAllNil);
+  ++code->refs;
+  block->type = 'b';
+  block->code = code;
+  push(block);
+}
+
+void Machine::stepArray(const Step&) {
+  const Arguments elements = take_arguments();
+  elements.cells[elements.count] = nullptr;
+  Var* array = cscreara(NEW_TEMP(), elements.count, kCopyValues, elements.cells);
+  if (is_error(array)) return stop();
+  push(keep_temp(elements.mark, array));
+}
+
+// --- Calls.
+
+void Machine::stepMark(const Step& step) {
+  lists_.add({temp_top(), cells() - step.a});
+}
+
+// A copy, but an array as it is.
+void Machine::stepByValue(const Step&) {
+  top() = top()->type == 'A' ? keep_alive(top()) : ARG_VAR(top());
+}
+
+void Machine::stepByReference(const Step& step) {
+  Var* cell = top();
+  if (upper_class(cell->sclass) == 'F')
+    return report(320, "cannot pass field by reference " + std::string(code_.word(step.a)));
+  if (cell->type == 'E')
+    pop();
+  else
+    keep_alive(cell);
+}
+
+void Machine::stepCall(const Step& step) {
+  const Arguments list = take_arguments();
+  Word& word = code_.words[step.a];
+  if (word.function == nullptr) {
+    const std::string_view name = code_.word(step.a);
+    const std::int32_t position = FIND_FUNC(name);
+    if (position < 1) return report(308, "access of undefined function " + std::string(name));
+    word.function = function_table().entries[position].function;
+  }
+  Var* result = word.function(list.count, list.cells);
+  if (result == nullptr)
+    return report(320, "function returned zero pointer " + std::string(code_.word(step.a)));
+  push_returned(result);
+  if (result_ == nullptr) top() = keep_temp(list.mark, top());
+}
+
+void Machine::stepMethod(const Step& step) {
+  const Arguments list = take_arguments();
+  push_returned(csnodome(code_.word(step.a), 0, list.count, list.cells));
+  if (result_ == nullptr) top() = keep_temp(list.mark, top());
+}
+
+// --- Areas.
+
+void Machine::stepAreaNamed(const Step& step) {
+  area_ = AREA_BY_NAME(code_.word(step.a));
+  if (area_ == nullptr) report(337, "unknown alias");
+}
+
+void Machine::stepAreaCurrent(const Step&) {
+  area_ = area_hooks().current != nullptr ? area_hooks().current() : nullptr;
+}
+
+void Machine::stepAreaOf(const Step&) {
+  Var* which = pop();
+  if (is_text(which)) {
+    area_ = AREA_BY_NAME(text_of(which));
+    if (area_ == nullptr) report(337, "unknown alias");
+    return;
+  }
+  if (!is_number(which)) return report(342, "variable has wrong type");
+  const auto by_number = area_hooks().by_number;
+  area_ = by_number != nullptr ? by_number(integer_of(which)) : nullptr;
+}
+
+void Machine::stepField(const Step& step) {
+  const std::int32_t sym = symbol_of(code_.words[step.a]);
+  Var* cell = sym > 0 ? GET_FIELD_IN(area_, sym) : nil_value();
+  if (cell == nil_value())
+    return report(307, "access of undefined field " + std::string(code_.word(step.a)));
+  push_checked(cell);
+}
+
+void Machine::stepEnterArea(const Step&) {
+  if (area_ == nullptr) return report(342, "during evaluation");
+  if (area_hooks().push != nullptr) areas_.add(area_hooks().push(area_));
+}
+
+void Machine::stepLeaveArea(const Step&) {
+  if (areas_.size() > 0) leave_areas(areas_.size() - 1);
+}
+
+void Machine::leave_areas(std::size_t count) {
+  while (areas_.size() > count) {
+    void* saved = areas_[areas_.size() - 1];
+    areas_.cut(areas_.size() - 1);
+    area_hooks().pop(saved);
+  }
+}
+
+}  // namespace tarnel

@@ -1,0 +1,102 @@
+// One run of a code. For the machine's own files.
+#pragma once
+
+#include "core/memvars.h"
+#include "macro/machine.h"
+#include "macro/small_list.h"
+
+namespace tarnel {
+
+class Machine {
+ public:
+  Machine(Code& code, std::string_view source, const BlockArguments& arguments)
+      : code_(code), source_(source), arguments_(arguments) {
+    stack_.reserve(code.depth);
+    top_ = stack_.data();
+  }
+  ~Machine() { leave_areas(0); }
+  Machine(const Machine&) = delete;
+  Machine& operator=(const Machine&) = delete;
+
+  Var* run();
+
+ private:
+  // A list of arguments that is being made.
+  struct List {
+    std::int32_t mark;  // of the temporaries before it
+    std::int32_t base;  // where it begins on the stack
+  };
+  // What a failure within kGuard and kUnguard goes back to.
+  struct Guarded {
+    std::int32_t target;
+    std::int32_t cells;
+    std::uint32_t lists, areas;
+  };
+
+#define MACRO_STEP_ACTION(name, what) void step##name(const Step& step);
+  MACRO_STEPS(MACRO_STEP_ACTION)
+#undef MACRO_STEP_ACTION
+
+  void push(Var* cell) {
+    *top_++ = cell;
+  }
+  Var* pop() {
+    return *--top_;
+  }
+  Var*& top() {
+    return top_[-1];
+  }
+  std::int32_t cells() {
+    return static_cast<std::int32_t>(top_ - stack_.data());
+  }
+  void jump(std::int32_t target) {
+    next_ = code_.steps + target;
+  }
+
+  // The list of arguments that is complete; it goes from the stack.
+  struct Arguments {
+    std::int32_t mark, count;
+    Var** cells;
+  };
+  Arguments take_arguments();
+
+  // Gives the temporary stack a reference to a variable or element, so that what runs after it can't end it.
+  // Temporaries are there already.
+  Var* keep_alive(Var* cell);
+  Var* fresh(Var* cell);
+  std::int32_t symbol_of(Word& word);
+  void leave_areas(std::size_t count);
+
+  // Pushes the result of something that gives the error value after an error.
+  void push_checked(Var* result) {
+    if (is_error(result)) return stop();
+    push(result);
+  }
+  // Pushes the result of a procedure. When it was called too deep, all evaluations around it end.
+  void push_returned(Var* result) {
+    if (leaving_deep_evaluation()) {
+      broken_ = true;
+      return stop();
+    }
+    push(result);
+  }
+  // Ways to end the run with the error value.
+  void stop();  // the cause was raised already
+  void report(int code, std::string_view cause);
+  void fail();
+
+  Code& code_;
+  const std::string_view source_;
+  const BlockArguments arguments_;
+  const Step* next_ = nullptr;
+  Var** top_ = nullptr;  // behind the last cell on the stack
+  Var* result_ = nullptr;
+  void* area_ = nullptr;  // the chosen one
+  bool broken_ = false;   // failed in a way that no kGuard holds
+  SmallList<Var*, 16> stack_;
+  SmallList<List, 6> lists_;
+  SmallList<Guarded, 2> guards_;
+  SmallList<void*, 2> areas_;  // which were current before
+};
+
+}  // namespace tarnel
