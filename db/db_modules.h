@@ -8,6 +8,7 @@
 #include "db/dataserver.h"
 #include "db/front.h"
 #include "db/order_front.h"
+#include "db/scan_front.h"
 
 namespace tarnel {
 
@@ -17,7 +18,7 @@ inline constexpr FunctionEntry kDbfidxBuiltins[] = {
      "dbfidxnew([cFile], [lShared], [lReadOnly]) -> oServer: a driver object for .dbf tables"}};
 inline constexpr ModuleRecord kDbfidxModule{.name = "dbfidx", .functions = kDbfidxBuiltins};
 
-inline constexpr std::array<const ModuleRecord*, 5> kDbModules = {
-    &kFrontModule, &kOrderModule, &kRegistryModule, &kDbfidxModule, &kAutolockModule};
+inline constexpr std::array<const ModuleRecord*, 6> kDbModules = {
+    &kFrontModule, &kOrderModule, &kScanModule, &kRegistryModule, &kDbfidxModule, &kAutolockModule};
 
 }  // namespace tarnel

@@ -29,6 +29,8 @@ enum class NoArea : bool { kSilent, kError322 };
     "bof() -> lAtTop: did a move run over the first record")                                       \
   X(dbclearfil, "clearfilter", kMethod, kNone, kSilent, kFalse,                                    \
     "dbclearfilter() -> lDone: shows all records again")                                           \
+  X(dbclearrel, "clearrelation", kMethod, kNone, kSilent, kFalse,                                  \
+    "dbclearrelation() -> lDone: no table follows the cursor any more")                            \
   X(dbcloseare, "close", kMethod, kNone, kSilent, kFalse,                                          \
     "dbclosearea(): closes the table of the current area")                                         \
   X(dbcommit, "commit", kMethod, kNone, kSilent, kFalse,                                           \
@@ -50,6 +52,8 @@ enum class NoArea : bool { kSilent, kError322 };
     "dbrecall([bFor], [bWhile], [xScope]) -> lDone: takes the delete mark off the current record") \
   X(dbrecordin, "recordinfo", kMethod, kAll, kSilent, kNil,                                        \
     "dbrecordinfo(nWhat, [nRecord]) -> xInfo: 1 deleted, 2 locked, 3 size, 4 number of a record")  \
+  X(dbrelation, "relation", kMethod, kAll, kSilent, kEmptyText,                                    \
+    "dbrelation([n]) -> cText: text of the nth relation, 1 by default")                            \
   X(dbrlocklis, "rlocklist", kAccess, kNone, kSilent, kNil,                                        \
     "dbrlocklist() -> aRecords: numbers of the records this area holds locked")                    \
   X(dbsetfilte, "setfilter", kMethod, kAll, kError322, kFalse,                                     \

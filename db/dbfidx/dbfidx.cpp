@@ -17,7 +17,7 @@ constexpr DriverMember kMembers[] = {DBFIDX_MEMBERS(MEMBER_ROW, PLANNED_ROW)};
 #undef PLANNED_ROW
 
 // Slots that compiled calls name.
-static_assert(driver_slots(kMembers) == 302);
+static_assert(driver_slots(kMembers) == 303);
 static_assert(driver_slot(kMembers, "axit") == 174 && driver_slot(kMembers, "errinfo") == 201 &&
               driver_slot(kMembers, "indexappend", kHidden) == 225 &&
               driver_slot(kMembers, "indexcheck") == 226 &&

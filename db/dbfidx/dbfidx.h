@@ -36,10 +36,8 @@
 namespace tarnel {
 
 struct IndexControl;  // one open order, see orders.h
-struct Relation;
 
 constexpr int kMaxOrders = 16;
-constexpr int kMaxRelations = 8;
 constexpr std::size_t kPathLimit = 250;  // longest path of a table, an order or a memo file
 
 enum TableFlag : std::uint8_t {
@@ -120,6 +118,19 @@ struct ScanCondition {
   std::int32_t scopeCount = kScopeAll;
 };
 
+// A table that follows the cursor of another one. Held cells, as above.
+struct Relation {
+  Var* child = nullptr;  // its driver object; passed over while no table is open in it
+  Var* keyBlock = nullptr;
+  Var* text = nullptr;  // the key as text, null without one
+};
+
+struct Relations {
+  std::vector<Relation> list;  // in order of creation
+  bool on = false;
+  bool running = false;  // the children are being moved: what their keys move starts no second run
+};
+
 // What the driver knows of an open table; close puts back these defaults.
 struct OpenTable {
   // Set by init, constant until close.
@@ -155,9 +166,7 @@ struct OpenTable {
   OrderList orders;
   OrderCondition newOrder;
   ScanCondition scan;
-  std::int32_t relationCount = 0;
-  bool relationActive = false;
-  Relation* relations[kMaxRelations] = {};
+  Relations relations;
   char delimiter[2] = {'"', '\0'};
 
   bool is(TableFlag flag) const { return (flags & flag) != 0; }
@@ -270,6 +279,10 @@ void detach_field_cells(DbfIdx& dbf);
 
 // --- Navigation (navigation.cpp)
 void goRecord(DbfIdx& dbf, std::int32_t n);
+// The method goto: a number that is none of a record leads before the beginning and behind the end. False
+// when the table is gone or its header can't be read.
+bool go_to_number(DbfIdx& dbf, std::int32_t n);
+void go_behind_end(DbfIdx& dbf);
 void go_top(DbfIdx& dbf);
 void go_bottom(DbfIdx& dbf);
 // Moves n records past those that are hidden; the number moved. n = 0 commits and re-reads.

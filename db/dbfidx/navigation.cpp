@@ -1,6 +1,7 @@
 // Moves of the cursor, in natural order or along the controlling order, past records that are
 // hidden. The cursor alone moves: a record is fetched when a field of it is asked for.
 #include <algorithm>
+#include <limits>
 
 #include "core/settings.h"
 #include "db/dbfidx/dbfidx.h"
@@ -50,12 +51,17 @@ void step_order_back(DbfIdx& dbf) {
     index_skip(dbf, -1);
 }
 
-// Steps until a record shows or a flag is set, with relations in step.
+// A filter may look at the tables that follow the cursor; nobody else sees them before the move ends.
+void follow_for_filter(DbfIdx& dbf) {
+  if (dbf.scan.filterBlock != nullptr) runRelations(dbf);
+}
+
+// Steps until a record shows or a flag is set.
 template <typename Step>
 void step_to_visible(DbfIdx& dbf, const std::int32_t& stop, Step step) {
   do {
     step(dbf);
-    if (stop == 0) runRelations(dbf);
+    if (stop == 0) follow_for_filter(dbf);
   } while (stop == 0 && !visible(dbf));
 }
 
@@ -70,24 +76,26 @@ bool bring_orders_up(DbfIdx& dbf) {
 // From the record under the cursor on to one that shows, for gotop and gobottom.
 void settle_top(DbfIdx& dbf) {
   if (ordered(dbf) && !bring_orders_up(dbf)) return;
+  follow_for_filter(dbf);
   while (dbf.eofFlag == 0 && !visible(dbf)) {
     if (ordered(dbf))
       index_skip(dbf, 1);
     else
       step_forward(dbf);
     if (dbf.eofFlag != 0) phantom(dbf);
-    runRelations(dbf);
+    follow_for_filter(dbf);
   }
 }
 
 void settle_bottom(DbfIdx& dbf) {
   if (ordered(dbf) && !bring_orders_up(dbf)) return;
+  follow_for_filter(dbf);
   while (dbf.bofFlag == 0 && dbf.eofFlag == 0 && !visible(dbf)) {
     if (ordered(dbf))
       index_skip(dbf, -1);
     else
       step_back(dbf);
-    runRelations(dbf);
+    follow_for_filter(dbf);
   }
 }
 
@@ -172,7 +180,7 @@ std::int32_t move(DbfIdx& dbf, std::int32_t n) {
 
 // Does a move touch the file at all?
 bool needs_lock(const DbfIdx& dbf) {
-  return dbf.buffer.changed() || ordered(dbf) || hides(dbf) || dbf.relationCount > 0;
+  return dbf.buffer.changed() || ordered(dbf) || hides(dbf);
 }
 
 // Before a skip: the changed record is written; a step along an order starts at the key of the record.
@@ -184,25 +192,32 @@ bool fetch_to_leave(DbfIdx& dbf) {
   return refreshRecord(dbf, true) || same.holds();
 }
 
-// The end of every skip.
-std::int32_t moved_on(DbfIdx& dbf, std::int32_t moved) {
+// Moves the cursor alone; 0 after an error too.
+std::int32_t skip_locked(DbfIdx& dbf, std::int32_t n) {
+  const SameTable same(dbf);
+  const bool locks = needs_lock(dbf);
+  const InternalLock lock(dbf, lock_mode(dbf), locks);
+  if (!lock.held() || (locks && !fetch_to_leave(dbf))) return 0;
+  if (dbf.eofFlag != 0 && !refresh_header(dbf)) return 0;
+  if (ordered(dbf)) index_synchronize(dbf, kSyncMove);
+  if (!same.holds()) return 0;
+  dbf.bofFlag = 0;
+  const std::int32_t moved = move(dbf, n);
+  if (!same.holds()) return 0;
   if (dbf.eofFlag != 0) phantom(dbf);
-  runRelations(dbf);
   return moved;
 }
 
 // The ends of a seek, still under its lock: what was read under it is not read again.
 bool seek_failed(DbfIdx& dbf) {
   phantom(dbf);
-  runRelations(dbf);
-  commit_table(dbf);
+  commit_alone(dbf);
   return dbf.found = false;
 }
 
 bool seek_settled(DbfIdx& dbf) {
-  runRelations(dbf);
   const bool found = dbf.found;
-  if (!commit_table(dbf) && !dbf.isOpen()) return false;
+  if (!commit_alone(dbf) && !dbf.isOpen()) return false;
   return dbf.found = found;
 }
 
@@ -220,14 +235,30 @@ bool settle_seek(DbfIdx& dbf, Var* value, bool soft) {
   while (!visible(dbf)) {
     index_skip(dbf, 1);
     if (!same.holds()) return false;
-    runRelations(dbf);
-    if (dbf.eofFlag != 0) return false;
+    follow_for_filter(dbf);
+    if (!same.holds() || dbf.eofFlag != 0) return false;
     if (!dbf.found || index_keycompare(dbf, value) == 0) continue;
     if (!same.holds()) return false;
     dbf.found = false;
     if (!soft) return false;
   }
   return same.holds();
+}
+
+// Moves the cursor alone. The found flag.
+bool seek_locked(DbfIdx& dbf, Var* value, bool soft) {
+  const SameTable same(dbf);
+  const InternalLock lock(dbf, lock_mode(dbf));
+  if (!lock.held() || !fetch_for_seek(dbf)) return dbf.found = false;
+  index_synchronize(dbf, kSyncSeek);
+  if (!same.holds()) return false;
+  const bool found = index_seek(dbf, value, soft);
+  if (!same.holds()) return false;
+  dbf.found = found;
+  follow_for_filter(dbf);
+  if (!same.holds()) return false;
+  if (dbf.eofFlag == 0 && settle_seek(dbf, value, soft)) return seek_settled(dbf);
+  return same.holds() && seek_failed(dbf);
 }
 
 // The first or the last record, hidden or not, under one internal lock. False when there is nothing
@@ -255,7 +286,6 @@ bool go_to_end(DbfIdx& dbf, End end) {
     if (!refresh_header(dbf)) return false;
     dbf.recNo = dbf.lastRec;
   }
-  runRelations(dbf);
   return true;
 }
 
@@ -290,6 +320,16 @@ void goRecord(DbfIdx& dbf, std::int32_t n) {
   runRelations(dbf);
 }
 
+bool go_to_number(DbfIdx& dbf, std::int32_t n) {
+  if (n > dbf.lastRec && (!leave_record(dbf) || !refresh_header(dbf))) return false;
+  goRecord(dbf, n > 0 && n <= dbf.lastRec ? n : 0);
+  return true;
+}
+
+void go_behind_end(DbfIdx& dbf) {
+  goRecord(dbf, std::numeric_limits<std::int32_t>::max());
+}
+
 void go_top(DbfIdx& dbf) {
   const SameTable same(dbf);
   if (!go_to_end(dbf, End::kTop)) return;
@@ -317,7 +357,9 @@ void go_bottom(DbfIdx& dbf) {
 std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
   if (n == 1 && !dbf.buffer.changed() && !hides(dbf) && index_step(dbf)) {
     dbf.found = false;
-    return moved_on(dbf, 1);
+    if (dbf.eofFlag != 0) phantom(dbf);
+    runRelations(dbf);
+    return 1;
   }
   if (n == 0) {
     commit_table(dbf);
@@ -331,21 +373,15 @@ std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
     return 0;
   }
   dbf.found = false;
-  const bool locks = needs_lock(dbf);
-  const InternalLock lock(dbf, lock_mode(dbf), locks);
-  if (!lock.held() || (locks && !fetch_to_leave(dbf))) return 0;
-  if (dbf.eofFlag != 0 && !refresh_header(dbf)) return 0;
-  if (ordered(dbf)) index_synchronize(dbf, kSyncMove);
+  const std::int32_t moved = skip_locked(dbf, n);
   if (!same.holds()) return 0;
-  dbf.bofFlag = 0;
-  const std::int32_t moved = move(dbf, n);
-  return same.holds() ? moved_on(dbf, moved) : 0;
+  runRelations(dbf);
+  return moved;
 }
 
 bool seek_record(DbfIdx& dbf, Var* value, bool soft) {
   if (seems_empty(dbf)) {
     stand_nowhere(dbf);
-    runRelations(dbf);
     commit_table(dbf);
     return dbf.found = false;
   }
@@ -361,17 +397,10 @@ bool seek_record(DbfIdx& dbf, Var* value, bool soft) {
     commit_table(dbf);
     return dbf.found;
   }
+  const bool found = seek_locked(dbf, value, soft);
   const SameTable same(dbf);
-  const InternalLock lock(dbf, lock_mode(dbf));
-  if (!lock.held() || !fetch_for_seek(dbf)) return dbf.found = false;
-  index_synchronize(dbf, kSyncSeek);
-  if (!same.holds()) return false;
-  const bool found = index_seek(dbf, value, soft);
-  if (!same.holds()) return false;
-  dbf.found = found;
   runRelations(dbf);
-  if (dbf.eofFlag == 0 && settle_seek(dbf, value, soft)) return seek_settled(dbf);
-  return same.holds() && seek_failed(dbf);
+  return found && same.holds();
 }
 
 bool seek_by_block(DbfIdx& dbf, Var* block) {
@@ -400,8 +429,10 @@ bool seek_by_block(DbfIdx& dbf, Var* block) {
   if (!lock.held() || !fetch_for_seek(dbf)) return dbf.found = false;
   index_synchronize(dbf, kSyncSeekEval);
   bool found = same.holds() && index_seekeval(dbf, block);
+  follow_for_filter(dbf);
   while (same.holds() && dbf.eofFlag == 0 && !visible(dbf)) {
     index_skip(dbf, 1);
+    if (same.holds()) follow_for_filter(dbf);
     found = same.holds() && index_seekeval(dbf, block);
   }
   if (!same.holds()) return false;

@@ -26,10 +26,7 @@ Var* go_to(std::int32_t argc, Var** argv, TableError error) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (!arg_is(argc, argv, 1, "NFI")) return refuse(dbf, error);
   if (!dbf.isOpen()) return false_value();
-  const std::int32_t n = integer_of(argv[1]);
-  if (n > dbf.lastRec && (!leave_record(dbf) || !refresh_header(dbf))) return false_value();
-  goRecord(dbf, n > 0 && n <= dbf.lastRec ? n : 0);
-  return true_value();
+  return logical(go_to_number(dbf, integer_of(argv[1])));
 }
 
 }  // namespace

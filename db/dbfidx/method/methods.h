@@ -24,7 +24,7 @@ namespace tarnel {
   M("clearfilter", kMethod, di_clearfilter)             \
   M("clearindex", kMethod, di_clearindex)               \
   M("clearlocate", kMethod, di_clearlocate)             \
-  L("clearrelation", kMethod)                           \
+  M("clearrelation", kMethod, di_clearrelation)         \
   M("clearscope", kMethod, di_clearscope)               \
   M("close", kMethod, di_close)                         \
   M("commit", kMethod, di_commit)                       \
@@ -87,8 +87,8 @@ namespace tarnel {
   M("indexsynchronize", kHidden, di_indexsynchronize)   \
   M("info", kMethod, di_info)                           \
   M("init", kMethod, di_init)                           \
-  L("isrelation", kAccess)                              \
-  L("isrelation", kAssign)                              \
+  M("isrelation", kAccess, di_isrelation)               \
+  M("isrelation", kAssign, di_set_isrelation)           \
   L("join", kMethod)                                    \
   M("lastrec", kAccess, di_lastrec)                     \
   L("locate", kMethod)                                  \
@@ -118,8 +118,9 @@ namespace tarnel {
   M("recsize", kAccess, di_recsize)                     \
   M("refresh", kMethod, di_refresh)                     \
   M("reindex", kMethod, di_reindex)                     \
-  L("relation", kMethod)                                \
-  L("relationobject", kMethod)                          \
+  M("relation", kMethod, di_relation)                   \
+  M("relationobject", kMethod, di_relationobject)       \
+  M("relationtext", kMethod, di_relation)               \
   L("replace", kMethod)                                 \
   M("rlock", kMethod, di_rlock)                         \
   M("rlocklist", kAccess, di_rlocklist)                 \
@@ -134,7 +135,7 @@ namespace tarnel {
   M("setlocate", kAssign, di_set_locate)                \
   M("setorder", kMethod, di_setorder)                   \
   M("setordercondition", kMethod, di_setordercondition) \
-  L("setrelation", kMethod)                             \
+  M("setrelation", kMethod, di_setrelation)             \
   M("shared", kAccess, di_shared)                       \
   M("skip", kMethod, di_skip)                           \
   L("sort", kMethod)                                    \

@@ -6,6 +6,7 @@
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/method/methods.h"
 #include "db/dbfidx/order/orders.h"
+#include "db/dbfidx/scan/relations.h"
 #include "db/dbfidx/table_errors.h"
 #include "lib/arguments.h"
 
@@ -91,6 +92,17 @@ Var* mark_all(Var** argv) {
   return logical(all);
 }
 
+bool append_blank(DbfIdx& dbf, bool release_locks) {
+  dbf.bofFlag = dbf.eofFlag = 0;
+  dbf.found = false;
+  const SameTable same(dbf);
+  const InternalLock lock(dbf, LockMode::kExclusive);
+  if (!lock.held() || !leave_record(dbf)) return false;
+  if (append_record(dbf, release_locks)) return true;
+  if (same.holds() && dbf.recNo > dbf.lastRec) phantom(dbf);
+  return false;
+}
+
 // The delete mark of any record, straight from the file.
 bool is_deleted(DbfIdx& dbf, std::int32_t n) {
   if (n == dbf.recNo) return record_deleted(dbf);
@@ -117,16 +129,9 @@ Var* di_append(std::int32_t argc, Var** argv) {
   bbneterr(true);
   if (!dbf.isOpen()) return false_value();
   const bool release = !(arg_is(argc, argv, 1, "L") && !truth_of(argv[1]));
-  dbf.bofFlag = dbf.eofFlag = 0;
-  dbf.found = false;
-  const SameTable same(dbf);
-  const InternalLock lock(dbf, LockMode::kExclusive);
-  if (!lock.held() || !leave_record(dbf)) return false_value();
-  if (!append_record(dbf, release)) {
-    if (same.holds() && dbf.recNo > dbf.lastRec) phantom(dbf);
-    return false_value();
-  }
+  if (!append_blank(dbf, release)) return false_value();
   bbneterr(false);
+  runRelations(dbf);
   return true_value();
 }
 

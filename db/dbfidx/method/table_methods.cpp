@@ -103,6 +103,10 @@ std::int32_t header_size(const DbfIdx& dbf) {
   return dbf.isOpen() ? dbf.header.size() : 0;
 }
 
+Var* relation_count(const DbfIdx& dbf) {
+  return TMP_INT(static_cast<std::int32_t>(dbf.relations.list.size()));
+}
+
 Var* last_update(const DbfIdx& dbf) {
   if (!dbf.isOpen()) return empty_date();
   const dbf::Date date = dbf.header.last_update();
@@ -137,7 +141,7 @@ constexpr InfoRow kInfoRows[] = {
     {8, [](const Question& q) { return di_rlocklist(1, q.argv); }},
     {9, [](const Question& q) { return exchange_text(q.dbf.dbfExt, q.argc, q.argv); }},
     {20, [](const Question& q) { return logical(q.dbf.is(kFileLocked)); }},
-    {22, [](const Question& q) { return TMP_INT(q.dbf.relationCount); }},
+    {22, [](const Question& q) { return relation_count(q.dbf); }},
     {23, [](const Question& q) { return TMP_INT(q.dbf.dbfFd); }},
     {24, [](const Question& q) { return TMP_TEXT(q.dbf.fileName); }},
     {25, yes},

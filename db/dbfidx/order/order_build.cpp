@@ -54,7 +54,7 @@ class Build {
     if (!condition_holds(dbf_, dbf_.newOrder.whileBlock) || !still_there()) return false;
     if (dbf_.newOrder.limit == 0) return false;
     --dbf_.newOrder.limit;
-    if (dbf_.relationCount > 0) runRelations(dbf_);
+    runRelations(dbf_);
     if (!still_there()) return false;
     const bool wanted = condition_holds(dbf_, dbf_.newOrder.forBlock);
     if (!still_there()) return false;

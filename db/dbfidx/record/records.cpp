@@ -276,7 +276,7 @@ bool leave_record(DbfIdx& dbf) {
   return same.holds();
 }
 
-bool commit_table(DbfIdx& dbf) {
+bool commit_alone(DbfIdx& dbf) {
   const SameTable same(dbf);
   const InternalLock lock(dbf, lock_mode(dbf));
   if (!lock.held()) return false;
@@ -289,9 +289,15 @@ bool commit_table(DbfIdx& dbf) {
   else if (dbf.recNo > 0)
     good = fetchRecord(dbf, dbf.recNo) && good;
   if (!same.holds()) return false;
-  runRelations(dbf);
   good = updateHeader(dbf) && good;
   sync_now_and_then();
+  return good && same.holds();
+}
+
+bool commit_table(DbfIdx& dbf) {
+  const SameTable same(dbf);
+  const bool good = commit_alone(dbf);
+  runRelations(dbf);
   return good && same.holds();
 }
 

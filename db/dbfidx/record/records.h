@@ -28,6 +28,7 @@ enum class Commit : std::uint8_t { kNothing, kWritten, kFailed };
 [[nodiscard]] bool leave_record(DbfIdx& dbf);
 // What the method commit does: writes, re-reads, brings the header up to date. False after an error.
 bool commit_table(DbfIdx& dbf);
+bool commit_alone(DbfIdx& dbf);  // the same, and the children of the table stay where they are
 // Adds a blank record and its keys, and puts it into the buffer under the cursor. False when it could
 // not be locked or written, or would lie where no lock reaches; errors 103, 104, 327.
 [[nodiscard]] bool append_record(DbfIdx& dbf, bool release_locks);
