@@ -1,5 +1,6 @@
 // Lines of any bytes through the expander and the evaluator. Variables a to f are known, so that a
-// line can leave values to those below it. Of the functions only core's and the string functions
+// line can leave values to those below it. Each line is also compiled once and run twice, each time with
+// variables a to f undefined, and must give the same value. Of the functions only core's and the string functions
 // are reachable, without those that end the run or ask for memory by the gigabyte.
 #include <cstddef>
 #include <cstdint>
@@ -20,6 +21,7 @@
 #include "lib/strings_search.h"
 #include "macro/evaluator.h"
 #include "macro/expand.h"
+#include "macro/machine.h"
 
 namespace tarnel {
 namespace {
@@ -41,13 +43,14 @@ Var* limited(std::int32_t argc, Var** argv) {
 }
 
 constexpr FunctionEntry kGuards[] = {
-    {"__quit", nothing, nullptr},       {"__shutdown", nothing, nullptr},
-    {"_deferror", nothing, nullptr},    {"errorblock", nothing, nullptr},
-    {"aclone", nothing, nullptr},       {"array", limited<array>, nullptr},
-    {"asize", limited<asize>, nullptr}, {"padc", limited<padc>, nullptr},
-    {"padl", limited<padl>, nullptr},   {"padr", limited<padr>, nullptr},
-    {"space", limited<space>, nullptr}, {"replicate", limited<replicate>, nullptr},
-    {"stuff", limited<stuff>, nullptr}, {"strtran", limited<strtran>, nullptr},
+    {"__quit", nothing, nullptr},           {"__shutdown", nothing, nullptr},
+    {"_deferror", nothing, nullptr},        {"errorblock", nothing, nullptr},
+    {"aclone", nothing, nullptr},           {"array", limited<array>, nullptr},
+    {"asize", limited<asize>, nullptr},     {"padc", limited<padc>, nullptr},
+    {"padl", limited<padl>, nullptr},       {"padr", limited<padr>, nullptr},
+    {"space", limited<space>, nullptr},     {"replicate", limited<replicate>, nullptr},
+    {"readvar", nothing, nullptr},          {"stuff", limited<stuff>, nullptr},
+    {"strtran", limited<strtran>, nullptr},
 };
 constexpr ModuleRecord kGuardModule{.name = "fuzz", .functions = kGuards};
 constexpr std::array kGuardModules = {&kGuardModule};
@@ -80,6 +83,36 @@ void run(std::string_view line) {
   POP_TEMPS(mark);
 }
 
+void undefine_variables() {
+  for (const char* name : {"a", "b", "c", "d", "e", "f"}) {
+    RELEASE_NAME(name, true);
+    symbol_var(FIND_SYMBOL(name))->sclass = 'U';
+  }
+}
+
+// What can be told of a value whatever cells it lies in.
+std::string describe(const Var* value) {
+  std::string text(1, value->type);
+  if (is_text(value)) return text.append(text_of(value));
+  if (is_number_or_logical(value) || value->type == 'D') return text + std::to_string(value->bits);
+  return text;
+}
+
+void run_twice(std::string_view line) {
+  if (line.size() > kExpandLimit || has_macro(line)) return;
+  const std::int32_t names = symbol_count();
+  const std::int32_t mark = temp_top();
+  const CodeHold code(compile(line));
+  std::string values[2];
+  for (std::string& value : values) {
+    undefine_variables();
+    value = describe(run_code(*code, line, {0, nullptr}));
+    POP_TEMPS(mark);
+  }
+  // A run that makes names changes what the next one finds.
+  if (values[0] != values[1] && symbol_count() == names) std::abort();
+}
+
 }  // namespace
 }  // namespace tarnel
 
@@ -93,6 +126,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     while (!text.empty()) {
       const std::size_t end = text.find('\n');
       run(text.substr(0, end));
+      run_twice(text.substr(0, end));
       text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
   });
