@@ -20,22 +20,11 @@ TEST_F(Numbers, StrGoesByTheStoredOrTheGivenWidth) {
       {"str", {Computed{12345678901.0, 0}}, "C 12345678901"},
       {"str", {Computed{12345678901.25, 2}}, "C 12345678901.25"},
       {"str", {Sized{2, 6, 2}}, "C   2.00"},
-      {"str", {5, 9, -1}, "C  5.000000"},
-      {"str", {5, -1, 1}, "C        5.0"},
-      {"str", {true, 3}, "C   1"},
-      {"str", {5, 0}, "C "},
       {"str", {5, 1000, 2}, "C " + std::string(146, ' ') + "5.00"},
       {"str", {1, 150, 1000000}, "C " + std::string(150, '*')},
       {"str", {kInf, 5}, "C *****"},
       {"str", {Computed{-kInf, 2}}, "C **********"},
       {"str", {kNan, 2}, "C **"},
-      {"str", {"5"}, "C "},
-      {"str", {5, "4"}, "C "},
-      {"str", {5, 4, "a"}, "C    5"},
-      {"str", {}, "C "},
-      {"strzero", {-5, 2}, "C -5"},
-      {"strzero", {12345, 3}, "C ***"},
-      {"strzero", {"x", 4}, "C "},
   });
 }
 
@@ -126,40 +115,19 @@ TEST_F(Numbers, ValOfStrIsTheNumber) {
 
 TEST_F(Numbers, RoundingAndSigns) {
   check({
-      {"abs", {-5}, "I 5"},
-      {"abs", {true}, "N 1"},
-      {"abs", {"x"}, "N 0"},
-      {"int", {2.9}, "I 2"},
       {"int", {1e10}, "I -2147483648"},
       {"int", {kNan}, "I -2147483648"},
-      {"int", {"x"}, "I 0"},
       {"num2int", {kNan}, "I 0"},
-      {"num2int", {2147483647.0}, "I 2147483647"},
       {"round", {1.005, 2}, "N 1.01"},
-      {"round", {-2.5, 0}, "N -3"},
-      {"round", {1234.5, -2}, "N 1200"},
       {"round", {kInf, 2}, "N inf"},
-      {"round", {5.5, -2147483647}, "N 0"},
-      {"mod", {7, 3}, "N 1"},
-      {"mod", {7, -3}, "N -2"},
-      {"mod", {7, 0}, "N 7"},
-      {"log", {-1}, "N 0"},
-      {"log", {1.0}, "N 0.00"},
-      {"sqrt", {-4}, "N 0"},
-      {"exp", {"0"}, "N 0"},
   });
 }
 
 TEST_F(Numbers, MaxAndMinGiveOneOfTheirArguments) {
   check({
       {"max", {1, Computed{2, 1}}, "N 2.0"},
-      {"min", {1, 1.0}, "I 1"},
       {"max", {Date{5}, 3}, "D 0"},
       {"max", {Date{5}}, "D 0"},
-      {"max", {5}, "N 0"},
-      {"max", {5, "x"}, "N 0"},
-      {"max", {5, true}, "I 5"},
-      {"max", {}, "N 0"},
   });
   Var* argv[] = {TMP_INT(7), TMP_INT(3)};
   EXPECT_EQ(GET_FUNC("max")(2, argv), argv[0]);

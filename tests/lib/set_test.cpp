@@ -16,31 +16,6 @@ namespace {
 
 class Set : public LibTest {};
 
-TEST_F(Set, EachSettingGivesItsOldValue) {
-  check({
-      {"set", {1, "on"}, "L F"},
-      {"set", {1, "maybe"}, "L T"},
-      {"set", {1, 0}, "L T"},
-      {"set", {1, false}, "L T"},
-      {"set", {1}, "L F"},
-      {"set", {3, 4}, "I 2"},
-      {"set", {3, true}, "I 4"},
-      {"set", {3, false}, "I 1"},
-      {"set", {3, 99}, "I 0"},
-      {"set", {3, -7}, "I 15"},
-      {"set", {3, "x"}, "I 0"},
-      {"set", {5}, "I 1900"},
-      {"set", {37, false}, "L T"},
-      {"set", {37}, "L F"},
-      {"set", {0}, "U"},
-      {"set", {4, "dd.mm.yyyy"}, "C MM/DD/YY"},
-      {"set", {4, "d"}, "C DD.MM.YY"},
-      {"set", {4}, "C DD.MM.YY"},
-      {"set", {18, true}, "L F"},
-      {"set", {18}, "L F"},
-  });
-}
-
 TEST_F(Set, PathsAreCutAtTheDelimiters) {
   call("set", {6, "a; b/ ,c,,"});
   EXPECT_EQ(call("set", {6}), "C a/;b/;c/");
@@ -51,29 +26,6 @@ TEST_F(Set, PathsAreCutAtTheDelimiters) {
   EXPECT_EQ(call("set", {6}), "C ");
   call("set", {7, "dir"});
   EXPECT_EQ(settings().default_dir, "dir/");
-}
-
-TEST_F(Set, OptionsAreFoundByThreeLetters) {
-  check({
-      {"ov_set", {" Developer ", true}, "L F"},
-      {"ov_set", {"developer", false}, "L T"},
-      {"ov_set", {"escdelay", 100}, "I 10"},
-      {"ov_set", {"escdelay"}, "I 100"},
-      {"ov_set", {"breakkey", 3}, "I 0"},
-      {"ov_set", {"breakkey", "x"}, "L F !312 expected numeric for 2.nd argument"},
-      {"ov_set", {"breakkey", 1, 2}, "L F !311 expected only 2 arguments, 1:'expc' 2:'expn'"},
-      {"ov_set", {"printfilename"}, "C "},
-      {"ov_set", {"nonsense"}, "L F"},
-      {"ov_set", {"developers"}, "L F"},
-      {"ov_set", {5}, "L F"},
-      {"ov_set", {"setenvir", "TARNEL_TEST", "one"}, "C "},
-      {"ov_set", {"setenvir", "TARNEL_TEST", "longer"}, "C one"},
-      {"getenv", {"TARNEL_TEST"}, "C longer"},
-      {"getenv", {"TARNEL_NONE", "usual"}, "C usual"},
-      {"ov_set", {"setenvir", "A=B", "x"}, "C  !301 Unable to extend environment for new variable"},
-      {"ov_set", {"setenvir"}, "L F !312 expected character for 2.nd argument"},
-      {"ov_set", {"setlanguage"}, "I 0"},
-  });
 }
 
 // Output of qout is copied to the alternate, extra and print files, which may be commands.

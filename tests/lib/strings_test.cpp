@@ -23,53 +23,15 @@ TEST_F(Strings, TrimmingTakesBlanksOnlyAndNumbersByTheirText) {
 }
 
 TEST_F(Strings, PaddingCutsToTheFirstBytesAndTakesAnyValue) {
-  check({
-      {"padl", {Date{719163}, 10}, "C   01/01/70"},
-      {"padr", {"a", 3, ""}, "C a  "},
-      {"padr", {"a", 3, 7}, "C a  "},
-      {"padl", {"a", 0}, "C "},
-      {"padl", {"a", "5"}, "C "},
-      {"padl", {"a"}, "C "},
-      {"padl", {"a", 2147483647}, "C  !319 PADL: result too long"},
-  });
-}
-
-TEST_F(Strings, PartsOfTexts) {
-  check({
-      {"left", {"abc", 9}, "C abc"},
-      {"right", {"abc", 9}, "C abc"},
-      {"right", {"abc", -2147483647}, "C "},
-      {"substr", {"abcd", 2, 2}, "C bc"},
-      {"substr", {"abcd", 2, -1}, "C "},
-      {"stuff", {"abcd", 9, 2, "X"}, "C abcdX"},
-      {"stuff", {"abcd", -3, 99, ""}, "C "},
-      {"replicate", {"ab", 2147483647}, "C  !319 text exceeds 2147483646 bytes"},
-      {"space", {0}, "C "},
-      {"space", {"3"}, "C "},
-  });
+  check({{"padl", {Date{719163}, 10}, "C   01/01/70"}});
 }
 
 TEST_F(Strings, SearchingGoesByBytes) {
-  check({
-      {"at", {"b", "abcb", -3}, "I 2"},
-      {"at", {"B", "abc"}, "I 0"},
-      {"at", {std::string("\0b", 2), kNul}, "I 2"},
-      {"at", {"b"}, "I 0"},
-      {"rat", {"", "abcb"}, "I 0"},
-      {"rat", {"b", "abcb", 1}, "N 0"},
-      {"rat", {"abcde", "abcd"}, "I 0"},
-  });
+  check({{"at", {std::string("\0b", 2), kNul}, "I 2"}});
 }
 
 TEST_F(Strings, StrtranReplacesACountFromAnOccurrenceOn) {
-  check({
-      {"strtran", {"a-b-c-d", "-"}, "C abcd"},
-      {"strtran", {"a-b-c-d", "-", "+", 4}, "C a-b-c-d"},
-      {"strtran", {"aaa", "", "b"}, "C aaa"},
-      {"strtran", {"abc", "b", 7, "x"}, "C ac"},
-      {"strtran", {std::string("a-\0-", 4), "-", "+"}, "C a+"},
-      {"strtran", {"abc"}, "E"},
-  });
+  check({{"strtran", {std::string("a-\0-", 4), "-", "+"}, "C a+"}, {"strtran", {"abc"}, "E"}});
 }
 
 TEST_F(Strings, CharactersAndTheirClasses) {
@@ -93,9 +55,6 @@ TEST_F(Strings, CharactersAndTheirClasses) {
 
 TEST_F(Strings, EmptyAndLenGoByTheType) {
   check({
-      {"empty", {" x"}, "L F"},
-      {"empty", {0}, "L T"},
-      {"empty", {false}, "L T"},
       {"empty", {}, "E"},
       {"len", {kNul}, "I 3"},
       {"len", {}, "E"},
