@@ -1,6 +1,5 @@
 // What happens to a table when processes die, disks fill, calls fail and bytes are damaged.
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -37,12 +36,6 @@ class Faults : public TableTest {
     call("dbclosearea");
   }
   static std::int32_t n() { return integer_of(RESOLVE_NAME(ADD_SYMBOL("n"))); }
-  void expect_intact(std::int32_t records) {
-    ASSERT_TRUE(open("t", Use::kExclusive));
-    EXPECT_EQ(count("lastrec"), records);
-    for (int i = 1; i <= kRecords; ++i, call("dbskip")) EXPECT_EQ(n(), i);
-    call("dbclosearea");
-  }
 };
 
 TEST_F(Faults, KilledWritersLoseNothingCommitted) {
@@ -98,25 +91,6 @@ TEST_F(Faults, KilledWritersLoseNothingCommitted) {
   RecordProperty("records", static_cast<int>((std::filesystem::file_size("t.dbf") - 97) / 21));
 }
 
-TEST_F(Faults, FullDiskIsAnErrorAndChangesNoRecord) {
-  make_table();
-  const int failed = run_processes(1, [&](int) {
-    const rlim_t size = std::filesystem::file_size("t.dbf");
-    const rlimit limit{size + 10, size + 10};
-    if (!open("t", Use::kShared)) return false;
-    setrlimit(RLIMIT_FSIZE, &limit);
-    take_errors();
-    if (yes("dbappend") || take_errors().substr(0, 4) != "104 " || !yes("neterr")) return false;
-    if (count("lastrec") != kRecords) return false;
-    call("dbgotop");
-    if (!yes("rlock")) return false;
-    put("note", text(std::string(3000, 'x')));
-    return take_errors().substr(0, 4) == "104 ";
-  });
-  EXPECT_EQ(failed, 0);
-  expect_intact(kRecords);
-}
-
 TEST_F(Faults, MissingPermissionsAreErrors) {
   make_table();
   std::filesystem::permissions(directory(), std::filesystem::perms{0555});
@@ -166,8 +140,8 @@ TEST_F(Faults, DamagedHeadersEndInANumberedError) {
     bad.replace(c.at, c.bytes.size(), c.bytes);
     write_file("damaged.dbf", bad);
     EXPECT_FALSE(open("damaged", Use::kShared)) << c.reason;
-    EXPECT_EQ(take_errors(), "103 DBFIDX:Init();" + directory() +
-                                 "/damaged.dbf;damaged header: " + c.reason + ";103 (file read error)");
+    EXPECT_EQ(take_errors(), "103 DBFIDX:Init();" + directory() + "/damaged.dbf;damaged header: " +
+                                 c.reason + ";103 (file read error)");
     // What can still be told apart may be read.
     const bool readable = std::string_view(c.reason).starts_with("fields");
     EXPECT_EQ(open("damaged", Use::kReadOnly), readable) << c.reason << take_errors();

@@ -71,47 +71,31 @@ TEST_P(Locks, FileFunctionsOnAnOpenTableLeaveItsLocks) {
   ASSERT_EQ(link("t.dbf", "linked"), 0);
   ASSERT_TRUE(open("t", Use::kShared));
   ASSERT_TRUE(yes("rlock", {integer(2)}));
-  const auto open_and_close = [](int mode) {
-    call("fclose", {call("fopen", {text("t.dbf"), integer(mode)})});
-  };
-  const std::function<void()> uses[] = {
-      [] { call("memoread", {text("t.dbf")}); },
-      [] { call("memoread", {text("linked")}); },
-      [&] { open_and_close(0); },
-      [&] { open_and_close(1); },
-      [&] { open_and_close(2); },
-      [] {
-        EXPECT_TRUE(yes("__copyfile", {text("t.dbf"), text("backup")}));
-      },
-      [] {
-        EXPECT_TRUE(yes("__copyfile", {text("backup"), text("t.dbf")}));
-      },
-      [] {
-        EXPECT_TRUE(yes("memowrit", {text("t.dbf"), text(read_file("backup"))}));
-      },
-      [] {
-        call("loadlang", {integer(1), text("t.dbf")}), take_errors();
-      },
-      [] {
-        call("set", {integer(19), text("t.dbf"), true_value()}),
-            call("set", {integer(19), text("")});
-      },
-      [] {
-        EXPECT_FALSE(create("t", {{"x", "C", 1, 0}})), take_errors();
-      },
-  };
+  const struct {
+    const char *use, *gives;
+  } uses[] = {{"len(memoread('t.dbf'))", "I 190"},
+              {"len(memoread('linked'))", "I 190"},
+              {"fclose(fopen('t.dbf', 0))", "L T"},
+              {"fclose(fopen('t.dbf', 1))", "L T"},
+              {"fclose(fopen('t.dbf', 2))", "L T"},
+              {"__copyfile('t.dbf', 'backup')", "L T"},
+              {"__copyfile('backup', 't.dbf')", "L T"},
+              {"memowrit('t.dbf', memoread('backup'))", "L T"},
+              {"loadlang(1, 't.dbf')", "L F"},
+              {"set(19, 't.dbf', .t.), set(19, '')", "C t.dbf"},
+              {"dbcreate('t', {{'x', 'C', 1, 0}})", "L F"}};
   const auto strangers_open = [&](Use use, bool lock) {
     return elsewhere([=] {
       call("dbcloseall");  // what the process knows of the areas it came from
       return open("t", use) && (!lock || yes("rlock", {integer(2)}));
     });
   };
-  int use = 0;
-  for (const auto& run : uses) {
-    run();
+  for (const auto& [use, gives] : uses) {
+    EXPECT_EQ(run(use), gives) << use;
     EXPECT_FALSE(strangers_open(Use::kShared, true)) << use;
-    EXPECT_FALSE(strangers_open(Use::kExclusive, false)) << use++;
+    EXPECT_FALSE(strangers_open(Use::kExclusive, false)) << use;
   }
+  take_errors();
   call("dbclosearea");
   EXPECT_TRUE(elsewhere([] { return open("t", Use::kExclusive); })) << "the last user closes";
 }

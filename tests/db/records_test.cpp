@@ -30,19 +30,8 @@ TEST_F(Records, FieldCellShowsTheRecordUnderTheCursor) {
   EXPECT_EQ(run("fieldget('nosuch')"), "U");
 }
 
-TEST_F(Records, RefusedStoresSayWhy) {
+TEST_F(Records, WithoutAutomaticLocksAStoreIsRefused) {
   fill(Use::kExclusive, 1);
-  call("dbclosearea");
-  ASSERT_TRUE(open("t", Use::kReadOnly));
-  put("n", number(5));
-  EXPECT_EQ(take_errors(),
-            "104 DBFIDX:FieldPut();attempt to replace FIELD in read-only database;area T;"
-            "104 (file write error)");
-  EXPECT_FALSE(yes("dbappend"));
-  EXPECT_EQ(take_errors(),
-            "104 DBFIDX:FieldPut();DBF is opened READ-ONLY in area T;104 (file write error)");
-  EXPECT_EQ(get("n"), "N 1.00");
-  EXPECT_TRUE(yes("dbcommit"));
   call("dbclosearea");
   ASSERT_TRUE(open("t", Use::kShared));
   put_ivar(current_server(), "concurrenc", integer(0));
@@ -51,20 +40,6 @@ TEST_F(Records, RefusedStoresSayWhy) {
             "325 DBFIDX:FieldPut();attempt to replace FIELD without lock;record 1;area T;"
             "325 (DBF file or record not locked)");
   EXPECT_FALSE(yes("dbdelete"));
-}
-
-TEST_F(Records, AutomaticLockWritesAndLetsGo) {
-  fill(Use::kExclusive, 1);
-  call("dbclosearea");
-  ASSERT_TRUE(open("t", Use::kShared));
-  put("n", number(7));
-  EXPECT_EQ(table().locks.records.count(), 0);
-  EXPECT_FALSE(table().buffer.changed());
-  EXPECT_EQ(get("n"), "N 7.00");
-  EXPECT_TRUE(yes("dbdelete"));
-  EXPECT_TRUE(yes("deleted"));
-  EXPECT_EQ(table().locks.records.count(), 0);
-  EXPECT_EQ(take_errors(), "");
 }
 
 TEST_F(Records, ExclusiveRunsOfRecordsSurviveAnyOrderOfAccess) {

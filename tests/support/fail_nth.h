@@ -84,50 +84,32 @@ class FailNth {
 
   static void install() {
     FileOps& ops = file_ops();
-    ops.open = [](const char* p, int f, mode_t m) {
-      return status(state.real.open, "open", 'o', p, f, m);
-    };
+    ops.open = [](auto... with) { return status(state.real.open, "open", 'o', with...); };
     // What could not be closed is closed all the same.
     ops.close = [](int fd) {
       const int result = state.real.close(fd);
       return strikes("close", 'c') ? -1 : result;
     };
-    ops.read = [](int fd, void* b, size_t n) {
-      return transfer(state.real.read, "read", 'r', fd, b, n);
-    };
-    ops.write = [](int fd, const void* b, size_t n) {
-      return transfer(state.real.write, "write", 'w', fd, b, n);
-    };
+    ops.read = [](auto... with) { return transfer(state.real.read, "read", 'r', with...); };
+    ops.write = [](auto... with) { return transfer(state.real.write, "write", 'w', with...); };
     ops.seek = [](int fd, off_t to, int whence) {
       return strikes("seek", 's') ? off_t{-1} : state.real.seek(fd, to, whence);
     };
-    ops.pread = [](int fd, void* b, size_t n, off_t at) {
-      return transfer(state.real.pread, "pread", 'r', fd, b, n, at);
-    };
-    ops.pwrite = [](int fd, const void* b, size_t n, off_t at) {
-      return transfer(state.real.pwrite, "pwrite", 'w', fd, b, n, at);
-    };
+    ops.pread = [](auto... with) { return transfer(state.real.pread, "pread", 'r', with...); };
+    ops.pwrite = [](auto... with) { return transfer(state.real.pwrite, "pwrite", 'w', with...); };
     ops.lock = [](int fd, int command, struct flock* range) {
       return status(state.real.lock, "lock", range->l_type == F_UNLCK ? '-' : 'l', fd, command,
                     range);
     };
-    ops.fstat = [](int fd, struct stat* s) {
-      return status(state.real.fstat, "fstat", 'f', fd, s);
+    ops.fstat = [](auto... with) { return status(state.real.fstat, "fstat", 'f', with...); };
+    ops.stat = [](auto... with) { return status(state.real.stat, "stat", 'f', with...); };
+    ops.truncate = [](auto... with) {
+      return status(state.real.truncate, "truncate", 't', with...);
     };
-    ops.stat = [](const char* p, struct stat* s) {
-      return status(state.real.stat, "stat", 'f', p, s);
-    };
-    ops.truncate = [](int fd, off_t n) {
-      return status(state.real.truncate, "truncate", 't', fd, n);
-    };
-    ops.chmod = [](const char* p, mode_t m) {
-      return status(state.real.chmod, "chmod", 'm', p, m);
-    };
-    ops.fchmod = [](int fd, mode_t m) { return status(state.real.fchmod, "fchmod", 'm', fd, m); };
-    ops.unlink = [](const char* p) { return status(state.real.unlink, "unlink", 'u', p); };
-    ops.rename = [](const char* a, const char* b) {
-      return status(state.real.rename, "rename", 'u', a, b);
-    };
+    ops.chmod = [](auto... with) { return status(state.real.chmod, "chmod", 'm', with...); };
+    ops.fchmod = [](auto... with) { return status(state.real.fchmod, "fchmod", 'm', with...); };
+    ops.unlink = [](auto... with) { return status(state.real.unlink, "unlink", 'u', with...); };
+    ops.rename = [](auto... with) { return status(state.real.rename, "rename", 'u', with...); };
     ops.map = [](int fd, size_t n) {
       return strikes("map", 'p') ? MAP_FAILED : state.real.map(fd, n);
     };
