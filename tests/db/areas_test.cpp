@@ -45,8 +45,7 @@ TEST_F(Areas, OpenFailuresAreNumberedAndSetNeterr) {
 }
 
 TEST_F(Areas, TablesAreFoundInTheDefaultDirectoryThenHereThenAlongThePath) {
-  ASSERT_TRUE(open("one", Use::kExclusive));
-  ASSERT_TRUE(yes("dbcreateindex", {text("one"), text("id")}));
+  ASSERT_TRUE(open("one", Use::kExclusive) && yes("dbcreateindex", {text("one"), text("id")}));
   call("dbclosearea");
   for (const char* name : {"default", "path"}) {
     std::filesystem::create_directory(name);

@@ -20,8 +20,7 @@ namespace {
 class Buffer : public TableTest {
  protected:
   void make(int records, Use use) {
-    ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"c", "C", 4, 0}}));
-    ASSERT_TRUE(open("t", Use::kExclusive));
+    ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"c", "C", 4, 0}}) && open("t", Use::kExclusive));
     for (int i = 1; i <= records; ++i) {
       call("dbappend");
       put("n", integer(i));
@@ -56,9 +55,7 @@ TEST_F(Buffer, ShowsRecordsThatCameOrChangedElsewhere) {
   make(2, Use::kShared);
   call("dbgobottom");
   call("dbskip");  // on the phantom, record 3
-  elsewhere([] {
-    run("dbappend(), n := 33");
-  });
+  elsewhere([] { run("dbappend(), n := 33"); });
   EXPECT_EQ(run("dbgoto(3), n"), "N 33");
 
   EXPECT_EQ(run("dbgoto(1), n"), "N 1");
@@ -166,21 +163,21 @@ TEST_F(Buffer, ABreakWhileATableIsOpenedLeavesNothingHeld) {
   make(3, Use::kExclusive);
   call("dbclosearea");
   Var* calm = call("errorblock");
-  call("errorblock", {TMP_BLOCK([](std::int32_t, Var** argv, Var**) -> Var* {
-                        break_sequence(argv[0]);
-                      },
-                      nullptr, 0)});
+  call("errorblock",
+       {TMP_BLOCK([](std::int32_t, Var** argv, Var**) -> Var* { break_sequence(argv[0]); }, nullptr,
+                  0)});
   for (const Use use : {Use::kShared, Use::kExclusive})
-    fail_each_call({kIoError}, [] {},
-                   [&] {
-                     in_sequence([&] { open("t", use); });
-                     in_sequence([] { close_all_areas(); });
-                   },
-                   [](const Fault*) {
-                     close_all_areas();
-                     EXPECT_EQ(open_tables(), nullptr);
-                     EXPECT_EQ(run_processes(1, [](int) { return open("t", Use::kExclusive); }), 0);
-                   });
+    fail_each_call(
+        {kIoError}, [] {},
+        [&] {
+          in_sequence([&] { open("t", use); });
+          in_sequence([] { close_all_areas(); });
+        },
+        [](const Fault*) {
+          close_all_areas();
+          EXPECT_EQ(open_tables(), nullptr);
+          EXPECT_EQ(run_processes(1, [](int) { return open("t", Use::kExclusive); }), 0);
+        });
   call("errorblock", {calm});
 }
 

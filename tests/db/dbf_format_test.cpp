@@ -138,8 +138,7 @@ TEST_F(DbfFormat, ValuesAreStoredAsText) {
 }
 
 TEST_F(DbfFormat, NumberTooWideLeavesBlanksAndZero) {
-  ASSERT_TRUE(create("t", {{"n", "N", 5, 1}}));
-  ASSERT_TRUE(open("t", Use::kExclusive));
+  ASSERT_TRUE(create("t", {{"n", "N", 5, 1}}) && open("t", Use::kExclusive));
   run("dbappend(), n := 1234.5");
   EXPECT_EQ(take_errors(),
             "205 DBFIDX:FieldPut();numeric field overflow in assign;205 (illegal field value)");
@@ -170,8 +169,7 @@ TEST_F(DbfFormat, VersionBytesThatOpen) {
 }
 
 TEST_F(DbfFormat, MemoTextsLieInBlocks) {
-  ASSERT_TRUE(create("t", {{"note", "M", 10, 0}}));
-  ASSERT_TRUE(open("t", Use::kShared));
+  ASSERT_TRUE(create("t", {{"note", "M", 10, 0}}) && open("t", Use::kShared));
   const std::string full(512, 'x');
   run("dbappend(), note := 'first', dbappend()");
   put("note", text(full));  // two blocks: the end mark needs the second

@@ -42,9 +42,9 @@ class AgreementTest : public TableTest {
  protected:
   // The condition hides a lacking key from the count of keys.
   void make() {
-    ASSERT_TRUE(create("t", {{"name", "C", 8, 0}, {"n", "N", 4, 0}}));
-    ASSERT_TRUE(open("t", Use::kExclusive));
-    for (const char* name : {"delta", "alpha", "charlie"}) call("dbappend"), put("name", text(name));
+    ASSERT_TRUE(create("t", {{"name", "C", 8, 0}, {"n", "N", 4, 0}}) && open("t", Use::kExclusive));
+    for (const char* name : {"delta", "alpha", "charlie"})
+      call("dbappend"), put("name", text(name));
     ASSERT_TRUE(yes("ordcondset", {text("n >= 0")}));
     ASSERT_TRUE(yes("dbcreateindex", {text("i"), text("name")}));
     call("dbclosearea");
@@ -111,14 +111,12 @@ TEST_F(AgreementTest, ADifferenceStaysUntilABuild) {
        [] { return patch("t.dbf", 31, 1), patch("i.idx", 1025, 2), true; }},
       {"a table of others, changed by them", true,
        [&] {
-         return use(true) &&
-                elsewhere([] { return open("t", Use::kShared) && change(1, "zulu"); });
+         return use(true) && elsewhere([] { return open("t", Use::kShared) && change(1, "zulu"); });
        }},
       {"the same, and closed at once", false,
        [&] {
-         const bool done =
-             use(true) && change(2, "yankee") &&
-             elsewhere([] { return open("t", Use::kShared) && change(1, "zulu"); });
+         const bool done = use(true) && change(2, "yankee") &&
+                           elsewhere([] { return open("t", Use::kShared) && change(1, "zulu"); });
          return call("dbclosearea"), done;
        }},
   };
@@ -248,8 +246,8 @@ TEST_F(HandlersTest, CloseBreakOrReopenAtEachFault) {
   Var* former = call("errorblock");
   for (const Handler& handler : handlers)
     for (const Use use : {Use::kShared, Use::kExclusive}) {
-      SCOPED_TRACE(::testing::Message() << "handler " << &handler - handlers << ", use "
-                                        << static_cast<int>(use));
+      SCOPED_TRACE(::testing::Message()
+                   << "handler " << &handler - handlers << ", use " << static_cast<int>(use));
       const std::int32_t mark = temp_top();
       const auto prepare = [&] {
         for (const auto& [file, bytes] : files) write_file(file, bytes);

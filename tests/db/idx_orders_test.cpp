@@ -57,8 +57,7 @@ class OrdersTest : public TableTest {
 };
 
 TEST_F(OrdersTest, FileOfASmallOrderIsPinnedByItsBytes) {
-  ASSERT_TRUE(create("t", {{"c", "C", 2, 0}}));
-  ASSERT_TRUE(open("t", Use::kExclusive));
+  ASSERT_TRUE(create("t", {{"c", "C", 2, 0}}) && open("t", Use::kExclusive));
   for (const char* c : {"bb", "aa"}) call("dbappend"), put("c", text(c));
   ASSERT_TRUE(index_on("i", "c"));
   call("dbclosearea");
@@ -82,9 +81,7 @@ TEST_F(OrdersTest, ChangedKeysFollowTheirRecordsInAllOrders) {
   for (const Use use : {Use::kExclusive, Use::kShared}) {
     make();
     fill();
-    ASSERT_TRUE(index_on("one", "name", true));
-    ASSERT_TRUE(condition("n > 2"));
-    ASSERT_TRUE(index_on("some", "name"));
+    ASSERT_TRUE(index_on("one", "name", true) && condition("n > 2") && index_on("some", "name"));
     ASSERT_TRUE(index_on("all", "name"));
     call("dbclosearea");
     ASSERT_TRUE(open("t", use));

@@ -69,8 +69,7 @@ TEST_P(Locks, ClaimsOfOtherProcessesDecideAboutAnOpen) {
 TEST_P(Locks, FileFunctionsOnAnOpenTableLeaveItsLocks) {
   fill(3);
   ASSERT_EQ(link("t.dbf", "linked"), 0);
-  ASSERT_TRUE(open("t", Use::kShared));
-  ASSERT_TRUE(yes("rlock", {integer(2)}));
+  ASSERT_TRUE(open("t", Use::kShared) && yes("rlock", {integer(2)}));
   const struct {
     const char *use, *gives;
   } uses[] = {{"len(memoread('t.dbf'))", "I 190"},
@@ -102,8 +101,7 @@ TEST_P(Locks, FileFunctionsOnAnOpenTableLeaveItsLocks) {
 
 TEST_P(Locks, SecondAreaOfOneProcessCannotTakeWhatTheFirstHolds) {
   fill(3);
-  ASSERT_TRUE(open("t", Use::kShared));
-  ASSERT_TRUE(open("t", Use::kShared));
+  ASSERT_TRUE(open("t", Use::kShared) && open("t", Use::kShared));
   EXPECT_EQ(table().dbfFd, dbf_of(area_by_number(1)->server()).dbfFd) << "one descriptor for both";
   EXPECT_TRUE(yes("rlock"));
   call("dbselectarea", {integer(1)});
@@ -127,8 +125,7 @@ TEST_P(Locks, InternalLockSurvivesAnOperationOfAnotherAreaOnTheSameFile) {
   fill(1);
   ASSERT_TRUE(open("t", Use::kShared));
   DbfIdx& first = table();
-  ASSERT_TRUE(open("t", Use::kShared));
-  ASSERT_TRUE(writeLock(first));
+  ASSERT_TRUE(open("t", Use::kShared) && writeLock(first));
   call("dbcommit");
   EXPECT_FALSE(elsewhere([] {
     alarm(1);  // the other process must still wait
@@ -157,9 +154,7 @@ TEST_P(Locks, ListOfLocksGrowsAndShrinks) {
 
 TEST_P(Locks, WithoutMultilocksALockDropsTheOthers) {
   fill(3);
-  ASSERT_TRUE(open("t", Use::kShared));
-  ASSERT_TRUE(yes("rlock"));
-  ASSERT_TRUE(yes("rlock", {integer(3), integer(2)}));
+  ASSERT_TRUE(open("t", Use::kShared) && yes("rlock") && yes("rlock", {integer(3), integer(2)}));
   EXPECT_EQ(run("dbrlocklist()"), "A 1");
   EXPECT_EQ(table().locks.records.at(0), 3);
   ASSERT_TRUE(yes("dbappend"));
@@ -380,8 +375,7 @@ TEST_F(TableTest, LocksLieWhereEveryProcessLooksForThem) {
   };
   for (const bool older : {false, true}) {
     settings().lock40comp = older;
-    ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"c", "C", 4, 0}}));
-    ASSERT_TRUE(open("t", Use::kExclusive));
+    ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"c", "C", 4, 0}}) && open("t", Use::kExclusive));
     for (int i = 0; i < 3; ++i) call("dbappend");
     ASSERT_TRUE(yes("dbcreateindex", {text("o"), text("n")}));
     call("dbclosearea");

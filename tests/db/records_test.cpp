@@ -9,8 +9,7 @@ namespace {
 class Records : public TableTest {
  protected:
   void fill(Use use, int n) {
-    ASSERT_TRUE(create("t", {{"code", "C", 6, 0}, {"n", "N", 8, 2}}));
-    ASSERT_TRUE(open("t", use));
+    ASSERT_TRUE(create("t", {{"code", "C", 6, 0}, {"n", "N", 8, 2}}) && open("t", use));
     for (int i = 1; i <= n; ++i) {
       ASSERT_TRUE(yes("dbappend"));
       put("n", number(i));

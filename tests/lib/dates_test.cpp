@@ -38,17 +38,10 @@ TEST_F(Dates, ImpossibleDaysAndExtremeNumbersAreSafe) {
   struct Row {
     std::int32_t d, m, y;
   };
-  for (const Row& r : std::initializer_list<Row>{{29, 2, 1900},
-                                                 {31, 4, 2000},
-                                                 {0, 1, 2000},
-                                                 {1, 13, 2000},
-                                                 {1, 0, 2000},
-                                                 {1, 1, 0},
-                                                 {1, 1, -5},
-                                                 {1, 1, INT32_MAX},
-                                                 {INT32_MIN, 1, 1},
-                                                 {1, INT32_MIN, 1}})
-    EXPECT_EQ(dateEncode(r.d, r.m, r.y), 0);
+  const Row rows[] = {{29, 2, 1900},     {31, 4, 2000},    {0, 1, 2000}, {1, 13, 2000},
+                      {1, 0, 2000},      {1, 1, 0},        {1, 1, -5},   {1, 1, INT32_MAX},
+                      {INT32_MIN, 1, 1}, {1, INT32_MIN, 1}};
+  for (const Row& r : rows) EXPECT_EQ(dateEncode(r.d, r.m, r.y), 0);
   for (const std::int32_t n : {INT32_MIN, -719163, -1, 0, INT32_MAX})
     for (const char* name : {"dtoc", "dtos", "cdow", "cmonth", "dow", "day", "transform"}) {
       EXPECT_NE(call_cell(name, {Date{n}, "@D 99/99/9999"}), nullptr);
@@ -62,12 +55,10 @@ TEST_F(Dates, TextsFollowTheFormat) {
     const char* format;
     const char* text;
   };
-  for (const Row& row : std::initializer_list<Row>{{"mm/dd/yy", "03/09/98"},
-                                                   {"dd.mm.yyyy", "09.03.1998"},
-                                                   {"DdMmYy", "090398"},
-                                                   {"y m d", "8 3 9"},
-                                                   {"yyy-m-d", "998-3-9"},
-                                                   {"yy/mm/dd/yy/mm", "98/03/09/yy"}}) {
+  const Row rows[] = {{"mm/dd/yy", "03/09/98"}, {"dd.mm.yyyy", "09.03.1998"},
+                      {"DdMmYy", "090398"},     {"y m d", "8 3 9"},
+                      {"yyy-m-d", "998-3-9"},   {"yy/mm/dd/yy/mm", "98/03/09/yy"}};
+  for (const Row& row : rows) {
     std::strcpy(settings().date_format, row.format);
     EXPECT_EQ(std::string_view(dateToText(day(9, 3, 1998))), row.text) << row.format;
   }
@@ -82,15 +73,15 @@ TEST_F(Dates, TextsAreReadByFormatAndEpoch) {
     const char* text;
     std::int32_t expected;
   };
-  for (const Row& row : std::initializer_list<Row>{{"02/30/98", 0},
-                                                   {"  12-25.1998 ", day(25, 12, 1998)},
-                                                   {"12 25 98", day(25, 12, 1998)},
-                                                   {"12/25", day(25, 12, 1900)},
-                                                   {"00/12/25/98", day(25, 12, 1998)},
-                                                   {"12/255/98", day(25, 12, 1998)},
-                                                   {"x/y/z", 0},
-                                                   {"", 0}})
-    EXPECT_EQ(textToDate(row.text), row.expected) << row.text;
+  const Row rows[] = {{"02/30/98", 0},
+                      {"  12-25.1998 ", day(25, 12, 1998)},
+                      {"12 25 98", day(25, 12, 1998)},
+                      {"12/25", day(25, 12, 1900)},
+                      {"00/12/25/98", day(25, 12, 1998)},
+                      {"12/255/98", day(25, 12, 1998)},
+                      {"x/y/z", 0},
+                      {"", 0}};
+  for (const Row& row : rows) EXPECT_EQ(textToDate(row.text), row.expected) << row.text;
   settings().epoch = INT32_MIN;
   EXPECT_EQ(textToDate("1/2/03"), 0);
   EXPECT_EQ(ymdToDate("19981225"), day(25, 12, 1998));
@@ -105,15 +96,15 @@ TEST_F(Dates, FormatsAreCheckedAndNormalised) {
     DateFormat::Quality quality;
     const char *normalised, *mask;
   };
-  for (const Row& row :
-       std::initializer_list<Row>{{"dd.mm.yyyy", DateFormat::kClean, "dd.mm.yy", "##.##.##"},
-                                  {"yy-dd", DateFormat::kClean, "yy-dd", "##-##"},
-                                  {" dd mm yy", DateFormat::kClean, "ddmmyy", "######"},
-                                  {"dd:mm:yy", DateFormat::kMarked, "dd/mm/yy", "##/##/##"},
-                                  {"d/mm/yy", DateFormat::kUnusable, "/mm/yy", "/##/##"},
-                                  {"dd/dd/yy", DateFormat::kMarked, "dd//yy", "##//##"},
-                                  {"mm/dd", DateFormat::kIncomplete, "mm/dd", "##/##"},
-                                  {"", DateFormat::kIncomplete, "", ""}}) {
+  const Row rows[] = {{"dd.mm.yyyy", DateFormat::kClean, "dd.mm.yy", "##.##.##"},
+                      {"yy-dd", DateFormat::kClean, "yy-dd", "##-##"},
+                      {" dd mm yy", DateFormat::kClean, "ddmmyy", "######"},
+                      {"dd:mm:yy", DateFormat::kMarked, "dd/mm/yy", "##/##/##"},
+                      {"d/mm/yy", DateFormat::kUnusable, "/mm/yy", "/##/##"},
+                      {"dd/dd/yy", DateFormat::kMarked, "dd//yy", "##//##"},
+                      {"mm/dd", DateFormat::kIncomplete, "mm/dd", "##/##"},
+                      {"", DateFormat::kIncomplete, "", ""}};
+  for (const Row& row : rows) {
     const DateFormat checked = dateFormatCheck(row.format);
     EXPECT_EQ(checked.quality, row.quality) << row.format;
     EXPECT_EQ(checked.format, row.normalised);

@@ -42,17 +42,16 @@ TEST_F(Numbers, DefaultTextsOfValues) {
     const char* expected;
   };
   NumberBuffer buffer;
-  for (const Row& row :
-       std::initializer_list<Row>{{Computed{1.5, 2}, "         1.50"},
-                                  {Computed{0, 0}, "         0"},
-                                  {Sized{123, 2, 0}, "**"},
-                                  {7, "         7"},
-                                  {Computed{1e22, 2}, "10000000000000000000000.00"},
-                                  {true, ".T."},
-                                  {Date{0}, "  /  /  "},
-                                  {Nil{}, "NIL"},
-                                  {Memo{"m"}, "m"}})
-    EXPECT_EQ(varToText(cell_of(row.value), buffer), row.expected);
+  const Row rows[] = {{Computed{1.5, 2}, "         1.50"},
+                      {Computed{0, 0}, "         0"},
+                      {Sized{123, 2, 0}, "**"},
+                      {7, "         7"},
+                      {Computed{1e22, 2}, "10000000000000000000000.00"},
+                      {true, ".T."},
+                      {Date{0}, "  /  /  "},
+                      {Nil{}, "NIL"},
+                      {Memo{"m"}, "m"}};
+  for (const Row& row : rows) EXPECT_EQ(varToText(cell_of(row.value), buffer), row.expected);
   Var* value = TMP_NUM(1234567.0, 0);
   value->type = 'F';
   value->length = 8;
@@ -72,16 +71,11 @@ TEST_F(Numbers, ValReadsTheFrontOfATextAndKeepsItsShape) {
     double value;
     int width, decimals;
   };
-  for (const Row& row : std::initializer_list<Row>{{"  12.50", 12.5, 7, 2},
-                                                   {"-3", -3, 2, 0},
-                                                   {"+.5x", 0.5, 3, 1},
-                                                   {"12.", 12, 2, 0},
-                                                   {"\t1e5", 1, 2, 0},
-                                                   {"0.00", 0, -1, 0},
-                                                   {"- 5", 0, -1, 0},
-                                                   {"inf", 0, -1, 0},
-                                                   {"", 0, -1, 0},
-                                                   {"1.1.1", 1.1, 3, 1}}) {
+  const Row rows[] = {{"  12.50", 12.5, 7, 2}, {"-3", -3, 2, 0},   {"+.5x", 0.5, 3, 1},
+                      {"12.", 12, 2, 0},       {"\t1e5", 1, 2, 0}, {"0.00", 0, -1, 0},
+                      {"- 5", 0, -1, 0},       {"inf", 0, -1, 0},  {"", 0, -1, 0},
+                      {"1.1.1", 1.1, 3, 1}};
+  for (const Row& row : rows) {
     const Var* v = call_cell("val", {row.text});
     EXPECT_EQ(v->num, row.value) << row.text;
     EXPECT_EQ(v->length, row.width) << row.text;
