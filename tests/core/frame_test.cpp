@@ -39,8 +39,7 @@ TEST_F(Procedures, ParametersTakeTheirDeclaredTypeAndClass) {
        "201 for parameter #1;expected A - received O;defaulting to empty parameter of type A"},
       {'N', caller, "N 0", 'S',
        "201 for parameter #1;expected N - received C;defaulting to empty parameter of type N"},
-      {static_cast<char>('N' | kQuiet), caller, "N 0", 'S', ""},
-  };
+      {static_cast<char>('N' | kQuiet), caller, "N 0", 'S', ""}};
   for (const BindCase& c : cases) {
     Frame frame;
     BEGIN_PROC(&frame, "test", "bind", 1, c.argument != nullptr ? 1 : 0);
@@ -261,8 +260,7 @@ TEST_F(ErrorObjects, DescriptionsAreSplitAndShortened) {
       // The comma at position 2 is less than the three lines: the line breaks behind it.
       {"a," + long_word + ";x;y", "Illegal type;a,;" + cut + ";x;y"},
       {head + "," + tail,
-       "Illegal type;" + (head + "," + tail).substr(0, 56) + " ... " + std::string(15, 'b')},
-  };
+       "Illegal type;" + (head + "," + tail).substr(0, 56) + " ... " + std::string(15, 'b')}};
   for (const auto& [text, expected] : cases) EXPECT_EQ(error_description(317, text), expected);
 }
 

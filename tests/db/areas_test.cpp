@@ -81,8 +81,7 @@ TEST_F(Areas, CreateChecksEveryRowBeforeItWrites) {
       {{"x", "N", 21, 0},
        "320 DBFIDX:CreateDB();numeric field size exceeds 20 chars;320 (Illegal value)"},
       {{"x", "F", 20, 19},
-       "320 DBFIDX:CreateDB();numeric field size exceeds 20 chars;320 (Illegal value)"},
-  };
+       "320 DBFIDX:CreateDB();numeric field size exceeds 20 chars;320 (Illegal value)"}};
   for (const auto& c : cases) {
     EXPECT_FALSE(create("new", {{"ok", "C", 2, 0}, c.row}));
     EXPECT_EQ(take_errors(), c.error);

@@ -110,18 +110,16 @@ TEST_F(DbfFormat, ValuesAreStoredAsText) {
     Var* value;
     const char* stored;
     const char* read;
-  } const cases[] = {
-      {"c", text("ab"), "ab  ", "C ab  "},
-      {"c", text("abcdef"), "abcd", "C abcd"},
-      {"d", TMP_DATE(730485), "20001231", "D 730485"},
-      {"d", empty_date(), "        ", "D 0"},
-      {"n", number(12.346, 3), "  12.35", "N 12.35"},
-      {"n", true_value(), "   1.00", "N 1.00"},
-      {"f", number(250, 0), "      250", "F 250.00"},
-      {"f", number(1.0 / 3, 2), "0.3333333", "F 0.33"},
-      {"l", true_value(), "T", "L T"},
-      {"l", integer(0), "F", "L F"},
-  };
+  } const cases[] = {{"c", text("ab"), "ab  ", "C ab  "},
+                     {"c", text("abcdef"), "abcd", "C abcd"},
+                     {"d", TMP_DATE(730485), "20001231", "D 730485"},
+                     {"d", empty_date(), "        ", "D 0"},
+                     {"n", number(12.346, 3), "  12.35", "N 12.35"},
+                     {"n", true_value(), "   1.00", "N 1.00"},
+                     {"f", number(250, 0), "      250", "F 250.00"},
+                     {"f", number(1.0 / 3, 2), "0.3333333", "F 0.33"},
+                     {"l", true_value(), "T", "L T"},
+                     {"l", integer(0), "F", "L F"}};
   for (const auto& c : cases) {
     ASSERT_TRUE(yes("dbappend"));
     put(c.field, c.value);
@@ -157,8 +155,8 @@ TEST_F(DbfFormat, VersionBytesThatOpen) {
       {0x8B,
        "326 DBFIDX:Init();'dBASE IV' file format not supported;326 (Wrong version of DBF file)"},
       {0xF5, "326 DBFIDX:Init();'Fox' file format not supported;326 (Wrong version of DBF file)"},
-      {0x30, "326 DBFIDX:Init();the file has 0x30 as version code;326 (Wrong version of DBF file)"},
-  };
+      {0x30,
+       "326 DBFIDX:Init();the file has 0x30 as version code;326 (Wrong version of DBF file)"}};
   for (const auto& c : cases) {
     write_file("v.dbf", header(c.version, 0, 65, 4, "\1\1\1") + descriptor("A", 'C', 3, 0) + '\r');
     EXPECT_EQ(open("v", Use::kExclusive), *c.error == 0) << c.version;

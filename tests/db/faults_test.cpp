@@ -124,16 +124,14 @@ TEST_F(Faults, DamagedHeadersEndInANumberedError) {
     std::size_t at;
     std::string bytes;
     const char* reason;
-  } const cases[] = {
-      {8, le16(32), "header too short"},
-      {8, le16(60000), "header longer than the file"},
-      {10, le16(0), "record size 0"},
-      {10, le16(20), "fields do not add up to the record"},
-      {8, le16(97), "fields do not add up to the record"},
-      {4, le32(0xFFFFFFFF), "more records than a table can have"},
-      {4, le32(0x7FFFFFFE), "more records than the file holds"},
-      {4, le32(kRecords + 2), "more records than the file holds"},
-  };
+  } const cases[] = {{8, le16(32), "header too short"},
+                     {8, le16(60000), "header longer than the file"},
+                     {10, le16(0), "record size 0"},
+                     {10, le16(20), "fields do not add up to the record"},
+                     {8, le16(97), "fields do not add up to the record"},
+                     {4, le32(0xFFFFFFFF), "more records than a table can have"},
+                     {4, le32(0x7FFFFFFE), "more records than the file holds"},
+                     {4, le32(kRecords + 2), "more records than the file holds"}};
   write_file("damaged.dbt", read_file("t.dbt"));
   for (const auto& c : cases) {
     std::string bad = good;

@@ -74,8 +74,7 @@ const Operation kOperations[] = {
     {"lock file", "flock() .and. dbunlock()", "103 327 "},
     {"create order", "flock() .and. ordcreate('new', , 'who') .and. dbunlock()",
      "101 103 104 105 325 327 331 412 "},
-    {"reindex", "indexord() = 0 .or. ordlistrebuild()", "103 104 331 412 415 ", false},
-};
+    {"reindex", "indexord() = 0 .or. ordlistrebuild()", "103 104 331 412 415 ", false}};
 
 class FaultyCalls : public TableTest, public ::testing::WithParamInterface<bool> {
  protected:

@@ -371,8 +371,7 @@ TEST_F(TableTest, LocksLieWhereEveryProcessLooksForThem) {
        "R 6+1 "},
       {"exclusive order", Use::kExclusive,
        [] { return yes("dbsetindex", {text("o")}) ? ranges("o.idx") : "refused"; }, "R 0+407 ",
-       "R 0+407 "},
-  };
+       "R 0+407 "}};
   for (const bool older : {false, true}) {
     settings().lock40comp = older;
     ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"c", "C", 4, 0}}) && open("t", Use::kExclusive));

@@ -40,16 +40,14 @@ TEST_F(FrontEnd, BodiesAreCutIntoFieldsByTheLengthThatWasSaid) {
     const char* body;
     std::int32_t length;
     const char* fields;
-  } cases[] = {
-      {"a=1&b=2", 7, "[a=1][b=2]"},
-      {"a=1&&b=2", 8, "[a=1][][b=2]"},
-      {"a=1&", 4, "[a=1]"},
-      {"a=1&b=2", 5, "[a=1][b]"},
-      {"a=1", 0, ""},
-      // A body that ends early leaves the mark of its end behind.
-      {"a=1", 10, "[a=1\xFF]"},
-      {"a=1&", 10, "[a=1][\xFF]"},
-  };
+  } cases[] = {{"a=1&b=2", 7, "[a=1][b=2]"},
+               {"a=1&&b=2", 8, "[a=1][][b=2]"},
+               {"a=1&", 4, "[a=1]"},
+               {"a=1&b=2", 5, "[a=1][b]"},
+               {"a=1", 0, ""},
+               // A body that ends early leaves the mark of its end behind.
+               {"a=1", 10, "[a=1\xFF]"},
+               {"a=1&", 10, "[a=1][\xFF]"}};
   for (const auto& c : cases) EXPECT_EQ(fields_of(c.body, c.length), c.fields) << c.body;
 }
 
@@ -57,8 +55,7 @@ TEST_F(FrontEnd, EscapesGiveBytesAlsoWhenTheyAreBroken) {
   const std::pair<std::string, std::string> cases[] = {
       {"a%3Db=c", "a=b=c"}, {"1+%2B+2", "1 + 2"}, {"%e5%E4", "\xE5\xE4"},
       {"x%", "x\xD0"},      {"x%4", "x\x10"},     {"%00z", std::string("\0z", 2)},
-      {"%zz", "\x53"},      {"100%25", "100%"},   {"%+1%1+", std::string("\1\0", 2)},
-  };
+      {"%zz", "\x53"},      {"100%25", "100%"},   {"%+1%1+", std::string("\1\0", 2)}};
   for (const auto& [sent, decoded] : cases) EXPECT_EQ(decode_field(sent), decoded) << sent;
 }
 
@@ -144,8 +141,7 @@ TEST_F(FrontEnd, TheToolkitWritesItsFixedForms) {
       {tntable,
        {rows, TMP_STR("c")},
        "<TABLE CAPTION='c'>\n<TR>\n<TD>a</TD>\n<TD>b</TD>\n</TR>\n<TR>\n</TR>\n</TABLE>\n"},
-      {tntable, {texts({})}, "<TABLE>\n</TABLE>\n"},
-  };
+      {tntable, {texts({})}, "<TABLE>\n</TABLE>\n"}};
   for (const auto& c : cases) EXPECT_EQ(output_of(c.procedure, c.arguments), c.text);
   EXPECT_EQ(take_errors(), "");
 }

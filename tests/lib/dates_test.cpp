@@ -127,14 +127,12 @@ TEST_F(Dates, CenturyRewritesTheFormat) {
 
 TEST_F(Dates, FunctionsOnDates) {
   const Date d{day(25, 12, 1998)};
-  check({
-      {"day", {d}, "I 25"},
-      {"ctod", {5}, "D 0"},
-      {"cdow", {Date{0}}, "C "},
-      {"year", {"x"}, "I 0"},
-      {"dtos", {5}, "C          !312 DTOS: wrong argument"},
-      {"dtos", {Nil{}}, "C         "},
-  });
+  check({{"day", {d}, "I 25"},
+         {"ctod", {5}, "D 0"},
+         {"cdow", {Date{0}}, "C "},
+         {"year", {"x"}, "I 0"},
+         {"dtos", {5}, "C          !312 DTOS: wrong argument"},
+         {"dtos", {Nil{}}, "C         "}});
   EXPECT_EQ(call_cell("year", {d})->length, 4);
   EXPECT_EQ(call_cell("month", {d})->length, 2);
   const std::string now(text_of(call_cell("time", {})));

@@ -185,22 +185,20 @@ TEST_F(Files, HandlesReadWriteAndSeek) {
   EXPECT_EQ(call("ferror", {}), "I 2") << "one number for all file functions";
   const int handle = call_cell("fcreate", {"f.bin"})->i;
   ASSERT_GT(handle, 2);
-  check({
-      {"fwrite", {handle, "hello world"}, "I 11"},
-      {"fwrite", {handle, "xyz", 1}, "I 1"},
-      {"fseek", {handle, -1, 1}, "I 11"},
-      {"fseek", {handle, -1}, "I -1"},
-      {"ferror", {}, "I 22"},
-      {"fclose", {handle}, "L T"},
-      {"fclose", {handle}, "L F"},
-      {"ferror", {}, "I 9"},
-      {"fwrite", {handle, "x"}, "I 0"},
-      {"fopen", {"none"}, "I -1"},
-      {"ferror", {}, "I 2"},
-      {"fattrib", {"f.bin", 0600}, "I " + std::to_string(fileDefaultMode())},
-      {"fattrib", {"f.bin"}, "I 384"},
-      {"fattrib", {"none"}, "I -1 !107 GET_NFIL_MODE: cannot get status for 'none'"},
-  });
+  check({{"fwrite", {handle, "hello world"}, "I 11"},
+         {"fwrite", {handle, "xyz", 1}, "I 1"},
+         {"fseek", {handle, -1, 1}, "I 11"},
+         {"fseek", {handle, -1}, "I -1"},
+         {"ferror", {}, "I 22"},
+         {"fclose", {handle}, "L T"},
+         {"fclose", {handle}, "L F"},
+         {"ferror", {}, "I 9"},
+         {"fwrite", {handle, "x"}, "I 0"},
+         {"fopen", {"none"}, "I -1"},
+         {"ferror", {}, "I 2"},
+         {"fattrib", {"f.bin", 0600}, "I " + std::to_string(fileDefaultMode())},
+         {"fattrib", {"f.bin"}, "I 384"},
+         {"fattrib", {"none"}, "I -1 !107 GET_NFIL_MODE: cannot get status for 'none'"}});
 }
 
 // As if every other name than a file's own with a suffix lay in another file system.
@@ -254,8 +252,7 @@ TEST_F(Files, EachCallThatFailsIsToldAndLeavesNoHalfFile) {
        [&] {
          return truth("loadlang", {3, swedish});
        },
-       false, false},
-  };
+       false, false}};
   ASSERT_EQ(call("loadlang", {3, swedish}), "L T");
   call("setlang", {3});
   const FileOps system = file_ops();

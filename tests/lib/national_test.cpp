@@ -51,24 +51,22 @@ TEST_F(National, DescendTurnsTheOrderRound) {
 
 TEST_F(National, CaseClassesAndNamesComeFromTheLanguage) {
   use_swedish();
-  check({
-      {"upper", {"\xE5\xE4\xF6\xFC x"}, "C \xC5\xC4\xD6\xDC X"},
-      {"lower", {"\xC5NG"}, "C \xE5ng"},
-      {"isalpha", {"\xF6"}, "L T"},
-      {"isupper", {"\xC4"}, "L T"},
-      {"islower", {"\xC4"}, "L F"},
-      {"cdow", {Date{719163}}, "C torsdag"},
-      {"cmonth", {Date{719163}}, "C januari"},
-      {"_langnames", {1}, "C Infoga"},
-      {"_langnames", {4}, "C "},
-      {"transform", {true, "Y"}, "C J"},
-      {"transform", {"\xE5r", "@! AA"}, "C \xC5R"},
-      {"setlang", {}, "I 3"},
-      {"setlang", {0}, "I 3"},
-      {"cdow", {Date{719163}}, "C Thursday"},
-      {"_langnames", {2}, "C Range is"},
-      {"transform", {true, "Y"}, "C Y"},
-  });
+  check({{"upper", {"\xE5\xE4\xF6\xFC x"}, "C \xC5\xC4\xD6\xDC X"},
+         {"lower", {"\xC5NG"}, "C \xE5ng"},
+         {"isalpha", {"\xF6"}, "L T"},
+         {"isupper", {"\xC4"}, "L T"},
+         {"islower", {"\xC4"}, "L F"},
+         {"cdow", {Date{719163}}, "C torsdag"},
+         {"cmonth", {Date{719163}}, "C januari"},
+         {"_langnames", {1}, "C Infoga"},
+         {"_langnames", {4}, "C "},
+         {"transform", {true, "Y"}, "C J"},
+         {"transform", {"\xE5r", "@! AA"}, "C \xC5R"},
+         {"setlang", {}, "I 3"},
+         {"setlang", {0}, "I 3"},
+         {"cdow", {Date{719163}}, "C Thursday"},
+         {"_langnames", {2}, "C Range is"},
+         {"transform", {true, "Y"}, "C Y"}});
 }
 
 TEST_F(National, WrongCallsNameTheirReason) {
@@ -78,19 +76,17 @@ TEST_F(National, WrongCallsNameTheirReason) {
   check({{"upper", {"\xE5"}, "C \xC5"},
          {"cdow", {Date{719163}}, "C torsdag"},
          {"setlang", {0}, "I 3"}});
-  check({
-      {"setlang", {"x"}, "E !312 SETLANG() requires numeric argument not 'C'"},
-      {"setlang", {11}, "E !313 SETLANG() requires numeric argument in the range 0 to 10"},
-      {"setlang", {2}, "E !320 SETLANG(): language # 2 has not been loaded"},
-      {"loadlang",
-       {"x", "f"},
-       "L F !312 LOADLANG(): requires language number as first argument, not 'C'"},
-      {"loadlang", {1}, "L F !312 LOADLANG(): requires filename as second argument, not 'U'"},
-      {"loadlang", {1, "no such.lng"}, "L F !323 LOADLANG(): cannot open 'no such.lng'"},
-      {"ov_set",
-       {"loadlanguage", 1, "no such.lng"},
-       "L F !323 LOADLANG(): cannot open 'no such.lng'"},
-  });
+  check({{"setlang", {"x"}, "E !312 SETLANG() requires numeric argument not 'C'"},
+         {"setlang", {11}, "E !313 SETLANG() requires numeric argument in the range 0 to 10"},
+         {"setlang", {2}, "E !320 SETLANG(): language # 2 has not been loaded"},
+         {"loadlang",
+          {"x", "f"},
+          "L F !312 LOADLANG(): requires language number as first argument, not 'C'"},
+         {"loadlang", {1}, "L F !312 LOADLANG(): requires filename as second argument, not 'U'"},
+         {"loadlang", {1, "no such.lng"}, "L F !323 LOADLANG(): cannot open 'no such.lng'"},
+         {"ov_set",
+          {"loadlanguage", 1, "no such.lng"},
+          "L F !323 LOADLANG(): cannot open 'no such.lng'"}});
 }
 
 std::string repeated(const char* line, int n) {

@@ -15,17 +15,15 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 TEST_F(Numbers, StrGoesByTheStoredOrTheGivenWidth) {
-  check({
-      {"str", {Sized{1234.5, 3, 1}}, "C 1234.5"},
-      {"str", {Computed{12345678901.0, 0}}, "C 12345678901"},
-      {"str", {Computed{12345678901.25, 2}}, "C 12345678901.25"},
-      {"str", {Sized{2, 6, 2}}, "C   2.00"},
-      {"str", {5, 1000, 2}, "C " + std::string(146, ' ') + "5.00"},
-      {"str", {1, 150, 1000000}, "C " + std::string(150, '*')},
-      {"str", {kInf, 5}, "C *****"},
-      {"str", {Computed{-kInf, 2}}, "C **********"},
-      {"str", {kNan, 2}, "C **"},
-  });
+  check({{"str", {Sized{1234.5, 3, 1}}, "C 1234.5"},
+         {"str", {Computed{12345678901.0, 0}}, "C 12345678901"},
+         {"str", {Computed{12345678901.25, 2}}, "C 12345678901.25"},
+         {"str", {Sized{2, 6, 2}}, "C   2.00"},
+         {"str", {5, 1000, 2}, "C " + std::string(146, ' ') + "5.00"},
+         {"str", {1, 150, 1000000}, "C " + std::string(150, '*')},
+         {"str", {kInf, 5}, "C *****"},
+         {"str", {Computed{-kInf, 2}}, "C **********"},
+         {"str", {kNan, 2}, "C **"}});
 }
 
 TEST_F(Numbers, FixedActsOnDisplayNotOnStr) {
@@ -108,33 +106,27 @@ TEST_F(Numbers, ValOfStrIsTheNumber) {
 }
 
 TEST_F(Numbers, RoundingAndSigns) {
-  check({
-      {"int", {1e10}, "I -2147483648"},
-      {"int", {kNan}, "I -2147483648"},
-      {"num2int", {kNan}, "I 0"},
-      {"round", {1.005, 2}, "N 1.01"},
-      {"round", {kInf, 2}, "N inf"},
-  });
+  check({{"int", {1e10}, "I -2147483648"},
+         {"int", {kNan}, "I -2147483648"},
+         {"num2int", {kNan}, "I 0"},
+         {"round", {1.005, 2}, "N 1.01"},
+         {"round", {kInf, 2}, "N inf"}});
 }
 
 TEST_F(Numbers, MaxAndMinGiveOneOfTheirArguments) {
-  check({
-      {"max", {1, Computed{2, 1}}, "N 2.0"},
-      {"max", {Date{5}, 3}, "D 0"},
-      {"max", {Date{5}}, "D 0"},
-  });
+  check({{"max", {1, Computed{2, 1}}, "N 2.0"},
+         {"max", {Date{5}, 3}, "D 0"},
+         {"max", {Date{5}}, "D 0"}});
   Var* argv[] = {TMP_INT(7), TMP_INT(3)};
   EXPECT_EQ(GET_FUNC("max")(2, argv), argv[0]);
 }
 
 TEST_F(Numbers, DescendAndTypes) {
-  check({
-      {"descend", {"a\x01"}, "C \x9F\xFF"},
-      {"descend", {-2147483647 - 1}, "I -2147483648"},
-      {"descend", {Nil{}}, "U"},
-      {"valtype", {Memo{"x"}}, "C M"},
-      {"valtype", {}, "C U"},
-  });
+  check({{"descend", {"a\x01"}, "C \x9F\xFF"},
+         {"descend", {-2147483647 - 1}, "I -2147483648"},
+         {"descend", {Nil{}}, "U"},
+         {"valtype", {Memo{"x"}}, "C M"},
+         {"valtype", {}, "C U"}});
   settings().intvar = true;
   EXPECT_EQ(call("valtype", {5}), "C I");
 }

@@ -11,15 +11,13 @@ class Strings : public LibTest {};
 const std::string kNul("a\0b", 3);
 
 TEST_F(Strings, TrimmingTakesBlanksOnlyAndNumbersByTheirText) {
-  check({
-      {"alltrim", {"  a b \t "}, "C a b \t"},
-      {"trim", {Memo{" m "}}, "C  m"},
-      {"trim", {Computed{1.5, 2}}, "C          1.5"},
-      {"alltrim", {Sized{2, 6, 1}}, "C 2.0"},
-      {"alltrim", {"   "}, "C "},
-      {"alltrim", {Date{5}}, "C "},
-      {"rtrim", {kNul + " "}, "C " + kNul},
-  });
+  check({{"alltrim", {"  a b \t "}, "C a b \t"},
+         {"trim", {Memo{" m "}}, "C  m"},
+         {"trim", {Computed{1.5, 2}}, "C          1.5"},
+         {"alltrim", {Sized{2, 6, 1}}, "C 2.0"},
+         {"alltrim", {"   "}, "C "},
+         {"alltrim", {Date{5}}, "C "},
+         {"rtrim", {kNul + " "}, "C " + kNul}});
 }
 
 TEST_F(Strings, PaddingCutsToTheFirstBytesAndTakesAnyValue) {
@@ -36,29 +34,23 @@ TEST_F(Strings, StrtranReplacesACountFromAnOccurrenceOn) {
 
 TEST_F(Strings, CharactersAndTheirClasses) {
   settings().breakkey = 3;
-  check({
-      {"asc", {"\xE4x"}, "I 228"},
-      {"asc", {""}, "I 0"},
-      {"asc", {5}, "N 0"},
-      {"chr", {0}, "C " + std::string(1, '\0')},
-      {"chr", {-5}, "C \x03\x05"},
-      {"chr", {256}, "C "},
-      {"upper", {"aZ\xE4"}, "C AZ\xE4"},
-      {"lower", {"aZ\xC4"}, "C az\xC4"},
-      {"upper", {5}, "C "},
-      {"isupper", {"aB"}, "L F"},
-      {"islower", {""}, "L F"},
-      {"isdigit", {"9"}, "L T"},
-      {"isdigit", {9}, "L F"},
-  });
+  check({{"asc", {"\xE4x"}, "I 228"},
+         {"asc", {""}, "I 0"},
+         {"asc", {5}, "N 0"},
+         {"chr", {0}, "C " + std::string(1, '\0')},
+         {"chr", {-5}, "C \x03\x05"},
+         {"chr", {256}, "C "},
+         {"upper", {"aZ\xE4"}, "C AZ\xE4"},
+         {"lower", {"aZ\xC4"}, "C az\xC4"},
+         {"upper", {5}, "C "},
+         {"isupper", {"aB"}, "L F"},
+         {"islower", {""}, "L F"},
+         {"isdigit", {"9"}, "L T"},
+         {"isdigit", {9}, "L F"}});
 }
 
 TEST_F(Strings, EmptyAndLenGoByTheType) {
-  check({
-      {"empty", {}, "E"},
-      {"len", {kNul}, "I 3"},
-      {"len", {}, "E"},
-  });
+  check({{"empty", {}, "E"}, {"len", {kNul}, "I 3"}, {"len", {}, "E"}});
   Var* undefined = NEW_TEMP();
   undefined->sclass = 'U';
   EXPECT_EQ(show(empty(1, &undefined)), "L F");

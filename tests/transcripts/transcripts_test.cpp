@@ -184,20 +184,18 @@ TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
     const char *input, *output;
     int status;
   };
-  const Case cases[] = {
-      {{"-e", "{|a,b| a+b}"}, "7", "CODEBLOCK\n", 0},
-      {{"-e", "x := 2", "-e", "x * 3"}, "7", "         2\n         6\n", 0},
-      {{"-e", "x := 2", "script"}, "7", "         2\n         3\n.T.\n", 0},
-      {{"script"}, "7", "error 307: ", 1},
-      {{"-e", "1 # \"1\"", "-e", "__quit()"}, "", "error 201: ", 1},
-      {{"-e", "1 # \"1\"", "-e", "__quit(7)"}, "", "error 201: ", 7},
-      {{"-e", "1/0"}, "", "         0\n", 0},
-      {{"no such file"}, "7", "no such file: No such file or directory\n", 1},
-      {{"-e", ".quit", "-e", "1"}, "7", "", 0},
-      {{}, "  # skipped\n\n 7 \r\n.quit\n8", "         7\n", 0},
-      {{}, "8", "         8\n", 0},
-      {{"-x"}, "7", TARNEL_CONSOLE ": invalid option", 2},
-  };
+  const Case cases[] = {{{"-e", "{|a,b| a+b}"}, "7", "CODEBLOCK\n", 0},
+                        {{"-e", "x := 2", "-e", "x * 3"}, "7", "         2\n         6\n", 0},
+                        {{"-e", "x := 2", "script"}, "7", "         2\n         3\n.T.\n", 0},
+                        {{"script"}, "7", "error 307: ", 1},
+                        {{"-e", "1 # \"1\"", "-e", "__quit()"}, "", "error 201: ", 1},
+                        {{"-e", "1 # \"1\"", "-e", "__quit(7)"}, "", "error 201: ", 7},
+                        {{"-e", "1/0"}, "", "         0\n", 0},
+                        {{"no such file"}, "7", "no such file: No such file or directory\n", 1},
+                        {{"-e", ".quit", "-e", "1"}, "7", "", 0},
+                        {{}, "  # skipped\n\n 7 \r\n.quit\n8", "         7\n", 0},
+                        {{}, "8", "         8\n", 0},
+                        {{"-x"}, "7", TARNEL_CONSOLE ": invalid option", 2}};
   const ScratchDirectory scratch;
   std::ofstream(scratch.path() / "script") << "x + 1\n.t.\n";
   for (const Case& c : cases) {
