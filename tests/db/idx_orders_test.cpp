@@ -7,24 +7,8 @@
 namespace tarnel::testing {
 namespace {
 
-Var* truth(bool value) {
-  return logical(value);
-}
-Var* block(const char* expression) {
-  return ogmakecb(expression);
-}
 bool index_on(const char* file, const char* key, bool unique = false) {
-  return yes("dbcreateindex", {text(file), text(key), nil_value(), truth(unique)});
-}
-bool condition(const char* filter, bool descending = false) {
-  return yes("ordcondset",
-             {text(filter), block(filter), nil_value(), nil_value(), nil_value(), nil_value(),
-              nil_value(), nil_value(), nil_value(), nil_value(), truth(descending)});
-}
-void append_pair(const char* name, double n) {
-  call("dbappend");
-  put("name", text(name));
-  put("n", number(n, 2));
+  return yes("dbcreateindex", {text(file), text(key), nil_value(), logical(unique)});
 }
 // Names of the records in the order under the cursor, from the first to the last.
 std::string names() {
@@ -38,14 +22,11 @@ std::string names() {
 
 class OrdersTest : public TableTest {
  protected:
-  void make(Use use = Use::kExclusive) {
-    ASSERT_TRUE(create(
-        "t", {{"name", "C", 10, 0}, {"n", "N", 8, 2}, {"d", "D", 8, 0}, {"long", "C", 238, 0}}));
-    ASSERT_TRUE(open("t", use));
-  }
-  void fill() {
-    append_pair("delta", 4), append_pair("alpha", 1), append_pair("charlie", 3);
-    append_pair("bravo", 2), append_pair("alpine", 1.5);
+  void make() {
+    ASSERT_TRUE(create("t", {{"name", "C", 10, 0}, {"n", "N", 8, 2}}));
+    ASSERT_TRUE(open("t", Use::kExclusive));
+    run("aeval({{'delta', 4}, {'alpha', 1}, {'charlie', 3}, {'bravo', 2}, {'alpine', 1.5}},"
+        " {|a| dbappend(), fieldput(1, a[1]), fieldput(2, a[2])})");
   }
   // Closes the table and walks the order's file.
   IdxFile check(const char* file) {
@@ -80,8 +61,8 @@ TEST_F(OrdersTest, FileOfASmallOrderIsPinnedByItsBytes) {
 TEST_F(OrdersTest, ChangedKeysFollowTheirRecordsInAllOrders) {
   for (const Use use : {Use::kExclusive, Use::kShared}) {
     make();
-    fill();
-    ASSERT_TRUE(index_on("one", "name", true) && condition("n > 2") && index_on("some", "name"));
+    ASSERT_TRUE(index_on("one", "name", true) && yes("ordcondset", {text("n > 2")}) &&
+                index_on("some", "name"));
     ASSERT_TRUE(index_on("all", "name"));
     call("dbclosearea");
     ASSERT_TRUE(open("t", use));
@@ -89,7 +70,7 @@ TEST_F(OrdersTest, ChangedKeysFollowTheirRecordsInAllOrders) {
     ASSERT_TRUE(yes("dbseek", {text("bravo")}));
     run("rlock(), name := 'zulu', n := 7");
     EXPECT_EQ(names(), "alpha alpine charlie delta zulu ");
-    append_pair("alpha", 1);
+    run("dbappend(), name := 'alpha', n := 1");
     ASSERT_TRUE(yes("dbseek", {text("delta")}));
     run("rlock(), n := 0, dbsetorder(2)");
     EXPECT_EQ(names(), "alpha alpine charlie delta zulu ");
@@ -103,7 +84,6 @@ TEST_F(OrdersTest, ChangedKeysFollowTheirRecordsInAllOrders) {
 
 TEST_F(OrdersTest, CreationIsRefused) {
   make();
-  fill();
   struct Row {
     std::string key, filter, error;
   };
@@ -116,7 +96,7 @@ TEST_F(OrdersTest, CreationIsRefused) {
            {"name", "n > 0" + std::string(195, ' '), "index FOR expression length error"},
            {"{1}", "", "unsupported index key type"},
        }) {
-    if (!row.filter.empty()) condition(row.filter.c_str());
+    if (!row.filter.empty()) call("ordcondset", {text(row.filter)});
     EXPECT_EQ(index_on("x", row.key.c_str()), row.error.empty()) << row.error;
     const std::string errors = take_errors();
     EXPECT_NE(errors.find(row.error), std::string::npos) << errors;
@@ -143,7 +123,6 @@ TEST_F(OrdersTest, SeventeenthOrderIsRefused) {
 
 TEST_F(OrdersTest, SeekEvalStopsAtTheFirstKeyTheBlockWants) {
   make();
-  fill();
   ASSERT_TRUE(index_on("byname", "name"));
   call("dbgotop");
   Var* argv[] = {current_server(), ogmakecb("n == 3")};

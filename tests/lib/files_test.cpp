@@ -143,23 +143,10 @@ TEST_F(Files, OpeningSearchesDefaultThenPath) {
   EXPECT_EQ(take_errors(), "101 file 'zz'");
 }
 
-TEST_F(Files, EraseRenameAndCopyTakeShellCharactersAsTheyStand) {
-  const std::string odd = "$(touch hit); `x` 'q' & |.txt";
-  write(odd, "odd");
-  write("victim.txt", "v");
-  EXPECT_EQ(call("__copyfile", {odd, "copy; rm -f victim.txt"}), "L T");
-  EXPECT_EQ(read("copy; rm -f victim.txt"), "odd");
-  EXPECT_EQ(call("frename", {odd, "-n"}), "I 0");
-  EXPECT_EQ(call("ferase", {"-n"}), "I 0");
-  EXPECT_EQ(call("ferase", {"*; rm victim.txt"}), "I 0");
-  EXPECT_FALSE(fs::exists("hit"));
-  EXPECT_EQ(read("victim.txt"), "v");
-  EXPECT_EQ(call("ferase", {"none"}), "I -1 !106 Erase error");
-  EXPECT_EQ(call("frename", {"none", "x"}), "I -1 !105 RENAME: UNIX returned error 2  ");
-}
-
 TEST_F(Files, WildCardsStandForTheirMatches) {
   for (const char* name : {"a1.x", "a2.x", "b.y"}) write(name, name);
+  call("fclose", {call_cell("fcreate", {"made"})->i});
+  EXPECT_EQ(call("fattrib", {"made"}), "I " + std::to_string(fileDefaultMode()));
   EXPECT_EQ(call("file", {"a?.x"}), "L T");
   EXPECT_EQ(call("file", {"c*"}), "L F");
   EXPECT_EQ(call("__copyfile", {"a*.x", "sub"}), "L T");
@@ -174,31 +161,6 @@ TEST_F(Files, WildCardsStandForTheirMatches) {
   EXPECT_EQ(call("frename", {"sub/a*", "none"}), "I -1 !105 RENAME: UNIX returned error 20  ");
   EXPECT_EQ(call("ferase", {"sub/*"}), "I 0");
   EXPECT_EQ(call("ferase", {"su*"}), "I -1 !106 ERASE: UNIX returned error 21  ");
-}
-
-TEST_F(Files, HandlesReadWriteAndSeek) {
-  EXPECT_EQ(call("memowrit", {"m.txt", std::string("a\0b", 3)}), "L T");
-  EXPECT_EQ(call("memoread", {"m.txt"}), "C " + std::string("a\0b", 3));
-  EXPECT_EQ(call("memoread", {"/dev/zero"}), "C ");
-  EXPECT_EQ(call("ferror", {}), "I 22");
-  EXPECT_EQ(call("memoread", {"none"}), "C ");
-  EXPECT_EQ(call("ferror", {}), "I 2") << "one number for all file functions";
-  const int handle = call_cell("fcreate", {"f.bin"})->i;
-  ASSERT_GT(handle, 2);
-  check({{"fwrite", {handle, "hello world"}, "I 11"},
-         {"fwrite", {handle, "xyz", 1}, "I 1"},
-         {"fseek", {handle, -1, 1}, "I 11"},
-         {"fseek", {handle, -1}, "I -1"},
-         {"ferror", {}, "I 22"},
-         {"fclose", {handle}, "L T"},
-         {"fclose", {handle}, "L F"},
-         {"ferror", {}, "I 9"},
-         {"fwrite", {handle, "x"}, "I 0"},
-         {"fopen", {"none"}, "I -1"},
-         {"ferror", {}, "I 2"},
-         {"fattrib", {"f.bin", 0600}, "I " + std::to_string(fileDefaultMode())},
-         {"fattrib", {"f.bin"}, "I 384"},
-         {"fattrib", {"none"}, "I -1 !107 GET_NFIL_MODE: cannot get status for 'none'"}});
 }
 
 // As if every other name than a file's own with a suffix lay in another file system.
