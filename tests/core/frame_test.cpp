@@ -278,13 +278,6 @@ TEST_F(ErrorObjects, ReportsShowTheSubcodeTrimmed) {
   }
 }
 
-TEST_F(ErrorObjects, ErrorblockIgnoresWhatIsNoBlock) {
-  CALL_SIMPLE(errorblock, TMP_BLOCK(handler));
-  Var* current = CALL_SIMPLE(errorblock, TMP_INT(5));
-  EXPECT_EQ(current->function, handler);
-  EXPECT_EQ(CALL_SIMPLE(errorblock)->function, handler);
-}
-
 using ErrorObjectsDeathTest = ErrorObjects;
 
 Var* failing_handler(std::int32_t argc, Var**, Var**) {

@@ -141,14 +141,5 @@ TEST_F(National, MessageGroupsShareTheirLastSlot) {
   EXPECT_STREQ(record.messages[kLogicalSlot], "5");
 }
 
-TEST_F(National, ExactDecidesAboutTheTail) {
-  EXPECT_EQ(compare("abc", "ab"), 0);
-  EXPECT_LT(compare("ab", "abc"), 0);
-  EXPECT_EQ(compare("abc", ""), 0);
-  settings().exact = true;
-  EXPECT_GT(compare("abc", "ab"), 0);
-  EXPECT_EQ(compare("ab", "ab   "), 0);
-}
-
 }  // namespace
 }  // namespace tarnel::testing
