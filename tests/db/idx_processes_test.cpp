@@ -112,8 +112,8 @@ class ProcessOrders : public TableTest {
       EXPECT_EQ(check_idx(std::string(order.name) + ".idx").counter, counter) << order.name;
   }
 
-  // Compares the file of each order that isn't in `told`, a bit for each, with the records. Empty, or
-  // what is wrong.
+  // Compares the file of each order that isn't in `told`, a bit for each, with the records. Empty,
+  // or what is wrong.
   static std::string compare_with_records(unsigned told = 0) {
     std::map<std::uint32_t, std::string> keys[std::size(kOrders)];
     if (!open("t", Use::kReadOnly)) return "can't open";

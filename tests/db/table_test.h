@@ -36,7 +36,8 @@ std::int32_t count(const char* function, std::initializer_list<Var*> arguments =
 std::string get(const char* field);
 void put(const char* field, Var* value);
 
-// Evaluates expressions of the language, separated by commas. The value of the last as show() writes it.
+// Evaluates expressions of the language, separated by commas. Gives the last value as show() writes
+// it; errors are recorded, and the evaluation goes on.
 std::string run(const std::string& expressions);
 
 bool create(const char* file, std::initializer_list<FieldRow> rows);

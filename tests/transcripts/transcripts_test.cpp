@@ -1,14 +1,14 @@
-// Runs tnsh on the transcripts of this folder, one test for each NAME.tr: an input line stands behind
-// "> ", the lines that it shows on standard output and standard error stand below it or behind it,
-// each after " ==> ":
+// Runs tnsh on the transcripts of this folder, one test for each NAME.tr: an input line stands
+// behind "> ", the lines that it shows on standard output and standard error stand below it or
+// behind it, each after " ==> ":
 //
 //     > 6 * 7 ==>         42
 //     > .t. + 1 ==> error 902: (warning);addition on logicals ==>          2
 //
 // Shown lines are exact, blanks included (" ==>" at the end shows an empty line); one that ends in
-// blanks stands below. Only what the evaluator reports of an input that it expanded to itself is cut
-// to ";@input". No input holds " ==> ", for the language has no such operator. Lines that begin with
-// # are remarks. Every transcript runs in an empty directory of its own.
+// blanks stands below. Only what the evaluator reports of an input that it expanded to itself is
+// cut to ";@input". No input holds " ==> ", for the language has no such operator. Lines that begin
+// with # are remarks. Every transcript runs in an empty directory of its own.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
