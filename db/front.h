@@ -27,6 +27,9 @@ enum class NoArea : bool { kSilent, kError322 };
 #define FRONT_CALLS(X)                                                                             \
   X(bof, "bof", kAccess, kNone, kSilent, kFalse,                                                   \
     "bof() -> lAtTop: did a move run over the first record")                                       \
+  X(dbaverage, "average", kMethod, kAll, kSilent, kFalse,                                          \
+    "dbaverage(xExpr, [xFor], [xWhile], [nNext], [lRest]) -> aAverages: averages of expressions, " \
+    "a text, a block or an array of them")                                                         \
   X(dbclearfil, "clearfilter", kMethod, kNone, kSilent, kFalse,                                    \
     "dbclearfilter() -> lDone: shows all records again")                                           \
   X(dbclearrel, "clearrelation", kMethod, kNone, kSilent, kFalse,                                  \
@@ -35,8 +38,13 @@ enum class NoArea : bool { kSilent, kError322 };
     "dbclosearea(): closes the table of the current area")                                         \
   X(dbcommit, "commit", kMethod, kNone, kSilent, kFalse,                                           \
     "dbcommit() -> lDone: writes the current record and brings the header up to date")             \
+  X(dbcontinue, "continue", kMethod, kNone, kSilent, kFalse,                                       \
+    "dbcontinue() -> lFound: goes to the next record that the last locate looked for")             \
+  X(dbcount, "count", kMethod, kAll, kSilent, kZero,                                               \
+    "dbcount([xFor], [xWhile], [nNext], [lRest]) -> nRecords: number of records of a scope")       \
   X(dbdelete, "delete", kMethod, kAll, kSilent, kFalse,                                            \
-    "dbdelete([bFor], [bWhile], [xScope]) -> lDone: marks the current record as deleted")          \
+    "dbdelete([xFor], [xWhile], [xScope]) -> lDone: marks the current record as deleted, or a "    \
+    "scope")                                                                                       \
   X(dbfieldinf, "fieldinfo", kMethod, kAll, kSilent, kNil,                                         \
     "dbfieldinfo(nWhat, xField) -> xInfo: 1 name, 2 type, 3 length, 4 decimals of a field")        \
   X(dbfilter, "filter", kAccess, kNone, kSilent, kEmptyText,                                       \
@@ -48,12 +56,19 @@ enum class NoArea : bool { kSilent, kError322 };
   X(dbgotop, "gotop", kMethod, kNone, kError322, kFalse, "dbgotop(): goes to the first record")    \
   X(dbinfo, "info", kMethod, kAll, kSilent, kNil,                                                  \
     "dbinfo(nWhat, [xNew]) -> xInfo: what there is to ask about the table")                        \
+  X(dblocate, "locate", kMethod, kAll, kSilent, kFalse,                                            \
+    "dblocate(xFor, [xWhile], [xScope]) -> lFound: goes to the first record for which a block or " \
+    "text is true; a number or .T. begins at the current one")                                     \
   X(dbrecall, "recall", kMethod, kAll, kSilent, kFalse,                                            \
-    "dbrecall([bFor], [bWhile], [xScope]) -> lDone: takes the delete mark off the current record") \
+    "dbrecall([xFor], [xWhile], [xScope]) -> lDone: takes the delete mark off the current "        \
+    "record, or a scope")                                                                          \
   X(dbrecordin, "recordinfo", kMethod, kAll, kSilent, kNil,                                        \
     "dbrecordinfo(nWhat, [nRecord]) -> xInfo: 1 deleted, 2 locked, 3 size, 4 number of a record")  \
   X(dbrelation, "relation", kMethod, kAll, kSilent, kEmptyText,                                    \
     "dbrelation([n]) -> cText: text of the nth relation, 1 by default")                            \
+  X(dbreplace, "replace", kMethod, kAll, kSilent, kFalse,                                          \
+    "dbreplace(xField, xValue, [xFor], [xWhile], [xScope]) -> lDone: changes fields in ALL "       \
+    "records, or those of a scope; 1 as scope is the current one")                                 \
   X(dbrlocklis, "rlocklist", kAccess, kNone, kSilent, kNil,                                        \
     "dbrlocklist() -> aRecords: numbers of the records this area holds locked")                    \
   X(dbsetfilte, "setfilter", kMethod, kAll, kError322, kFalse,                                     \
@@ -65,6 +80,9 @@ enum class NoArea : bool { kSilent, kError322 };
     "dbstruct() -> aRows: name, type, length and decimals of each field")                          \
   X(dbunlock, "unlock", kMethod, kAll, kSilent, kFalse,                                            \
     "dbunlock([nRecord]) -> lDone: commits and gives up the locks, or one of them")                \
+  X(dbsum, "sum", kMethod, kAll, kSilent, kFalse,                                                  \
+    "dbsum(xExpr, [xFor], [xWhile], [nNext], [lRest]) -> aSums: sums of expressions, a text, a "   \
+    "block or an array of them")                                                                   \
   X(deleted, "deleted", kAccess, kNone, kSilent, kFalse,                                           \
     "deleted() -> lDeleted: is the current record marked as deleted")                              \
   X(eof, "eof", kAccess, kNone, kSilent, kFalse, "eof() -> lAtEnd: is there no current record")    \

@@ -20,6 +20,7 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
+  void step() { at(++done_); }
   void at(std::int64_t done) {
     if (done % kStride != 0 || progress_hook() == nullptr) return;
     shown_ = true;
@@ -30,7 +31,7 @@ class Progress {
   static constexpr std::int64_t kStride = 1024;
 
   const char* work_;
-  std::int64_t total_;
+  std::int64_t total_, done_ = 0;
   bool shown_ = false;
 };
 

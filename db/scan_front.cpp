@@ -1,5 +1,8 @@
 #include "db/scan_front.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "core/errors.h"
 #include "core/stacks.h"
 #include "db/area.h"
@@ -17,7 +20,44 @@ Var* server_of(const Var* area) {
   return found != nullptr ? found->server() : nullptr;
 }
 
+// The customary scope of a statement, NEXT, RECORD and REST behind FOR and WHILE, as the one argument that
+// the driver takes for the three; RECORD goes to its record first. An argument of a wrong type is handed on
+// for the driver to refuse.
+Var* extent_of(Var* server, std::int32_t argc, Var** argv, std::int32_t first) {
+  Var* given[3];
+  for (std::int32_t i = 0; i < 3; ++i)
+    given[i] = first + i < argc && argv[first + i] != nullptr ? argv[first + i] : nil_value();
+  auto [next, record, rest] = given;
+  if (is_number(record)) {
+    front_call(server, {"goto", kMethod}, 1, &record);
+    return int_one();
+  }
+  if (!is_nil(record)) return record;
+  if (!is_nil(next)) return next;
+  return is_number(rest) ? empty_text() : rest;  // a number would be taken for NEXT
+}
+
+Var* scan(std::string_view member, std::int32_t argc, Var** argv, std::int32_t before_extent) {
+  Var* server = front_server(NoArea::kSilent);
+  if (server == nullptr) return false_value();
+  const CellHold held(server);
+  std::vector<Var*> passed(argv, argv + std::min(argc, before_extent));
+  passed.resize(static_cast<std::size_t>(before_extent), nil_value());
+  passed.push_back(extent_of(server, argc, argv, before_extent));
+  return front_call(server, member, kMethod, before_extent + 1, passed.data());
+}
+
 }  // namespace
+
+Var* dbeval(std::int32_t argc, Var** argv) {
+  return scan("eval", argc, argv, 3);
+}
+Var* dblocate_statement(std::int32_t argc, Var** argv) {
+  return scan("locate", argc, argv, 2);
+}
+Var* dbcontinue_statement(std::int32_t argc, Var** argv) {
+  return front_dbcontinue(argc, argv);
+}
 
 Var* dbserver(std::int32_t argc, Var** argv) {
   const bool current = argc < 1 || is_nil(argv[0]);

@@ -6,6 +6,12 @@
 namespace tarnel {
 
 #define SCAN_BUILTINS(X)                                                                          \
+  X("__dbcontin", dbcontinue_statement, "__dbcontinue() -> lFound: CONTINUE")                     \
+  X("__dblocate", dblocate_statement,                                                             \
+    "__dblocate(xFor, [xWhile], [nNext], [nRecord], [lRest]) -> lFound: LOCATE")                  \
+  X("dbeval", dbeval,                                                                             \
+    "dbeval(bBlock, [xFor], [xWhile], [xNext], [nRecord], [lRest]) -> lDone: runs a block for "   \
+    "each record of a scope, all by default")                                                     \
   X("dbrselect", dbrselect,                                                                       \
     "dbrselect([n]) -> nArea: area of the table that the nth relation leads to, 0 none")          \
   X("dbserver", dbserver, "dbserver([xArea]) -> oServer: the driver object of an area, NIL none") \

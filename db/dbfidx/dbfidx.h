@@ -36,6 +36,7 @@
 namespace tarnel {
 
 struct IndexControl;  // one open order, see orders.h
+class Progress;
 
 constexpr int kMaxOrders = 16;
 constexpr std::size_t kPathLimit = 250;  // longest path of a table, an order or a memo file
@@ -202,6 +203,8 @@ struct DbfIdx : OpenTable {
   std::int32_t& lastRec;  // records, as last read from the header
   std::int32_t& currentOrder;
   std::int32_t& recNo;
+
+  Progress* progress = nullptr;  // of the scan under way: what a move passes over counts too
 
   std::string dbfExt = ".dbf", dbtExt = ".dbt", idxExt = ".idx";
   Var* errorTemplate = nullptr;

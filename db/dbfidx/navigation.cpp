@@ -4,12 +4,14 @@
 #include <limits>
 
 #include "core/settings.h"
+#include "core/signals.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/order/orders.h"
 #include "db/dbfidx/scan/conditions.h"
 #include "db/dbfidx/scan/relations.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/progress.h"
 
 namespace tarnel {
 namespace {
@@ -56,13 +58,21 @@ void follow_for_filter(DbfIdx& dbf) {
   if (dbf.scan.filterBlock != nullptr) runRelations(dbf);
 }
 
+// Is the record under the cursor hidden, so that a search goes on?
+bool passes_over(DbfIdx& dbf) {
+  if (visible(dbf)) return false;
+  look_at_signals();  // there may be many on the way to one that shows
+  if (dbf.progress != nullptr) dbf.progress->step();
+  return true;
+}
+
 // Steps until a record shows or a flag is set.
 template <typename Step>
 void step_to_visible(DbfIdx& dbf, const std::int32_t& stop, Step step) {
   do {
     step(dbf);
     if (stop == 0) follow_for_filter(dbf);
-  } while (stop == 0 && !visible(dbf));
+  } while (stop == 0 && passes_over(dbf));
 }
 
 // The orders get what waits before they are walked; header and record are looked at again.
@@ -77,7 +87,7 @@ bool bring_orders_up(DbfIdx& dbf) {
 void settle_top(DbfIdx& dbf) {
   if (ordered(dbf) && !bring_orders_up(dbf)) return;
   follow_for_filter(dbf);
-  while (dbf.eofFlag == 0 && !visible(dbf)) {
+  while (dbf.eofFlag == 0 && passes_over(dbf)) {
     if (ordered(dbf))
       index_skip(dbf, 1);
     else
@@ -90,7 +100,7 @@ void settle_top(DbfIdx& dbf) {
 void settle_bottom(DbfIdx& dbf) {
   if (ordered(dbf) && !bring_orders_up(dbf)) return;
   follow_for_filter(dbf);
-  while (dbf.bofFlag == 0 && dbf.eofFlag == 0 && !visible(dbf)) {
+  while (dbf.bofFlag == 0 && dbf.eofFlag == 0 && passes_over(dbf)) {
     if (ordered(dbf))
       index_skip(dbf, -1);
     else
@@ -298,7 +308,6 @@ bool visible(DbfIdx& dbf) {
   }
   if (dbf.scan.filterBlock == nullptr) return true;
   const SameTable same(dbf);
-  const KeepCursor keep(dbf);  // a filter that moves on would keep the search from its end
   return condition_holds(dbf, dbf.scan.filterBlock) || !same.holds();
 }
 

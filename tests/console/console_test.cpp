@@ -160,6 +160,24 @@ TEST_F(Console, AnInterruptAtThePromptCancelsOneLine) {
   EXPECT_EQ(records(), kKept);
 }
 
+TEST_F(Console, AnInterruptEndsAScanWhoseProgressIsShown) {
+  start("exec " TARNEL_CONSOLE, true);
+  type(kMakeTable);
+  type(
+      "dbcreate('u', {{'a', 'C', 1, 0}})\ndbusearea(.t., , 'u', , .f.)\nlen({dbappend(), "
+      "dbappend()})\n");
+  type("dbeval({|| dbgoto(1)})\n");
+  EXPECT_NE(read_to("records/s").find("eval: "), std::string::npos);
+  type("\x03");
+  EXPECT_NE(read_to("tnsh> ").find("interrupted"), std::string::npos);
+  type("{dbcount(), alias()}[1] + 1000\n");
+  EXPECT_NE(read_to("tnsh> ").find("      1002\r\n"), std::string::npos);
+  type(".quit\n");
+  read_to("");
+  EXPECT_EQ(end(), 1);
+  EXPECT_EQ(records(), kKept);
+}
+
 TEST_F(Console, AReaderThatGoesAwayIsAnErrorAndNotAnEnd) {
   std::ofstream(directory_ / "script") << kMakeTable;
   EXPECT_EQ(output_of("mkfifo gone; { (read x < gone; " TARNEL_CONSOLE " script; echo $? >&2) |"
@@ -179,7 +197,8 @@ TEST_F(Console, OddDescriptorsAreRead) {
        "(sleep 0.2; echo \"replicate('x', 300000)\") > fifo; wait",
        "300001\n"},
       {"tic -o types - <<END\nmine|a terminal, cols#80,\nEND\n"
-       "OVTERM=mine TERM=xterm OVTERMINFO=types " TARNEL_CONSOLE " -e 'termtype()'", "mine\n"},
+       "OVTERM=mine TERM=xterm OVTERMINFO=types " TARNEL_CONSOLE " -e 'termtype()'",
+       "mine\n"},
       {TARNEL_CONSOLE " -e '__shutdown()' -e '1 # \"1\"' -e 5 2>/dev/null; echo $?", "NIL\n1\n"},
   };
   ASSERT_EQ(mkfifo((directory_ / "fifo").c_str(), 0600), 0);

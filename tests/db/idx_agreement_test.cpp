@@ -208,6 +208,7 @@ class HandlersTest : public AgreementTest {
     call("dbgoto", {integer(1)});
     if (yes("rlock")) put("name", text("zulu"));
     run("dbcommit(), dbseek('alpha'), dbskip(2), dbskip(-1), dborderinfo(5002)");
+    run("dbreplace('name', {|| 'm' + name}, 'n = 0', , 2)");
     if (use == Use::kExclusive)
       call("dbreindex");
     else

@@ -18,7 +18,7 @@ namespace tarnel {
   L("appenddelimited", kMethod)                         \
   L("appendsdf", kMethod)                               \
   M("asstring", kMethod, di_asstring)                   \
-  L("average", kMethod)                                 \
+  M("average", kMethod, di_average)                     \
   M("axit", kMethod, di_axit)                           \
   M("bof", kAccess, di_bof)                             \
   M("clearfilter", kMethod, di_clearfilter)             \
@@ -30,12 +30,12 @@ namespace tarnel {
   M("commit", kMethod, di_commit)                       \
   M("concurrenc", kAccess, di_concurrency)              \
   M("concurrenc", kAssign, di_set_concurrency)          \
-  L("continue", kMethod)                                \
+  M("continue", kMethod, di_continue)                   \
   L("copydb", kMethod)                                  \
   L("copydelimited", kMethod)                           \
   L("copysdf", kMethod)                                 \
   L("copystructure", kMethod)                           \
-  L("count", kMethod)                                   \
+  M("count", kMethod, di_count)                         \
   M("createdb", kMethod, di_createdb)                   \
   M("createindex", kMethod, di_createindex)             \
   M("createorder", kMethod, di_createorder)             \
@@ -48,7 +48,7 @@ namespace tarnel {
   M("eof", kAccess, di_eof)                             \
   M("errinfo", kMethod, di_errinfo)                     \
   M("error", kMethod, di_error)                         \
-  L("eval", kMethod)                                    \
+  M("eval", kMethod, di_eval)                           \
   M("fcount", kAccess, di_fcount)                       \
   M("fieldget", kMethod, di_fieldget)                   \
   M("fieldinfo", kMethod, di_fieldinfo)                 \
@@ -63,7 +63,7 @@ namespace tarnel {
   M("forblock", kAssign, di_set_forblock)               \
   M("found", kAccess, di_found)                         \
   L("getarray", kMethod)                                \
-  L("getarrfields", kMethod)                            \
+  M("getarrfields", kMethod, di_getarrfields)           \
   M("getlocate", kAccess, di_getlocate)                 \
   L("getlookuptable", kMethod)                          \
   M("gobottom", kMethod, di_gobottom)                   \
@@ -91,7 +91,7 @@ namespace tarnel {
   M("isrelation", kAssign, di_set_isrelation)           \
   L("join", kMethod)                                    \
   M("lastrec", kAccess, di_lastrec)                     \
-  L("locate", kMethod)                                  \
+  M("locate", kMethod, di_locate)                       \
   M("lockcurrentrecord", kMethod, di_lockcurrentrecord) \
   M("lupdate", kAccess, di_lupdate)                     \
   M("name", kAccess, di_name)                           \
@@ -121,7 +121,7 @@ namespace tarnel {
   M("relation", kMethod, di_relation)                   \
   M("relationobject", kMethod, di_relationobject)       \
   M("relationtext", kMethod, di_relation)               \
-  L("replace", kMethod)                                 \
+  M("replace", kMethod, di_replace)                     \
   M("rlock", kMethod, di_rlock)                         \
   M("rlocklist", kAccess, di_rlocklist)                 \
   M("rlockverify", kMethod, di_rlockverify)             \
@@ -139,7 +139,7 @@ namespace tarnel {
   M("shared", kAccess, di_shared)                       \
   M("skip", kMethod, di_skip)                           \
   L("sort", kMethod)                                    \
-  L("sum", kMethod)                                     \
+  M("sum", kMethod, di_sum)                             \
   L("total", kMethod)                                   \
   M("unlock", kMethod, di_unlock)                       \
   L("update", kMethod)                                  \

@@ -36,62 +36,6 @@ Var* no_such_field(DbfIdx& dbf, std::int32_t argc, Var** argv, TableError error)
   return nil_value();
 }
 
-// Gives the record under the cursor a delete mark and writes it at once.
-bool mark_record(DbfIdx& dbf, std::uint8_t mark, TableError not_locked) {
-  const bool held = holds_record(dbf, dbf.recNo);
-  if (dbf.eofFlag != 0 || held || dbf.readOnly()) {
-    if (checkReplace(dbf) != 0) return false;
-  } else if (checkReplace(dbf) != 1) {
-    dxerror(dbf, not_locked, {dbf.recNo});
-    return false;
-  }
-  const SameTable same(dbf);
-  bool marked = refreshRecord(dbf, true) && dbf.buffer.writable();
-  if (marked) {
-    *dbf.buffer.begin_change() = mark;
-    marked = commitRecord(dbf) == Commit::kWritten;
-  }
-  if (!held && same.holds()) release_auto_lock(dbf);
-  return marked;
-}
-
-bool delete_record(DbfIdx& dbf) {
-  return mark_record(dbf, dbf::kDeletedMark, TableError::kDeleteNotLocked);
-}
-bool recall_record(DbfIdx& dbf) {
-  return mark_record(dbf, dbf::kLiveMark, TableError::kRecallNotLocked);
-}
-
-template <bool (*Mark)(DbfIdx&)>
-Var* mark_block(std::int32_t, Var**, Var** locals) {
-  return logical(Mark(dbf_of(locals[0])));
-}
-
-// The current record, or with FOR, WHILE and scope a run by the method eval.
-template <bool (*Mark)(DbfIdx&)>
-Var* mark_method(std::int32_t argc, Var** argv, TableError arguments) {
-  DbfIdx& dbf = dbf_of(argv[0]);
-  if (argc > 4) {
-    dxerror(dbf, arguments);
-    return false_value();
-  }
-  if (!dbf.isOpen()) return false_value();
-  if (argc == 1) return logical(Mark(dbf));
-  std::vector<Var*> passed = {argv[0], TMP_BLOCK(mark_block<Mark>, &argv[0], 1)};
-  passed.insert(passed.end(), argv + 1, argv + argc);
-  return csdometh("eval", server_slot("eval"), 0, static_cast<std::int32_t>(passed.size()),
-                  passed.data());
-}
-
-template <bool (*Mark)(DbfIdx&)>
-Var* mark_all(Var** argv) {
-  DbfIdx& dbf = dbf_of(argv[0]);
-  if (!dbf.isOpen()) return false_value();
-  bool all = true;
-  for (go_top(dbf); all && dbf.isOpen() && dbf.eofFlag == 0; skip_records(dbf, 1)) all = Mark(dbf);
-  return logical(all);
-}
-
 bool append_blank(DbfIdx& dbf, bool release_locks) {
   dbf.bofFlag = dbf.eofFlag = 0;
   dbf.found = false;
@@ -133,19 +77,6 @@ Var* di_append(std::int32_t argc, Var** argv) {
   bbneterr(false);
   runRelations(dbf);
   return true_value();
-}
-
-Var* di_delete(std::int32_t argc, Var** argv) {
-  return mark_method<delete_record>(argc, argv, TableError::kDeleteArguments);
-}
-Var* di_recall(std::int32_t argc, Var** argv) {
-  return mark_method<recall_record>(argc, argv, TableError::kRecallArguments);
-}
-Var* di_deleteall(std::int32_t, Var** argv) {
-  return mark_all<delete_record>(argv);
-}
-Var* di_recallall(std::int32_t, Var** argv) {
-  return mark_all<recall_record>(argv);
 }
 
 Var* di_deleted(std::int32_t, Var** argv) {

@@ -14,10 +14,15 @@ Var* run_in_area(DbfIdx& dbf, Var* block) {
   return run_block_with(block);
 }
 
+Var* value_of_record(DbfIdx& dbf, Var* block) {
+  const KeepCursor keep(dbf);
+  return run_in_area(dbf, block);
+}
+
 Verdict judge(DbfIdx& dbf, Var* block) {
   if (block == nullptr) return Verdict::kHolds;
   const std::int32_t mark = temp_top();
-  const Var* result = run_in_area(dbf, block);
+  const Var* result = value_of_record(dbf, block);
   Verdict verdict = Verdict::kNo;
   if (is_number_or_logical(result) && truth_of(result))
     verdict = Verdict::kHolds;

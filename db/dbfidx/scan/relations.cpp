@@ -29,11 +29,6 @@ void go_to_key(DbfIdx& child, Var* key) {
     go_behind_end(child);
 }
 
-Var* key_of_record(DbfIdx& dbf, Var* block) {
-  const KeepCursor keep(dbf);  // the other relations are to see the same record
-  return run_in_area(dbf, block);
-}
-
 // The relation is a copy: the key may change the list.
 void follow(DbfIdx& dbf, const Relation relation) {
   const CellHold child_kept(relation.child), key_kept(relation.keyBlock);
@@ -41,7 +36,7 @@ void follow(DbfIdx& dbf, const Relation relation) {
   if (!child.isOpen()) return;
   const SameTable same(dbf);
   const std::int32_t mark = temp_top();
-  Var* key = dbf.eofFlag == 0 ? key_of_record(dbf, relation.keyBlock) : nullptr;
+  Var* key = dbf.eofFlag == 0 ? value_of_record(dbf, relation.keyBlock) : nullptr;
   if (same.holds() && child.isOpen()) go_to_key(child, key);
   POP_TEMPS(mark);
 }

@@ -1,0 +1,195 @@
+// Methods that change the records of a scope: replace, delete and recall.
+#include <utility>
+
+#include "core/arrays.h"
+#include "core/errors.h"
+#include "core/signals.h"
+#include "core/stacks.h"
+#include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/method/field_selector.h"
+#include "db/dbfidx/method/methods.h"
+#include "db/dbfidx/scan/conditions.h"
+#include "db/dbfidx/scan/walk.h"
+#include "db/dbfidx/table_errors.h"
+
+namespace tarnel {
+namespace {
+
+// The lock that a change of the record under the cursor takes by itself, if it holds none.
+class ChangeLock {
+ public:
+  explicit ChangeLock(DbfIdx& dbf)
+      : dbf_(dbf), same_(dbf), record_(dbf.recNo), state_(checkReplace(dbf)) {}
+  // Left by break: the lock must not stay. What was changed is written first.
+  ~ChangeLock() noexcept(false) {
+    if (state_ <= 0 || !same_.holds()) return;
+    if (leave_record(dbf_)) unlockRecord(dbf_, record_);
+  }
+  ChangeLock(const ChangeLock&) = delete;
+  ChangeLock& operator=(const ChangeLock&) = delete;
+
+  bool granted() const { return state_ >= 0; }
+  // Gives an automatic lock back, which writes the record. REQUIRES: the cursor stands on the record.
+  void release() {
+    if (std::exchange(state_, 0) > 0 && same_.holds()) release_auto_lock(dbf_);
+  }
+
+ private:
+  DbfIdx& dbf_;
+  const SameTable same_;
+  const std::int32_t record_;
+  int state_;
+};
+
+// Runs change(dbf) for each record of the scope; false when one failed, which ends the run. Along an order
+// the records are collected first (4 bytes each), since a change may move a record in the order or take it
+// out: each is changed once.
+template <typename Change>
+bool change_each(DbfIdx& dbf, const Scope& scope, const char* work, Change change) {
+  std::vector<std::int32_t> collected;
+  const bool collects = dbf.currentOrder != 0;
+  ScopeWalk walk(dbf, scope, work);
+  for (bool on = walk.begin(); on; on = walk.next())
+    if (collects)
+      collected.push_back(dbf.recNo);
+    else if (!change(dbf))
+      walk.fail();
+  if (walk.failed()) return false;
+  const bool at_end = dbf.eofFlag != 0;
+  const std::int32_t end = dbf.recNo;
+  const std::int32_t mark = temp_top();
+  for (const std::int32_t n : collected) {
+    look_at_signals();
+    goRecord(dbf, n);
+    if (!walk.same()) break;
+    if (!change(dbf)) return false;
+    POP_TEMPS(mark);
+  }
+  if (walk.same() && !collected.empty()) at_end ? go_behind_end(dbf) : goRecord(dbf, end);
+  return true;
+}
+
+// --- Replace.
+
+// New values for fields, in order: blocks are run for each record, NIL leaves a field as it is.
+struct Replacement {
+  FieldSelector fields;
+  std::vector<Var*> values;
+};
+
+void read_values(Var* argument, Replacement& replacement) {
+  const bool several = argument->type == 'A';
+  const std::int32_t count = several ? element_count(argument) : 1;
+  for (std::size_t i = 0; i < replacement.fields.numbers.size(); ++i) {
+    const auto n = static_cast<std::int32_t>(i) + 1;
+    Var* value = n > count ? nil_value() : several ? element(argument, n) : argument;
+    replacement.values.push_back(ARG_VAR(value));
+  }
+}
+
+// False when a value is the error value, or a field refused it.
+bool replace_record(DbfIdx& dbf, const Replacement& replacement) {
+  ChangeLock lock(dbf);
+  if (!lock.granted()) return false;
+  const SameTable same(dbf);
+  bool good = true;
+  for (std::size_t i = 0; good && same.holds() && i < replacement.values.size(); ++i) {
+    if (is_nil(replacement.values[i])) continue;
+    Var* value = replacement.values[i];
+    if (is_block(value)) value = value_of_record(dbf, value);
+    if (!same.holds()) return true;  // the table was closed: so ends the run
+    good =
+        value->type != 'E' && store_field(dbf, replacement.fields.numbers[i], value) != nil_value();
+  }
+  lock.release();
+  return good;
+}
+
+// --- Delete marks.
+
+// Gives the record under the cursor a delete mark and writes it at once.
+bool mark_record(DbfIdx& dbf, std::uint8_t mark, TableError not_locked) {
+  const bool held = holds_record(dbf, dbf.recNo);
+  if (dbf.eofFlag != 0 || held || dbf.readOnly()) {
+    if (checkReplace(dbf) != 0) return false;
+  } else if (checkReplace(dbf) != 1) {
+    dxerror(dbf, not_locked, {dbf.recNo});
+    return false;
+  }
+  const SameTable same(dbf);
+  bool marked = refreshRecord(dbf, true) && dbf.buffer.writable();
+  if (marked) {
+    *dbf.buffer.begin_change() = mark;
+    marked = commitRecord(dbf) == Commit::kWritten;
+  }
+  if (!held && same.holds()) release_auto_lock(dbf);
+  return marked;
+}
+
+bool delete_record(DbfIdx& dbf) {
+  return mark_record(dbf, dbf::kDeletedMark, TableError::kDeleteNotLocked);
+}
+bool recall_record(DbfIdx& dbf) {
+  return mark_record(dbf, dbf::kLiveMark, TableError::kRecallNotLocked);
+}
+
+struct Marking {
+  bool (*record)(DbfIdx& dbf);
+  const char* work;
+  TableError arguments;
+};
+constexpr Marking kDelete = {delete_record, "delete", TableError::kDeleteArguments};
+constexpr Marking kRecall = {recall_record, "recall", TableError::kRecallArguments};
+
+// The current record, or those of FOR, WHILE and extent.
+Var* mark_scope(std::int32_t argc, Var** argv, const Marking& marking) {
+  const KeepObject keep(argv[0]);
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (argc > 4) {
+    dxerror(dbf, marking.arguments);
+    return false_value();
+  }
+  if (!dbf.isOpen()) return false_value();
+  if (argc == 1) return logical(marking.record(dbf));
+  Scope scope;
+  return logical(read_scope(dbf, {argc, argv, 1}, scope) &&
+                 change_each(dbf, scope, marking.work, marking.record));
+}
+
+Var* mark_all(Var** argv, const Marking& marking) {
+  const KeepObject keep(argv[0]);
+  DbfIdx& dbf = dbf_of(argv[0]);
+  return logical(dbf.isOpen() && change_each(dbf, Scope(), marking.work, marking.record));
+}
+
+}  // namespace
+
+Var* di_replace(std::int32_t argc, Var** argv) {
+  const KeepObject keep(argv[0]);
+  DbfIdx& dbf = dbf_of(argv[0]);
+  if (!dbf.isOpen()) return false_value();
+  Replacement replacement;
+  if (!read_fields(dbf, argument_or_nil(argc, argv, 1), TableError::kPutNoField,
+                   replacement.fields))
+    return false_value();
+  read_values(argument_or_nil(argc, argv, 2), replacement);
+  Scope scope;
+  return logical(read_scope(dbf, {argc, argv, 3}, scope) &&
+                 change_each(dbf, scope, "replace",
+                             [&](DbfIdx& d) { return replace_record(d, replacement); }));
+}
+
+Var* di_delete(std::int32_t argc, Var** argv) {
+  return mark_scope(argc, argv, kDelete);
+}
+Var* di_recall(std::int32_t argc, Var** argv) {
+  return mark_scope(argc, argv, kRecall);
+}
+Var* di_deleteall(std::int32_t, Var** argv) {
+  return mark_all(argv, kDelete);
+}
+Var* di_recallall(std::int32_t, Var** argv) {
+  return mark_all(argv, kRecall);
+}
+
+}  // namespace tarnel

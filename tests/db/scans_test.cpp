@@ -1,0 +1,59 @@
+// What scans, filters and relations leave behind when code of the language leaves them by break.
+#include "core/arrays.h"
+#include "core/sequence.h"
+#include "tests/db/table_test.h"
+
+namespace tarnel::testing {
+namespace {
+
+class Scans : public TableTest {};
+
+TEST_F(Scans, ABreakLeavesSelectionLocksAndRelationsAsTheyWere) {
+  ASSERT_TRUE(create("t", {{"n", "N", 5, 0}}) && create("u", {{"n", "N", 5, 0}}));
+  ASSERT_TRUE(open("u", Use::kShared) && open("t", Use::kShared));
+  run("aeval({1, 2, 3}, {|x| dbappend(), fieldput(1, x)}), dbunlock()");
+  // Each selects the other area and breaks when it comes to the second record.
+  const std::string leave = "iif(n = 2, {dbselectarea('u'), break(1)}[1], n > 0)";
+  const std::string block = "{|| " + leave + "}", quoted = "\"" + leave + "\"";
+  const std::string whole[] = {
+      "dbeval(" + block + ")",
+      "dbeval({|| .T.}, " + quoted + ")",
+      "dbeval({|| .T.}, , " + block + ", -1)",
+      "dblocate({|| !" + leave + "})",
+      "dbinfo(34, " + block + "), dbgotop(), dbcontinue()",
+      "dbcount(" + quoted + ")",
+      "dbsum(" + quoted + ")",
+      "dbaverage({" + block + "})",
+      "dbreplace('n', {|| iif(" + leave + ", n, 0)})",
+      "dbdelete(" + block + ")",
+      "dbserver():getarrfields(1, " + block + ")",
+      "dbsetfilter(" + quoted + "), dbskip()",
+      "dbgoto(2), dbsetfilter(" + block + ")",
+      "dbsetrelation('u', " + block + "), dbgoto(2)",
+  };
+  for (const std::string& expressions : whole) {
+    SCOPED_TRACE(expressions);
+    call("dbgotop");
+    EXPECT_NE(in_sequence([&] { run(expressions); }), nullptr);
+    EXPECT_EQ(run("alias()"), "C T");
+    const DbfIdx& dbf = table();
+    EXPECT_EQ(dbf.locks.readers + dbf.locks.writers + dbf.locks.records.count(), 0);
+    EXPECT_FALSE(dbf.buffer.changed() || dbf.relations.running || dbf.progress != nullptr);
+    run("dbclearfilter(), dbclearrelation()");
+    EXPECT_EQ(run("dbsum('n')[1]"), "N 6");
+  }
+  EXPECT_EQ(take_errors(), "");
+}
+
+TEST_F(Scans, ResultsEndAtTheLongestArray) {
+  ASSERT_TRUE(create("t", {{"n", "N", 5, 0}}) && open("t", Use::kExclusive));
+  for (std::int32_t i = 0; i <= kMaxElements; ++i) call("dbappend");
+  EXPECT_EQ(run("len(dbserver():getarrfields('n', 65535))"), "I 1");
+  EXPECT_EQ(run("dbgotop(), len(dbserver():getarrfields('n', 65535))"), "I 65535");
+  EXPECT_EQ(take_errors(), "");
+  EXPECT_EQ(run("dbserver():getarrfields('n')"), "L F");
+  EXPECT_NE(take_errors().find("array size=65536"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tarnel::testing
