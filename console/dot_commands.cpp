@@ -28,6 +28,8 @@ bool read(std::string_view name);
 bool set(std::string_view arguments);
 
 constexpr DotCommand kDotCommands[] = {
+    {"filter", "[CONDITION]",
+     "hides the records of the current table for which it isn't true, or none", set_filter},
     {"help", "[NAME]", "tells about the commands, or about a function or command", help},
     {"list", "[N]", "shows N records from the current one on, 20 by default", list_records},
     {"orders", "", "shows the orders of the current table, the controlling one marked with *",

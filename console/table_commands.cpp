@@ -8,9 +8,11 @@
 
 #include "console/session.h"
 #include "core/arrays.h"
+#include "core/blocks.h"
 #include "core/classes.h"
 #include "core/errors.h"
 #include "core/output.h"
+#include "core/settings.h"
 #include "core/stacks.h"
 #include "core/text.h"
 #include "db/area.h"
@@ -28,6 +30,7 @@ using Row = std::vector<std::string>;
 // Columns as wide as their widest cell; numbers stand right.
 class AlignedTable {
  public:
+  AlignedTable() = default;
   explicit AlignedTable(Row head) { add(std::move(head)); }
   void add(Row row) {
     widths_.resize(std::max(widths_.size(), row.size()));
@@ -79,6 +82,11 @@ Var* call(Var* server, const char* method, Var* argument = nullptr) {
   return argument != nullptr ? send(server, method, argument) : send(server, method);
 }
 
+Var* filter_block(Var* server) {
+  constexpr std::int32_t kFilterBlock = 5001;
+  return call(server, "info", TMP_INT(kFilterBlock));
+}
+
 std::string mode_of(Var* server) {
   std::string mode = truth_of(get_ivar(server, "shared")) ? "shared" : "exclusive";
   if (truth_of(get_ivar(server, "readonly"))) mode += ", read-only";
@@ -95,6 +103,46 @@ std::string locks_of(Var* server) {
   if (element_count(list) > 1) text += " and " + std::to_string(element_count(list) - 1) + " more";
   return text;
 }
+
+// --- What hides records or moves with them; "" without one.
+
+std::string filter_of(Var* server) {
+  const std::string text(text_of(get_ivar(server, "filter")));
+  return text.empty() && is_block(filter_block(server)) ? "a block" : text;
+}
+
+std::string scope_of(Var* server) {
+  std::string text;
+  const auto add = [&](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
+  if (is_block(get_ivar(server, "forblock"))) add("for");
+  if (is_block(get_ivar(server, "whileblock"))) add("while");
+  const std::int32_t extent = integer_of(get_ivar(server, "scope"));
+  if (extent >= 0) add("next " + std::to_string(extent));
+  if (extent < -1) add("rest");
+  return text;
+}
+
+std::string relations_of(Var* server) {
+  std::string text;
+  for (std::int32_t i = 1;; ++i) {
+    Var* child = call(server, "relationobject", TMP_INT(i));
+    if (child->type != 'O') break;
+    if (i > 1) text += ", ";
+    if (const Var* key = call(server, "relation", TMP_INT(i)); !text_of(key).empty())
+      text += std::string(text_of(key)) + " ";
+    text += truth_of(get_ivar(child, "used"))
+                ? "to " + std::string(text_of(get_ivar(child, "alias")))
+                : "to a closed table";
+  }
+  return text.empty() || truth_of(get_ivar(server, "isrelation")) ? text : text + " (off)";
+}
+
+struct Aspect {
+  const char* name;
+  std::string (*text)(Var* server);
+};
+constexpr Aspect kAspects[] = {
+    {"filter", filter_of}, {"scope", scope_of}, {"relations", relations_of}};
 
 // What a check of an order found.
 constexpr std::int32_t kGood = 0, kDiffers = 1, kCorrupted = 2;
@@ -129,14 +177,71 @@ class TempsMark {
   std::int32_t mark_;
 };
 
-Row record_row(Var* server, std::int32_t fields) {
-  const TempsMark mark;
-  Row row = {number_text(get_ivar(server, "recno")),
-             truth_of(get_ivar(server, "deleted")) ? "*" : ""};
-  for (std::int32_t i = 1; i <= fields; ++i)
-    row.push_back(cell_text(call(server, "fieldget", TMP_INT(i))));
-  return row;
-}
+// The records of the current table from the current one on, as filter and stored scope let them show.
+// What conditions select is undone, and one that closes the table ends the list.
+class RecordList {
+ public:
+  explicit RecordList(Var* server)
+      : kept_(server), server_(server), fields_(integer_of(get_ivar(server, "fcount"))) {
+    Row head = {"record", ""};
+    for (std::int32_t i = 1; i <= fields_; ++i)
+      head.emplace_back(text_of(call(server, "fieldname", TMP_INT(i))));
+    table_.add(std::move(head));
+  }
+  RecordList(const RecordList&) = delete;
+  RecordList& operator=(const RecordList&) = delete;
+
+  void write(int wanted) {
+    for (const Aspect& aspect : kAspects)
+      if (const std::string text = aspect.text(server_); !text.empty())
+        write_output(std::string(aspect.name) + ": " + text + "\n");
+    Var* stood = TMP_INT(integer_of(get_ivar(server_, "recno")));
+    std::int32_t left = integer_of(get_ivar(server_, "scope"));
+    if (is_there() && is_hidden()) call(server_, "skip");
+    for (; wanted > 0 && left != 0 && is_there() && holds("whileblock"); --left) {
+      const TempsMark mark;
+      if (holds("forblock") && is_there()) {
+        add_record();
+        --wanted;
+      }
+      if (is_there()) call(server_, "skip");
+    }
+    if (truth_of(get_ivar(server_, "used"))) call(server_, "goto", stood);
+    table_.write();
+  }
+
+ private:
+  bool is_there() {
+    return truth_of(get_ivar(server_, "used")) && !truth_of(get_ivar(server_, "eof"));
+  }
+  bool gives_true(Var* block) {
+    const AreaScope in(area_by_server(server_));
+    const Var* result = run_block_with(block);
+    return is_number_or_logical(result) && truth_of(result);
+  }
+  bool holds(const char* condition) {
+    Var* block = get_ivar(server_, condition);
+    return !is_block(block) || gives_true(block);
+  }
+  // Moves pass over what is hidden, but the cursor may stand there.
+  bool is_hidden() {
+    if (settings().deleted && truth_of(get_ivar(server_, "deleted"))) return true;
+    Var* filter = filter_block(server_);
+    return is_block(filter) && !gives_true(filter);
+  }
+  void add_record() {
+    Row row = {number_text(get_ivar(server_, "recno")),
+               truth_of(get_ivar(server_, "deleted")) ? "*" : ""};
+    for (std::int32_t i = 1; i <= fields_; ++i)
+      row.push_back(cell_text(call(server_, "fieldget", TMP_INT(i))));
+    table_.add(std::move(row));
+  }
+
+  const CellHold kept_;
+  Var* const server_;
+  const std::int32_t fields_;
+  AlignedTable table_;
+};
 
 void complete_fields(Var* server, const std::string& prefix, std::string_view beginning,
                      std::vector<std::string>& names) {
@@ -152,13 +257,26 @@ void complete_fields(Var* server, const std::string& prefix, std::string_view be
 
 bool list_tables(std::string_view) {
   const TempsMark mark;
-  AlignedTable table({"area", "alias", "records", "use", "locked", "file"});
+  std::vector<Aspect> shown;  // those that any table has
+  for (const Aspect& aspect : kAspects)
+    for (const WorkArea* area = area_list(); area != nullptr; area = area->next)
+      if (!aspect.text(area->server()).empty()) {
+        shown.push_back(aspect);
+        break;
+      }
+  Row head = {"area", "alias", "records", "use", "locked", "file"};
+  for (const Aspect& aspect : shown) head.emplace_back(aspect.name);
+  AlignedTable table(std::move(head));
   for (const WorkArea* area = area_list(); area != nullptr; area = area->next) {
     Var* server = area->server();
-    table.add({std::to_string(area->number) + (area == current_area() ? "*" : ""),
+    Row row = {std::to_string(area->number) + (area == current_area() ? "*" : ""),
                std::string(text_of(get_ivar(server, "alias"))),
-               number_text(get_ivar(server, "lastrec")), mode_of(server), locks_of(server),
-               shown_path(text_of(get_ivar(server, "filespec")))});
+               number_text(get_ivar(server, "lastrec")),
+               mode_of(server),
+               locks_of(server),
+               shown_path(text_of(get_ivar(server, "filespec")))};
+    for (const Aspect& aspect : shown) row.push_back(aspect.text(server));
+    table.add(std::move(row));
   }
   table.write();
   return true;
@@ -211,22 +329,18 @@ bool list_structure(std::string_view) {
 
 bool list_records(std::string_view count) {
   const TempsMark mark;
-  Var* server = server_or_complaint();
-  if (server == nullptr) return true;
+  if (server_or_complaint() == nullptr) return true;
+  RecordList list(current_server());
   int wanted = kUsualRecords;
   if (!count.empty()) std::from_chars(count.data(), count.data() + count.size(), wanted);
-  const std::int32_t fields = integer_of(get_ivar(server, "fcount"));
-  Row head = {"record", ""};
-  for (std::int32_t i = 1; i <= fields; ++i)
-    head.emplace_back(text_of(call(server, "fieldname", TMP_INT(i))));
-  AlignedTable table(std::move(head));
-  Var* stood = TMP_INT(integer_of(get_ivar(server, "recno")));
-  for (; wanted > 0 && !truth_of(get_ivar(server, "eof")); --wanted) {
-    table.add(record_row(server, fields));
-    call(server, "skip");
-  }
-  call(server, "goto", stood);
-  table.write();
+  list.write(wanted);
+  return true;
+}
+
+bool set_filter(std::string_view condition) {
+  const TempsMark mark;
+  if (Var* server = server_or_complaint(); server != nullptr)
+    call(server, "setfilter", TMP_TEXT(condition));
   return true;
 }
 

@@ -11,8 +11,11 @@ namespace tarnel {
 bool list_tables(std::string_view);
 bool list_orders(std::string_view);
 bool list_structure(std::string_view);
-// Writes N records from the current one on, 20 by default; the cursor ends where it stood.
+// Writes N records from the current one on, 20 by default, as filter and stored scope let them show, behind
+// what those are; the cursor ends where it stood.
 bool list_records(std::string_view count);
+// Sets the filter of the current table; without a condition it is cleared.
+bool set_filter(std::string_view condition);
 
 // From now on a line on standard error tells of each order that lacks changes of its table, when it is
 // opened or chosen.
