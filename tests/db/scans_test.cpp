@@ -45,6 +45,26 @@ TEST_F(Scans, ABreakLeavesSelectionLocksAndRelationsAsTheyWere) {
   EXPECT_EQ(take_errors(), "");
 }
 
+// The key of an order is code that runs while the lock of a change is held.
+TEST_F(Scans, ABreakInAKeyLeavesNoRecordLockedOrChanged) {
+  ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"m", "N", 5, 0}}) && open("t", Use::kExclusive));
+  run("aeval({1, 2, 3}, {|x| dbappend(), fieldput(1, x), fieldput(2, x)})");
+  ASSERT_EQ(run("dbcreateindex('i', 'iif(set(9), break(1), n)'), dbclosearea()"), "L T");
+  ASSERT_TRUE(open("t", Use::kShared) && yes("dbsetindex", {text("i")}));
+  for (const char* change : {"fieldput(1, 9)", "dbdelete()", "dbdelete(, , 1)", "dbreplace('n', 9, , , 1)",
+                             "dbreplace({'m', 'n'}, {9, {|| break(1)}}, , , 1)"}) {
+    SCOPED_TRACE(change);
+    run("dbgotop()");
+    const bool own = std::string_view(change).find("{||") != std::string_view::npos;
+    EXPECT_NE(in_sequence([&] { run((own ? "" : "set(9, .T.), ") + std::string(change)); }), nullptr);
+    run("set(9, .F.)");
+    EXPECT_EQ(table().locks.records.count() + table().locks.writers, 0);
+    EXPECT_FALSE(table().buffer.changed());
+  }
+  EXPECT_EQ(run("dbsetorder(0), dbgotop(), m"), "N 1");
+  EXPECT_EQ(take_errors(), "");
+}
+
 TEST_F(Scans, ResultsEndAtTheLongestArray) {
   ASSERT_TRUE(create("t", {{"n", "N", 5, 0}}) && open("t", Use::kExclusive));
   for (std::int32_t i = 0; i <= kMaxElements; ++i) call("dbappend");

@@ -1,6 +1,4 @@
 // Methods that change the records of a scope: replace, delete and recall.
-#include <utility>
-
 #include "core/arrays.h"
 #include "core/errors.h"
 #include "core/signals.h"
@@ -8,65 +6,64 @@
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/method/field_selector.h"
 #include "db/dbfidx/method/methods.h"
+#include "db/dbfidx/record/change_lock.h"
 #include "db/dbfidx/scan/conditions.h"
 #include "db/dbfidx/scan/walk.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/progress.h"
 
 namespace tarnel {
 namespace {
 
-// The lock that a change of the record under the cursor takes by itself, if it holds none.
-class ChangeLock {
- public:
-  explicit ChangeLock(DbfIdx& dbf)
-      : dbf_(dbf), same_(dbf), record_(dbf.recNo), state_(checkReplace(dbf)) {}
-  // Left by break: the lock must not stay. What was changed is written first.
-  ~ChangeLock() noexcept(false) {
-    if (state_ <= 0 || !same_.holds()) return;
-    if (leave_record(dbf_)) unlockRecord(dbf_, record_);
-  }
-  ChangeLock(const ChangeLock&) = delete;
-  ChangeLock& operator=(const ChangeLock&) = delete;
-
-  bool granted() const { return state_ >= 0; }
-  // Gives an automatic lock back, which writes the record. REQUIRES: the cursor stands on the record.
-  void release() {
-    if (std::exchange(state_, 0) > 0 && same_.holds()) release_auto_lock(dbf_);
-  }
-
- private:
-  DbfIdx& dbf_;
-  const SameTable same_;
-  const std::int32_t record_;
-  int state_;
+// The records of a scope, and where a walk over them ends.
+struct Collected {
+  std::vector<std::int32_t> records;
+  std::int32_t end = 0;
+  bool at_end = false;
 };
+
+// False when the walk failed. Nothing is there to change when the table was closed meanwhile.
+bool collect(DbfIdx& dbf, const Scope& scope, const char* work, Collected& collected) {
+  ScopeWalk walk(dbf, scope, work);
+  for (bool on = walk.begin(); on; on = walk.next()) collected.records.push_back(dbf.recNo);
+  if (!walk.same()) collected.records.clear();
+  collected.end = dbf.recNo;
+  collected.at_end = dbf.eofFlag != 0;
+  return !walk.failed();
+}
+
+template <typename Change>
+bool change_collected(DbfIdx& dbf, const Collected& collected, const char* work, Change change) {
+  const SameTable same(dbf);
+  const std::int32_t mark = temp_top();
+  Progress progress(work, static_cast<std::int64_t>(collected.records.size()));
+  for (const std::int32_t n : collected.records) {
+    look_at_signals();
+    goRecord(dbf, n);
+    if (!same.holds()) return true;
+    if (!change(dbf)) return false;
+    if (!same.holds()) return true;
+    POP_TEMPS(mark);
+    progress.step();
+  }
+  if (!collected.records.empty())
+    collected.at_end ? go_behind_end(dbf) : goRecord(dbf, collected.end);
+  return true;
+}
 
 // Runs change(dbf) for each record of the scope; false when one failed, which ends the run. Along an order
 // the records are collected first (4 bytes each), since a change may move a record in the order or take it
 // out: each is changed once.
 template <typename Change>
 bool change_each(DbfIdx& dbf, const Scope& scope, const char* work, Change change) {
-  std::vector<std::int32_t> collected;
-  const bool collects = dbf.currentOrder != 0;
+  if (dbf.currentOrder != 0) {
+    Collected collected;
+    return collect(dbf, scope, work, collected) && change_collected(dbf, collected, work, change);
+  }
   ScopeWalk walk(dbf, scope, work);
   for (bool on = walk.begin(); on; on = walk.next())
-    if (collects)
-      collected.push_back(dbf.recNo);
-    else if (!change(dbf))
-      walk.fail();
-  if (walk.failed()) return false;
-  const bool at_end = dbf.eofFlag != 0;
-  const std::int32_t end = dbf.recNo;
-  const std::int32_t mark = temp_top();
-  for (const std::int32_t n : collected) {
-    look_at_signals();
-    goRecord(dbf, n);
-    if (!walk.same()) break;
-    if (!change(dbf)) return false;
-    POP_TEMPS(mark);
-  }
-  if (walk.same() && !collected.empty()) at_end ? go_behind_end(dbf) : goRecord(dbf, end);
-  return true;
+    if (!change(dbf)) walk.fail();
+  return !walk.failed();
 }
 
 // --- Replace.
@@ -109,20 +106,18 @@ bool replace_record(DbfIdx& dbf, const Replacement& replacement) {
 
 // Gives the record under the cursor a delete mark and writes it at once.
 bool mark_record(DbfIdx& dbf, std::uint8_t mark, TableError not_locked) {
-  const bool held = holds_record(dbf, dbf.recNo);
-  if (dbf.eofFlag != 0 || held || dbf.readOnly()) {
-    if (checkReplace(dbf) != 0) return false;
-  } else if (checkReplace(dbf) != 1) {
-    dxerror(dbf, not_locked, {dbf.recNo});
+  const bool locks = dbf.eofFlag == 0 && !dbf.readOnly() && !holds_record(dbf, dbf.recNo);
+  ChangeLock lock(dbf);
+  if (!lock.granted()) {
+    if (locks) dxerror(dbf, not_locked, {dbf.recNo});
     return false;
   }
-  const SameTable same(dbf);
   bool marked = refreshRecord(dbf, true) && dbf.buffer.writable();
   if (marked) {
     *dbf.buffer.begin_change() = mark;
     marked = commitRecord(dbf) == Commit::kWritten;
   }
-  if (!held && same.holds()) release_auto_lock(dbf);
+  lock.release();
   return marked;
 }
 

@@ -7,6 +7,7 @@
 #include "core/symbols.h"
 #include "core/text.h"
 #include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/record/change_lock.h"
 #include "db/dbfidx/record/memo.h"
 #include "db/dbfidx/table_errors.h"
 #include "lib/dates.h"
@@ -235,17 +236,14 @@ Var* field_value(DbfIdx& dbf, std::int32_t i) {
 }
 
 Var* store_field(DbfIdx& dbf, std::int32_t i, Var* value) {
-  const int may = checkReplace(dbf);
-  if (may < 0) return nil_value();
+  ChangeLock lock(dbf);
+  if (!lock.granted()) return nil_value();
   const SameTable same(dbf);
-  const bool ready = refreshRecord(dbf, true) && same.holds() && dbf.buffer.writable();
-  if (!ready || static_cast<std::size_t>(i) >= dbf.fieldCells.size()) {
-    if (may > 0 && same.holds()) release_auto_lock(dbf);
-    return nil_value();
-  }
-  Var* cell = dbf.fieldCells[static_cast<std::size_t>(i)];
-  const bool stored = store_checked(dbf, i, cell, value);
-  if (may > 0 && same.holds()) release_auto_lock(dbf);
+  bool stored = refreshRecord(dbf, true) && same.holds() && dbf.buffer.writable() &&
+                static_cast<std::size_t>(i) < dbf.fieldCells.size();
+  Var* cell = stored ? dbf.fieldCells[static_cast<std::size_t>(i)] : nil_value();
+  stored = stored && store_checked(dbf, i, cell, value);
+  lock.release();
   return stored && same.holds() ? cell : nil_value();
 }
 
