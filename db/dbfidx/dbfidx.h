@@ -27,6 +27,7 @@
 #include "db/area.h"
 #include "db/dataserver.h"
 #include "db/dbfidx/format/format_dbf.h"
+#include "db/dbfidx/record/read_ahead.h"
 #include "db/dbfidx/record/record_buffer.h"
 #include "db/dbfidx/record/record_window.h"
 #include "db/dbfidx/record/records.h"
@@ -157,6 +158,7 @@ struct OpenTable {
   bool appended = false;  // in exclusive use, since it was opened
   bool changed = false;   // a record or the header was written since it was opened
   MappedFile mapped;      // shared use: reads without a system call
+  ReadAhead ahead;        // shared use: the next records of a walk
   RecordWindow window;    // exclusive use: records read ahead or not yet written
 
   TableLocks locks;

@@ -214,7 +214,10 @@ std::int32_t skip_locked(DbfIdx& dbf, std::int32_t n) {
   dbf.bofFlag = 0;
   const std::int32_t moved = move(dbf, n);
   if (!same.holds()) return 0;
-  if (dbf.eofFlag != 0) phantom(dbf);
+  if (dbf.eofFlag != 0)
+    phantom(dbf);
+  else if (ordered(dbf) && is_locked(dbf))
+    dbf.ahead.note(dbf, dbf.recNo);
   return moved;
 }
 

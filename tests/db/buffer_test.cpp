@@ -1,6 +1,7 @@
 // What the engine believes of the record in memory and of the header, while others write the file,
 // calls fail and processes are killed.
 #include <sys/resource.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -65,6 +66,25 @@ TEST_F(Buffer, ShowsRecordsThatCameOrChangedElsewhere) {
   EXPECT_TRUE(yes("rlock", {integer(1)}));  // of a record that is not under the cursor
   EXPECT_EQ(run("dbgoto(1), c := 'mine', dbunlock(), n"), "N 11");
   EXPECT_EQ(take_errors(), "");
+}
+
+// A walk reads a run of records under one lock.
+TEST_F(Buffer, WhatIsReadAheadIsBelievedForAMoment) {
+  constexpr timespec kLonger = {0, 11'000'000};
+  make(8, Use::kShared);
+  const std::string walk =
+      "dbgoto(1), n, dbskip(), n, dbskip(), n, dbskip(), n, dbskip(), n, dbskip(), n";
+  EXPECT_EQ(run(walk), "N 6");
+  elsewhere([] { change(7, 70); });
+  nanosleep(&kLonger, nullptr);
+  EXPECT_EQ(run("dbskip(), n"), "N 70");
+  int expected = 70;
+  for (const char* look : {"rlock()", "flock()", "dbskip(0)"}) {
+    EXPECT_EQ(run(walk + ", dbskip(), recno()"), "N 7") << look;
+    elsewhere([] { run("dbgoto(7), rlock(), n := n + 1"); });
+    EXPECT_EQ(run(std::string(look) + ", n"), "N " + std::to_string(++expected)) << look;
+    call("dbunlock");
+  }
 }
 
 TEST_F(Buffer, StopsAtAHeaderThatIsNoLongerTheTables) {

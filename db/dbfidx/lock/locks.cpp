@@ -280,6 +280,7 @@ int lockRecord(DbfIdx& dbf, std::int32_t n) {
   if (!set_record_lock(dbf, n, lock_type(dbf))) return -1;
   dbf.locks.records.insert(n);
   // Others may have changed it until now.
+  dbf.ahead.forget();
   if (dbf.buffer.number() == n && !dbf.buffer.changed()) dbf.buffer.forget();
   return 0;
 }
@@ -296,6 +297,7 @@ int lockFile(DbfIdx& dbf) {
     return -1;
   if (!lock_range(dbf.dbfFd, lock_type(dbf), kFileLockAt, kFileLockLength)) return -1;
   dbf.flags |= kFileLocked;
+  dbf.ahead.forget();
   return 0;
 }
 

@@ -96,6 +96,7 @@ Var* di_refresh(std::int32_t, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (!dbf.isOpen()) return false_value();
   dbf.buffer.forget();
+  dbf.ahead.forget();
   return logical(refreshRecord(dbf, false));
 }
 

@@ -27,7 +27,7 @@ bool store_record(DbfIdx& dbf, std::int32_t n) {
   const std::uint8_t* from = dbf.buffer.data();
   dbf.changed = true;
   if (dbf.exclusive()) return dbf.window.write(dbf, n, from);
-  others_look_again(dbf);
+  file_changes(dbf);
   return write_at(dbf.dbfFd, from, dbf.recordSize, record_place(dbf, n));
 }
 
@@ -138,7 +138,7 @@ bool append_exclusive(DbfIdx& dbf, std::int32_t n) {
 
 // The record first, then its count: what a crash leaves between the two counts for nobody.
 bool append_shared(DbfIdx& dbf, std::int32_t n) {
-  others_look_again(dbf);
+  file_changes(dbf);
   const std::uint8_t* blank = dbf.buffer.begin_append();
   if (!write_at(dbf.dbfFd, blank, dbf.recordSize, record_place(dbf, n)))
     return append_failed(dbf, n, TableError::kRecordUnwritable);
@@ -156,10 +156,12 @@ bool read_shared(DbfIdx& dbf, std::uint8_t* to, std::size_t n, std::int64_t at) 
   return (dbf.mapped.read(to, n, at) && to[n - 1] != 0) || read_at(dbf.dbfFd, to, n, at);
 }
 
-void others_look_again(DbfIdx& dbf) {
+void file_changes(DbfIdx& dbf) {
+  dbf.ahead.forget();
   for (DbfIdx* other = dbf.ring; other != &dbf; other = other->ring) {
     other->header.look_again();
     other->buffer.look_again();
+    other->ahead.forget();
   }
 }
 
@@ -205,6 +207,11 @@ bool fetchRecord(DbfIdx& dbf, std::int32_t n) {
   return true;
 }
 
+// Is this a read that needs nothing but the record, outside of any operation that holds the lock?
+static bool reads_alone(const DbfIdx& dbf) {
+  return !dbf.exclusive() && !is_locked(dbf) && !dbf.buffer.changed() && has_record(dbf, dbf.recNo);
+}
+
 bool refreshRecord(DbfIdx& dbf, bool onlyIfMoved) {
   if (onlyIfMoved && is_buffered(dbf)) return true;
   if (dbf.exclusive() && !dbf.buffer.changed() && has_record(dbf, dbf.recNo))
@@ -215,8 +222,18 @@ bool refreshRecord(DbfIdx& dbf, bool onlyIfMoved) {
     dbf.bofFlag = 1;
     return true;
   }
+  const bool alone = onlyIfMoved && reads_alone(dbf);
+  if (alone && dbf.ahead.take(dbf.recNo, dbf.buffer.begin_read(), dbf.recordSize)) {
+    dbf.buffer.read_done(dbf.recNo, false);
+    return true;
+  }
   const InternalLock lock(dbf, lock_mode(dbf));
-  return lock.held() && leave_record(dbf) && fetchRecord(dbf, dbf.recNo);
+  if (!lock.held() || !leave_record(dbf)) return false;
+  if (alone && dbf.ahead.load(dbf, dbf.recNo, dbf.buffer.begin_read())) {
+    dbf.buffer.read_done(dbf.recNo, true);
+    return true;
+  }
+  return fetchRecord(dbf, dbf.recNo);
 }
 
 void phantom(DbfIdx& dbf) {
@@ -280,6 +297,7 @@ bool commit_alone(DbfIdx& dbf) {
   const SameTable same(dbf);
   const InternalLock lock(dbf, lock_mode(dbf));
   if (!lock.held()) return false;
+  dbf.ahead.forget();
   const Commit done = commitRecord(dbf);
   bool good = done != Commit::kFailed && same.holds();
   if (good && done == Commit::kNothing) good = refresh_header(dbf);

@@ -42,8 +42,9 @@ void release_auto_lock(DbfIdx& dbf);
 
 // Reads n bytes of a table that others use too. False on an error or the end of the file.
 [[nodiscard]] bool read_shared(DbfIdx& dbf, std::uint8_t* to, std::size_t n, std::int64_t at);
-// What other areas of this process know of the file is no longer so.
-void others_look_again(DbfIdx& dbf);
+// This area writes the file: what it has read ahead, and what other areas of this process know, is no
+// longer so.
+void file_changes(DbfIdx& dbf);
 // Is the internal lock held?
 bool is_locked(const DbfIdx& dbf);
 // Writes the records that the window holds back. False after error 104, as below.

@@ -37,7 +37,7 @@ bool refuse(DbfIdx& dbf, TableError error) {
 bool store(DbfIdx& dbf) {
   dbf.changed = true;
   dbf.header.stamp(dbf.lastRec, today());
-  others_look_again(dbf);
+  file_changes(dbf);
   if (write_at(dbf.dbfFd, dbf.header.data(), dbf::kHeaderPrefix, 0)) return true;
   dbf.header.look_again();
   return false;
