@@ -1,7 +1,6 @@
 // Methods that change the records of a scope: replace, delete and recall.
 #include "core/arrays.h"
 #include "core/errors.h"
-#include "core/signals.h"
 #include "core/stacks.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/method/field_selector.h"
@@ -10,57 +9,14 @@
 #include "db/dbfidx/scan/conditions.h"
 #include "db/dbfidx/scan/walk.h"
 #include "db/dbfidx/table_errors.h"
-#include "db/progress.h"
 
 namespace tarnel {
 namespace {
 
-// The records of a scope, and where a walk over them ends.
-struct Collected {
-  std::vector<std::int32_t> records;
-  std::int32_t end = 0;
-  bool at_end = false;
-};
-
-// False when the walk failed. Nothing is there to change when the table was closed meanwhile.
-bool collect(DbfIdx& dbf, const Scope& scope, const char* work, Collected& collected) {
-  ScopeWalk walk(dbf, scope, work);
-  for (bool on = walk.begin(); on; on = walk.next()) collected.records.push_back(dbf.recNo);
-  if (!walk.same()) collected.records.clear();
-  collected.end = dbf.recNo;
-  collected.at_end = dbf.eofFlag != 0;
-  return !walk.failed();
-}
-
-template <typename Change>
-bool change_collected(DbfIdx& dbf, const Collected& collected, const char* work, Change change) {
-  const SameTable same(dbf);
-  const std::int32_t mark = temp_top();
-  Progress progress(work, static_cast<std::int64_t>(collected.records.size()));
-  for (const std::int32_t n : collected.records) {
-    look_at_signals();
-    goRecord(dbf, n);
-    if (!same.holds()) return true;
-    if (!change(dbf)) return false;
-    if (!same.holds()) return true;
-    POP_TEMPS(mark);
-    progress.step();
-  }
-  if (!collected.records.empty())
-    collected.at_end ? go_behind_end(dbf) : goRecord(dbf, collected.end);
-  return true;
-}
-
-// Runs change(dbf) for each record of the scope; false when one failed, which ends the run. Along an order
-// the records are collected first (4 bytes each), since a change may move a record in the order or take it
-// out: each is changed once.
+// Runs change(dbf) for each record of the scope, once; false when one failed, which ends the run.
 template <typename Change>
 bool change_each(DbfIdx& dbf, const Scope& scope, const char* work, Change change) {
-  if (dbf.currentOrder != 0) {
-    Collected collected;
-    return collect(dbf, scope, work, collected) && change_collected(dbf, collected, work, change);
-  }
-  ScopeWalk walk(dbf, scope, work);
+  ScopeWalk walk(dbf, scope, work, ScopeWalk::Path::kFixed);
   for (bool on = walk.begin(); on; on = walk.next())
     if (!change(dbf)) walk.fail();
   return !walk.failed();

@@ -3,6 +3,7 @@
 #include "core/errors.h"
 #include "core/signals.h"
 #include "core/stacks.h"
+#include "db/dbfidx/order/orders.h"
 #include "db/dbfidx/scan/conditions.h"
 #include "db/dbfidx/table_errors.h"
 
@@ -57,21 +58,42 @@ bool read_scope(DbfIdx& dbf, const ScopeArguments& arguments, Scope& scope, std:
   return false;
 }
 
-ScopeWalk::ScopeWalk(DbfIdx& dbf, const Scope& scope, const char* work)
+ScopeWalk::ScopeWalk(DbfIdx& dbf, const Scope& scope, const char* work, Path path)
     : dbf_(dbf),
       same_(dbf),
       scope_(scope),
       left_(scope.count),
       mark_(temp_top()),
+      fixed_(path == Path::kFixed && dbf.currentOrder != 0),
       progress_(work, expected_records(dbf, scope)),
       shown_(dbf.progress, &progress_) {}
 
 bool ScopeWalk::begin() {
-  if (scope_.count == kScopeAll)
+  const bool from_top = scope_.count == kScopeAll;
+  if (from_top && !fixed_)
     go_top(dbf_);
-  else
+  else if (!from_top)
     commit_table(dbf_);
-  return same() && find();
+  if (same() && fixed_) failed_ = !take_path(from_top) || (from_top && !move_along_path());
+  return same() && !failed_ && find();
+}
+
+// The records from the top, or behind the one under the cursor, as the order has them under one internal
+// lock. False after an error.
+bool ScopeWalk::take_path(bool from_top) {
+  const InternalLock lock(dbf_, lock_mode(dbf_));
+  if (!lock.held() || !leave_record(dbf_) || !refresh_header(dbf_)) return false;
+  index_synchronize(dbf_, kSyncMove);
+  if (!same() || dbf_.currentOrder == 0) return false;
+  const KeepCursor keep(dbf_);
+  if (from_top) {
+    dbf_.bofFlag = dbf_.eofFlag = 0;
+    index_gotop(dbf_);
+  } else {
+    index_forward(dbf_, 1);
+  }
+  for (; same() && dbf_.eofFlag == 0; index_forward(dbf_, 1)) path_.push_back(dbf_.recNo);
+  return !same() || dbf_.currentOrder != 0;
 }
 
 bool ScopeWalk::next() {
@@ -100,10 +122,26 @@ bool ScopeWalk::step() {
   if (left_ > 0 && --left_ == 0) return false;
   look_at_signals();
   progress_.step();
-  const std::int32_t moved = skip_records(dbf_, 1);
-  if (!same()) return false;
-  failed_ = moved == 0 && dbf_.eofFlag == 0;  // told by the move, which would not get any further
-  return !failed_;
+  failed_ = !(fixed_ ? move_along_path() : move_on()) && same();
+  return !failed_ && same();
+}
+
+// False when the move failed, which it has told: it would not get any further.
+bool ScopeWalk::move_on() {
+  return skip_records(dbf_, 1) != 0 || dbf_.eofFlag != 0;
+}
+
+bool ScopeWalk::move_along_path() {
+  while (passed_ < path_.size() && same()) {
+    goRecord(dbf_, path_[passed_++]);
+    if (!same() || dbf_.eofFlag != 0) continue;
+    if (!refreshRecord(dbf_, true) && !is_unreadable(dbf_)) return false;
+    if (visible(dbf_)) return true;
+    look_at_signals();
+    progress_.step();
+  }
+  if (same()) go_behind_end(dbf_);
+  return true;
 }
 
 }  // namespace tarnel

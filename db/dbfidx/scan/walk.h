@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "core/switched.h"
 #include "db/dbfidx/dbfidx.h"
@@ -40,8 +41,12 @@ struct ScopeArguments {
 
 class ScopeWalk {
  public:
+  // Along an order a walk goes on from wherever the record at hand is by then. Where records are changed, by
+  // it or by others, that misses some and comes twice to others; a fixed path is taken from the order at the
+  // beginning (4 bytes a record) and has each record once, those appended since left out.
+  enum class Path : bool { kSteps, kFixed };
   // `work` names it where progress is shown, and must last. The scope's blocks must outlive the walk.
-  ScopeWalk(DbfIdx& dbf, const Scope& scope, const char* work);
+  ScopeWalk(DbfIdx& dbf, const Scope& scope, const char* work, Path path = Path::kSteps);
   ScopeWalk(const ScopeWalk&) = delete;
   ScopeWalk& operator=(const ScopeWalk&) = delete;
 
@@ -56,8 +61,11 @@ class ScopeWalk {
   bool same() const { return same_.holds(); }
 
  private:
+  bool take_path(bool from_top);
   bool find();
   bool step();
+  bool move_on();
+  bool move_along_path();
   bool holds(Var* condition);
 
   DbfIdx& dbf_;
@@ -66,6 +74,9 @@ class ScopeWalk {
   std::int32_t left_;  // records to go; below 0 without limit
   const std::int32_t mark_;
   bool failed_ = false;
+  const bool fixed_;
+  std::vector<std::int32_t> path_;  // the records to come
+  std::size_t passed_ = 0;          // of them
   Progress progress_;
   const Switched<Progress*> shown_;
 };
