@@ -12,6 +12,7 @@
 
 #include "core/descriptors.h"
 #include "core/errors.h"
+#include "core/file_ops.h"
 #include "core/frame.h"
 #include "core/memory.h"
 #include "core/output.h"
@@ -89,7 +90,7 @@ void finish_output() {
   if (!write_gathered()) exit_road_failed();
 }
 void sync_tables() {
-  if (state.table_written) sync();
+  if (state.table_written) file_ops().sync();
 }
 void close_files() {
   run(state.hooks.close_files);

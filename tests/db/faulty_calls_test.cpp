@@ -9,6 +9,7 @@
 #include "db/dbfidx/format/format_dbf.h"
 #include "tests/db/idx_checker.h"
 #include "tests/db/table_test.h"
+#include "tests/support/fail_allocation.h"
 #include "tests/support/fail_nth.h"
 
 namespace tarnel::testing {
@@ -92,10 +93,13 @@ class FaultyCalls : public TableTest, public ::testing::WithParamInterface<bool>
     call("dbclosearea");
     for (const char* file : kFiles) saved_[file] = read_file(file);
   }
-  void open_again(bool shared, bool orders) {
+  void put_back() {
     close_all_areas();
     for (const char* file : kFiles) write_file(file, saved_[file]);
     for (const char* file : {"new.dbf", "new.dbt", "new.idx"}) ::unlink(file);
+  }
+  void open_again(bool shared, bool orders) {
+    put_back();
     ASSERT_TRUE(open("t", shared ? Use::kShared : Use::kExclusive)) << take_errors();
     if (!orders) return;
     ASSERT_TRUE(yes("dbsetindex", {text("byn")}) && yes("dbsetindex", {text("bywho")}))
@@ -119,6 +123,15 @@ class FaultyCalls : public TableTest, public ::testing::WithParamInterface<bool>
                   (order.counter != 0 && order.counter != counter))
           << file << " " << order.fault << " " << order.counter << " " << counter;
     }
+  }
+  using Records = std::vector<std::string>;
+  static void expect_nothing_lost(const Records& now, const Records& before, const Records& after,
+                                  const Records& also) {
+    ASSERT_GE(now.size(), before.size());
+    for (std::size_t i = 0; i < before.size(); ++i)
+      EXPECT_TRUE(now[i] == before[i] || now[i] == after[i] || now[i] == also[i])
+          << i + 1 << " " << now[i];
+    expect_orders_agree_or_differ(now);
   }
   static void expect_next_operation_works() {
     ASSERT_TRUE(area_list() != nullptr || open("t", Use::kExclusive)) << take_errors();
@@ -174,17 +187,45 @@ TEST_P(FaultyCalls, LoseNothingAndSayWhatIsTrue) {
             const auto now = records_in_files();
             EXPECT_TRUE(!says || now == after || !at_close.empty() || (closing && !errors.empty()))
                 << now.size();
-            ASSERT_GE(now.size(), before.size());
-            for (std::size_t i = 0; i < now.size(); ++i)
-              EXPECT_TRUE((i < before.size() && now[i] == before[i]) ||
-                          (i < after.size() && now[i] == after[i]) || i >= before.size())
-                  << i + 1 << " " << now[i];
-            expect_orders_agree_or_differ(now);
+            expect_nothing_lost(now, before, after, after);
             expect_next_operation_works();
             POP_TEMPS(mark);
           });
     }
   EXPECT_GT(runs, 500);
+}
+
+// Most of them end the run by the exit road, which closes what the failure left half done. Those of a
+// value on its way to the engine raise error 301, and the value arrives empty.
+TEST_P(FaultyCalls, EachAllocationMayFail) {
+  std::uint64_t allocations = 0;
+  for (const bool shared : {true, false})
+    for (const Operation& operation : kOperations) {
+      if (shared && !operation.shared) continue;
+      const auto open_table = [&] { open_again(shared, GetParam()); };
+      const auto operate = [&] { return run(operation.expressions) == "L T"; };
+      open_table();
+      const auto before = records_in_files();
+      ASSERT_TRUE(operate()) << take_errors();
+      close_all_areas();
+      const auto after = records_in_files();
+      auto emptied = after;
+      for (std::string& record : emptied) record.resize(record.find('|') + 1);
+      put_back();
+      allocations += fail_each_allocation(
+          operation.name + std::string(shared ? ", shared" : ""), open_table,
+          [&] { static_cast<void>(operate()); },
+          [&] {
+            if (area_list() == nullptr) open_table();
+            return operate();
+          },
+          [&] {
+            expect_nothing_lost(records_in_files(), before, after, emptied);
+            expect_next_operation_works();
+            put_back();
+          });
+    }
+  EXPECT_GT(allocations, 300U);
 }
 
 }  // namespace

@@ -244,12 +244,13 @@ TEST_F(Evaluator, EveryAllocationMayFail) {
   };
   for (const std::string& text : texts) {
     const std::uint64_t count = fail_each_allocation(
-        text, [&] { EXP_EVAL(text); },
+        text, [] {}, [&] { EXP_EVAL(text); },
         [&] {
           EXP_EVAL(text);
           return take_errors().find("301") == std::string::npos &&
                  value_of("len({1, 'two'}) + eval({|x| x}, 3)") == "I 5";
-        });
+        },
+        [] {});
     EXPECT_GT(count, 0U) << text;
     EXP_EVAL(text);
   }

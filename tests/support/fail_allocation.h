@@ -9,6 +9,7 @@
 #include <new>
 #include <string>
 
+#include "core/file_ops.h"
 #include "core/memory.h"
 #include "tests/support/test_runtime.h"
 
@@ -30,15 +31,18 @@ namespace tarnel::testing {
 
 enum Outcome { kGoesOn = 0, kEndsTheRun = 1, kWrong = 2, kNotReached = 3 };
 
-// In a process of its own: the operation with its nth allocation failing, and what is right afterwards.
-// What the process wrote to its standard error comes back in `told`.
-template <typename Operation, typename Next>
-int with_failing_allocation(std::uint64_t n, Operation operation, Next next, std::string& told) {
+// In a process of its own: prepare(), the operation with its nth allocation failing, and what is right
+// afterwards. What the process wrote to its standard error comes back in `told`.
+template <typename Prepare, typename Operation, typename Next>
+int with_failing_allocation(std::uint64_t n, Prepare prepare, Operation operation, Next next,
+                            std::string& told) {
   int ends[2];
   if (pipe(ends) != 0) return kWrong;
   const pid_t child = fork();
   if (child == 0) {
     dup2(ends[1], STDERR_FILENO);
+    file_ops().sync = [] {};  // slow, and these files needn't outlive the machine
+    prepare();
     take_errors();
     fail_allocation(n);
     operation();
@@ -60,20 +64,24 @@ int with_failing_allocation(std::uint64_t n, Operation operation, Next next, std
   return WIFEXITED(status) ? WEXITSTATUS(status) : kWrong;
 }
 
-// For every allocation of `operation`: when it fails, either error 301 is raised and next() is right, or the
-// run ends by the exit road and says why. The number of allocations.
-template <typename Operation, typename Next>
-std::uint64_t fail_each_allocation(const std::string& name, Operation operation, Next next) {
+// For every allocation of `operation`, after prepare() in the same process: when it fails, either error 301
+// is raised and next() is right, or the run ends by the exit road and says why. Then check(), here. The
+// number of allocations.
+template <typename Prepare, typename Operation, typename Next, typename Check>
+std::uint64_t fail_each_allocation(const std::string& name, Prepare prepare, Operation operation,
+                                   Next next, Check check) {
   for (std::uint64_t n = 1;; ++n) {
     std::string told;
-    const int outcome = with_failing_allocation(n, operation, next, told);
+    const int outcome = with_failing_allocation(n, prepare, operation, next, told);
     if (outcome == kNotReached) return n - 1;
     // The last that it says: a sanitizer ends with status 1 too.
     const bool said =
         told.find("Not enough memory error") != std::string::npos && told.ends_with("\n\r\n\r");
-    const bool fine = outcome == kGoesOn || (outcome == kEndsTheRun && said);
-    EXPECT_TRUE(fine) << name << ", allocation " << n << ": " << outcome << " " << told;
-    if (!fine) return n;
+    const ::testing::ScopedTrace trace(__FILE__, __LINE__,
+                                       name + ", allocation " + std::to_string(n));
+    EXPECT_TRUE(outcome == kGoesOn || (outcome == kEndsTheRun && said)) << outcome << " " << told;
+    check();
+    if (::testing::Test::HasFailure()) return n;
   }
 }
 

@@ -255,6 +255,10 @@ std::int32_t field_position(const DbfIdx& dbf, std::string_view name) {
 }
 
 void attach_field_cells(DbfIdx& dbf) {
+  // Room for both first: a run that finds none ends here, and closes the table on its way out.
+  const auto count = static_cast<std::size_t>(dbf.fieldCount);
+  dbf.fieldCells.reserve(count);
+  dbf.fieldSymbols.reserve(count);
   for (std::int32_t i = 0; i < dbf.fieldCount; ++i) {
     Var* cell = new_cell(dbf, i);
     const std::int32_t sym = ADD_SYMBOL(field_at(dbf, i).name);
