@@ -95,6 +95,10 @@ std::span<const PropertyEntry> server_properties() {
   return properties;
 }
 
+bool types_agree(char value, char place) {
+  return types_compatible(value, place) || (letter_in(value, "CM") && letter_in(place, "CM"));
+}
+
 void register_server_class(const ClassDescriptor& descriptor) {
   state.classes.push_back(&descriptor);
 }

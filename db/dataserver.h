@@ -295,6 +295,10 @@ std::array<MethodEntry, kServerSlots + N> driver_methods(const DriverMember (&me
 // Instances and properties of a driver: the 42 above, then `cells` plain ones of its own.
 std::span<const PropertyEntry> server_properties();
 
+// May a value of this type be stored in a field, or looked for in an order, of that type? Numbers and
+// logicals pass for each other, and so do both kinds of text.
+bool types_agree(char value, char place);
+
 // Marks a class as a descendant of dataserver, without which no area takes its objects.
 void register_server_class(const ClassDescriptor& descriptor);
 bool is_server_class(const ClassDescriptor* descriptor);

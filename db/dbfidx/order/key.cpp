@@ -5,12 +5,10 @@
 #include <cassert>
 
 #include "core/operators.h"
+#include "db/dataserver.h"
 
 namespace tarnel {
 namespace {
-
-constexpr const char* kAgreeing[] = {"IN", "CM", "FI", "FL", "FN", "IF", "IL",
-                                     "LF", "LI", "LN", "MC", "NF", "NI", "NL"};
 
 double get_double(const std::uint8_t* p) {
   return std::bit_cast<double>(std::uint64_t{get_u32le(p)} | std::uint64_t{get_u32le(p + 4)} << 32);
@@ -27,12 +25,6 @@ bool is_numeric(char type) {
 
 }  // namespace
 
-bool key_types_agree(char value, char key) {
-  return value == key ||
-         std::any_of(std::begin(kAgreeing), std::end(kAgreeing),
-                     [=](const char* pair) { return pair[0] == value && pair[1] == key; });
-}
-
 bool Key::same(const Key& other) const {
   return type == other.type && length == other.length &&
          std::memcmp(bytes, other.bytes, std::size_t{length} + 1) == 0;
@@ -40,7 +32,7 @@ bool Key::same(const Key& other) const {
 
 bool make_key(Key& key, const Var* value, char type) {
   assert(idx::stored_size(type, 1) != 0);
-  if (!key_types_agree(value->type, type)) return false;
+  if (!types_agree(value->type, type)) return false;
   key.type = type;
   key.length = static_cast<std::uint16_t>(idx::stored_size(type, 0));
   switch (type) {

@@ -21,8 +21,6 @@ struct Key {
   bool same(const Key& other) const;
 };
 
-// May a value of this type be looked for in an order of that type?
-bool key_types_agree(char value, char key);
 // False when the types do not agree. REQUIRES: type is one of an order.
 bool make_key(Key& key, const Var* value, char type);
 // The value of a key in a page, in a new temporary of the order's type.

@@ -201,7 +201,7 @@ bool index_seek(DbfIdx& dbf, Var* value, bool soft) {
     return false;
   }
   const char type = index->header().type;
-  if (!key_types_agree(value->type, type)) {
+  if (!types_agree(value->type, type)) {
     dbf.eofFlag = 1;
     dxerror(dbf, TableError::kSeekTypeMismatch, {value->type, type});
     return false;

@@ -110,14 +110,13 @@ bool store_memo(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
 
 struct FieldType {
   char letter;
-  const char* takes;  // types of values that can be stored
   bool (*load)(DbfIdx& dbf, const Field& field, Var* cell);
   bool (*store)(DbfIdx& dbf, const Field& field, Var* cell, const Var* value);
 };
 constexpr FieldType kTypes[] = {
-    {'C', "CM", load_text, store_text},      {'D', "D", load_date, store_date},
-    {'F', "FINL", load_number, store_float}, {'L', "LFIN", load_logical, store_logical},
-    {'M', "MC", load_memo, store_memo},      {'N', "NFIL", load_number, store_number},
+    {'C', load_text, store_text},    {'D', load_date, store_date},
+    {'F', load_number, store_float}, {'L', load_logical, store_logical},
+    {'M', load_memo, store_memo},    {'N', load_number, store_number},
 };
 
 const FieldType* type_of(char letter) {
@@ -133,7 +132,7 @@ bool store_checked(DbfIdx& dbf, std::int32_t i, Var* cell, const Var* value) {
     dxerror(dbf, TableError::kPutFieldType, {field.type});
     return false;
   }
-  if (type == nullptr || !letter_in(value->type, type->takes)) {
+  if (type == nullptr || !types_agree(value->type, field.type)) {
     dxerror(dbf, TableError::kPutTypeMismatch, {field.type, value->type});
     return false;
   }
@@ -173,30 +172,18 @@ void unlist_cell(std::int32_t sym, Var* cell) {
 
 Var* new_cell(DbfIdx& dbf, std::int32_t i) {
   const dbf::Field& field = field_at(dbf, i);
-  const bool known = letter_in(field.type, "CDFLMN");
-  Var* cell = NEW_VAR('f', known ? field.type : 'U');
+  Var* cell = NEW_VAR('f', type_of(field.type) != nullptr ? field.type : 'U');
   cell->bits = cell->bits2 = 0;
   cell->name = i;
   cell->owner = &dbf.area->owner;
-  switch (cell->type) {
-    case 'C':
-      cell->text = text_place(dbf, field);
-      cell->length = field.length + 1;
-      break;
-    case 'M':
-      set_memo_text(cell, {});
-      break;
-    case 'D':
-      cell->length = dbf::kDateLength;
-      break;
-    case 'L':
-      cell->length = 1;
-      break;
-    case 'U':
-      break;
-    default:
-      cell->length = field.length;
-      cell->decimals = field.decimals;
+  if (cell->type == 'C') {
+    cell->text = text_place(dbf, field);
+    cell->length = field.length + 1;
+  } else if (cell->type == 'M') {
+    set_memo_text(cell, {});
+  } else if (cell->type != 'U') {
+    cell->length = dbf::stored_length(field.type, field.length);
+    if (is_number(cell)) cell->decimals = field.decimals;
   }
   return cell;
 }
