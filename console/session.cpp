@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cctype>
 #include <cerrno>
 #include <cstring>
@@ -172,6 +173,7 @@ class OpenedFile {
 }  // namespace
 
 void open_session() {
+  assert(current_frame() != nullptr && current_frame() != &session.frame);
   BEGIN_PROC(&session.frame, "tnsh", "tnsh", 0, 0);
   Var* block[] = {TMP_BLOCK(show_error)};
   errorblock(1, block);

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -260,10 +261,12 @@ constexpr std::size_t driver_slots(const DriverMember (&)[N]) {
 }
 
 // The driver's slot of a member: its place in dataserver, else among the driver's own by name.
-// REQUIRES: `members` is sorted by name, access before assign before method.
+// REQUIRES: `members` is sorted by name.
 template <std::size_t N>
 constexpr std::int32_t driver_slot(const DriverMember (&members)[N], std::string_view name,
                                    char kind = kMethod) {
+  assert(std::ranges::is_sorted(members, {},
+                                [](const DriverMember& m) { return std::string_view(m.name); }));
   const std::int32_t base = server_slot(name, kind);
   if (base >= 0) return base;
   for (std::size_t i = 0; i < N; ++i)

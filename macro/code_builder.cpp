@@ -130,6 +130,7 @@ std::uint32_t CodeBuilder::add_bytes(std::string_view bytes) {
 }
 
 Code* CodeBuilder::finish(std::string_view text, bool is_block) {
+  assert(steps_.size() == 0 || steps_[steps_.size() - 1].kind != StepKind::kReturn);
   add(StepKind::kReturn);
   const std::size_t size = sizeof(Code) + size_of(cells_) + size_of(blocks_) + size_of(words_) +
                            size_of(steps_) + size_of(bytes_) + text.size();

@@ -1,5 +1,6 @@
 #include "macro/machine.h"
 
+#include <cassert>
 #include <string>
 
 #include "core/classes.h"
@@ -38,6 +39,7 @@ Var* shared_constant(SharedConstant which) {
 }  // namespace
 
 Var* run_code(Code& code, std::string_view source, const BlockArguments& arguments) {
+  assert(code.refs > 0 && code.steps != nullptr);
   return Machine(code, source, arguments).run();
 }
 

@@ -16,6 +16,7 @@
 //   relations      the tables that follow the cursor
 #pragma once
 
+#include <cassert>
 #include <cstdint>
 #include <iterator>
 #include <string>
@@ -215,15 +216,16 @@ struct DbfIdx : OpenTable {
 inline Var* cursor_cell(const Var* object, CursorCell cell) {
   return object->shared->elements[2 + kServerInstanceCount + static_cast<std::size_t>(cell)];
 }
+const ClassDescriptor& dbfidx_class();
 DbfIdx& make_private_area(Var* object);
 // The private record of a driver object, made at the first call. REQUIRES: object is of class
 // dbfidx.
 inline DbfIdx& dbf_of(Var* object) {
+  assert(class_of(object) == &dbfidx_class());
   const Var* cell = cursor_cell(object, kPrivateArea);
   return cell->type == '?' && cell->raw != nullptr ? *static_cast<DbfIdx*>(cell->raw)
                                                    : make_private_area(object);
 }
-const ClassDescriptor& dbfidx_class();
 
 // Keeps a driver object, and with it the private record, for the life of the guard.
 class KeepObject {

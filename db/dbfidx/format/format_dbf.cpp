@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -30,6 +31,7 @@ constexpr std::size_t kNumberRoom = 640;
 // Right-aligned in the field. REQUIRES: the digits fit.
 void put_right(std::uint8_t* at, int length, std::string_view digits) {
   const auto room = static_cast<std::size_t>(length);
+  assert(digits.size() <= room);
   std::memset(at, ' ', room - digits.size());
   std::memcpy(at + room - digits.size(), digits.data(), digits.size());
 }

@@ -21,6 +21,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cassert>
 
 #include "core/checks.h"
 #include "core/file_ops.h"
@@ -359,6 +360,7 @@ std::int32_t LockList::lookup(std::int32_t n) const {
 void LockList::insert(std::int32_t n) {
   if (count_ == capacity()) entries_.resize(entries_.size() + kListStep);
   const std::int32_t at = ~lookup(n);
+  assert(at >= 0);
   std::copy_backward(entries_.begin() + at, entries_.begin() + count_,
                      entries_.begin() + count_ + 1);
   entries_[static_cast<std::size_t>(at)] = n;

@@ -114,11 +114,16 @@ inline bool ready(DbfIdx& dbf, IndexControl& index) {
   index.tree.refresh();
   return sound(dbf, index);
 }
+// Did ready() say yes under the internal lock now held, and nothing fail since?
+inline bool is_ready(const DbfIdx& dbf, const IndexControl& index) {
+  return index.closed || (!mismatch_to_report(dbf) && index.tree.failed_sector() < 0 &&
+                          (index.exclusive() || index.lockStamp == dbf.locks.stamp));
+}
 // Writes what was changed under a shared lock.
 void settle(DbfIdx& dbf, IndexControl& index);
 // The key of the record under the cursor. False after error 317, and of a record that can't be read.
 bool record_key(DbfIdx& dbf, IndexControl& index, Key& key);
-// Error 416 for a key that is there already. REQUIRES: ready()
+// Error 416 for a key that is there already. REQUIRES: is_ready()
 void add_key(DbfIdx& dbf, IndexControl& index, const Key& key, std::int32_t recno);
 
 // --- Opening and closing (order_open.cpp)

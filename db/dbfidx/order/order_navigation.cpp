@@ -1,4 +1,6 @@
 // Moves of the cursor along the controlling order.
+#include <cassert>
+
 #include "core/blocks.h"
 #include "core/stacks.h"
 #include "db/dbfidx/method/methods.h"
@@ -41,7 +43,7 @@ IndexControl* ready_index(DbfIdx& dbf) {
   return index != nullptr && ready(dbf, *index) ? index : nullptr;
 }
 
-// Brings the tree's cursor to the key of the record under the cursor. REQUIRES: ready()
+// Brings the tree's cursor to the key of the record under the cursor. REQUIRES: is_ready()
 bool place_on_record(DbfIdx& dbf, IndexControl& index);
 
 // The same at the start of a step: usually the tree's cursor is there already.
@@ -81,6 +83,7 @@ bool ask_block(DbfIdx& dbf, IndexControl& index, Var* block, bool& wanted) {
 }
 
 bool place_on_record(DbfIdx& dbf, IndexControl& index) {
+  assert(is_ready(dbf, index));
   const bool somewhere = dbf.lastRec > 0 && dbf.recNo <= dbf.lastRec && dbf.eofFlag == 0;
   if (!somewhere || index.tree.keys() == 0) {
     index.tree.leave();

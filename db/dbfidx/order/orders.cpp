@@ -1,6 +1,7 @@
 // The keys of records as they come, change and go.
 #include "db/dbfidx/order/orders.h"
 
+#include <cassert>
 #include <utility>
 
 #include "core/stacks.h"
@@ -145,6 +146,7 @@ bool record_key(DbfIdx& dbf, IndexControl& index, Key& key) {
 }
 
 void add_key(DbfIdx& dbf, IndexControl& index, const Key& key, std::int32_t n) {
+  assert(is_ready(dbf, index));
   const auto recno = static_cast<std::uint32_t>(n);
   if (index.header().unique()) {
     add_to_unique(dbf, index, key, recno);

@@ -28,8 +28,8 @@ bool index_synchronize(DbfIdx& dbf, SyncMode mode);
 // index_synchronize(kSyncReplace). Keys that could not be put in place leave their order different.
 void index_replace(DbfIdx& dbf);
 
-// Moves of the controlling order. REQUIRES: currentOrder is not 0. They set recNo, bofFlag,
-// eofFlag.
+// Moves of the controlling order. They set recNo, bofFlag, eofFlag; without an order, or when it was
+// given up, the cursor goes past the last record (back: bofFlag alone is set).
 void index_gotop(DbfIdx& dbf);
 void index_gobottom(DbfIdx& dbf);
 std::int32_t index_back(DbfIdx& dbf, std::int32_t n);     // n is negative

@@ -133,7 +133,9 @@ void PageStore::touch(std::uint32_t sector) {
     Chunk& chunk = *chunks_[sector / kChunkPages];
     if (chunk.dirty == 0) dirty_chunks_.push_back(sector / kChunkPages);
     chunk.dirty |= bit(sector);
-  } else if (const std::size_t slot = slot_of(sector); slot < kSlots) {
+  } else {
+    const std::size_t slot = slot_of(sector);
+    assert(slot < kSlots);
     slots_dirty_ |= 1U << slot;
   }
 }

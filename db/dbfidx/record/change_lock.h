@@ -1,6 +1,7 @@
 // The lock under which one record is changed.
 #pragma once
 
+#include <cassert>
 #include <cstdint>
 
 #include "db/dbfidx/dbfidx.h"
@@ -25,6 +26,7 @@ class ChangeLock {
   bool granted() const { return state_ >= 0; }
   // Gives an automatic lock back, which writes the record. REQUIRES: the cursor stands on the record.
   void release() {
+    assert(state_ <= 0 || !same_.holds() || dbf_.recNo == record_);
     if (state_ > 0 && same_.holds()) release_auto_lock(dbf_);
     state_ = 0;
   }
