@@ -16,6 +16,7 @@
 #include "core/stacks.h"
 #include "core/text.h"
 #include "db/area.h"
+#include "db/info_codes.h"
 #include "db/order_notice.h"
 #include "lib/value_text.h"
 
@@ -83,8 +84,7 @@ Var* call(Var* server, const char* method, Var* argument = nullptr) {
 }
 
 Var* filter_block(Var* server) {
-  constexpr std::int32_t kFilterBlock = 5001;
-  return call(server, "info", TMP_INT(kFilterBlock));
+  return call(server, "info", TMP_INT(info::kFilterBlock));
 }
 
 std::string mode_of(Var* server) {
@@ -95,8 +95,7 @@ std::string mode_of(Var* server) {
 
 // What the area holds locked.
 std::string locks_of(Var* server) {
-  constexpr std::int32_t kFileLocked = 20;
-  if (truth_of(call(server, "info", TMP_INT(kFileLocked)))) return "file";
+  if (truth_of(call(server, "info", TMP_INT(info::kFileLocked)))) return "file";
   const Var* list = get_ivar(server, "rlocklist");
   if (list->type != 'A' || element_count(list) == 0) return "-";
   std::string text = "record " + number_text(element(list, 1));
@@ -283,8 +282,7 @@ bool list_tables(std::string_view) {
 }
 
 bool list_orders(std::string_view) {
-  constexpr std::int32_t kCondition = 1, kKey = 2, kPath = 20, kDescends = 22, kKeys = 26,
-                         kUnique = 43, kState = 5002;
+  using namespace order_info;
   const TempsMark mark;
   Var* server = server_or_complaint();
   if (server == nullptr) return true;
@@ -295,17 +293,17 @@ bool list_orders(std::string_view) {
   AlignedTable table({"order", "keys", "state", "kind", "key", "for", "file"});
   std::vector<std::int32_t> states;
   for (std::int32_t i = 1; i <= integer_of(get_ivar(server, "indexcount")); ++i)
-    states.push_back(integer_of(ask(kState, i)));
+    states.push_back(integer_of(ask(kCheck, i)));
   // Counting keys would give all orders up when one of them is corrupted.
   const bool counts = std::ranges::find(states, kCorrupted) == states.end();
   for (std::int32_t i = 1; i <= static_cast<std::int32_t>(states.size()); ++i) {
     std::string kind = truth_of(ask(kUnique, i)) ? "unique" : "";
-    if (truth_of(ask(kDescends, i))) kind += kind.empty() ? "descending" : ", descending";
+    if (truth_of(ask(kDescending, i))) kind += kind.empty() ? "descending" : ", descending";
     table.add({std::to_string(i) + (i == current ? "*" : ""),
-               counts ? number_text(ask(kKeys, i)) : "?",
+               counts ? number_text(ask(kKeyCount, i)) : "?",
                state_word(states[static_cast<std::size_t>(i) - 1]), kind,
-               std::string(text_of(ask(kKey, i))), std::string(text_of(ask(kCondition, i))),
-               shown_path(text_of(ask(kPath, i)))});
+               std::string(text_of(ask(kExpression, i))), std::string(text_of(ask(kCondition, i))),
+               shown_path(text_of(ask(kFullPath, i)))});
   }
   table.write();
   return true;

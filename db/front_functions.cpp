@@ -11,13 +11,12 @@
 #include "core/text.h"
 #include "db/area.h"
 #include "db/front.h"
+#include "db/info_codes.h"
 #include "lib/arguments.h"
 
 namespace tarnel {
 namespace {
 
-constexpr std::int32_t kOrderFileName = 20;  // code of orderinfo
-constexpr std::int32_t kFoundCode = 29;      // code of info
 constexpr std::int32_t kMostOrderArguments = 7;
 
 bool given(std::int32_t argc, Var** argv, std::int32_t i) {
@@ -229,7 +228,7 @@ Var* found(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kSilent);
   if (server == nullptr) return false_value();
   if (argc == 0) return get_ivar(server, "found");
-  Var* passed[] = {TMP_INT(kFoundCode), argv[0]};
+  Var* passed[] = {TMP_INT(info::kFound), argv[0]};
   return front_call(server, {"info", kMethod}, 2, passed);
 }
 
@@ -280,7 +279,7 @@ Var* indexnames(std::int32_t, Var**) {
   const std::int32_t count = server != nullptr ? integer_of(get_ivar(server, "indexcount")) : 0;
   cscreara(names, count, kAllNil);
   for (std::int32_t i = 1; i <= count; ++i) {
-    Var* passed[] = {TMP_INT(kOrderFileName), TMP_INT(i)};
+    Var* passed[] = {TMP_INT(order_info::kFullPath), TMP_INT(i)};
     CPY_VAR(element(names, i), front_call(server, {"orderinfo", kMethod}, 2, passed));
   }
   return names;

@@ -2,16 +2,15 @@
 
 #include "core/text.h"
 #include "db/front.h"
+#include "db/info_codes.h"
 
 namespace tarnel {
+
+using namespace order_info;
+
 namespace {
 
 constexpr std::int32_t kMostConditions = 11;
-
-// Codes of the member orderinfo.
-constexpr std::int32_t kCondition = 1, kExpression = 2, kPosition = 3, kName = 5, kNumber = 6,
-                       kBagExtension = 8, kDescending = 22, kKeyCount = 26, kKeyValue = 38,
-                       kUnique = 43;
 
 Var* argument(std::int32_t argc, Var** argv, std::int32_t i) {
   return i < argc && argv[i] != nullptr ? argv[i] : nil_value();
@@ -54,7 +53,7 @@ Var* ordsetfocus(std::int32_t argc, Var** argv) {
   if (number->type == 'C') {
     if (text_of(number).empty()) return former;
     // A name that no order has must not be taken for the controlling order.
-    number = ask(kNumber, argc, argv, int_zero());
+    number = ask(kOrderNumber, argc, argv, int_zero());
     Var* passed[] = {TMP_INT(kName), number};
     const Var* found = front_call(server, {"orderinfo", kMethod}, 2, passed);
     const auto base = [](std::string_view name) {

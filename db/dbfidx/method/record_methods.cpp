@@ -8,6 +8,7 @@
 #include "db/dbfidx/order/orders.h"
 #include "db/dbfidx/scan/relations.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/info_codes.h"
 #include "lib/arguments.h"
 
 namespace tarnel {
@@ -105,13 +106,13 @@ Var* di_recordinfo(std::int32_t argc, Var** argv) {
   if (!dbf.isOpen() || !arg_is(argc, argv, 1, kNumber)) return nil_value();
   const std::int32_t n = arg_is(argc, argv, 2, kNumber) ? integer_of(argv[2]) : dbf.recNo;
   switch (integer_of(argv[1])) {
-    case 1:
+    case record_info::kDeleted:
       return logical(is_deleted(dbf, n));
-    case 2:
+    case record_info::kLocked:
       return logical(dbf.locks.records.holds(n));
-    case 3:
+    case record_info::kSize:
       return TMP_INT(dbf.recordSize);
-    case 4:
+    case record_info::kNumber:
       return TMP_INT(dbf.recNo);
     default:
       return nil_value();
@@ -171,13 +172,13 @@ Var* di_fieldinfo(std::int32_t argc, Var** argv) {
   const dbf::Field none{};
   const dbf::Field& field = i >= 0 ? dbf.fields[static_cast<std::size_t>(i)] : none;
   switch (integer_of(argv[1])) {
-    case 1:
+    case field_info::kName:
       return TMP_TEXT(field.name);
-    case 2:
+    case field_info::kType:
       return TMP_TEXT({&field.type, i >= 0 ? std::size_t{1} : std::size_t{0}});
-    case 3:
+    case field_info::kLength:
       return TMP_INT(field.length_byte);
-    case 4:
+    case field_info::kDecimals:
       return TMP_INT(field.decimals);
     default:
       return nil_value();

@@ -14,6 +14,7 @@
 #include "db/dbfidx/format/format_dbt.h"
 #include "db/dbfidx/method/methods.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/info_codes.h"
 #include "lib/arguments.h"
 #include "lib/dates.h"
 #include "lib/files.h"
@@ -122,7 +123,7 @@ struct Question {
 };
 
 struct InfoRow {
-  std::int32_t code;
+  info::Code code;
   Var* (*answer)(const Question& q);
 };
 constexpr auto yes = [](const Question&) { return true_value(); };
@@ -131,40 +132,46 @@ constexpr auto delimiter = [](const Question& q) {
 };
 
 constexpr InfoRow kInfoRows[] = {
-    {1, yes},
-    {2, yes},
-    {3, [](const Question& q) { return TMP_INT(header_size(q.dbf)); }},
-    {4, [](const Question& q) { return last_update(q.dbf); }},
-    {5, delimiter},
-    {6, delimiter},
-    {7, [](const Question& q) { return TMP_INT(q.dbf.recordSize); }},
-    {8, [](const Question& q) { return di_rlocklist(1, q.argv); }},
-    {9, [](const Question& q) { return exchange_text(q.dbf.dbfExt, q.argc, q.argv); }},
-    {20, [](const Question& q) { return logical(q.dbf.is(kFileLocked)); }},
-    {22, [](const Question& q) { return relation_count(q.dbf); }},
-    {23, [](const Question& q) { return TMP_INT(q.dbf.dbfFd); }},
-    {24, [](const Question& q) { return TMP_TEXT(q.dbf.fileName); }},
-    {25, yes},
-    {26, [](const Question& q) { return exchange_flag(q.dbf.bofFlag, q.argc, q.argv); }},
-    {27, [](const Question& q) { return exchange_flag(q.dbf.eofFlag, q.argc, q.argv); }},
-    {28, [](const Question& q) { return exchange_filter(q.dbf.scan.filterText, q.argc, q.argv); }},
-    {29, [](const Question& q) { return exchange_found(q.dbf, q.argc, q.argv); }},
-    {30, [](const Question& q) { return TMP_INT(q.dbf.fieldCount); }},
-    {31, [](const Question& q) { return TMP_INT(q.dbf.locks.records.count()); }},
-    {32, [](const Question& q) { return logical(q.dbf.isOpen() && is_buffered(q.dbf)); }},
-    {33, [](const Question& q) { return exchange_alias(q.dbf, q.argc, q.argv); }},
-    {34, [](const Question& q) { return exchange_locate(q.dbf, q.argc, q.argv); }},
-    {36, [](const Question& q) { return logical(q.dbf.isOpen() && !q.dbf.exclusive()); }},
-    {37, [](const Question& q) { return exchange_text(q.dbf.dbtExt, q.argc, q.argv); }},
-    {38, [](const Question& q) { return TMP_INT(q.dbf.dbtFd); }},
-    {39, [](const Question&) { return TMP_INT(dbt::kBlockSize); }},
-    {101, [](const Question&) { return TMP_INT(kFormatVersion); }},
-    {102, [](const Question&) { return TMP_STR(kDriverVersion); }},
-    {1000, [](const Question& q) { return TMP_INT(other_holders(q.dbf)); }},
-    {5000, [](const Question& q) { return file_mode(q.dbf); }},
-    {5001,
+    {info::kIsTable, yes},
+    {info::kTakesRecords, yes},
+    {info::kHeaderSize, [](const Question& q) { return TMP_INT(header_size(q.dbf)); }},
+    {info::kLastUpdate, [](const Question& q) { return last_update(q.dbf); }},
+    {info::kDelimiter, delimiter},
+    {info::kFieldDelimiter, delimiter},
+    {info::kRecordSize, [](const Question& q) { return TMP_INT(q.dbf.recordSize); }},
+    {info::kLockedRecords, [](const Question& q) { return di_rlocklist(1, q.argv); }},
+    {info::kTableExtension,
+     [](const Question& q) { return exchange_text(q.dbf.dbfExt, q.argc, q.argv); }},
+    {info::kFileLocked, [](const Question& q) { return logical(q.dbf.is(kFileLocked)); }},
+    {info::kRelationCount, [](const Question& q) { return relation_count(q.dbf); }},
+    {info::kFileHandle, [](const Question& q) { return TMP_INT(q.dbf.dbfFd); }},
+    {info::kFullPath, [](const Question& q) { return TMP_TEXT(q.dbf.fileName); }},
+    {info::kSingleByteText, yes},
+    {info::kBof, [](const Question& q) { return exchange_flag(q.dbf.bofFlag, q.argc, q.argv); }},
+    {info::kEof, [](const Question& q) { return exchange_flag(q.dbf.eofFlag, q.argc, q.argv); }},
+    {info::kFilterText,
+     [](const Question& q) { return exchange_filter(q.dbf.scan.filterText, q.argc, q.argv); }},
+    {info::kFound, [](const Question& q) { return exchange_found(q.dbf, q.argc, q.argv); }},
+    {info::kFieldCount, [](const Question& q) { return TMP_INT(q.dbf.fieldCount); }},
+    {info::kLockCount, [](const Question& q) { return TMP_INT(q.dbf.locks.records.count()); }},
+    {info::kRecordBuffered,
+     [](const Question& q) { return logical(q.dbf.isOpen() && is_buffered(q.dbf)); }},
+    {info::kAlias, [](const Question& q) { return exchange_alias(q.dbf, q.argc, q.argv); }},
+    {info::kLocateBlock, [](const Question& q) { return exchange_locate(q.dbf, q.argc, q.argv); }},
+    {info::kShared,
+     [](const Question& q) { return logical(q.dbf.isOpen() && !q.dbf.exclusive()); }},
+    {info::kMemoExtension,
+     [](const Question& q) { return exchange_text(q.dbf.dbtExt, q.argc, q.argv); }},
+    {info::kMemoHandle, [](const Question& q) { return TMP_INT(q.dbf.dbtFd); }},
+    {info::kMemoBlockSize, [](const Question&) { return TMP_INT(dbt::kBlockSize); }},
+    {info::kFormatVersion, [](const Question&) { return TMP_INT(kFormatVersion); }},
+    {info::kDriverVersion, [](const Question&) { return TMP_STR(kDriverVersion); }},
+    {info::kOtherHolders, [](const Question& q) { return TMP_INT(other_holders(q.dbf)); }},
+    {info::kFileMode, [](const Question& q) { return file_mode(q.dbf); }},
+    {info::kFilterBlock,
      [](const Question& q) { return exchange_filter(q.dbf.scan.filterBlock, q.argc, q.argv); }},
-    {5002, [](const Question& q) { return exchange_text(q.dbf.idxExt, q.argc, q.argv); }},
+    {info::kOrderExtension,
+     [](const Question& q) { return exchange_text(q.dbf.idxExt, q.argc, q.argv); }},
 };
 
 }  // namespace

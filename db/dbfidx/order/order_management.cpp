@@ -9,40 +9,16 @@
 #include "db/dbfidx/method/methods.h"
 #include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/info_codes.h"
 #include "db/order_notice.h"
 #include "lib/arguments.h"
 #include "lib/file_names.h"
 
 namespace tarnel {
-namespace {
 
-// Codes of orderinfo.
-enum InfoCode : std::int32_t {
-  kCondition = 1,
-  kExpression = 2,
-  kPosition = 3,
-  kKeyNumber = 4,
-  kName = 5,
-  kOrderNumber = 6,
-  kBagName = 7,
-  kBagExtension = 8,
-  kFullPath = 20,
-  kFileHandle = 21,
-  kIsDescending = 22,
-  kIsConditional = 23,
-  kKeyType = 24,
-  kKeySize = 25,
-  kKeyCount = 26,
-  kKeyBlock = 27,
-  kKeyLength = 28,
-  kKeyValue = 38,
-  kUnique = 43,
-  kSharedState = 44,
-  kKeyCountRaw = 48,
-  kTableName = 5001,
-  kCheck = 5002,
-};
-constexpr std::int32_t kUnsupported[] = {29, 35, 39, 40, 45};
+using namespace order_info;
+
+namespace {
 
 bool fail_open() {
   bbneterr(true);
@@ -124,39 +100,6 @@ void keep(std::int32_t argc, Var** argv, std::int32_t i, const char* types, Var*
 
 // --- Questions.
 
-Var* default_answer(std::int32_t code) {
-  switch (code) {
-    case kCondition:
-    case kExpression:
-    case kName:
-    case kBagName:
-    case kFullPath:
-    case kKeyType:
-    case kTableName:
-      return empty_text();
-    case kPosition:
-    case kKeyNumber:
-    case kOrderNumber:
-    case kFileHandle:
-    case kKeySize:
-    case kKeyCount:
-    case kKeyLength:
-    case 35:
-    case kSharedState:
-    case kKeyCountRaw:
-    case kCheck:
-      return int_minus_one();
-    case kIsDescending:
-    case kIsConditional:
-    case 29:
-    case kUnique:
-    case 45:
-      return false_value();
-    default:
-      return nil_value();
-  }
-}
-
 std::string_view base_without_extension(std::string_view path) {
   path = base_name(path);
   return path.substr(0, path.rfind('.'));
@@ -167,15 +110,11 @@ Var* current_key(DbfIdx& dbf, IndexControl& index, bool value) {
   const auto none = [&] { return value ? blank_key(index.header()) : int_minus_one(); };
   const InternalLock lock(dbf, lock_mode(dbf));
   if (!lock.held()) return none();
-  const std::int32_t bof = dbf.bofFlag, eof = dbf.eofFlag;
+  const KeepCursor keep(dbf);
   const bool found = index_synchronize(dbf, kSyncMove) && update_position(dbf, index);
-  if (index.closed) return none();
-  dbf.bofFlag = bof;
-  if (found && index.tree.on_key())
-    return value ? key_value(index.tree.key(), index.header())
-                 : TMP_INT(static_cast<std::int32_t>(index.tree.record()));
-  dbf.eofFlag = eof;
-  return none();
+  if (index.closed || !found || !index.tree.on_key()) return none();
+  return value ? key_value(index.tree.key(), index.header())
+               : TMP_INT(static_cast<std::int32_t>(index.tree.record()));
 }
 
 Var* key_count(DbfIdx& dbf, IndexControl& index) {
@@ -201,71 +140,79 @@ Var* file_text(const IndexControl& index, std::string idx::Extension::*text) {
   return idx::read_extension(index.fd, extension) ? TMP_TEXT(extension.*text) : empty_text();
 }
 
-Var* answer(DbfIdx& dbf, std::int32_t code, std::int32_t n) {
-  IndexControl& index = *dbf.orders[n];
-  const idx::Header& header = index.header();
-  switch (code) {
-    case kCondition:
-      return file_text(index, &idx::Extension::condition);
-    case kExpression:
-      return TMP_TEXT(header.expression);
-    case kPosition:
-    case kKeyNumber:
-      return current_key(dbf, index, false);
-    case kName:
-    case kBagName:
-      return TMP_TEXT(base_without_extension(index.fileName));
-    case kOrderNumber:
-      return TMP_INT(n);
-    case kFullPath:
-      return TMP_TEXT(index.fileName);
-    case kFileHandle:
-      return TMP_INT(index.fd);
-    case kIsDescending:
-      return logical(header.descending());
-    case kIsConditional:
-      return logical(index.forBlock != nullptr);
-    case kKeyType:
-      return TMP_TEXT({&header.type, 1});
-    case kKeySize:
-      return TMP_INT(static_cast<std::int32_t>(header.keySize));
-    case kKeyCount:
-    case kKeyCountRaw:
-      return key_count(dbf, index);
-    case kKeyBlock:
-      return ARG_VAR(index.keyBlock);
-    case kKeyLength:
-      return TMP_INT(header.size);
-    case kKeyValue:
-      return current_key(dbf, index, true);
-    case kUnique:
-      return logical(header.unique());
-    case kSharedState:
-      return int_one();
-    case kTableName:
-      return file_text(index, &idx::Extension::table);
-    case kCheck:
-      return TMP_INT(check_order(dbf, n));
-    default:
-      return default_answer(code);
-  }
-}
+// What an order is asked, the answer without one, and that of an order; null: an option that is not supported.
+struct Question {
+  DbfIdx& dbf;
+  std::int32_t n;
+  IndexControl& index() const { return *dbf.orders[n]; }
+  const idx::Header& header() const { return index().header(); }
+};
+struct InfoRow {
+  order_info::Code code;
+  Var* (*without)();
+  Var* (*answer)(const Question& q);
+};
+constexpr auto name = [](const Question& q) {
+  return TMP_TEXT(base_without_extension(q.index().fileName));
+};
+constexpr auto key_record = [](const Question& q) { return current_key(q.dbf, q.index(), false); };
+constexpr auto keys = [](const Question& q) { return key_count(q.dbf, q.index()); };
+
+constexpr InfoRow kInfoRows[] = {
+    {kCondition, empty_text,
+     [](const Question& q) { return file_text(q.index(), &idx::Extension::condition); }},
+    {kExpression, empty_text, [](const Question& q) { return TMP_TEXT(q.header().expression); }},
+    {kPosition, int_minus_one, key_record},
+    {kKeyNumber, int_minus_one, key_record},
+    {kName, empty_text, name},
+    {kOrderNumber, int_minus_one, [](const Question& q) { return TMP_INT(q.n); }},
+    {kBagName, empty_text, name},
+    {kFullPath, empty_text, [](const Question& q) { return TMP_TEXT(q.index().fileName); }},
+    {kFileHandle, int_minus_one, [](const Question& q) { return TMP_INT(q.index().fd); }},
+    {kDescending, false_value, [](const Question& q) { return logical(q.header().descending()); }},
+    {kConditional, false_value,
+     [](const Question& q) { return logical(q.index().forBlock != nullptr); }},
+    {kKeyType, empty_text,
+     [](const Question& q) {
+       return TMP_TEXT({&q.header().type, 1});
+     }},
+    {kKeySize, int_minus_one,
+     [](const Question& q) { return TMP_INT(static_cast<std::int32_t>(q.header().keySize)); }},
+    {kKeyCount, int_minus_one, keys},
+    {kKeyBlock, nil_value, [](const Question& q) { return ARG_VAR(q.index().keyBlock); }},
+    {kKeyLength, int_minus_one, [](const Question& q) { return TMP_INT(q.header().size); }},
+    {kOwnLocking, false_value, nullptr},
+    {kLockOffset, int_minus_one, nullptr},
+    {kKeyValue, nil_value, [](const Question& q) { return current_key(q.dbf, q.index(), true); }},
+    {kTopScope, nil_value, nullptr},
+    {kBottomScope, nil_value, nullptr},
+    {kUnique, false_value, [](const Question& q) { return logical(q.header().unique()); }},
+    {kSharedState, int_minus_one, [](const Question&) { return int_one(); }},
+    {kKeysByHand, false_value, nullptr},
+    {kKeyCountRaw, int_minus_one, keys},
+    {kTableName, empty_text,
+     [](const Question& q) { return file_text(q.index(), &idx::Extension::table); }},
+    {kCheck, int_minus_one, [](const Question& q) { return TMP_INT(check_order(q.dbf, q.n)); }},
+};
 
 // `argv` has the object, then the two arguments that may name the order.
-Var* order_info(std::int32_t code, std::int32_t argc, Var** argv) {
+Var* answer_info(std::int32_t code, std::int32_t argc, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
   if (code == kBagExtension) {
     Var* former = TMP_TEXT(dbf.idxExt);
     if (arg_is(argc, argv, 1, "C")) dbf.idxExt = text_of(argv[1]);
     return former;
   }
-  if (std::find(std::begin(kUnsupported), std::end(kUnsupported), code) != std::end(kUnsupported)) {
+  const auto* row = std::find_if(std::begin(kInfoRows), std::end(kInfoRows),
+                                 [=](const InfoRow& known) { return known.code == code; });
+  if (row == std::end(kInfoRows)) return nil_value();
+  if (row->answer == nullptr) {
     dxerror(dbf, TableError::kOptionNotSupported);
-    return default_answer(code);
+    return row->without();
   }
   std::int32_t n = order_number(dbf, argc, argv, given(argc, argv, 1) ? 1 : 2);
   if (n == 0) n = dbf.currentOrder;
-  return dbf.isOpen() && order_at(dbf, n) != nullptr ? answer(dbf, code, n) : default_answer(code);
+  return dbf.isOpen() && order_at(dbf, n) != nullptr ? row->answer({dbf, n}) : row->without();
 }
 
 }  // namespace
@@ -372,20 +319,20 @@ Var* di_orderinfo(std::int32_t argc, Var** argv) {
   const std::int32_t code = integer_of(argv[1]);
   std::vector<Var*> passed(argv, argv + argc);
   passed.erase(passed.begin() + 1);
-  return order_info(code, argc - 1, passed.data());
+  return answer_info(code, argc - 1, passed.data());
 }
 
 Var* di_orderisunique(std::int32_t argc, Var** argv) {
-  return order_info(kUnique, argc, argv);
+  return answer_info(kUnique, argc, argv);
 }
 Var* di_orderkeycount(std::int32_t argc, Var** argv) {
-  return order_info(kKeyCount, argc, argv);
+  return answer_info(kKeyCount, argc, argv);
 }
 Var* di_orderkeyno(std::int32_t argc, Var** argv) {
-  return order_info(kPosition, argc, argv);
+  return answer_info(kPosition, argc, argv);
 }
 Var* di_orderkeyvalue(std::int32_t argc, Var** argv) {
-  return order_info(kKeyValue, argc, argv);
+  return answer_info(kKeyValue, argc, argv);
 }
 
 }  // namespace tarnel
