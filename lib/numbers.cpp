@@ -162,10 +162,24 @@ Var* valtype(std::int32_t argc, Var** argv) {
   return TMP_STR(argc < 1 ? "U" : type_text(argv[0]));
 }
 
+namespace {
+// What the evaluation of an expression leaves there is the asker's affair alone.
+class KeepLastError {
+ public:
+  KeepLastError() : saved_(last_error()) {}
+  ~KeepLastError() { set_last_error(saved_); }
+  KeepLastError(const KeepLastError&) = delete;
+  KeepLastError& operator=(const KeepLastError&) = delete;
+
+ private:
+  const int saved_;
+};
+}  // namespace
+
 Var* type(std::int32_t argc, Var** argv) {
   if (!arg_is(argc, argv, 0, kText) || macro_hooks().evaluate == nullptr) return empty_text();
   const auto text = text_of(argv[0]);
-  const int saved = last_error();
+  const KeepLastError keep;
   const char* letters = type_of_expression(text);
   const int code = last_error();
   if (letters == nullptr || code != 0) {
@@ -181,7 +195,6 @@ Var* type(std::int32_t argc, Var** argv) {
       if (letters == nullptr) letters = "UI";
     }
   }
-  set_last_error(saved);
   return TMP_STR(letters);
 }
 
