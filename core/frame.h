@@ -70,15 +70,15 @@ void LINE_HOOK(std::int32_t line);
 Var* DEFAULT_IVAR(Var* object, std::int32_t i, char letter, Var* init);
 
 Var* null_result();  // the part of CALL_VECTOR that raises
-// [what fn pushes, 320] Calls fn with the arguments given. Null results are the error.
-inline Var* CALL_VECTOR(Callable fn, std::int32_t argc, Var** argv) {
-  Var* result = fn(argc, argv);
+// [what the function pushes, 320] Calls the function with the arguments given. Null results are the error.
+inline Var* CALL_VECTOR(Callable function, std::int32_t argc, Var** argv) {
+  Var* result = function(argc, argv);
   return result != nullptr ? result : null_result();
 }
 template <typename... Args>
-Var* CALL_SIMPLE(Callable fn, Args*... args) {
+Var* CALL_SIMPLE(Callable function, Args*... args) {
   Var* argv[] = {args..., nullptr};
-  return CALL_VECTOR(fn, static_cast<std::int32_t>(sizeof...(args)), argv);
+  return CALL_VECTOR(function, static_cast<std::int32_t>(sizeof...(args)), argv);
 }
 
 // [0] The nth visible frame from the current one (0 = itself), or null.

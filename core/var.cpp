@@ -180,43 +180,43 @@ void run_destructor(Var* object) {
   POP_TEMPS(mark);
 }
 
-Var* copy_text(Var* dst, const Var* src) {
-  auto* buffer =
-      static_cast<char*>(MEM_ALLOC(static_cast<std::size_t>(src->length < 1 ? 1 : src->length),
-                                   MemPurpose::kText, MemSeverity::kMay));
+Var* copy_text(Var* target, const Var* source) {
+  auto* buffer = static_cast<char*>(
+      MEM_ALLOC(static_cast<std::size_t>(source->length < 1 ? 1 : source->length),
+                MemPurpose::kText, MemSeverity::kMay));
   if (buffer == nullptr) {
-    dst->type = 'U';
+    target->type = 'U';
     return RT_ERROR(301, "to copy text");
   }
-  const std::string_view text = text_of(src);
+  const std::string_view text = text_of(source);
   std::memcpy(buffer, text.data(), text.size());
   buffer[text.size()] = 0;
-  dst->type = 'C';
-  dst->text = buffer;
-  return dst;
+  target->type = 'C';
+  target->text = buffer;
+  return target;
 }
 
-Var* copy_raw_block(Var* dst, const Var* src) {
-  const auto size = static_cast<std::size_t>(src->length < 0 ? 0 : src->length);
-  dst->raw = MEM_ALLOC(size, MemPurpose::kOther);
-  if (size > 0 && src->raw != nullptr) std::memcpy(dst->raw, src->raw, size);
-  dst->type = '?';
-  return dst;
+Var* copy_raw_block(Var* target, const Var* source) {
+  const auto size = static_cast<std::size_t>(source->length < 0 ? 0 : source->length);
+  target->raw = MEM_ALLOC(size, MemPurpose::kOther);
+  if (size > 0 && source->raw != nullptr) std::memcpy(target->raw, source->raw, size);
+  target->type = '?';
+  return target;
 }
 
-void copy_window(Var* dst, const Var* src) {
-  Window* copy = state.windows.copy != nullptr ? state.windows.copy(src->window) : nullptr;
-  dst->type = 'S';
-  dst->window = copy;
+void copy_window(Var* target, const Var* source) {
+  Window* copy = state.windows.copy != nullptr ? state.windows.copy(source->window) : nullptr;
+  target->type = 'S';
+  target->window = copy;
   if (copy == nullptr) RT_ERROR(301, "to create window variable");
 }
 
 // A number into a fixed-type cell keeps the cell's type.
-void copy_into_fixed(Var* dst, const Var* src) {
-  if (dst->type == 'I')
-    put_word(dst, integer_of(src));
+void copy_into_fixed(Var* target, const Var* source) {
+  if (target->type == 'I')
+    put_word(target, integer_of(source));
   else
-    dst->num = number_of(src);
+    target->num = number_of(source);
 }
 
 // A value that lies in its cell alone.
@@ -224,10 +224,10 @@ bool is_plain(const Var* v) {
   return is_number_or_logical(v) || v->type == 'D' || (v->type == 'U' && v->sclass != 'U');
 }
 
-void copy_plain(Var* dst, const Var* src) {
-  dst->type = src->type;
-  dst->bits = src->bits;
-  dst->bits2 = src->bits2;
+void copy_plain(Var* target, const Var* source) {
+  target->type = source->type;
+  target->bits = source->bits;
+  target->bits2 = source->bits2;
 }
 
 // The elements of a body at one moment, kept alive; a null pointer ends them.
@@ -251,10 +251,10 @@ class HeldElements {
   std::vector<Var*> cells_;
 };
 
-Var* report_undefined(Var* dst, const Var* src) {
+Var* report_undefined(Var* target, const Var* source) {
   RT_ERROR(307, format_text("access of variable '%s' attempted",
-                            src->name > 0 ? symbol_at(src->name).name : ""));
-  return dst;
+                            source->name > 0 ? symbol_at(source->name).name : ""));
+  return target;
 }
 
 }  // namespace
@@ -422,60 +422,61 @@ Var* CLR_VAR(Var* var, char type) {
   return var;
 }
 
-Var* CPY_VAR(Var* dst, Var* src) {
-  if (dst == src) return dst;
-  if (dst == nullptr || src == nullptr)
+Var* CPY_VAR(Var* target, Var* source) {
+  if (target == source) return target;
+  if (target == nullptr || source == nullptr)
     return RT_INTERNAL(407, format_text("CPY_VAR: received null pointer (%lx, %lx)",
-                                        reinterpret_cast<unsigned long>(dst),
-                                        reinterpret_cast<unsigned long>(src)));
-  if (is_plain(src) && is_plain(dst) && letter_in(dst->sclass, "NTV")) {  // the usual case, at once
-    copy_plain(dst, src);
-    dst->length = src->length;
-    dst->decimals = src->decimals;
-    return dst;
+                                        reinterpret_cast<unsigned long>(target),
+                                        reinterpret_cast<unsigned long>(source)));
+  if (is_plain(source) && is_plain(target) &&
+      letter_in(target->sclass, "NTV")) {  // the usual case, at once
+    copy_plain(target, source);
+    target->length = source->length;
+    target->decimals = source->decimals;
+    return target;
   }
-  if (dst->sclass == 'F' || dst->sclass == 'f') {
-    FIELD_PUT(dst, src);
-    return dst;
+  if (target->sclass == 'F' || target->sclass == 'f') {
+    FIELD_PUT(target, source);
+    return target;
   }
-  if (is_undefined(src)) return report_undefined(dst, src);
-  // It may live inside what dst is about to release (an element of dst's own array).
-  const CellHold source(src);
-  Var* d = CLR_VAR(dst, src->type);
+  if (is_undefined(source)) return report_undefined(target, source);
+  // It may live inside what target is about to release (an element of target's own array).
+  const CellHold held(source);
+  Var* d = CLR_VAR(target, source->type);
   if (!is_error(d)) {
     Var* stored = d;
-    switch (src->type) {
+    switch (source->type) {
       case '?':
-        copy_raw_block(d, src);
+        copy_raw_block(d, source);
         break;
       case 'C':
       case 'M':
-        stored = copy_text(d, src);
+        stored = copy_text(d, source);
         break;
       case 'A':
       case 'O':
       case 'B':
       case 'b':
-        ++src->shared->refs;
-        copy_plain(d, src);
+        ++source->shared->refs;
+        copy_plain(d, source);
         break;
       case 'S':
-        copy_window(d, src);
+        copy_window(d, source);
         break;
       case 'N':
       case 'F':
       case 'I':
         if (d->sclass == 'S') {
-          copy_into_fixed(d, src);
+          copy_into_fixed(d, source);
           break;
         }
         [[fallthrough]];
       default:
-        copy_plain(d, src);
+        copy_plain(d, source);
     }
     if (!is_error(stored)) {
-      d->length = src->length;
-      d->decimals = src->decimals;
+      d->length = source->length;
+      d->decimals = source->decimals;
     }
     d = stored;
   }
@@ -522,14 +523,14 @@ void drop_last_reference(Var* var) {
   PUT_CELL(var);
 }
 
-Var* CLONE_VAR(Var* dst, Var* src) {
-  if (src->type != 'A') return CPY_VAR(dst, src);
+Var* CLONE_VAR(Var* target, Var* source) {
+  if (source->type != 'A') return CPY_VAR(target, source);
   if (state.clone_depth == kMaxCloneDepth)
     return RT_INTERNAL(409, "array nested too deeply to be cloned");
   const Switched<int> deeper(state.clone_depth, state.clone_depth + 1);
   // An error handler may change the source: its elements as they are now are what is cloned.
-  const HeldElements elements(src->shared);
-  return cscreara(dst, elements.count(), kCloneValues, elements.cells());
+  const HeldElements elements(source->shared);
+  return cscreara(target, elements.count(), kCloneValues, elements.cells());
 }
 
 SharedHeader* new_shared() {

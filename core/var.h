@@ -170,8 +170,8 @@ Var* ARG_VAR(Var* v);
 // error value after raising 332.
 Var* CLR_VAR(Var* var, char type);
 
-// Assignment. Returns the cell written (dst for fields), or the error value after an error.
-Var* CPY_VAR(Var* dst, Var* src);
+// Assignment. Returns the cell written (target for fields), or the error value after an error.
+Var* CPY_VAR(Var* target, Var* source);
 
 void drop_last_reference(Var* var);  // the rare part of DEL_VAR
 // Drops one reference; at the last one the contents die, for an object after its method axit.
@@ -183,7 +183,7 @@ inline void DEL_VAR(Var* var) {
 }
 
 // Deep copy: an array becomes a new array with cloned elements, anything else is CPY_VAR.
-Var* CLONE_VAR(Var* dst, Var* src);
+Var* CLONE_VAR(Var* target, Var* source);
 
 // Makes `var` an empty value of the declared type in class S (s for text); u counts as O.
 Var* FIX_VAR(Var* var, char letter);
