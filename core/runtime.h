@@ -10,11 +10,11 @@ namespace tarnel {
 
 // What the layers above hand to start-up; a null member is passed over.
 struct RuntimeHooks {
-  void (*setup)() = nullptr;          // the executable's own, called after programini
-  void (*open_terminal)() = nullptr;  // looks the terminal up; a request writes nothing to it
-  void (*close_terminal)() = nullptr;
-  void (*close_areas)() = nullptr;  // closes all work areas
-  void (*close_files)() = nullptr;  // alternate, extra and print files
+  void (*setup)() = nullptr;           // the executable's own, called after programini
+  void (*open_terminal)() = nullptr;   // of a program that has a screen: neither of ours has one
+  void (*close_terminal)() = nullptr;  // gives it back
+  void (*close_areas)() = nullptr;     // closes all work areas
+  void (*close_files)() = nullptr;     // alternate, extra and print files
 };
 RuntimeHooks& runtime_hooks();
 
@@ -24,7 +24,7 @@ RuntimeHooks& runtime_hooks();
 // Start-up without signals and main, for tools and tests.
 void start_library(const Program& program);
 
-// The exit road: EXIT procedures, tables closed, output written, terminal given back, process ended.
+// The exit road: EXIT procedures, tables closed, output written, screen given back, process ended.
 // Each step begins at most once: whoever quits inside the road goes on behind the step that he broke
 // off.
 [[noreturn]] void QUIT_RUN(int status);

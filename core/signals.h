@@ -24,7 +24,7 @@ void set_interrupt_answer(InterruptAnswer answer);
 // Forgets an interrupt that waits: has one come?
 bool take_interrupt();
 
-// Set by the terminal layer: asks whether to leave. Null: no terminal is open.
+// A program that has a screen may ask there whether to leave. Null, as long as none asks: the answer above.
 void set_interrupt_dialogue(void (*dialogue)());
 
 namespace detail {

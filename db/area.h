@@ -35,10 +35,6 @@ Var* current_server();
 WorkArea* area_by_number(std::int32_t number);
 WorkArea* area_by_alias(std::string_view alias);  // 11 characters, case-blind
 WorkArea* area_by_server(const Var* object);      // compares the shared body
-inline WorkArea* area_of(const FieldOwner* owner) {
-  return reinterpret_cast<WorkArea*>(reinterpret_cast<char*>(const_cast<FieldOwner*>(owner)) -
-                                     offsetof(WorkArea, owner));
-}
 
 // The area a text means: an alias, else a letter A to L (areas 1 to 12) or M (the current one),
 // else a number. The empty text is the current area. Null when there is no such area.

@@ -250,10 +250,6 @@ struct DriverMember {
   Callable function;
 };
 
-constexpr bool overrides(const DriverMember& m) {
-  return server_slot(m.name, m.kind) >= 0;
-}
-
 // Number of slots of a driver: those of dataserver, and one more for each of its members.
 template <std::size_t N>
 constexpr std::size_t driver_slots(const DriverMember (&)[N]) {

@@ -6,7 +6,7 @@
 
 namespace tarnel {
 
-// What the terminal layer gives for a changed terminal type. Null: no terminal.
+// What a program with a screen does for a changed terminal type. Null, as in ours: there is no screen.
 struct TerminalHooks {
   bool (*test)(const char* terminal) = nullptr;  // is the terminal known
   void (*restart)() = nullptr;                   // starts the screen anew

@@ -133,8 +133,8 @@ bool file_setting(int n, Stream& stream) {
   return stream_flag(n == kAltFile ? kAlternate : n - 1, stream);
 }
 
-// Tells the terminal layer, when one is linked, through the builtin of that name.
-void tell_terminal(const char* function, Var* value) {
+// Tells the screen, in a program that links one, through the builtin of that name.
+void tell_screen(const char* function, Var* value) {
   if (const Callable call = lookup_function(function)) call(1, &value);
 }
 
@@ -200,7 +200,7 @@ std::string text_value(int n) {
 
 void set_colour(std::string_view text) {
   if (lookup_function("setcolor") != nullptr)
-    tell_terminal("setcolor", TMP_TEXT(text));
+    tell_screen("setcolor", TMP_TEXT(text));
   else
     settings().color = text;
 }
@@ -269,7 +269,7 @@ bool setLogical(int mode, int n) {
     return old;
   }
   settings().*kRows[n].logical = mode == 1;
-  if (n == kCursor) tell_terminal("setcursor", TMP_INT(mode));
+  if (n == kCursor) tell_screen("setcursor", TMP_INT(mode));
   return old;
 }
 
