@@ -152,7 +152,7 @@ struct InfoRow {
   Var* (*without)();
   Var* (*answer)(const Question& q);
 };
-constexpr auto name = [](const Question& q) {
+constexpr auto order_name = [](const Question& q) {
   return TMP_TEXT(base_without_extension(q.index().fileName));
 };
 constexpr auto key_record = [](const Question& q) { return current_key(q.dbf, q.index(), false); };
@@ -164,9 +164,9 @@ constexpr InfoRow kInfoRows[] = {
     {kExpression, empty_text, [](const Question& q) { return TMP_TEXT(q.header().expression); }},
     {kPosition, int_minus_one, key_record},
     {kKeyNumber, int_minus_one, key_record},
-    {kName, empty_text, name},
+    {kName, empty_text, order_name},
     {kOrderNumber, int_minus_one, [](const Question& q) { return TMP_INT(q.n); }},
-    {kBagName, empty_text, name},
+    {kBagName, empty_text, order_name},
     {kFullPath, empty_text, [](const Question& q) { return TMP_TEXT(q.index().fileName); }},
     {kFileHandle, int_minus_one, [](const Question& q) { return TMP_INT(q.index().fd); }},
     {kDescending, false_value, [](const Question& q) { return logical(q.header().descending()); }},
