@@ -188,9 +188,10 @@ std::int32_t move(DbfIdx& dbf, std::int32_t n) {
   return dbf.recNo == start ? 0 : moved;
 }
 
-// Does a move touch the file at all?
+// Is a move one operation on the file? In natural order what it passes is looked at record by record, and a
+// filter runs without a lock.
 bool needs_lock(const DbfIdx& dbf) {
-  return dbf.buffer.changed() || ordered(dbf) || hides(dbf);
+  return dbf.buffer.changed() || ordered(dbf);
 }
 
 // Before a skip: the changed record is written; a step along an order starts at the key of the record.
@@ -198,7 +199,7 @@ bool fetch_to_leave(DbfIdx& dbf) {
   const SameTable same(dbf);
   const bool written = commitRecord(dbf) == Commit::kWritten;
   if (!same.holds()) return false;
-  if (written || !(ordered(dbf) || hides(dbf))) return true;
+  if (written || !ordered(dbf)) return true;
   return refreshRecord(dbf, true) || same.holds();
 }
 
@@ -306,7 +307,7 @@ bool go_to_end(DbfIdx& dbf, End end) {
 
 bool visible(DbfIdx& dbf) {
   if (settings().deleted) {
-    if (!is_buffered(dbf) && !fetchRecord(dbf, dbf.recNo)) return true;
+    if (!refreshRecord(dbf, true)) return true;
     if (dbf.buffer.marked_deleted()) return false;
   }
   if (dbf.scan.filterBlock == nullptr) return true;

@@ -125,6 +125,12 @@ TEST_F(Buffer, UnreadableRecordsAreNotWritten) {
       EXPECT_FALSE(yes("dbdelete"));
       EXPECT_EQ(take_errors().substr(0, 4), "103 ");
     }
+    // No scan takes its blanks for values.
+    for (const char* scan : {"dbsum('n')", "dbaverage('n')", "dbeval({|| n})", "dblocate('n = 0')"}) {
+      EXPECT_EQ(run(scan), "L F") << scan;
+      EXPECT_EQ(take_errors().substr(0, 4), "103 ") << scan;
+    }
+    call("dbgoto", {integer(3)});
     replace_bytes(0, good);
     EXPECT_EQ(get("n"), "N 3");
     run("c := 'safe', dbclosearea()");

@@ -67,6 +67,7 @@ const Operation kOperations[] = {
      "103 104 327 331 412 "},
     {"change", "dbgoto(3), rlock() .and. " + changed("fieldput('n', 35) # nil"),
      "103 104 327 331 412 "},
+    {"replace", "flock() .and. " + changed("dbreplace('n', {|| n + 1})"), "103 104 327 331 412 "},
     {"delete", "dbgoto(2), dbdelete()", "103 104 325 327 331 412 "},
     {"memo", "dbgoto(3), rlock() .and. " + changed("fieldput('note', replicate('m', 700)) # nil"),
      "103 104 327 331 412 "},

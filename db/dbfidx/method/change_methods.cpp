@@ -13,13 +13,19 @@
 namespace tarnel {
 namespace {
 
-// Runs change(dbf) for each record of the scope, once; false when one failed, which ends the run.
+// Runs change(dbf) for each record of the scope, once; false when one failed, which ends the run. In
+// exclusive use the changes reach the file in runs.
 template <typename Change>
 bool change_each(DbfIdx& dbf, const Scope& scope, const char* work, Change change) {
-  ScopeWalk walk(dbf, scope, work, ScopeWalk::Path::kFixed);
-  for (bool on = walk.begin(); on; on = walk.next())
-    if (!change(dbf)) walk.fail();
-  return !walk.failed();
+  GatheredChanges gathered(dbf);
+  bool changed;
+  {
+    ScopeWalk walk(dbf, scope, work, ScopeWalk::Path::kFixed);
+    for (bool on = walk.begin(); on; on = walk.next())
+      if (!change(dbf)) walk.fail();
+    changed = !walk.failed();
+  }
+  return gathered.finish() && changed;
 }
 
 // --- Replace.
@@ -45,7 +51,8 @@ bool replace_record(DbfIdx& dbf, const Replacement& replacement) {
   ChangeLock lock(dbf);
   if (!lock.granted()) return false;
   const SameTable same(dbf);
-  bool good = true;
+  // A record that can't be read reads as blank: no value may be made of that.
+  bool good = refreshRecord(dbf, true) && same.holds() && dbf.buffer.writable();
   for (std::size_t i = 0; good && same.holds() && i < replacement.values.size(); ++i) {
     if (is_nil(replacement.values[i])) continue;
     Var* value = replacement.values[i];
@@ -54,6 +61,8 @@ bool replace_record(DbfIdx& dbf, const Replacement& replacement) {
     good =
         value->type != 'E' && store_field(dbf, replacement.fields.numbers[i], value) != nil_value();
   }
+  // Written here and not by the move that follows, which goes on whether it could be written or not.
+  if (same.holds()) good = commitRecord(dbf) != Commit::kFailed && good;
   lock.release();
   return good;
 }

@@ -29,10 +29,12 @@ void RecordWindow::reset() {
 
 // Fills the window with the records from n on. False when the file has not even the first whole.
 bool RecordWindow::load(DbfIdx& dbf, std::int32_t n, std::size_t bytes) {
+  flush_changes(dbf);
   jumps_ = 0;
   const std::int32_t wanted = std::min(records_in(dbf, bytes), dbf.lastRec - n + 1);
   bytes_.resize(static_cast<std::size_t>(std::max(wanted, 1)) * dbf.recordSize);
-  const std::int64_t got = read_some_at(dbf.dbfFd, bytes_.data(), bytes_.size(), record_place(dbf, n));
+  const std::int64_t got =
+      read_some_at(dbf.dbfFd, bytes_.data(), bytes_.size(), record_place(dbf, n));
   first_ = n;
   count_ = got <= 0 ? 0 : static_cast<std::int32_t>(got / dbf.recordSize);
   return count_ > 0;
@@ -53,7 +55,7 @@ bool RecordWindow::read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to) {
       if (unwritten_ != 0 && !flush(dbf)) return false;
       if (!worth_loading_all(dbf) || !load(dbf, 1, kMostBytes) || !holds(n))
         return read_at(dbf.dbfFd, to, dbf.recordSize, record_place(dbf, n));
-    } else if (!flush(dbf) || !load(dbf, n, kWindowBytes)) {
+    } else if ((unwritten_ != 0 && !flush(dbf)) || !load(dbf, n, kWindowBytes)) {
       return false;
     }
   }
@@ -64,13 +66,18 @@ bool RecordWindow::read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to) {
 bool RecordWindow::write(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from) {
   if (holds(n)) std::memcpy(at(dbf, n), from, dbf.recordSize);
   if (unwritten_ != 0 && n >= unwritten_) return true;
-  return write_at(dbf.dbfFd, from, dbf.recordSize, record_place(dbf, n));
+  if (!gathers_ || !holds(n))
+    return write_at(dbf.dbfFd, from, dbf.recordSize, record_place(dbf, n));
+  first_changed_ = first_changed_ == 0 ? n : std::min(first_changed_, n);
+  last_changed_ = std::max(last_changed_, n);
+  return true;
 }
 
 bool RecordWindow::append(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from) {
   const std::int32_t room = records_in(dbf, kWindowBytes);
   if (unwritten_ != 0 && count_ >= room && !flush(dbf)) return false;
   if (unwritten_ == 0) {
+    flush_changes(dbf);
     first_ = unwritten_ = n;
     count_ = 0;
     bytes_.resize(static_cast<std::size_t>(room) * dbf.recordSize);
@@ -80,11 +87,26 @@ bool RecordWindow::append(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from)
   return true;
 }
 
+// What lies between two changes is as the file has it. After a failure only the file tells what became of
+// them; flush() gives the word of it.
+void RecordWindow::flush_changes(DbfIdx& dbf) {
+  if (first_changed_ == 0) return;
+  const std::int32_t from = std::exchange(first_changed_, 0);
+  const std::int32_t to = std::exchange(last_changed_, 0);
+  const auto n = static_cast<std::size_t>(to - from + 1) * dbf.recordSize;
+  if (write_at(dbf.dbfFd, at(dbf, from), n, record_place(dbf, from))) return;
+  refused_ = from;
+  if (unwritten_ == 0) count_ = 0;
+  changes_lost(dbf);
+}
+
 bool RecordWindow::flush(DbfIdx& dbf) {
-  if (unwritten_ == 0) return true;
+  flush_changes(dbf);
+  if (unwritten_ == 0) return refused_ == 0;
   const std::int32_t from = std::exchange(unwritten_, 0);
   const auto n = static_cast<std::size_t>(first_ + count_ - from) * dbf.recordSize;
-  if (write_at(dbf.dbfFd, at(dbf, from), n, record_place(dbf, from))) return true;
+  if (write_at(dbf.dbfFd, at(dbf, from), n, record_place(dbf, from))) return refused_ == 0;
+  refused_ = from;
   count_ = from - first_;
   [[maybe_unused]] const bool cut = set_size(dbf.dbfFd, record_place(dbf, from));
   records_lost(dbf, from);

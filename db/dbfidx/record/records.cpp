@@ -115,6 +115,7 @@ void cut_off(DbfIdx& dbf, std::int32_t n) {
 
 bool append_failed(DbfIdx& dbf, std::int32_t n, TableError error) {
   dbf.buffer.forget();
+  dbf.window.refused();
   if (!dbf.exclusive()) {
     dbf.lastRec = n - 1;
     dbf.header.look_again();
@@ -171,8 +172,13 @@ bool is_locked(const DbfIdx& dbf) {
 
 bool flush_records(DbfIdx& dbf) {
   if (!dbf.exclusive() || dbf.window.flush(dbf)) return true;
-  dxerror(dbf, TableError::kRecordUnwritable, {dbf.lastRec + 1, dbf.fileName});
+  dxerror(dbf, TableError::kRecordUnwritable, {dbf.window.refused(), dbf.fileName});
   return false;
+}
+
+void changes_lost(DbfIdx& dbf) {
+  if (!dbf.buffer.changed()) dbf.buffer.forget();
+  index_records_lost(dbf);
 }
 
 void records_lost(DbfIdx& dbf, std::int32_t n) {
@@ -180,6 +186,23 @@ void records_lost(DbfIdx& dbf, std::int32_t n) {
   dbf.buffer.forget();
   if (dbf.recNo >= n) phantom(dbf);
   index_records_lost(dbf);
+}
+
+GatheredChanges::GatheredChanges(DbfIdx& dbf)
+    : dbf_(dbf), generation_(dbf.generation), former_(dbf.window.gather(dbf.exclusive())) {}
+
+GatheredChanges::~GatheredChanges() {
+  if (finished_ || dbf_.generation != generation_) return;
+  dbf_.window.gather(former_);
+  if (dbf_.exclusive()) [[maybe_unused]]
+    const bool told_later = dbf_.window.flush(dbf_);
+}
+
+bool GatheredChanges::finish() {
+  finished_ = true;
+  if (dbf_.generation != generation_) return true;
+  dbf_.window.gather(former_);
+  return flush_records(dbf_);
 }
 
 // --- The record buffer.

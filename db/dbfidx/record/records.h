@@ -52,5 +52,24 @@ bool is_locked(const DbfIdx& dbf);
 // The file refused the records from n on that the window had held back: the table ends before them,
 // and its orders, which have keys of them, stay marked as different. Nothing is raised.
 void records_lost(DbfIdx& dbf, std::int32_t n);
+// The same for changes of records: what the file has of them is not known.
+void changes_lost(DbfIdx& dbf);
+
+// For the life of the guard changes of records in exclusive use may wait in memory for each other.
+class GatheredChanges {
+ public:
+  explicit GatheredChanges(DbfIdx& dbf);
+  ~GatheredChanges();  // what fails here is told when the table is next written
+  GatheredChanges(const GatheredChanges&) = delete;
+  GatheredChanges& operator=(const GatheredChanges&) = delete;
+  // The end, when nothing is in the way: false after error 104. True when the table is gone.
+  [[nodiscard]] bool finish();
+
+ private:
+  DbfIdx& dbf_;
+  const std::uint32_t generation_;
+  const bool former_;
+  bool finished_ = false;
+};
 
 }  // namespace tarnel

@@ -100,10 +100,11 @@ bool ScopeWalk::next() {
   return !failed_ && same() && step() && find();
 }
 
-// Does a condition hold, in the same table?
+// Does a condition hold, in the same table? What was made of the blanks of a record that can't be read
+// does not count.
 bool ScopeWalk::holds(Var* condition) {
   const Verdict verdict = judge(dbf_, condition);
-  failed_ = failed_ || verdict == Verdict::kFailed;
+  failed_ = failed_ || verdict == Verdict::kFailed || (same() && is_unreadable(dbf_));
   return verdict == Verdict::kHolds && same();
 }
 
@@ -119,6 +120,8 @@ bool ScopeWalk::find() {
 // One record on. The last one of a number of records is not left.
 bool ScopeWalk::step() {
   POP_TEMPS(mark_);
+  failed_ = is_unreadable(dbf_);
+  if (failed_) return false;
   if (left_ > 0 && --left_ == 0) return false;
   look_at_signals();
   progress_.step();
