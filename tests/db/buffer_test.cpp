@@ -126,7 +126,8 @@ TEST_F(Buffer, UnreadableRecordsAreNotWritten) {
       EXPECT_EQ(take_errors().substr(0, 4), "103 ");
     }
     // No scan takes its blanks for values.
-    for (const char* scan : {"dbsum('n')", "dbaverage('n')", "dbeval({|| n})", "dblocate('n = 0')"}) {
+    for (const char* scan :
+         {"dbsum('n')", "dbaverage('n')", "dbeval({|| n})", "dblocate('n = 0')"}) {
       EXPECT_EQ(run(scan), "L F") << scan;
       EXPECT_EQ(take_errors().substr(0, 4), "103 ") << scan;
     }

@@ -175,8 +175,9 @@ Var* di_continue(std::int32_t, Var** argv) {
   bool found = false, goes_on = walk.same();
   for (bool on = goes_on && walk.begin(); on; on = goes_on && walk.next()) {
     const Var* result = value_of_record(dbf, passes);
-    const bool says = is_number_or_logical(result);
-    if (result->type == 'E') walk.fail();
+    const bool failed = result->type == 'E' || is_unreadable(dbf);
+    const bool says = is_number_or_logical(result) && !failed;
+    if (failed) walk.fail();
     goes_on = says && truth_of(result);
     found = says && !goes_on;
   }

@@ -24,10 +24,10 @@ Verdict judge(DbfIdx& dbf, Var* block) {
   const std::int32_t mark = temp_top();
   const Var* result = value_of_record(dbf, block);
   Verdict verdict = Verdict::kNo;
-  if (is_number_or_logical(result) && truth_of(result))
-    verdict = Verdict::kHolds;
-  else if (result->type == 'E')
+  if (result->type == 'E' || is_unreadable(dbf))
     verdict = Verdict::kFailed;
+  else if (is_number_or_logical(result) && truth_of(result))
+    verdict = Verdict::kHolds;
   POP_TEMPS(mark);
   return verdict;
 }

@@ -17,7 +17,7 @@ Var* run_in_area(DbfIdx& dbf, Var* block);
 Var* value_of_record(DbfIdx& dbf, Var* block);
 
 // What a condition says of the record under the cursor: only numbers and logicals can hold. Failed: its
-// expression gave the error value, and the error was told.
+// expression gave the error value, or the record could not be read and showed blanks; the error was told.
 enum class Verdict : std::uint8_t { kNo, kHolds, kFailed };
 Verdict judge(DbfIdx& dbf, Var* block);  // a null block holds
 inline bool condition_holds(DbfIdx& dbf, Var* block) {

@@ -100,11 +100,10 @@ bool ScopeWalk::next() {
   return !failed_ && same() && step() && find();
 }
 
-// Does a condition hold, in the same table? What was made of the blanks of a record that can't be read
-// does not count.
+// Does a condition hold, in the same table?
 bool ScopeWalk::holds(Var* condition) {
   const Verdict verdict = judge(dbf_, condition);
-  failed_ = failed_ || verdict == Verdict::kFailed || (same() && is_unreadable(dbf_));
+  failed_ = failed_ || verdict == Verdict::kFailed;
   return verdict == Verdict::kHolds && same();
 }
 
