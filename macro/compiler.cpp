@@ -1,5 +1,8 @@
 #include "macro/compiler.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "core/operators.h"
 #include "core/text.h"
 
@@ -47,6 +50,16 @@ constexpr BinaryOperator kBinaryOperators[] = {
     {Token::kModulo, kMultiplicativeLevel, csumodu},
     {Token::kPower, kPowerLevel, csupowu},
 };
+
+struct Prefix {
+  Token token;
+  UnaryOperator op;
+};
+constexpr Prefix kPrefixes[] = {{Token::kNot, UnaryOperator::kNot},
+                                {Token::kMinus, UnaryOperator::kMinus},
+                                {Token::kPlus, UnaryOperator::kSign},
+                                {Token::kIncrement, UnaryOperator::kPreIncrement},
+                                {Token::kDecrement, UnaryOperator::kPreDecrement}};
 
 constexpr int distance(Token from, Token to) {
   return static_cast<int>(to) - static_cast<int>(from);
@@ -177,30 +190,12 @@ void Compiler::logic(Token op, int level) {
 }
 
 Compiler::Operand Compiler::prefix() {
-  UnaryOperator op;
-  switch (token()) {
-    case Token::kNot:
-      op = UnaryOperator::kNot;
-      break;
-    case Token::kMinus:
-      op = UnaryOperator::kMinus;
-      break;
-    case Token::kIncrement:
-      op = UnaryOperator::kPreIncrement;
-      break;
-    case Token::kDecrement:
-      op = UnaryOperator::kPreDecrement;
-      break;
-    case Token::kPlus:
-      op = UnaryOperator::kSign;
-      break;
-    default:
-      return postfix(primary());
-  }
+  const auto* const sign = std::ranges::find(kPrefixes, token(), &Prefix::token);
+  if (sign == std::end(kPrefixes)) return postfix(primary());
   const Level level(*this);
   lexer_.next();
-  load(op == UnaryOperator::kNot ? binary(kComparisonLevel) : prefix());
-  code_->add(StepKind::kUnary, 0, static_cast<std::uint8_t>(op));
+  load(sign->op == UnaryOperator::kNot ? binary(kComparisonLevel) : prefix());
+  code_->add(StepKind::kUnary, 0, static_cast<std::uint8_t>(sign->op));
   return {};
 }
 
