@@ -20,6 +20,9 @@
     std::get_new_handler()();
   }
 }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return tarnel::allocation_fails() ? nullptr : std::malloc(size != 0 ? size : 1);
+}
 [[gnu::noinline]] void operator delete(void* block) noexcept {
   std::free(block);
 }
