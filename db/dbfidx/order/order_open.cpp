@@ -203,6 +203,25 @@ void bury(IndexControl* index) {
   if (!CallOut::under_way()) graves.clear();
 }
 
+// The end of an order that no list names any more, also where the handler of an error leaves by break.
+class Closing {
+ public:
+  explicit Closing(IndexControl* index) : index_(index) {}
+  ~Closing() {
+    index_->closed = true;
+    index_->tree.close();
+    UNHOLD_VAR(&index_->keyBlock);
+    UNHOLD_VAR(&index_->forBlock);
+    dxClose(std::exchange(index_->fd, -1));
+    bury(index_);
+  }
+  Closing(const Closing&) = delete;
+  Closing& operator=(const Closing&) = delete;
+
+ private:
+  IndexControl* const index_;
+};
+
 }  // namespace
 
 void current_collation(std::uint8_t (&table)[256]) {
@@ -217,13 +236,8 @@ IndexControl* open_index(DbfIdx& dbf, const OrderRequest& request) {
 }
 
 void close_index(DbfIdx& dbf, IndexControl* index) {
+  const Closing closing(index);
   leave_index(dbf, *index);
-  index->closed = true;
-  index->tree.close();
-  UNHOLD_VAR(&index->keyBlock);
-  UNHOLD_VAR(&index->forBlock);
-  dxClose(std::exchange(index->fd, -1));
-  bury(index);
 }
 
 void close_orders(DbfIdx& dbf) {
