@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <ctime>
+#include <string>
+#include <string_view>
 
 #include "core/runtime.h"
 
@@ -50,10 +52,12 @@ FileOps& file_ops() {
       .truncate = ::ftruncate,
       .chmod = ::chmod,
       .fchmod = ::fchmod,
+      .fchown = ::fchown,
       .unlink = ::unlink,
       .rename = ::rename,
       .map = system_map,
       .remap = system_remap,
+      .fsync = ::fsync,
       .sync = ::sync,
   };
   return ops;
@@ -97,6 +101,21 @@ bool set_size(int fd, std::int64_t size) {
   return retried([&] { return file_ops().truncate(fd, size); }) == 0;
 }
 
+bool flush_to_disk(int fd) {
+  return retried([&] { return file_ops().fsync(fd); }) == 0;
+}
+
+void flush_directory(const char* file) {
+  const std::string_view path = file;
+  const std::size_t slash = path.rfind('/');
+  const std::string directory =
+      slash == std::string_view::npos ? "." : std::string(path.substr(0, slash + 1));
+  const int fd = file_ops().open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
+  if (fd < 0) return;
+  static_cast<void>(flush_to_disk(fd));
+  file_ops().close(fd);
+}
+
 void sync_now_and_then() {
   if (!state.unsynced) return;
   const std::time_t now = std::time(nullptr);
@@ -122,7 +141,8 @@ bool range_is_free(int fd, std::int64_t start, std::int64_t length) {
   range.l_whence = SEEK_SET;
   range.l_start = start;
   range.l_len = length;
-  return retried([&] { return file_ops().lock(fd, F_GETLK, &range); }) >= 0 && range.l_type == F_UNLCK;
+  return retried([&] { return file_ops().lock(fd, F_GETLK, &range); }) >= 0 &&
+         range.l_type == F_UNLCK;
 }
 
 }  // namespace tarnel

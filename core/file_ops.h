@@ -27,10 +27,12 @@ struct FileOps {
   int (*truncate)(int fd, off_t size);
   int (*chmod)(const char* path, mode_t mode);
   int (*fchmod)(int fd, mode_t mode);
+  int (*fchown)(int fd, uid_t owner, gid_t group);
   int (*unlink)(const char* path);
   int (*rename)(const char* from, const char* to);
   void* (*map)(int fd, size_t length);  // shared, for reading; MAP_FAILED on an error
   void* (*remap)(void* base, size_t length, size_t wanted);
+  int (*fsync)(int fd);
   void (*sync)();
 };
 FileOps& file_ops();
@@ -59,6 +61,12 @@ bool write_at(int fd, const void* buffer, std::size_t n, std::int64_t at);
 
 // Cuts a file, or lengthens it by zeros. False with errno set.
 [[nodiscard]] bool set_size(int fd, std::int64_t size);
+
+// What was written to the file is on its disk. False with errno set: nobody knows.
+[[nodiscard]] bool flush_to_disk(int fd);
+// The same for the names in the directory of a file; a file system that can't flush a directory needs no
+// telling.
+void flush_directory(const char* file);
 
 // The system's sync, at most every 10 seconds and only after a write of a table file.
 void sync_now_and_then();

@@ -5,6 +5,7 @@
 
 #include "core/modules.h"
 #include "db/autolock.h"
+#include "db/bulk_front.h"
 #include "db/dataserver.h"
 #include "db/front.h"
 #include "db/order_front.h"
@@ -18,7 +19,8 @@ inline constexpr FunctionEntry kDbfidxBuiltins[] = {
      "dbfidxnew([cFile], [lShared], [lReadOnly]) -> oServer: a driver object for .dbf tables"}};
 inline constexpr ModuleRecord kDbfidxModule{.name = "dbfidx", .functions = kDbfidxBuiltins};
 
-inline constexpr std::array<const ModuleRecord*, 6> kDbModules = {
-    &kFrontModule, &kOrderModule, &kScanModule, &kRegistryModule, &kDbfidxModule, &kAutolockModule};
+inline constexpr std::array<const ModuleRecord*, 7> kDbModules = {
+    &kFrontModule,    &kOrderModule,  &kScanModule,    &kBulkModule,
+    &kRegistryModule, &kDbfidxModule, &kAutolockModule};
 
 }  // namespace tarnel

@@ -22,7 +22,11 @@ class Progress {
 
   void step() { at(++done_); }
   void at(std::int64_t done) {
-    if (done % kStride != 0 || progress_hook() == nullptr) return;
+    if (done % kStride == 0) to(done);
+  }
+  // For work that goes on by many records at once.
+  void to(std::int64_t done) {
+    if (progress_hook() == nullptr) return;
     shown_ = true;
     progress_hook()(work_, done, total_);
   }

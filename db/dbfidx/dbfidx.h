@@ -420,6 +420,8 @@ void close_table(DbfIdx& dbf);
 bool create_table(DbfIdx& dbf, std::string_view file, const Var* rows, const Var* mode);
 // `name` with the extension when it has none, as an absolute path; empty when over 250 characters.
 std::string full_table_path(std::string_view name, std::string_view extension);
+// The memo file of a table by the path of that.
+std::string memo_path(const std::string& table);
 
 // --- Descriptors (descriptors.cpp): a file is opened once for each open mode and stays open while
 // any user is left, because closing any descriptor of a file drops all locks of the process on it.

@@ -1,5 +1,6 @@
 // Opening, creating and closing a table.
 #include <sys/stat.h>
+#include <time.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -11,6 +12,7 @@
 #include "core/runtime.h"
 #include "core/settings.h"
 #include "core/text.h"
+#include "db/dbfidx/bulk/pair_recovery.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/format/format_dbt.h"
 #include "db/dbfidx/order/orders.h"
@@ -25,14 +27,6 @@ namespace {
 
 constexpr std::uint8_t kVersionFourMemo = 0x8B, kVersionFoxMemo = 0xF5;
 constexpr mode_t kMandatoryLock = S_ISGID;
-
-std::string memo_name(const std::string& table) {
-  const std::size_t dot = table.rfind('.');
-  const std::size_t slash = table.rfind('/');
-  const bool has_extension =
-      dot != std::string::npos && (slash == std::string::npos || dot > slash);
-  return (has_extension ? table.substr(0, dot) : table) + ".dbt";
-}
 
 void refuse_version(DbfIdx& dbf, std::uint8_t version) {
   switch (version) {
@@ -96,7 +90,7 @@ bool read_header(DbfIdx& dbf, const OpenRequest& request) {
 
 bool open_memo(DbfIdx& dbf) {
   if (!dbf::has_memo(dbf::version(dbf.header.data()))) return true;
-  const int fd = dxOpen(memo_name(dbf.fileName), nullptr, dbf.readOnly() ? 0 : 2);
+  const int fd = dxOpen(memo_path(dbf.fileName), nullptr, dbf.readOnly() ? 0 : 2);
   if (fd > 0) {
     dbf.dbtFd = fd;
     return true;
@@ -154,14 +148,51 @@ bool can_be_used(DbfIdx& dbf, const OpenRequest& request) {
   return false;
 }
 
+// What another attempt to open may change.
+enum class Retry : std::uint8_t { kNothing, kFileReplaced, kPairUnfinished };
+
+// Does the name still lead to the file that was opened? Whoever packs the table puts another one there.
+bool is_replaced(DbfIdx& dbf, Retry& retry) {
+  struct stat status {};
+  if (file_ops().stat(dbf.fileName.c_str(), &status) != 0) {
+    dxerror(dbf, TableError::kOpenFailed, {dbf.fileName});
+    return true;
+  }
+  if (status.st_dev == dbf.device && status.st_ino == dbf.inode) return false;
+  retry = Retry::kFileReplaced;
+  return true;
+}
+
+// Do record and memo file belong together? Two that a process left halfway are put right by who has the
+// table alone.
+bool is_pair(DbfIdx& dbf, bool exclusive, Retry& retry) {
+  if (!dbf.hasMemo()) return true;
+  switch (look_at_pair(dbf)) {
+    case Pair::kWhole:
+      return true;
+    case Pair::kUnfinished:
+      retry = exclusive && finish_pair(dbf) ? Retry::kFileReplaced : Retry::kPairUnfinished;
+      return false;
+    case Pair::kForeign:
+      dxerror(dbf, TableError::kHeaderDamaged,
+              {dbf.fileName, "its memo file belongs to another record file"});
+      return false;
+    case Pair::kUnreadable:
+      break;
+  }
+  dxerror(dbf, TableError::kHeaderUnreadable, {memo_path(dbf.fileName)});
+  return false;
+}
+
 // All but the area, under the internal lock.
-bool prepare(DbfIdx& dbf, const OpenRequest& request) {
+bool prepare(DbfIdx& dbf, const OpenRequest& request, Retry& retry) {
   dbf.lock40 = settings().lock40comp;
   if (request.read_only) dbf.flags |= kReadOnly;
   if (!readLock(dbf)) return false;
   join_ring(dbf);
-  const bool ok = claim(dbf, request.exclusive) && read_header(dbf, request) &&
-                  can_be_used(dbf, request) && open_memo(dbf);
+  const bool ok = claim(dbf, request.exclusive) && !is_replaced(dbf, retry) &&
+                  read_header(dbf, request) && can_be_used(dbf, request) && open_memo(dbf) &&
+                  is_pair(dbf, request.exclusive, retry);
   unlockInternal(dbf);
   return ok;
 }
@@ -340,11 +371,11 @@ bool write_files(DbfIdx& dbf, const std::string& path, const Structure& structur
   if (!table.write(dbf::new_header(structure.fields(), today())))
     return fail_creation(dbf, TableError::kCreateUnwritable, path);
   if (structure.has_memo()) {
-    const std::string memo_path = memo_name(path);
-    NewFile memo(memo_path, mode, is_there(memo_path));
-    if (!memo.opened()) return fail_creation(dbf, TableError::kCreateFailed, memo_path);
+    const std::string memos = memo_path(path);
+    NewFile memo(memos, mode, is_there(memos));
+    if (!memo.opened()) return fail_creation(dbf, TableError::kCreateFailed, memos);
     if (!memo.write(dbt::new_first_block()))
-      return fail_creation(dbf, TableError::kCreateUnwritable, memo_path);
+      return fail_creation(dbf, TableError::kCreateUnwritable, memos);
     memo.keep();
   }
   table.keep();
@@ -371,6 +402,14 @@ DbfIdx*& open_tables() {
   return head;
 }
 
+std::string memo_path(const std::string& table) {
+  const std::size_t dot = table.rfind('.');
+  const std::size_t slash = table.rfind('/');
+  const bool has_extension =
+      dot != std::string::npos && (slash == std::string::npos || dot > slash);
+  return (has_extension ? table.substr(0, dot) : table) + ".dbt";
+}
+
 std::string full_table_path(std::string_view name, std::string_view extension) {
   std::string path;
   if (!defaultExtension(path, name, extension, kPathLimit + 1)) return {};
@@ -378,11 +417,9 @@ std::string full_table_path(std::string_view name, std::string_view extension) {
   return path.size() <= kPathLimit ? path : std::string();
 }
 
-bool open_table(DbfIdx& dbf, const OpenRequest& request) {
-  if (dbf.opening) return false;  // a handler's try, on the object that is being opened
-  const InterruptHold hold;
+static bool try_to_open(DbfIdx& dbf, const OpenRequest& request, Retry& retry) {
   OpenAttempt attempt(dbf);
-  if (!open_file_of(dbf, request) || !prepare(dbf, request)) return false;
+  if (!open_file_of(dbf, request) || !prepare(dbf, request, retry)) return false;
   ++dbf.generation;
   dbf.flags = static_cast<std::uint8_t>(kOpen | (dbf.flags & kReadOnly));
   if (request.exclusive) dbf.flags |= kExclusive;
@@ -391,6 +428,34 @@ bool open_table(DbfIdx& dbf, const OpenRequest& request) {
   if (!request.internal && !attach_area(dbf)) return false;
   place_cursor(dbf);
   return attempt.succeed();
+}
+
+// Opens a table for a moment alone, which finishes what is unfinished. Others may be at it.
+static void open_to_finish(DbfIdx& dbf, const OpenRequest& request) {
+  const ErrorHold told_later;
+  Retry retry = Retry::kNothing;
+  OpenRequest alone = request;
+  alone.exclusive = alone.internal = true;
+  if (try_to_open(dbf, alone, retry)) close_table(dbf);
+}
+
+bool open_table(DbfIdx& dbf, const OpenRequest& request) {
+  constexpr int kTries = 10;
+  constexpr timespec kPause = {0, 1'000'000};
+  if (dbf.opening) return false;  // a handler's try, on the object that is being opened
+  const InterruptHold hold;
+  Retry retry = Retry::kNothing;
+  for (int i = 0; i < kTries; ++i) {
+    if (i > 1) nanosleep(&kPause, nullptr);
+    retry = Retry::kNothing;
+    if (try_to_open(dbf, request, retry)) return true;
+    if (retry == Retry::kNothing) return false;
+    if (retry == Retry::kPairUnfinished && !request.exclusive) open_to_finish(dbf, request);
+  }
+  dxerror(dbf,
+          retry == Retry::kPairUnfinished ? TableError::kOpenUnfinished : TableError::kOpenFailed,
+          {request.file});
+  return false;
 }
 
 void close_table(DbfIdx& dbf) {

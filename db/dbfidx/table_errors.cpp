@@ -39,10 +39,15 @@ std::string running_place() {
                      frame != nullptr ? frame->proc : "", frame != nullptr ? frame->line : 0);
 }
 
-std::string description(const TableErrorRow& error, const std::string& text) {
+bool names_operation(const TableErrorRow& error) {
+  return error.operation[0] == '%';
+}
+
+std::string description(const TableErrorRow& error, const std::string& operation,
+                        const std::string& text) {
   if (error.code == kNotice) return text;
   const std::string known = error_entry(error.code).text;
-  return format_text("DBFIDX:%s;%s;%d (%s)", error.operation, text.c_str(), error.code,
+  return format_text("DBFIDX:%s;%s;%d (%s)", operation.c_str(), text.c_str(), error.code,
                      error.code < kCodes && known != "???" ? known.c_str() : "unknown");
 }
 
@@ -50,16 +55,16 @@ void put(Var* error, const char* instance, Var* value) {
   put_ivar(error, instance, value);
 }
 
-void fill_template(Var* error, const TableErrorRow& row, const std::string& text,
-                   const SourceLine& where) {
+void fill_template(Var* error, const TableErrorRow& row, const std::string& operation,
+                   const std::string& text, const SourceLine& where) {
   put(error, "args", nil_value());
   for (const char* flag : {"candefault", "canretry", "cansubstit"}) put(error, flag, false_value());
   put(error, "cargo", nil_value());
   put(error, "filename", TMP_TEXT(running_place()));
-  put(error, "operation", TMP_TEXT(row.operation));
+  put(error, "operation", TMP_TEXT(operation));
   put(error, "oscode", int_zero());
   put(error, "tries", int_zero());
-  put(error, "descriptio", TMP_TEXT(description(row, text)));
+  put(error, "descriptio", TMP_TEXT(description(row, operation, text)));
   put(error, "gencode", TMP_INT(row.code));
   put(error, "severity", TMP_INT(row.severity));
   if (!settings().developer) return;
@@ -73,7 +78,7 @@ void fill_template(Var* error, const TableErrorRow& row, const std::string& text
 
 std::string table_error_text(TableError which, std::initializer_list<Fact> facts) {
   std::string text;
-  const Fact* fact = facts.begin();
+  const Fact* fact = facts.begin() + (names_operation(row(which)) ? 1 : 0);
   for (const char* p = row(which).text; *p != 0; ++p) {
     if (*p != '%') {
       text += *p;
@@ -94,7 +99,9 @@ void dxerror(DbfIdx& dbf, TableError which, std::initializer_list<Fact> facts, S
   if (errors_held() || dbf.object->type != 'O') return;
   const std::int32_t mark = temp_top();
   if (dbf.errorTemplate == nullptr) HOLD_VAR(&dbf.errorTemplate, error_class().make());
-  fill_template(dbf.errorTemplate, row(which), table_error_text(which, facts), where);
+  const std::string operation =
+      names_operation(row(which)) ? facts.begin()->text() : row(which).operation;
+  fill_template(dbf.errorTemplate, row(which), operation, table_error_text(which, facts), where);
   const CallOut out;
   Var* argv[] = {dbf.object, dbf.errorTemplate};
   csdometh("error", server_slot("error"), 0, 2, argv);

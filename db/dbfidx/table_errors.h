@@ -1,6 +1,6 @@
 // Every error of the table driver: code, severity, operation and text as data, and the road by
 // which one reaches the error block. A directive of a text (%s %d %ld %c %x) takes the next fact of
-// the call.
+// the call; an operation that is one is the first fact.
 #pragma once
 
 #include <cstdint>
@@ -19,6 +19,7 @@ struct DbfIdx;
 #define TABLE_ERRORS(X)                                                                            \
   X(kRecordOutOfRange, 1, 8, "FieldGet()", "record %ld")                                           \
   X(kOpenFailed, 101, 1, "Init()", "%s")                                                           \
+  X(kOpenUnfinished, 101, 1, "Init()", "%s;a pack that was broken off waits for EXCLUSIVE use")    \
   X(kPackNoTempFile, 101, 2, "Pack()", "cannot open tmp file")                                     \
   X(kIndexOpenFailed, 101, 1, "SetIndex()", "%s")                                                  \
   X(kIndexHeaderUnreadable, 103, 2, "SetIndex()", "header of %s")                                  \
@@ -32,6 +33,8 @@ struct DbfIdx;
   X(kRecordUnwritable, 104, 2, "FieldPut()", "record %ld;of %s")                                   \
   X(kHeaderUnwritable, 104, 2, "FieldPut()", "header of %s")                                       \
   X(kMemoUnwritable, 104, 2, "FieldPut()", "memo block %ld;of area %s")                            \
+  X(kBulkReadOnly, 104, 2, "%s", "DBF is opened READ-ONLY in area %s")                             \
+  X(kBulkUnwritable, 104, 2, "%s", "%s")                                                           \
   X(kIndexUnwritable, 104, 2, "Hidden_Index_Method", "%s")                                         \
   X(kIndexCreateUnwritable, 104, 2, "CreateIndex()", "%s")                                         \
   X(kIndexCreateFailed, 105, 1, "CreateIndex()", "%s")                                             \

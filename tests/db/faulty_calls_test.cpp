@@ -6,8 +6,7 @@
 #include <cstring>
 #include <map>
 
-#include "db/dbfidx/format/format_dbf.h"
-#include "tests/db/idx_checker.h"
+#include "tests/db/table_files.h"
 #include "tests/db/table_test.h"
 #include "tests/support/fail_allocation.h"
 #include "tests/support/fail_nth.h"
@@ -18,23 +17,8 @@ namespace {
 constexpr int kRecords = 6;
 const char* const kFiles[] = {"t.dbf", "t.dbt", "byn.idx", "bywho.idx"};
 
-// The records of a table as its bytes have them, deleted ones with their mark in front, memos by
-// their text.
-std::vector<std::string> records_of(const std::string& table, const std::string& memos) {
-  const auto* header = reinterpret_cast<const std::uint8_t*>(table.data());
-  std::vector<std::string> records;
-  const std::size_t size = dbf::record_size(header);
-  for (std::size_t i = 0; i < dbf::record_count(header); ++i) {
-    std::string record = table.substr(dbf::header_size(header) + i * size, size);
-    const auto block = static_cast<std::size_t>(std::atoi(record.substr(size - 10).c_str()));
-    const std::string memo = memos.substr(std::min(block * 512, memos.size()));
-    record.replace(size - 10, 10, block == 0 ? "" : "|" + memo.substr(0, memo.find('\x1A')));
-    records.push_back(record);
-  }
-  return records;
-}
 std::vector<std::string> records_in_files() {
-  return records_of(read_file("t.dbf"), read_file("t.dbt"));
+  return records_of("t");
 }
 
 struct Operation {
@@ -107,23 +91,11 @@ class FaultyCalls : public TableTest, public ::testing::WithParamInterface<bool>
         << take_errors();
     ASSERT_EQ(take_errors(), "");
   }
-  // Does every order agree with the records, or show that it doesn't?
   static void expect_orders_agree_or_differ(const std::vector<std::string>& records) {
-    for (const char* file : {"byn.idx", "bywho.idx"}) {
-      const IdxFile order = check_idx(file);
-      const int counter = static_cast<unsigned char>(read_file("t.dbf")[31]);
-      bool agrees = order.fault.empty() && order.keys.size() == records.size();
-      for (std::size_t i = 0; agrees && i < order.keys.size(); ++i) {
-        const auto& [key, record] = order.keys[i];
-        const std::string& bytes = records[record - 1];
-        agrees = record <= records.size() &&
-                 (file[2] == 'n' ? std::atof(key.c_str()) == std::atof(bytes.substr(1, 5).c_str())
-                                 : key == bytes.substr(6, 6));
-      }
-      EXPECT_TRUE(agrees || order.fault == "too short" ||
-                  (order.counter != 0 && order.counter != counter))
-          << file << " " << order.fault << " " << order.counter << " " << counter;
-    }
+    for (const char* file : {"byn.idx", "bywho.idx"})
+      EXPECT_EQ(
+          order_fault(file, "t.dbf", records, file[2] == 'n' ? OrderKey{1, 5} : OrderKey{6, 6}),
+          "");
   }
   using Records = std::vector<std::string>;
   static void expect_nothing_lost(const Records& now, const Records& before, const Records& after,

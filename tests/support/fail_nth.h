@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,18 +17,20 @@ namespace tarnel::testing {
 
 // A kind of fault, and the calls that meet it in life, as letters of their family:
 //   o open   c close   r read, pread   w write, pwrite   s seek   l lock   f fstat, stat
-//   t truncate   m chmod, fchmod   u unlink, rename   p map, remap
+//   t truncate   m chmod, fchmod, fchown   u unlink, rename   p map, remap   y fsync
 // Giving a lock back never fails, nor does sync. A read or write cut short transfers half of its bytes.
 struct Fault {
   const char* name;
   const char* calls;
-  int error;             // 0: the call is cut short
+  int error;             // 0: the call is cut short, below 0: the process dies before it
   bool lasting = false;  // all calls from the nth on fail, as on a full disk
 };
-inline constexpr Fault kIoError{"EIO", "ocrwslftmup", EIO}, kDiskFull{"ENOSPC", "wt", ENOSPC, true},
-    kInterrupted{"EINTR", "orwlt", EINTR}, kDeadlock{"EDEADLK", "l", EDEADLK},
-    kNoLocks{"ENOLCK", "l", ENOLCK}, kNoDescriptors{"EMFILE", "o", EMFILE},
-    kShortRead{"short read", "r", 0}, kShortWrite{"short write", "w", 0};
+inline constexpr Fault kIoError{"EIO", "ocrwslftmupy", EIO},
+    kDiskFull{"ENOSPC", "wt", ENOSPC, true}, kInterrupted{"EINTR", "orwlt", EINTR},
+    kDeadlock{"EDEADLK", "l", EDEADLK}, kNoLocks{"ENOLCK", "l", ENOLCK},
+    kNoDescriptors{"EMFILE", "o", EMFILE}, kShortRead{"short read", "r", 0},
+    kShortWrite{"short write", "w", 0};
+inline constexpr Fault kKill{"kill", "ocrwslftmupy", -1};  // not by fail_each_call()
 inline constexpr Fault kFaults[] = {kIoError, kDiskFull,      kInterrupted, kDeadlock,
                                     kNoLocks, kNoDescriptors, kShortRead,   kShortWrite};
 // Does an operation that meets the fault succeed all the same?
@@ -67,6 +70,7 @@ class FailNth {
     if (state.calls == state.n)
       state.where =
           std::string(state.fault.name) + " at call " + std::to_string(state.n) + ", " + call;
+    if (hit && state.fault.error < 0) ::_exit(1);
     if (hit) errno = state.fault.error;
     return hit;
   }
@@ -108,6 +112,8 @@ class FailNth {
     };
     ops.chmod = [](auto... with) { return status(state.real.chmod, "chmod", 'm', with...); };
     ops.fchmod = [](auto... with) { return status(state.real.fchmod, "fchmod", 'm', with...); };
+    ops.fchown = [](auto... with) { return status(state.real.fchown, "fchown", 'm', with...); };
+    ops.fsync = [](int fd) { return status(state.real.fsync, "fsync", 'y', fd); };
     ops.unlink = [](auto... with) { return status(state.real.unlink, "unlink", 'u', with...); };
     ops.rename = [](auto... with) { return status(state.real.rename, "rename", 'u', with...); };
     ops.map = [](int fd, size_t n) {

@@ -236,13 +236,13 @@ double parse_number(const std::uint8_t* at, int length) {
   return negative ? -value : value;
 }
 
-std::int64_t parse_block(const std::uint8_t* at, int length) {
+std::uint32_t memo_block(const std::uint8_t* at, int length) {
   const auto* text = reinterpret_cast<const char*>(at);
   const char* end = text + length;
   while (text < end && is_blank(static_cast<std::uint8_t>(*text))) ++text;
   std::int64_t block = 0;
   std::from_chars(text, end, block);
-  return block;
+  return block > 0 && block <= UINT32_MAX ? static_cast<std::uint32_t>(block) : 0;
 }
 
 void put_text(std::uint8_t* at, int length, std::string_view text) {

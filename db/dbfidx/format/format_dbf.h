@@ -95,8 +95,8 @@ double parse_number(const std::uint8_t* at, int length);
 inline bool parse_logical(const std::uint8_t* at, int length) {
   return length > 0 && *at == 'T';
 }
-// Number of the block a memo field names, below 1 when it names none.
-std::int64_t parse_block(const std::uint8_t* at, int length);
+// Number of the block a memo field names, 0 when it names none that could be.
+std::uint32_t memo_block(const std::uint8_t* at, int length);
 
 // Pads with blanks behind.
 void put_text(std::uint8_t* at, int length, std::string_view text);

@@ -10,6 +10,10 @@ namespace tarnel::dbt {
 namespace {
 
 constexpr std::uint32_t kFirstBlock = 1;
+constexpr char kPairSign[] = {'T', 'N', 'P', 'A', 'I', 'R', 0x1A, 0x01};
+constexpr std::size_t kSignAt = 4, kSizeAt = 12, kInodeAt = 20, kHeaderAt = 28, kLengthAt = 60,
+                      kNameAt = 61;
+static_assert(kNameAt + kMostPairName == kBlockSize && kMostPairName > UINT8_MAX);
 constexpr std::size_t kFirstRead = 8;  // blocks; most texts are short
 
 }  // namespace
@@ -31,6 +35,35 @@ bool write_next_free(int fd, std::uint32_t block) {
   std::uint8_t word[kNextFreeSize];
   put_u32le(word, block);
   return write_at(fd, word, sizeof word, 0);
+}
+
+void put_pair_mark(std::uint8_t* first_block, const PairMark& mark) {
+  std::memcpy(first_block + kSignAt, kPairSign, sizeof kPairSign);
+  put_u64le(first_block + kSizeAt, mark.size);
+  put_u64le(first_block + kInodeAt, mark.inode);
+  std::memcpy(first_block + kHeaderAt, mark.header.data(), mark.header.size());
+  const std::size_t length = std::min<std::size_t>(mark.name.size(), UINT8_MAX);
+  first_block[kLengthAt] = static_cast<std::uint8_t>(length);
+  std::memcpy(first_block + kNameAt, mark.name.data(), length);
+}
+
+int read_pair_mark(int fd, PairMark& mark) {
+  std::uint8_t block[kBlockSize];
+  const std::int64_t got = read_some_at(fd, block, sizeof block, 0);
+  if (got < 0) return -1;
+  if (got < static_cast<std::int64_t>(sizeof block) ||
+      std::memcmp(block + kSignAt, kPairSign, sizeof kPairSign) != 0)
+    return 0;
+  mark.size = get_u64le(block + kSizeAt);
+  mark.inode = get_u64le(block + kInodeAt);
+  std::memcpy(mark.header.data(), block + kHeaderAt, mark.header.size());
+  mark.name.assign(reinterpret_cast<const char*>(block) + kNameAt, block[kLengthAt]);
+  return 1;
+}
+
+bool clear_pair_mark(int fd) {
+  const std::uint8_t nothing[kBlockSize - kSignAt] = {};
+  return write_at(fd, nothing, sizeof nothing, kSignAt);
 }
 
 int find_end(int fd, std::uint32_t block, std::vector<std::uint8_t>& text, std::size_t& length,

@@ -103,7 +103,7 @@ namespace tarnel {
   M("orderkeyno", kAccess, di_orderkeyno)               \
   M("orderkeyno", kMethod, di_orderkeyno)               \
   M("orderkeyva", kAccess, di_orderkeyvalue)            \
-  L("pack", kMethod)                                    \
+  M("pack", kMethod, di_pack)                           \
   M("quickfieldget", kMethod, di_quickfieldget)         \
   M("quickfieldput", kMethod, di_quickfieldput)         \
   M("rddinfo", kMethod, di_info)                        \
@@ -147,7 +147,7 @@ namespace tarnel {
   M("usersdbf", kMethod, di_usersdbf)                   \
   M("whileblock", kAccess, di_whileblock)               \
   M("whileblock", kAssign, di_set_whileblock)           \
-  L("zap", kMethod)
+  M("zap", kMethod, di_zap)
 
 #define DECLARE_MEMBER(name, kind, function) Var* function(std::int32_t argc, Var** argv);
 #define NO_MEMBER(name, kind)

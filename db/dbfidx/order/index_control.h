@@ -149,6 +149,9 @@ void current_collation(std::uint8_t (&table)[256]);
 // takes the records from the cursor on as order 2 has them. False when the table or its orders went
 // away meanwhile.
 bool build_index(DbfIdx& dbf, IndexControl& index, Var* key_block, bool along_order);
+// Builds all orders of a table in exclusive use anew, by the conditions of their own. False after an error, or
+// when the table or an order went away.
+[[nodiscard]] bool rebuild_orders(DbfIdx& dbf);
 // Forgets the condition for the next order.
 void clear_condition(DbfIdx& dbf);
 

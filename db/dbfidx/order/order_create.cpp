@@ -276,8 +276,12 @@ bool truth_argument(std::int32_t argc, Var** argv, std::int32_t i) {
   return arg_is(argc, argv, i, "L") && truth_of(argv[i]);
 }
 
-// False also for an empty table, whose orders are empty then.
-bool rebuild(DbfIdx& dbf) {
+}  // namespace
+
+bool rebuild_orders(DbfIdx& dbf) {
+  const ConditionScope condition(dbf);
+  dbf.orders.keysPending = false;  // the keys that waited come with all others
+  dbf.orders.state = kIndexGood;
   const InterruptHold hold;
   const SameOrders same(dbf);
   const std::int32_t count = dbf.orderCount;
@@ -285,10 +289,8 @@ bool rebuild(DbfIdx& dbf) {
     if (!zap_index(dbf, *dbf.orders[n]) || !same.holds()) return false;
   for (std::int32_t n = 1; n <= count; ++n)
     if (!build_index(dbf, *dbf.orders[n], nullptr, false) || !same.holds()) return false;
-  return dbf.lastRec > 0;
+  return true;
 }
-
-}  // namespace
 
 Var* di_createorder(std::int32_t argc, Var** argv) {
   DbfIdx& dbf = dbf_of(argv[0]);
@@ -340,10 +342,9 @@ Var* di_reindex(std::int32_t, Var** argv) {
   dbf.bofFlag = dbf.eofFlag = 0;
   dbf.found = false;
   if (!leave_record(dbf)) return false_value();
-  dbf.orders.keysPending = false;  // the keys that waited come with all others
-  dbf.orders.state = kIndexGood;
   const SameTable same(dbf);
-  if (!rebuild(dbf)) return false_value();
+  if (!rebuild_orders(dbf) || dbf.lastRec == 0)
+    return false_value();  // an empty table has nothing to order
   dbf.currentOrder = 1;
   go_top(dbf);
   return logical(same.holds());

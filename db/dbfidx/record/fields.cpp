@@ -28,10 +28,8 @@ const dbf::Field& field_at(const DbfIdx& dbf, std::int32_t i) {
   return dbf.fields[static_cast<std::size_t>(i)];
 }
 
-// The block that a memo field names; 0 when it names none that could be.
 std::uint32_t memo_block(const DbfIdx& dbf, const dbf::Field& field) {
-  const std::int64_t block = dbf::parse_block(place(dbf, field), field.length);
-  return block > 0 && block <= UINT32_MAX ? static_cast<std::uint32_t>(block) : 0;
+  return dbf::memo_block(place(dbf, field), field.length);
 }
 
 std::string_view bytes_of(const DbfIdx& dbf, const dbf::Field& field) {

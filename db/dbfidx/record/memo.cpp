@@ -17,12 +17,6 @@ bool memo_open(const DbfIdx& dbf) {
   return dbf.isOpen() && dbf.hasMemo() && dbf::has_memo(dbf.header.version());
 }
 
-struct MemoText {
-  std::vector<std::uint8_t> bytes;
-  std::size_t length = 0;
-  std::size_t blocks = 0;
-};
-
 // Finds a text with its end; raises 301 or 103 and gives false when it has none.
 bool load(DbfIdx& dbf, std::uint32_t block, MemoText& memo) {
   const int found = dbt::find_end(dbf.dbtFd, block, memo.bytes, memo.length, memo.blocks);
@@ -81,15 +75,17 @@ std::size_t memoSize(DbfIdx& dbf, std::uint32_t block, bool whole) {
   return whole ? memo.blocks * dbt::kBlockSize : memo.length;
 }
 
+bool load_memo_text(DbfIdx& dbf, std::uint32_t block, MemoText& memo) {
+  if (memo_open(dbf)) return load(dbf, block, memo);
+  dxerror(dbf, TableError::kNoMemoFile);
+  return false;
+}
+
 bool memoRead(DbfIdx& dbf, std::uint32_t block, Var* cell) {
   set_memo_text(cell, {});
-  if (!memo_open(dbf)) {
-    dxerror(dbf, TableError::kNoMemoFile);
-    return false;
-  }
   MemoText memo;
-  if (!load(dbf, block, memo)) return false;
-  set_memo_text(cell, {reinterpret_cast<const char*>(memo.bytes.data()), memo.length});
+  if (!load_memo_text(dbf, block, memo)) return false;
+  set_memo_text(cell, memo.view());
   return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "db/dbfidx/dbfidx.h"
 
@@ -11,6 +12,16 @@ namespace tarnel {
 // Length of the text at a block in bytes, or, whole, the bytes of the blocks it fills. 0 for block
 // 0 and for a text without an end (error 301) or an unreadable one (103).
 std::size_t memoSize(DbfIdx& dbf, std::uint32_t block, bool whole);
+// A text as it was read, with the rest of its last block.
+struct MemoText {
+  std::vector<std::uint8_t> bytes;
+  std::size_t length = 0;
+  std::size_t blocks = 0;
+
+  std::string_view view() const { return {reinterpret_cast<const char*>(bytes.data()), length}; }
+};
+// Reads the text at a block; false after error 414, 301 or 103.
+[[nodiscard]] bool load_memo_text(DbfIdx& dbf, std::uint32_t block, MemoText& memo);
 // Reads the text at a block into a memo field's cell. False after error 414, 301 or 103; the cell
 // is then empty.
 bool memoRead(DbfIdx& dbf, std::uint32_t block, Var* cell);
