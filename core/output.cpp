@@ -17,6 +17,7 @@ constexpr std::size_t kBufferLimit = 64 * 1024, kFirstSize = 8 * 1024;
 struct OutputState {
   std::string buffer;
   void (*tee)(std::string_view) = nullptr;
+  void (*device)(std::string_view) = nullptr;
   bool broken = false;  // a write failed
 } state;
 
@@ -24,6 +25,7 @@ struct OutputState {
 
 void write_output(std::string_view text) {
   if (state.tee != nullptr) state.tee(text);
+  if (state.device != nullptr) return state.device(text);
   if (state.buffer.capacity() < kFirstSize) state.buffer.reserve(kFirstSize);
   state.buffer.append(text);
   if (state.buffer.size() > kBufferLimit) flush_output();
@@ -63,6 +65,10 @@ void write_direct(std::string_view text) {
 void write_direct_line(std::string_view text) {
   write_direct(text);
   write_direct("\n");
+}
+
+void set_output_device(void (*device)(std::string_view text)) {
+  state.device = device;
 }
 
 void set_output_tee(void (*tee)(std::string_view text)) {

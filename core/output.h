@@ -20,6 +20,9 @@ void flush_output();
 void write_direct(std::string_view text);
 void write_direct_line(std::string_view text);  // the text, then one line feed by a second write
 
+// Where output goes instead of descriptor 1; null: nowhere else. What is gathered should be written first.
+void set_output_device(void (*device)(std::string_view text));
+
 // A second receiver of all output (alternate and print files); null: none.
 void set_output_tee(void (*tee)(std::string_view text));
 

@@ -17,6 +17,8 @@ constexpr std::size_t kDirectoryLimit = 248;
 constexpr std::int32_t kMostDecimals = 15;  // more than a double has
 constexpr int kAppendForm = 100;  // added to the number of a text setting by the additive form
 
+void (*key_buffer_resized)(std::int32_t) = nullptr;
+
 enum Setting : int {
   kDecimals = 3,
   kDateFormat = 4,
@@ -278,11 +280,17 @@ std::int32_t setNumber(int n, std::int32_t value) {
   const std::int32_t old = settings().*kRows[n].number;
   if (value == kReadNumber) return old;
   if (n == kDecimals) value = std::clamp(value, 0, kMostDecimals);
-  if (n == kTypeahead && value < 0)
+  if (n == kTypeahead && value < 0) {
     RT_ERROR(313, "SET KEYBUFF TO");
-  else
-    settings().*kRows[n].number = value;
+    return old;
+  }
+  settings().*kRows[n].number = value;
+  if (n == kTypeahead && key_buffer_resized != nullptr) key_buffer_resized(value);
   return old;
+}
+
+void set_key_buffer_hook(void (*resized)(std::int32_t size)) {
+  key_buffer_resized = resized;
 }
 
 std::string setText(int n, const std::string_view* text) {

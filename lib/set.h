@@ -19,6 +19,9 @@ std::int32_t setNumber(int n, std::int32_t value);
 // are the file settings 19, 22 and 24 with an open that appends.
 std::string setText(int n, const std::string_view* text);
 
+// Who keeps the keys of SET TYPEAHEAD hears here of another size.
+void set_key_buffer_hook(void (*resized)(std::int32_t size));
+
 #define SET_BUILTINS(X) \
   X("set", set, "set(nSetting, [xValue], [lAdditive]) -> xOld: reads or changes a setting")
 

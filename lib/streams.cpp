@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -30,6 +31,7 @@ struct OpenStream {
   int fd = -1;
   pid_t reader = -1;  // the command at the other end of a pipe
   std::string name;
+  PrintPlace place{0, 0};
 };
 
 struct StreamState {
@@ -101,7 +103,12 @@ bool open_file_stream(std::string_view name, bool append, OpenStream& stream) {
 void write_stream(Stream which, std::string_view text) {
   OpenStream& stream = stream_of(which);
   if (stream.fd < 0 || text.empty()) return;
-  if (write_fully(stream.fd, text)) return;
+  if (write_fully(stream.fd, text)) {
+    const std::size_t line = text.rfind('\n') + 1;  // 0 without a line feed
+    stream.place.row += static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+    stream.place.col = (line == 0 ? stream.place.col : 0) + static_cast<int>(text.size() - line);
+    return;
+  }
   set_dos_error(errno);
   close_stream(stream);  // first, since the report is output too
   route_output();
@@ -166,6 +173,10 @@ void route_output() {
 
 void write_print_file(std::string_view text) {
   write_stream(Stream::kPrint, text);
+}
+
+PrintPlace print_place() {
+  return stream_of(Stream::kPrint).place;
 }
 
 void close_streams() {

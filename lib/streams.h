@@ -29,6 +29,11 @@ inline bool print_file_open() {
   return stream_open(Stream::kPrint);
 }
 void write_print_file(std::string_view text);
+// Where the print file goes on: lines, and bytes on the last of them, since it was opened.
+struct PrintPlace {
+  int row, col;
+};
+PrintPlace print_place();
 
 // Closes all three; the end of the run waits for piped commands.
 void close_streams();
