@@ -17,7 +17,7 @@
 #include "lib/lib_modules.h"
 #include "lib/streams.h"
 #include "macro/evaluator.h"
-#include "term/terminal.h"
+#include "term/term_modules.h"
 
 namespace tarnel {
 namespace {
@@ -76,8 +76,8 @@ Var* console_main(std::int32_t, Var**) {
 
 constexpr FunctionEntry kMainFunctions[] = {{"main", console_main, nullptr}};
 constexpr ModuleRecord kMainModule{.name = "console", .functions = kMainFunctions};
-constexpr std::array kConsoleModules = {&kMainModule, &kTerminalModule};
-constexpr auto kModules = join_modules(kConsoleModules, kDbModules, kLibModules, kCoreModules);
+constexpr std::array kConsoleModules = {&kMainModule};
+constexpr auto kModules = join_modules(kConsoleModules, kTermModules, kDbModules, kLibModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 }  // namespace

@@ -15,16 +15,16 @@
 #include "macro/macro.h"
 #include "pages/pages.h"
 #include "pages/table_access.h"
-#include "term/terminal.h"
+#include "term/term_modules.h"
 
 namespace {
 
 using namespace tarnel;
 
-constexpr std::array<const ModuleRecord*, 8> kFrontEnd = {
+constexpr std::array<const ModuleRecord*, 7> kFrontEnd = {
     &kRequestModule,   &kLogModule,   &kToolkitModule,    &kStateModule,
-    &kErrorPageModule, &kPagesModule, &kPageTablesModule, &kTerminalModule};
-constexpr auto kModules = join_modules(kFrontEnd, kDbModules, kLibModules, kCoreModules);
+    &kErrorPageModule, &kPagesModule, &kPageTablesModule};
+constexpr auto kModules = join_modules(kFrontEnd, kTermModules, kDbModules, kLibModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 }  // namespace

@@ -10,13 +10,12 @@
 #include "core/core_modules.h"
 #include "db/db_modules.h"
 #include "lib/lib_modules.h"
-#include "term/terminal.h"
+#include "term/term_modules.h"
 
 namespace tarnel {
 namespace {
 
-constexpr std::array kTerminal = {&kTerminalModule};
-constexpr auto kModules = join_modules(kTerminal, kDbModules, kLibModules, kCoreModules);
+constexpr auto kModules = join_modules(kTermModules, kDbModules, kLibModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 // "- `name(x) -> y`: what it does"
