@@ -68,11 +68,12 @@ bool numbers_hold(Relation relation, const Var* left, const Var* right) {
 }
 
 bool comparable(const Var* left, const Var* right) {
-  return left->type == right->type || (is_text(left) && is_text(right)) ||
-         (is_number_or_logical(left) && is_number_or_logical(right));
+  return left->type == right->type || (is_text(left) && is_text(right));
 }
 
 Var* compare(Relation relation, Var* left, Var* right) {
+  if (is_number_or_logical(left) && is_number_or_logical(right))
+    return logical(numbers_hold(relation, left, right));
   const RelationTexts& texts = kTexts[relation];
   if (texts.undefined != nullptr) {
     if (left->sclass == 'U' || right->sclass == 'U') {
@@ -96,11 +97,6 @@ Var* compare(Relation relation, Var* left, Var* right) {
       return logical(texts_hold(relation, text_of(left), text_of(right)));
     case 'D':
       return logical(holds(relation, left->i, right->i));
-    case 'F':
-    case 'N':
-    case 'I':
-    case 'L':
-      return logical(numbers_hold(relation, left, right));
     default:
       return error_value();
   }

@@ -20,6 +20,20 @@ struct VarStack {
   std::int32_t top = -1;
 } vars;
 
+// The capacity last: without memory the exit road runs, which pushes too.
+[[gnu::noinline]] void more_temps() {
+  const std::int32_t capacity = temps.capacity + kTempStep;
+  temps.slots = static_cast<Var**>(MEM_REALLOC(
+      temps.slots, static_cast<std::size_t>(capacity) * sizeof(Var*), MemPurpose::kTemporaries));
+  temps.capacity = capacity;
+}
+
+// The rare parts are kept out of what runs at each step of an expression.
+[[gnu::noinline]] void pop_down_to(std::int32_t mark) {
+  for (std::int32_t i = mark; i < temps.top; ++i) DROP_TEMP(i);
+  temps.top = mark;
+}
+
 }  // namespace
 
 void init_stacks() {
@@ -41,19 +55,12 @@ Var* NEW_TEMP() {
 }
 
 Var* PUSH_TEMP(Var* var) {
-  // First, and the capacity last: without memory the exit road runs, which pushes too.
-  if (temps.top + 1 == temps.capacity) {
-    const std::int32_t capacity = temps.capacity + kTempStep;
-    temps.slots = static_cast<Var**>(MEM_REALLOC(
-        temps.slots, static_cast<std::size_t>(capacity) * sizeof(Var*), MemPurpose::kTemporaries));
-    temps.capacity = capacity;
-  }
+  if (temps.top + 1 == temps.capacity) more_temps();
   return temps.slots[temps.top++] = var;
 }
 
 void POP_TEMPS(std::int32_t mark) {
-  for (std::int32_t i = mark; i < temps.top; ++i) DROP_TEMP(i);
-  if (mark < temps.top) temps.top = mark;
+  if (mark < temps.top) pop_down_to(mark);
 }
 
 // The slot is emptied first: releasing an object runs its destructor, which uses the stack.
@@ -64,6 +71,7 @@ void DROP_TEMP(std::int32_t slot) {
 }
 
 Var* keep_temp(std::int32_t mark, Var* result) {
+  if (mark + 1 == temps.top && temps.slots[mark] == result) return result;
   ++result->refs;
   POP_TEMPS(mark);
   return PUSH_TEMP(result);

@@ -230,6 +230,14 @@ void copy_plain(Var* target, const Var* source) {
   target->bits2 = source->bits2;
 }
 
+// The same with the form in which it is shown.
+Var* copy_shown(Var* target, const Var* source) {
+  copy_plain(target, source);
+  target->length = source->length;
+  target->decimals = source->decimals;
+  return target;
+}
+
 // The elements of a body at one moment, kept alive; a null pointer ends them.
 class HeldElements {
  public:
@@ -324,8 +332,7 @@ std::int32_t truncate_to_int(double d) {
   return static_cast<std::int32_t>(d);
 }
 
-double number_of(const Var* v) {
-  if (v->type == 'N' || v->type == 'F') return v->num;
+double number_of_word(const Var* v) {
   if (v->type == 'I' || v->type == 'L') return v->i;
   RT_ERROR(317, "Expected numeric or logical");
   return 0;
@@ -383,6 +390,7 @@ Var* NEW_VAR(char sclass, char type) {
 Var* ARG_VAR(Var* v) {
   if (v->sclass == 'T') return v;
   Var* temp = NEW_TEMP();
+  if (is_plain(v)) return copy_shown(temp, v);
   CPY_VAR(temp, v);
   if (v->sclass == 'U') temp->sclass = 'U';
   return temp;
@@ -429,12 +437,8 @@ Var* CPY_VAR(Var* target, Var* source) {
                                         reinterpret_cast<unsigned long>(target),
                                         reinterpret_cast<unsigned long>(source)));
   if (is_plain(source) && is_plain(target) &&
-      letter_in(target->sclass, "NTV")) {  // the usual case, at once
-    copy_plain(target, source);
-    target->length = source->length;
-    target->decimals = source->decimals;
-    return target;
-  }
+      letter_in(target->sclass, "NTV"))  // the usual case, at once
+    return copy_shown(target, source);
   if (target->sclass == 'F' || target->sclass == 'f') {
     FIELD_PUT(target, source);
     return target;

@@ -139,10 +139,14 @@ inline bool arg_is(std::int32_t argc, Var* const* argv, std::int32_t i, const ch
   return i < argc && argv[i] != nullptr && letter_in(argv[i]->type, types);
 }
 
-bool truth_of_number(const Var* v);  // the rare part of truth_of
+// The rare parts of the next ones.
+bool truth_of_number(const Var* v);
+double number_of_word(const Var* v);
 // Value of a number or logical as a double, as an integer (truncated toward zero; what does not fit
 // gives the nearest bound, not-a-number 0), or as a truth. Another type raises 317 and gives 0.
-double number_of(const Var* v);
+inline double number_of(const Var* v) {
+  return v->type == 'N' || v->type == 'F' ? v->num : number_of_word(v);
+}
 std::int32_t integer_of(const Var* v);
 inline bool truth_of(const Var* v) {
   return v->type == 'L' || v->type == 'I' ? v->i != 0 : truth_of_number(v);
