@@ -20,6 +20,7 @@ struct SymbolState {
   std::int32_t next_free = 1;  // index 0 is never used
   std::int32_t free_list = 0;  // forgotten indices, linked through next
   std::int32_t heads[256]{};   // chain heads, 0 empty
+  std::uint64_t stamp = 1;
   FieldOwner* (*current_owner)() = nullptr;
 } state;
 
@@ -163,6 +164,7 @@ void FORGET_NAME(std::string_view name) {
   if (i == 0) return;
   Symbol& symbol = state.table[i];
   Var* bound = symbol.var;
+  note_names_changed();
   symbol.name[0] = 0;
   symbol.var = nil_value();
   symbol.next = state.free_list;
@@ -175,15 +177,29 @@ Var* GET_MEMVAR(std::string_view name) {
   return sym < 0 ? nil_value() : symbol_var(sym);
 }
 
-Var* RESOLVE_NAME(std::int32_t sym) {
+std::uint64_t names_stamp() {
+  return state.stamp;
+}
+void note_names_changed() {
+  ++state.stamp;
+}
+
+FieldOwner* current_field_owner() {
+  return state.current_owner != nullptr ? state.current_owner() : nullptr;
+}
+
+Var* find_current_field(std::int32_t sym) {
   const Symbol& symbol = symbol_at(sym);
-  if (symbol.fields == nullptr || state.current_owner == nullptr) return symbol.var;
-  const FieldOwner* owner = state.current_owner();
-  for (std::uint32_t i = symbol.fields->count; i > 0 && owner != nullptr; --i) {
-    Var* cell = symbol.fields->elements[i - 1];
-    if (cell->owner == owner) return FIELD_GET(cell);
-  }
-  return symbol.var;
+  if (symbol.fields == nullptr) return nullptr;
+  const FieldOwner* owner = current_field_owner();
+  for (std::uint32_t i = symbol.fields->count; i > 0 && owner != nullptr; --i)
+    if (symbol.fields->elements[i - 1]->owner == owner) return symbol.fields->elements[i - 1];
+  return nullptr;
+}
+
+Var* RESOLVE_NAME(std::int32_t sym) {
+  Var* field = find_current_field(sym);
+  return field != nullptr ? FIELD_GET(field) : symbol_var(sym);
 }
 
 Var* FIELD_GET(Var* cell) {

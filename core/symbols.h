@@ -35,8 +35,17 @@ void FORGET_NAME(std::string_view name);
 // The current cell of a name, which is created when unknown.
 Var* GET_MEMVAR(std::string_view name);
 
+// Changes whenever a name is forgotten or a field cell comes under a name or goes, so that what was found
+// under a name is still there as long as it stays. Never 0.
+std::uint64_t names_stamp();
+void note_names_changed();
+
 // The cell a name means in ordinary code: a field of the current work area, else the variable.
 Var* RESOLVE_NAME(std::int32_t sym);
+// The field cell of that name in the current work area, null when there is none. Its value may be that
+// of another record: FIELD_GET.
+Var* find_current_field(std::int32_t sym);
+FieldOwner* current_field_owner();  // of the current work area; null when there is none
 // A field cell with the value of the record under its owner's cursor.
 Var* FIELD_GET(Var* cell);
 // Hands a value to the record behind a field cell; result of the owner's put.

@@ -98,9 +98,10 @@ enum class Failure : std::uint8_t { kSyntax, kTooDeep };
 struct Word {
   std::uint32_t at;  // in the code's bytes
   std::uint32_t size;
-  std::int32_t sym;         // -1: not yet found; the name is compared again at each use
-  char key[kNameSize + 1];  // the name as the name table has it
-  Callable function;        // null: not yet found
+  std::int32_t sym;     // -1: no such name
+  std::uint64_t stamp;  // names_stamp() when sym and field were found; 0: not yet
+  Var* field;           // the cell of that name in the area that was current then, or null
+  Callable function;    // null: not yet found
 };
 
 // One piece of memory, which lives while somebody refers to it. Made by compile and compile_block, given

@@ -1,6 +1,5 @@
 // The steps of the machine that look for something by its name: variables, fields, areas, functions,
 // methods; and the literals that run code.
-#include <cstring>
 #include <string>
 
 #include "core/arrays.h"
@@ -16,20 +15,24 @@ namespace tarnel {
 
 // --- Names.
 
-// -1 when there is no such name. Names come and go, and an index is used again.
+// -1 when there is no such name.
 std::int32_t Machine::symbol_of(Word& word) {
-  if (word.sym > 0 && std::memcmp(symbol_at(word.sym).name, word.key, sizeof word.key) == 0)
-    return word.sym;
+  if (word.stamp == names_stamp()) return word.sym;
   word.sym = FIND_SYMBOL({code_.bytes + word.at, word.size});
-  if (word.sym > 0) std::memcpy(word.key, symbol_at(word.sym).name, sizeof word.key);
+  word.field = nullptr;
+  word.stamp = word.sym > 0 ? names_stamp() : 0;
   return word.sym;
 }
 
+// The field is looked for again when another area is the current one.
 void Machine::stepName(const Step& step) {
-  const std::int32_t sym = symbol_of(code_.words[step.a]);
+  Word& word = code_.words[step.a];
+  const std::int32_t sym = symbol_of(word);
   if (sym < 0)
     return report(307, "access of undefined variable " + std::string(code_.word(step.a)));
-  push_checked(RESOLVE_NAME(sym));
+  if (word.field == nullptr || word.field->owner != current_field_owner())
+    word.field = find_current_field(sym);
+  push_checked(word.field != nullptr ? FIELD_GET(word.field) : symbol_var(sym));
 }
 
 void Machine::stepMemvar(const Step& step) {
@@ -89,7 +92,7 @@ void Machine::stepArray(const Step&) {
 // --- Calls.
 
 void Machine::stepMark(const Step& step) {
-  lists_.add({temp_top(), cells() - step.a});
+  nested().lists.add({temp_top(), cells() - step.a});
 }
 
 // A copy, but an array as it is.
@@ -162,19 +165,15 @@ void Machine::stepField(const Step& step) {
 
 void Machine::stepEnterArea(const Step&) {
   if (area_ == nullptr) return report(342, "during evaluation");
-  if (area_hooks().push != nullptr) areas_.add(area_hooks().push(area_));
+  if (area_hooks().push != nullptr) nested().areas.add(area_hooks().push(area_));
 }
 
 void Machine::stepLeaveArea(const Step&) {
-  if (areas_.size() > 0) leave_areas(areas_.size() - 1);
+  if (nested_ && nested_->areas.size() > 0) leave_areas(nested_->areas.size() - 1);
 }
 
 void Machine::leave_areas(std::size_t count) {
-  while (areas_.size() > count) {
-    void* saved = areas_[areas_.size() - 1];
-    areas_.cut(areas_.size() - 1);
-    area_hooks().pop(saved);
-  }
+  while (nested_->areas.size() > count) area_hooks().pop(nested_->areas.take_last());
 }
 
 }  // namespace tarnel

@@ -1,6 +1,7 @@
 // The cells of fields: how the bytes of the buffered record become values, lazily, and values
 // bytes.
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "core/memory.h"
@@ -117,10 +118,18 @@ constexpr FieldType kTypes[] = {
     {'M', load_memo, store_memo},    {'N', load_number, store_number},
 };
 
+// The place of each letter in the table, 0 for those that name no type, else one more.
+constexpr auto kTypeAt = [] {
+  std::array<std::uint8_t, 256> places{};
+  for (const FieldType& type : kTypes)
+    places[static_cast<std::uint8_t>(type.letter)] =
+        static_cast<std::uint8_t>(&type - std::begin(kTypes) + 1);
+  return places;
+}();
+
 const FieldType* type_of(char letter) {
-  const auto* at = std::find_if(std::begin(kTypes), std::end(kTypes),
-                                [=](const FieldType& type) { return type.letter == letter; });
-  return at != std::end(kTypes) ? at : nullptr;
+  const std::uint8_t at = kTypeAt[static_cast<std::uint8_t>(letter)];
+  return at != 0 ? &kTypes[at - 1] : nullptr;
 }
 
 bool store_checked(DbfIdx& dbf, std::int32_t i, Var* cell, const Var* value) {
@@ -143,6 +152,7 @@ bool store_checked(DbfIdx& dbf, std::int32_t i, Var* cell, const Var* value) {
 // --- The lists of field cells under their names.
 
 void list_cell(std::int32_t sym, Var* cell) {
+  note_names_changed();
   SharedHeader*& fields = symbol_at(sym).fields;
   if (fields == nullptr) fields = new_shared();
   const std::size_t count = fields->count;
@@ -160,6 +170,7 @@ void unlist_cell(std::int32_t sym, Var* cell) {
   Var** const end = fields->elements + fields->count;
   Var** const at = std::find(fields->elements, end, cell);
   if (at == end) return;
+  note_names_changed();
   std::copy(at + 1, end, at);
   *(end - 1) = nullptr;
   DEL_VAR(cell);
@@ -208,7 +219,7 @@ Var* field_value(DbfIdx& dbf, std::int32_t i) {
   const bool buffered = is_buffered(dbf);
   if (buffered && dbf.fieldStamps[at] == dbf.buffer.stamp()) return cell;
   // What could not be read shows as blanks.
-  if (!buffered && !refreshRecord(dbf, true) && !(same.holds() && is_unreadable(dbf)))
+  if (!buffered && !bringRecord(dbf, true) && !(same.holds() && is_unreadable(dbf)))
     return nil_value();
   const dbf::Field& field = dbf.fields[at];
   if (const FieldType* type = type_of(field.type); type != nullptr) {
