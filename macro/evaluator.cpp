@@ -23,17 +23,21 @@ constexpr std::size_t kReserve = std::size_t{1} << 20;
 
 struct EvaluatorState {
   const char* stack_base = nullptr;
+  const char* room_above = nullptr;  // a frame that is not below it has room in every case
   std::size_t stack_size = kUsualStack;
   int depth = 0;
   bool leaving = false;  // an evaluation was too deep: all around it end without a further error
 } state;
 
+std::size_t reserve() {
+  return std::min(kReserve, state.stack_size / 2);
+}
+
 bool stack_is_short() {
   const char* here = static_cast<const char*>(__builtin_frame_address(0));
+  if (here >= state.room_above) return false;
   const auto used = static_cast<std::size_t>(std::max<std::ptrdiff_t>(state.stack_base - here, 0));
-  const std::size_t reserve =
-      std::min(kReserve, state.stack_size / 2) / (errors_in_progress() > 0 ? 2 : 1);
-  return used > state.stack_size - reserve;
+  return used > state.stack_size - reserve() / (errors_in_progress() > 0 ? 2 : 1);
 }
 
 class Depth {
@@ -148,6 +152,7 @@ void init_macro() {
   rlimit limit{};
   if (getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY)
     state.stack_size = std::min<std::size_t>(limit.rlim_cur, kUsualStack);
+  state.room_above = state.stack_base - (state.stack_size - reserve());
   set_macro_hooks({EXP_EVAL, EVAL_BLOCK, expand, release_code});
 }
 

@@ -43,15 +43,21 @@ Var* run_code(Code& code, std::string_view source, const BlockArguments& argumen
   return Machine(code, source, arguments).run();
 }
 
+// A switch, so that the compiler puts the short steps in line.
 Var* Machine::run() {
-  using Action = void (Machine::*)(const Step&);
-#define MACRO_STEP_ROW(name, what) &Machine::step##name,
-  static constexpr Action kActions[] = {MACRO_STEPS(MACRO_STEP_ROW)};
-#undef MACRO_STEP_ROW
   next_ = code_.steps;
   while (result_ == nullptr) {
     const Step& step = *next_++;
-    (this->*kActions[static_cast<std::size_t>(step.kind)])(step);
+    switch (step.kind) {
+#define MACRO_STEP_CASE(name, what) \
+  case StepKind::k##name:           \
+    step##name(step);               \
+    break;
+      MACRO_STEPS(MACRO_STEP_CASE)
+#undef MACRO_STEP_CASE
+      case StepKind::kCount:
+        assert(false);
+    }
   }
   return result_;
 }
@@ -164,24 +170,24 @@ void Machine::stepJump(const Step& step) {
 }
 
 void Machine::stepGuard(const Step& step) {
-  guards_.add({step.a, cells(), static_cast<std::uint32_t>(lists_.size()),
-               static_cast<std::uint32_t>(areas_.size())});
+  Nested& in = nested();
+  in.guards.add({step.a, cells(), static_cast<std::uint32_t>(in.lists.size()),
+                 static_cast<std::uint32_t>(in.areas.size())});
 }
 
 void Machine::stepUnguard(const Step&) {
-  guards_.cut(guards_.size() - 1);
+  nested_->guards.take_last();
 }
 
 // --- Ends.
 
 void Machine::fail() {
-  if (broken_ || guards_.size() == 0) {
+  if (broken_ || !nested_ || nested_->guards.size() == 0) {
     result_ = error_value();
     return;
   }
-  const Guarded back = guards_[guards_.size() - 1];
-  guards_.cut(guards_.size() - 1);
-  lists_.cut(back.lists);
+  const Guarded back = nested_->guards.take_last();
+  nested_->lists.cut(back.lists);
   leave_areas(back.areas);
   top_ = stack_.data() + back.cells;
   push(error_value());
@@ -217,8 +223,7 @@ Var* Machine::fresh(Var* cell) {
 }
 
 Machine::Arguments Machine::take_arguments() {
-  const List list = lists_[lists_.size() - 1];
-  lists_.cut(lists_.size() - 1);
+  const List list = nested_->lists.take_last();
   Var** const first = stack_.data() + list.base;
   const auto count = static_cast<std::int32_t>(top_ - first);
   top_ = first;

@@ -1,6 +1,8 @@
 // One run of a code. For the machine's own files.
 #pragma once
 
+#include <optional>
+
 #include "core/memvars.h"
 #include "macro/machine.h"
 #include "macro/small_list.h"
@@ -14,7 +16,9 @@ class Machine {
     stack_.reserve(code.depth);
     top_ = stack_.data();
   }
-  ~Machine() { leave_areas(0); }
+  ~Machine() {
+    if (nested_) leave_areas(0);
+  }
   Machine(const Machine&) = delete;
   Machine& operator=(const Machine&) = delete;
 
@@ -32,6 +36,13 @@ class Machine {
     std::int32_t cells;
     std::uint32_t lists, areas;
   };
+  // What has begun and not ended yet. A plain comparison has nothing of it.
+  struct Nested {
+    SmallList<List, 6> lists;
+    SmallList<Guarded, 2> guards;
+    SmallList<void*, 2> areas;  // which were current before
+  };
+  Nested& nested() { return nested_ ? *nested_ : nested_.emplace(); }
 
 #define MACRO_STEP_ACTION(name, what) void step##name(const Step& step);
   MACRO_STEPS(MACRO_STEP_ACTION)
@@ -94,9 +105,7 @@ class Machine {
   void* area_ = nullptr;  // the chosen one
   bool broken_ = false;   // failed in a way that no kGuard holds
   SmallList<Var*, 16> stack_;
-  SmallList<List, 6> lists_;
-  SmallList<Guarded, 2> guards_;
-  SmallList<void*, 2> areas_;  // which were current before
+  std::optional<Nested> nested_;
 };
 
 }  // namespace tarnel

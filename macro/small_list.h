@@ -40,6 +40,11 @@ class SmallList {
     size_ = size;
   }
 
+  T take_last() {
+    assert(size_ > 0);
+    return data()[--size_];
+  }
+
   std::size_t size() const { return size_; }
   T* data() { return more_ != nullptr ? more_.get() : reinterpret_cast<T*>(first_); }
   const T* data() const { return const_cast<SmallList*>(this)->data(); }
