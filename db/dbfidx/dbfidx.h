@@ -273,6 +273,10 @@ inline bool is_buffered(const DbfIdx& dbf) {
   return dbf.recNo == dbf.buffer.number() && state != State::kUnreadable &&
          (state != State::kPhantom || dbf.eofFlag != 0 || dbf.recNo > dbf.lastRec);
 }
+// See record/records.h.
+[[nodiscard]] inline bool refreshRecord(DbfIdx& dbf, bool onlyIfMoved) {
+  return (onlyIfMoved && is_buffered(dbf)) || bringRecord(dbf, onlyIfMoved);
+}
 
 // --- Fields (fields.cpp)
 // The value of field i (from 0) of the record under the cursor, in its cell. Errors 204, 301.

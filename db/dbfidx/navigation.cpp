@@ -203,6 +203,14 @@ bool fetch_to_leave(DbfIdx& dbf) {
   return refreshRecord(dbf, true) || same.holds();
 }
 
+// A step to the next record of those that are known, in natural order, which nothing else comes of.
+bool natural_step(DbfIdx& dbf) {
+  if (ordered(dbf) || dbf.eofFlag != 0 || dbf.recNo >= dbf.lastRec) return false;
+  ++dbf.recNo;
+  dbf.bofFlag = 0;
+  return true;
+}
+
 // Moves the cursor alone; 0 after an error too.
 std::int32_t skip_locked(DbfIdx& dbf, std::int32_t n) {
   const SameTable same(dbf);
@@ -368,7 +376,7 @@ void go_bottom(DbfIdx& dbf) {
 }
 
 std::int32_t skip_records(DbfIdx& dbf, std::int32_t n) {
-  if (n == 1 && !dbf.buffer.changed() && !hides(dbf) && index_step(dbf)) {
+  if (n == 1 && !dbf.buffer.changed() && !hides(dbf) && (natural_step(dbf) || index_step(dbf))) {
     dbf.found = false;
     if (dbf.eofFlag != 0) phantom(dbf);
     runRelations(dbf);

@@ -71,7 +71,7 @@ class RecordBuffer {
   void stale() { stamp_ = ++last_stamp_; }
 
   std::vector<std::uint8_t> bytes_;
-  std::vector<std::uint8_t> former_;  // empty until needed
+  std::vector<std::uint8_t> former_;            // empty until needed
   inline static std::uint64_t last_stamp_ = 0;  // of all tables: no stamp comes twice
   std::uint64_t stamp_ = 0;
   std::int32_t number_ = 0;

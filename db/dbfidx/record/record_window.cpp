@@ -11,6 +11,8 @@ namespace tarnel {
 namespace {
 
 constexpr std::size_t kWindowBytes = 64 * 1024, kMostBytes = 64 * 1024 * 1024;
+constexpr std::int64_t kSmallTable =
+    1024 * 1024;                            // bytes of a table that a walk through it may keep
 constexpr std::int64_t kBytesAJump = 4096;  // read in the time that one jump takes
 
 std::int32_t records_in(const DbfIdx& dbf, std::size_t bytes) {
@@ -40,6 +42,15 @@ bool RecordWindow::load(DbfIdx& dbf, std::int32_t n, std::size_t bytes) {
   return count_ > 0;
 }
 
+// Fills the window for a walk that came to record n: once it has passed a window of a small table, with
+// all of it, since it may well be walked again.
+bool RecordWindow::load_for_walk(DbfIdx& dbf, std::int32_t n) {
+  const bool passed = count_ > 0 && n == first_ + count_;
+  const bool small = std::int64_t{dbf.recordSize} * dbf.lastRec <= kSmallTable;
+  if (passed && small && load(dbf, 1, kMostBytes) && holds(n)) return true;
+  return load(dbf, n, kWindowBytes);
+}
+
 // After many jumps through a table that is not too large, as a walk along an order makes them, all
 // of it costs less than the next jumps.
 bool RecordWindow::worth_loading_all(const DbfIdx& dbf) {
@@ -55,7 +66,7 @@ bool RecordWindow::read(DbfIdx& dbf, std::int32_t n, std::uint8_t* to) {
       if (unwritten_ != 0 && !flush(dbf)) return false;
       if (!worth_loading_all(dbf) || !load(dbf, 1, kMostBytes) || !holds(n))
         return read_at(dbf.dbfFd, to, dbf.recordSize, record_place(dbf, n));
-    } else if ((unwritten_ != 0 && !flush(dbf)) || !load(dbf, n, kWindowBytes)) {
+    } else if ((unwritten_ != 0 && !flush(dbf)) || !load_for_walk(dbf, n)) {
       return false;
     }
   }

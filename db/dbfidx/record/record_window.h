@@ -41,6 +41,7 @@ class RecordWindow {
  private:
   bool holds(std::int32_t n) const { return n >= first_ && n < first_ + count_; }
   bool load(DbfIdx& dbf, std::int32_t n, std::size_t bytes);
+  bool load_for_walk(DbfIdx& dbf, std::int32_t n);
   void flush_changes(DbfIdx& dbf);
   bool worth_loading_all(const DbfIdx& dbf);
   std::uint8_t* at(const DbfIdx& dbf, std::int32_t n);

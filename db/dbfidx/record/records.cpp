@@ -235,8 +235,7 @@ static bool reads_alone(const DbfIdx& dbf) {
   return !dbf.exclusive() && !is_locked(dbf) && !dbf.buffer.changed() && has_record(dbf, dbf.recNo);
 }
 
-bool refreshRecord(DbfIdx& dbf, bool onlyIfMoved) {
-  if (onlyIfMoved && is_buffered(dbf)) return true;
+bool bringRecord(DbfIdx& dbf, bool onlyIfMoved) {
   if (dbf.exclusive() && !dbf.buffer.changed() && has_record(dbf, dbf.recNo))
     return fetchRecord(dbf, dbf.recNo);
   if (!dbf.isOpen()) return no_record(dbf, dbf.recNo);

@@ -12,8 +12,9 @@ struct DbfIdx;
 // after errors 1, 103, 413.
 [[nodiscard]] bool fetchRecord(DbfIdx& dbf, std::int32_t n);
 // Brings the record under the cursor into the buffer, after committing a changed one, under the read
-// lock. onlyIfMoved: only if the buffer holds another record. False after an error, as above.
-[[nodiscard]] bool refreshRecord(DbfIdx& dbf, bool onlyIfMoved);
+// lock. onlyIfMoved: only if the buffer holds another record (is_buffered); bringRecord: it does.
+// False after an error, as above.
+[[nodiscard]] bool bringRecord(DbfIdx& dbf, bool onlyIfMoved);
 // Past the end: a blank buffer, eofFlag, recNo = lastRec + 1.
 void phantom(DbfIdx& dbf);
 // The delete mark of the record under the cursor, which is fetched.

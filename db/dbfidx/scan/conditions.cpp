@@ -8,8 +8,7 @@ namespace tarnel {
 Var* run_in_area(DbfIdx& dbf, Var* block) {
   if (block == nullptr) return true_value();
   const CallOut out;
-  ++block->refs;  // it may close what holds it
-  PUSH_TEMP(block);
+  const CellHold kept(block);  // it may close what holds it
   const AreaScope in(dbf.area);
   return run_block_with(block);
 }

@@ -10,7 +10,7 @@
 namespace tarnel {
 
 // Runs a block in the table's area; a null block gives true. The block may close the table, or drop its
-// object: hold what is needed afterwards (KeepObject, SameTable). temps +1..2
+// object: hold what is needed afterwards (KeepObject, SameTable). temps +1
 Var* run_in_area(DbfIdx& dbf, Var* block);
 // The same for a block that is to say something of the record under the cursor: where it moves the cursor
 // that is put back, since it would keep a search or a scan from its end.
