@@ -8,18 +8,29 @@
 namespace tarnel {
 namespace {
 
-Var* without_arguments(FrontMember member) {
+Var* statement(FrontMember member, std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kError322);
-  return server != nullptr ? front_call(server, member, 0, nullptr) : false_value();
+  return server != nullptr ? front_call(server, member, argc, argv) : false_value();
 }
 
 }  // namespace
 
+Var* dbappend_from(std::int32_t argc, Var** argv) {
+  if (current_server() != nullptr) return statement({"appenddb", kMethod}, argc, argv);
+  RT_ERROR(311, "in APPEND FROM");
+  return false_value();
+}
+Var* dbcopy(std::int32_t argc, Var** argv) {
+  return statement({"copydb", kMethod}, argc, argv);
+}
+Var* dbcopy_structure(std::int32_t argc, Var** argv) {
+  return statement({"copystructure", kMethod}, argc, argv);
+}
 Var* dbpack(std::int32_t, Var**) {
-  return without_arguments({"pack", kMethod});
+  return statement({"pack", kMethod}, 0, nullptr);
 }
 Var* dbzap(std::int32_t, Var**) {
-  return without_arguments({"zap", kMethod});
+  return statement({"zap", kMethod}, 0, nullptr);
 }
 
 Var* dbzappack(std::int32_t argc, Var** argv) {

@@ -235,6 +235,8 @@ class KeepObject {
   KeepObject(const KeepObject&) = delete;
   KeepObject& operator=(const KeepObject&) = delete;
 
+  Var* object() const { return cell_; }
+
  private:
   Var* const cell_;
 };
@@ -283,6 +285,9 @@ inline bool is_buffered(const DbfIdx& dbf) {
 Var* field_value(DbfIdx& dbf, std::int32_t i);
 // Stores a value into field i. The cell, or NIL when it was refused.
 Var* store_field(DbfIdx& dbf, std::int32_t i, Var* value);
+// Puts a value that the field's type takes, other than a memo, into the field's bytes. False when it does not
+// fit.
+[[nodiscard]] bool put_value(const dbf::Field& field, std::uint8_t* at, const Var* value);
 // Field number (from 1) of a name in any case, cut at 11 characters; 0 when there is none.
 std::int32_t field_position(const DbfIdx& dbf, std::string_view name);
 void attach_field_cells(DbfIdx& dbf);
@@ -342,6 +347,9 @@ int holders(int fd, std::int64_t top);
 // The claim on a table in the scheme it uses.
 bool claim_table(DbfIdx& dbf, bool exclusive);
 int other_holders(const DbfIdx& dbf);
+
+// Does another area or process hold the file lock? Asks only, and takes no lock.
+bool file_locked_elsewhere(DbfIdx& dbf);
 
 // The internal lock as a guard; there is nothing to guard on a table in exclusive use.
 enum class LockMode : bool { kShared, kExclusive };

@@ -20,6 +20,7 @@ struct DbfIdx;
   X(kRecordOutOfRange, 1, 8, "FieldGet()", "record %ld")                                           \
   X(kOpenFailed, 101, 1, "Init()", "%s")                                                           \
   X(kOpenUnfinished, 101, 1, "Init()", "%s;a pack that was broken off waits for EXCLUSIVE use")    \
+  X(kBulkNoSource, 101, 2, "%s", "%s:;cannot open source database '%s'")                           \
   X(kPackNoTempFile, 101, 2, "Pack()", "cannot open tmp file")                                     \
   X(kIndexOpenFailed, 101, 1, "SetIndex()", "%s")                                                  \
   X(kIndexHeaderUnreadable, 103, 2, "SetIndex()", "header of %s")                                  \
@@ -45,12 +46,16 @@ struct DbfIdx;
   X(kStatusExclusive, 107, 1, "Init()", "while trying to open exclusive")                          \
   X(kStatusWriteLock, 107, 1, "Init()", "while trying to make write lock")                         \
   X(kPutTypeMismatch, 201, 2, "FieldPut()", "type mismatch: '%c' <> '%c'")                         \
+  X(kBulkTypeMismatch, 201, 2, "%s", "field %s;type mismatch: '%c' <> '%c'")                       \
   X(kGetFieldType, 204, 2, "FieldGet()", "unknown field type '%c'")                                \
   X(kPutFieldType, 204, 2, "FieldPut()", "variable data type '%c'")                                \
   X(kNumericOverflow, 205, 2, "FieldPut()", "numeric field overflow in assign")                    \
+  X(kBulkOverflow, 205, 2, "%s", "record %ld;field %s")                                            \
   X(kMemoTooLong, 301, 2, "FieldGet()", "memo content exceeds 65536 bytes")                        \
   X(kGetNoField, 306, 2, "FieldGet()", "database %s has no field named %s")                        \
   X(kPutNoField, 306, 2, "FieldPut()", "database %s has no field named %s")                        \
+  X(kBulkNoField, 306, 2, "%s", "database %s has no field named %s")                               \
+  X(kBulkNoFile, 311, 2, "%s", "")                                                                 \
   X(kCreateArgumentCount, 311, 2, "CreateDB()", "")                                                \
   X(kDeleteArguments, 311, 2, "Delete()", "[<cbFor>|<cFor)], [<cbWhile>|<cWhile>], [<uSope>]")     \
   X(kRecallArguments, 311, 2, "Recall()", "[<cbFor>|<cFor)], [<cbWhile>|<cWhile>], [<uSope>]")     \
@@ -109,6 +114,8 @@ struct DbfIdx;
   X(kPutNotLocked, 325, 2, "FieldPut()",                                                           \
     "attempt to replace FIELD without lock;record %d;area %s")                                     \
   X(kWriteNotLocked, 325, 2, "FieldPut()", "attempt to write record %d in %s")                     \
+  X(kBulkTargetLocked, 325, 2, "%s",                                                               \
+    "%s:;someone else has locked the target database;cannot append")                               \
   X(kVersionFour, 326, 2, "Init()", "'dBASE IV' file format not supported")                        \
   X(kVersionFox, 326, 2, "Init()", "'Fox' file format not supported")                              \
   X(kVersionOther, 326, 2, "Init()", "the file has 0x%x as version code")                          \

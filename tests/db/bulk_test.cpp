@@ -1,10 +1,12 @@
 // Operations on whole sets of records: whatever fails or dies on the way, what was there stays or what was
 // asked for is there, and no temporary file is left.
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 
+#include "core/sequence.h"
 #include "core/switched.h"
 #include "tests/db/table_files.h"
 #include "tests/db/table_test.h"
@@ -80,14 +82,15 @@ struct Rewriting {
 constexpr Rewriting kRewritings[] = {{"__dbpack()", 8}, {"__dbzap()", 0}};
 
 TEST_F(Bulk, EachCallOfARewritingMayFail) {
-  for (const auto& [expression, records] : kRewritings) {
+  for (const Rewriting& rewriting : kRewritings) {
+    const std::string expression = rewriting.expression;
     const ::testing::ScopedTrace trace(__FILE__, __LINE__, expression);
     open_again();
     const Records before = records_of("t");
     ASSERT_EQ(run(expression), "L T") << take_errors();
     close_all_areas();
     const Records after = records_of("t");
-    ASSERT_EQ(after.size(), records);
+    ASSERT_EQ(after.size(), rewriting.records);
     std::string said;
     const int runs = fail_each_call(
         {kIoError, kDiskFull, kNoLocks, kShortWrite}, [&] { open_again(); },
@@ -184,6 +187,170 @@ TEST_F(Bulk, AnOrderThatMissedARewritingDiffers) {
     EXPECT_NE(count("dborderinfo", {integer(5002)}), 0) << expression;
     take_errors();
   }
+}
+
+// Whatever fails: the former target or the new one is there, and the source is as it was.
+TEST_F(Bulk, EachCallOfACopyMayFail) {
+  open_again();
+  ASSERT_EQ(run("__dbcopy('old', , 'n < 40')"), "L T") << take_errors();
+  const std::string table = read_file("old.dbf"), memos = read_file("old.dbt");
+  const Records before = records_of("old"), source = records_of("t");
+  ASSERT_EQ(run("__dbcopy('u', {'who', 'n', 'note'})"), "L T") << take_errors();
+  const Records after = records_of("u");
+  ASSERT_EQ(after.size(), source.size());
+  std::string said;
+  const int runs = fail_each_call(
+      {kIoError, kDiskFull, kNoLocks, kNoDescriptors, kShortWrite},
+      [&] {
+        open_again();
+        write_file("u.dbf", table);
+        write_file("u.dbt", memos);
+      },
+      [&] { said = run("__dbcopy('u', {'who', 'n', 'note'})"); },
+      [&](const Fault* fault) {
+        const std::string errors = take_errors();
+        EXPECT_TRUE(said == "L T" || (fault != nullptr && !harmless(*fault)));
+        EXPECT_EQ(said == "L T", errors.empty()) << errors;
+        EXPECT_EQ(std::vector<std::string>(), temporary_files());
+        EXPECT_EQ(run("dbgotop(), select()"), "I 1");
+        close_all_areas();
+        EXPECT_EQ(records_of("t"), source);
+        const Records now = records_of("u");
+        EXPECT_TRUE(said == "L T" ? now == after : now == before || now == after);
+        ASSERT_TRUE(open("u", Use::kExclusive)) << take_errors();
+      });
+  EXPECT_GT(runs, 40);
+}
+
+// What was there stays, and what is added is whole records of the source, from its first on.
+TEST_F(Bulk, EachCallOfAnAppendMayFail) {
+  open_again();
+  ASSERT_EQ(run("__dbcopy('s', , 'n < 60')"), "L T");
+  const Records added = records_of("s"), before = records_of("t");
+  for (const bool shared : {true, false}) {
+    std::string said;
+    const int runs = fail_each_call(
+        {kIoError, kDiskFull, kNoLocks, kNoDescriptors, kShortWrite},
+        [&] {
+          open_again();
+          if (shared)
+            run("dbclosearea(), dbusearea(.T., , 't', , .T.), dbsetindex('byn'), "
+                "dbsetindex('bywho')");
+        },
+        [&] { said = run("__dbapp('s')"); },
+        [&](const Fault*) {
+          const std::string errors = take_errors();
+          EXPECT_EQ(said == "L T", errors.empty()) << errors;
+          EXPECT_TRUE(area_list() == nullptr || area_list()->next == nullptr);
+          EXPECT_EQ(run("dbunlock()"), "L T");
+          close_all_areas();
+          take_errors();
+          Records now = records_of("t");
+          ASSERT_GE(now.size(), before.size());
+          expect_orders_agree_or_differ(now);
+          const Records new_ones(now.begin() + static_cast<std::ptrdiff_t>(before.size()),
+                                 now.end());
+          now.resize(before.size());
+          EXPECT_EQ(now, before);
+          ASSERT_LE(new_ones.size(), added.size());
+          EXPECT_TRUE(std::equal(new_ones.begin(), new_ones.end(), added.begin()));
+          EXPECT_TRUE(said != "L T" || new_ones.size() == added.size());
+        });
+    EXPECT_GT(runs, 40);
+  }
+}
+
+struct Refused {
+  const char *what, *expression, *error;
+};
+TEST_F(Bulk, WhatIsInUseOrNoTableIsRefusedAndStays) {
+  ASSERT_TRUE(create("u", {{"n", "N", 5, 0}}) && create("r", {{"n", "N", 5, 0}}));
+  write_file("w.dbf", "no table");
+  ASSERT_EQ(::mkdir("dir.dbf", 0700), 0);
+  ASSERT_EQ(::symlink("t.dbf", "link.dbf"), 0);
+  ASSERT_TRUE(open("u", Use::kShared, "UU") && open("t", Use::kShared));
+  const Refused rows[] = {
+      {"onto itself", "__dbcopy('t')", "322"},
+      {"onto itself through a link", "__dbcopy('link')", "322"},
+      {"onto an open table", "__dbcopy('u')", "322"},
+      {"the structure onto an open table", "__dbcopyst('u')", "322"},
+      {"onto what is no table", "__dbcopy('w')", "322"},
+      {"onto a directory", "__dbcopy('dir')", "322"},
+      {"into no directory", "__dbcopy('nowhere/u')", "105"},
+      {"from itself", "__dbapp('t')", "101"},
+      {"from itself through a link", "__dbapp('link')", "101"},
+      {"from what is no table", "__dbapp('w')", "101"},
+      {"from a directory", "__dbapp('dir')", "101"},
+      {"from nothing", "__dbapp('nowhere')", "101"},
+  };
+  const std::string table = read_file("t.dbf"), other = read_file("u.dbf");
+  for (const auto& [what, expression, error] : rows) {
+    EXPECT_EQ(run(expression), "L F") << what;
+    const std::string errors = take_errors();
+    EXPECT_TRUE(errors.starts_with(error) && errors.find("DBFIDX", 5) == std::string::npos)
+        << what << errors;
+    EXPECT_EQ(run("alias()"), "C T");
+  }
+  EXPECT_EQ(read_file("t.dbf") + read_file("u.dbf") + read_file("w.dbf"),
+            table + other + "no table");
+  EXPECT_EQ(run("__dbapp('r')"), "L T");
+  // Another process has the table locked.
+  int ready[2];
+  ASSERT_EQ(::pipe(ready), 0);
+  const pid_t other_process = start_process([&] {
+    const bool held = open("t", Use::kShared) && yes("flock");
+    static_cast<void>(!::write(ready[1], held ? "y" : "n", 1));
+    for (;;) ::pause();
+  });
+  char held = 0;
+  ASSERT_EQ(::read(ready[0], &held, 1), 1);
+  ASSERT_EQ(held, 'y');
+  EXPECT_EQ(run("__dbapp('u')"), "L F");
+  EXPECT_TRUE(take_errors().starts_with("325 "));
+  ::kill(other_process, SIGKILL);
+  ASSERT_FALSE(ended_well(other_process));
+}
+
+TEST_F(Bulk, ABreakOrAQuitLeavesNoFileAndNoArea) {
+  for (const char* expression : {"__dbcopy('u', , {|| iif(n = 30, break(1), .T.)})",
+                                 "__dbapp('t2', , {|| iif(n = 30, break(1), .T.)})"}) {
+    open_again();
+    ASSERT_EQ(run("__dbcopy('t2')"), "L T");
+    EXPECT_NE(in_sequence([&] { run(expression); }), nullptr);
+    EXPECT_EQ(std::vector<std::string>(), temporary_files());
+    EXPECT_EQ(run("alias()"), "C T");
+    EXPECT_EQ(area_list()->next, nullptr);
+    EXPECT_FALSE(std::filesystem::exists("u.dbf"));
+  }
+  put_back();
+  run_processes(1, [](int) {
+    return open("t", Use::kExclusive) &&
+           run("__dbcopy('u', , {|| iif(n = 30, __quit(), .T.)})") == "";
+  });
+  EXPECT_EQ(std::vector<std::string>(), temporary_files());
+  EXPECT_FALSE(std::filesystem::exists("u.dbf"));
+}
+
+TEST_F(Bulk, ProcessesThatAppendAtOnceLoseNothing) {
+  ASSERT_TRUE(open("t", Use::kExclusive));
+  ASSERT_EQ(run("__dbcopy('s'), dbclosearea()"), "L T");
+  EXPECT_EQ(run_processes(3,
+                          [](int) {
+                            if (!open("t", Use::kShared) || !yes("dbsetindex", {text("byn")}))
+                              return false;
+                            for (int done = 0; done < 5;) {
+                              if (run("__dbapp('s')") == "L T")
+                                ++done;
+                              else if (!take_errors().starts_with("325 "))
+                                return false;
+                            }
+                            return true;
+                          }),
+            0);
+  const Records records = records_of("t");
+  ASSERT_EQ(records.size(), 16U * kRecords);
+  for (std::size_t i = 0; i < records.size(); ++i) EXPECT_EQ(records[i], records[i % kRecords]);
+  EXPECT_EQ(order_fault("byn.idx", "t.dbf", records, {1, 5}), "");
 }
 
 }  // namespace

@@ -1,16 +1,42 @@
 // Operations on whole sets of records. Each gives true when all was done, else false after exactly one error;
 // then no file has been changed or made, unless its comment says so, and no temporary one is left.
+// REQUIRES for all: the table is open. Blocks may close it, which ends an operation with false.
 #pragma once
 
+#include <string_view>
+
+#include "db/dbfidx/bulk/statement_scope.h"
 #include "db/dbfidx/dbfidx.h"
 
 namespace tarnel {
 
-// --- Rewriting a table (pack.cpp). REQUIRES: it is open.
+// What a statement says of its file, its fields and its records.
+struct BulkRequest {
+  std::string_view file;  // not empty
+  Var* fields;            // an array of names, one name, NIL for all
+  StatementScope scope;   // when all of it is NIL the stored scope of the table counts
+};
+
+// --- Rewriting a table (pack.cpp).
 // Both take all records in their natural order, whatever filter, scope and order are in force, and leave those
 // as they are. Errors 104, 322, those of reading records and memos; after them the table is as it was. When
 // only an order could not be built, the records are packed and the order shows that it differs.
 [[nodiscard]] bool pack_table(DbfIdx& dbf);  // drops the deleted records and unused memo blocks
 [[nodiscard]] bool zap_table(DbfIdx& dbf);   // drops all records
+
+// --- Copies (copy.cpp). Errors of NewTable, 306 of the list of fields, those of reading records and memos.
+// Records of the scope, with their delete marks, as a new table, in place of a former one.
+[[nodiscard]] bool copy_table(DbfIdx& dbf, const BulkRequest& request);
+[[nodiscard]] bool copy_structure(DbfIdx& dbf, std::string_view file, Var* names);
+
+// --- Appending (append.cpp). Adds the records of a file's scope, with the fields that both have, or those named,
+// and their delete marks. After an error at a record those before it stay; 101, 201, 306 and 325 come before
+// the first. The cursor is left on the last record added.
+[[nodiscard]] bool append_from(DbfIdx& dbf, const BulkRequest& request);
+
+// Brings the record under the cursor into the buffer; false after an error, also for one that can't be read.
+[[nodiscard]] inline bool fetch_current(DbfIdx& dbf) {
+  return (is_buffered(dbf) || refreshRecord(dbf, true)) && !is_unreadable(dbf);
+}
 
 }  // namespace tarnel

@@ -302,6 +302,13 @@ int lockFile(DbfIdx& dbf) {
   return 0;
 }
 
+// The file lock reaches further than any record that may be locked, so its last byte tells.
+bool file_locked_elsewhere(DbfIdx& dbf) {
+  for (const DbfIdx* other = dbf.ring; other != &dbf; other = other->ring)
+    if (other->is(kFileLocked)) return true;
+  return !range_is_free(dbf.dbfFd, kFileLockAt + kFileLockLength - 1, 1);
+}
+
 int unlockAll(DbfIdx& dbf) {
   if (dbf.is(kFileLocked)) {
     dbf.flags &= static_cast<std::uint8_t>(~kFileLocked);

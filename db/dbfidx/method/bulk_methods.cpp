@@ -1,8 +1,13 @@
 // Methods that move whole sets of records between files.
+#include "core/errors.h"
 #include "core/stacks.h"
+#include "core/text.h"
 #include "db/dbfidx/bulk/bulk.h"
 #include "db/dbfidx/method/methods.h"
+#include "db/dbfidx/scan/conditions.h"
 #include "db/dbfidx/scan/relations.h"
+#include "db/dbfidx/table_errors.h"
+#include "lib/arguments.h"
 
 namespace tarnel {
 namespace {
@@ -16,7 +21,47 @@ Var* on_table(Var** argv, Operation operation) {
   return logical(dbf.isOpen() && operation(dbf));
 }
 
+// The file that an operation is asked for; empty after error 311.
+std::string_view file_argument(DbfIdx& dbf, std::int32_t argc, Var** argv, std::int32_t i,
+                               const char* operation) {
+  if (arg_is(argc, argv, i, "C") && !trim_blanks(text_of(argv[i])).empty())
+    return trim_blanks(text_of(argv[i]));
+  dxerror(dbf, TableError::kBulkNoFile, {operation});
+  return {};
+}
+
+// Is the driver that an argument names, if any, this one? Another one can't do this: error 320.
+bool is_own_driver(std::int32_t argc, Var** argv, std::int32_t i) {
+  const std::string name = upper_text(trim_blanks(text_argument(argc, argv, i)));
+  if (name.empty() || name == "DBFIDX") return true;
+  RT_ERROR(320, format_text("Driver '%s' not found", name.c_str()));
+  return false;
+}
+
+// The operations whose arguments are a file, fields, the scope and a driver.
+Var* with_request(std::int32_t argc, Var** argv, const char* operation,
+                  bool (*run)(DbfIdx& dbf, const BulkRequest& request)) {
+  return on_table(argv, [=](DbfIdx& dbf) {
+    const std::string_view file = file_argument(dbf, argc, argv, 1, operation);
+    return !file.empty() && is_own_driver(argc, argv, 8) &&
+           run(dbf, {file, argument_or_nil(argc, argv, 2), {argc, argv, 3}});
+  });
+}
+
 }  // namespace
+
+Var* di_appenddb(std::int32_t argc, Var** argv) {
+  return with_request(argc, argv, "APPEND FROM", append_from);
+}
+Var* di_copydb(std::int32_t argc, Var** argv) {
+  return with_request(argc, argv, "COPY TO", copy_table);
+}
+Var* di_copystructure(std::int32_t argc, Var** argv) {
+  return on_table(argv, [=](DbfIdx& dbf) {
+    const std::string_view file = file_argument(dbf, argc, argv, 1, "COPY STRUCT");
+    return !file.empty() && copy_structure(dbf, file, argument_or_nil(argc, argv, 2));
+  });
+}
 
 Var* di_pack(std::int32_t, Var** argv) {
   return on_table(argv, pack_table);

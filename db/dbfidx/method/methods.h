@@ -14,7 +14,7 @@ namespace tarnel {
   M("alias", kAccess, di_alias)                         \
   M("alias", kAssign, di_set_alias)                     \
   M("append", kMethod, di_append)                       \
-  L("appenddb", kMethod)                                \
+  M("appenddb", kMethod, di_appenddb)                   \
   L("appenddelimited", kMethod)                         \
   L("appendsdf", kMethod)                               \
   M("asstring", kMethod, di_asstring)                   \
@@ -31,10 +31,10 @@ namespace tarnel {
   M("concurrenc", kAccess, di_concurrency)              \
   M("concurrenc", kAssign, di_set_concurrency)          \
   M("continue", kMethod, di_continue)                   \
-  L("copydb", kMethod)                                  \
+  M("copydb", kMethod, di_copydb)                       \
   L("copydelimited", kMethod)                           \
   L("copysdf", kMethod)                                 \
-  L("copystructure", kMethod)                           \
+  M("copystructure", kMethod, di_copystructure)         \
   M("count", kMethod, di_count)                         \
   M("createdb", kMethod, di_createdb)                   \
   M("createindex", kMethod, di_createindex)             \

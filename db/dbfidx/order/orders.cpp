@@ -12,8 +12,11 @@
 namespace tarnel {
 namespace {
 
+// No order is used any more. Those that are whole will miss what changes from now on.
 void stop_orders(DbfIdx& dbf) {
   dbf.orderCount = dbf.currentOrder = 0;
+  for (IndexControl* index : dbf.orders)
+    if (index != nullptr) set_different(*index);
 }
 
 std::string shown_key(const IndexControl& index, const Key& key) {

@@ -71,30 +71,18 @@ std::uint8_t* change(DbfIdx& dbf, const Field& field) {
   return dbf.buffer.begin_change() + field.offset;
 }
 
-bool store_text(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
-  dbf::put_text(change(dbf, field), field.length, text_of(value));
-  return load_text(dbf, field, cell);
-}
-bool store_date(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
-  dbf::put_text(change(dbf, field), field.length, dateToYmd(value->i));
-  put_word(cell, value->i);
-  return true;
-}
-bool store_float(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
-  dbf::put_float(change(dbf, field), field.length, number_of(value));
-  return load_number(dbf, field, cell);
-}
-bool store_number(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
-  if (dbf::put_fixed(change(dbf, field), field.length, field.decimals, number_of(value)))
-    return load_number(dbf, field, cell);
+template <bool (*load)(DbfIdx&, const Field&, Var*)>
+bool store_plain(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
+  if (put_value(field, change(dbf, field), value)) return load(dbf, field, cell);
   const SameTable same(dbf);
   put_word(cell, 0);
   dxerror(dbf, TableError::kNumericOverflow);
   return same.holds();
 }
-bool store_logical(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
-  dbf::put_logical(change(dbf, field), field.length, truth_of(value));
-  return load_logical(dbf, field, cell);
+bool store_date(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
+  static_cast<void>(put_value(field, change(dbf, field), value));  // every date fits
+  put_word(cell, value->i);
+  return true;
 }
 // The text first: a record never names a block that has no text. An empty one needs no block.
 bool store_memo(DbfIdx& dbf, const Field& field, Var* cell, const Var* value) {
@@ -113,9 +101,12 @@ struct FieldType {
   bool (*store)(DbfIdx& dbf, const Field& field, Var* cell, const Var* value);
 };
 constexpr FieldType kTypes[] = {
-    {'C', load_text, store_text},    {'D', load_date, store_date},
-    {'F', load_number, store_float}, {'L', load_logical, store_logical},
-    {'M', load_memo, store_memo},    {'N', load_number, store_number},
+    {'C', load_text, store_plain<load_text>},
+    {'D', load_date, store_date},
+    {'F', load_number, store_plain<load_number>},
+    {'L', load_logical, store_plain<load_logical>},
+    {'M', load_memo, store_memo},
+    {'N', load_number, store_plain<load_number>},
 };
 
 // The place of each letter in the table, 0 for those that name no type, else one more.
@@ -210,6 +201,26 @@ void retire_cell(Var* cell) {
 }
 
 }  // namespace
+
+bool put_value(const dbf::Field& field, std::uint8_t* at, const Var* value) {
+  switch (field.type) {
+    case 'C':
+      dbf::put_text(at, field.length, text_of(value));
+      return true;
+    case 'D':
+      dbf::put_text(at, field.length, dateToYmd(value->i));
+      return true;
+    case 'F':
+      dbf::put_float(at, field.length, number_of(value));
+      return true;
+    case 'L':
+      dbf::put_logical(at, field.length, truth_of(value));
+      return true;
+    default:
+      assert(field.type == 'N');
+      return dbf::put_fixed(at, field.length, field.decimals, number_of(value));
+  }
+}
 
 Var* field_value(DbfIdx& dbf, std::int32_t i) {
   const auto at = static_cast<std::size_t>(i);

@@ -89,7 +89,8 @@ bool memoRead(DbfIdx& dbf, std::uint32_t block, Var* cell) {
   return true;
 }
 
-std::int64_t memoWrite(DbfIdx& dbf, std::uint32_t block, std::string_view text, Var* cell) {
+// As memoWrite(), without a cell.
+static std::int64_t write_text_at(DbfIdx& dbf, std::uint32_t block, std::string_view text) {
   if (!memo_open(dbf)) {
     dxerror(dbf, TableError::kPutNotOpen, {dbf.aliasName});
     return -1;
@@ -108,8 +109,17 @@ std::int64_t memoWrite(DbfIdx& dbf, std::uint32_t block, std::string_view text, 
     dxerror(dbf, TableError::kMemoUnwritable, {std::int64_t{block}, dbf.aliasName});
     return -1;
   }
-  set_memo_text(cell, text);
   return block;
+}
+
+std::int64_t add_memo_text(DbfIdx& dbf, std::string_view text) {
+  return write_text_at(dbf, 0, text);
+}
+
+std::int64_t memoWrite(DbfIdx& dbf, std::uint32_t block, std::string_view text, Var* cell) {
+  const std::int64_t used = write_text_at(dbf, block, text);
+  if (used > 0) set_memo_text(cell, text);
+  return used;
 }
 
 void set_memo_text(Var* cell, std::string_view text) {

@@ -25,6 +25,8 @@ struct MemoText {
 // Reads the text at a block into a memo field's cell. False after error 414, 301 or 103; the cell
 // is then empty.
 bool memoRead(DbfIdx& dbf, std::uint32_t block, Var* cell);
+// Writes a text, new as it is, at the end of the file. Its block, 0 for an empty text; -1 after error 413 or 104.
+std::int64_t add_memo_text(DbfIdx& dbf, std::string_view text);
 // Writes a text at a block if it fits there, else at the end of the file, and into the cell. The
 // block now used, 0 when none is needed; -1 after error 413 or 104. A text that fills its blocks to
 // the last byte stays where it is, and its end mark falls into the block behind: texts that grow to

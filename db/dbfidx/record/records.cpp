@@ -1,5 +1,6 @@
 #include "db/dbfidx/record/records.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "core/file_ops.h"
@@ -129,19 +130,26 @@ bool append_failed(DbfIdx& dbf, std::int32_t n, TableError error) {
   return false;
 }
 
-bool append_exclusive(DbfIdx& dbf, std::int32_t n) {
+// The buffer with a new record.
+const std::uint8_t* new_record(DbfIdx& dbf, const std::uint8_t* contents) {
+  std::uint8_t* bytes = dbf.buffer.begin_append();
+  if (contents != nullptr) std::copy_n(contents, dbf.recordSize, bytes);
+  return bytes;
+}
+
+bool append_exclusive(DbfIdx& dbf, std::int32_t n, const std::uint8_t* contents) {
   if (!count_change(dbf)) return false;
   dbf.changed = dbf.appended = true;
-  const std::uint8_t* blank = dbf.buffer.begin_append();
+  const std::uint8_t* record = new_record(dbf, contents);
   dbf.lastRec = n;
-  return dbf.window.append(dbf, n, blank) || append_failed(dbf, n, TableError::kRecordUnwritable);
+  return dbf.window.append(dbf, n, record) || append_failed(dbf, n, TableError::kRecordUnwritable);
 }
 
 // The record first, then its count: what a crash leaves between the two counts for nobody.
-bool append_shared(DbfIdx& dbf, std::int32_t n) {
+bool append_shared(DbfIdx& dbf, std::int32_t n, const std::uint8_t* contents) {
   file_changes(dbf);
-  const std::uint8_t* blank = dbf.buffer.begin_append();
-  if (!write_at(dbf.dbfFd, blank, dbf.recordSize, record_place(dbf, n)))
+  const std::uint8_t* record = new_record(dbf, contents);
+  if (!write_at(dbf.dbfFd, record, dbf.recordSize, record_place(dbf, n)))
     return append_failed(dbf, n, TableError::kRecordUnwritable);
   dbf.lastRec = n;
   return count_record(dbf) || append_failed(dbf, n, TableError::kHeaderUnwritable);
@@ -341,7 +349,7 @@ bool commit_table(DbfIdx& dbf) {
   return good && same.holds();
 }
 
-bool append_record(DbfIdx& dbf, bool release_locks) {
+bool append_record(DbfIdx& dbf, bool release_locks, const std::uint8_t* contents) {
   if (dbf.readOnly()) {
     dxerror(dbf, TableError::kCommitReadOnly, {dbf.aliasName});
     return false;
@@ -361,7 +369,8 @@ bool append_record(DbfIdx& dbf, bool release_locks) {
     if (!alone && same.holds()) unlockRecord(dbf, n);
     return false;
   }
-  if (!(dbf.exclusive() ? append_exclusive(dbf, n) : append_shared(dbf, n))) return false;
+  if (!(dbf.exclusive() ? append_exclusive(dbf, n, contents) : append_shared(dbf, n, contents)))
+    return false;
   dbf.recNo = n;
   dbf.buffer.read_done(n, is_locked(dbf));
   index_synchronize(dbf, kSyncAppend);

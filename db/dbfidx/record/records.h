@@ -30,9 +30,11 @@ enum class Commit : std::uint8_t { kNothing, kWritten, kFailed };
 // What the method commit does: writes, re-reads, brings the header up to date. False after an error.
 bool commit_table(DbfIdx& dbf);
 bool commit_alone(DbfIdx& dbf);  // the same, and the children of the table stay where they are
-// Adds a blank record and its keys, and puts it into the buffer under the cursor. False when it could
-// not be locked or written, or would lie where no lock reaches; errors 103, 104, 327.
-[[nodiscard]] bool append_record(DbfIdx& dbf, bool release_locks);
+// Adds a record, blank unless its bytes are given, and its keys, and puts it into the buffer under the cursor.
+// False when it could not be locked or written, or would lie where no lock reaches; errors 103, 104, 327.
+// REQUIRES: the internal exclusive lock is held.
+[[nodiscard]] bool append_record(DbfIdx& dbf, bool release_locks,
+                                 const std::uint8_t* contents = nullptr);
 
 // May the record under the cursor be changed now? 0 yes, 1 yes with an automatic lock that the
 // caller gives back with release_auto_lock, -1 no. Errors 104, 322, 325, 334.
