@@ -26,6 +26,18 @@ Var* dbcopy(std::int32_t argc, Var** argv) {
 Var* dbcopy_structure(std::int32_t argc, Var** argv) {
   return statement({"copystructure", kMethod}, argc, argv);
 }
+Var* dbjoin(std::int32_t argc, Var** argv) {
+  return statement({"join", kMethod}, argc, argv);
+}
+Var* dbsort(std::int32_t argc, Var** argv) {
+  return statement({"sort", kMethod}, argc, argv);
+}
+Var* dbtotal(std::int32_t argc, Var** argv) {
+  return statement({"total", kMethod}, argc, argv);
+}
+Var* dbupdate(std::int32_t argc, Var** argv) {
+  return statement({"update", kMethod}, argc, argv);
+}
 Var* dbpack(std::int32_t, Var**) {
   return statement({"pack", kMethod}, 0, nullptr);
 }

@@ -17,7 +17,23 @@ namespace tarnel {
     "TO, makes a new table of records")                                                            \
   X("__dbcopyst", dbcopy_structure,                                                                \
     "__dbcopyst(cFile, [aFields]) -> lDone: COPY STRUCTURE, makes a new table of the same fields") \
+  X("__dbjoin", dbjoin,                                                                            \
+    "__dbjoin(xArea, cFile, [aFields], xFor) -> lDone: JOIN, makes a new table of pairs of "       \
+    "records of this "                                                                             \
+    "table and another")                                                                           \
   X("__dbpack", dbpack, "__dbpack() -> lDone: PACK, drops the records that are marked as deleted") \
+  X("__dbsort", dbsort,                                                                            \
+    "__dbsort(cFile, aKeys, [xFor], [xWhile], [nNext], [nRecord], [lRest]) -> lDone: SORT, makes " \
+    "a new table "                                                                                 \
+    "in the order of fields, each \"name/ADC\": ascending, descending, case-blind")                \
+  X("__dbtotal", dbtotal,                                                                          \
+    "__dbtotal(cFile, xKey, [aFields], [xFor], [xWhile], [nNext], [nRecord], [lRest]) -> lDone: "  \
+    "TOTAL, makes "                                                                                \
+    "a new table with the sums of each run of equal keys")                                         \
+  X("__dbupdate", dbupdate,                                                                        \
+    "__dbupdate(xArea, xKey, [lRandom], bReplace) -> lDone: UPDATE, runs a block for each record " \
+    "of another "                                                                                  \
+    "table whose key is found in this one")                                                        \
   X("__dbzap", dbzap, "__dbzap() -> lDone: ZAP, drops all records")                                \
   X("__dbzappac", dbzappack,                                                                       \
     "__dbzappac(oServer, lPack) -> lDone: PACK or, false, ZAP of a driver object's table")

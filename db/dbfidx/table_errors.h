@@ -51,10 +51,12 @@ struct DbfIdx;
   X(kPutFieldType, 204, 2, "FieldPut()", "variable data type '%c'")                                \
   X(kNumericOverflow, 205, 2, "FieldPut()", "numeric field overflow in assign")                    \
   X(kBulkOverflow, 205, 2, "%s", "record %ld;field %s")                                            \
+  X(kBulkSumOverflow, 205, 2, "%s", "sum of field %s")                                             \
   X(kMemoTooLong, 301, 2, "FieldGet()", "memo content exceeds 65536 bytes")                        \
   X(kGetNoField, 306, 2, "FieldGet()", "database %s has no field named %s")                        \
   X(kPutNoField, 306, 2, "FieldPut()", "database %s has no field named %s")                        \
   X(kBulkNoField, 306, 2, "%s", "database %s has no field named %s")                               \
+  X(kBulkBadField, 306, 2, "%s", "bad field name '%s'")                                            \
   X(kBulkNoFile, 311, 2, "%s", "")                                                                 \
   X(kCreateArgumentCount, 311, 2, "CreateDB()", "")                                                \
   X(kDeleteArguments, 311, 2, "Delete()", "[<cbFor>|<cFor)], [<cbWhile>|<cWhile>], [<uSope>]")     \
@@ -85,6 +87,8 @@ struct DbfIdx;
   X(kSetLocateAssign, 312, 2, "SetLocate Assign", "")                                              \
   X(kSkipArgument, 312, 2, "Skip()", "")                                                           \
   X(kWhileBlockAssign, 312, 2, "WhileBlock Assign", "")                                            \
+  X(kBulkNoNumber, 312, 2, "%s", "field %s is no number")                                          \
+  X(kBulkNoBlock, 312, 2, "%s", "block expected")                                                  \
   X(kCreateEmptyName, 313, 2, "CreateDB()", "empty name")                                          \
   X(kIndexKeyLength, 313, 2, "CreateIndex()", "index key length error")                            \
   X(kIndexExpressionLength, 313, 2, "CreateIndex()", "index expression length error")              \
@@ -104,6 +108,7 @@ struct DbfIdx;
   X(kCreateRecordSize, 320, 2, "CreateDB()", "record size exceeds 64Kb")                           \
   X(kCreateFieldCount, 320, 2, "CreateDB()", "header size exceeds 64Kb")                           \
   X(kCreateInUse, 322, 2, "CreateDB()", "database '%s' exists;but cannot use it exclusively")      \
+  X(kBulkNoOther, 322, 2, "%s", "another open table expected")                                     \
   X(kPutClosed, 322, 2, "FieldPut()", "attempt to replace FIELD in closed database;area %s")       \
   X(kPackNotExclusive, 322, 2, "Pack()", "EXCLUSIVE required")                                     \
   X(kReindexNotExclusive, 322, 2, "ReIndex()", "EXCLUSIVE required")                               \

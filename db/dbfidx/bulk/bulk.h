@@ -29,6 +29,23 @@ struct BulkRequest {
 [[nodiscard]] bool copy_table(DbfIdx& dbf, const BulkRequest& request);
 [[nodiscard]] bool copy_structure(DbfIdx& dbf, std::string_view file, Var* names);
 
+// Records of the scope in the order of fields, ascending unless told otherwise: an array of "name/ADC", for
+// ascending, descending and without regard to case. Numbers are compared by value, texts by the collation in
+// force; equal ones keep their turn. 32 bytes of memory a record.
+[[nodiscard]] bool sort_table(DbfIdx& dbf, std::string_view file, Var* keys,
+                              const StatementScope& scope);
+// The first record of each run of records with equal keys (a block or text); the fields named, N or F, hold the
+// sums. Memos are left out. Errors also 205, 312.
+[[nodiscard]] bool total_table(DbfIdx& dbf, const BulkRequest& request, Var* key);
+
+// --- Two open tables (join.cpp). The other one's cursor comes back.
+// Pairs of records for which a condition (a block or text) holds, without memos.
+[[nodiscard]] bool join_tables(DbfIdx& dbf, DbfIdx& other, std::string_view file, Var* names,
+                               Var* condition);
+// Runs a block, under the lock of the record, for each record of the other table whose key is found here: by the
+// controlling order (random; error 415 without one), or by walking both, which must ascend by the key.
+[[nodiscard]] bool update_table(DbfIdx& dbf, DbfIdx& other, Var* key, bool random, Var* block);
+
 // --- Appending (append.cpp). Adds the records of a file's scope, with the fields that both have, or those named,
 // and their delete marks. After an error at a record those before it stay; 101, 201, 306 and 325 come before
 // the first. The cursor is left on the last record added.

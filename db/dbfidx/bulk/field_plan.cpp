@@ -1,6 +1,7 @@
 #include "db/dbfidx/bulk/field_plan.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 #include "core/arrays.h"
@@ -43,20 +44,20 @@ bool FieldPlan::add(const DbfIdx& source, std::int32_t number, const dbf::Field&
   return true;
 }
 
-bool FieldPlan::fill(DbfIdx& source, std::uint8_t* target, const MemoSink& memos,
-                     const char* operation) const {
-  const std::uint8_t* record = source.buffer.data();
+bool FieldPlan::fill_from(DbfIdx& source, const std::uint8_t* record, std::int32_t n,
+                          std::uint8_t* target, const MemoSink& memos,
+                          const char* operation) const {
   *target = *record;
   for (const Run& run : runs_) std::memcpy(target + run.to, record + run.from, run.length);
   for (const Other& other : others_)
-    if (!put(source, other, target, memos, operation)) return false;
+    if (!put(source, other, record, n, target, memos, operation)) return false;
   return true;
 }
 
-bool FieldPlan::put(DbfIdx& source, const Other& other, std::uint8_t* target, const MemoSink& memos,
-                    const char* operation) const {
+bool FieldPlan::put(DbfIdx& source, const Other& other, const std::uint8_t* record, std::int32_t n,
+                    std::uint8_t* target, const MemoSink& memos, const char* operation) {
   const dbf::Field& from = source.fields[static_cast<std::size_t>(other.from)];
-  const std::uint8_t* at = source.buffer.data() + from.offset;
+  const std::uint8_t* at = record + from.offset;
   if (from.type != 'M' && is_blank(at, from.length)) return true;  // and so it stays
   MemoText memo;
   std::string_view text;
@@ -79,8 +80,9 @@ bool FieldPlan::put(DbfIdx& source, const Other& other, std::uint8_t* target, co
     dbf::put_text(to, other.to.length, text);
     return true;
   }
+  assert(record == source.buffer.data());
   if (put_value(other.to, to, field_value(source, other.from))) return true;
-  dxerror(source, TableError::kBulkOverflow, {operation, source.recNo, other.to.name});
+  dxerror(source, TableError::kBulkOverflow, {operation, n, other.to.name});
   return false;
 }
 

@@ -28,7 +28,13 @@ class FieldPlan {
   // must be in the buffer. False after an error: 205, which is told of the source under the name of the
   // operation, those of reading a memo and of the sink.
   [[nodiscard]] bool fill(DbfIdx& source, std::uint8_t* target, const MemoSink& memos,
-                          const char* operation) const;
+                          const char* operation) const {
+    return fill_from(source, source.buffer.data(), source.recNo, target, memos, operation);
+  }
+  // The same from the bytes of record n, of which nothing may have to be converted.
+  [[nodiscard]] bool fill_from(DbfIdx& source, const std::uint8_t* record, std::int32_t n,
+                               std::uint8_t* target, const MemoSink& memos,
+                               const char* operation) const;
 
  private:
   struct Run {
@@ -38,8 +44,8 @@ class FieldPlan {
     std::int32_t from;
     dbf::Field to;
   };
-  bool put(DbfIdx& source, const Other& other, std::uint8_t* target, const MemoSink& memos,
-           const char* operation) const;
+  static bool put(DbfIdx& source, const Other& other, const std::uint8_t* record, std::int32_t n,
+                  std::uint8_t* target, const MemoSink& memos, const char* operation);
 
   std::vector<Run> runs_;
   std::vector<Other> others_;

@@ -38,6 +38,21 @@ bool is_own_driver(std::int32_t argc, Var** argv, std::int32_t i) {
   return false;
 }
 
+// The other table that an operation works with: a driver object, or an area by number or alias. Null after error
+// 322, also for the table itself.
+DbfIdx* other_table(DbfIdx& dbf, Var* argument, const char* operation) {
+  const WorkArea* area = is_text(argument)     ? resolve_alias(trim_blanks(text_of(argument)))
+                         : is_number(argument) ? area_by_number(integer_of(argument))
+                                               : nullptr;
+  Var* object = area != nullptr ? area->server() : argument;
+  if (object != nullptr && object->type == 'O' && class_of(object) == &dbfidx_class()) {
+    DbfIdx& other = dbf_of(object);
+    if (other.isOpen() && &other != &dbf) return &other;
+  }
+  dxerror(dbf, TableError::kBulkNoOther, {operation});
+  return nullptr;
+}
+
 // The operations whose arguments are a file, fields, the scope and a driver.
 Var* with_request(std::int32_t argc, Var** argv, const char* operation,
                   bool (*run)(DbfIdx& dbf, const BulkRequest& request)) {
@@ -60,6 +75,38 @@ Var* di_copystructure(std::int32_t argc, Var** argv) {
   return on_table(argv, [=](DbfIdx& dbf) {
     const std::string_view file = file_argument(dbf, argc, argv, 1, "COPY STRUCT");
     return !file.empty() && copy_structure(dbf, file, argument_or_nil(argc, argv, 2));
+  });
+}
+
+Var* di_sort(std::int32_t argc, Var** argv) {
+  return on_table(argv, [=](DbfIdx& dbf) {
+    const std::string_view file = file_argument(dbf, argc, argv, 1, "SORT");
+    return !file.empty() && sort_table(dbf, file, argument_or_nil(argc, argv, 2), {argc, argv, 3});
+  });
+}
+Var* di_total(std::int32_t argc, Var** argv) {
+  return on_table(argv, [=](DbfIdx& dbf) {
+    const std::string_view file = file_argument(dbf, argc, argv, 1, "TOTAL");
+    return !file.empty() &&
+           total_table(dbf, {file, argument_or_nil(argc, argv, 3), {argc, argv, 4}},
+                       argument_or_nil(argc, argv, 2));
+  });
+}
+Var* di_join(std::int32_t argc, Var** argv) {
+  return on_table(argv, [=](DbfIdx& dbf) {
+    DbfIdx* other = other_table(dbf, argument_or_nil(argc, argv, 1), "JOIN");
+    if (other == nullptr) return false;
+    const std::string_view file = file_argument(dbf, argc, argv, 2, "JOIN");
+    return !file.empty() && join_tables(dbf, *other, file, argument_or_nil(argc, argv, 3),
+                                        argument_or_nil(argc, argv, 4));
+  });
+}
+Var* di_update(std::int32_t argc, Var** argv) {
+  return on_table(argv, [=](DbfIdx& dbf) {
+    DbfIdx* other = other_table(dbf, argument_or_nil(argc, argv, 1), "UPDATE");
+    const bool random = arg_is(argc, argv, 3, "L") && truth_of(argv[3]);
+    return other != nullptr && update_table(dbf, *other, argument_or_nil(argc, argv, 2), random,
+                                            argument_or_nil(argc, argv, 4));
   });
 }
 

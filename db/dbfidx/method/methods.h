@@ -62,10 +62,10 @@ namespace tarnel {
   M("forblock", kAccess, di_forblock)                   \
   M("forblock", kAssign, di_set_forblock)               \
   M("found", kAccess, di_found)                         \
-  L("getarray", kMethod)                                \
+  M("getarray", kMethod, di_getarray)                   \
   M("getarrfields", kMethod, di_getarrfields)           \
   M("getlocate", kAccess, di_getlocate)                 \
-  L("getlookuptable", kMethod)                          \
+  M("getlookuptable", kMethod, di_getlookuptable)       \
   M("gobottom", kMethod, di_gobottom)                   \
   M("goto", kMethod, di_goto)                           \
   M("gotop", kMethod, di_gotop)                         \
@@ -89,7 +89,7 @@ namespace tarnel {
   M("init", kMethod, di_init)                           \
   M("isrelation", kAccess, di_isrelation)               \
   M("isrelation", kAssign, di_set_isrelation)           \
-  L("join", kMethod)                                    \
+  M("join", kMethod, di_join)                           \
   M("lastrec", kAccess, di_lastrec)                     \
   M("locate", kMethod, di_locate)                       \
   M("lockcurrentrecord", kMethod, di_lockcurrentrecord) \
@@ -138,11 +138,11 @@ namespace tarnel {
   M("setrelation", kMethod, di_setrelation)             \
   M("shared", kAccess, di_shared)                       \
   M("skip", kMethod, di_skip)                           \
-  L("sort", kMethod)                                    \
+  M("sort", kMethod, di_sort)                           \
   M("sum", kMethod, di_sum)                             \
-  L("total", kMethod)                                   \
+  M("total", kMethod, di_total)                         \
   M("unlock", kMethod, di_unlock)                       \
-  L("update", kMethod)                                  \
+  M("update", kMethod, di_update)                       \
   M("used", kAccess, di_used)                           \
   M("usersdbf", kMethod, di_usersdbf)                   \
   M("whileblock", kAccess, di_whileblock)               \
