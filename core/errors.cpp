@@ -124,6 +124,7 @@ void print_fatal_report() {
     if (f->line >= 0) report += format_text("%10s %3d: %10s()\r\n", f->module, f->line, f->proc);
   report += "Press return ...\r\n";
   static_cast<void>(write_gathered());
+  if (runtime_hooks().close_terminal != nullptr) runtime_hooks().close_terminal();
   write_fully(STDERR_FILENO, report);
   char c;
   if (isatty(STDIN_FILENO) != 0) static_cast<void>(!read(STDIN_FILENO, &c, 1));

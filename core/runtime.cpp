@@ -73,10 +73,15 @@ void start(const Program& program) {
 
 // --- The exit road.
 
+void close_terminal() {
+  run(state.hooks.close_terminal);
+}
+
 void exit_road_failed() {
-  if (!state.exit_failed)
-    write_fully(STDERR_FILENO, "\r\nFATAL ERROR during QUIT, exiting\r\n\r\n");
+  if (state.exit_failed) return;
   state.exit_failed = true;
+  close_terminal();  // where the text could be read
+  write_fully(STDERR_FILENO, "\r\nFATAL ERROR during QUIT, exiting\r\n\r\n");
 }
 
 void run_exit_procedures() {
@@ -94,9 +99,6 @@ void sync_tables() {
 }
 void close_files() {
   run(state.hooks.close_files);
-}
-void close_terminal() {
-  run(state.hooks.close_terminal);
 }
 constexpr void (*kExitRoad[])() = {run_exit_procedures, close_areas,   finish_output, sync_tables,
                                    close_files,         finish_output, close_terminal};

@@ -11,8 +11,8 @@ namespace tarnel {
 // What the layers above hand to start-up; a null member is passed over.
 struct RuntimeHooks {
   void (*setup)() = nullptr;           // the executable's own, called after programini
-  void (*open_terminal)() = nullptr;   // of a program that has a screen: neither of ours has one
-  void (*close_terminal)() = nullptr;  // gives it back
+  void (*open_terminal)() = nullptr;   // of a program that has a screen from the start
+  void (*close_terminal)() = nullptr;  // gives it back, may be called again
   void (*close_areas)() = nullptr;     // closes all work areas
   void (*close_files)() = nullptr;     // alternate, extra and print files
 };

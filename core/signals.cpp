@@ -29,7 +29,17 @@ struct SignalState {
   volatile std::sig_atomic_t heeds_interrupt = 0;
   InterruptAnswer answer = InterruptAnswer::kPassOver;
   void (*dialogue)() = nullptr;
+  const ScreenSignals* screen = nullptr;
 } state;
+
+// The signals of a screen, each with whether it waits for its answer.
+struct ScreenSignal {
+  int number;
+  volatile std::sig_atomic_t noted = 0;
+  struct sigaction before = {};
+};
+ScreenSignal screen_signals[] = {{.number = SIGTSTP}, {.number = SIGCONT}, {.number = SIGWINCH}};
+enum ScreenSignalIndex { kStop, kContinue, kResize };
 
 alignas(16) char signal_stack[kSignalStack];
 
@@ -71,6 +81,36 @@ void note_interrupt(int) {
 void note_end(int number) {
   state.ending_number = number;
   note_signal();
+}
+
+void note_screen_signal(int number) {
+  for (ScreenSignal& signal : screen_signals)
+    if (signal.number == number) signal.noted = 1;
+  note_signal();
+}
+
+bool take_note(ScreenSignalIndex which) {
+  const bool was = screen_signals[which].noted != 0;
+  screen_signals[which].noted = 0;
+  return was;
+}
+
+// Stops as the signal does where nobody handles it. Goes on when the process does.
+void stop_here() {
+  state.screen->give_back();
+  struct sigaction usual = {}, ours = {};
+  usual.sa_handler = SIG_DFL;
+  sigaction(SIGTSTP, &usual, &ours);
+  raise(SIGTSTP);
+  sigaction(SIGTSTP, &ours, nullptr);
+  take_note(kContinue);
+  state.screen->take_again();
+}
+
+void answer_screen_signals() {
+  if (state.screen != nullptr && take_note(kStop)) stop_here();
+  if (state.screen != nullptr && take_note(kContinue)) state.screen->take_again();
+  if (state.screen != nullptr && take_note(kResize)) state.screen->resized();
 }
 
 void update_heed() {
@@ -117,6 +157,7 @@ void on_segmentation(int) {
       text, sizeof text,
       "\r\n\r\nSegmentation violation  on line %d of %s.\r\nProgram aborted. \r\n\r\n", f->line,
       f->module);
+  if (runtime_hooks().close_terminal != nullptr) runtime_hooks().close_terminal();
   write_fully(STDERR_FILENO, {text, static_cast<std::size_t>(n)});
   QUIT_RUN(1);
 }
@@ -157,7 +198,20 @@ void answer_signals() {
   if (state.held > 0 || on_exit_road()) return;
   detail::signal_noted = 0;  // first: one that comes now is looked at again
   if (const int number = state.ending_number; number != 0) QUIT_RUN(kSignalStatus + number);
+  answer_screen_signals();
   if (take_interrupt()) answer_interrupt();
+}
+
+void watch_screen_signals(const ScreenSignals* answers) {
+  for (ScreenSignal& signal : screen_signals) {
+    signal.noted = 0;
+    if (answers == nullptr && state.screen != nullptr)
+      sigaction(signal.number, &signal.before, nullptr);
+    if (answers == nullptr || state.screen != nullptr) continue;
+    sigaction(signal.number, nullptr, &signal.before);
+    if (signal.before.sa_handler != SIG_IGN) handle(signal.number, note_screen_signal, 0);
+  }
+  state.screen = answers;
 }
 
 bool signal_waits() {

@@ -5,6 +5,7 @@
 //   SIGINT           what the program wants, see InterruptAnswer
 //   SIGPIPE          ignored: the write that fails is an error
 //   SIGQUIT          nothing; there is no debugger to call
+//   SIGTSTP, SIGCONT, SIGWINCH  only while there is a screen, see ScreenSignals
 //   SIGFPE, SIGSEGV  answered in the handler
 #pragma once
 
@@ -26,6 +27,16 @@ bool take_interrupt();
 
 // A program that has a screen may ask there whether to leave. Null, as long as none asks: the answer above.
 void set_interrupt_dialogue(void (*dialogue)());
+
+// What a program with a screen does for the signals of terminals. While it is set SIGTSTP, SIGCONT and
+// SIGWINCH are noted and answered like the others; null gives them back what they did before. A record
+// must outlive its use.
+struct ScreenSignals {
+  void (*give_back)();  // the terminal, before the process stops
+  void (*take_again)();
+  void (*resized)();
+};
+void watch_screen_signals(const ScreenSignals* answers);
 
 namespace detail {
 extern volatile std::sig_atomic_t signal_noted;

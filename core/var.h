@@ -270,7 +270,7 @@ inline void put_word(Var* v, std::int32_t value) {
   v->bits = static_cast<std::uint32_t>(value);
 }
 
-// How window variables are copied and freed. There is no layer yet that sets it: windows are empty.
+// How window variables are copied and freed; the screen sets it.
 struct WindowHooks {
   Window* (*copy)(const Window*);  // null result: it could not be created
   void (*destroy)(Window*);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 #include "core/errors.h"
@@ -109,15 +110,25 @@ Var* environment_option(std::int32_t argc, Var** argv, const OptionRow&) {
   if (!arg_is(argc, argv, 2, kText)) return old;
   const std::string fresh{text_of(argv[2])};
   const bool reset = arg_is(argc, argv, 3, kNumeric) && truth_of(argv[3]);
-  if (reset && state.terminal.test != nullptr && name == "TERM" &&
-      !state.terminal.test(fresh.c_str())) {
+  const std::optional<std::string> before =
+      value != nullptr ? std::optional<std::string>(value) : std::nullopt;
+  if (::setenv(name.c_str(), fresh.c_str(), 1) != 0) {
+    RT_ERROR(301, "Unable to extend environment for new variable");
+    return old;
+  }
+  if (!reset || state.terminal.test == nullptr) return old;
+  if ((name == "TERM" || name == "TERMINFO") && !state.terminal.test()) {
+    before ? ::setenv(name.c_str(), before->c_str(), 1) : ::unsetenv(name.c_str());
     RT_ERROR(320, "Cannot initialize terminal (ignored)");
     return old;
   }
-  if (::setenv(name.c_str(), fresh.c_str(), 1) != 0)
-    RT_ERROR(301, "Unable to extend environment for new variable");
-  else if (reset && state.terminal.restart != nullptr)
-    state.terminal.restart();
+  state.terminal.restart();
+  return old;
+}
+
+Var* terminal_key(std::int32_t argc, Var** argv, const OptionRow& row) {
+  Var* old = number_option(argc, argv, row);
+  if (argc == 2 && state.terminal.line_modes != nullptr) state.terminal.line_modes();
   return old;
 }
 
@@ -145,8 +156,8 @@ constexpr OptionRow kOptions[] = {
     function_row("inmap", "scrinmap"),
     function_row("terminal", "termtype"),
     {.name = "printfilename", .handler = print_file_name},
-    number_row("debugkey", &Settings::debugkey),
-    number_row("breakkey", &Settings::breakkey),
+    {.name = "debugkey", .handler = terminal_key, .number = &Settings::debugkey},
+    {.name = "breakkey", .handler = terminal_key, .number = &Settings::breakkey},
     flag_row("memcompat", &Settings::memcompat),
     flag_row("pathlower", &Settings::pathlower, &Settings::pathupper),
     flag_row("pathupper", &Settings::pathupper, &Settings::pathlower),

@@ -6,10 +6,11 @@
 
 namespace tarnel {
 
-// What a program with a screen does for a changed terminal type. Null, as in ours: there is no screen.
+// What a program with a screen does for changes that concern its terminal. Null while there is none.
 struct TerminalHooks {
-  bool (*test)(const char* terminal) = nullptr;  // is the terminal known
-  void (*restart)() = nullptr;                   // starts the screen anew
+  bool (*test)() = nullptr;  // could a screen be opened on the terminal that the environment names
+  void (*restart)() = nullptr;     // starts the screen anew on it
+  void (*line_modes)() = nullptr;  // sets the terminal's line for another break or debug key
 };
 void set_terminal_hooks(const TerminalHooks& hooks);
 

@@ -31,7 +31,7 @@ void pictureNotice(int code);
 // be shown, with an empty text.
 int varDefaultText(const Var* value, std::string& mask, std::string& result);
 
-// Where screen output goes in a program that has a screen; null, as in ours: the page. An empty colour
+// Where screen output goes while a screen is open; null: the page. An empty colour
 // is the current one.
 void set_screen_writer(void (*writer)(std::string_view text, std::string_view colour));
 
