@@ -25,6 +25,7 @@ struct DotCommand {
 bool help(std::string_view name);
 bool quit(std::string_view);
 bool read(std::string_view name);
+bool screen(std::string_view name);
 bool set(std::string_view arguments);
 
 constexpr DotCommand kDotCommands[] = {
@@ -36,6 +37,7 @@ constexpr DotCommand kDotCommands[] = {
      list_orders},
     {"quit", "", "ends the session", quit},
     {"read", "FILE", "runs the lines of a file", read},
+    {"screen", "FILE", "runs the lines of a file on a screen", screen},
     {"set", "[NAME [VALUE]]", "shows or changes settings", set},
     {"struct", "", "shows the fields of the current table", list_structure},
     {"tables", "", "shows the open tables, the current one marked with *", list_tables},
@@ -121,6 +123,12 @@ bool quit(std::string_view) {
 bool read(std::string_view name) {
   if (!name.empty()) return run_file(std::string(name).c_str());
   complain(".read needs the name of a file");
+  return true;
+}
+
+bool screen(std::string_view name) {
+  if (!name.empty()) return run_file_on_screen(std::string(name).c_str());
+  complain(".screen needs the name of a file");
   return true;
 }
 

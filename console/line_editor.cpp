@@ -1,7 +1,6 @@
 #include "console/line_editor.h"
 
 #include <histedit.h>
-#include <locale.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,6 +20,7 @@
 #include "core/signals.h"
 #include "core/symbols.h"
 #include "core/text.h"
+#include "term/user_locale.h"
 
 namespace tarnel {
 namespace {
@@ -116,24 +116,6 @@ std::string history_file() {
   const char* home = std::getenv("HOME");
   return home != nullptr && *home != 0 ? std::string(home) + "/.tnsh_history" : std::string();
 }
-
-// The editor reads characters as the user's locale has them. While one of these lives it is set; the
-// runtime has the letters of the C locale always, so that orders don't depend on who built them.
-class UserLocale {
- public:
-  UserLocale() : former_(uselocale(users())) {}
-  ~UserLocale() { uselocale(former_); }
-  UserLocale(const UserLocale&) = delete;
-  UserLocale& operator=(const UserLocale&) = delete;
-
- private:
-  // 0, which changes nothing, where the environment names no locale that is there.
-  static locale_t users() {
-    static const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
-    return locale;
-  }
-  const locale_t former_;
-};
 
 class LineEditor {
  public:

@@ -7,6 +7,7 @@
 
 #include "core/errors.h"
 #include "db/progress.h"
+#include "term/screen.h"
 
 namespace tarnel {
 namespace {
@@ -46,6 +47,7 @@ void write_line(const char* work, std::int64_t done, std::int64_t total) {
 }
 
 void show(const char* work, std::int64_t done, std::int64_t total) {
+  if (screen_open()) return;
   if (done < 0) return finish();
   if (!shown.running) {
     shown.running = true;

@@ -9,8 +9,10 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "console/dot_commands.h"
+#include "console/screen_session.h"
 #include "core/classes.h"
 #include "core/descriptors.h"
 #include "core/error_object.h"
@@ -23,6 +25,7 @@
 #include "core/symbols.h"
 #include "lib/value_text.h"
 #include "macro/evaluator.h"
+#include "term/screen.h"
 
 namespace tarnel {
 namespace {
@@ -34,6 +37,7 @@ struct SessionState {
   Frame frame{};
   std::int32_t line = 0;
   int reading = 0;
+  std::string kept_lines;  // for standard error, while a screen is on its terminal
 } session;
 
 bool is_blank(char c) {
@@ -105,7 +109,9 @@ Var* show_error(std::int32_t argc, Var** argv, Var**) {
 
 void run_expression(std::string_view line) {
   make_known(assigned_name(line));
-  write_value(EXP_EVAL(line));
+  const Var* value = EXP_EVAL(line);
+  if (screen_open()) return;  // there the script alone decides what is shown
+  write_value(value);
   write_output("\n");
 }
 
@@ -215,6 +221,14 @@ bool run_file(const char* name) {
   return run_lines(file.fd(), name);
 }
 
+bool run_file_on_screen(const char* name) {
+  if (screen_open()) return run_file(name);
+  const SessionScreen screen;
+  if (screen.fault().empty()) return run_file(name);
+  complain(screen.fault());
+  return true;
+}
+
 Var* evaluate_argument(std::string_view expression) {
   return EXP_EVAL(expression);
 }
@@ -230,8 +244,16 @@ void complain(std::string_view text) {
 }
 
 void tell(std::string_view text) {
+  if (screen_open() && isatty(STDERR_FILENO) != 0) {
+    session.kept_lines.append(text) += '\n';
+    return;
+  }
   flush_output();
   write_fully(STDERR_FILENO, std::string(text) + "\n");
+}
+
+void write_kept_lines() {
+  write_fully(STDERR_FILENO, std::exchange(session.kept_lines, {}));
 }
 
 }  // namespace tarnel

@@ -16,6 +16,8 @@ bool run_line(std::string_view line);
 // Runs the lines of a descriptor up to its end or to .quit; false for the latter. The name is for
 // complaints.
 bool run_lines(int fd, const char* name);
+// Runs the lines of a file on a screen, which then closes. A terminal that has none is a complaint.
+bool run_file_on_screen(const char* name);
 // Runs the lines of a file. A file that can't be read, or that reads itself, is a complaint.
 bool run_file(const char* name);
 
@@ -25,7 +27,9 @@ Var* evaluate_argument(std::string_view expression);
 void write_value(const Var* value);
 // Writes a line about a fault on standard error; the run then ends with status 1.
 void complain(std::string_view text);
-// Writes a line on standard error that is no fault.
+// Writes a line on standard error that is no fault. While a screen hides what is written there it is kept.
 void tell(std::string_view text);
+// Writes what was kept.
+void write_kept_lines();
 
 }  // namespace tarnel

@@ -46,7 +46,6 @@ struct ScreenDevice {
   const std::string& (*key_bytes)();  // of the key read last
   void (*ring)();
   bool (*colours)();
-  void (*line_modes)();  // sets the terminal's line anew, after a change of the break key
 };
 
 // Cells of the given size, blank in the standard colour; 1 x 1 at least. The cursor is in the corner.

@@ -32,7 +32,6 @@ constexpr ScreenDevice kDevice = {
     .key_bytes = no_bytes,
     .ring = [] { ++shown.rings; },
     .colours = [] { return false; },
-    .line_modes = [] {},
 };
 
 class Screen : public RuntimeTest {

@@ -1,0 +1,98 @@
+// A program on a terminal whose picture a test reads back: tmux plays the terminal.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace tarnel::testing {
+
+class OnTerminal : public ::testing::Test {
+ protected:
+  static constexpr auto kPatience = std::chrono::seconds(10);  // on a busy machine
+
+  OnTerminal() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "term.XXXXXX").string();
+    directory_ = mkdtemp(pattern.data());
+  }
+  ~OnTerminal() override {
+    tmux("kill-server");
+    std::filesystem::remove_all(directory_);
+  }
+
+  void write(const std::string& name, const std::string& text) {
+    std::ofstream(directory_ / name, std::ios::binary) << text;
+  }
+  std::string read(const std::string& name) {
+    std::ifstream file(directory_ / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  // Runs shell commands in the test's directory on a terminal of that size.
+  void start(const std::string& commands, int columns = 70, int rows = 10) {
+    write("run.sh", "cd " + directory_.string() + "\nexport HOME=. LC_ALL=C.UTF-8\n" + commands +
+                        "\necho over; exec sleep 1000\n");
+    tmux("kill-server");
+    ++server_;  // the one before may still be ending
+    tmux("-f /dev/null -u new-session -d -x " + std::to_string(columns) + " -y " +
+         std::to_string(rows) + " 'exec bash " + (directory_ / "run.sh").string() + "'");
+    tmux("set-option -g status off");
+    tmux("set-option -s escape-time 0");
+  }
+  void type(const std::string& keys) { tmux("send-keys " + keys); }
+  // The lines of the terminal, without blanks at their ends.
+  std::string picture(const char* options = "") {
+    return tmux(std::string("capture-pane -p ") + options);
+  }
+  std::string ask(const std::string& format) { return tmux("display-message -p '" + format + "'"); }
+
+  // The picture as soon as it holds a text; a failure when it never does.
+  std::string wait_for(const std::string& text) {
+    std::string shown;
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (std::chrono::steady_clock::now() < end) {
+      shown = picture();
+      if (shown.find(text) != std::string::npos) return shown;
+      usleep(10'000);
+    }
+    ADD_FAILURE() << "no '" << text << "' in\n" << shown;
+    return shown;
+  }
+  // Ends the wait as soon as a condition holds.
+  template <typename Condition>
+  bool becomes(Condition condition) {
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (std::chrono::steady_clock::now() < end) {
+      if (condition()) return true;
+      usleep(10'000);
+    }
+    return false;
+  }
+  static std::string output_of(const std::string& command) {
+    std::string all;
+    std::FILE* pipe = popen(command.c_str(), "r");
+    std::array<char, 4096> bytes;
+    for (std::size_t n; (n = fread(bytes.data(), 1, bytes.size(), pipe)) > 0;)
+      all.append(bytes.data(), n);
+    pclose(pipe);
+    return all;
+  }
+  std::string tmux(const std::string& command) {
+    return output_of("env -u TMUX tmux -S " + (directory_ / "socket").string() +
+                     std::to_string(server_) + " " + command + " 2>&1");
+  }
+
+  std::filesystem::path directory_;
+  int server_ = 0;
+};
+
+}  // namespace tarnel::testing
