@@ -94,6 +94,20 @@ double walk() {
   return sum;
 }
 
+// The same over a child that follows by key.
+double walk_with_child() {
+  static const Callable top = GET_FUNC("dbgotop"), skip = GET_FUNC("dbskip"), eof = GET_FUNC("eof");
+  double sum = 0;
+  CALL_SIMPLE(top);
+  while (!truth_of(CALL_SIMPLE(eof))) {
+    const std::int32_t mark = temp_top();
+    sum += number_of(EXP_EVAL("child->v"));
+    CALL_SIMPLE(skip);
+    POP_TEMPS(mark);
+  }
+  return sum;
+}
+
 // --- SQLite.
 
 class Sqlite {
@@ -197,6 +211,26 @@ void measure_exclusive(int records, Sqlite& db) {
   EXP_EVAL("dbclosearea()");
 }
 
+// A child of 1000 records by key, in which each parent finds one.
+void measure_relation(int records, Sqlite& db) {
+  evaluate("dbcreate('child', {{'k', 'N', 8, 0}, {'v', 'N', 8, 0}})");
+  evaluate("dbusearea(.t., , 't', 'parent', .f.)");
+  evaluate("dbusearea(.t., , 'child', 'child', .f.)");
+  evaluate("len(aeval(array(1000), {|x, i| dbappend(), field->k := i, field->v := i * 2}))");
+  EXP_EVAL("dbcreateindex('child', 'k')");
+  EXP_EVAL("dbselectarea('parent')");
+  EXP_EVAL("dbsetrelation('child', 'n')");
+  db.run("DROP TABLE IF EXISTS c");
+  db.run("CREATE TABLE c(k INTEGER, v INTEGER)");
+  db.run(
+      "WITH RECURSIVE r(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM r WHERE i < 1000) "
+      "INSERT INTO c SELECT i, i * 2 FROM r");
+  db.run("CREATE INDEX ck ON c(k)");
+  measure({"walk with a child by key", walk_with_child, "SELECT v FROM t JOIN c ON k = n"}, records,
+          db);
+  EXP_EVAL("dbcloseall()");
+}
+
 void measure_shared(int records, Sqlite& db) {
   evaluate("dbusearea(.t., , 't', , .t.)");
   measure({"shared: walk by dbskip, one field", walk, "SELECT n FROM t"}, records, db);
@@ -217,6 +251,7 @@ void measure_all(int records) {
     Sqlite db(false);
     db.fill(records);
     measure_exclusive(records, db);
+    measure_relation(records, db);
   }
   Sqlite wal(true);
   measure_shared(records, wal);

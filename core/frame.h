@@ -117,9 +117,9 @@ class Procedure {
   }
   Frame& frame() { return frame_; }
 
-  // RETURN x, and falling off the end. To be called once, last.
+  // RETURN x, and falling off the end. To be called once, last. A constant needs no copy: nobody writes to it.
   Var* result(Var* value, char expected = 'U') {
-    frame_.result = ARG_VAR(value);
+    frame_.result = value->sclass == 'C' ? value : ARG_VAR(value);
     return END_PROC(&frame_, expected);
   }
   Var* end(char expected = 'U') { return END_PROC(&frame_, expected); }

@@ -153,13 +153,9 @@ Var* di_locate(std::int32_t argc, Var** argv) {
   Scope scope;  // not the stored one
   if (!arguments.absent() && !read_scope(dbf, arguments, scope)) return not_found(dbf);
   keep_value(&dbf.scan.locateBlock, TMP_BLOCK(negation, &wanted, 1));
-  bool found = false;
+  scope.forBlock = wanted;
   ScopeWalk walk(dbf, scope, "locate");
-  for (bool on = walk.begin(); on; on = !found && walk.next()) {
-    const Verdict verdict = judge(dbf, wanted);
-    if (verdict == Verdict::kFailed) walk.fail();
-    found = verdict == Verdict::kHolds;
-  }
+  const bool found = walk.begin();
   return found_if(dbf, walk, found);
 }
 
