@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "console/bulk_commands.h"
 #include "console/session.h"
 #include "console/table_commands.h"
 #include "core/errors.h"
@@ -29,18 +30,23 @@ bool screen(std::string_view name);
 bool set(std::string_view arguments);
 
 constexpr DotCommand kDotCommands[] = {
+    {"append", "FILE", "adds the records of another table to the current one", append_records},
+    {"copy", "FILE [FIELDS] [for CONDITION]", "makes a new table of records of the current one",
+     copy_records},
     {"filter", "[CONDITION]",
      "hides the records of the current table for which it isn't true, or none", set_filter},
     {"help", "[NAME]", "tells about the commands, or about a function or command", help},
     {"list", "[N]", "shows N records from the current one on, 20 by default", list_records},
     {"orders", "", "shows the orders of the current table, the controlling one marked with *",
      list_orders},
+    {"pack", "", "drops the records that are marked as deleted", pack_records},
     {"quit", "", "ends the session", quit},
     {"read", "FILE", "runs the lines of a file", read},
     {"screen", "FILE", "runs the lines of a file on a screen", screen},
     {"set", "[NAME [VALUE]]", "shows or changes settings", set},
     {"struct", "", "shows the fields of the current table", list_structure},
     {"tables", "", "shows the open tables, the current one marked with *", list_tables},
+    {"zap", "[!]", "drops all records; asks, unless told by the !", zap_records},
 };
 
 // Settings by the number that set() knows them by; 0 is a named option of ov_set().

@@ -178,6 +178,23 @@ TEST_F(Console, AnInterruptEndsAScanWhoseProgressIsShown) {
   EXPECT_EQ(records(), kKept);
 }
 
+TEST_F(Console, ATerminalIsAskedBeforeAllRecordsGo) {
+  start("exec " TARNEL_CONSOLE, true);
+  type(kMakeTable);
+  read_to("kept      \r\n");
+  for (const char* answer : {"n", "y"}) {
+    type(".zap\n");
+    read_to("drop all 1 records of T? (y/n) ");
+    type(std::string(answer) + "\n");
+    type("100 + reccount()\n");
+    const std::string left = answer[0] == 'n' ? "       101\r\n" : "       100\r\n";
+    EXPECT_TRUE(read_to(left).ends_with(left)) << answer;
+  }
+  type(".quit\n");
+  read_to("");
+  EXPECT_EQ(end(), 0);
+}
+
 TEST_F(Console, AReaderThatGoesAwayIsAnErrorAndNotAnEnd) {
   std::ofstream(directory_ / "script") << kMakeTable;
   EXPECT_EQ(output_of("mkfifo gone; { (read x < gone; " TARNEL_CONSOLE " script; echo $? >&2) |"

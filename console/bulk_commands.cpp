@@ -1,0 +1,128 @@
+#include "console/bulk_commands.h"
+
+#include <unistd.h>
+
+#include <string>
+
+#include "console/session.h"
+#include "core/arrays.h"
+#include "core/classes.h"
+#include "core/errors.h"
+#include "core/output.h"
+#include "core/stacks.h"
+#include "core/text.h"
+#include "db/area.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::string_view kBetween = " \t,";
+
+// The current table for the time of a command; null after a complaint.
+class CurrentTable {
+ public:
+  CurrentTable() : mark_(temp_top()), server_(current_server()) {
+    if (server_ == nullptr)
+      complain("no table is open in the current area");
+    else
+      server_ = ARG_VAR(server_);
+  }
+  ~CurrentTable() { POP_TEMPS(mark_); }
+  CurrentTable(const CurrentTable&) = delete;
+  CurrentTable& operator=(const CurrentTable&) = delete;
+
+  bool is_open() const { return server_ != nullptr; }
+  std::string records() const { return std::to_string(integer_of(get_ivar(server_, "lastrec"))); }
+  std::string alias() const { return std::string(text_of(get_ivar(server_, "alias"))); }
+
+  // Runs a method; errors were told by then.
+  template <typename... Arguments>
+  bool run(const char* method, Arguments... arguments) {
+    const Var* done = send(server_, method, arguments...);
+    return done->type == 'L' && truth_of(done);
+  }
+  // The same for one that leaves another number of records, which is shown.
+  template <typename... Arguments>
+  void change(const char* method, Arguments... arguments) {
+    if (run(method, arguments...)) write_output(records() + " records\n");
+  }
+
+ private:
+  const std::int32_t mark_;
+  Var* server_;
+};
+
+std::string_view take_word(std::string_view& line, std::string_view between = kBetween) {
+  const std::size_t end = std::min(line.find_first_of(between), line.size());
+  const std::string_view word = line.substr(0, end);
+  line.remove_prefix(end);
+  line.remove_prefix(std::min(line.find_first_not_of(between), line.size()));
+  return word;
+}
+
+// "y" or "yes" at the terminal.
+bool confirmed(const std::string& question) {
+  write_output(question + " (y/n) ");
+  flush_output();
+  char answer[16] = "";
+  const ssize_t n = ::read(STDIN_FILENO, answer, sizeof answer);
+  return n > 0 && upper_letter(answer[0]) == 'Y';
+}
+
+// The fields before "for", an array; the rest of the line is what stands behind it.
+Var* take_fields(std::string_view& line) {
+  Var* fields = NEW_TEMP();
+  cscreara(fields, 0, kAllNil);
+  for (std::int32_t count = 0; !line.empty();) {
+    const std::string_view word = take_word(line);
+    if (upper_text(word) == "FOR") break;
+    cscrearr(fields, ++count, kKeep, {TMP_TEXT(word)});
+  }
+  return fields;
+}
+
+}  // namespace
+
+bool pack_records(std::string_view) {
+  CurrentTable table;
+  if (table.is_open()) table.change("pack");
+  return true;
+}
+
+bool zap_records(std::string_view sure) {
+  CurrentTable table;
+  if (!table.is_open()) return true;
+  const bool asks = sure.empty() && isatty(STDIN_FILENO) != 0;
+  if (asks ? confirmed("drop all " + table.records() + " records of " + table.alias() + "?")
+           : sure == "!")
+    table.change("zap");
+  else if (!asks)
+    complain(".zap drops all records; say .zap ! to do so");
+  return true;
+}
+
+bool copy_records(std::string_view arguments) {
+  CurrentTable table;
+  if (!table.is_open()) return true;
+  const std::string_view file = take_word(arguments, " \t");
+  if (file.empty()) {
+    complain(".copy needs the name of a file");
+    return true;
+  }
+  Var* fields = take_fields(arguments);
+  table.run("copydb", TMP_TEXT(file), fields,
+            arguments.empty() ? nil_value() : TMP_TEXT(arguments));
+  return true;
+}
+
+bool append_records(std::string_view file) {
+  CurrentTable table;
+  if (!table.is_open()) return true;
+  if (file.empty())
+    complain(".append needs the name of a file");
+  else
+    table.change("appenddb", TMP_TEXT(file));
+  return true;
+}
+
+}  // namespace tarnel
