@@ -28,7 +28,7 @@ bool FieldPlan::add(const DbfIdx& source, std::int32_t number, const dbf::Field&
   const bool text = from.type == 'C' && to.type == 'C';
   if (from.type == 'M' || to.type == 'M' || (!text && !is_alike(from, to))) {
     if (!types_agree(from.type, to.type)) return false;
-    others_.push_back({number, to});
+    others_.push_back({number, from.type, to});
     return true;
   }
   const std::uint16_t length = std::min(from.length, to.length);
@@ -42,6 +42,12 @@ bool FieldPlan::add(const DbfIdx& source, std::int32_t number, const dbf::Field&
   }
   runs_.push_back({from.offset, to.offset, length});
   return true;
+}
+
+bool FieldPlan::converts() const {
+  return std::any_of(others_.begin(), others_.end(), [](const Other& other) {
+    return other.from_type != 'M' && other.from_type != 'C';
+  });
 }
 
 bool FieldPlan::fill_from(DbfIdx& source, const std::uint8_t* record, std::int32_t n,

@@ -22,6 +22,13 @@ class FieldPlan {
  public:
   // Adds a field of the source, by its number from 0. False when its values can't be assigned to the other.
   [[nodiscard]] bool add(const DbfIdx& source, std::int32_t from, const dbf::Field& to);
+  // Is there a value that is neither bytes nor a memo? Then its record must be in the buffer.
+  bool converts() const;
+  // Is a record of the one as it stands a record of the other?
+  bool is_identity(std::uint16_t source_size, std::uint16_t target_size) const {
+    return source_size == target_size && others_.empty() && runs_.size() == 1 &&
+           runs_[0].from == 1 && runs_[0].to == 1 && runs_[0].length == source_size - 1;
+  }
   bool empty() const { return runs_.empty() && others_.empty(); }
 
   // Fills the fields of a blank record, and its delete mark, from the record under the source's cursor, which
@@ -42,6 +49,7 @@ class FieldPlan {
   };
   struct Other {
     std::int32_t from;
+    char from_type;
     dbf::Field to;
   };
   static bool put(DbfIdx& source, const Other& other, const std::uint8_t* record, std::int32_t n,

@@ -68,8 +68,8 @@ std::uint8_t* NewTable::blank_record() {
   return record_.data();
 }
 
-bool NewTable::add() {
-  return writer_->add(record_.data(), 1) || unwritable();
+bool NewTable::add(const std::uint8_t* records, std::int32_t count) {
+  return writer_->add(records, count) || unwritable();
 }
 
 std::int64_t NewTable::put_memo(void* target, std::string_view text) {

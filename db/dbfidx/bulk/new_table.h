@@ -28,12 +28,14 @@ class NewTable {
   // False after errors 104, 105, 320, 322.
   [[nodiscard]] bool open(std::string_view file, std::vector<dbf::Field> fields);
   const std::vector<dbf::Field>& fields() const { return fields_; }
+  std::uint16_t record_size() const { return static_cast<std::uint16_t>(record_.size()); }
   MemoSink memos() { return {this, put_memo}; }
 
   // The place where the next record is to be made, blank.
   std::uint8_t* blank_record();
-  // Adds it. False after error 104.
-  [[nodiscard]] bool add();
+  // Adds it, or records that are as they are to be. False after error 104.
+  [[nodiscard]] bool add() { return add(record_.data(), 1); }
+  [[nodiscard]] bool add(const std::uint8_t* records, std::int32_t count);
   // False after error 104.
   [[nodiscard]] bool finish();
 

@@ -1,25 +1,21 @@
 // Pack and zap: the table is written anew beside itself, and the new files take the places of the old ones.
 // Records move as bytes; only memos, which get other blocks, are read.
-#include <algorithm>
 #include <cerrno>
 #include <utility>
 
 #include "core/errors.h"
 #include "core/file_ops.h"
 #include "core/runtime.h"
-#include "core/signals.h"
 #include "core/switched.h"
 #include "db/dbfidx/bulk/bulk.h"
+#include "db/dbfidx/bulk/record_pieces.h"
 #include "db/dbfidx/bulk/table_writer.h"
 #include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/record/memo.h"
 #include "db/dbfidx/table_errors.h"
-#include "db/progress.h"
 
 namespace tarnel {
 namespace {
-
-constexpr std::size_t kPiece = 256 * 1024;
 
 class Rewriting {
  public:
@@ -46,18 +42,10 @@ class Rewriting {
   }
 
   bool copy_live_records() {
-    Progress progress("pack", dbf_.lastRec);
-    const auto most = static_cast<std::int32_t>(std::max<std::size_t>(kPiece / dbf_.recordSize, 1));
-    std::vector<std::uint8_t> piece(static_cast<std::size_t>(most) * dbf_.recordSize);
-    for (std::int32_t n = 1; n <= dbf_.lastRec;) {
-      const std::int32_t count = std::min(most, dbf_.lastRec - n + 1);
-      if (!read(piece, n, count) || !add_live(piece.data(), count)) return false;
-      n += count;
-      progress.to(n - 1);
-      look_at_signals();
-      if (!same_.holds()) return false;
-    }
-    return true;
+    RecordPieces pieces(dbf_, "pack");
+    while (pieces.next())
+      if (!add_live(pieces.data(), pieces.count())) return false;
+    return !pieces.failed() && same_.holds();
   }
 
   // The new files take their places and become those of the open table, whose orders differ from then on.
@@ -83,17 +71,6 @@ class Rewriting {
   bool unwritable() {
     set_dos_error(errno);
     dxerror(dbf_, TableError::kBulkUnwritable, {operation_, writer_.failed_file()});
-    return false;
-  }
-
-  bool read(std::vector<std::uint8_t>& piece, std::int32_t n, std::int32_t count) {
-    const std::int64_t got =
-        read_some_at(dbf_.dbfFd, piece.data(), static_cast<std::size_t>(count) * dbf_.recordSize,
-                     record_place(dbf_, n));
-    const std::int64_t whole = got / dbf_.recordSize;
-    if (got >= 0 && whole == count) return true;
-    const std::int64_t missing = n + std::max<std::int64_t>(whole, 0);
-    dxerror(dbf_, TableError::kRecordUnreadable, {missing, dbf_.fileName});
     return false;
   }
 

@@ -1,6 +1,7 @@
 #include "db/dbfidx/record/records.h"
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
 #include "core/file_ops.h"
@@ -375,6 +376,25 @@ bool append_record(DbfIdx& dbf, bool release_locks, const std::uint8_t* contents
   dbf.buffer.read_done(n, is_locked(dbf));
   index_synchronize(dbf, kSyncAppend);
   return change.complete();
+}
+
+bool append_run(DbfIdx& dbf, const std::uint8_t* records, std::int32_t count) {
+  assert(dbf.exclusive() && dbf.orderCount == 0);
+  const std::int32_t n = dbf.lastRec + 1;
+  if (!can_lock_record(dbf, std::int64_t{n} + count - 1)) {
+    dxerror(dbf, TableError::kAppendTooLarge, {std::int64_t{n} + count - 1, dbf.fileName});
+    return false;
+  }
+  if (!flush_records(dbf) || !count_change(dbf)) return false;
+  dbf.changed = dbf.appended = true;
+  const std::size_t size = static_cast<std::size_t>(count) * dbf.recordSize;
+  if (!write_at(dbf.dbfFd, records, size, record_place(dbf, n))) {
+    [[maybe_unused]] const bool cut = set_size(dbf.dbfFd, record_place(dbf, n));
+    dxerror(dbf, TableError::kRecordUnwritable, {n, dbf.fileName});
+    return false;
+  }
+  dbf.lastRec += count;
+  return true;
 }
 
 }  // namespace tarnel
