@@ -19,8 +19,8 @@ volatile std::sig_atomic_t detail::signal_noted = 0;
 namespace {
 
 constexpr std::size_t kSignalStack = 64 * 1024;
-constexpr suseconds_t kTick = 50'000;  // microseconds
-constexpr int kSignalStatus = 128;     // of a run that a signal ended, and the signal's number
+constexpr suseconds_t kTick = 50'000, kFirstWatch = 500'000, kWatch = 100'000;  // microseconds
+constexpr int kSignalStatus = 128;  // of a run that a signal ended, and the signal's number
 
 struct SignalState {
   int held = 0;                                  // nesting depth
@@ -30,6 +30,7 @@ struct SignalState {
   InterruptAnswer answer = InterruptAnswer::kPassOver;
   void (*dialogue)() = nullptr;
   const ScreenSignals* screen = nullptr;
+  void (*volatile watcher)() = nullptr;
 } state;
 
 // The signals of a screen, each with whether it waits for its answer.
@@ -57,19 +58,22 @@ void handle(int number, void (*handler)(int), int flags = SA_RESTART) {
 
 // A call that blocks may begin between the last look and the signal, or be begun again by a library:
 // until the signal is answered ticks break such calls off.
-void set_ticks(suseconds_t period) {
-  const itimerval timer = {{0, period}, {0, period}};
+void set_ticks(suseconds_t period, suseconds_t first) {
+  const itimerval timer = {{0, period}, {0, first}};
   setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
 void on_tick(int) {
-  if (detail::signal_noted == 0) set_ticks(0);
+  if (state.watcher != nullptr)
+    detail::signal_noted = 1;  // the watcher is called where signals are looked at
+  else if (detail::signal_noted == 0)
+    set_ticks(0, 0);
 }
 
 void note_signal() {
   detail::signal_noted = 1;
   handle(SIGALRM, on_tick, 0);
-  set_ticks(kTick);
+  set_ticks(kTick, kTick);
 }
 
 void note_interrupt(int) {
@@ -200,6 +204,17 @@ void answer_signals() {
   if (const int number = state.ending_number; number != 0) QUIT_RUN(kSignalStatus + number);
   answer_screen_signals();
   if (take_interrupt()) answer_interrupt();
+  if (state.watcher != nullptr) state.watcher();
+}
+
+RunWatch::RunWatch(void (*watcher)()) : outermost_(state.watcher == nullptr) {
+  if (!outermost_) return;
+  state.watcher = watcher;
+  handle(SIGALRM, on_tick, 0);
+  set_ticks(kWatch, kFirstWatch);
+}
+RunWatch::~RunWatch() {
+  if (outermost_) state.watcher = nullptr;  // the next tick is the last
 }
 
 void watch_screen_signals(const ScreenSignals* answers) {

@@ -38,6 +38,19 @@ struct ScreenSignals {
 };
 void watch_screen_signals(const ScreenSignals* answers);
 
+// For the life of the guard a function is called now and then where signals are answered, first after half a
+// second: it may show how work goes on, and may break. Guards may nest; the outermost one counts.
+class RunWatch {
+ public:
+  explicit RunWatch(void (*watcher)());
+  ~RunWatch();
+  RunWatch(const RunWatch&) = delete;
+  RunWatch& operator=(const RunWatch&) = delete;
+
+ private:
+  const bool outermost_;
+};
+
 namespace detail {
 extern volatile std::sig_atomic_t signal_noted;
 }
