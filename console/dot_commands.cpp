@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "console/browse.h"
 #include "console/bulk_commands.h"
 #include "console/session.h"
 #include "console/table_commands.h"
@@ -31,6 +32,8 @@ bool set(std::string_view arguments);
 
 constexpr DotCommand kDotCommands[] = {
     {"append", "FILE", "adds the records of another table to the current one", append_records},
+    {"browse", "[FIELDS] [ro]", "shows the current table on the screen to look through and edit",
+     browse},
     {"copy", "FILE [FIELDS] [for CONDITION]", "makes a new table of records of the current one",
      copy_records},
     {"filter", "[CONDITION]",

@@ -37,6 +37,7 @@ struct SessionState {
   Frame frame{};
   std::int32_t line = 0;
   int reading = 0;
+  std::string* messages = nullptr;
   std::string kept_lines;  // for standard error, while a screen is on its terminal
 } session;
 
@@ -238,7 +239,13 @@ void write_value(const Var* value) {
   write_output(varToText(value, buffer));
 }
 
+MessagesTo::MessagesTo(std::string& text) : former_(session.messages, &text) {}
+
 void complain(std::string_view text) {
+  if (session.messages != nullptr) {
+    *session.messages = text;
+    return;
+  }
   set_exit_status(1);
   tell(text);
 }

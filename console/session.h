@@ -1,8 +1,10 @@
 // One session of the console: it evaluates lines, prints their values, and shows raised errors.
 #pragma once
 
+#include <string>
 #include <string_view>
 
+#include "core/switched.h"
 #include "core/var.h"
 
 namespace tarnel {
@@ -31,5 +33,14 @@ void complain(std::string_view text);
 void tell(std::string_view text);
 // Writes what was kept.
 void write_kept_lines();
+
+// While one lives complaints go to a text, which holds the last of them, and are no faults.
+class MessagesTo {
+ public:
+  explicit MessagesTo(std::string& text);
+
+ private:
+  const Switched<std::string*> former_;
+};
 
 }  // namespace tarnel

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "console/browse_table.h"
 #include "console/session.h"
 #include "core/arrays.h"
 #include "core/blocks.h"
@@ -164,17 +165,6 @@ Var* server_or_complaint() {
   if (server == nullptr) complain("no table is open in the current area");
   return server;
 }
-
-class TempsMark {
- public:
-  TempsMark() : mark_(temp_top()) {}
-  ~TempsMark() { POP_TEMPS(mark_); }
-  TempsMark(const TempsMark&) = delete;
-  TempsMark& operator=(const TempsMark&) = delete;
-
- private:
-  std::int32_t mark_;
-};
 
 // The records of the current table from the current one on, as filter and stored scope let them show.
 // What conditions select is undone, and one that closes the table ends the list.

@@ -46,6 +46,9 @@ struct ScreenDevice {
   const std::string& (*key_bytes)();  // of the key read last
   void (*ring)();
   bool (*colours)();
+  // Around a child process that uses the terminal.
+  void (*give_back)();
+  void (*take_again)();
 };
 
 // Cells of the given size, blank in the standard colour; 1 x 1 at least. The cursor is in the corner.

@@ -141,8 +141,6 @@ void ring() {
   beep();
 }
 
-constexpr ScreenDevice kDevice = {paint, read_key, key_bytes, ring, terminal_has_colours};
-
 // --- The line and the size of the terminal.
 
 // Bytes as they come, with the break key alone left to the terminal's driver.
@@ -239,6 +237,8 @@ void take_again() {
   reload_maps();
   repaint_screen();
 }
+constexpr ScreenDevice kDevice = {paint,     read_key,  key_bytes, ring, terminal_has_colours,
+                                  give_back, take_again};
 constexpr ScreenSignals kSignals = {give_back, take_again, resized};
 
 bool another_terminal_fits() {

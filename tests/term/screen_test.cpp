@@ -32,6 +32,8 @@ constexpr ScreenDevice kDevice = {
     .key_bytes = no_bytes,
     .ring = [] { ++shown.rings; },
     .colours = [] { return false; },
+    .give_back = [] {},
+    .take_again = [] {},
 };
 
 class Screen : public RuntimeTest {
