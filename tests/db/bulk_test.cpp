@@ -191,6 +191,19 @@ TEST_F(Bulk, AnOrderThatMissedARewritingDiffers) {
   }
 }
 
+// Nor may one of a table in whose place another one has come be taken for whole.
+TEST_F(Bulk, AnOrderOfAFormerTargetDiffers) {
+  ASSERT_TRUE(open("t", Use::kExclusive));
+  ASSERT_EQ(run("__dbcopy('u')"), "L T");
+  ASSERT_TRUE(open("u", Use::kExclusive, "UU"));
+  ASSERT_EQ(run("ordcondset('n > 0', {|| n > 0}), ordcreate('uo', , 'n'), dbcloseall()"), "L T");
+  ASSERT_TRUE(open("t", Use::kExclusive));
+  ASSERT_EQ(run("__dbsort('u', 'n/D'), dbcloseall()"), "L T");
+  ASSERT_TRUE(open("u", Use::kExclusive, "UU"));
+  EXPECT_TRUE(yes("dbsetindex", {text("uo")}));
+  EXPECT_NE(count("dborderinfo", {integer(5002)}), 0);
+}
+
 // Whatever fails: the former target or the new one is there, and the source is as it was.
 TEST_F(Bulk, EachCallOfACopyMayFail) {
   open_again();

@@ -34,6 +34,17 @@ bool NewTable::claim(const std::string& path) {
   return opened;
 }
 
+// The change counter goes on from that of the table that was there, so that its orders differ.
+std::vector<std::uint8_t> NewTable::header() const {
+  std::vector<std::uint8_t> header = dbf::new_header(fields_, today());
+  if (claim_ == nullptr) return header;
+  TableHeader next = dbf_of(claim_).header;
+  next.add_change();
+  next.apply_changes();
+  dbf::set_change_counter(header.data(), next.counter());
+  return header;
+}
+
 bool NewTable::open(std::string_view file, std::vector<dbf::Field> fields) {
   fields_ = std::move(fields);
   const std::size_t size = lay_out(fields_);
@@ -51,7 +62,7 @@ bool NewTable::open(std::string_view file, std::vector<dbf::Field> fields) {
   const bool memo = std::any_of(fields_.begin(), fields_.end(),
                                 [](const dbf::Field& field) { return field.type == 'M'; });
   writer_.emplace(path, memo ? memo_path(path) : std::string());
-  if (writer_->create(dbf::new_header(fields_, today()), fileDefaultMode())) return true;
+  if (writer_->create(header(), fileDefaultMode())) return true;
   set_dos_error(errno);
   dxerror(source_, TableError::kCreateFailed, {writer_->failed_file()});
   return false;

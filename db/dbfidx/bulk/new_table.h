@@ -42,6 +42,7 @@ class NewTable {
  private:
   static std::int64_t put_memo(void* target, std::string_view text);
   bool claim(const std::string& path);
+  std::vector<std::uint8_t> header() const;
   bool unwritable();
 
   DbfIdx& source_;
