@@ -282,6 +282,41 @@ TEST_F(Bulk, EachCallOfAnAppendMayFail) {
   }
 }
 
+TEST_F(Bulk, EachCallOfAnUpdateMayFail) {
+  const auto prepare = [&](bool shared) {
+    open_again();
+    ASSERT_EQ(run("dbsetorder(0), __dbcopy('s', , 'n < 60'), dbsetorder(1), dbusearea(.T., , 's', "
+                  ", .T.)"),
+              "L T");
+    run("dbselectarea('T')");
+    if (shared)
+      run("dbclosearea(), dbselectarea(1), dbusearea(.F., , 't', , .T.), dbsetindex('byn')");
+  };
+  for (const bool shared : {true, false}) {
+    const std::string update = "__dbupdate('s', 'n', .T., {|| t->n := s->n + 500})";
+    prepare(shared);
+    const Records before = records_of("t");
+    ASSERT_EQ(run(update), "L T") << take_errors();
+    close_all_areas();
+    const Records after = records_of("t");
+    std::string said;
+    const int runs = fail_each_call(
+        {kIoError, kDiskFull, kNoLocks}, [&] { prepare(shared); }, [&] { said = run(update); },
+        [&](const Fault*) {
+          const std::string errors = take_errors();
+          EXPECT_TRUE(said == "L T" || !errors.empty());
+          close_all_areas();
+          const bool told = !errors.empty() || !take_errors().empty();
+          const Records now = records_of("t");
+          ASSERT_EQ(now.size(), before.size());
+          for (std::size_t i = 0; i < now.size(); ++i)
+            EXPECT_TRUE(now[i] == after[i] || (told && now[i] == before[i])) << i;
+          EXPECT_EQ(order_fault("byn.idx", "t.dbf", now, {1, 5}), "");
+        });
+    EXPECT_GT(runs, 30);
+  }
+}
+
 struct Refused {
   const char *what, *expression, *error;
 };

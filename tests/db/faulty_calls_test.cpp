@@ -57,6 +57,8 @@ const Operation kOperations[] = {
      "103 104 327 331 412 "},
     {"close", "dbgoto(3), rlock() .and. {fieldput('n', 35) # nil, dbcloseall()}[1]",
      "103 104 327 331 412 "},
+    {"copy", "__dbcopy('new')", "103 104 105 322 327 412 331 "},
+    {"sort", "__dbsort('new', 'who/D')", "103 104 105 322 327 412 331 "},
     {"lock file", "flock() .and. dbunlock()", "103 327 "},
     {"create order", "flock() .and. ordcreate('new', , 'who') .and. dbunlock()",
      "101 103 104 105 325 327 331 412 "},
