@@ -11,6 +11,7 @@
 #include "db/dbfidx/record/change_lock.h"
 #include "db/dbfidx/record/memo.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/field_cells.h"
 #include "lib/dates.h"
 
 namespace tarnel {
@@ -18,11 +19,6 @@ namespace {
 
 const std::uint8_t* place(const DbfIdx& dbf, const dbf::Field& field) {
   return dbf.buffer.data() + field.offset;
-}
-
-// A cell of type C shows the buffer itself; nobody writes through it.
-char* text_place(const DbfIdx& dbf, const dbf::Field& field) {
-  return const_cast<char*>(reinterpret_cast<const char*>(place(dbf, field)));
 }
 
 const dbf::Field& field_at(const DbfIdx& dbf, std::int32_t i) {
@@ -33,10 +29,6 @@ std::uint32_t memo_block(const DbfIdx& dbf, const dbf::Field& field) {
   return dbf::memo_block(place(dbf, field), field.length);
 }
 
-std::string_view bytes_of(const DbfIdx& dbf, const dbf::Field& field) {
-  return {reinterpret_cast<const char*>(place(dbf, field)), field.length};
-}
-
 // --- The types of fields. Loading fills a field's cell from the buffered record; false after an
 // error. Storing puts a value that the type takes into the record and, as it can be read back from
 // there, into the cell; false when it was refused.
@@ -44,20 +36,19 @@ std::string_view bytes_of(const DbfIdx& dbf, const dbf::Field& field) {
 using Field = dbf::Field;
 
 bool load_text(DbfIdx& dbf, const Field& field, Var* cell) {
-  cell->text = text_place(dbf, field);
+  show_text(cell, place(dbf, field));
   return true;
 }
 bool load_date(DbfIdx& dbf, const Field& field, Var* cell) {
-  const std::string_view bytes = bytes_of(dbf, field).substr(0, dbf::kDateLength);
-  put_word(cell, bytes.empty() || bytes.front() == ' ' ? 0 : ymdToDate(bytes));
+  show_date(cell, place(dbf, field), field);
   return true;
 }
 bool load_number(DbfIdx& dbf, const Field& field, Var* cell) {
-  cell->num = dbf::parse_number(place(dbf, field), field.length);
+  show_number(cell, place(dbf, field), field);
   return true;
 }
 bool load_logical(DbfIdx& dbf, const Field& field, Var* cell) {
-  put_word(cell, dbf::parse_logical(place(dbf, field), field.length) ? 1 : 0);
+  show_logical(cell, place(dbf, field), field);
   return true;
 }
 bool load_memo(DbfIdx& dbf, const Field& field, Var* cell) {
@@ -140,64 +131,19 @@ bool store_checked(DbfIdx& dbf, std::int32_t i, Var* cell, const Var* value) {
   return true;
 }
 
-// --- The lists of field cells under their names.
-
-void list_cell(std::int32_t sym, Var* cell) {
-  note_names_changed();
-  SharedHeader*& fields = symbol_at(sym).fields;
-  if (fields == nullptr) fields = new_shared();
-  const std::size_t count = fields->count;
-  fields->elements = static_cast<Var**>(
-      MEM_REALLOC(fields->elements, (count + 2) * sizeof(Var*), MemPurpose::kArray));
-  ++cell->refs;
-  fields->elements[count] = cell;
-  fields->elements[count + 1] = nullptr;
-  ++fields->count;
-}
-
-void unlist_cell(std::int32_t sym, Var* cell) {
-  SharedHeader*& fields = symbol_at(sym).fields;
-  if (fields == nullptr) return;
-  Var** const end = fields->elements + fields->count;
-  Var** const at = std::find(fields->elements, end, cell);
-  if (at == end) return;
-  note_names_changed();
-  std::copy(at + 1, end, at);
-  *(end - 1) = nullptr;
-  DEL_VAR(cell);
-  if (--fields->count > 0) return;
-  release_shared(fields);
-  fields = nullptr;
-}
+// --- Cells.
 
 Var* new_cell(DbfIdx& dbf, std::int32_t i) {
-  const dbf::Field& field = field_at(dbf, i);
-  Var* cell = NEW_VAR('f', type_of(field.type) != nullptr ? field.type : 'U');
-  cell->bits = cell->bits2 = 0;
-  cell->name = i;
-  cell->owner = &dbf.area->owner;
-  if (cell->type == 'C') {
-    cell->text = text_place(dbf, field);
-    cell->length = field.length + 1;
-  } else if (cell->type == 'M') {
-    set_memo_text(cell, {});
-  } else if (cell->type != 'U') {
-    cell->length = dbf::stored_length(field.type, field.length);
-    if (is_number(cell)) cell->decimals = field.decimals;
-  }
+  const Field& field = field_at(dbf, i);
+  Var* cell = new_field_cell(field, i, &dbf.area->owner);
+  if (cell->type == 'C') show_text(cell, place(dbf, field));
+  if (cell->type == 'M') set_memo_text(cell, {});
   return cell;
 }
 
-// A cell that somebody still holds when its table closes becomes an empty value.
 void retire_cell(Var* cell) {
   if (cell->type == 'M') clear_memo_text(cell);
-  if (cell->refs > 1) {
-    cell->type = 'U';
-    cell->sclass = 'n';
-    cell->level = 0;
-    cell->name = -1;
-  }
-  DEL_VAR(cell);
+  retire_field_cell(cell);
 }
 
 }  // namespace
@@ -269,7 +215,7 @@ void attach_field_cells(DbfIdx& dbf) {
   for (std::int32_t i = 0; i < dbf.fieldCount; ++i) {
     Var* cell = new_cell(dbf, i);
     const std::int32_t sym = ADD_SYMBOL(field_at(dbf, i).name);
-    if (sym > 0) list_cell(sym, cell);
+    if (sym > 0) list_field_cell(sym, cell);
     dbf.fieldCells.push_back(cell);
     dbf.fieldSymbols.push_back(sym);
   }
@@ -277,7 +223,7 @@ void attach_field_cells(DbfIdx& dbf) {
 
 void detach_field_cells(DbfIdx& dbf) {
   for (std::size_t i = 0; i < dbf.fieldCells.size(); ++i) {
-    if (dbf.fieldSymbols[i] > 0) unlist_cell(dbf.fieldSymbols[i], dbf.fieldCells[i]);
+    if (dbf.fieldSymbols[i] > 0) unlist_field_cell(dbf.fieldSymbols[i], dbf.fieldCells[i]);
     retire_cell(dbf.fieldCells[i]);
   }
   dbf.fieldCells.clear();
