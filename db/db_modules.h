@@ -10,6 +10,7 @@
 #include "db/front.h"
 #include "db/order_front.h"
 #include "db/scan_front.h"
+#include "db/text/ascirdd.h"
 
 namespace tarnel {
 
@@ -19,8 +20,8 @@ inline constexpr FunctionEntry kDbfidxBuiltins[] = {
      "dbfidxnew([cFile], [lShared], [lReadOnly]) -> oServer: a driver object for .dbf tables"}};
 inline constexpr ModuleRecord kDbfidxModule{.name = "dbfidx", .functions = kDbfidxBuiltins};
 
-inline constexpr std::array<const ModuleRecord*, 7> kDbModules = {
+inline constexpr std::array<const ModuleRecord*, 8> kDbModules = {
     &kFrontModule,    &kOrderModule,  &kScanModule,    &kBulkModule,
-    &kRegistryModule, &kDbfidxModule, &kAutolockModule};
+    &kRegistryModule, &kDbfidxModule, &kAscirddModule, &kAutolockModule};
 
 }  // namespace tarnel
