@@ -81,6 +81,19 @@ Var* take_fields(std::string_view& line) {
   return fields;
 }
 
+// What the extension of a file says it holds: columns, fields parted by commas, else records of a table.
+enum class Kind { kTable, kColumns, kDelimited };
+Kind kind_of(std::string_view file) {
+  const std::string_view name = base_name(file);
+  const std::string extension = lower_text(name.substr(std::min(name.rfind('.'), name.size())));
+  if (extension == ".sdf") return Kind::kColumns;
+  return extension == ".txt" || extension == ".csv" ? Kind::kDelimited : Kind::kTable;
+}
+// The delimiter that the methods for texts take: none makes columns.
+Var* delimiter_of(Kind kind) {
+  return kind == Kind::kColumns ? empty_text() : nil_value();
+}
+
 }  // namespace
 
 bool pack_records(std::string_view) {
@@ -110,8 +123,11 @@ bool copy_records(std::string_view arguments) {
     return true;
   }
   Var* fields = take_fields(arguments);
-  table.run("copydb", TMP_TEXT(file), fields,
-            arguments.empty() ? nil_value() : TMP_TEXT(arguments));
+  Var* condition = arguments.empty() ? nil_value() : TMP_TEXT(arguments);
+  if (const Kind kind = kind_of(file); kind != Kind::kTable)
+    table.run("copydelimited", TMP_TEXT(file), delimiter_of(kind), fields, condition);
+  else
+    table.run("copydb", TMP_TEXT(file), fields, condition);
   return true;
 }
 
@@ -120,6 +136,8 @@ bool append_records(std::string_view file) {
   if (!table.is_open()) return true;
   if (file.empty())
     complain(".append needs the name of a file");
+  else if (const Kind kind = kind_of(file); kind != Kind::kTable)
+    table.change("appenddelimited", TMP_TEXT(file), delimiter_of(kind));
   else
     table.change("appenddb", TMP_TEXT(file));
   return true;

@@ -31,11 +31,11 @@ bool screen(std::string_view name);
 bool set(std::string_view arguments);
 
 constexpr DotCommand kDotCommands[] = {
-    {"append", "FILE", "adds the records of another table to the current one", append_records},
+    {"append", "FILE", "adds records of a table, or of a text (.csv, .txt, .sdf)", append_records},
     {"browse", "[FIELDS] [ro]", "shows the current table on the screen to look through and edit",
      browse},
-    {"copy", "FILE [FIELDS] [for CONDITION]", "makes a new table of records of the current one",
-     copy_records},
+    {"copy", "FILE [FIELDS] [for CONDITION]",
+     "makes a table, or a text (.csv, .txt, .sdf), of records", copy_records},
     {"filter", "[CONDITION]",
      "hides the records of the current table for which it isn't true, or none", set_filter},
     {"help", "[NAME]", "tells about the commands, or about a function or command", help},

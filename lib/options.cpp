@@ -136,9 +136,6 @@ constexpr OptionRow flag_row(const char* name, bool Settings::*flag,
                              bool Settings::*excludes = nullptr) {
   return {.name = name, .handler = logical_option, .flag = flag, .excludes = excludes};
 }
-constexpr OptionRow number_row(const char* name, std::int32_t Settings::*number) {
-  return {.name = name, .handler = number_option, .number = number};
-}
 constexpr OptionRow function_row(const char* name, const char* function) {
   return {.name = name, .handler = function_option, .function = function};
 }

@@ -246,7 +246,8 @@ std::string_view bytes_of(const std::uint8_t* record, const Field& field) {
 std::string_view number_text(const std::uint8_t* record, const Field& field, std::uint8_t* buffer) {
   const std::string_view stored = trim_blanks(bytes_of(record, field));
   const Digits d = take_apart(stored);
-  if (d.plain && (field.type == 'F' || d.fraction.size() == field.decimals)) return stored;
+  if (d.plain && (field.type == 'F' || d.fraction.size() == field.decimals))
+    return stored[0] == '-' && !d.negative ? stored.substr(1) : stored;  // 0 has no sign
   const double value = dbf::parse_number(record + field.offset, field.length);
   if (field.type == 'F')
     dbf::put_float(buffer, field.length, value);

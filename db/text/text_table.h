@@ -46,6 +46,8 @@ class TextTable {
                           std::vector<dbf::Field> fields, TextFormat format, TextScope scope);
   void close();
   bool is_open() const { return open_; }
+  // Does code of the language run for each line?
+  bool has_conditions() const { return scope_.forBlock != nullptr || scope_.whileBlock != nullptr; }
 
   // On to the next line that the scope takes. False at the end, after which it stays there, and after an error, of
   // the conditions or 101, 103, 205, 319: failed() tells. A condition may close the table.

@@ -368,6 +368,41 @@ TEST_F(Bulk, WhatIsInUseOrNoTableIsRefusedAndStays) {
   ASSERT_FALSE(ended_well(other_process));
 }
 
+// A text is the former one or whole; of one that is read the records before the failure stay.
+TEST_F(Bulk, EachCallOfATextMayFail) {
+  open_again();
+  ASSERT_EQ(run("__dbcopyde('s', , , 'n < 30')"), "L T");
+  const std::string whole = read_file("s.txt"), former = "former";
+  const Records before = records_of("t");
+  const auto lines = static_cast<std::size_t>(std::count(whole.begin(), whole.end(), '\n'));
+  for (const std::string expression : {"__dbcopyde('u', , , 'n < 30')", "__dbappgen('s')"}) {
+    const ::testing::ScopedTrace trace(__FILE__, __LINE__, expression);
+    std::string said;
+    const int runs = fail_each_call(
+        {kIoError, kDiskFull, kNoLocks, kNoDescriptors, kShortWrite},
+        [&] {
+          open_again();
+          write_file("u.txt", former);
+        },
+        [&] { said = run(expression); },
+        [&](const Fault*) {
+          const std::string errors = take_errors();
+          EXPECT_EQ(said == "L T", errors.empty()) << errors;
+          EXPECT_EQ(std::vector<std::string>(), temporary_files());
+          close_all_areas();
+          take_errors();
+          const std::string text = read_file("u.txt");
+          EXPECT_TRUE(text == former || text == whole) << text;
+          Records now = records_of("t");
+          ASSERT_GE(now.size(), before.size());
+          EXPECT_LE(now.size(), before.size() + lines);
+          now.resize(before.size());
+          EXPECT_EQ(now, before);
+        });
+    EXPECT_GT(runs, 20);
+  }
+}
+
 TEST_F(Bulk, ABreakOrAQuitLeavesNoFileAndNoArea) {
   for (const char* expression : {"__dbcopy('u', , {|| iif(n = 30, break(1), .T.)})",
                                  "__dbapp('t2', , {|| iif(n = 30, break(1), .T.)})"}) {

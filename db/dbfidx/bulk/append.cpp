@@ -1,15 +1,20 @@
-// Records of another table behind those of this one.
+// Records of another table, or of a text, behind those of this one.
+#include <cstring>
+
+#include "core/errors.h"
 #include "db/dbfidx/bulk/bulk.h"
 #include "db/dbfidx/bulk/field_plan.h"
 #include "db/dbfidx/bulk/record_pieces.h"
 #include "db/dbfidx/bulk/source_table.h"
+#include "db/dbfidx/bulk/text_file.h"
 #include "db/dbfidx/order/orders.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/progress.h"
 
 namespace tarnel {
 namespace {
 
-constexpr const char kOperation[] = "APPEND FROM";
+constexpr const char kOperation[] = "APPEND FROM", kTextOperation[] = "APPEND SDF/DELIMITED";
 
 // The lock of the whole table for the time of the operation, where nobody is in the way; without it each record
 // is locked for itself.
@@ -31,18 +36,18 @@ class TargetLock {
   bool taken_ = false;
 };
 
-bool target_locked(DbfIdx& dbf) {
-  dxerror(dbf, TableError::kBulkTargetLocked, {kOperation, kOperation});
+bool target_locked(DbfIdx& dbf, const char* operation) {
+  dxerror(dbf, TableError::kBulkTargetLocked, {operation, operation});
   return false;
 }
 
-bool may_append(DbfIdx& dbf) {
+bool may_append(DbfIdx& dbf, const char* operation) {
   if (dbf.readOnly()) {
-    dxerror(dbf, TableError::kBulkReadOnly, {kOperation, dbf.aliasName});
+    dxerror(dbf, TableError::kBulkReadOnly, {operation, dbf.aliasName});
     return false;
   }
   const bool alone = dbf.exclusive() || dbf.is(kFileLocked);
-  return alone || !file_locked_elsewhere(dbf) || target_locked(dbf);
+  return alone || !file_locked_elsewhere(dbf) || target_locked(dbf, operation);
 }
 
 // Fields of the target that the source has too, and that the list names.
@@ -64,13 +69,13 @@ bool make_plan(DbfIdx& target, DbfIdx& source, const BulkRequest& request, Field
   return true;
 }
 
-bool add_record(DbfIdx& dbf, const std::uint8_t* record) {
+bool add_record(DbfIdx& dbf, const std::uint8_t* record, const char* operation) {
   const InternalLock lock(dbf, LockMode::kExclusive);
   if (!lock.held() || !refresh_header(dbf)) return false;
   const bool alone = dbf.exclusive() || dbf.is(kFileLocked);
   const std::int32_t n = dbf.lastRec + 1;
   const bool held = alone || dbf.locks.records.holds(n);
-  if (!alone && lockRecord(dbf, n) != 0) return target_locked(dbf);
+  if (!alone && lockRecord(dbf, n) != 0) return target_locked(dbf, operation);
   const SameTable same(dbf);
   const bool added = append_record(dbf, false, record);
   if (!held && same.holds()) unlockRecord(dbf, n);
@@ -85,8 +90,19 @@ std::int64_t put_memo(void* target, std::string_view text) {
 // code of the language, which could look at it, runs between them.
 class Appender {
  public:
-  Appender(DbfIdx& target, bool in_runs)
-      : target_(target), in_runs_(in_runs && target.exclusive() && target.orderCount == 0) {}
+  Appender(DbfIdx& target, bool in_runs, const char* operation)
+      : target_(target),
+        same_(target),
+        in_runs_(in_runs && target.exclusive() && target.orderCount == 0),
+        operation_(operation) {}
+  // What waits when a handler leaves by break was read before its error, and belongs into the table.
+  ~Appender() {
+    const ErrorHold told_by_then;
+    if (!same_.holds()) return;
+    [[maybe_unused]] const bool written = write_run();
+  }
+  Appender(const Appender&) = delete;
+  Appender& operator=(const Appender&) = delete;
 
   bool add(const std::uint8_t* records, std::int32_t count) {
     if (!in_runs_) return add_each(records, count);
@@ -109,7 +125,8 @@ class Appender {
 
   bool add_each(const std::uint8_t* records, std::int32_t count) {
     for (std::int32_t i = 0; i < count; ++i)
-      if (!add_record(target_, records + static_cast<std::size_t>(i) * target_.recordSize))
+      if (!add_record(target_, records + static_cast<std::size_t>(i) * target_.recordSize,
+                      operation_))
         return false;
     return true;
   }
@@ -123,7 +140,9 @@ class Appender {
   }
 
   DbfIdx& target_;
+  const SameTable same_;
   const bool in_runs_;
+  const char* const operation_;
   bool added_ = false;
   std::vector<std::uint8_t> run_;
 };
@@ -136,7 +155,7 @@ class Append {
         plan_(plan),
         scope_(scope),
         same_(target),
-        appender_(target, scope.forBlock == nullptr && scope.whileBlock == nullptr),
+        appender_(target, scope.forBlock == nullptr && scope.whileBlock == nullptr, kOperation),
         record_(target.recordSize) {}
 
   // What could be added stays, whatever happens.
@@ -182,11 +201,42 @@ class Append {
   std::vector<std::uint8_t> record_;
 };
 
+// Lines of a text, whose fields are those of the table in the order of `to`.
+bool append_lines(DbfIdx& target, TextTable& source, const std::vector<dbf::Field>& to) {
+  const SameTable same(target);
+  Appender appender(target, !source.has_conditions(), kTextOperation);
+  bool added = true;
+  std::vector<std::uint8_t> record(target.recordSize, ' ');
+  Progress progress("append", 0);
+  while (added && source.next()) {
+    progress.step();
+    for (std::size_t i = 0; i < to.size(); ++i)
+      std::memcpy(record.data() + to[i].offset, source.record().data() + source.fields()[i].offset,
+                  to[i].length);
+    added = same.holds() && appender.add(record.data(), 1);
+  }
+  return same.holds() && appender.finish() && added && !source.failed() && source.is_open();
+}
+
+// Readies the table for what is appended, and afterwards brings file and header up to date.
+template <typename Work>
+bool append_all(DbfIdx& dbf, Work append) {
+  const SameTable same(dbf);
+  if (commitRecord(dbf) == Commit::kFailed || !same.holds()) return false;
+  dbf.bofFlag = dbf.eofFlag = 0;
+  dbf.found = false;
+  bool done;
+  {
+    const TargetLock lock(dbf);
+    done = append();
+  }
+  return same.holds() && commit_table(dbf) && done;
+}
+
 }  // namespace
 
 bool append_from(DbfIdx& dbf, const BulkRequest& request) {
-  const SameTable same(dbf);
-  if (!may_append(dbf)) return false;
+  if (!may_append(dbf, kOperation)) return false;
   SourceTable source;
   if (!source.open(dbf, request.file)) {
     dxerror(dbf, TableError::kBulkNoSource, {kOperation, kOperation, request.file});
@@ -198,15 +248,25 @@ bool append_from(DbfIdx& dbf, const BulkRequest& request) {
       !read_scope(source.dbf(), request.scope, scope))
     return false;
   if (plan.empty()) return true;
-  if (commitRecord(dbf) == Commit::kFailed || !same.holds()) return false;
-  dbf.bofFlag = dbf.eofFlag = 0;
-  dbf.found = false;
-  bool done;
-  {
-    const TargetLock lock(dbf);
-    done = Append(dbf, source.dbf(), plan, scope).run();
-  }
-  return same.holds() && commit_table(dbf) && done;
+  return append_all(dbf, [&] { return Append(dbf, source.dbf(), plan, scope).run(); });
+}
+
+bool append_text(DbfIdx& dbf, const BulkRequest& request, TextFormat format) {
+  std::vector<dbf::Field> to;
+  if (!may_append(dbf, kTextOperation) ||
+      !read_text_fields(dbf, request.fields, kTextOperation, to))
+    return false;
+  std::vector<dbf::Field> from = to;
+  lay_out(from);
+  TextScope scope;
+  const StatementScope& given = request.scope;
+  if (!read_text_scope(kTextOperation, given.forCondition, given.whileCondition, given.next,
+                       given.record, scope))
+    return false;
+  TextInput source;
+  if (!source.open(dbf, request.file, kTextOperation, std::move(from), format, std::move(scope)))
+    return false;
+  return to.empty() || append_all(dbf, [&] { return append_lines(dbf, source.table(), to); });
 }
 
 }  // namespace tarnel

@@ -7,6 +7,7 @@
 
 #include "db/dbfidx/bulk/statement_scope.h"
 #include "db/dbfidx/dbfidx.h"
+#include "db/text/text_format.h"
 
 namespace tarnel {
 
@@ -50,6 +51,14 @@ struct BulkRequest {
 // and their delete marks. After an error at a record those before it stay; 101, 201, 306 and 325 come before
 // the first. The cursor is left on the last record added.
 [[nodiscard]] bool append_from(DbfIdx& dbf, const BulkRequest& request);
+
+// --- Texts: a line a record, without memos (text_file.cpp, append.cpp).
+// Records of the scope as a text file, in place of a former one. Errors 104, 105, 205 for a text that would tear
+// its line, 306, 322 for a file that is open.
+[[nodiscard]] bool copy_text(DbfIdx& dbf, const BulkRequest& request, TextFormat format);
+// Lines of a text file as records; the fields are those of the table, or those named, in their order. Errors as
+// of append_from, and 205 for a number that does not fit, at which it ends.
+[[nodiscard]] bool append_text(DbfIdx& dbf, const BulkRequest& request, TextFormat format);
 
 // Brings the record under the cursor into the buffer; false after an error, also for one that can't be read.
 [[nodiscard]] inline bool fetch_current(DbfIdx& dbf) {

@@ -63,6 +63,20 @@ Var* with_request(std::int32_t argc, Var** argv, const char* operation,
   });
 }
 
+constexpr const char kAppendText[] = "APPEND SDF/DELIMITED", kCopyText[] = "COPY SDF/DELIMITED";
+
+// The operations on texts; fields and scope are the arguments from `fields` on.
+Var* with_text(std::int32_t argc, Var** argv, const char* operation, const Var* delimiter,
+               std::int32_t fields,
+               bool (*run)(DbfIdx& dbf, const BulkRequest& request, TextFormat format)) {
+  return on_table(argv, [=](DbfIdx& dbf) {
+    const std::string_view file = file_argument(dbf, argc, argv, 1, operation);
+    return !file.empty() &&
+           run(dbf, {file, argument_or_nil(argc, argv, fields), {argc, argv, fields + 1}},
+               text_format(delimiter));
+  });
+}
+
 }  // namespace
 
 Var* di_appenddb(std::int32_t argc, Var** argv) {
@@ -76,6 +90,19 @@ Var* di_copystructure(std::int32_t argc, Var** argv) {
     const std::string_view file = file_argument(dbf, argc, argv, 1, "COPY STRUCT");
     return !file.empty() && copy_structure(dbf, file, argument_or_nil(argc, argv, 2));
   });
+}
+
+Var* di_appenddelimited(std::int32_t argc, Var** argv) {
+  return with_text(argc, argv, kAppendText, argument_or_nil(argc, argv, 2), 3, append_text);
+}
+Var* di_appendsdf(std::int32_t argc, Var** argv) {
+  return with_text(argc, argv, kAppendText, empty_text(), 2, append_text);
+}
+Var* di_copydelimited(std::int32_t argc, Var** argv) {
+  return with_text(argc, argv, kCopyText, argument_or_nil(argc, argv, 2), 3, copy_text);
+}
+Var* di_copysdf(std::int32_t argc, Var** argv) {
+  return with_text(argc, argv, kCopyText, empty_text(), 2, copy_text);
 }
 
 Var* di_sort(std::int32_t argc, Var** argv) {

@@ -15,8 +15,8 @@ namespace tarnel {
   M("alias", kAssign, di_set_alias)                     \
   M("append", kMethod, di_append)                       \
   M("appenddb", kMethod, di_appenddb)                   \
-  L("appenddelimited", kMethod)                         \
-  L("appendsdf", kMethod)                               \
+  M("appenddelimited", kMethod, di_appenddelimited)     \
+  M("appendsdf", kMethod, di_appendsdf)                 \
   M("asstring", kMethod, di_asstring)                   \
   M("average", kMethod, di_average)                     \
   M("axit", kMethod, di_axit)                           \
@@ -32,8 +32,8 @@ namespace tarnel {
   M("concurrenc", kAssign, di_set_concurrency)          \
   M("continue", kMethod, di_continue)                   \
   M("copydb", kMethod, di_copydb)                       \
-  L("copydelimited", kMethod)                           \
-  L("copysdf", kMethod)                                 \
+  M("copydelimited", kMethod, di_copydelimited)         \
+  M("copysdf", kMethod, di_copysdf)                     \
   M("copystructure", kMethod, di_copystructure)         \
   M("count", kMethod, di_count)                         \
   M("createdb", kMethod, di_createdb)                   \
