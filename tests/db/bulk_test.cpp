@@ -317,6 +317,48 @@ TEST_F(Bulk, EachCallOfAnUpdateMayFail) {
   }
 }
 
+// The handler of an error closes all tables, opens them again, or leaves by break, each in its turn.
+TEST_F(Bulk, HandlersMayCloseReopenOrBreakAtEachFault) {
+  static int turn;
+  const auto handler = [](std::int32_t, Var**, Var**) {
+    if (turn % 3 == 0) return call("break", {integer(1)});
+    call("dbcloseall");
+    if (turn % 3 == 1) open("t", Use::kShared);
+    return nil_value();
+  };
+  open_again();
+  ASSERT_EQ(run("__dbcopy('s', , 'n < 30')"), "L T");
+  Var* former = call("errorblock");
+  for (const std::string expression :
+       {"__dbpack()", "__dbcopy('u', {'note', 'n'})", "__dbapp('s', {'n', 'note'})",
+        "__dbsort('u', 'who')", "__dbtotal('u', 'n', 'n')", "__dbjoin('S', 'u', , 'n = s->n')",
+        "__dbupdate('S', 'n', .T., {|| t->who := s->who})"}) {
+    const ::testing::ScopedTrace trace(__FILE__, __LINE__, expression);
+    const std::int32_t mark = temp_top();
+    fail_each_call(
+        {kIoError},
+        [&] {
+          open_again();
+          run("dbusearea(.T., , 's', 'S', .T.), dbselectarea('T')");
+          ++turn;
+          call("errorblock", {TMP_BLOCK(handler)});
+        },
+        [&] { in_sequence([&] { run(expression); }); },
+        [&](const Fault*) {
+          call("errorblock", {former});
+          call("dbcloseall");
+          take_errors();
+          EXPECT_EQ(std::vector<std::string>(), temporary_files());
+          const auto usable = [](int) {
+            return open("t", Use::kExclusive) && run("dbcount() >= 8") == "L T";
+          };
+          EXPECT_EQ(run_processes(1, usable), 0);
+          expect_orders_agree_or_differ(records_of("t"));
+          POP_TEMPS(mark);
+        });
+  }
+}
+
 struct Refused {
   const char *what, *expression, *error;
 };

@@ -114,7 +114,9 @@ bool refresh_header(DbfIdx& dbf) {
 
 bool write_header(DbfIdx& dbf) {
   if (!dbf.isOpen()) return refuse(dbf, TableError::kHeaderWriteNotOpen);
+  const SameTable same(dbf);
   const bool whole = flush_records(dbf);
+  if (!same.holds()) return false;  // a handler closed it
   if (!store(dbf)) return refuse(dbf, TableError::kHeaderUnwritable);
   return whole;
 }
