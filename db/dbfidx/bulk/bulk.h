@@ -62,7 +62,7 @@ struct BulkRequest {
 
 // Brings the record under the cursor into the buffer; false after an error, also for one that can't be read.
 [[nodiscard]] inline bool fetch_current(DbfIdx& dbf) {
-  return (is_buffered(dbf) || refreshRecord(dbf, true)) && !is_unreadable(dbf);
+  return dbf.isOpen() && (is_buffered(dbf) || refreshRecord(dbf, true)) && !is_unreadable(dbf);
 }
 
 }  // namespace tarnel

@@ -63,8 +63,10 @@ class Total {
   // Takes the record under the cursor.
   bool take() {
     if (!fetch_current(dbf_)) return false;
+    const SameTable same(dbf_);
     const std::int32_t mark = temp_top();
-    const bool taken = take(value_of_record(dbf_, key_block_));
+    Var* key = value_of_record(dbf_, key_block_);
+    const bool taken = same.holds() && take(key);
     POP_TEMPS(mark);
     return taken;
   }
