@@ -196,6 +196,40 @@ void measure_pack(int records) {
            [&] { db.run("VACUUM"); }});
 }
 
+// Commands of the sqlite3 program, whose start is a few milliseconds of it.
+std::function<void()> shell(const std::string& commands) {
+  return [commands] {
+    const std::string line =
+        "printf '%s\\n' 'PRAGMA synchronous=OFF;' 'PRAGMA journal_mode=OFF;' " + commands +
+        " | sqlite3 t.sqlite > /dev/null";
+    if (std::system(line.c_str()) != 0) die(line.c_str());
+  };
+}
+
+void measure_texts() {
+  run("dbusearea(.t., , 't', , .f.)");
+  const auto line = [](const char* text) { return [text] { run(text); }; };
+  const auto nothing = [] {};
+  measure({"copy to delimited text", nothing, line("__dbcopyde('de')"), nothing,
+           shell("'.mode csv' '.output peer.csv' 'SELECT * FROM t;'")});
+  measure({"copy to text in columns", nothing, line("__dbcopysd('sd')"), nothing,
+           shell("'.mode tabs' '.output peer.tsv' 'SELECT * FROM t;'")});
+  run("iif(dbclosearea() = nil, .t., .t.)");
+  const auto empty_table = [] {
+    std::filesystem::copy_file("empty.dbf", "u.dbf",
+                               std::filesystem::copy_options::overwrite_existing);
+    run("dbusearea(.t., , 'u', , .f.)");
+  };
+  const auto no_table = [] {
+    EXP_EVAL("dbclosearea()");
+    shell(
+        "'DROP TABLE IF EXISTS u;' 'CREATE TABLE u(n INTEGER, name TEXT, city TEXT, amount REAL, "
+        "born INTEGER, ok INTEGER);'")();
+  };
+  measure({"append from delimited text", empty_table, line("__dbappgen('de') .and. dbcommit()"),
+           no_table, shell("'.mode csv' '.import de.txt u'")});
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -212,6 +246,7 @@ int main(int argc, char** argv) {
     std::printf("%d records\n", records);
     measure_all(records);
     EXP_EVAL("dbcloseall()");
+    measure_texts();
     measure_pack(records);
   }
   std::filesystem::remove_all(directory);
