@@ -22,6 +22,9 @@ double n_of(const std::string& r) {
 std::string c_of(const std::string& r) {
   return r.substr(7, 3);
 }
+bool is_blank(const std::string& field) {
+  return field.find_first_not_of(' ') == std::string::npos;
+}
 bool is_deleted(const std::string& r) {
   return r[0] == '*';
 }
@@ -72,6 +75,7 @@ class BulkModel : public TableTest {
   void expect_copy();
   void expect_sort();
   void expect_total();
+  void expect_texts();
   void expect_join();
   void expect_append(int round);
 
@@ -146,6 +150,23 @@ void BulkModel::expect_total() {
   EXPECT_EQ(records_of("totals"), totals);
 }
 
+// Out into a text and back: memos and marks are left out, and a blank number is 0.
+void BulkModel::expect_texts() {
+  Records back;
+  for (const std::string& r : source_)
+    back.push_back(" " + (is_blank(r.substr(1, 6)) ? "   0.0" : r.substr(1, 6)) +
+                   r.substr(7, kMemoAt - 7));
+  for (const std::string form : {"", "'*'", "''"}) {
+    SCOPED_TRACE(form);
+    ASSERT_EQ(run("__dbcopyde('text', " + form + ", " + scope_ + "), __dbcopyst('text'), " +
+                  "dbusearea(.T., , 'text', 'XX', .F.), __dbappgen('text', " + form +
+                  "), dbclosearea(), dbselectarea('TT'), used()"),
+              "L T")
+        << take_errors();
+    EXPECT_EQ(records_of("text"), back);
+  }
+}
+
 void BulkModel::expect_join() {
   Records pairs;
   for (const std::string& a : visited("t", ordered_, kAll))
@@ -187,6 +208,7 @@ TEST_F(BulkModel, RandomTablesMoveAsListsDo) {
     expect_copy();
     expect_sort();
     expect_total();
+    expect_texts();
     expect_join();
     expect_append(round);
     EXPECT_EQ(take_errors(), "");
