@@ -359,6 +359,26 @@ TEST_F(Bulk, HandlersMayCloseReopenOrBreakAtEachFault) {
   }
 }
 
+// Records that wait for their write have no keys yet.
+TEST_F(Bulk, AnOrderThatAHandlerOpensGetsTheKeysOfWhatWaits) {
+  ASSERT_TRUE(open("t", Use::kExclusive));
+  ASSERT_EQ(run("__dbcopy('s', {'n', 'who', 'note'}), dbclosearea()"), "L T");
+  std::string source = read_file("s.dbf");
+  source.replace(129 + 22 * 4 + 12, 10, "       999");
+  write_file("s.dbf", source);
+  ASSERT_TRUE(open("t", Use::kExclusive));
+  Var* former = call("errorblock");
+  const auto handler = [](std::int32_t, Var**, Var**) { return call("dbsetindex", {text("byn")}); };
+  call("errorblock", {TMP_BLOCK(handler)});
+  EXPECT_EQ(run("__dbapp('s')"), "L F");
+  call("errorblock", {former});
+  EXPECT_EQ(run("dbcloseall()"), "L T");
+  const Records records = records_of("t");
+  EXPECT_EQ(records.size(), kRecords + 4U);
+  EXPECT_EQ(order_fault("byn.idx", "t.dbf", records, {1, 5}), "");
+  EXPECT_EQ(take_errors(), "");
+}
+
 struct Refused {
   const char *what, *expression, *error;
 };

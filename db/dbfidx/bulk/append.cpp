@@ -54,7 +54,7 @@ bool may_append(DbfIdx& dbf, const char* operation) {
 bool make_plan(DbfIdx& target, DbfIdx& source, const BulkRequest& request, FieldPlan& plan) {
   std::vector<std::int32_t> numbers;
   if (!read_field_list(target, request.fields, kOperation, numbers)) return false;
-  const bool all = static_cast<std::int32_t>(numbers.size()) == target.fieldCount;
+  const bool all = selects_all(request.fields);
   for (const std::int32_t n : numbers) {
     const dbf::Field& to = target.fields[static_cast<std::size_t>(n)];
     const std::int32_t from = field_position(source, to.name) - 1;
@@ -133,7 +133,9 @@ class Appender {
   bool write_run() {
     if (run_.empty()) return true;
     const auto count = static_cast<std::int32_t>(run_.size() / target_.recordSize);
-    const bool written = append_run(target_, run_.data(), count);
+    // The handler of an error may have opened an order meanwhile.
+    const bool written = target_.orderCount == 0 ? append_run(target_, run_.data(), count)
+                                                 : add_each(run_.data(), count);
     added_ = added_ || written;
     run_.clear();
     return written;

@@ -101,11 +101,15 @@ std::int32_t field_by_name(const DbfIdx& dbf, std::string_view name) {
   return name.empty() ? -1 : field_position(dbf, name) - 1;
 }
 
+bool selects_all(const Var* names) {
+  return is_nil(names) || (names->type == 'A' && element_count(names) == 0);
+}
+
 bool read_field_list(DbfIdx& dbf, Var* names, const char* operation,
                      std::vector<std::int32_t>& fields) {
   fields.clear();
   const bool several = names->type == 'A';
-  if (is_nil(names) || (several && element_count(names) == 0)) {
+  if (selects_all(names)) {
     for (std::int32_t i = 0; i < dbf.fieldCount; ++i) fields.push_back(i);
     return true;
   }

@@ -59,9 +59,10 @@ class FieldPlan {
   std::vector<Other> others_;
 };
 
-// The fields of a source, by numbers from 0, that a list of names selects: an array, one text, or NIL and an empty
-// array for all. A name may carry the alias of the table, and comes once. False after error 306, told under
-// the name of the operation.
+// Does a list of names select all fields: NIL, or an empty array?
+bool selects_all(const Var* names);
+// The fields of a source, by numbers from 0, that a list of names selects: an array or one text, or all. A name
+// may carry the alias of the table, and comes once. False after error 306, told under the name of the operation.
 [[nodiscard]] bool read_field_list(DbfIdx& dbf, Var* names, const char* operation,
                                    std::vector<std::int32_t>& fields);
 // Number from 0 of a field by such a name; -1 when there is none.

@@ -34,7 +34,7 @@ class Join {
   // here and then there. False after error 306.
   bool choose(Var* names) {
     const bool several = names->type == 'A';
-    if (is_nil(names) || (several && element_count(names) == 0)) {
+    if (selects_all(names)) {
       for (std::int32_t i = 0; i < dbf_.fieldCount; ++i) add(dbf_, i);
       for (std::int32_t i = 0; i < other_.fieldCount; ++i) add(other_, i);
       return true;

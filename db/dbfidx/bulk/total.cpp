@@ -30,8 +30,7 @@ class Total {
   // False after errors 306, 312.
   bool read_sums(Var* names) {
     std::vector<std::int32_t> numbers;
-    const bool none = is_nil(names) || (names->type == 'A' && element_count(names) == 0);
-    if (!none && !read_field_list(dbf_, names, kOperation, numbers)) return false;
+    if (!selects_all(names) && !read_field_list(dbf_, names, kOperation, numbers)) return false;
     for (const std::int32_t n : numbers) {
       const dbf::Field& field = dbf_.fields[static_cast<std::size_t>(n)];
       if (field.type != 'N' && field.type != 'F') {
