@@ -1,5 +1,6 @@
-// Whole tables moved beside SQLite doing the same, on the same records in the same run. Each line gives seconds
-// here and there, the best of three runs each, the ratio, and the memory at its peak above that before, in KiB.
+// Whole tables moved beside SQLite doing the same, on the same records in the same run. Each line gives
+// seconds here and there, the best of three runs each, the ratio, and the memory at its peak above that
+// before, in KiB.
 //
 //   bench_bulk [RECORDS]...      1000000 by default
 #include <sqlite3.h>

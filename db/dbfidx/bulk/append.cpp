@@ -16,8 +16,8 @@ namespace {
 
 constexpr const char kOperation[] = "APPEND FROM", kTextOperation[] = "APPEND SDF/DELIMITED";
 
-// The lock of the whole table for the time of the operation, where nobody is in the way; without it each record
-// is locked for itself.
+// The lock of the whole table for the time of the operation, where nobody is in the way; without it each
+// record is locked for itself.
 class TargetLock {
  public:
   explicit TargetLock(DbfIdx& dbf) : dbf_(dbf), same_(dbf) {
@@ -86,8 +86,8 @@ std::int64_t put_memo(void* target, std::string_view text) {
   return add_memo_text(*static_cast<DbfIdx*>(target), text);
 }
 
-// Takes the records for the target. Where it has nobody beside it and no orders they are written in runs, unless
-// code of the language, which could look at it, runs between them.
+// Takes the records for the target. Where it has nobody beside it and no orders they are written in runs,
+// unless code of the language, which could look at it, runs between them.
 class Appender {
  public:
   Appender(DbfIdx& target, bool in_runs, const char* operation)

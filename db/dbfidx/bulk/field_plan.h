@@ -1,6 +1,6 @@
-// What of a record goes where in a record of another structure. Fields of equal type, length and decimals move as
-// bytes, and so do texts of any length; memos move with their texts, and what else can be assigned is
-// converted.
+// What of a record goes where in a record of another structure. Fields of equal type, length and decimals
+// move as bytes, and so do texts of any length; memos move with their texts, and what else can be
+// assigned is converted.
 #pragma once
 
 #include <cstdint>
@@ -31,9 +31,9 @@ class FieldPlan {
   }
   bool empty() const { return runs_.empty() && others_.empty(); }
 
-  // Fills the fields of a blank record, and its delete mark, from the record under the source's cursor, which
-  // must be in the buffer. False after an error: 205, which is told of the source under the name of the
-  // operation, those of reading a memo and of the sink.
+  // Fills the fields of a blank record, and its delete mark, from the record under the source's cursor,
+  // which must be in the buffer. False after an error: 205, which is told of the source under the name of
+  // the operation, those of reading a memo and of the sink.
   [[nodiscard]] bool fill(DbfIdx& source, std::uint8_t* target, const MemoSink& memos,
                           const char* operation) const {
     return fill_from(source, source.buffer.data(), source.recNo, target, memos, operation);
@@ -61,8 +61,9 @@ class FieldPlan {
 
 // Does a list of names select all fields: NIL, or an empty array?
 bool selects_all(const Var* names);
-// The fields of a source, by numbers from 0, that a list of names selects: an array or one text, or all. A name
-// may carry the alias of the table, and comes once. False after error 306, told under the name of the operation.
+// The fields of a source, by numbers from 0, that a list of names selects: an array or one text, or all.
+// A name may carry the alias of the table, and comes once. False after error 306, told under the name of
+// the operation.
 [[nodiscard]] bool read_field_list(DbfIdx& dbf, Var* names, const char* operation,
                                    std::vector<std::int32_t>& fields);
 // Number from 0 of a field by such a name; -1 when there is none.

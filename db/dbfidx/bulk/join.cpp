@@ -30,8 +30,8 @@ class Join {
  public:
   Join(DbfIdx& dbf, DbfIdx& other) : dbf_(dbf), other_(other), target_(dbf, kJoin) {}
 
-  // Without names all fields, those of the other table only under new names; else the fields named, looked for
-  // here and then there. False after error 306.
+  // Without names all fields, those of the other table only under new names; else the fields named,
+  // looked for here and then there. False after error 306.
   bool choose(Var* names) {
     const bool several = names->type == 'A';
     if (selects_all(names)) {

@@ -1,5 +1,5 @@
-// The table that an operation makes of records of an open one: nobody else may be using a file of its name, and
-// it appears when it is whole.
+// The table that an operation makes of records of an open one: nobody else may be using a file of its
+// name, and it appears when it is whole.
 //
 //   NewTable target(dbf, "COPY TO");
 //   if (!target.open(file, fields)) return false;

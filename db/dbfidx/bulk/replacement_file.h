@@ -1,14 +1,14 @@
-// A file that is written beside the one whose place it takes when it is whole. Until then, and after whatever
-// goes wrong on the way, the former file is there untouched, or no file where there was none.
+// A file that is written beside the one whose place it takes when it is whole. Until then, and after
+// whatever goes wrong on the way, the former file is there untouched, or no file where there was none.
 //
 //   ReplacementFile file(path, ".ovdb");
 //   if (!file.create(mode)) ...                  errno tells why
 //   ... file.append(), file.put_front() ...
 //   if (!file.flush(true) || !file.take_place()) ...
 //
-// Its temporary name is "new", the number of the process and the extension; another one is found when that
-// is in use, perhaps by what a process left that was killed. The file is removed again on every way out: the
-// end of the scope, a break, the end of the run.
+// Its temporary name is "new", the number of the process and the extension; another one is found when
+// that is in use, perhaps by what a process left that was killed. The file is removed again on every way
+// out: the end of the scope, a break, the end of the run.
 #pragma once
 
 #include <sys/stat.h>

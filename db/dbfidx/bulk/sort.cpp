@@ -1,8 +1,9 @@
 // SORT: a new table of the records of a scope, in the order of their fields.
 //
-// What is sorted is 32 bytes a record: its number, its turn in the walk, and 20 bytes of its key, made so that
-// bytes compare as the values do. Records that are equal in them get the next 20 bytes of their keys in the same
-// place, and are sorted among themselves. So keys may have any length, and equal ones keep their turn.
+// What is sorted is 32 bytes a record: its number, its turn in the walk, and 20 bytes of its key, made so
+// that bytes compare as the values do. Records that are equal in them get the next 20 bytes of their keys
+// in the same place, and are sorted among themselves. So keys may have any length, and equal ones keep
+// their turn.
 #include <algorithm>
 #include <array>
 #include <bit>

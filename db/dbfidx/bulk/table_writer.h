@@ -1,5 +1,5 @@
-// A new table that is written record by record beside the place that it takes when it is whole: a record file
-// and, with memo fields, a memo file.
+// A new table that is written record by record beside the place that it takes when it is whole: a record
+// file and, with memo fields, a memo file.
 //
 // Two files can't be renamed at once. The memo file goes first and says to which record file it belongs; as
 // long as that has its temporary name, whoever opens the table finishes the work (pair_recovery.h).

@@ -38,8 +38,8 @@ bool is_own_driver(std::int32_t argc, Var** argv, std::int32_t i) {
   return false;
 }
 
-// The other table that an operation works with: a driver object, or an area by number or alias. Null after error
-// 322, also for the table itself.
+// The other table that an operation works with: a driver object, or an area by number or alias. Null
+// after error 322, also for the table itself.
 DbfIdx* other_table(DbfIdx& dbf, Var* argument, const char* operation) {
   const WorkArea* area = is_text(argument)     ? resolve_alias(trim_blanks(text_of(argument)))
                          : is_number(argument) ? area_by_number(integer_of(argument))
