@@ -20,6 +20,7 @@ namespace tarnel {
 namespace {
 
 constexpr int kIdleTime = 2000;  // milliseconds, then the window is read anew
+constexpr int kSizeTime = 100;   // within which another size of the screen is noticed
 
 // --- Moves.
 
@@ -186,6 +187,16 @@ class BrowseGuard {
   const MessagesTo messages_;
 };
 
+// A key, or kNoKey when it is time to look at the table again or the screen has another size.
+int wait_for_browse_key() {
+  const int rows = screen_rows(), columns = screen_columns();
+  for (int waited = 0; waited < kIdleTime; waited += kSizeTime) {
+    if (const int key = wait_for_answer(kSizeTime); key != kNoKey) return key;
+    if (!screen_open() || screen_rows() != rows || screen_columns() != columns) break;
+  }
+  return kNoKey;
+}
+
 // While a search takes long: tells so, and any key breaks it off.
 void watch_search() {
   show_message("searching, any key stops");
@@ -210,7 +221,7 @@ void run(Browser& browser) {
   bool stopped = !unbroken(browser, [&] { inside ? show_record(browser, start) : top(browser); });
   while (browser.table.is_open() && screen_open()) {
     draw_browser(browser);
-    const int key = wait_for_answer(kIdleTime);
+    const int key = wait_for_browse_key();
     if (key == kKeyEscape || key == 'q') return;
     if (key != kNoKey) browser.message.clear();
     const auto* found = std::ranges::find(kKeys, key, &BrowseKey::key);

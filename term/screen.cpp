@@ -55,6 +55,12 @@ void mend_edges(int row, int left, int right) {
     cell(row, right + 1).character = U' ';
 }
 
+// The same for the ends of what lies inside.
+void cut_ends(int row, int left, int right) {
+  if (cell(row, left).character == 0) cell(row, left).character = U' ';
+  if (shown_width(cell(row, right).character) == 2) cell(row, right).character = U' ';
+}
+
 void put_character(char32_t c, int width, Colour colour) {
   auto& [row, col] = state.cursor;
   if (row < 0 || row >= state.rows || col < 0 || col + width > state.columns) return;
@@ -209,7 +215,10 @@ void scroll_area(Rect area, int up, int left, Colour colour) {
   area = on_screen(area);
   const Cell blank{U' ', colour};
   if (area.height() < 1 || area.width() < 1) return;
-  for (int row = area.top; row <= area.bottom; ++row) mend_edges(row, area.left, area.right);
+  for (int row = area.top; row <= area.bottom; ++row) {
+    mend_edges(row, area.left, area.right);
+    cut_ends(row, area.left, area.right);
+  }
   const auto moved = [&](int row, int col) {
     const bool inside =
         row >= area.top && row <= area.bottom && col >= area.left && col <= area.right;
@@ -224,8 +233,7 @@ void scroll_area(Rect area, int up, int left, Colour colour) {
       const int col = left >= 0 ? area.left + k : area.right - k;
       cell(row, col) = moved(row + up, col + left);
     }
-    if (cell(row, area.left).character == 0) cell(row, area.left).character = U' ';
-    if (shown_width(cell(row, area.right).character) == 2) cell(row, area.right).character = U' ';
+    cut_ends(row, area.left, area.right);
     note_change(row);
   }
 }
@@ -249,8 +257,7 @@ void show_window(const Window& window, Place corner) {
     const auto* from =
         window.cells.data() + static_cast<std::ptrdiff_t>(row - target.top) * window.area.width();
     for (int col = shown.left; col <= shown.right; ++col) cell(row, col) = from[col - target.left];
-    if (cell(row, shown.left).character == 0) cell(row, shown.left).character = U' ';
-    if (shown_width(cell(row, shown.right).character) == 2) cell(row, shown.right).character = U' ';
+    cut_ends(row, shown.left, shown.right);
     note_change(row);
   }
 }

@@ -119,7 +119,9 @@ TEST_F(OnScreen, StopsGoesOnAndTakesAnotherSize) {
 }
 
 TEST_F(OnScreen, AnInterruptIsAskedAboutAndASecondOneEnds) {
-  run_script("set(13, .F.)\nqout('shown')\ninkey(0)\nset(12, .F.)\nqout('off')\ninkey(0)\n");
+  run_script("set(12, .F.)\nqout('off')\ninkey(0)\nset(12, .T.)\nqout('shown')\ninkey(0)\n");
+  wait_for("off");
+  type("C-c x");
   wait_for("shown");
   type("C-c");
   EXPECT_NE(wait_for("Waiting 5 seconds !!!").find("DO YOU REALLY WANT TO EXIT ???"),
@@ -179,6 +181,25 @@ TEST_F(OnScreen, BoxesAskAndLinesAreAccepted) {
   wait_for("Abort");
   type("Enter");
   wait_for("status 1");
+}
+
+TEST_F(OnScreen, OptionsReachTheTerminal) {
+  run_script(
+      "qout('one')\nov_set('setenvir', 'TERM', 'none', .t.)\nqout(termtype())\ninkey(0)\n"
+      "ov_set('setenvir', 'TERM', 'vt100', .t.)\nqout(termtype())\n"
+      "ov_set('breakkey', 24)\nqout('key', inkey(0))\ninkey(0)\n");
+  wait_for("one\ntmux-256color");
+  type("x");
+  wait_for("one\ntmux-256color\nvt100");
+  type("C-c");
+  wait_for("key          3");
+  type("C-x");
+  wait_for("EXIT ???");
+  type("C-x");
+  EXPECT_NE(
+      wait_for("status 130").find("error 320: Illegal value;Cannot initialize terminal (ignored)"),
+      std::string::npos)
+      << picture();
 }
 
 TEST_F(OnScreen, TheExamplesRun) {

@@ -39,7 +39,7 @@ class OnTerminal : public ::testing::Test {
 
   // Runs shell commands in the test's directory on a terminal of that size.
   void start(const std::string& commands, int columns = 70, int rows = 10) {
-    write("run.sh", "cd " + directory_.string() + "\nexport HOME=. LC_ALL=C.UTF-8\n" + commands +
+    write("run.sh", "cd " + directory_.string() + "\nexport HOME=. LC_ALL=C.UTF-8 TERM=tmux-256color\n" + commands +
                         "\necho over; exec sleep 1000\n");
     tmux("kill-server");
     ++server_;  // the one before may still be ending

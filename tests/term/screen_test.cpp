@@ -119,6 +119,7 @@ TEST_F(Screen, HalfAWideCharacterIsBlank) {
   EXPECT_EQ(after([&] { put(2, "界"); }), "  界|||");
   EXPECT_EQ(after([&] { put(9, "界"); }), " 日本|||");
   EXPECT_EQ(after([] { scroll_area({0, 2, 0, 9}, 0, 1, {}); }), "  本|||");
+  EXPECT_EQ(after([] { scroll_area({0, 2, 0, 9}, 0, -1, {}); }), "    本|||");
   EXPECT_EQ(after([] { fill_area({0, 2, 0, 3}, {}); }), "|||");
   EXPECT_EQ(after([] { resize_screen(4, 4); }), " 日|||");
 }
