@@ -37,7 +37,7 @@ class TextBox {
   // Draws the lines from the first on that shows; one may be marked.
   void draw(int first, int marked) {
     const Colour plain = slot_colour(kStandardSlot), mark = slot_colour(kEnhancedSlot);
-    draw_box(area_, std::u32string(kSingleFrame) + U' ', plain);
+    draw_box(area_, kSingleBox, plain);
     for (int i = 0; i < rows() && first + i < count(); ++i) {
       move_cursor({area_.top + 1 + i, area_.left + 1});
       put_text(fitting(lines_[static_cast<std::size_t>(first + i)], area_.width() - 2),

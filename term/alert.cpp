@@ -104,7 +104,7 @@ class AlertBox {
 
   std::int32_t ask() {
     const Overlay overlay(area_);
-    draw_box(area_, std::u32string(kSingleFrame) + U' ', colour_);
+    draw_box(area_, kSingleBox, colour_);
     for (std::size_t i = 0; i < lines_.size(); ++i)
       write_centred(area_.top + 1 + static_cast<int>(i), lines_[i]);
     for (;;) {
@@ -183,7 +183,7 @@ void ask_about_interrupt() {
   const Rect area = centred(7, kWidth);
   const Colour colour = slot_colour(kStandardSlot);
   const Overlay overlay(area);
-  draw_box(area, std::u32string(kSingleFrame) + U' ', colour);
+  draw_box(area, kSingleBox, colour);
   for (int i = 0; i < 5; ++i) {
     move_cursor({area.top + 2 + i, area.left + (i < 3 ? kLeft : 1)});
     put_text(kLines[i], colour);

@@ -14,7 +14,8 @@
 
 namespace tarnel {
 
-const std::u32string_view kSingleFrame = U"┌─┐│┘─└│", kDoubleFrame = U"╔═╗║╝═╚║";
+const std::u32string_view kSingleFrame = U"┌─┐│┘─└│", kDoubleFrame = U"╔═╗║╝═╚║",
+                          kSingleBox = U"┌─┐│┘─└│ ";
 
 namespace {
 

@@ -11,7 +11,8 @@ namespace tarnel {
 
 // A frame of eight characters, clockwise from the upper left, and the ninth for its inside.
 void draw_box(Rect area, std::u32string_view frame, Colour colour);
-extern const std::u32string_view kSingleFrame, kDoubleFrame;
+extern const std::u32string_view kSingleFrame, kDoubleFrame,
+    kSingleBox;  // the last is blank inside
 
 #define SCREEN_BUILTINS(X)                                                                      \
   X("devpos", devpos, "devpos(nRow, nCol): moves on the current device")                        \
