@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <set>
 
@@ -130,16 +131,20 @@ TEST(Keys, EachFunctionKeyHasOneCodeAndAName) {
 
 class Keyboard : public RuntimeTest {};
 
+// A busy machine may be late, but not each time.
 TEST_F(Keyboard, AWaitTakesTheTenthsThatItWasAskedFor) {
+  using Clock = std::chrono::steady_clock;
   const std::pair<double, int> rows[] = {{0.01, 100}, {0.05, 100}, {0.29, 200}};
   for (const auto& [seconds, milliseconds] : rows) {
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(call("inkey", {seconds}), "I 0");
-    const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(
-                           std::chrono::steady_clock::now() - start)
-                           .count();
-    EXPECT_GE(taken, milliseconds);
-    EXPECT_LT(taken, milliseconds + 90) << seconds;
+    auto least = std::chrono::milliseconds::max();
+    for (int i = 0; i < 20 && least.count() >= milliseconds + 80; ++i) {
+      const auto start = Clock::now();
+      EXPECT_EQ(call("inkey", {seconds}), "I 0");
+      least = std::min(least,
+                       std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start));
+    }
+    EXPECT_GE(least.count(), milliseconds) << seconds;
+    EXPECT_LT(least.count(), milliseconds + 80) << seconds;
   }
 }
 
