@@ -93,6 +93,12 @@ void note_screen_signal(int number) {
   note_signal();
 }
 
+bool any_signal_waits() {
+  for (const ScreenSignal& signal : screen_signals)
+    if (signal.noted != 0) return true;
+  return state.interrupted != 0 || state.ending_number != 0;
+}
+
 bool take_note(ScreenSignalIndex which) {
   const bool was = screen_signals[which].noted != 0;
   screen_signals[which].noted = 0;
@@ -213,8 +219,13 @@ RunWatch::RunWatch(void (*watcher)()) : outermost_(state.watcher == nullptr) {
   handle(SIGALRM, on_tick, 0);
   set_ticks(kWatch, kFirstWatch);
 }
+// A tick that came late would break off the next call that blocks, and nobody could say why.
 RunWatch::~RunWatch() {
-  if (outermost_) state.watcher = nullptr;  // the next tick is the last
+  if (!outermost_) return;
+  state.watcher = nullptr;
+  set_ticks(0, 0);
+  detail::signal_noted = 0;
+  if (any_signal_waits()) note_signal();
 }
 
 void watch_screen_signals(const ScreenSignals* answers) {

@@ -2,6 +2,7 @@
 #include "core/runtime.h"
 
 #include <signal.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include "core/error_object.h"
@@ -115,6 +116,22 @@ TEST_F(RuntimeDeathTest, AHeldInterruptIsNotedAndAnsweredAtTheRelease) {
         _exit(0);
       },
       ::testing::ExitedWithCode(0), "held asked $");
+}
+
+// A timer that went on would break off the read of the next prompt, which would take that for the end.
+TEST_F(RuntimeDeathTest, AWatchLeavesNoTimerAndNoSignalBehind) {
+  const auto ticking = [] {
+    itimerval left{};
+    getitimer(ITIMER_REAL, &left);
+    return left.it_value.tv_sec + left.it_value.tv_usec > 0;
+  };
+  {
+    const RunWatch watch([] {});
+    EXPECT_TRUE(ticking());
+    raise(SIGALRM);
+  }
+  EXPECT_FALSE(ticking());
+  EXPECT_FALSE(signal_waits());
 }
 
 TEST_F(RuntimeDeathTest, FaultsNameTheLineAndTakeTheExitRoad) {
