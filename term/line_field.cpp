@@ -4,6 +4,7 @@
 #include <cassert>
 
 #include "core/settings.h"
+#include "term/colours.h"
 #include "term/glyphs.h"
 #include "term/keyboard.h"
 
@@ -14,9 +15,39 @@ bool continues(char c) {
   return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
 }
 
+// "Ins" in the corner of the top row while SET SCOREBOARD asks for it and typing inserts. What it hides comes
+// back; a field in that row is left alone.
+class InsertMark {
+ public:
+  explicit InsertMark(const LineField& field)
+      : saved_(settings().scoreboard && field.place.row != 0
+                   ? save_area({0, screen_columns() - kWidth, 0, screen_columns() - 1})
+                   : nullptr) {}
+  ~InsertMark() {
+    if (saved_ == nullptr) return;
+    show(false);
+    drop_window(saved_);
+  }
+  InsertMark(const InsertMark&) = delete;
+  InsertMark& operator=(const InsertMark&) = delete;
+
+  void show(bool on) const {
+    if (saved_ == nullptr) return;
+    const Place corner = window_corner(*saved_), cursor = cursor_place();
+    show_window(*saved_, corner);
+    move_cursor(corner);
+    if (on) put_text("Ins", slot_colour(0));
+    move_cursor(cursor);
+  }
+
+ private:
+  static constexpr int kWidth = 3;
+  Window* const saved_;
+};
+
 class FieldEditor {
  public:
-  explicit FieldEditor(LineField& field) : field_(field), at_(field.text.size()) {}
+  explicit FieldEditor(LineField& field) : field_(field), mark_(field), at_(field.text.size()) {}
 
   int run() {
     for (;;) {
@@ -40,6 +71,7 @@ class FieldEditor {
 
   // The part of the text that holds the caret.
   void draw() {
+    mark_.show(settings().insert);
     const std::string_view text = field_.text;
     if (at_ < start_) start_ = at_;
     while (shown_width(text.substr(start_, at_ - start_)) >= std::max(field_.width, 1)) ++start_;
@@ -102,6 +134,7 @@ class FieldEditor {
   }
 
   LineField& field_;
+  const InsertMark mark_;
   std::size_t at_, start_ = 0;
 };
 

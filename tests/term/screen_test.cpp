@@ -3,9 +3,11 @@
 
 #include <deque>
 
+#include "core/settings.h"
 #include "term/colours.h"
 #include "term/glyphs.h"
 #include "term/key_codes.h"
+#include "term/line_field.h"
 #include "tests/lib/call.h"
 
 namespace tarnel::testing {
@@ -287,6 +289,30 @@ TEST_F(Screen, ALineIsEdited) {
     EXPECT_EQ(call("__acceptst", {}), row.line);
   }
   EXPECT_EQ(picture(), "> a|> bc|> xybz|> 567890");
+}
+
+// The bell of a refused byte is the moment at which the row is looked at.
+TEST_F(Screen, TheTopRowSaysThatTypingInserts) {
+  static std::string seen;
+  ScreenDevice device = kDevice;
+  device.ring = [] { seen += picture().substr(0, 10) + ","; };
+  attach_screen(device, 3, 10);
+  put_text("abcdefghij", {});
+  settings().bell = true;
+  const auto never = [](unsigned char) { return false; };
+  LineField field = {{1, 0}, 5, 5, {}, "", never};
+  for (const bool wanted : {true, false}) {
+    settings().scoreboard = wanted;
+    shown.typed = {'1', kKeyInsert, '2', kKeyInsert, '3', kKeyEnter};
+    EXPECT_EQ(edit_field(field), kKeyEnter);
+    shown.typed = {kKeyInsert, kKeyEnter};
+    edit_field(field);
+    EXPECT_EQ(picture(), "abcdefghij||");
+    settings().insert = false;
+  }
+  settings().scoreboard = true;
+  settings().bell = false;
+  EXPECT_EQ(seen, "abcdefghij,abcdefgIns,abcdefghij,abcdefghij,abcdefghij,abcdefghij,");
 }
 
 TEST_F(Screen, ABoxAsksAndShowsAgainWhatItHid) {
