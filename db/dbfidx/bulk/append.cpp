@@ -1,5 +1,6 @@
 // Records of another table, or of a text, behind those of this one.
 #include <cstring>
+#include <utility>
 
 #include "core/errors.h"
 #include "db/dbfidx/bulk/bulk.h"
@@ -69,19 +70,6 @@ bool make_plan(DbfIdx& target, DbfIdx& source, const BulkRequest& request, Field
   return true;
 }
 
-bool add_record(DbfIdx& dbf, const std::uint8_t* record, const char* operation) {
-  const InternalLock lock(dbf, LockMode::kExclusive);
-  if (!lock.held() || !refresh_header(dbf)) return false;
-  const bool alone = dbf.exclusive() || dbf.is(kFileLocked);
-  const std::int32_t n = dbf.lastRec + 1;
-  const bool held = alone || dbf.locks.records.holds(n);
-  if (!alone && lockRecord(dbf, n) != 0) return target_locked(dbf, operation);
-  const SameTable same(dbf);
-  const bool added = append_record(dbf, false, record);
-  if (!held && same.holds()) unlockRecord(dbf, n);
-  return added && same.holds();
-}
-
 std::int64_t put_memo(void* target, std::string_view text) {
   return add_memo_text(*static_cast<DbfIdx*>(target), text);
 }
@@ -100,6 +88,7 @@ class Appender {
     const ErrorHold told_by_then;
     if (!same_.holds()) return;
     [[maybe_unused]] const bool written = write_run();
+    if (same_.holds()) let_go();
   }
   Appender(const Appender&) = delete;
   Appender& operator=(const Appender&) = delete;
@@ -125,11 +114,30 @@ class Appender {
 
   bool add_each(const std::uint8_t* records, std::int32_t count) {
     for (std::int32_t i = 0; i < count; ++i)
-      if (!add_record(target_, records + static_cast<std::size_t>(i) * target_.recordSize,
-                      operation_))
-        return false;
+      if (!add_record(records + static_cast<std::size_t>(i) * target_.recordSize)) return false;
     return true;
   }
+  // Where each record is locked for itself, the last one stays locked until the next one is: in between somebody
+  // else could lock the table, and the append would end halfway.
+  bool add_record(const std::uint8_t* record) {
+    const InternalLock lock(target_, LockMode::kExclusive);
+    if (!lock.held() || !refresh_header(target_)) return false;
+    const bool alone = target_.exclusive() || target_.is(kFileLocked);
+    const std::int32_t n = target_.lastRec + 1;
+    const bool held = alone || target_.locks.records.holds(n);
+    if (!alone && lockRecord(target_, n) != 0) return target_locked(target_, operation_);
+    const bool added = append_record(target_, false, record);
+    if (!same_.holds()) return false;
+    if (!held) {
+      let_go();
+      locked_ = n;
+    }
+    return added;
+  }
+  void let_go() {
+    if (const std::int32_t n = std::exchange(locked_, 0); n != 0) unlockRecord(target_, n);
+  }
+
   bool write_run() {
     if (run_.empty()) return true;
     const auto count = static_cast<std::int32_t>(run_.size() / target_.recordSize);
@@ -146,6 +154,7 @@ class Appender {
   const bool in_runs_;
   const char* const operation_;
   bool added_ = false;
+  std::int32_t locked_ = 0;  // the record that was added last, 0 none
   std::vector<std::uint8_t> run_;
 };
 
