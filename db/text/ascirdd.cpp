@@ -26,18 +26,6 @@ Var* table_cell(const Var* object) {
   return object->shared->elements[2 + kServerInstanceCount];
 }
 
-// The object, kept while something runs that may drop it.
-class Kept {
- public:
-  explicit Kept(Var* object) : cell_(NEW_VAR('N', 'U')) { CPY_VAR(cell_, object); }
-  ~Kept() { DEL_VAR(cell_); }
-  Kept(const Kept&) = delete;
-  Kept& operator=(const Kept&) = delete;
-
- private:
-  Var* const cell_;
-};
-
 // --- The structure.
 
 struct TypeLimits {
@@ -133,7 +121,7 @@ bool open(TextTable& table, std::int32_t argc, Var** argv) {
 // --- Methods.
 
 Var* as_init(std::int32_t argc, Var** argv) {
-  const Kept kept(argv[0]);
+  const KeepObject kept(argv[0]);
   TextTable& table = text_table_of(argv[0]);
   const bool opened = open(table, argc, argv);
   if (!opened) table.close();
@@ -142,7 +130,7 @@ Var* as_init(std::int32_t argc, Var** argv) {
 }
 
 Var* as_close(std::int32_t, Var** argv) {
-  const Kept kept(argv[0]);
+  const KeepObject kept(argv[0]);
   text_table_of(argv[0]).close();
   return true_value();
 }
@@ -164,7 +152,7 @@ Var* absent(std::int32_t argc, Var** argv, const char* member) {
 Var* as_skip(std::int32_t argc, Var** argv) {
   const std::int32_t n = argc > 1 && is_number(argv[1]) ? integer_of(argv[1]) : 1;
   if (n < 0) return absent(argc, argv, "skip");
-  const Kept kept(argv[0]);
+  const KeepObject kept(argv[0]);
   TextTable& table = text_table_of(argv[0]);
   bool found = false;
   for (std::int32_t i = 0; i < n && (i == 0 || found); ++i) found = table.next();
@@ -173,7 +161,7 @@ Var* as_skip(std::int32_t argc, Var** argv) {
 
 // The file is read once, so its top can be reached until it was left.
 Var* as_gotop(std::int32_t argc, Var** argv) {
-  const Kept kept(argv[0]);
+  const KeepObject kept(argv[0]);
   TextTable& table = text_table_of(argv[0]);
   if (table.number() > 1 || (table.number() == 1 && table.at_end()))
     return absent(argc, argv, "gotop");
