@@ -103,17 +103,20 @@ TEST_F(OnScreen, StopsGoesOnAndTakesAnotherSize) {
       "dispbox()\naeval(array(2), {|| dispbox(), setpos(1, 1), dispout(str(maxrow(), 3) + "
       "str(maxcol(), 3)), inkey(0)})\n",
       "set -m; stty -g > before; @; stty -g > stopped; echo halted; read x; fg");
-  const std::string shown = wait_for("9 69");
+  wait_for("9 69");
+  EXPECT_TRUE(becomes([&] { return picture().ends_with("──┘\n"); }));
+  const std::string shown = picture();
   send_signal(SIGTSTP);
   wait_for("halted");
   EXPECT_EQ(read("before"), read("stopped"));
   EXPECT_EQ(ask("#{alternate_on}"), "0\n");
   type("Enter");
   wait_for("9 69");
-  EXPECT_EQ(picture(), shown);
+  EXPECT_TRUE(becomes([&] { return picture() == shown; })) << picture();
   tmux("resize-window -x 50 -y 12");
   type("x");
-  EXPECT_TRUE(wait_for(" 11 49").ends_with("──┘\n"));
+  wait_for(" 11 49");
+  EXPECT_TRUE(becomes([&] { return picture().ends_with("──┘\n"); })) << picture();
   type("x");
   wait_for("over");
 }

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <utility>
 
 namespace tarnel::testing {
 
@@ -55,13 +56,14 @@ class OnTerminal : public ::testing::Test {
   }
   std::string ask(const std::string& format) { return tmux("display-message -p '" + format + "'"); }
 
-  // The picture as soon as it holds a text; a failure when it never does.
+  // The picture as soon as it holds a text and stays as it is; a failure when it never does. What is
+  // painted at once may come to the terminal in pieces, and the text need not be in the last of them.
   std::string wait_for(const std::string& text) {
-    std::string shown;
+    std::string shown, before;
     const auto end = std::chrono::steady_clock::now() + kPatience;
     while (std::chrono::steady_clock::now() < end) {
-      shown = picture();
-      if (shown.find(text) != std::string::npos) return shown;
+      before = std::exchange(shown, picture());
+      if (shown == before && shown.find(text) != std::string::npos) return shown;
       usleep(10'000);
     }
     ADD_FAILURE() << "no '" << text << "' in\n" << shown;
