@@ -12,18 +12,6 @@
 
 namespace tarnel {
 
-// Drops the temporaries made while it lives.
-class TempsMark {
- public:
-  TempsMark() : mark_(temp_top()) {}
-  ~TempsMark() { POP_TEMPS(mark_); }
-  TempsMark(const TempsMark&) = delete;
-  TempsMark& operator=(const TempsMark&) = delete;
-
- private:
-  const std::int32_t mark_;
-};
-
 struct BrowseColumn {
   std::int32_t field;  // its number in the table
   std::string name;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "console/session.h"
+#include "console/words.h"
 #include "core/arrays.h"
 #include "core/classes.h"
 #include "core/errors.h"
@@ -15,8 +16,6 @@
 
 namespace tarnel {
 namespace {
-
-constexpr std::string_view kBetween = " \t,";
 
 // The current table for the time of a command; null after a complaint.
 class CurrentTable {
@@ -52,14 +51,6 @@ class CurrentTable {
   Var* server_;
 };
 
-std::string_view take_word(std::string_view& line, std::string_view between = kBetween) {
-  const std::size_t end = std::min(line.find_first_of(between), line.size());
-  const std::string_view word = line.substr(0, end);
-  line.remove_prefix(end);
-  line.remove_prefix(std::min(line.find_first_not_of(between), line.size()));
-  return word;
-}
-
 // "y" or "yes" at the terminal.
 bool confirmed(const std::string& question) {
   write_output(question + " (y/n) ");
@@ -74,7 +65,7 @@ Var* take_fields(std::string_view& line) {
   Var* fields = NEW_TEMP();
   cscreara(fields, 0, kAllNil);
   for (std::int32_t count = 0; !line.empty();) {
-    const std::string_view word = take_word(line);
+    const std::string_view word = take_word(line, kBlanksAndCommas);
     if (upper_text(word) == "FOR") break;
     cscrearr(fields, ++count, kKeep, {TMP_TEXT(word)});
   }
@@ -117,7 +108,7 @@ bool zap_records(std::string_view sure) {
 bool copy_records(std::string_view arguments) {
   CurrentTable table;
   if (!table.is_open()) return true;
-  const std::string_view file = take_word(arguments, " \t");
+  const std::string_view file = take_word(arguments);
   if (file.empty()) {
     complain(".copy needs the name of a file");
     return true;

@@ -5,8 +5,10 @@
 
 #include "console/browse.h"
 #include "console/bulk_commands.h"
+#include "console/open_commands.h"
 #include "console/session.h"
 #include "console/table_commands.h"
+#include "console/words.h"
 #include "core/errors.h"
 #include "core/modules.h"
 #include "core/output.h"
@@ -34,12 +36,15 @@ constexpr DotCommand kDotCommands[] = {
     {"append", "FILE", "adds records of a table, or of a text (.csv, .txt, .sdf)", append_records},
     {"browse", "[FIELDS] [ro]", "shows the current table on the screen to look through and edit",
      browse},
+    {"close", "[ALIAS|all]", "closes the current table, another one, or all", close_command},
     {"copy", "FILE [FIELDS] [for CONDITION]",
      "makes a table, or a text (.csv, .txt, .sdf), of records", copy_records},
     {"filter", "[CONDITION]",
      "hides the records of the current table for which it isn't true, or none", set_filter},
     {"help", "[NAME]", "tells about the commands, or about a function or command", help},
     {"list", "[N]", "shows N records from the current one on, 20 by default", list_records},
+    {"open", "[-w|-x] FILE [ALIAS]",
+     "opens a table to read it, to write it as well, or for nobody else", open_command},
     {"orders", "", "shows the orders of the current table, the controlling one marked with *",
      list_orders},
     {"pack", "", "drops the records that are marked as deleted", pack_records},
@@ -63,14 +68,6 @@ constexpr SettingRow kSettings[] = {
     {"deleted", 11},   {"century", 41},   {"autolock", 39}, {"multilocks", 40}, {"developer", 0},
     {"lowerfiles", 0}, {"upperfiles", 0}, {"pathlower", 0}, {"pathupper", 0},
 };
-
-std::string_view take_word(std::string_view& line) {
-  const std::size_t end = std::min(line.find_first_of(" \t"), line.size());
-  const std::string_view word = line.substr(0, end);
-  line.remove_prefix(end);
-  line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
-  return word;
-}
 
 void write_line(std::string_view text) {
   write_output(text);

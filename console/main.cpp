@@ -2,10 +2,13 @@
 #include <getopt.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include "console/line_editor.h"
+#include "console/open_commands.h"
 #include "console/progress.h"
 #include "console/screen_session.h"
 #include "console/session.h"
@@ -14,6 +17,9 @@
 #include "core/output.h"
 #include "core/runtime.h"
 #include "core/signals.h"
+#include "core/stacks.h"
+#include "core/text.h"
+#include "db/area.h"
 #include "db/db.h"
 #include "db/db_modules.h"
 #include "lib/lib_modules.h"
@@ -25,15 +31,19 @@ namespace tarnel {
 namespace {
 
 constexpr const char* kUsage =
-    "usage: tnsh [-s] [-e EXPR]... [FILE]\n"
+    "usage: tnsh [-s] [-w|-x|-readonly] [-e EXPR]... [TABLE.dbf]... [FILE]\n"
     "  -e EXPR       evaluates an expression and prints its value\n"
     "  -s, --screen  runs them on a screen, where values aren't printed\n"
+    "  -w, -x        opens the tables to write them, -x for nobody else\n"
+    "  -readonly     lets .open open tables for reading only\n"
+    "  TABLE.dbf     is opened, by default shared and for reading only\n"
     "  FILE          runs the lines of a file; without it and -e those of standard input\n";
 constexpr int kWrongUse = 2;
 
 struct CommandLine {
-  std::vector<const char*> expressions;
+  std::vector<const char*> expressions, tables;
   const char* file = nullptr;
+  OpenFor use = OpenFor::kReading;
   bool on_screen = false;
 };
 
@@ -46,27 +56,70 @@ bool reads_input(const CommandLine& line) {
   _exit(status);
 }
 
+// What an option does with its argument, null for one that has none. Letters are short forms.
+struct Option {
+  const char* name;  // null: it has only a letter
+  int letter;
+  bool with_argument;
+  void (*take)(CommandLine& line, const char* argument);
+};
+constexpr Option kOptions[] = {
+    {nullptr, 'e', true, [](CommandLine& line, const char* a) { line.expressions.push_back(a); }},
+    {"help", 'h', false, [](CommandLine&, const char*) { usage(STDOUT_FILENO, 0); }},
+    {"readonly", 'r', false, [](CommandLine&, const char*) { forbid_writing(); }},
+    {"screen", 's', false, [](CommandLine& line, const char*) { line.on_screen = true; }},
+    {nullptr, 'w', false, [](CommandLine& line, const char*) { line.use = OpenFor::kWriting; }},
+    {nullptr, 'x', false, [](CommandLine& line, const char*) { line.use = OpenFor::kAlone; }},
+};
+
+bool is_table_name(std::string_view name) {
+  return name.size() > 4 && same_letters(name.substr(name.size() - 4), ".dbf");
+}
+
+void take_operand(CommandLine& line, const char* name) {
+  if (is_table_name(name))
+    line.tables.push_back(name);
+  else if (line.file == nullptr)
+    line.file = name;
+  else
+    usage(STDERR_FILENO, kWrongUse);
+}
+
 CommandLine parse(int argc, char** argv) {
   CommandLine line;
-  static constexpr option kLong[] = {{"screen", no_argument, nullptr, 's'}, {}};
-  for (int letter; (letter = getopt_long(argc, argv, "e:hs", kLong, nullptr)) != -1;) {
-    if (letter == 'h') usage(STDOUT_FILENO, 0);
-    if (letter == 's')
-      line.on_screen = true;
-    else if (letter == 'e')
-      line.expressions.push_back(optarg);
-    else
-      usage(STDERR_FILENO, kWrongUse);
+  std::string letters;
+  std::vector<option> names;
+  for (const Option& known : kOptions) {
+    letters.append(1, static_cast<char>(known.letter)).append(known.with_argument ? ":" : "");
+    if (known.name != nullptr)
+      names.push_back({known.name, known.with_argument ? required_argument : no_argument, nullptr,
+                       known.letter});
   }
-  if (optind < argc) line.file = argv[optind++];
-  const bool needs_file = line.on_screen && reads_input(line) && isatty(STDIN_FILENO) != 0;
-  if (optind < argc || needs_file) usage(STDERR_FILENO, kWrongUse);
+  names.push_back({});
+  for (int c; (c = getopt_long_only(argc, argv, letters.c_str(), names.data(), nullptr)) != -1;) {
+    const auto* known = std::ranges::find(kOptions, c, &Option::letter);
+    if (known == std::end(kOptions)) usage(STDERR_FILENO, kWrongUse);
+    known->take(line, optarg);
+  }
+  while (optind < argc) take_operand(line, argv[optind++]);
+  if (line.on_screen && reads_input(line) && isatty(STDIN_FILENO) != 0)
+    usage(STDERR_FILENO, kWrongUse);
   return line;
 }
 
 CommandLine command_line;
 
+// The first one becomes the current table.
+void open_tables_of(const CommandLine& line) {
+  for (const char* table : line.tables) open_for_person(table, "", line.use);
+  if (area_list() != nullptr && line.tables.size() > 1) {
+    const TempsMark mark;
+    ogsSelect(TMP_INT(area_list()->number), SelectMode::kExisting);
+  }
+}
+
 void run(const CommandLine& line) {
+  open_tables_of(line);
   for (const char* expression : line.expressions)
     if (!run_line(expression)) return;
   if (line.file != nullptr)

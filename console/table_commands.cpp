@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
-#include <filesystem>
-#include <system_error>
 
-#include "console/browse_table.h"
 #include "console/session.h"
+#include "console/words.h"
 #include "core/arrays.h"
 #include "core/blocks.h"
 #include "core/classes.h"
@@ -151,13 +149,6 @@ const char* state_word(std::int32_t state) {
          : state == kDiffers   ? "differs"
          : state == kCorrupted ? "corrupted"
                                : "?";
-}
-
-// The path, without the current directory.
-std::string shown_path(std::string_view path) {
-  std::error_code failed;
-  const std::string here = std::filesystem::current_path(failed).string() + "/";
-  return std::string(path.starts_with(here) ? path.substr(here.size()) : path);
 }
 
 Var* server_or_complaint() {

@@ -13,13 +13,25 @@ void init_stacks();
 // --- Temporary stack. Marks are stack heights.
 std::int32_t temp_top();
 Var* temp_at(std::int32_t slot);  // null for a slot that was dropped
-Var* NEW_TEMP();           // class T, type U
-Var* PUSH_TEMP(Var* var);  // the stack takes over one reference
+Var* NEW_TEMP();                  // class T, type U
+Var* PUSH_TEMP(Var* var);         // the stack takes over one reference
 void POP_TEMPS(std::int32_t mark);
 void DROP_TEMP(std::int32_t slot);  // releases one slot; the top does not move
 
 // Cuts the temporaries back to `mark` but keeps `result`, which ends on top. temps: mark + 1.
 Var* keep_temp(std::int32_t mark, Var* result);
+
+// Drops the temporaries made while it lives.
+class TempsMark {
+ public:
+  TempsMark() : mark_(temp_top()) {}
+  ~TempsMark() { POP_TEMPS(mark_); }
+  TempsMark(const TempsMark&) = delete;
+  TempsMark& operator=(const TempsMark&) = delete;
+
+ private:
+  const std::int32_t mark_;
+};
 
 // --- Variable stack.
 struct VarStackEntry {

@@ -6,8 +6,11 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 
 #include "core/errors.h"
+#include "core/file_ops.h"
 #include "core/settings.h"
 #include "lib/arguments.h"
 
@@ -199,6 +202,21 @@ std::string pathJoin(std::string_view directory, std::string_view name) {
   std::string path{directory};
   if (path.back() != '/') path += '/';
   return path + mapped;
+}
+
+std::string in_any_case(const std::string& path) {
+  struct stat status {};
+  if (file_ops().stat(path.c_str(), &status) == 0) return path;
+  const std::string directory = path.substr(0, path.rfind('/') + 1);
+  const std::string_view wanted = std::string_view(path).substr(directory.size());
+  std::string found;  // the first of several, by their letters
+  std::error_code failed;
+  for (std::filesystem::directory_iterator at(directory.empty() ? "." : directory, failed), end;
+       !failed && at != end; at.increment(failed))
+    if (const std::string name = at->path().filename().string();
+        same_letters(name, wanted) && (found.empty() || name < found))
+      found = name;
+  return found.empty() ? path : directory + found;
 }
 
 bool has_wild_card(std::string_view name) {

@@ -1,5 +1,5 @@
 // File names: the mapper that makes a name of the language (drive letters, backslashes, upper case)
-// fit this system, and the joining of names with directories. Nothing here touches a file.
+// fit this system, and the joining of names with directories. Only the two that say so look at a disk.
 //
 // Names end at a NUL byte. Shell characters have no meaning.
 #pragma once
@@ -41,9 +41,13 @@ bool defaultExtension(std::string& target, std::string_view name, std::string_vi
 // stands alone.
 std::string pathJoin(std::string_view directory, std::string_view name);
 
+// The path of a file of the disk whose name has these letters in whatever case: `path` itself when that is there, or
+// none is.
+std::string in_any_case(const std::string& path);
+
 // Does the name hold a wild card, one of "[*?"?
 bool has_wild_card(std::string_view name);
-// Names that match a pattern, sorted; none when there is no match.
+// Names of the disk that match a pattern, sorted; none when there is no match.
 std::vector<std::string> expand_wild_card(const std::string& pattern);
 
 }  // namespace tarnel

@@ -137,7 +137,7 @@ struct Relations {
 // What the driver knows of an open table; close puts back these defaults.
 struct OpenTable {
   // Set by init, constant until close.
-  std::string fileName;
+  std::string fileName, memoName;         // full paths; memoName of a table with memos
   std::uint8_t flags = kClosed;           // TableFlag; kFileLocked is changed by locks.cpp
   bool opening = false, closing = false;  // under way: a handler's call finds nothing to do
   bool lock40 = false;  // the lock scheme: the one in force when the table was opened

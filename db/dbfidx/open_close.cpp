@@ -19,6 +19,7 @@
 #include "db/dbfidx/scan/conditions.h"
 #include "db/dbfidx/scan/relations.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/open_manner.h"
 #include "lib/file_names.h"
 #include "lib/files.h"
 
@@ -90,12 +91,19 @@ bool read_header(DbfIdx& dbf, const OpenRequest& request) {
 
 bool open_memo(DbfIdx& dbf) {
   if (!dbf::has_memo(dbf::version(dbf.header.data()))) return true;
-  const int fd = dxOpen(memo_path(dbf.fileName), nullptr, dbf.readOnly() ? 0 : 2);
+  dbf.memoName = memo_path(dbf.fileName);
+  ForgivingOpen* forgiving = forgiving_open();
+  if (forgiving != nullptr) dbf.memoName = in_any_case(dbf.memoName);
+  const int fd = dxOpen(dbf.memoName, nullptr, dbf.readOnly() ? 0 : 2);
   if (fd > 0) {
     dbf.dbtFd = fd;
     return true;
   }
   set_dos_error(errno);
+  if (errno == ENOENT && forgiving != nullptr) {
+    forgiving->miss(dbf.memoName);
+    if (dbf.readOnly()) return true;
+  }
   dxerror(dbf, TableError::kOpenFailed, {dbf.fileName});
   return false;
 }
@@ -180,7 +188,7 @@ bool is_pair(DbfIdx& dbf, bool exclusive, Retry& retry) {
     case Pair::kUnreadable:
       break;
   }
-  dxerror(dbf, TableError::kHeaderUnreadable, {memo_path(dbf.fileName)});
+  dxerror(dbf, TableError::kHeaderUnreadable, {dbf.memoName});
   return false;
 }
 

@@ -222,6 +222,21 @@ TEST_F(Console, OddDescriptorsAreRead) {
   for (const auto& [command, output] : cases) EXPECT_EQ(output_of(command), output) << command;
 }
 
+TEST_F(Console, ATableInUseIsOpenedAsFarAsOthersLetIt) {
+  const std::string busy = "t.dbf: in use by another program\n";
+  for (const bool alone : {true, false}) {
+    std::ofstream(directory_ / "script")
+        << kMakeTable << (alone ? "" : ".close\n.open t\n") << "'re' + 'ady'\n";
+    EXPECT_EQ(
+        output_of("rm -f t.dbf in; mkfifo in; " TARNEL_CONSOLE " < in > first & exec 3> in; "
+                  "cat script >&3; until grep -q ready first; do sleep 0.02; done; " TARNEL_CONSOLE
+                  " -e '.open -x t' -e '.open -w t' -e .close -e '.open t'"
+                  " -e 'alias()' 2>&1; exec 3>&-; wait"),
+        alone ? busy + busy + "no table is open in the current area\n" + busy + "\n"
+              : busy + "T\n");
+  }
+}
+
 // An order built under a locale with other letters is the one that every process reads.
 TEST_F(Console, LettersAreThoseOfTheCLocaleAlsoAtThePrompt) {
   ASSERT_EQ(system(("localedef -i de_DE -f ISO-8859-1 " + (directory_ / "latin").string()).c_str()),

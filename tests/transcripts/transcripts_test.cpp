@@ -195,7 +195,19 @@ TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
                         {{"-e", ".quit", "-e", "1"}, "7", "", 0},
                         {{}, "  # skipped\n\n 7 \r\n.quit\n8", "         7\n", 0},
                         {{}, "8", "         8\n", 0},
-                        {{"-x"}, "7", TARNEL_CONSOLE ": invalid option", 2}};
+                        {{"-e", "dbcreate('t', {{'n', 'N', 3, 0}})"}, "", ".T.\n", 0},
+                        {{"T.DBF", "t.dbf", "-e", "alias()", "-e", "2->n"}, "", "T\n  0\n", 0},
+                        {{"t.dbf", "script"}, "", "error 307: ", 1},
+                        {{"-w", "t.dbf", "-e", ".tables"},
+                         "",
+                         "area  alias  records  use     locked  file\n"
+                         "1*    T            0  shared  -       t.dbf\n",
+                         0},
+                        {{"-x", "-readonly", "t.dbf", "-e", "7"},
+                         "",
+                         "t.dbf: this session only reads\n         7\n",
+                         1},
+                        {{"-y"}, "7", TARNEL_CONSOLE ": unrecognized option", 2}};
   const ScratchDirectory scratch;
   std::ofstream(scratch.path() / "script") << "x + 1\n.t.\n";
   for (const Case& c : cases) {

@@ -23,7 +23,7 @@ class Rewriting {
       : dbf_(dbf),
         operation_(operation),
         same_(dbf),
-        writer_(dbf.fileName, dbf.hasMemo() ? memo_path(dbf.fileName) : std::string()),
+        writer_(dbf.fileName, dbf.hasMemo() ? dbf.memoName : std::string()),
         next_(dbf.header) {
     for (const dbf::Field& field : dbf.fields)
       if (field.type == 'M') memos_.push_back(&field);

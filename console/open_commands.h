@@ -1,0 +1,23 @@
+// The dot commands that open and close tables for a person, who looks before he changes anything and locks
+// nobody out meanwhile.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tarnel {
+
+enum class OpenFor : char { kReading, kWriting, kAlone };
+
+// Opens a table in a new area, which becomes current: shared and for reading only, to write, or exclusively. The
+// name may lack ".dbf" and may be in other letters than the file. False after a complaint; the former area is
+// current then.
+bool open_for_person(const std::string& name, std::string_view alias, OpenFor use);
+// From now on nothing is opened but for reading.
+void forbid_writing();
+
+// Each gets the rest of its line and answers true: the session goes on.
+bool open_command(std::string_view arguments);   // [-w|-x] FILE [ALIAS]
+bool close_command(std::string_view arguments);  // [ALIAS|all]
+
+}  // namespace tarnel

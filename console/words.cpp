@@ -1,0 +1,57 @@
+#include "console/words.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include "core/text.h"
+
+namespace tarnel {
+
+std::string_view take_word(std::string_view& line, std::string_view between) {
+  const std::size_t end = std::min(line.find_first_of(between), line.size());
+  const std::string_view word = line.substr(0, end);
+  line.remove_prefix(end);
+  line.remove_prefix(std::min(line.find_first_not_of(between), line.size()));
+  return word;
+}
+
+std::string take_file_name(std::string_view& line) {
+  const char quote = line.empty() ? '\0' : line.front();
+  const std::size_t end = quote == '"' || quote == '\'' ? line.find(quote, 1) : line.npos;
+  if (end != line.npos) {
+    const std::string name(line.substr(1, end - 1));
+    line.remove_prefix(end + 1);
+    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+    return name;
+  }
+  const std::string_view word = take_word(line);
+  const char* home = std::getenv("HOME");
+  return word.starts_with("~/") && home != nullptr ? home + std::string(word.substr(1))
+                                                   : std::string(word);
+}
+
+bool take_if(std::string_view& line, std::string_view word) {
+  std::string_view rest = line;
+  if (!same_letters(take_word(rest), word)) return false;
+  line = rest;
+  return true;
+}
+
+std::string system_words(int number) {
+  if (number == ENOENT) return "no such file";
+  std::string words = std::strerror(number);
+  if (words.size() > 1 && lower_letter(words[1]) == words[1]) words[0] = lower_letter(words[0]);
+  return words;
+}
+
+std::string shown_path(std::string_view path) {
+  std::error_code failed;
+  const std::string here = std::filesystem::current_path(failed).string() + "/";
+  return std::string(path.starts_with(here) ? path.substr(here.size()) : path);
+}
+
+}  // namespace tarnel
