@@ -5,6 +5,7 @@
 
 #include "console/browse.h"
 #include "console/bulk_commands.h"
+#include "console/check_commands.h"
 #include "console/open_commands.h"
 #include "console/session.h"
 #include "console/table_commands.h"
@@ -36,6 +37,8 @@ constexpr DotCommand kDotCommands[] = {
     {"append", "FILE", "adds records of a table, or of a text (.csv, .txt, .sdf)", append_records},
     {"browse", "[FIELDS] [ro]", "shows the current table on the screen to look through and edit",
      browse},
+    {"check", "[FILE...]", "looks for damage in tables, their memos and orders; changes nothing",
+     check_files},
     {"close", "[ALIAS|all]", "closes the current table, another one, or all", close_command},
     {"copy", "FILE [FIELDS] [for CONDITION]",
      "makes a table, or a text (.csv, .txt, .sdf), of records", copy_records},

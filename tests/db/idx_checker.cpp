@@ -122,6 +122,13 @@ IdxFile check_idx(const std::string& path) {
   f.table = text(s, 1030, 19);
   f.condition = text(s, 1050, 229);
   if (s[0] != 'Q' || s[1024] != 'Q') f.fault = "version";
+  const std::uint32_t stored = f.type == 'C'   ? f.textLength
+                               : f.type == 'D' ? 4
+                               : f.type == 'L' ? 1
+                                               : 8;
+  if (std::string("CDFILN").find(f.type) == std::string::npos || stored == 0 || stored > 238 ||
+      f.keySize != (stored + 3) / 4 * 4 || f.maxKeys != 480 / (f.keySize + 8))
+    f.fault = "key type and size";
   if (f.fault.empty()) Walker(f).run();
   return f;
 }

@@ -39,7 +39,7 @@ std::string order_fault(const std::string& order, const std::string& table,
                              : std::count_if(records.begin(), records.end(), wanted);
   if (static_cast<std::ptrdiff_t>(file.keys.size()) != count) return order + ": number of keys";
   for (const auto& [key, record] : file.keys) {
-    if (record > records.size()) return order + ": key of no record";
+    if (record == 0 || record > records.size()) return order + ": key of no record";
     const std::string value = records[record - 1].substr(place.at, place.length);
     const bool agrees =
         file.type == 'C' ? key == value : std::atof(key.c_str()) == std::atof(value.c_str());

@@ -16,9 +16,9 @@ bool is_header_of(const std::uint8_t* header, const dbt::PairMark& mark) {
 }
 
 // Where the record file waits; empty for a name that nobody gave.
-std::string waiting_path(const DbfIdx& dbf, const dbt::PairMark& mark) {
+std::string waiting_path(const std::string& table_path, const dbt::PairMark& mark) {
   if (mark.name.empty() || mark.name.find('/') != std::string::npos) return {};
-  const std::string table = behind_links(dbf.fileName);
+  const std::string table = behind_links(table_path);
   return table.substr(0, table.rfind('/') + 1) + mark.name;
 }
 
@@ -35,23 +35,29 @@ bool waits(const std::string& path, const dbt::PairMark& mark) {
 
 }  // namespace
 
-Pair look_at_pair(const DbfIdx& dbf) {
+Pair look_at_pair(const PairFiles& files, bool& marked) {
   dbt::PairMark mark;
-  const int found = dbt::read_pair_mark(dbf.dbtFd, mark);
-  if (found <= 0) return found < 0 ? Pair::kUnreadable : Pair::kWhole;
+  const int found = dbt::read_pair_mark(files.memo_fd, mark);
+  marked = found > 0;
+  if (!marked) return found < 0 ? Pair::kUnreadable : Pair::kWhole;
   // The header tells of a copy, the inode of a table that was changed since.
-  if (is_header_of(dbf.header.data(), mark) || mark.inode == dbf.inode) {
-    if (!dbf.readOnly()) static_cast<void>(dbt::clear_pair_mark(dbf.dbtFd));
-    return Pair::kWhole;
-  }
-  return waits(waiting_path(dbf, mark), mark) ? Pair::kUnfinished : Pair::kForeign;
+  if (is_header_of(files.header, mark) || mark.inode == files.inode) return Pair::kWhole;
+  return waits(waiting_path(files.table, mark), mark) ? Pair::kUnfinished : Pair::kForeign;
+}
+
+Pair look_at_pair(const DbfIdx& dbf) {
+  bool marked = false;
+  const Pair pair = look_at_pair({dbf.fileName, dbf.header.data(), dbf.inode, dbf.dbtFd}, marked);
+  if (marked && pair == Pair::kWhole && !dbf.readOnly())
+    static_cast<void>(dbt::clear_pair_mark(dbf.dbtFd));
+  return pair;
 }
 
 bool finish_pair(const DbfIdx& dbf) {
   dbt::PairMark mark;
   if (dbt::read_pair_mark(dbf.dbtFd, mark) != 1) return false;
   const std::string table = behind_links(dbf.fileName);
-  if (file_ops().rename(waiting_path(dbf, mark).c_str(), table.c_str()) != 0) return false;
+  if (file_ops().rename(waiting_path(dbf.fileName, mark).c_str(), table.c_str()) != 0) return false;
   flush_directory(table.c_str());
   return true;
 }

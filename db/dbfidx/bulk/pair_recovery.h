@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace tarnel {
 
@@ -13,6 +14,14 @@ struct DbfIdx;
 enum class Pair : std::uint8_t { kWhole, kUnfinished, kForeign, kUnreadable };
 // REQUIRES: both files are open and the header was read.
 Pair look_at_pair(const DbfIdx& dbf);
+// The same for files that no table has open; nothing is wiped out. `marked`: is there a mark at all?
+struct PairFiles {
+  const std::string& table;    // its path
+  const std::uint8_t* header;  // its first bytes
+  std::uint64_t inode;         // of it
+  int memo_fd;
+};
+Pair look_at_pair(const PairFiles& files, bool& marked);
 // Puts the record file in its place; the table must then be opened anew. False with errno set. REQUIRES:
 // look_at_pair() said unfinished, and nobody else has the table open.
 [[nodiscard]] bool finish_pair(const DbfIdx& dbf);

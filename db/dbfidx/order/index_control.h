@@ -140,6 +140,8 @@ IndexControl* open_index(DbfIdx& dbf, const OrderRequest& request);
 void close_index(DbfIdx& dbf, IndexControl* index);
 // Empties the file of an exclusive order.
 bool zap_index(DbfIdx& dbf, IndexControl& index);
+// Is a name that an order keeps, with the extension or without, that of a table's file?
+bool names_table(std::string_view stored, std::string_view table);
 // The collation in force as it stands in a file: all 0 when there is none.
 void current_collation(std::uint8_t (&table)[256]);
 

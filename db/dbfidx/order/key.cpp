@@ -136,14 +136,25 @@ int KeyComparer::compare_weighed(const std::uint8_t* stored) const {
   return 0;
 }
 
-bool entries_ascend(const std::uint8_t* first, const std::uint8_t* second,
-                    const idx::Header& header) {
-  Key key;
+static void take_key(Key& key, const std::uint8_t* entry, const idx::Header& header) {
   key.type = header.type;
-  std::memcpy(key.bytes, idx::key_of(first), header.keySize);
+  std::memcpy(key.bytes, idx::key_of(entry), header.keySize);
   if (key.type == 'C')
     key.length = static_cast<std::uint16_t>(
         ::strnlen(reinterpret_cast<const char*>(key.bytes), header.size));
+}
+
+bool same_keys(const std::uint8_t* first, const std::uint8_t* second, const idx::Header& header) {
+  Key key;
+  take_key(key, first, header);
+  return KeyComparer(key, header, TextRule::kWhole, NumberRule::kTolerant)(idx::key_of(second)) ==
+         0;
+}
+
+bool entries_ascend(const std::uint8_t* first, const std::uint8_t* second,
+                    const idx::Header& header) {
+  Key key;
+  take_key(key, first, header);
   const std::uint8_t* other = idx::key_of(second);
   const bool records_ascend = idx::record(first) < idx::record(second);
   const int exact = KeyComparer(key, header, TextRule::kWhole, NumberRule::kExact)(other);

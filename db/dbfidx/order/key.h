@@ -82,5 +82,7 @@ class KeyComparer {
 // also stand in the order of their records.
 bool entries_ascend(const std::uint8_t* first, const std::uint8_t* second,
                     const idx::Header& header);
+// Do two entries have keys of which an order of unique keys takes one?
+bool same_keys(const std::uint8_t* first, const std::uint8_t* second, const idx::Header& header);
 
 }  // namespace tarnel

@@ -24,13 +24,6 @@ namespace {
 constexpr std::size_t kTagSize = 15;
 constexpr mode_t kMandatoryLock = S_ISGID;
 
-// The name of a table's file as an order keeps it, with its extension or without.
-bool names_table(std::string_view stored, std::string_view table) {
-  const auto cut = [](std::string_view name) { return name.substr(0, idx::kTableNameField); };
-  return same_letters(stored, cut(table)) ||
-         same_letters(stored, cut(table.substr(0, table.rfind('.'))));
-}
-
 // Areas of one process do not conflict by locks; an order of exclusive use must be alone all the
 // same.
 bool used_here(const struct stat& file, bool exclusive) {
@@ -223,6 +216,12 @@ class Closing {
 };
 
 }  // namespace
+
+bool names_table(std::string_view stored, std::string_view table) {
+  const auto cut = [](std::string_view name) { return name.substr(0, idx::kTableNameField); };
+  return same_letters(stored, cut(table)) ||
+         same_letters(stored, cut(table.substr(0, table.rfind('.'))));
+}
 
 void current_collation(std::uint8_t (&table)[256]) {
   if (const unsigned char* weights = collation(); weights != nullptr)

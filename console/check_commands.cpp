@@ -1,0 +1,83 @@
+#include "console/check_commands.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "console/browse_table.h"
+#include "console/session.h"
+#include "console/words.h"
+#include "core/classes.h"
+#include "core/output.h"
+#include "core/runtime.h"
+#include "core/stacks.h"
+#include "core/text.h"
+#include "db/area.h"
+#include "db/dbfidx/check/check.h"
+#include "db/info_codes.h"
+
+namespace tarnel {
+namespace {
+
+std::string counted(std::int64_t n, const char* what) {
+  return std::to_string(n) + " " + what + (n == 1 ? "" : "s");
+}
+
+struct Wanted {
+  std::string table;
+  std::vector<std::string> orders;
+};
+
+bool is_order(std::string_view file) {
+  return file.size() > 4 && same_letters(file.substr(file.size() - 4), ".idx");
+}
+
+std::vector<Wanted> wanted_files(std::string_view line) {
+  std::vector<Wanted> wanted;
+  while (!line.empty()) {
+    const std::string file = take_file_name(line);
+    if (is_order(file) && !wanted.empty())
+      wanted.back().orders.push_back(file);
+    else
+      wanted.push_back({file, {}});
+  }
+  return wanted;
+}
+
+// The tables that are open, each file once.
+std::vector<Wanted> open_files() {
+  std::vector<Wanted> wanted;
+  for (const WorkArea* area = area_list(); area != nullptr; area = area->next) {
+    const TempsMark mark;
+    const Var* path = send(area->server(), "info", TMP_INT(info::kFullPath));
+    if (path->type != 'C' || text_of(path).empty()) continue;
+    const std::string name(text_of(path));
+    if (std::none_of(wanted.begin(), wanted.end(),
+                     [&](const Wanted& other) { return other.table == name; }))
+      wanted.push_back({name, {}});
+  }
+  return wanted;
+}
+
+void check_one(const Wanted& wanted) {
+  const CheckResult result = check_table(
+      wanted.table, wanted.orders, [](const std::string& line) { write_output(line + "\n"); });
+  if (result.system_error != 0)
+    return complain(result.name + ": " + system_words(result.system_error));
+  if (!result.refused.empty()) return complain(result.name + ": " + result.refused);
+  if (result.faults > 0) set_exit_status(1);
+  write_output(result.name + ": " +
+               (result.faults == 0 ? "good" : counted(result.faults, "fault")) + " (" +
+               counted(result.records, "record") + ", " + counted(result.orders, "order") + ")\n");
+}
+
+}  // namespace
+
+bool check_files(std::string_view files) {
+  const std::vector<Wanted> wanted = files.empty() ? open_files() : wanted_files(files);
+  if (wanted.empty()) complain("no table is open, .check needs the name of a file");
+  for (const Wanted& one : wanted) check_one(one);
+  return true;
+}
+
+}  // namespace tarnel

@@ -1,0 +1,13 @@
+// The dot commands that look after the files of tables.
+#pragma once
+
+#include <string_view>
+
+namespace tarnel {
+
+// Checks tables with their memo files and orders: the named ones, or those that are open. A line for each
+// fault, then what became of each table. An order that is named goes with the table before it. Answers true:
+// the session goes on.
+bool check_files(std::string_view files);
+
+}  // namespace tarnel

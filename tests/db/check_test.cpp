@@ -1,0 +1,266 @@
+// The check of tables against files that were damaged by hand, at random, and against tables that others
+// change meanwhile.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+#include <random>
+
+#include "db/dbfidx/check/check.h"
+#include "tests/db/idx_checker.h"
+#include "tests/db/table_checker.h"
+#include "tests/db/table_files.h"
+#include "tests/db/table_test.h"
+
+namespace tarnel::testing {
+namespace {
+
+constexpr int kRecords = 60;
+constexpr std::size_t kHeader = 32 + 6 * 32 + 1, kRecord = 1 + 12 + 8 + 10 + 8 + 1 + 10;
+constexpr std::size_t kStride = 20;  // of an entry in NAME.idx
+const char* const kFiles[] = {"t.dbf", "t.dbt", "name.idx"};
+
+class CheckTest : public TableTest {
+ protected:
+  CheckTest() {
+    EXPECT_TRUE(create("t", {{"name", "C", 12, 0},
+                             {"n", "N", 8, 2},
+                             {"f", "F", 10, 0},
+                             {"d", "D", 8, 0},
+                             {"l", "L", 1, 0},
+                             {"m", "M", 10, 0}}));
+    EXPECT_TRUE(open("t", Use::kExclusive));
+    for (int i = 0; i < kRecords; ++i) {
+      call("dbappend");
+      put("name", text("name " + std::to_string(1000 + i * 37 % kRecords)));
+      put("n", number(i / 4.0, 2));
+      put("f", number(i * 1e30));
+      put("d", TMP_DATE(730000 + i));
+      put("l", logical(i % 2 == 0));
+      put("m", text(std::string(static_cast<std::size_t>(100 * (i % 8)), 'x')));
+    }
+    EXPECT_TRUE(yes("dbcreateindex", {text("name"), text("name")}));
+    call("dbclosearea");
+    for (const char* file : kFiles) whole_[file] = read_file(file);
+    EXPECT_EQ(independent(), "");
+  }
+
+  void restore() {
+    for (const auto& [file, bytes] : whole_) write_file(file, bytes);
+  }
+  // The lines that the check writes, a bar between them.
+  static std::string check(const char* file = "t") {
+    std::string lines;
+    const CheckResult result = check_table(
+        file, {}, [&](const std::string& line) { lines += (lines.empty() ? "" : "|") + line; });
+    EXPECT_EQ(take_errors(), "");
+    return result.system_error == 0 && result.refused.empty() ? lines : "refused";
+  }
+  // What the checkers that know nothing of the engine find; "" when nothing.
+  static std::string independent() {
+    if (std::string fault = table_fault("t"); !fault.empty()) return fault;
+    const IdxFile order = check_idx("name.idx");
+    if (!order.fault.empty()) return order.fault;
+    if (order.counter != static_cast<unsigned char>(read_file("t.dbf")[31])) return "counter";
+    return order_fault("name.idx", "t.dbf", records_of("t"), {1, 12});
+  }
+  // The first sector that hangs below the root.
+  std::size_t leaf() const { return word(page(root()) + 12); }
+  std::size_t root() const { return word(8); }
+  std::size_t word(std::size_t at) const {
+    const std::string& s = whole_.at("name.idx");
+    return static_cast<unsigned char>(s[at]) + 256U * static_cast<unsigned char>(s[at + 1]);
+  }
+  static std::size_t page(std::size_t sector) { return 512 * sector; }
+  static std::size_t entry(std::size_t sector, std::size_t i) {
+    return page(sector) + 12 + i * kStride;
+  }
+  static std::size_t record(int n) { return kHeader + static_cast<std::size_t>(n - 1) * kRecord; }
+
+  std::map<std::string, std::string> whole_;
+};
+
+struct Damage {
+  const char* file;
+  std::size_t at;  // where the bytes go; at the end of the file: they are added
+  std::string bytes;
+  std::string finding;
+};
+
+TEST_F(CheckTest, EveryDamageIsFoundWithItsPlace) {
+  EXPECT_EQ(check(), "");
+  const std::size_t size = whole_["t.dbf"].size(), pages = whole_["name.idx"].size() / 512;
+  const std::string leaf_page = "name.idx: page " + std::to_string(leaf());
+  const std::string root_page = "name.idx: page " + std::to_string(root());
+  const std::string_view first = std::string_view(whole_["name.idx"]).substr(entry(leaf(), 0), 20);
+  const std::string_view second = std::string_view(whole_["name.idx"]).substr(entry(leaf(), 1), 20);
+  const auto descriptor = [](std::size_t field, std::size_t at) { return 32 * field + at; };
+  const auto same = [](std::string_view entry) {
+    return std::to_string(static_cast<unsigned char>(entry[4]));
+  };
+  const Damage damages[] = {
+      {"t.dbf", 0, "\x30", "t.dbf: header: is no table of this kind: version 0x30"},
+      {"t.dbf", 8, le16(60000), "t.dbf: header: header size: 60000, the file has 3225"},
+      {"t.dbf", 10, le16(0), "t.dbf: header: record size 0"},
+      {"t.dbf", 10, le16(51),
+       "t.dbf: header: the fields don't make the record size: 6 lie in it, "
+       "the record size is 51"},
+      {"t.dbf", 4, le32(61), "t.dbf: header: counts more records than the file holds: 61 and 60"},
+      {"t.dbf", 4, le32(58), "t.dbf: header: bytes behind the last record: 100, 2 whole records"},
+      {"t.dbf", 4, le32(0xFFFFFFFF),
+       "t.dbf: header: counts more records than a table can have: 4294967295"},
+      {"t.dbf", size, "abc", "t.dbf: header: bytes behind the last record: 3, 0 whole records"},
+      {"t.dbf", 2, "\x0D", "t.dbf: header: no date of the last change: 2026-13-"},
+      {"t.dbf", kHeader - 1, " ", "t.dbf: header: no end mark behind the fields"},
+      {"t.dbf", descriptor(2, 0), std::string(1, '\0'), "t.dbf: field 2 : no name of a field"},
+      {"t.dbf", descriptor(3, 0), "n", "t.dbf: field 3 n: a name that another field has"},
+      {"t.dbf", descriptor(4, 11), "X", "t.dbf: field 4 D: no type of a field: X"},
+      {"t.dbf", descriptor(4, 16), "\x09",
+       "t.dbf: field 4 D: a length that the type doesn't have: "
+       "D 9"},
+      {"t.dbf", 0, "\x03",
+       "t.dbf: header: memo fields and memo file don't go together: fields, no "
+       "memo file"},
+      {"t.dbf", record(7), "?", "t.dbf: record 7: no delete mark: 0x3f"},
+      {"t.dbf", record(7) + 13, "   1x2  ", "t.dbf: record 7, field N: no number:    1x2  "},
+      {"t.dbf", record(60) + 21, "******", "t.dbf: record 60, field F: no number: ******"},
+      {"t.dbf", record(7) + 31, "20230229", "t.dbf: record 7, field D: no date: 20230229"},
+      {"t.dbf", record(7) + 39, "y", "t.dbf: record 7, field L: neither T nor F: y"},
+      {"t.dbf", record(2) + 40, "         x", "t.dbf: record 2, field M: no number of a block"},
+      {"t.dbf", record(1) + 40, "      9999",
+       "t.dbf: record 1, field M, block 9999: outside of the memo file"},
+      {"t.dbf", record(3) + 40, whole_["t.dbf"].substr(record(2) + 40, 10),
+       "t.dbf: record 3, field M, block 1: shared with another memo"},
+      {"t.dbt", 512 + 100, "y", "t.dbf: record 3, field M, block 2: shared with another memo"},
+      {"t.dbt", whole_["t.dbt"].rfind('\x1A'), "y",
+       "t.dbf: record 60, field M, block 66: no end mark"},
+      {"t.dbt", 0, le32(5),
+       "t.dbf: record 6, field M, block 5: the next memo will be written there"},
+      {"t.dbt", 0, le32(0), "t.dbf: memo file, block 0: no next free block: 0, memos reach"},
+      {"name.idx", 0, "R", "name.idx: header: header contradicts itself: version"},
+      {"name.idx", 20, "Z", "name.idx: header: header contradicts itself: unknown key type"},
+      {"name.idx", 28, le32(40), "name.idx: header: header contradicts itself: keys in a page"},
+      {"name.idx", 16, le32(999),
+       "name.idx: header: more pages than the file holds: 999 and " + std::to_string(pages)},
+      {"name.idx", 1025, "\x77", "name.idx: header: lacks changes of the table: change 119 of "},
+      {"name.idx", 4, le32(61), "name.idx: header: number of keys: 61, the table has 60 records"},
+      {"name.idx", 4, le32(59), "name.idx: header: number of keys: 59, the pages have 60"},
+      {"name.idx", 8, le32(2), "name.idx: page 2: no page of the file"},
+      {"name.idx", page(leaf()), le32(0), leaf_page + ": no key in it"},
+      {"name.idx", page(leaf()), le32(255),
+       leaf_page + ": more keys than a page has room for: 255"},
+      {"name.idx", page(leaf()), le32(5), "name.idx: record "},
+      {"name.idx", entry(root(), 1), whole_["name.idx"].substr(entry(root(), 0), 4),
+       leaf_page + ": hangs in two places"},
+      {"name.idx", entry(leaf(), 0), le32(static_cast<unsigned>(root())),
+       root_page + ": hangs in two places"},
+      {"name.idx", entry(leaf(), 2) + 4, le32(999),
+       leaf_page + ": of a record that isn't there: key 3, record 999"},
+      {"name.idx", entry(leaf(), 2) + 4, le32(0),
+       leaf_page + ": of a record that isn't there: key 3, record 0"},
+      {"name.idx", entry(leaf(), 0) + 8, "name 0",
+       leaf_page + ": not the key of its record: key 1"},
+      {"name.idx", entry(leaf(), 0), std::string(second) + std::string(first),
+       leaf_page + ": not where it belongs: key 2, record " + same(first)},
+      {"name.idx", entry(leaf(), 0), std::string(second),
+       leaf_page + ": not where it belongs: key 2, record " + same(second)},
+      {"name.idx", 16, le32(static_cast<unsigned>(pages) - 1), "name.idx: page "},
+      {"name.idx", 12, le32(static_cast<unsigned>(leaf())),
+       leaf_page + ": hangs in two places: free"},
+  };
+  for (const Damage& damage : damages) {
+    std::string bytes = whole_[damage.file];
+    bytes.replace(damage.at, std::min(damage.bytes.size(), bytes.size() - damage.at), damage.bytes);
+    write_file(damage.file, bytes);
+    const std::string found = "|" + check();
+    EXPECT_NE(found.find("|" + damage.finding), std::string::npos) << damage.finding << "\n"
+                                                                   << found;
+    EXPECT_NE(independent(), "") << damage.finding;
+    EXPECT_EQ(read_file(damage.file), bytes) << "nothing is written";
+    restore();
+  }
+  std::filesystem::remove("t.dbt");
+  EXPECT_EQ(check(),
+            "t.dbt: no such file: No such file or directory|t.dbf: note: the table can't be "
+            "opened as it is, its orders were not looked at");
+  EXPECT_EQ(check("nowhere"), "refused");
+}
+
+TEST_F(CheckTest, WhatTheIndependentCheckersFindInDamagedBytesIsFoundToo) {
+  std::mt19937 random(7);
+  int faulty = 0, disagreed = 0;
+  for (int i = 0; i < 300; ++i) {
+    const std::string file = kFiles[random() % 3];
+    std::string bytes = whole_[file];
+    for (std::size_t n = random() % 3 + 1; n > 0; --n) {
+      const std::size_t head =
+          file == "t.dbf" ? kHeader : std::min<std::size_t>(bytes.size(), 1536);
+      const std::size_t at = random() % (random() % 2 == 0 ? head : bytes.size());
+      if (random() % 20 == 0)
+        bytes.resize(at + 1);
+      else
+        bytes[at] = static_cast<char>(random() % 4 == 0 ? "\0\x1A 9"[random() % 4] : random());
+    }
+    write_file(file, bytes);
+    const std::string expected = independent(), found = check();
+    faulty += expected.empty() ? 0 : 1;
+    const bool good = found.empty() || (found.find("note:") != found.npos && expected.empty());
+    if (expected.empty() != good && ++disagreed < 10)
+      ADD_FAILURE() << file << " " << i << ": " << expected << " / " << found;
+    restore();
+  }
+  EXPECT_GT(faulty, 100);
+}
+
+TEST_F(CheckTest, NothingIsFoundInATableThatOthersChange) {
+  ASSERT_TRUE(open("t", Use::kExclusive));
+  for (int i = 0; i < 2000; ++i) {
+    call("dbappend");
+    put("name", text("more " + std::to_string(i * 7919 % 10007)));
+  }
+  ASSERT_TRUE(yes("dbcreateindex", {text("name"), text("name")}));
+  ASSERT_TRUE(yes("ordcondset", {text("n > 5")}) &&
+              yes("ordcreate", {text("some"), nil_value(), text("n")}));
+  call("dbclosearea");
+  int gate[2];
+  ASSERT_EQ(pipe(gate), 0);
+  std::vector<pid_t> writers;
+  for (int w = 0; w < 3; ++w)
+    writers.push_back(start_process([&, w] {
+      ::close(gate[1]);
+      fcntl(gate[0], F_SETFL, O_NONBLOCK);
+      if (!open("t", Use::kShared) || !yes("ordlistadd", {text("name")}) ||
+          !yes("ordlistadd", {text("some")}))
+        _exit(2);
+      std::mt19937 random(static_cast<unsigned>(w));
+      int changes = 0;
+      for (char c; ::read(gate[0], &c, 1) != 0; ++changes) {
+        const std::int32_t mark = temp_top();
+        if (random() % 8 == 0) {
+          call("dbappend");
+        } else {
+          call("dbgoto", {integer(static_cast<int>(random() % 2000) + 1)});
+          if (!yes("rlock")) continue;
+        }
+        put("name", text("w" + std::to_string(random() % 100000)));
+        put("n", integer(static_cast<int>(random() % 10)));
+        // No whole number of blocks: such a text, put in the place of a shorter one, runs into the next.
+        if (random() % 4 == 0)
+          put("m", text(std::string(random() % 6 * 512 + 1 + random() % 511, 'm')));
+        call("dbcommit");
+        POP_TEMPS(mark);
+        usleep(100);
+      }
+      call("dbunlock");
+      if (changes < 100) _exit(3);
+    }));
+  ::close(gate[0]);
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(check(), "");
+  ::close(gate[1]);
+  for (const pid_t pid : writers) EXPECT_TRUE(ended_well(pid));
+  EXPECT_EQ(check(), "");
+}
+
+}  // namespace
+}  // namespace tarnel::testing
