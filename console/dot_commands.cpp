@@ -7,6 +7,8 @@
 #include "console/bulk_commands.h"
 #include "console/check_commands.h"
 #include "console/open_commands.h"
+#include "console/output_target.h"
+#include "console/row_commands.h"
 #include "console/session.h"
 #include "console/table_commands.h"
 #include "console/words.h"
@@ -32,9 +34,13 @@ bool quit(std::string_view);
 bool read(std::string_view name);
 bool screen(std::string_view name);
 bool set(std::string_view arguments);
+bool set_bail(std::string_view on_or_off);
+bool set_echo(std::string_view on_or_off);
+bool set_timer(std::string_view on_or_off);
 
 constexpr DotCommand kDotCommands[] = {
     {"append", "FILE", "adds records of a table, or of a text (.csv, .txt, .sdf)", append_records},
+    {"bail", "on|off", "ends a file with the first line that complains, or not", set_bail},
     {"browse", "[FIELDS] [ro]", "shows the current table on the screen to look through and edit",
      browse},
     {"check", "[FILE...]", "looks for damage in tables, their memos and orders; changes nothing",
@@ -42,14 +48,25 @@ constexpr DotCommand kDotCommands[] = {
     {"close", "[ALIAS|all]", "closes the current table, another one, or all", close_command},
     {"copy", "FILE [FIELDS] [for CONDITION]",
      "makes a table, or a text (.csv, .txt, .sdf), of records", copy_records},
+    {"echo", "on|off", "writes lines before they run, or not", set_echo},
     {"filter", "[CONDITION]",
      "hides the records of the current table for which it isn't true, or none", set_filter},
     {"help", "[NAME]", "tells about the commands, or about a function or command", help},
-    {"list", "[N]", "shows N records from the current one on, 20 by default", list_records},
+    {"headers", "on|off", "shows the names of columns, or not", show_headers},
+    {"list", "[N|all] [FIELDS] [for EXPR] [while EXPR]",
+     "shows N records from the current one on, 20 by default, or all", list_records},
+    {"mode", "[MODE]",
+     "shows rows as table, box, line, csv, tsv, json, jsonl, markdown, html or insert",
+     choose_mode},
+    {"null", "TEXT", "what is shown for fields that hold nothing", set_nothing},
+    {"once", "FILE, |COMMAND", "writes what the next line shows to a file or a command",
+     once_command},
     {"open", "[-w|-x] FILE [ALIAS]",
      "opens a table to read it, to write it as well, or for nobody else", open_command},
     {"orders", "", "shows the orders of the current table, the controlling one marked with *",
      list_orders},
+    {"output", "[FILE, |COMMAND]", "writes to a file or a command, or where it did at first",
+     output_command},
     {"pack", "", "drops the records that are marked as deleted", pack_records},
     {"quit", "", "ends the session", quit},
     {"read", "FILE", "runs the lines of a file", read},
@@ -57,6 +74,8 @@ constexpr DotCommand kDotCommands[] = {
     {"set", "[NAME [VALUE]]", "shows or changes settings", set},
     {"struct", "", "shows the fields of the current table", list_structure},
     {"tables", "", "shows the open tables, the current one marked with *", list_tables},
+    {"timer", "on|off", "tells the time that each line took, or not", set_timer},
+    {"width", "[N...]", "how wide columns are: 0 as need be, below 0 to the right", set_widths},
     {"zap", "[!]", "drops all records; asks, unless told by the !", zap_records},
 };
 
@@ -182,6 +201,19 @@ bool set(std::string_view arguments) {
       setting(row, value);
   }
   if (!found) complain("there is no setting " + name);
+  return true;
+}
+
+bool set_bail(std::string_view on_or_off) {
+  static_cast<void>(read_switch(".bail", on_or_off, session_switches().bail));
+  return true;
+}
+bool set_echo(std::string_view on_or_off) {
+  static_cast<void>(read_switch(".echo", on_or_off, session_switches().echo));
+  return true;
+}
+bool set_timer(std::string_view on_or_off) {
+  static_cast<void>(read_switch(".timer", on_or_off, session_switches().timer));
   return true;
 }
 

@@ -189,7 +189,7 @@ void run_interactive() {
     editor.remember(line);
     // An interrupt breaks off what the line runs, and no more than that.
     in_sequence([&] {
-      goes_on = run_line(line);
+      goes_on = run_line(line) || take_bail();
       flush_output();
     });
   }

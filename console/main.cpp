@@ -9,7 +9,9 @@
 
 #include "console/line_editor.h"
 #include "console/open_commands.h"
+#include "console/output_target.h"
 #include "console/progress.h"
+#include "console/row_commands.h"
 #include "console/screen_session.h"
 #include "console/session.h"
 #include "console/table_commands.h"
@@ -31,17 +33,24 @@ namespace tarnel {
 namespace {
 
 constexpr const char* kUsage =
-    "usage: tnsh [-s] [-w|-x|-readonly] [-e EXPR]... [TABLE.dbf]... [FILE]\n"
-    "  -e EXPR       evaluates an expression and prints its value\n"
+    "usage: tnsh [OPTIONS] [TABLE.dbf]... [FILE]\n"
+    "  -e EXPR       evaluates an expression, or runs a command, and prints its value\n"
     "  -s, --screen  runs them on a screen, where values aren't printed\n"
     "  -w, -x        opens the tables to write them, -x for nobody else\n"
     "  -readonly     lets .open open tables for reading only\n"
+    "  -csv, -json, -line  chooses how rows are shown, as .mode does\n"
+    "  -bail         ends the run with the first line that complains\n"
+    "  -init FILE    runs the lines of a file first\n"
+    "  -cmd LINE     runs a line before the input\n"
+    "  --version     tells which version this is\n"
     "  TABLE.dbf     is opened, by default shared and for reading only\n"
     "  FILE          runs the lines of a file; without it and -e those of standard input\n";
+constexpr const char* kVersion = "tnsh 1.10\n";
 constexpr int kWrongUse = 2;
 
 struct CommandLine {
-  std::vector<const char*> expressions, tables;
+  std::vector<const char*> expressions, tables, beginnings;
+  const char *init = nullptr, *mode = nullptr;
   const char* file = nullptr;
   OpenFor use = OpenFor::kReading;
   bool on_screen = false;
@@ -56,6 +65,11 @@ bool reads_input(const CommandLine& line) {
   _exit(status);
 }
 
+[[noreturn]] void tell_version() {
+  write_fully(STDOUT_FILENO, kVersion);
+  _exit(0);
+}
+
 // What an option does with its argument, null for one that has none. Letters are short forms.
 struct Option {
   const char* name;  // null: it has only a letter
@@ -64,10 +78,17 @@ struct Option {
   void (*take)(CommandLine& line, const char* argument);
 };
 constexpr Option kOptions[] = {
+    {"bail", 'b', false, [](CommandLine&, const char*) { session_switches().bail = true; }},
+    {"cmd", 'c', true, [](CommandLine& line, const char* a) { line.beginnings.push_back(a); }},
+    {"csv", 'C', false, [](CommandLine& line, const char*) { line.mode = "csv"; }},
     {nullptr, 'e', true, [](CommandLine& line, const char* a) { line.expressions.push_back(a); }},
     {"help", 'h', false, [](CommandLine&, const char*) { usage(STDOUT_FILENO, 0); }},
+    {"init", 'i', true, [](CommandLine& line, const char* a) { line.init = a; }},
+    {"json", 'J', false, [](CommandLine& line, const char*) { line.mode = "json"; }},
+    {"line", 'L', false, [](CommandLine& line, const char*) { line.mode = "line"; }},
     {"readonly", 'r', false, [](CommandLine&, const char*) { forbid_writing(); }},
     {"screen", 's', false, [](CommandLine& line, const char*) { line.on_screen = true; }},
+    {"version", 'V', false, [](CommandLine&, const char*) { tell_version(); }},
     {nullptr, 'w', false, [](CommandLine& line, const char*) { line.use = OpenFor::kWriting; }},
     {nullptr, 'x', false, [](CommandLine& line, const char*) { line.use = OpenFor::kAlone; }},
 };
@@ -120,8 +141,11 @@ void open_tables_of(const CommandLine& line) {
 
 void run(const CommandLine& line) {
   open_tables_of(line);
-  for (const char* expression : line.expressions)
-    if (!run_line(expression)) return;
+  if (line.init != nullptr && !run_file(line.init)) return;
+  if (line.mode != nullptr) choose_mode(line.mode);
+  for (const auto& lines : {line.beginnings, line.expressions})
+    for (const char* text : lines)
+      if (!run_or_bail(text)) return;
   if (line.file != nullptr)
     run_file(line.file);
   else if (!line.expressions.empty())
@@ -142,6 +166,7 @@ void run_on_screen(const CommandLine& line) {
 Var* console_main(std::int32_t, Var**) {
   set_interrupt_answer(InterruptAnswer::kLeave);
   open_session();
+  guard_terminal();
   show_progress();
   tell_of_orders();
   let_accept_read_input(!reads_input(command_line));
@@ -149,6 +174,7 @@ Var* console_main(std::int32_t, Var**) {
     run_on_screen(command_line);
   else
     run(command_line);
+  end_output();
   return nil_value();
 }
 

@@ -7,15 +7,19 @@
 #include <cassert>
 #include <cctype>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <utility>
 
+#include "console/cell_text.h"
 #include "console/dot_commands.h"
+#include "console/output_target.h"
 #include "console/screen_session.h"
 #include "core/classes.h"
 #include "core/descriptors.h"
 #include "core/error_object.h"
+#include "core/errors.h"
 #include "core/frame.h"
 #include "core/open_files.h"
 #include "core/output.h"
@@ -38,6 +42,9 @@ struct SessionState {
   std::int32_t line = 0;
   int reading = 0;
   std::string* messages = nullptr;
+  int complaints = 0;
+  bool bailed = false;
+  SessionSwitches switches;
   std::string kept_lines;  // for standard error, while a screen is on its terminal
 } session;
 
@@ -155,6 +162,21 @@ class LineReader {
   int error_ = 0;
 };
 
+// The time of a line, written when it has run.
+class LineTimer {
+ public:
+  ~LineTimer() {
+    if (!session.switches.timer || !wanted_) return;
+    const std::chrono::duration<double> taken = Clock::now() - start_;
+    write_output(format_text("%.3f s\n", taken.count()));
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  const bool wanted_ = session.switches.timer;
+  const Clock::time_point start_ = Clock::now();
+};
+
 // A file whose lines run: inside it lines count anew.
 class OpenedFile {
  public:
@@ -193,18 +215,36 @@ bool run_line(std::string_view line) {
   session.frame.line = ++session.line;
   if (line.empty() || line.front() == '#') return true;
   bool goes_on = true;
+  if (session.switches.echo) write_output(std::string(line) + "\n");
+  const LineTimer timer;
   if (is_dot_line(line))
     goes_on = run_dot_line(line.substr(1));
   else
     run_expression(line);
   POP_TEMPS(session.frame.temp_mark);
+  end_of_line();
   return goes_on;
+}
+
+bool run_or_bail(std::string_view line) {
+  const int before = session.complaints;
+  const bool goes_on = run_line(line);
+  session.bailed |= session.switches.bail && session.complaints != before;
+  return goes_on && !session.bailed;
+}
+
+SessionSwitches& session_switches() {
+  return session.switches;
+}
+
+bool take_bail() {
+  return std::exchange(session.bailed, false);
 }
 
 bool run_lines(int fd, const char* name) {
   LineReader reader(fd);
   bool goes_on = true;
-  for (std::string line; goes_on && reader.next(line);) goes_on = run_line(line);
+  for (std::string line; goes_on && reader.next(line);) goes_on = run_or_bail(line);
   if (reader.error() != 0) complain(std::string(name) + ": " + std::strerror(reader.error()));
   return goes_on;
 }
@@ -247,6 +287,7 @@ void complain(std::string_view text) {
     return;
   }
   set_exit_status(1);
+  ++session.complaints;
   tell(text);
 }
 
@@ -256,7 +297,8 @@ void tell(std::string_view text) {
     return;
   }
   flush_output();
-  write_fully(STDERR_FILENO, std::string(text) + "\n");
+  const std::string line = isatty(STDERR_FILENO) != 0 ? terminal_text(text) : std::string(text);
+  write_fully(STDERR_FILENO, line + "\n");
 }
 
 void write_kept_lines() {

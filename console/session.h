@@ -15,6 +15,8 @@ void open_session();
 
 // Runs one line: nothing, a dot command or an expression. False when it ended the session.
 bool run_line(std::string_view line);
+// The same for a line of a script or the command line; also false when it complained and `bail` is on.
+bool run_or_bail(std::string_view line);
 // Runs the lines of a descriptor up to its end or to .quit; false for the latter. The name is for
 // complaints.
 bool run_lines(int fd, const char* name);
@@ -22,6 +24,16 @@ bool run_lines(int fd, const char* name);
 bool run_file_on_screen(const char* name);
 // Runs the lines of a file. A file that can't be read, or that reads itself, is a complaint.
 bool run_file(const char* name);
+
+// What changes how lines run.
+struct SessionSwitches {
+  bool bail = false;   // a line that complains ends the file that it stands in, and all around it
+  bool echo = false;   // lines are written before they run
+  bool timer = false;  // the time that a line took is written behind it
+};
+SessionSwitches& session_switches();
+// Did a file end early because of `bail`? Forgets it.
+bool take_bail();
 
 // Evaluates an expression for a dot command.
 Var* evaluate_argument(std::string_view expression);

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <charconv>
 
+#include "console/row_commands.h"
 #include "console/session.h"
 #include "console/words.h"
 #include "core/arrays.h"
@@ -21,58 +22,6 @@
 
 namespace tarnel {
 namespace {
-
-constexpr int kUsualRecords = 20;
-constexpr std::size_t kWidestColumn = 40;
-
-using Row = std::vector<std::string>;
-
-// Columns as wide as their widest cell; numbers stand right.
-class AlignedTable {
- public:
-  AlignedTable() = default;
-  explicit AlignedTable(Row head) { add(std::move(head)); }
-  void add(Row row) {
-    widths_.resize(std::max(widths_.size(), row.size()));
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      if (row[i].size() > kWidestColumn) row[i] = row[i].substr(0, kWidestColumn - 3) + "...";
-      widths_[i] = std::max(widths_[i], row[i].size());
-    }
-    rows_.push_back(std::move(row));
-  }
-  void write() const {
-    for (const Row& row : rows_) {
-      std::string line;
-      for (std::size_t i = 0; i < row.size(); ++i) {
-        const std::string padding(widths_[i] - row[i].size(), ' ');
-        line += is_number(row[i]) ? padding + row[i] : row[i] + padding;
-        line += "  ";
-      }
-      line.erase(line.find_last_not_of(' ') + 1);
-      write_output(line + "\n");
-    }
-  }
-
- private:
-  static bool is_number(const std::string& text) {
-    return text.find_first_of("0123456789") != std::string::npos &&
-           text.find_first_not_of("0123456789.-") == std::string::npos;
-  }
-  std::vector<Row> rows_;
-  std::vector<std::size_t> widths_;
-};
-
-// One line of text: control characters would break the table.
-std::string cell_text(Var* value) {
-  std::string mask, text;
-  if (is_text(value))
-    text = text_of(value);
-  else
-    varDefaultText(value, mask, text);
-  for (char& c : text)
-    if (std::iscntrl(static_cast<unsigned char>(c)) != 0) c = ' ';
-  return std::string(trim_blanks(text));
-}
 
 std::string number_text(Var* value) {
   return std::to_string(integer_of(value));
@@ -151,78 +100,6 @@ const char* state_word(std::int32_t state) {
                                : "?";
 }
 
-Var* server_or_complaint() {
-  Var* server = current_server();
-  if (server == nullptr) complain("no table is open in the current area");
-  return server;
-}
-
-// The records of the current table from the current one on, as filter and stored scope let them show.
-// What conditions select is undone, and one that closes the table ends the list.
-class RecordList {
- public:
-  explicit RecordList(Var* server)
-      : kept_(server), server_(server), fields_(integer_of(get_ivar(server, "fcount"))) {
-    Row head = {"record", ""};
-    for (std::int32_t i = 1; i <= fields_; ++i)
-      head.emplace_back(text_of(call(server, "fieldname", TMP_INT(i))));
-    table_.add(std::move(head));
-  }
-  RecordList(const RecordList&) = delete;
-  RecordList& operator=(const RecordList&) = delete;
-
-  void write(int wanted) {
-    for (const Aspect& aspect : kAspects)
-      if (const std::string text = aspect.text(server_); !text.empty())
-        write_output(std::string(aspect.name) + ": " + text + "\n");
-    Var* stood = TMP_INT(integer_of(get_ivar(server_, "recno")));
-    std::int32_t left = integer_of(get_ivar(server_, "scope"));
-    if (is_there() && is_hidden()) call(server_, "skip");
-    for (; wanted > 0 && left != 0 && is_there() && holds("whileblock"); --left) {
-      const TempsMark mark;
-      if (holds("forblock") && is_there()) {
-        add_record();
-        --wanted;
-      }
-      if (is_there()) call(server_, "skip");
-    }
-    if (truth_of(get_ivar(server_, "used"))) call(server_, "goto", stood);
-    table_.write();
-  }
-
- private:
-  bool is_there() {
-    return truth_of(get_ivar(server_, "used")) && !truth_of(get_ivar(server_, "eof"));
-  }
-  bool gives_true(Var* block) {
-    const AreaScope in(area_by_server(server_));
-    const Var* result = run_block_with(block);
-    return is_number_or_logical(result) && truth_of(result);
-  }
-  bool holds(const char* condition) {
-    Var* block = get_ivar(server_, condition);
-    return !is_block(block) || gives_true(block);
-  }
-  // Moves pass over what is hidden, but the cursor may stand there.
-  bool is_hidden() {
-    if (settings().deleted && truth_of(get_ivar(server_, "deleted"))) return true;
-    Var* filter = filter_block(server_);
-    return is_block(filter) && !gives_true(filter);
-  }
-  void add_record() {
-    Row row = {number_text(get_ivar(server_, "recno")),
-               truth_of(get_ivar(server_, "deleted")) ? "*" : ""};
-    for (std::int32_t i = 1; i <= fields_; ++i)
-      row.push_back(cell_text(call(server_, "fieldget", TMP_INT(i))));
-    table_.add(std::move(row));
-  }
-
-  const CellHold kept_;
-  Var* const server_;
-  const std::int32_t fields_;
-  AlignedTable table_;
-};
-
 void complete_fields(Var* server, const std::string& prefix, std::string_view beginning,
                      std::vector<std::string>& names) {
   const TempsMark mark;
@@ -235,6 +112,19 @@ void complete_fields(Var* server, const std::string& prefix, std::string_view be
 
 }  // namespace
 
+Var* server_or_complaint() {
+  Var* server = current_server();
+  if (server == nullptr) complain("no table is open in the current area");
+  return server;
+}
+
+void write_aspects(Var* server, bool with_scope) {
+  for (const Aspect& aspect : kAspects)
+    if (with_scope || aspect.text != scope_of)
+      if (const std::string text = aspect.text(server); !text.empty())
+        write_output(std::string(aspect.name) + ": " + text + "\n");
+}
+
 bool list_tables(std::string_view) {
   const TempsMark mark;
   std::vector<Aspect> shown;  // those that any table has
@@ -244,19 +134,20 @@ bool list_tables(std::string_view) {
         shown.push_back(aspect);
         break;
       }
-  Row head = {"area", "alias", "records", "use", "locked", "file"};
+  std::vector<std::string> head = {"area", "alias", "records", "use", "locked", "file"};
   for (const Aspect& aspect : shown) head.emplace_back(aspect.name);
-  AlignedTable table(std::move(head));
+  TextRows table(head);
   for (const WorkArea* area = area_list(); area != nullptr; area = area->next) {
     Var* server = area->server();
-    Row row = {std::to_string(area->number) + (area == current_area() ? "*" : ""),
-               std::string(text_of(get_ivar(server, "alias"))),
-               number_text(get_ivar(server, "lastrec")),
-               mode_of(server),
-               locks_of(server),
-               shown_path(text_of(get_ivar(server, "filespec")))};
+    std::vector<std::string> row = {
+        std::to_string(area->number) + (area == current_area() ? "*" : ""),
+        std::string(text_of(get_ivar(server, "alias"))),
+        number_text(get_ivar(server, "lastrec")),
+        mode_of(server),
+        locks_of(server),
+        shown_path(text_of(get_ivar(server, "filespec")))};
     for (const Aspect& aspect : shown) row.push_back(aspect.text(server));
-    table.add(std::move(row));
+    table.add(row);
   }
   table.write();
   return true;
@@ -271,7 +162,7 @@ bool list_orders(std::string_view) {
     return send(server, "orderinfo", TMP_INT(what), TMP_INT(order));
   };
   const std::int32_t current = integer_of(call(server, "indexord"));
-  AlignedTable table({"order", "keys", "state", "kind", "key", "for", "file"});
+  TextRows table({"order", "keys", "state", "kind", "key", "for", "file"});
   std::vector<std::int32_t> states;
   for (std::int32_t i = 1; i <= integer_of(get_ivar(server, "indexcount")); ++i)
     states.push_back(integer_of(ask(kCheck, i)));
@@ -294,7 +185,7 @@ bool list_structure(std::string_view) {
   const TempsMark mark;
   Var* server = server_or_complaint();
   if (server == nullptr) return true;
-  AlignedTable table({"field", "name", "type", "length", "decimals"});
+  TextRows table({"field", "name", "type", "length", "decimals"});
   const Var* rows = call(server, "dbstruct");
   for (std::int32_t i = 1; rows->type == 'A' && i <= element_count(rows); ++i) {
     const Var* row = element(rows, i);
@@ -303,16 +194,6 @@ bool list_structure(std::string_view) {
                number_text(element(row, 4))});
   }
   table.write();
-  return true;
-}
-
-bool list_records(std::string_view count) {
-  const TempsMark mark;
-  if (server_or_complaint() == nullptr) return true;
-  RecordList list(current_server());
-  int wanted = kUsualRecords;
-  if (!count.empty()) std::from_chars(count.data(), count.data() + count.size(), wanted);
-  list.write(wanted);
   return true;
 }
 

@@ -5,17 +5,21 @@
 #include <string_view>
 #include <vector>
 
+#include "core/var.h"
+
 namespace tarnel {
 
 // Each gets the rest of its line and answers true: the session goes on.
 bool list_tables(std::string_view);
 bool list_orders(std::string_view);
 bool list_structure(std::string_view);
-// Writes N records from the current one on, 20 by default, as filter and stored scope let them show, behind
-// what those are; the cursor ends where it stood.
-bool list_records(std::string_view count);
 // Sets the filter of the current table; without a condition it is cleared.
 bool set_filter(std::string_view condition);
+
+// The driver of the current table; null after a complaint.
+Var* server_or_complaint();
+// Writes what hides records or moves with them: filter and relations, and the stored scope if wanted.
+void write_aspects(Var* server, bool with_scope);
 
 // From now on a line on standard error tells of each order that lacks changes of its table, when it is
 // opened or chosen.

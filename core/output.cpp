@@ -18,7 +18,9 @@ struct OutputState {
   std::string buffer;
   void (*tee)(std::string_view) = nullptr;
   void (*device)(std::string_view) = nullptr;
+  std::string (*filter)(std::string_view) = nullptr;
   bool broken = false;  // a write failed
+  bool reader_may_go = false;
 } state;
 
 }  // namespace
@@ -27,7 +29,10 @@ void write_output(std::string_view text) {
   if (state.tee != nullptr) state.tee(text);
   if (state.device != nullptr) return state.device(text);
   if (state.buffer.capacity() < kFirstSize) state.buffer.reserve(kFirstSize);
-  state.buffer.append(text);
+  if (state.filter != nullptr)
+    state.buffer.append(state.filter(text));
+  else
+    state.buffer.append(text);
   if (state.buffer.size() > kBufferLimit) flush_output();
 }
 
@@ -46,6 +51,7 @@ bool write_gathered() {
 
 void flush_output() {
   while (!write_gathered()) {
+    if (state.broken && state.reader_may_go && errno == EPIPE) return;
     if (state.broken) {
       set_dos_error(errno);
       RT_WARNING(104, "Write error on standard output");
@@ -69,6 +75,19 @@ void write_direct_line(std::string_view text) {
 
 void set_output_device(void (*device)(std::string_view text)) {
   state.device = device;
+}
+
+void set_output_filter(std::string (*filter)(std::string_view text)) {
+  state.filter = filter;
+}
+
+void renew_output(bool reader_may_go) {
+  state.broken = false;
+  state.reader_may_go = reader_may_go;
+}
+
+bool output_works() {
+  return !state.broken;
 }
 
 void set_output_tee(void (*tee)(std::string_view text)) {

@@ -2,6 +2,7 @@
 // of bytes is that of the program.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "core/descriptors.h"
@@ -22,6 +23,15 @@ void write_direct_line(std::string_view text);  // the text, then one line feed 
 
 // Where output goes instead of descriptor 1; null: nowhere else. What is gathered should be written first.
 void set_output_device(void (*device)(std::string_view text));
+
+// What text becomes on its way to descriptor 1, for one that can't take every byte; null: what it is.
+void set_output_filter(std::string (*filter)(std::string_view text));
+
+// Descriptor 1 leads elsewhere from now on: whether writes fail shows anew. What is gathered should be written first.
+// Writes to a pipe whose reader has gone are no error when `reader_may_go`.
+void renew_output(bool reader_may_go);
+// Has no write failed so far?
+bool output_works();
 
 // A second receiver of all output (alternate and print files); null: none.
 void set_output_tee(void (*tee)(std::string_view text));

@@ -44,9 +44,7 @@ OpenStream& stream_of(Stream stream) {
 
 void close_stream(OpenStream& stream) {
   if (stream.fd >= 0) close_file(stream.fd);
-  if (stream.reader > 0)
-    retried([&] { return waitpid(stream.reader, nullptr, 0); },
-            [] { return errno == EINTR && !signal_waits(); });
+  if (stream.reader > 0) wait_for_reader(stream.reader);
   stream = {};
 }
 
@@ -69,24 +67,6 @@ int spawn_on(int input, std::string command, pid_t& child) {
   posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   return failure;
-}
-
-// Starts a command that reads what is written to the stream. False with errno set.
-bool start_reader(std::string_view command, OpenStream& stream) {
-  int ends[2];
-  errno = ENOENT;
-  if (trim_left(command).empty() || pipe2(ends, O_CLOEXEC) != 0) return false;
-  flush_output();  // what the command writes comes behind what was written before it
-  const int failure = spawn_on(ends[0], std::string(command), stream.reader);
-  ::close(ends[0]);
-  if (failure == 0) {
-    stream.fd = ends[1];
-    return true;
-  }
-  ::close(ends[1]);
-  stream.reader = -1;
-  errno = failure;
-  return false;
 }
 
 // Opens a plain file; a missing one is created. A failure has been reported.
@@ -117,6 +97,25 @@ void write_stream(Stream which, std::string_view text) {
 
 }  // namespace
 
+int open_pipe_to(std::string_view command, pid_t& reader) {
+  int ends[2];
+  errno = ENOENT;
+  if (trim_left(command).empty() || pipe2(ends, O_CLOEXEC) != 0) return -1;
+  flush_output();  // what the command writes comes behind what was written before it
+  const int failure = spawn_on(ends[0], std::string(command), reader);
+  ::close(ends[0]);
+  if (failure == 0) return ends[1];
+  ::close(ends[1]);
+  reader = -1;
+  errno = failure;
+  return -1;
+}
+
+void wait_for_reader(pid_t reader) {
+  retried([&] { return waitpid(reader, nullptr, 0); },
+          [] { return errno == EINTR && !signal_waits(); });
+}
+
 void open_stream(Stream which, std::string_view name, bool append) {
   OpenStream& stream = stream_of(which);
   close_stream(stream);
@@ -125,7 +124,8 @@ void open_stream(Stream which, std::string_view name, bool append) {
     const std::string kept{name};
     bool opened = false;
     if (name[0] == '|') {
-      opened = start_reader(name.substr(1), stream);
+      stream.fd = open_pipe_to(name.substr(1), stream.reader);
+      opened = stream.fd >= 0;
       if (!opened) {
         set_dos_error(errno);
         RT_WARNING(101, "file '" + kept + "'");

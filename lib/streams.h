@@ -2,6 +2,8 @@
 // target of printing, each a plain file or a pipe to a command.
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 #include <string_view>
 
@@ -34,6 +36,11 @@ struct PrintPlace {
   int row, col;
 };
 PrintPlace print_place();
+
+// Starts a command of the shell that reads what is written to a pipe: the end to write to, or -1 with errno set.
+[[nodiscard]] int open_pipe_to(std::string_view command, pid_t& reader);
+// Waits for its end, until a signal asks for something.
+void wait_for_reader(pid_t reader);
 
 // Closes all three; the end of the run waits for piped commands.
 void close_streams();

@@ -237,6 +237,49 @@ TEST_F(Console, ATableInUseIsOpenedAsFarAsOthersLetIt) {
   }
 }
 
+TEST_F(Console, ATerminalGetsNoControlBytesAndLinesForRowsThatAreTooWide) {
+  start("stty cols 18; exec " TARNEL_CONSOLE, true);
+  type(kMakeTable);
+  type("'re' + 'ady'\n");
+  read_to("ready\r\ntnsh> ");
+  for (const auto& [line, shown] :
+       {std::pair{"t->a := chr(27) + '[7m1234' + chr(155)", "←[7m1234¢"},
+        {".list", " record = 1\r\n      A = ←[7m1234¢"},
+        {".mode csv", ""},
+        {".list", "A\r\n←[7m1234¢"},
+        {"len({dbusearea(.t., , chr(27) + '7')})", ";←7;101"}}) {
+    type(std::string(line) + "\n");
+    const std::string answer = read_to("tnsh> ");
+    EXPECT_NE(answer.find(shown), std::string::npos) << line << ": " << answer;
+  }
+}
+
+TEST_F(Console, OutputGoesToFilesAndCommandsForAsLongAsItIsTold) {
+  std::ofstream(directory_ / "script") << kMakeTable << ".mode csv\n";
+  const std::pair<const char*, const char*> cases[] = {
+      {"-e '.once x' -e 5 -e 6; cat x", "         6\n         5\n"},
+      {"-e '.output x' -e 5 -e .output -e 6; cat x", "         6\n         5\n"},
+      {"-e '.once \"a b\"' -e 5; cat 'a b'", "         5\n"},
+      {"-e '.once |tr 5 7' -e 5 -e 6", "         7\n         6\n"},
+      {"-e '.output |cat; echo end' -e 5", "         5\nend\n"},
+      {"-e '.once |true' -e 'replicate(\"x\", 300000)' -e 6; echo $?", "         6\n0\n"},
+      {"-e '.once /no/where' -e 6; echo $?", "/no/where: no such file\n         6\n1\n"},
+      {"-e '.once /dev/full' -e 5 -e 6; echo $?",
+       "warning 104: file write error;Write error on standard output\n         6\n1\n"},
+      {"-bail -e '.once' -e 6; echo $?", ".once needs the name of a file or a command\n1\n"},
+      {"-init script -json -e '.list' | tail -1", "[{\"A\":\"kept\"}]\n"},
+      {"-init script -cmd '.headers off' -e '.list all' | tail -1", "kept\n"},
+      {"-line -e 'dbusearea(.t., , \"t\")' -e .list", ".T.\n record = 1\n      A = kept\n"},
+      {"-bail -e '.read fails' -e 6 2>&1; echo $?", ".open needs the name of a table\n1\n"},
+      {"--version", "tnsh 1.10\n"}};
+  std::ofstream(directory_ / "fails") << ".open\n7\n";
+  output_of(TARNEL_CONSOLE " script");
+  for (const auto& [arguments, output] : cases) {
+    const std::string shown = output_of(TARNEL_CONSOLE " " + std::string(arguments) + " 2>&1");
+    EXPECT_EQ(shown, output) << arguments;
+  }
+}
+
 // An order built under a locale with other letters is the one that every process reads.
 TEST_F(Console, LettersAreThoseOfTheCLocaleAlsoAtThePrompt) {
   ASSERT_EQ(system(("localedef -i de_DE -f ISO-8859-1 " + (directory_ / "latin").string()).c_str()),

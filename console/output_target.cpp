@@ -1,0 +1,85 @@
+#include "console/output_target.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include "console/cell_text.h"
+#include "console/session.h"
+#include "console/words.h"
+#include "core/output.h"
+#include "core/text.h"
+#include "lib/streams.h"
+
+namespace tarnel {
+namespace {
+
+struct TargetState {
+  int usual = -1;  // a copy of descriptor 1 while that leads elsewhere
+  pid_t reader = -1;
+  enum class Once : char { kNo, kChosen, kNextLine } once = Once::kNo;
+} state;
+
+// Leads descriptor 1 to a file, or to a command. False with errno set.
+bool lead(std::string_view target) {
+  const bool to_command = target.starts_with('|');
+  const std::string name = to_command ? std::string() : take_file_name(target);
+  const int fd = to_command ? open_pipe_to(target.substr(1), state.reader)
+                            : ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd < 0) return false;
+  flush_output();
+  state.usual = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  dup2(fd, STDOUT_FILENO);
+  ::close(fd);
+  renew_output(to_command);
+  guard_terminal();
+  return true;
+}
+
+bool lead_or_complain(std::string_view target) {
+  end_output();
+  if (target.empty() || lead(target)) return true;
+  complain(std::string(target) + ": " + system_words(errno));
+  return false;
+}
+
+}  // namespace
+
+void end_output() {
+  flush_output();
+  if (state.usual < 0) return;
+  dup2(state.usual, STDOUT_FILENO);
+  ::close(std::exchange(state.usual, -1));
+  renew_output(false);
+  if (state.reader > 0) wait_for_reader(std::exchange(state.reader, -1));
+  guard_terminal();
+  state.once = TargetState::Once::kNo;
+}
+
+void guard_terminal() {
+  set_output_filter(isatty(STDOUT_FILENO) != 0 ? terminal_text : nullptr);
+}
+
+bool output_command(std::string_view target) {
+  lead_or_complain(target);
+  return true;
+}
+
+bool once_command(std::string_view target) {
+  if (target.empty())
+    complain(".once needs the name of a file or a command");
+  else if (lead_or_complain(target))
+    state.once = TargetState::Once::kChosen;
+  return true;
+}
+
+void end_of_line() {
+  using enum TargetState::Once;
+  if (state.once == kNextLine) end_output();
+  if (state.once == kChosen) state.once = kNextLine;
+}
+
+}  // namespace tarnel

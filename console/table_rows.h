@@ -1,0 +1,30 @@
+// The records of a table as rows of cells: those of .dbf tables straight from their bytes, and by many at once where
+// nothing is to be asked of them; others by the members of their driver.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "console/row_writer.h"
+#include "core/var.h"
+
+namespace tarnel {
+
+struct RowRequest {
+  std::vector<std::int32_t> fields;  // their numbers
+  bool with_record = false;          // number and delete mark come first
+  bool from_top = false;             // else from the record under the cursor on
+  std::int32_t most = -1;            // rows, below 0 all
+  // Conditions in place of the scope that is stored with the table; null for none.
+  bool own_scope = false;
+  Var *for_block = nullptr, *while_block = nullptr;
+};
+
+std::vector<RowColumn> columns_of(Var* server, const RowRequest& request);
+// Gives each record that the request, filter and delete marks let show to the writer, which isn't finished. The cursor
+// ends where it stood. False when the records could not be read to their end or the writer failed. `work` names it
+// where progress is shown.
+bool write_records(Var* server, const RowRequest& request, RowWriter& writer, const char* work);
+
+}  // namespace tarnel
