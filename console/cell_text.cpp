@@ -142,6 +142,12 @@ void put_json_text(ByteBuffer& out, std::string_view text) {
   out.put('"');
 }
 
+void put_json_bytes(ByteBuffer& out, std::string_view text) {
+  out.put('"');
+  put_replaced(out, text, json_escape);
+  out.put('"');
+}
+
 void put_json(ByteBuffer& out, const RowCell& cell) {
   switch (cell.kind) {
     case CellKind::kNumber:

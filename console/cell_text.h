@@ -36,6 +36,8 @@ void put_sql(ByteBuffer& out, const RowCell& cell);
 void put_markdown(ByteBuffer& out, const RowCell& cell);
 void put_html(ByteBuffer& out, const RowCell& cell);
 void put_json_text(ByteBuffer& out, std::string_view text);
+// The same with the bytes of the text, which may be no UTF-8.
+void put_json_bytes(ByteBuffer& out, std::string_view text);
 
 // For a person: one line, UTF-8 without control characters.
 std::string shown_cell(const RowCell& cell);

@@ -6,6 +6,7 @@
 #include "console/browse.h"
 #include "console/bulk_commands.h"
 #include "console/check_commands.h"
+#include "console/export_commands.h"
 #include "console/open_commands.h"
 #include "console/output_target.h"
 #include "console/row_commands.h"
@@ -48,7 +49,13 @@ constexpr DotCommand kDotCommands[] = {
     {"close", "[ALIAS|all]", "closes the current table, another one, or all", close_command},
     {"copy", "FILE [FIELDS] [for CONDITION]",
      "makes a table, or a text (.csv, .txt, .sdf), of records", copy_records},
+    {"create", "FILE NAME TYPE [LENGTH [DECIMALS]], ...", "makes a table and opens it exclusively",
+     create_command},
+    {"dump", "[ALIAS]", "writes the lines that make a table, its orders and records anew",
+     dump_table},
     {"echo", "on|off", "writes lines before they run, or not", set_echo},
+    {"export", "FILE [FIELDS] [for EXPR] [while EXPR]",
+     "writes records to a file: .csv .tsv .json .jsonl .sql .md .html", export_records},
     {"filter", "[CONDITION]",
      "hides the records of the current table for which it isn't true, or none", set_filter},
     {"help", "[NAME]", "tells about the commands, or about a function or command", help},
@@ -70,6 +77,8 @@ constexpr DotCommand kDotCommands[] = {
     {"pack", "", "drops the records that are marked as deleted", pack_records},
     {"quit", "", "ends the session", quit},
     {"read", "FILE", "runs the lines of a file", read},
+    {"row", "[-d] [VALUE, ...]", "adds a record of values as JSON, -d marked as deleted", add_row},
+    {"schema", "[ALIAS]", "writes the lines that make a table and its orders anew", show_schema},
     {"screen", "FILE", "runs the lines of a file on a screen", screen},
     {"set", "[NAME [VALUE]]", "shows or changes settings", set},
     {"struct", "", "shows the fields of the current table", list_structure},

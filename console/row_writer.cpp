@@ -43,6 +43,12 @@ std::string sql_name(std::string_view name) {
   return '"' + std::string(name) + '"';
 }
 
+const char* sql_type(const RowColumn& column) {
+  const bool numeric = column.type == 'N' || column.type == 'F';
+  if (column.type == 'L' || (column.type == 'N' && column.decimals == 0)) return "INTEGER";
+  return numeric ? "NUMERIC" : "TEXT";
+}
+
 std::string json_name(std::string_view name) {
   std::string text;
   ByteBuffer out([&](std::string_view bytes) {
@@ -205,6 +211,8 @@ void RowWriter::open() {
       return open_markdown();
     case RowMode::kJson:
       return out_.put('[');
+    case RowMode::kInsert:
+      return open_sql();
     case RowMode::kHtml:
       out_.put("<table>\n");
       [[fallthrough]];
@@ -227,6 +235,16 @@ void RowWriter::open_delimited() {
   out_.put(html ? "</th></tr>\n" : std::string_view(fences_.back()));
 }
 
+void RowWriter::open_sql() {
+  if (!style_.makes_table) return;
+  out_.put("BEGIN;\nCREATE TABLE " + sql_name(table_) + "(");
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    if (i > 0) out_.put(',');
+    out_.put(sql_name(columns_[i].name) + " " + sql_type(columns_[i]));
+  }
+  out_.put(");\n");
+}
+
 void RowWriter::open_markdown() {
   for (const RowColumn& column : columns_) {
     out_.put("| ");
@@ -245,6 +263,8 @@ void RowWriter::close() {
       return write_rule("└", "┴", "┘");
     case RowMode::kJson:
       return out_.put("]\n");
+    case RowMode::kInsert:
+      return out_.put(style_.makes_table ? "COMMIT;\n" : "");
     case RowMode::kHtml:
       return out_.put("</table>\n");
     default:
@@ -261,12 +281,12 @@ void RowWriter::write(std::span<const RowCell> cells) {
     write_lines(cells);
   else
     write_fenced(cells);
-  first_ = false;
+  ++rows_;
 }
 
 void RowWriter::write_fenced(std::span<const RowCell> cells) {
   const auto put = row_of(style_.mode).put;
-  if (style_.mode == RowMode::kJson && !first_) out_.put(",\n");
+  if (style_.mode == RowMode::kJson && rows_ > 0) out_.put(",\n");
   const bool null = style_.mode == RowMode::kJson || style_.mode == RowMode::kJsonl;
   const std::string_view nothing = null                              ? "null"
                                    : style_.mode == RowMode::kInsert ? "NULL"
@@ -284,7 +304,7 @@ void RowWriter::write_fenced(std::span<const RowCell> cells) {
 
 // A field a line; further lines of a text stand below its first.
 void RowWriter::write_lines(std::span<const RowCell> cells) {
-  if (!first_) out_.put('\n');
+  if (rows_ > 0) out_.put('\n');
   for (std::size_t i = 0; i < cells.size(); ++i) {
     const std::string text =
         cells[i].kind == CellKind::kNothing ? style_.nothing : shown_lines(cells[i]);

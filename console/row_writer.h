@@ -38,6 +38,7 @@ struct RowStyle {
   std::vector<int>
       widths;           // columns of tables and boxes; 0: as wide as need be, below 0: to the right
   std::string nothing;  // what stands for a cell that holds nothing
+  bool makes_table = false;  // statements make the table too, in one transaction
 };
 RowStyle& session_style();
 
@@ -58,6 +59,7 @@ class RowWriter {
 
   // REQUIRES: a cell for each column. False when the sink failed.
   bool add(std::span<const RowCell> cells);
+  std::int64_t rows() const { return rows_; }
   // Writes what waits and what ends the rows. Nothing is written by a writer that isn't finished and got few rows.
   bool finish();
 
@@ -83,7 +85,6 @@ class RowWriter {
   void write_fenced(std::span<const RowCell> cells);
   void write_lines(std::span<const RowCell> cells);
   void write_aligned(std::span<const RowCell> cells);
-  void write_padded(std::size_t column, std::string text, bool right);
   void write_rule(std::string_view left, std::string_view between, std::string_view right);
 
   RowStyle style_;
@@ -91,7 +92,8 @@ class RowWriter {
   const std::string table_;
   const int window_;
   ByteBuffer out_;
-  bool settled_ = false, first_ = true;
+  bool settled_ = false;
+  std::int64_t rows_ = 0;
   std::vector<std::vector<KeptCell>> kept_;  // rows that tell how wide the columns are
   std::size_t kept_bytes_ = 0;
   std::vector<int> widths_;

@@ -181,7 +181,9 @@ class LineTimer {
 class OpenedFile {
  public:
   explicit OpenedFile(const char* name)
-      : fd_(open_file(name, O_RDONLY)), outer_line_(session.line) {
+      : fd_(open_file(name, O_RDONLY)),
+        outer_line_(session.line),
+        bail_(session.switches.bail, session.switches.bail) {
     ++session.reading;
     session.line = 0;
   }
@@ -197,6 +199,7 @@ class OpenedFile {
  private:
   const int fd_;
   const std::int32_t outer_line_;
+  const Switched<bool> bail_;  // one that is chosen in the file holds to its end
 };
 
 }  // namespace
@@ -254,12 +257,16 @@ bool run_file(const char* name) {
     complain(std::string(name) + ": files read each other too deeply");
     return true;
   }
-  const OpenedFile file(name);
-  if (file.fd() < 0) {
-    complain(std::string(name) + ": " + std::strerror(errno));
-    return true;
+  bool goes_on = true;
+  {
+    const OpenedFile file(name);
+    if (file.fd() >= 0)
+      goes_on = run_lines(file.fd(), name);
+    else
+      complain(std::string(name) + ": " + std::strerror(errno));
   }
-  return run_lines(file.fd(), name);
+  // What ended early by its own word doesn't end what reads it.
+  return goes_on || (!session.switches.bail && take_bail());
 }
 
 bool run_file_on_screen(const char* name) {

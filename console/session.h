@@ -27,7 +27,7 @@ bool run_file(const char* name);
 
 // What changes how lines run.
 struct SessionSwitches {
-  bool bail = false;   // a line that complains ends the file that it stands in, and all around it
+  bool bail = false;   // a line that complains ends the file that it stands in
   bool echo = false;   // lines are written before they run
   bool timer = false;  // the time that a line took is written behind it
 };

@@ -1,0 +1,271 @@
+// Tables as lines that make them anew: .create and .row, with the bytes of the records.
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <vector>
+
+#include "console/export_commands.h"
+#include "console/field_input.h"
+#include "console/open_commands.h"
+#include "console/row_commands.h"
+#include "console/session.h"
+#include "console/table_commands.h"
+#include "console/words.h"
+#include "core/classes.h"
+#include "core/output.h"
+#include "core/stacks.h"
+#include "core/text.h"
+#include "db/area.h"
+#include "db/dbfidx/bulk/record_pieces.h"
+#include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/record/memo.h"
+#include "db/front.h"
+#include "db/info_codes.h"
+#include "lib/dates.h"
+#include "lib/file_names.h"
+#include "lib/files.h"
+
+namespace tarnel {
+namespace {
+
+// The table of an alias, or the current one; null after a complaint.
+DbfIdx* table_of(std::string_view alias) {
+  const WorkArea* area = alias.empty() ? current_area() : resolve_alias(alias);
+  Var* server = area != nullptr ? area->server() : nullptr;
+  if (server != nullptr && class_of(server) == &dbfidx_class()) return &dbf_of(server);
+  complain(alias.empty() ? "no table is open in the current area"
+                         : "no table is open as " + std::string(alias));
+  return nullptr;
+}
+
+std::string quoted(std::string_view name) {
+  return name.find_first_of(kBlanks) == name.npos ? std::string(name)
+                                                  : '"' + std::string(name) + '"';
+}
+
+bool has_size(char type) {
+  return type == 'C' || type == 'N' || type == 'F';
+}
+
+void write_structure(const DbfIdx& dbf) {
+  std::string line = ".create " + quoted(base_name(dbf.fileName));
+  const char* between = " ";
+  for (const dbf::Field& field : dbf.fields) {
+    line.append(between).append(field.name).append(1, ' ').append(1, field.type);
+    if (has_size(field.type)) line += ' ' + std::to_string(field.length);
+    if (field.decimals != 0 && field.type != 'C') line += ' ' + std::to_string(field.decimals);
+    between = ", ";
+  }
+  write_output(line + "\n");
+}
+
+// A text of the language, with quotes of a kind that it doesn't hold.
+std::string literal(std::string_view text) {
+  const char quote = text.find('"') == text.npos ? '"' : '\'';
+  return quote + std::string(text) + quote;
+}
+
+// The open orders, whose files are named as they are. The one made last is alone open then, so all are opened again.
+void write_orders(Var* server) {
+  const auto ask = [&](std::int32_t what, std::int32_t order) {
+    return send(server, "orderinfo", TMP_INT(what), TMP_INT(order));
+  };
+  const TempsMark mark;
+  const std::int32_t count = integer_of(get_ivar(server, "indexcount"));
+  std::string opened;
+  for (std::int32_t i = 1; i <= count; ++i) {
+    const std::string_view condition = text_of(ask(order_info::kCondition, i));
+    const bool descending = truth_of(ask(order_info::kDescending, i));
+    if (!condition.empty() || descending)
+      write_output("ordcondset(" + (condition.empty() ? std::string() : literal(condition)) +
+                   (descending ? ", , , , , , , , , , .T." : "") + ")\n");
+    const std::string name = literal(base_name(text_of(ask(order_info::kFullPath, i))));
+    write_output("ordcreate(" + name + ", , " + literal(text_of(ask(order_info::kExpression, i))) +
+                 (truth_of(ask(order_info::kUnique, i)) ? ", , .T.)\n" : ")\n"));
+    opened += "ordlistadd(" + name + ")\n";
+  }
+  if (count > 1) write_output("ordlistclear()\n" + opened);
+  if (count > 0 && integer_of(send(server, "indexord")) != 1)
+    write_output("dbsetorder(" + std::to_string(integer_of(send(server, "indexord"))) + ")\n");
+}
+
+bool is_json_number(std::string_view text) {
+  if (text.starts_with('-')) text.remove_prefix(1);
+  const std::size_t whole = std::min(text.find('.'), text.size());
+  const std::string_view fraction = text.substr(std::min(whole + 1, text.size()));
+  const auto digits = [](std::string_view part) {
+    return !part.empty() && part.find_first_not_of("0123456789") == part.npos;
+  };
+  return digits(text.substr(0, whole)) && (whole == 1 || text[0] != '0') &&
+         (whole == text.size() || digits(fraction));
+}
+
+// A field so that .row makes the same bytes of it. False when a memo could not be read.
+bool put_field(ByteBuffer& out, DbfIdx& dbf, const dbf::Field& field, const std::uint8_t* at) {
+  const std::string_view bytes(reinterpret_cast<const char*>(at), field.length);
+  const std::string_view trimmed = trim_right(bytes);
+  if (field.type == 'M') {
+    MemoText memo;
+    const std::uint32_t block = dbf::memo_block(at, field.length);
+    if (block != 0 && !load_memo_text(dbf, block, memo)) return false;
+    put_json_bytes(out, memo.view());
+  } else if (field.type == 'C') {
+    put_json_bytes(out, trimmed);
+  } else if (trimmed.empty()) {
+    out.put("null");
+  } else if ((field.type == 'N' || field.type == 'F') && trimmed.size() == bytes.size() &&
+             is_json_number(trim_left(bytes)) && keeps_digits(field, trim_left(bytes))) {
+    out.put(trim_left(bytes));
+  } else if (field.type == 'L' && field.length == 1 && (bytes == "T" || bytes == "F")) {
+    out.put(bytes == "T" ? "true" : "false");
+  } else {
+    put_json_bytes(out, bytes);
+  }
+  return true;
+}
+
+bool put_record(ByteBuffer& out, DbfIdx& dbf, const std::uint8_t* record) {
+  out.put(*record == dbf::kDeletedMark ? ".row -d [" : ".row [");
+  for (const dbf::Field& field : dbf.fields) {
+    if (field.offset > 1) out.put(',');
+    if (!put_field(out, dbf, field, record + field.offset)) return false;
+  }
+  out.put("]\n");
+  return out.flush_many();
+}
+
+bool write_all_records(DbfIdx& dbf) {
+  ByteBuffer out(to_output);
+  if (!leave_record(dbf)) return false;
+  RecordPieces pieces(dbf, "dump");
+  const std::size_t size = dbf.recordSize;
+  while (pieces.next())
+    for (std::int32_t i = 0; i < pieces.count(); ++i)
+      if (!put_record(out, dbf, pieces.data() + static_cast<std::size_t>(i) * size)) return false;
+  return out.flush() && !pieces.failed();
+}
+
+// --- What is made of such lines.
+
+constexpr char kMemoEnd = '\x1a';
+
+// NAME TYPE [LENGTH [DECIMALS]], ... as rows of a structure, a text of the language; "" after a complaint.
+std::string structure_of(std::string_view text) {
+  std::string rows = "{";
+  while (!text.empty()) {
+    std::string_view field = trim_blanks(text.substr(0, text.find(',')));
+    text.remove_prefix(std::min(text.find(','), text.size() - 1) + 1);
+    const std::string name(take_word(field)), type(take_word(field));
+    std::string sizes;
+    for (int i = 0; i < 2; ++i) {
+      const std::string_view word = take_word(field);
+      if (word.find_first_not_of("0123456789") != word.npos) return {};
+      sizes.append(", ").append(word.empty() ? "0" : word);
+    }
+    if (type.empty() || !field.empty() || name.find('"') != name.npos ||
+        type.find('"') != type.npos)
+      return {};
+    rows += (rows.size() > 1 ? ", {\"" : "{\"") + name + "\", \"" + type + '"' + sizes + "}";
+  }
+  return rows + "}";
+}
+
+bool fill_record(DbfIdx& dbf, std::string_view values, std::vector<std::uint8_t>& record) {
+  JsonReader json(values);
+  InputValue value;
+  bool open = json.take('[');
+  for (const dbf::Field& field : dbf.fields) {
+    if (!open || !json.take_value(value)) {
+      complain(".row: no value for the field " + std::string(field.name));
+      return false;
+    }
+    std::uint8_t* at = record.data() + field.offset;
+    std::string_view wrong;
+    if (field.type != 'M')
+      wrong = put_input(field, at, value, true);
+    else if (value.text.find(kMemoEnd) != value.text.npos)
+      wrong = "holds byte 26, which would end it";
+    else if (const std::int64_t block = add_memo_text(dbf, value.text); block > 0)
+      dbf::put_block(at, field.length, static_cast<std::uint32_t>(block));
+    else if (block < 0)
+      return false;
+    if (!wrong.empty()) {
+      complain(".row: " + std::string(field.name) + " " + std::string(wrong) + ": " +
+               shown_cell({CellKind::kText, value.text}));
+      return false;
+    }
+    open = json.take(',');
+  }
+  if (!open && json.take(']') && json.at_end()) return true;
+  complain(".row: more values than fields");
+  return false;
+}
+
+}  // namespace
+
+bool dump_table(std::string_view alias) {
+  const TempsMark mark;
+  DbfIdx* dbf = table_of(alias);
+  if (dbf == nullptr) return true;
+  const KeepObject keep(dbf->object);
+  write_output("# " + std::string(base_name(dbf->fileName)) + ", " + std::to_string(dbf->lastRec) +
+               " records\n.bail on\n");
+  write_structure(*dbf);
+  if (!write_all_records(*dbf)) {
+    complain("the dump is not whole");
+    return true;
+  }
+  write_orders(dbf->object);
+  write_output(".close\n");
+  return true;
+}
+
+bool show_schema(std::string_view alias) {
+  const TempsMark mark;
+  const DbfIdx* dbf = table_of(alias);
+  if (dbf == nullptr) return true;
+  write_structure(*dbf);
+  write_orders(dbf->object);
+  return true;
+}
+
+bool create_command(std::string_view arguments) {
+  const TempsMark mark;
+  std::string file;
+  const std::string name = take_file_name(arguments);
+  const std::string structure = structure_of(arguments);
+  if (name.empty() || structure.size() <= 2) {
+    complain(".create needs a file and fields: FILE NAME TYPE [LENGTH [DECIMALS]], ...");
+    return true;
+  }
+  select_free_area();  // lines that fill the table must not fill another one
+  struct stat status {};
+  if (!defaultExtension(file, name, ".dbf", kNameLimit) || !find_file(file, status).empty()) {
+    complain(file + ": is there already");
+    return true;
+  }
+  Var* rows = evaluate_argument(structure);
+  Var* arguments_of[] = {TMP_TEXT(file), rows};
+  if (truth_of(dbcreate(2, arguments_of))) open_for_person(file, "", OpenFor::kAlone);
+  return true;
+}
+
+bool add_row(std::string_view values) {
+  const TempsMark mark;
+  DbfIdx* dbf = table_of("");
+  if (dbf == nullptr) return true;
+  if (dbf->readOnly()) {
+    complain("the table is open for reading only");
+    return true;
+  }
+  const bool deleted = take_if(values, "-d");
+  std::vector<std::uint8_t> record(dbf->recordSize, ' ');
+  if (deleted) record[0] = dbf::kDeletedMark;
+  if (!fill_record(*dbf, values, record)) return true;
+  const InternalLock lock(*dbf, LockMode::kExclusive);
+  if (!lock.held() || !append_record(*dbf, true, record.data()))
+    complain(".row: the record was not added");
+  return true;
+}
+
+}  // namespace tarnel

@@ -1,0 +1,176 @@
+#include "console/field_input.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "core/text.h"
+#include "lib/dates.h"
+#include "term/glyphs.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::string_view kDigits = "0123456789";
+
+std::string_view put_right(std::uint8_t* at, int length, std::string_view text) {
+  std::copy(text.begin(), text.end(), at + length - static_cast<int>(text.size()));
+  return {};
+}
+
+std::string_view put_number(const dbf::Field& field, std::uint8_t* at, std::string_view text) {
+  double number = 0;
+  const char* begin = text.data() + (text.starts_with('+') ? 1 : 0);
+  const auto [end, failed] = std::from_chars(begin, text.data() + text.size(), number);
+  if (failed == std::errc::invalid_argument || end != text.data() + text.size())
+    return "is no number";
+  if (keeps_digits(field, text)) return put_right(at, field.length, text);
+  if (failed != std::errc()) return "doesn't fit";
+  if (field.type == 'F')
+    dbf::put_float(at, field.length, number);
+  else if (!dbf::put_fixed(at, field.length, field.decimals, number))
+    return "doesn't fit";
+  return {};
+}
+
+// 2024-01-31 or 20240131.
+std::string_view put_date(std::uint8_t* at, std::string_view text) {
+  std::string ymd(text);
+  if (ymd.size() == 10 && ymd[4] == '-' && ymd[7] == '-') std::erase(ymd, '-');
+  if (ymd.size() != dbf::kDateLength || ymd.find_first_not_of(kDigits) != ymd.npos ||
+      ymdToDate(ymd) == 0)
+    return "is no date";
+  std::ranges::copy(ymd, at);
+  return {};
+}
+
+std::string_view put_logical(const dbf::Field& field, std::uint8_t* at, std::string_view text) {
+  const std::string word = lower_text(text);
+  const bool yes = word == "t" || word == "true" || word == "y" || word == "yes" || word == "1";
+  const bool no = word == "f" || word == "false" || word == "n" || word == "no" || word == "0";
+  if (!yes && !no) return "is no logical";
+  dbf::put_logical(at, field.length, yes);
+  return {};
+}
+
+}  // namespace
+
+bool keeps_digits(const dbf::Field& field, std::string_view number) {
+  const std::size_t point = number.find('.');
+  const std::size_t decimals = point == number.npos ? 0 : number.size() - point - 1;
+  const bool plain = number.find_first_not_of("0123456789.-") == number.npos;
+  return number.size() <= field.length &&
+         (field.type == 'F' || (plain && decimals == field.decimals));
+}
+
+std::string_view put_input(const dbf::Field& field, std::uint8_t* at, const InputValue& value,
+                           bool exact) {
+  std::fill_n(at, field.length, ' ');
+  const bool is_truth = value.kind == InputKind::kTrue || value.kind == InputKind::kFalse;
+  const std::string_view text =
+      is_truth ? (value.kind == InputKind::kTrue ? "T" : "F") : std::string_view(value.text);
+  if (value.kind == InputKind::kNothing) return {};
+  if (field.type == 'C' ||
+      (exact && value.kind == InputKind::kText && text.size() == field.length)) {
+    if (text.size() > field.length) return "is too long";
+    std::ranges::copy(text, at);
+    return {};
+  }
+  const std::string_view trimmed = trim_blanks(text);
+  if (trimmed.empty()) return {};
+  switch (field.type) {
+    case 'N':
+    case 'F':
+      return is_truth ? "is no number" : put_number(field, at, trimmed);
+    case 'D':
+      return put_date(at, trimmed);
+    case 'L':
+      return put_logical(field, at, trimmed);
+    default:
+      return "has no place in a field of its type";
+  }
+}
+
+void JsonReader::skip_blanks() {
+  rest_.remove_prefix(std::min(rest_.find_first_not_of(" \t\r\n"), rest_.size()));
+}
+
+bool JsonReader::at_end() {
+  skip_blanks();
+  return rest_.empty();
+}
+
+bool JsonReader::take(char c) {
+  skip_blanks();
+  if (!rest_.starts_with(c)) return false;
+  rest_.remove_prefix(1);
+  return true;
+}
+
+bool JsonReader::take_value(InputValue& value) {
+  skip_blanks();
+  constexpr std::pair<std::string_view, InputKind> kWords[] = {
+      {"null", InputKind::kNothing}, {"true", InputKind::kTrue}, {"false", InputKind::kFalse}};
+  for (const auto& [word, kind] : kWords)
+    if (rest_.starts_with(word)) {
+      value = {kind, {}};
+      rest_.remove_prefix(word.size());
+      return true;
+    }
+  value = {InputKind::kText, {}};
+  if (rest_.starts_with('"')) return take_text(value.text);
+  const std::size_t end = std::min(rest_.find_first_not_of("0123456789+-.eE"), rest_.size());
+  if (end == 0) return false;
+  value = {InputKind::kNumber, std::string(rest_.substr(0, end))};
+  rest_.remove_prefix(end);
+  return true;
+}
+
+bool JsonReader::take_text(std::string& text) {
+  const std::string_view whole = rest_;
+  rest_.remove_prefix(1);
+  for (;;) {
+    const std::size_t end = rest_.find_first_of("\"\\");
+    if (end == rest_.npos) break;
+    text.append(rest_, 0, end);
+    const bool closes = rest_[end] == '"';
+    rest_.remove_prefix(end + 1);
+    if (closes) return true;
+    if (!take_escape(text)) break;
+  }
+  rest_ = whole;
+  return false;
+}
+
+bool JsonReader::take_unit(char32_t& unit) {
+  const std::string_view digits = rest_.substr(0, 4);
+  unsigned value = 0;
+  const auto [end, failed] =
+      std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
+  if (failed != std::errc() || end != digits.data() + 4) return false;
+  rest_.remove_prefix(4);
+  unit = value;
+  return true;
+}
+
+bool JsonReader::take_escape(std::string& text) {
+  constexpr std::string_view kLetters = "nrtbf\"\\/", kMeant = "\n\r\t\b\f\"\\/";
+  if (rest_.empty()) return false;
+  const char letter = rest_[0];
+  rest_.remove_prefix(1);
+  if (const std::size_t at = kLetters.find(letter); at != kLetters.npos) {
+    text += kMeant[at];
+    return true;
+  }
+  char32_t unit = 0, second = 0;
+  if (letter != 'u' || !take_unit(unit)) return false;
+  if (unit >= 0xd800 && unit < 0xdc00 && rest_.starts_with("\\u")) {
+    rest_.remove_prefix(2);
+    if (!take_unit(second) || second < 0xdc00 || second > 0xdfff) return false;
+    unit = 0x10000 + ((unit - 0xd800) << 10) + (second - 0xdc00);
+  }
+  const bool half = unit >= 0xd800 && unit < 0xe000;
+  append_utf8(text, half ? 0xfffd : unit);
+  return true;
+}
+
+}  // namespace tarnel

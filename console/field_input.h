@@ -1,0 +1,46 @@
+// Values of texts from outside on their way into fields: JSON as a line of a dump has it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "db/dbfidx/format/format_dbf.h"
+
+namespace tarnel {
+
+enum class InputKind : std::uint8_t { kNothing, kText, kNumber, kTrue, kFalse };
+struct InputValue {
+  InputKind kind = InputKind::kNothing;
+  std::string text;  // of texts and numbers
+};
+
+// Puts a value into the bytes of a field that is no memo. "" when it fits, else what is wrong with it; the bytes are
+// blank then. A number with as many decimals as the field keeps its digits. `exact`: a text as long as a field that
+// holds no text is what is to stand there, whatever it says.
+std::string_view put_input(const dbf::Field& field, std::uint8_t* at, const InputValue& value,
+                           bool exact);
+
+// Does a number stand in the field with these digits when it is put there?
+bool keeps_digits(const dbf::Field& field, std::string_view number);
+
+// Reads JSON, in which the bytes of a text may be any.
+class JsonReader {
+ public:
+  explicit JsonReader(std::string_view text) : rest_(text) {}
+  // Takes this character, and blanks before it. False when another one stands there.
+  bool take(char c);
+  // Takes a text, a number, true, false or null. False, and nothing is taken, for anything else.
+  bool take_value(InputValue& value);
+  bool at_end();
+
+ private:
+  void skip_blanks();
+  bool take_text(std::string& text);
+  bool take_escape(std::string& text);
+  bool take_unit(char32_t& unit);
+
+  std::string_view rest_;
+};
+
+}  // namespace tarnel
