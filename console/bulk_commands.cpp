@@ -51,15 +51,6 @@ class CurrentTable {
   Var* server_;
 };
 
-// "y" or "yes" at the terminal.
-bool confirmed(const std::string& question) {
-  write_output(question + " (y/n) ");
-  flush_output();
-  char answer[16] = "";
-  const ssize_t n = ::read(STDIN_FILENO, answer, sizeof answer);
-  return n > 0 && upper_letter(answer[0]) == 'Y';
-}
-
 // The fields before "for", an array; the rest of the line is what stands behind it.
 Var* take_fields(std::string_view& line) {
   Var* fields = NEW_TEMP();
@@ -86,6 +77,14 @@ Var* delimiter_of(Kind kind) {
 }
 
 }  // namespace
+
+bool confirmed(const std::string& question) {
+  write_output(question + " (y/n) ");
+  flush_output();
+  char answer[16] = "";
+  const ssize_t n = ::read(STDIN_FILENO, answer, sizeof answer);
+  return n > 0 && upper_letter(answer[0]) == 'Y';
+}
 
 bool pack_records(std::string_view) {
   CurrentTable table;

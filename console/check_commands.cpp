@@ -1,10 +1,13 @@
 #include "console/check_commands.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <string>
 #include <vector>
 
 #include "console/browse_table.h"
+#include "console/bulk_commands.h"
 #include "console/session.h"
 #include "console/words.h"
 #include "core/classes.h"
@@ -14,6 +17,7 @@
 #include "core/text.h"
 #include "db/area.h"
 #include "db/dbfidx/check/check.h"
+#include "db/dbfidx/check/repair.h"
 #include "db/info_codes.h"
 
 namespace tarnel {
@@ -59,16 +63,33 @@ std::vector<Wanted> open_files() {
   return wanted;
 }
 
-void check_one(const Wanted& wanted) {
-  const CheckResult result = check_table(
-      wanted.table, wanted.orders, [](const std::string& line) { write_output(line + "\n"); });
-  if (result.system_error != 0)
-    return complain(result.name + ": " + system_words(result.system_error));
-  if (!result.refused.empty()) return complain(result.name + ": " + result.refused);
+void write_line(const std::string& line) {
+  write_output(line + "\n");
+}
+
+void refuse(const std::string& file, int system_error, const std::string& reason) {
+  complain(file + ": " + (system_error != 0 ? system_words(system_error) : reason));
+}
+
+// True when damage was found.
+bool check_one(const Wanted& wanted) {
+  const CheckResult result = check_table(wanted.table, wanted.orders, write_line);
+  if (result.system_error != 0 || !result.refused.empty()) {
+    refuse(result.name, result.system_error, result.refused);
+    return false;
+  }
   if (result.faults > 0) set_exit_status(1);
-  write_output(result.name + ": " +
-               (result.faults == 0 ? "good" : counted(result.faults, "fault")) + " (" +
-               counted(result.records, "record") + ", " + counted(result.orders, "order") + ")\n");
+  write_line(result.name + ": " + (result.faults == 0 ? "good" : counted(result.faults, "fault")) +
+             " (" + counted(result.records, "record") + ", " + counted(result.orders, "order") +
+             ")");
+  return result.faults > 0;
+}
+
+bool agreed(std::string_view sure) {
+  if (sure == "!") return true;
+  if (sure.empty() && isatty(STDIN_FILENO) != 0) return confirmed("do so?");
+  complain(".repair FILE ! does so");
+  return false;
 }
 
 }  // namespace
@@ -77,6 +98,25 @@ bool check_files(std::string_view files) {
   const std::vector<Wanted> wanted = files.empty() ? open_files() : wanted_files(files);
   if (wanted.empty()) complain("no table is open, .check needs the name of a file");
   for (const Wanted& one : wanted) check_one(one);
+  return true;
+}
+
+bool repair_file(std::string_view arguments) {
+  const std::string file = take_file_name(arguments);
+  if (file.empty()) {
+    complain(".repair needs the name of a file");
+    return true;
+  }
+  if (!check_one({file, {}})) return true;
+  TableRepair repair(file, write_line);
+  if (!repair.plan())
+    refuse(repair.name(), repair.system_error(), repair.fault());
+  else if (!agreed(arguments))
+    return true;
+  else if (!repair.run())
+    refuse(repair.name(), repair.system_error(), repair.fault());
+  else
+    check_one({file, {}});
   return true;
 }
 

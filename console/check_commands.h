@@ -9,5 +9,8 @@ namespace tarnel {
 // fault, then what became of each table. An order that is named goes with the table before it. Answers true:
 // the session goes on.
 bool check_files(std::string_view files);
+// FILE [!]: mends a table in which a check finds damage, once it was told what would become of it and agreed to;
+// where nobody can be asked the "!" agrees.
+bool repair_file(std::string_view arguments);
 
 }  // namespace tarnel

@@ -77,6 +77,8 @@ constexpr DotCommand kDotCommands[] = {
     {"pack", "", "drops the records that are marked as deleted", pack_records},
     {"quit", "", "ends the session", quit},
     {"read", "FILE", "runs the lines of a file", read},
+    {"repair", "FILE [!]", "mends a damaged table on a copy; asks, unless told by the !",
+     repair_file},
     {"row", "[-d] [VALUE, ...]", "adds a record of values as JSON, -d marked as deleted", add_row},
     {"schema", "[ALIAS]", "writes the lines that make a table and its orders anew", show_schema},
     {"screen", "FILE", "runs the lines of a file on a screen", screen},

@@ -53,13 +53,17 @@ Pair look_at_pair(const DbfIdx& dbf) {
   return pair;
 }
 
-bool finish_pair(const DbfIdx& dbf) {
+bool finish_pair(const PairFiles& files) {
   dbt::PairMark mark;
-  if (dbt::read_pair_mark(dbf.dbtFd, mark) != 1) return false;
-  const std::string table = behind_links(dbf.fileName);
-  if (file_ops().rename(waiting_path(dbf.fileName, mark).c_str(), table.c_str()) != 0) return false;
+  if (dbt::read_pair_mark(files.memo_fd, mark) != 1) return false;
+  const std::string table = behind_links(files.table);
+  if (file_ops().rename(waiting_path(files.table, mark).c_str(), table.c_str()) != 0) return false;
   flush_directory(table.c_str());
   return true;
+}
+
+bool finish_pair(const DbfIdx& dbf) {
+  return finish_pair({dbf.fileName, dbf.header.data(), dbf.inode, dbf.dbtFd});
 }
 
 }  // namespace tarnel

@@ -25,5 +25,6 @@ Pair look_at_pair(const PairFiles& files, bool& marked);
 // Puts the record file in its place; the table must then be opened anew. False with errno set. REQUIRES:
 // look_at_pair() said unfinished, and nobody else has the table open.
 [[nodiscard]] bool finish_pair(const DbfIdx& dbf);
+[[nodiscard]] bool finish_pair(const PairFiles& files);
 
 }  // namespace tarnel

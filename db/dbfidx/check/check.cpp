@@ -3,70 +3,20 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <vector>
 
 #include "core/errors.h"
 #include "core/file_ops.h"
 #include "core/open_files.h"
-#include "core/stacks.h"
 #include "core/text.h"
-#include "db/area.h"
 #include "db/dbfidx/bulk/pair_recovery.h"
+#include "db/dbfidx/check/opened_table.h"
 #include "db/dbfidx/check/parts.h"
-#include "db/dbfidx/order/index_control.h"
 #include "lib/file_names.h"
 #include "lib/files.h"
 
 namespace tarnel {
 namespace {
-
-// A table opened in an area of its own, which is left again on every way out. Keys may name the table by its
-// alias: whoever has that meanwhile lends it.
-class OpenedTable {
- public:
-  explicit OpenedTable(const std::string& path)
-      : former_(current_area()), in_(is_used(former_) ? former_ : nullptr) {
-    const std::int32_t mark = temp_top();
-    HOLD_VAR(&object_, dbfidx_class().make());
-    POP_TEMPS(mark);
-    number_ = former_ != nullptr ? former_->number : 0;
-    if (select_free_area() == nullptr) return;
-    const WantedAlias wanted("__CHECK");
-    if (open_table(dbf_of(object_), {.file = path, .exclusive = false, .read_only = true}))
-      borrow_alias(path);
-  }
-  ~OpenedTable() noexcept(false) {
-    if (lender_ != nullptr) std::swap(lender_->alias, dbf_of(object_).area->alias);
-    const KeepObject keep(object_);
-    UNHOLD_VAR(&object_);
-    close_table(dbf_of(keep.object()));
-    if (!is_used(former_) && number_ > 0) ogsSelect(TMP_INT(number_), SelectMode::kNewNumber);
-  }
-  OpenedTable(const OpenedTable&) = delete;
-  OpenedTable& operator=(const OpenedTable&) = delete;
-
-  DbfIdx* get() { return dbf_of(object_).isOpen() ? &dbf_of(object_) : nullptr; }
-
- private:
-  static bool is_used(const WorkArea* area) { return area != nullptr && area->server() != nullptr; }
-
-  void borrow_alias(const std::string& path) {
-    const std::string_view name = base_name(path);
-    WorkArea* holder = area_by_alias(upper_text(name.substr(0, name.rfind('.')))
-                                         .substr(0, static_cast<std::size_t>(kMadeAliasSize)));
-    WorkArea* own = dbf_of(object_).area;
-    if (holder == nullptr || holder == own) return;
-    lender_ = holder;
-    std::swap(lender_->alias, own->alias);
-  }
-
-  WorkArea* const former_;
-  const AreaScope in_;
-  Var* object_ = nullptr;  // held
-  std::int32_t number_ = 0;
-  WorkArea* lender_ = nullptr;
-};
 
 // What the memo file says before the table is opened: an open would finish what a pack left. False when the
 // table must not be opened.
@@ -78,7 +28,7 @@ bool check_pair(CheckedTable& table, int memo_fd) {
   bool marked = false;
   switch (look_at_pair({table.path, prefix, status.st_ino, memo_fd}, marked)) {
     case Pair::kUnfinished:
-      table.findings.add(Fault::kPairUnfinished, "", "the next opening finishes it");
+      table.findings.add(Fault::kPairUnfinished, "", "an opening or a repair does that");
       return false;
     case Pair::kForeign:
       table.findings.add(Fault::kPairForeign, "");
@@ -98,29 +48,8 @@ bool wants_memo(const CheckedTable& table) {
          dbf::has_memo(dbf::version(prefix));
 }
 
-// The orders beside a table that name it.
-std::vector<std::string> orders_beside(CheckedTable& table) {
-  std::vector<std::string> found;
-  std::error_code failed;
-  const std::filesystem::path directory = std::filesystem::path(table.path).parent_path();
-  for (const auto& entry : std::filesystem::directory_iterator(directory, failed)) {
-    const std::string name = entry.path().string();
-    if (name.size() < 4 || !same_letters(std::string_view(name).substr(name.size() - 4), ".idx"))
-      continue;
-    const File file(name.c_str(), O_RDONLY);
-    idx::Extension extension;
-    if (!file.opened() || !idx::read_extension(file.fd(), extension))
-      table.findings.note(std::string(base_name(name)) +
-                          " can't be read, it may be an order of it");
-    else if (names_table(extension.table, base_name(table.path)))
-      found.push_back(name);
-  }
-  std::sort(found.begin(), found.end());
-  return found;
-}
-
 int check_orders(CheckedTable& table, std::span<const std::string> more) {
-  std::vector<std::string> orders = orders_beside(table);
+  std::vector<std::string> orders = orders_beside(table.path, table.findings);
   for (const std::string& order : more) {
     struct stat status {};
     std::string name;
@@ -177,7 +106,7 @@ class TableCheck {
 
  private:
   void check_opened(CheckResult& result) {
-    OpenedTable opened(table_.path);
+    OpenedTable opened(table_.path, OpenedTable::Use::kToRead);
     table_.dbf = opened.get();
     const std::int64_t before = table_.findings.count();
     const bool usable = check_header(table_);

@@ -21,6 +21,15 @@ constexpr TypeRule kTypeRules[] = {{'C', 0, dbf::kMaxFieldLength},
                                    {'M', dbf::kMemoLength, dbf::kMemoLength},
                                    {'N', 1, dbf::kMaxNumericLength}};
 
+const TypeRule* rule_of(char letter) {
+  const auto* rule = std::find_if(std::begin(kTypeRules), std::end(kTypeRules),
+                                  [&](const TypeRule& r) { return r.letter == letter; });
+  return rule != std::end(kTypeRules) ? rule : nullptr;
+}
+bool allows(const TypeRule& rule, int length) {
+  return length >= rule.shortest && length <= rule.longest;
+}
+
 bool is_good_name(std::string_view name) {
   return !name.empty() && std::none_of(name.begin(), name.end(),
                                        [](char c) { return static_cast<unsigned char>(c) <= ' '; });
@@ -34,11 +43,10 @@ void check_field(CheckedTable& table, std::size_t i) {
   if (!is_good_name(name)) findings.add(Fault::kFieldName, place);
   for (std::size_t k = 0; k < i; ++k)
     if (same_letters(table.fields[k].name, name)) findings.add(Fault::kFieldTwice, place);
-  const auto* rule = std::find_if(std::begin(kTypeRules), std::end(kTypeRules),
-                                  [&](const TypeRule& r) { return r.letter == field.type; });
-  if (rule == std::end(kTypeRules))
+  const TypeRule* rule = rule_of(field.type);
+  if (rule == nullptr)
     findings.add(Fault::kFieldType, place, {&field.type, 1});
-  else if (field.length < rule->shortest || field.length > rule->longest)
+  else if (!allows(*rule, field.length))
     findings.add(Fault::kFieldLength, place, field.type + (" " + std::to_string(field.length)));
 }
 
@@ -93,6 +101,11 @@ void check_count(CheckedTable& table, std::int64_t file_size) {
 }
 
 }  // namespace
+
+bool is_good_field(const dbf::Field& field) {
+  const TypeRule* rule = rule_of(field.type);
+  return is_good_name(field.name) && rule != nullptr && allows(*rule, field.length);
+}
 
 bool check_header(CheckedTable& table) {
   const ShortLock lock(table.dbf);

@@ -50,12 +50,6 @@ bool is_date(std::string_view text) {
 bool is_logical(std::string_view text) {
   return text.empty() || letter_in(text.front(), "TF ");
 }
-bool is_block(std::string_view text) {
-  text = trim_blanks(text);
-  std::uint32_t block = 0;
-  const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), block);
-  return text.empty() || (code == std::errc() && end == text.data() + text.size());
-}
 
 struct StoredForm {
   char letter;
@@ -65,7 +59,7 @@ struct StoredForm {
 constexpr StoredForm kForms[] = {{'D', is_date, Fault::kNoDate},
                                  {'F', is_number, Fault::kNoNumber},
                                  {'L', is_logical, Fault::kNoLogical},
-                                 {'M', is_block, Fault::kNoBlock},
+                                 {'M', is_memo_number, Fault::kNoBlock},
                                  {'N', is_fixed_number, Fault::kNoNumber}};
 
 struct CheckedField {
@@ -251,6 +245,13 @@ class MemoCheck {
 };
 
 }  // namespace
+
+bool is_memo_number(std::string_view text) {
+  text = trim_blanks(text);
+  std::uint32_t block = 0;
+  const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), block);
+  return text.empty() || (code == std::errc() && end == text.data() + text.size());
+}
 
 void check_records(CheckedTable& table) {
   RecordCheck records(table);

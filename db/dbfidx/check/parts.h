@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "db/dbfidx/check/findings.h"
@@ -69,6 +70,10 @@ class Marks {
 // Header and descriptors against the file; fills what the table says of itself. False when nobody can tell
 // where the records are.
 bool check_header(CheckedTable& table);
+// Is a field by name, type and length one that a table can have?
+bool is_good_field(const dbf::Field& field);
+// Is a text what a memo field may hold: blank, or the number of a block?
+bool is_memo_number(std::string_view text);
 // The fields of every record, and the memos that they name.
 void check_records(CheckedTable& table);
 // An order by its path. False when it could not be looked at.

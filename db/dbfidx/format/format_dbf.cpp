@@ -19,6 +19,7 @@ enum Offset : std::size_t {
   kCountAt = 4,
   kHeaderSizeAt = 8,
   kRecordSizeAt = 10,
+  kReservedAt = 12,
   kCounterAt = 31,
   kTypeAt = 11,
   kLengthAt = 16,
@@ -150,6 +151,14 @@ void set_last_update(std::uint8_t* header, Date date) {
   header[kDateAt + 2] = static_cast<std::uint8_t>(date.day);
 }
 
+void set_sizes(std::uint8_t* header, std::uint16_t header_size, std::uint16_t record_size) {
+  put_u16le(header + kHeaderSizeAt, header_size);
+  put_u16le(header + kRecordSizeAt, record_size);
+}
+void keep_reserved(std::uint8_t* header, const std::uint8_t* other) {
+  std::memcpy(header + kReservedAt, other + kReservedAt, kCounterAt - kReservedAt);
+}
+
 bool read_fields(std::span<std::uint8_t> header, std::vector<Field>& fields) {
   fields.clear();
   const std::size_t count = (header.size() - kHeaderPrefix) / kDescriptorSize;
@@ -207,8 +216,7 @@ std::vector<std::uint8_t> new_header(std::span<const Field> fields, Date today) 
   header.back() = kEndMark;
   set_version(header.data(), memo);
   set_last_update(header.data(), today);
-  put_u16le(header.data() + kHeaderSizeAt, static_cast<std::uint16_t>(size));
-  put_u16le(header.data() + kRecordSizeAt, static_cast<std::uint16_t>(record));
+  set_sizes(header.data(), static_cast<std::uint16_t>(size), static_cast<std::uint16_t>(record));
   set_change_counter(header.data(), 1);
   return header;
 }

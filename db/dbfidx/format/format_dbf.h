@@ -73,6 +73,9 @@ void set_version(std::uint8_t* header, bool memo);
 void set_record_count(std::uint8_t* header, std::uint32_t count);
 void set_change_counter(std::uint8_t* header, std::uint8_t counter);
 void set_last_update(std::uint8_t* header, Date date);
+void set_sizes(std::uint8_t* header, std::uint16_t header_size, std::uint16_t record_size);
+// Copies the bytes that mean nothing here from another header.
+void keep_reserved(std::uint8_t* header, const std::uint8_t* other);
 
 // Takes the descriptors of a whole header apart, storing each field's offset in it. False when the
 // fields do not fill the record: `fields` are then those that lie inside it.

@@ -1,0 +1,72 @@
+#include "db/dbfidx/check/opened_table.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "core/file_ops.h"
+#include "core/open_files.h"
+#include "core/stacks.h"
+#include "core/text.h"
+#include "db/area.h"
+#include "db/dbfidx/order/index_control.h"
+
+namespace tarnel {
+namespace {
+
+bool is_used(const WorkArea* area) {
+  return area != nullptr && area->server() != nullptr;
+}
+
+}  // namespace
+
+OpenedTable::OpenedTable(const std::string& path, Use use)
+    : former_(current_area()), in_(is_used(former_) ? former_ : nullptr) {
+  const std::int32_t mark = temp_top();
+  HOLD_VAR(&object_, dbfidx_class().make());
+  POP_TEMPS(mark);
+  number_ = former_ != nullptr ? former_->number : 0;
+  if (select_free_area() == nullptr) return;
+  const WantedAlias wanted("__CHECK");
+  const bool alone = use == Use::kAlone;
+  if (open_table(dbf_of(object_), {.file = path, .exclusive = alone, .read_only = !alone}))
+    borrow_alias(path);
+}
+
+OpenedTable::~OpenedTable() noexcept(false) {
+  if (lender_ != nullptr) std::swap(lender_->alias, dbf_of(object_).area->alias);
+  const KeepObject keep(object_);
+  UNHOLD_VAR(&object_);
+  close_table(dbf_of(keep.object()));
+  if (!is_used(former_) && number_ > 0) ogsSelect(TMP_INT(number_), SelectMode::kNewNumber);
+}
+
+void OpenedTable::borrow_alias(const std::string& path) {
+  const std::string_view name = base_name(path);
+  WorkArea* holder = area_by_alias(upper_text(name.substr(0, name.rfind('.')))
+                                       .substr(0, static_cast<std::size_t>(kMadeAliasSize)));
+  WorkArea* own = dbf_of(object_).area;
+  if (holder == nullptr || holder == own) return;
+  lender_ = holder;
+  std::swap(lender_->alias, own->alias);
+}
+
+std::vector<std::string> orders_beside(const std::string& table, Findings& findings) {
+  std::vector<std::string> found;
+  std::error_code failed;
+  const std::filesystem::path directory = std::filesystem::path(table).parent_path();
+  for (const auto& entry : std::filesystem::directory_iterator(directory, failed)) {
+    const std::string name = entry.path().string();
+    if (name.size() < 4 || !same_letters(std::string_view(name).substr(name.size() - 4), ".idx"))
+      continue;
+    const File file(name.c_str(), O_RDONLY);
+    idx::Extension extension;
+    if (!file.opened() || !idx::read_extension(file.fd(), extension))
+      findings.note(std::string(base_name(name)) + " can't be read, it may be an order of it");
+    else if (names_table(extension.table, base_name(table)))
+      found.push_back(name);
+  }
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+}  // namespace tarnel

@@ -1,0 +1,41 @@
+// A table opened in an area of its own for a check or a repair, and the orders that are said to be its.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "db/area.h"
+#include "db/dbfidx/check/findings.h"
+#include "db/dbfidx/dbfidx.h"
+
+namespace tarnel {
+
+// The area is left again on every way out. Keys may name the table by its alias: whoever has that meanwhile
+// lends it.
+class OpenedTable {
+ public:
+  enum class Use : bool { kToRead, kAlone };
+  OpenedTable(const std::string& path, Use use);
+  ~OpenedTable() noexcept(false);
+  OpenedTable(const OpenedTable&) = delete;
+  OpenedTable& operator=(const OpenedTable&) = delete;
+
+  DbfIdx* get() { return dbf_of(object_).isOpen() ? &dbf_of(object_) : nullptr; }
+  Var* object() { return object_; }
+
+ private:
+  void borrow_alias(const std::string& path);
+
+  WorkArea* const former_;
+  const AreaScope in_;
+  Var* object_ = nullptr;  // held
+  std::int32_t number_ = 0;
+  WorkArea* lender_ = nullptr;
+};
+
+// The paths of the orders in the directory of a table that name it, in alphabetical order. A note tells of
+// those that can't be read.
+std::vector<std::string> orders_beside(const std::string& table, Findings& findings);
+
+}  // namespace tarnel
