@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
@@ -38,6 +39,17 @@ std::string_view strip_zeros(std::string_view text) {
   return text;
 }
 
+// Whole numbers are the most that are printed, and their digits are those of an integer. The end of the text; null
+// for other numbers.
+char* print_whole(char* start, char* end, double value, int precision) {
+  constexpr double kExactBelow = 9007199254740992;  // 2^53
+  const bool minus_zero = value == 0 && std::signbit(value);
+  if (!(std::abs(value) < kExactBelow) || value != std::trunc(value) || minus_zero) return nullptr;
+  char* at = std::to_chars(start, end, static_cast<std::int64_t>(value)).ptr;
+  if (precision > 0) *at++ = '.';
+  return std::fill_n(at, precision, '0');
+}
+
 }  // namespace
 
 std::string_view print_fixed(NumberBuffer& buffer, double value, int width, int decimals) {
@@ -50,9 +62,10 @@ std::string_view print_fixed(NumberBuffer& buffer, double value, int width, int 
     return {start, n};
   }
   const int precision = decimals < 0 ? 6 : std::min(decimals, kMaxNumberDecimals);
-  const auto end = std::to_chars(start, buffer.bytes + NumberBuffer::kSize, value,
-                                 std::chars_format::fixed, precision)
-                       .ptr;
+  char* const room = buffer.bytes + NumberBuffer::kSize;
+  const char* end = print_whole(start, room, value, precision);
+  if (end == nullptr)
+    end = std::to_chars(start, room, value, std::chars_format::fixed, precision).ptr;
   auto n = static_cast<std::size_t>(end - start);
   const auto wanted = static_cast<std::size_t>(std::clamp(width, 0, kMaxNumberWidth));
   if (n < wanted) {

@@ -1,11 +1,11 @@
 #include "macro/expand.h"
 
-#include <cctype>
 
 #include "core/errors.h"
 #include "core/memvars.h"
 #include "core/stacks.h"
 #include "core/symbols.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -36,7 +36,7 @@ std::string macro_error(std::string_view source) {
 }
 
 bool is_name_char(char c) {
-  return c == '_' || std::isalnum(static_cast<unsigned char>(c)) != 0;
+  return c == '_' || (c >= '0' && c <= '9') || (upper_letter(c) >= 'A' && upper_letter(c) <= 'Z');
 }
 
 // Which byte will end the quoted part in which a scan stands, 0 outside. A backquote opens a part that

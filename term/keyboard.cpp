@@ -6,9 +6,9 @@
 #include <array>
 #include <chrono>
 #include <cmath>
-#include <deque>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "core/blocks.h"
 #include "core/errors.h"
@@ -39,7 +39,7 @@ struct Binding {
 };
 
 struct KeyboardState {
-  std::deque<WaitingKey> buffer;
+  std::vector<WaitingKey> buffer;  // a few; a request, which has none, allocates nothing
   int looked_at = kNoKey;  // read from the terminal by nextkey
   int last = kNoKey;
   std::map<int, Binding> bindings;
@@ -76,7 +76,7 @@ int accepted(WaitingKey key) {
     state.last = key.code;
     return key.code;
   }
-  std::deque<WaitingKey> keys;
+  std::vector<WaitingKey> keys;
   for (const char c : state.texts[static_cast<std::size_t>(index)])
     if (c != 0) keys.push_back({c == ';' ? int{kKeyEnter} : static_cast<unsigned char>(c), true});
   keys.insert(keys.end(), state.buffer.begin(), state.buffer.end());
@@ -94,7 +94,7 @@ void sleep_for(std::int64_t milliseconds) {
 int take_pending_key() {
   if (!state.buffer.empty()) {
     const WaitingKey key = state.buffer.front();
-    state.buffer.pop_front();
+    state.buffer.erase(state.buffer.begin());
     return accepted(key);
   }
   const int key = read_terminal(0);

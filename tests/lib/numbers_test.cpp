@@ -1,4 +1,6 @@
 #include <cmath>
+#include <cstdio>
+#include <cstring>
 #include <limits>
 
 #include "core/memory.h"
@@ -24,6 +26,18 @@ TEST_F(Numbers, StrGoesByTheStoredOrTheGivenWidth) {
          {"str", {kInf, 5}, "C *****"},
          {"str", {Computed{-kInf, 2}}, "C **********"},
          {"str", {kNan, 2}, "C **"}});
+}
+
+TEST_F(Numbers, WholeAndOtherNumbersPrintAlike) {
+  for (const double value : {0.0, -0.0, 1.0, -1.0, 0.5, 9007199254740991.0, -9007199254740991.0,
+                             9007199254740992.0, 9007199254740994.0, 1e22, -1e300})
+    for (const int decimals : {0, 1, 3, 15}) {
+      char expected[400];
+      std::snprintf(expected, sizeof expected, "%5.*f", decimals, value);
+      if (char* comma = std::strchr(expected, ',')) *comma = '.';
+      NumberBuffer buffer;
+      EXPECT_EQ(print_fixed(buffer, value, 5, decimals), expected);
+    }
 }
 
 TEST_F(Numbers, FixedActsOnDisplayNotOnStr) {
