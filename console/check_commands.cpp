@@ -1,5 +1,6 @@
 #include "console/check_commands.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +12,9 @@
 #include "console/session.h"
 #include "console/words.h"
 #include "core/classes.h"
+#include "core/errors.h"
+#include "core/file_ops.h"
+#include "core/open_files.h"
 #include "core/output.h"
 #include "core/runtime.h"
 #include "core/stacks.h"
@@ -18,6 +22,9 @@
 #include "db/area.h"
 #include "db/dbfidx/check/check.h"
 #include "db/dbfidx/check/repair.h"
+#include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/lock/lock_list.h"
+#include "db/dbfidx/lock/lock_test.h"
 #include "db/info_codes.h"
 
 namespace tarnel {
@@ -92,6 +99,17 @@ bool agreed(std::string_view sure) {
   return false;
 }
 
+// "4711 (tnsh)", as far as the system tells.
+std::string process_name(pid_t process) {
+  if (process <= 0) return "of another machine";
+  const File file(("/proc/" + std::to_string(process) + "/comm").c_str(), O_RDONLY);
+  char name[64];
+  const ssize_t n = file.opened() ? file_ops().read(file.fd(), name, sizeof name) : 0;
+  std::string text = std::to_string(process);
+  if (n > 1) text.append(" (").append(name, static_cast<std::size_t>(n) - 1).append(")");
+  return text;
+}
+
 }  // namespace
 
 bool check_files(std::string_view files) {
@@ -117,6 +135,37 @@ bool repair_file(std::string_view arguments) {
     refuse(repair.name(), repair.system_error(), repair.fault());
   else
     check_one({file, {}});
+  return true;
+}
+
+bool list_locks(std::string_view) {
+  for (const WorkArea* area = area_list(); area != nullptr; area = area->next) {
+    if (class_of(area->server()) != &dbfidx_class()) continue;
+    for (const HeldLock& lock : locks_on(dbf_of(area->server())))
+      write_line(std::string(area->alias) + ": process " +
+                 (lock.process == getpid() ? "of this console" : process_name(lock.process)) +
+                 (lock.waits ? " waits for: " : ": ") + lock.what);
+  }
+  return true;
+}
+
+bool test_directory_locks(std::string_view arguments) {
+  const std::string directory = take_file_name(arguments);
+  if (directory.empty()) {
+    complain(".locktest needs the name of a directory");
+    return true;
+  }
+  const LockTestResult result = test_locks(directory, write_line);
+  if (result.system_error != 0) {
+    complain(directory + ": " + system_words(result.system_error));
+  } else if (result.failed > 0) {
+    complain(directory + ": tables can't be shared there, " + counted(result.failed, "test") +
+             " of " + std::to_string(result.failed + result.passed) + " failed");
+  } else {
+    write_line(directory + ": tables can be shared there");
+    write_line(format_text("a lock costs %.1f microseconds, who waits has it after %.0f",
+                           result.own, result.handed_on));
+  }
   return true;
 }
 

@@ -62,6 +62,8 @@ constexpr DotCommand kDotCommands[] = {
     {"headers", "on|off", "shows the names of columns, or not", show_headers},
     {"list", "[N|all] [FIELDS] [for EXPR] [while EXPR]",
      "shows N records from the current one on, 20 by default, or all", list_records},
+    {"locks", "", "shows who holds which locks on the open tables", list_locks},
+    {"locktest", "DIR", "tries whether tables can be shared in a directory", test_directory_locks},
     {"mode", "[MODE]",
      "shows rows as table, box, line, csv, tsv, json, jsonl, markdown, html or insert",
      choose_mode},

@@ -1,22 +1,7 @@
 // Four kinds of lock on a table: the claim for the time it is open, the internal lock that brackets
 // one operation, record locks, and the file lock. All are POSIX range locks that other processes
 // see; among the areas of this process, which the system lets pass, the ring of same-file areas
-// decides.
-//
-// The byte ranges are shared with every running process and therefore frozen:
-//
-//   0, 1                         internal lock
-//   32, 0x7FFFF7D6 bytes         file lock
-//   a record's own bytes         record lock
-//   B                            guard byte of the claim
-//   B + 6 ... B + 1023           claim slots
-//   B ... B + 1030               exclusive claim
-//
-// with B = 0x7FFFFBF6 in a .dbf and 0 in an .idx. The lock40comp scheme has for a .dbf instead
-//
-//   0x3FFFF7FF ... 0x3FFFFBFE    claim slots; all of them: exclusive claim
-//   0x3FFFFC00                   gate of the internal lock
-//   0x3FFFFC01 ... 0x3FFFFFFF    reader slots of the internal lock
+// decides. Where they lie stands in lock_ranges.h.
 #include <time.h>
 #include <unistd.h>
 
@@ -27,21 +12,11 @@
 #include "core/file_ops.h"
 #include "core/runtime.h"
 #include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/lock/lock_ranges.h"
 #include "db/dbfidx/table_errors.h"
 
 namespace tarnel {
 namespace {
-
-constexpr std::int64_t kClaimSpan = 1033;  // from B to the top
-constexpr std::int64_t kClaimLength = 1031, kFirstSlot = 6, kSlotsEnd = 1024;
-static_assert(kDbfTop - kClaimSpan == 0x7FFFFBF6 && kIdxTop - kClaimSpan == 0);
-static_assert(kDbfTop - kClaimSpan + kClaimLength <= 0x7FFFFFFF, "must fit a 32-bit offset");
-
-constexpr std::int64_t kInternalAt = 0, kInternalLength = 2;
-constexpr std::int64_t kFileLockAt = 32, kFileLockLength = 0x7FFFF7D6;
-
-constexpr std::int64_t kClaim40At = 0x3FFFF7FF, kClaim40Length = 1024;
-constexpr std::int64_t kGate40 = 0x3FFFFC00, kReader40 = 0x3FFFFC01, kReader40End = 0x40000000;
 
 constexpr std::int32_t kListStep = 16;
 
