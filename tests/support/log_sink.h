@@ -4,28 +4,13 @@
 
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <syslog.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
-#include <string>
 #include <thread>
 
 namespace tarnel::testing {
-
-// The warnings that came, and worse.
-struct LoggedWarnings {
-  bool served = false;
-  std::mutex guard;
-  std::string text;
-};
-inline LoggedWarnings& logged_warnings() {
-  static auto* warnings = new LoggedWarnings;  // outlives the thread that fills it
-  return *warnings;
-}
 
 // Takes /dev/log if nobody has it and we may; lasts to the end of the process.
 inline void serve_log() {
@@ -44,26 +29,11 @@ inline void serve_log() {
     return;
   }
   std::atexit([] { unlink("/dev/log"); });
-  logged_warnings().served = true;
   std::thread([fd] {
     char line[4096];
-    for (ssize_t n; (n = recv(fd, line, sizeof line - 1, 0)) >= 0;) {
-      line[n] = '\0';
-      if (n == 0 || LOG_PRI(std::atoi(line + 1)) > LOG_WARNING) continue;
-      const std::lock_guard held(logged_warnings().guard);
-      logged_warnings().text.append(line).append("\n");
+    while (recv(fd, line, sizeof line, 0) >= 0) {
     }
   }).detach();
-}
-
-// How many warnings hold a text, after those that are on their way.
-inline int count_warnings(const std::string& text) {
-  std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  const std::lock_guard held(logged_warnings().guard);
-  int n = 0;
-  for (std::size_t at = 0; (at = logged_warnings().text.find(text, at)) != std::string::npos; ++at)
-    ++n;
-  return n;
 }
 
 }  // namespace tarnel::testing
