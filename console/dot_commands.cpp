@@ -6,9 +6,11 @@
 #include "console/browse.h"
 #include "console/bulk_commands.h"
 #include "console/check_commands.h"
+#include "console/dir_command.h"
 #include "console/export_commands.h"
 #include "console/open_commands.h"
 #include "console/output_target.h"
+#include "console/record_commands.h"
 #include "console/row_commands.h"
 #include "console/session.h"
 #include "console/table_commands.h"
@@ -36,6 +38,7 @@ bool read(std::string_view name);
 bool screen(std::string_view name);
 bool set(std::string_view arguments);
 bool set_bail(std::string_view on_or_off);
+bool set_changes(std::string_view on_or_off);
 bool set_echo(std::string_view on_or_off);
 bool set_timer(std::string_view on_or_off);
 
@@ -46,14 +49,18 @@ constexpr DotCommand kDotCommands[] = {
      browse},
     {"check", "[FILE...]", "looks for damage in tables, their memos and orders; changes nothing",
      check_files},
+    {"changes", "on|off", "tells how many records a line wrote, or not", set_changes},
     {"close", "[ALIAS|all]", "closes the current table, another one, or all", close_command},
     {"copy", "FILE [FIELDS] [for CONDITION]",
      "makes a table, or a text (.csv, .txt, .sdf), of records", copy_records},
+    {"count", "[for EXPR] [while EXPR]", "counts records", count_records},
     {"create", "FILE NAME TYPE [LENGTH [DECIMALS]], ...", "makes a table and opens it exclusively",
      create_command},
+    {"dir", "[PATTERN]", "shows the tables of a folder", list_folder},
     {"dump", "[ALIAS]", "writes the lines that make a table, its orders and records anew",
      dump_table},
     {"echo", "on|off", "writes lines before they run, or not", set_echo},
+    {"edit", "N FIELD := EXPR", "changes a field of record N", edit_record},
     {"export", "FILE [FIELDS] [for EXPR] [while EXPR]",
      "writes records to a file: .csv .tsv .json .jsonl .sql .md .html", export_records},
     {"filter", "[CONDITION]",
@@ -85,7 +92,9 @@ constexpr DotCommand kDotCommands[] = {
     {"schema", "[ALIAS]", "writes the lines that make a table and its orders anew", show_schema},
     {"screen", "FILE", "runs the lines of a file on a screen", screen},
     {"set", "[NAME [VALUE]]", "shows or changes settings", set},
-    {"struct", "", "shows the fields of the current table", list_structure},
+    {"show", "EXPR", "shows all of a value, what is in arrays and objects too", show_value},
+    {"struct", "[FILE]", "shows the fields of the current table, or of a file", list_structure},
+    {"sum", "EXPR [for EXPR] [while EXPR]", "adds an expression up over records", sum_records},
     {"tables", "", "shows the open tables, the current one marked with *", list_tables},
     {"timer", "on|off", "tells the time that each line took, or not", set_timer},
     {"width", "[N...]", "how wide columns are: 0 as need be, below 0 to the right", set_widths},
@@ -217,6 +226,10 @@ bool set(std::string_view arguments) {
   return true;
 }
 
+bool set_changes(std::string_view on_or_off) {
+  static_cast<void>(read_switch(".changes", on_or_off, session_switches().changes));
+  return true;
+}
 bool set_bail(std::string_view on_or_off) {
   static_cast<void>(read_switch(".bail", on_or_off, session_switches().bail));
   return true;

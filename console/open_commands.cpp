@@ -106,6 +106,15 @@ bool open_found(const Sought& sought, std::string_view alias, OpenFor use) {
   return opened;
 }
 
+// The number of the current area, 0 for none, and its selection.
+std::int32_t selected() {
+  return current_area() != nullptr ? current_area()->number : 0;
+}
+void select_again(std::int32_t number) {
+  const TempsMark mark;
+  if (number != 0) ogsSelect(TMP_INT(number), SelectMode::kNewNumber);
+}
+
 void close_area(const WorkArea* area) {
   const TempsMark mark;
   send(area->server(), "close");
@@ -124,10 +133,18 @@ bool open_for_person(const std::string& name, std::string_view alias, OpenFor us
     complain(shown_path(sought.path) + ": " + system_words(sought.error));
     return false;
   }
-  const std::int32_t former = current_area() != nullptr ? current_area()->number : 0;
+  const std::int32_t former = selected();
   if (open_found(sought, alias, use)) return true;
-  if (former != 0) ogsSelect(TMP_INT(former), SelectMode::kNewNumber);
+  select_again(former);
   return false;
+}
+
+OpenForLook::OpenForLook(const std::string& name)
+    : former_(selected()), opened_(open_for_person(name, "", OpenFor::kReading)) {}
+OpenForLook::~OpenForLook() noexcept(false) {
+  if (!opened_) return;
+  close_area(current_area());
+  select_again(former_);
 }
 
 void forbid_writing() {

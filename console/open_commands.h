@@ -2,6 +2,7 @@
 // nobody out meanwhile.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,19 @@ enum class OpenFor : char { kReading, kWriting, kAlone };
 // name may lack ".dbf" and may be in other letters than the file. False after a complaint; the former area is
 // current then.
 bool open_for_person(const std::string& name, std::string_view alias, OpenFor use);
+// A table that is open, and current, for the life of the guard.
+class OpenForLook {
+ public:
+  explicit OpenForLook(const std::string& name);
+  ~OpenForLook() noexcept(false);
+  OpenForLook(const OpenForLook&) = delete;
+  OpenForLook& operator=(const OpenForLook&) = delete;
+  bool opened() const { return opened_; }
+
+ private:
+  const std::int32_t former_;  // the number of the area that was current, 0 none
+  const bool opened_;
+};
 // From now on nothing is opened but for reading.
 void forbid_writing();
 

@@ -23,29 +23,6 @@ namespace {
 
 constexpr std::int32_t kUsualRecords = 20;
 
-// The end of an expression: the place of a word outside of texts and brackets.
-std::size_t find_word(std::string_view line, std::string_view word) {
-  char quote = 0;
-  int depth = 0;
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    const char c = line[i];
-    if (quote != 0) {
-      if (c == quote) quote = 0;
-    } else if (c == '"' || c == '\'') {
-      quote = c;
-    } else if (c == '(' || c == '{' || c == '[') {
-      ++depth;
-    } else if (c == ')' || c == '}' || c == ']') {
-      --depth;
-    } else if (depth == 0 && (i == 0 || line[i - 1] == ' ') &&
-               same_letters(line.substr(i, word.size()), word) &&
-               (i + word.size() == line.size() || line[i + word.size()] == ' ')) {
-      return i;
-    }
-  }
-  return line.npos;
-}
-
 // A condition that a line begins with, up to another word; null for none. False after an error.
 bool take_condition(std::string_view& line, std::string_view word, std::string_view other,
                     Var*& block) {
@@ -94,6 +71,28 @@ ProgressHook progress_beside_output() {
 }
 
 }  // namespace
+
+std::size_t find_word(std::string_view line, std::string_view word) {
+  char quote = 0;
+  int depth = 0;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    const char c = line[i];
+    if (quote != 0) {
+      if (c == quote) quote = 0;
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else if (c == '(' || c == '{' || c == '[') {
+      ++depth;
+    } else if (c == ')' || c == '}' || c == ']') {
+      --depth;
+    } else if (depth == 0 && (i == 0 || line[i - 1] == ' ') &&
+               same_letters(line.substr(i, word.size()), word) &&
+               (i + word.size() == line.size() || line[i + word.size()] == ' ')) {
+      return i;
+    }
+  }
+  return line.npos;
+}
 
 bool read_switch(std::string_view command, std::string_view word, bool& value) {
   const bool on = same_letters(word, "on");

@@ -11,6 +11,8 @@ namespace tarnel {
 
 // [FIELDS] [for EXPR] [while EXPR] for the current table; false after a complaint or an error. temps +2
 [[nodiscard]] bool take_selection(std::string_view line, Var* server, RowRequest& request);
+// The place of a word outside of the texts and brackets of a line, npos for none.
+std::size_t find_word(std::string_view line, std::string_view word);
 // The columns of the terminal that output goes to, 0 for none.
 int output_columns();
 // Where a writer's rows go for the console.

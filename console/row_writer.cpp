@@ -288,9 +288,9 @@ void RowWriter::write_fenced(std::span<const RowCell> cells) {
   const auto put = row_of(style_.mode).put;
   if (style_.mode == RowMode::kJson && rows_ > 0) out_.put(",\n");
   const bool null = style_.mode == RowMode::kJson || style_.mode == RowMode::kJsonl;
-  const std::string_view nothing = null                              ? "null"
-                                   : style_.mode == RowMode::kInsert ? "NULL"
-                                                                     : style_.nothing;
+  std::string_view nothing = style_.nothing;
+  if (style_.mode == RowMode::kInsert) nothing = "NULL";
+  if (null) nothing = "null";
   for (std::size_t i = 0; i < cells.size(); ++i) {
     out_.put(fences_[i]);
     if (cells[i].kind != CellKind::kNothing)

@@ -16,6 +16,7 @@
 #include "console/dot_commands.h"
 #include "console/output_target.h"
 #include "console/screen_session.h"
+#include "console/whole_value.h"
 #include "core/classes.h"
 #include "core/descriptors.h"
 #include "core/error_object.h"
@@ -27,6 +28,7 @@
 #include "core/settings.h"
 #include "core/signals.h"
 #include "core/symbols.h"
+#include "db/written_records.h"
 #include "lib/value_text.h"
 #include "macro/evaluator.h"
 #include "term/screen.h"
@@ -119,7 +121,11 @@ void run_expression(std::string_view line) {
   make_known(assigned_name(line));
   const Var* value = EXP_EVAL(line);
   if (screen_open()) return;  // there the script alone decides what is shown
-  write_value(value);
+  const bool has_parts = letter_in(value->type, "AOBb");
+  if (has_parts && isatty(STDOUT_FILENO) != 0)
+    write_output(whole_value(value));
+  else
+    write_value(value);
   write_output("\n");
 }
 
@@ -162,18 +168,22 @@ class LineReader {
   int error_ = 0;
 };
 
-// The time of a line, written when it has run.
-class LineTimer {
+// What a line took and changed, written when it has run.
+class LineAccount {
  public:
-  ~LineTimer() {
-    if (!session.switches.timer || !wanted_) return;
+  ~LineAccount() {
+    const std::int64_t changes = written_records() - before_;
+    if (wanted_.changes && session.switches.changes && changes != 0)
+      write_output(format_text("%lld changes\n", static_cast<long long>(changes)));
+    if (!wanted_.timer || !session.switches.timer) return;
     const std::chrono::duration<double> taken = Clock::now() - start_;
     write_output(format_text("%.3f s\n", taken.count()));
   }
 
  private:
   using Clock = std::chrono::steady_clock;
-  const bool wanted_ = session.switches.timer;
+  const SessionSwitches wanted_ = session.switches;
+  const std::int64_t before_ = written_records();
   const Clock::time_point start_ = Clock::now();
 };
 
@@ -212,19 +222,24 @@ void open_session() {
   POP_TEMPS(session.frame.temp_mark);
 }
 
-bool run_line(std::string_view line) {
-  look_at_signals();
-  line = trimmed(line);
-  session.frame.line = ++session.line;
-  if (line.empty() || line.front() == '#') return true;
+static bool run_accounted(std::string_view line) {
+  const LineAccount account;
   bool goes_on = true;
-  if (session.switches.echo) write_output(std::string(line) + "\n");
-  const LineTimer timer;
   if (is_dot_line(line))
     goes_on = run_dot_line(line.substr(1));
   else
     run_expression(line);
   POP_TEMPS(session.frame.temp_mark);
+  return goes_on;
+}
+
+bool run_line(std::string_view line) {
+  look_at_signals();
+  line = trimmed(line);
+  session.frame.line = ++session.line;
+  if (line.empty() || line.front() == '#') return true;
+  if (session.switches.echo) write_output(std::string(line) + "\n");
+  const bool goes_on = run_accounted(line);
   end_of_line();
   return goes_on;
 }

@@ -27,9 +27,10 @@ bool run_file(const char* name);
 
 // What changes how lines run.
 struct SessionSwitches {
-  bool bail = false;   // a line that complains ends the file that it stands in
-  bool echo = false;   // lines are written before they run
-  bool timer = false;  // the time that a line took is written behind it
+  bool bail = false;     // a line that complains ends the file that it stands in
+  bool echo = false;     // lines are written before they run
+  bool timer = false;    // the time that a line took is written behind it
+  bool changes = false;  // the number of records that a line wrote is written behind it
 };
 SessionSwitches& session_switches();
 // Did a file end early because of `bail`? Forgets it.

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <charconv>
 
+#include "console/open_commands.h"
 #include "console/row_commands.h"
 #include "console/session.h"
 #include "console/words.h"
@@ -181,8 +182,13 @@ bool list_orders(std::string_view) {
   return true;
 }
 
-bool list_structure(std::string_view) {
+bool list_structure(std::string_view file) {
   const TempsMark mark;
+  if (!file.empty()) {
+    const OpenForLook look(take_file_name(file));
+    if (look.opened()) list_structure({});
+    return true;
+  }
   Var* server = server_or_complaint();
   if (server == nullptr) return true;
   TextRows table({"field", "name", "type", "length", "decimals"});

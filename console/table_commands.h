@@ -12,7 +12,7 @@ namespace tarnel {
 // Each gets the rest of its line and answers true: the session goes on.
 bool list_tables(std::string_view);
 bool list_orders(std::string_view);
-bool list_structure(std::string_view);
+bool list_structure(std::string_view file);  // of the current table, or of a file
 // Sets the filter of the current table; without a condition it is cleared.
 bool set_filter(std::string_view condition);
 

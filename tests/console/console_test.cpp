@@ -245,6 +245,7 @@ TEST_F(Console, ATerminalGetsNoControlBytesAndLinesForRowsThatAreTooWide) {
   for (const auto& [line, shown] :
        {std::pair{"t->a := chr(27) + '[7m1234' + chr(155)", "←[7m1234¢"},
         {".list", " record = 1\r\n      A = ←[7m1234¢"},
+        {"{1, {'a', {|| 2}}}", "{1, {\"a\", {|| 2}}}"},
         {".mode csv", ""},
         {".list", "A\r\n←[7m1234¢"},
         {"len({dbusearea(.t., , chr(27) + '7')})", ";←7;101"}}) {

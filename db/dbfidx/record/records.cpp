@@ -13,6 +13,7 @@
 #include "db/dbfidx/order/orders.h"
 #include "db/dbfidx/scan/relations.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/written_records.h"
 
 namespace tarnel {
 namespace {
@@ -313,6 +314,7 @@ Commit commitRecord(DbfIdx& dbf) {
   }
   const InternalLock lock(dbf, LockMode::kExclusive);
   const bool wrote = lock.held() && write_with_keys(dbf);
+  written_records() += wrote ? 1 : 0;
   POP_TEMPS(mark);
   return wrote ? Commit::kWritten : Commit::kFailed;
 }
@@ -374,6 +376,7 @@ bool append_record(DbfIdx& dbf, bool release_locks, const std::uint8_t* contents
     return false;
   dbf.recNo = n;
   dbf.buffer.read_done(n, is_locked(dbf));
+  ++written_records();
   index_synchronize(dbf, kSyncAppend);
   return change.complete();
 }
@@ -394,6 +397,7 @@ bool append_run(DbfIdx& dbf, const std::uint8_t* records, std::int32_t count) {
     return false;
   }
   dbf.lastRec += count;
+  written_records() += count;
   return true;
 }
 
