@@ -8,6 +8,7 @@
 #include "console/check_commands.h"
 #include "console/dir_command.h"
 #include "console/export_commands.h"
+#include "console/import_command.h"
 #include "console/open_commands.h"
 #include "console/output_target.h"
 #include "console/record_commands.h"
@@ -67,6 +68,9 @@ constexpr DotCommand kDotCommands[] = {
      "hides the records of the current table for which it isn't true, or none", set_filter},
     {"help", "[NAME]", "tells about the commands, or about a function or command", help},
     {"headers", "on|off", "shows the names of columns, or not", show_headers},
+    {"import", "[-append] FILE [TABLE]",
+     "makes a table of a .csv, .tsv, .json or .jsonl, or adds its rows to the current one",
+     import_rows},
     {"list", "[N|all] [FIELDS] [for EXPR] [while EXPR]",
      "shows N records from the current one on, 20 by default, or all", list_records},
     {"locks", "", "shows who holds which locks on the open tables", list_locks},

@@ -38,11 +38,6 @@ DbfIdx* table_of(std::string_view alias) {
   return nullptr;
 }
 
-std::string quoted(std::string_view name) {
-  return name.find_first_of(kBlanks) == name.npos ? std::string(name)
-                                                  : '"' + std::string(name) + '"';
-}
-
 bool has_size(char type) {
   return type == 'C' || type == 'N' || type == 'F';
 }
@@ -147,8 +142,6 @@ bool write_all_records(DbfIdx& dbf) {
 
 // --- What is made of such lines.
 
-constexpr char kMemoEnd = '\x1a';
-
 // NAME TYPE [LENGTH [DECIMALS]], ... as rows of a structure, a text of the language; "" after a complaint.
 std::string structure_of(std::string_view text) {
   std::string rows = "{";
@@ -179,19 +172,10 @@ bool fill_record(DbfIdx& dbf, std::string_view values, std::vector<std::uint8_t>
       complain(".row: no value for the field " + std::string(field.name));
       return false;
     }
-    std::uint8_t* at = record.data() + field.offset;
-    std::string_view wrong;
-    if (field.type != 'M')
-      wrong = put_input(field, at, value, true);
-    else if (value.text.find(kMemoEnd) != value.text.npos)
-      wrong = "holds byte 26, which would end it";
-    else if (const std::int64_t block = add_memo_text(dbf, value.text); block > 0)
-      dbf::put_block(at, field.length, static_cast<std::uint32_t>(block));
-    else if (block < 0)
-      return false;
+    const std::string_view wrong = put_input(dbf, field, record.data(), value, true);
     if (!wrong.empty()) {
       complain(".row: " + std::string(field.name) + " " + std::string(wrong) + ": " +
-               shown_cell({CellKind::kText, value.text}));
+               shown_input(value));
       return false;
     }
     open = json.take(',');

@@ -3,13 +3,16 @@
 #include <algorithm>
 #include <charconv>
 
+#include "console/cell_text.h"
 #include "core/text.h"
+#include "db/dbfidx/record/memo.h"
 #include "lib/dates.h"
 #include "term/glyphs.h"
 
 namespace tarnel {
 namespace {
 
+constexpr char kMemoEnd = '\x1a';
 constexpr std::string_view kDigits = "0123456789";
 
 std::string_view put_right(std::uint8_t* at, int length, std::string_view text) {
@@ -88,6 +91,24 @@ std::string_view put_input(const dbf::Field& field, std::uint8_t* at, const Inpu
     default:
       return "has no place in a field of its type";
   }
+}
+
+std::string_view put_input(DbfIdx& dbf, const dbf::Field& field, std::uint8_t* record,
+                           const InputValue& value, bool exact) {
+  std::uint8_t* at = record + field.offset;
+  if (field.type != 'M') return put_input(field, at, value, exact);
+  if (value.text.find(kMemoEnd) != value.text.npos) return "holds byte 26, which would end it";
+  if (value.text.empty()) return {};
+  const std::int64_t block = add_memo_text(dbf, value.text);
+  if (block < 0) return "can't be written";
+  dbf::put_block(at, field.length, static_cast<std::uint32_t>(block));
+  return {};
+}
+
+std::string shown_input(const InputValue& value) {
+  constexpr std::size_t kLongest = 40;
+  const std::string text = shown_cell({CellKind::kText, value.text});
+  return text.size() > kLongest ? text.substr(0, kLongest) + "..." : text;
 }
 
 void JsonReader::skip_blanks() {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "db/dbfidx/format/format_dbf.h"
+#include "db/dbfidx/dbfidx.h"
 
 namespace tarnel {
 
@@ -21,6 +21,12 @@ struct InputValue {
 std::string_view put_input(const dbf::Field& field, std::uint8_t* at, const InputValue& value,
                            bool exact);
 
+// The same for a field of a record, which may be a memo: that is written to the table's memo file.
+std::string_view put_input(DbfIdx& dbf, const dbf::Field& field, std::uint8_t* record,
+                           const InputValue& value, bool exact);
+// The value for a complaint.
+std::string shown_input(const InputValue& value);
+
 // Does a number stand in the field with these digits when it is put there?
 bool keeps_digits(const dbf::Field& field, std::string_view number);
 
@@ -33,6 +39,7 @@ class JsonReader {
   // Takes a text, a number, true, false or null. False, and nothing is taken, for anything else.
   bool take_value(InputValue& value);
   bool at_end();
+  std::string_view rest() const { return rest_; }
 
  private:
   void skip_blanks();

@@ -34,6 +34,11 @@ std::string take_file_name(std::string_view& line) {
                                                    : std::string(word);
 }
 
+std::string quoted(std::string_view name) {
+  return name.find_first_of(kBlanks) == name.npos ? std::string(name)
+                                                  : '"' + std::string(name) + '"';
+}
+
 bool take_if(std::string_view& line, std::string_view word) {
   std::string_view rest = line;
   if (!same_letters(take_word(rest), word)) return false;

@@ -1,0 +1,288 @@
+#include "console/import_command.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "console/export_commands.h"
+#include "console/import_reader.h"
+#include "console/session.h"
+#include "console/words.h"
+#include "core/descriptors.h"
+#include "core/open_files.h"
+#include "core/output.h"
+#include "core/signals.h"
+#include "core/stacks.h"
+#include "core/text.h"
+#include "db/area.h"
+#include "db/dbfidx/dbfidx.h"
+#include "db/progress.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::size_t kWidestText = 254;  // longer ones become memos
+
+bool form_of(std::string_view file, ImportForm& form) {
+  const std::string name = lower_text(base_name(file));
+  const std::string_view extension =
+      std::string_view(name).substr(std::min(name.rfind('.'), name.size()));
+  if (extension == ".json" || extension == ".jsonl")
+    form = ImportForm::kJson;
+  else if (extension == ".tsv" || extension == ".tab")
+    form = ImportForm::kTsv;
+  else if (extension == ".csv")
+    form = ImportForm::kCsv;
+  else
+    return false;
+  return true;
+}
+
+// All of a file; false with errno set.
+bool read_file(const std::string& name, std::string& text) {
+  const File file(name.c_str(), O_RDONLY);
+  ssize_t n = file.opened() ? 1 : -1;
+  while (n > 0) {
+    const std::size_t size = text.size();
+    text.resize(size + (1 << 20));
+    n = read_some(file.fd(), text.data() + size, 1 << 20);
+    text.resize(size + static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
+  }
+  return n == 0;
+}
+
+// --- What the values of a column have in common.
+
+bool is_date(std::string_view text) {
+  dbf::Field field{
+      .name = "", .type = 'D', .length_byte = 8, .decimals = 0, .offset = 0, .length = 8};
+  std::uint8_t bytes[8];
+  return text.size() == 10 &&
+         put_input(field, bytes, {InputKind::kText, std::string(text)}, false).empty();
+}
+
+// Digits that a number doesn't lose: no zeros in front, which codes have, and no exponent.
+bool is_number(std::string_view text, std::size_t& whole, std::size_t& decimals) {
+  if (text.starts_with('-')) text.remove_prefix(1);
+  const std::size_t point = std::min(text.find('.'), text.size());
+  const std::string_view fraction = text.substr(std::min(point + 1, text.size()));
+  const auto digits = [](std::string_view part) {
+    return part.find_first_not_of("0123456789") == part.npos;
+  };
+  whole = point;
+  decimals = fraction.size();
+  return point > 0 && digits(text.substr(0, point)) && digits(fraction) &&
+         (point == 1 || text[0] != '0') && (point == text.size() || !fraction.empty());
+}
+
+bool is_logical(const InputValue& value) {
+  const std::string text = lower_text(value.text);
+  return value.kind == InputKind::kTrue || value.kind == InputKind::kFalse || text == "t" ||
+         text == "f" || text == "true" || text == "false";
+}
+
+struct Column {
+  std::size_t longest = 0, whole = 1, decimals = 0;
+  bool any = false, negative = false;
+  bool numbers = true, dates = true, logicals = true;
+
+  void look_at(const InputValue& value) {
+    if (value.kind == InputKind::kNothing || (value.text.empty() && value.kind == InputKind::kText))
+      return;
+    any = true;
+    longest = std::max(longest, value.text.size());
+    logicals = logicals && is_logical(value);
+    std::size_t digits = 0, fraction = 0;
+    numbers = numbers && is_number(value.text, digits, fraction);
+    dates = dates && is_date(value.text);
+    if (!numbers) return;
+    whole = std::max(whole, digits + (value.text[0] == '-' ? 1 : 0));
+    decimals = std::max(decimals, fraction);
+  }
+  // As .create takes it.
+  std::string type() const {
+    const std::size_t width = whole + (decimals > 0 ? decimals + 1 : 0);
+    const bool fits = width <= std::size_t{dbf::kMaxNumericLength} &&
+                      decimals <= std::size_t{dbf::kMaxNumericDecimals};
+    if (any && logicals) return "L";
+    if (any && dates) return "D";
+    if (any && numbers && fits)
+      return "N " + std::to_string(width) + (decimals > 0 ? " " + std::to_string(decimals) : "");
+    return longest > kWidestText ? "M" : "C " + std::to_string(std::max<std::size_t>(longest, 1));
+  }
+};
+
+// A name that a field can have, none of those given.
+std::string field_name(std::string_view column, const std::vector<std::string>& taken) {
+  std::string name = upper_text(trim_blanks(column)).substr(0, 10);
+  for (char& c : name)
+    if (std::isalnum(static_cast<unsigned char>(c)) == 0) c = '_';
+  if (name.empty() || std::isdigit(static_cast<unsigned char>(name[0])) != 0)
+    name = ("F" + name).substr(0, 10);
+  const std::string base = name;
+  for (int i = 2; std::ranges::find(taken, name) != taken.end(); ++i) {
+    const std::string number = std::to_string(i);
+    name = base.substr(0, 10 - number.size()) + number;
+  }
+  return name;
+}
+
+// The fields for all rows of a text, as .create takes them; empty without columns.
+std::string structure_for(std::string_view text, ImportForm form) {
+  ImportReader reader(text, form);
+  std::vector<Column> columns;
+  for (std::vector<InputValue> row; reader.next(row);) {
+    if (!reader.fault().empty()) continue;
+    columns.resize(std::max(columns.size(), reader.columns().size()));
+    for (std::size_t i = 0; i < row.size(); ++i) columns[i].look_at(row[i]);
+  }
+  columns.resize(reader.columns().size());
+  std::vector<std::string> names;
+  std::string fields;
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    names.push_back(field_name(reader.columns()[i], names));
+    fields += (i > 0 ? ", " : "") + names.back() + " " + columns[i].type();
+  }
+  return fields;
+}
+
+// --- Records of rows.
+
+class Appender {
+ public:
+  // `by_name`: columns go to the fields of their names, else to those of their places.
+  Appender(DbfIdx& dbf, const std::string& file, bool by_name)
+      : dbf_(dbf), file_(file), by_name_(by_name), record_(dbf.recordSize), same_(dbf) {}
+
+  void run(std::string_view text, ImportForm form) {
+    ImportReader reader(text, form);
+    Progress progress("import", 0);
+    for (std::vector<InputValue> row; reader.next(row);) {
+      look_at_signals();
+      progress.step();
+      const bool added = take(reader, row);
+      if (!same_.holds() || failed_ || (!added && session_switches().bail)) break;
+    }
+    if (same_.holds() && !flush()) failed_ = true;
+    write_output(std::to_string(added_) + " records\n");
+  }
+
+ private:
+  bool complain_of(const ImportReader& reader, const std::string& fault) {
+    complain(file_ + ":" + std::to_string(reader.line()) + ": " + fault);
+    return false;
+  }
+
+  bool take(const ImportReader& reader, const std::vector<InputValue>& row) {
+    if (!reader.fault().empty()) return complain_of(reader, reader.fault());
+    std::ranges::fill(record_, std::uint8_t{' '});
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      if (i >= fields_.size()) fields_.push_back(field_of(i, reader.columns()[i]));
+      failed_ = fields_[i] == 0;  // for each row
+      if (failed_) return complain_of(reader, "there is no field " + reader.columns()[i]);
+      const dbf::Field& field = dbf_.fields[static_cast<std::size_t>(fields_[i]) - 1];
+      const std::string_view wrong = put_input(dbf_, field, record_.data(), row[i], false);
+      if (!wrong.empty())
+        return complain_of(reader, std::string(field.name) + " " + std::string(wrong) + ": " +
+                                       shown_input(row[i]));
+    }
+    return add();
+  }
+
+  std::int32_t field_of(std::size_t i, const std::string& name) const {
+    if (by_name_) return field_position(dbf_, name);
+    return i < dbf_.fields.size() ? static_cast<std::int32_t>(i) + 1 : 0;
+  }
+
+  // Many at once where nothing is to be done for each.
+  bool add() {
+    ++added_;
+    if (!dbf_.exclusive() || dbf_.orderCount > 0) {
+      const InternalLock lock(dbf_, LockMode::kExclusive);
+      failed_ = !lock.held() || !append_record(dbf_, true, record_.data());
+      added_ -= failed_ ? 1 : 0;
+      return !failed_;
+    }
+    run_.insert(run_.end(), record_.begin(), record_.end());
+    if (run_.size() >= kRun) failed_ = !flush();
+    return !failed_;
+  }
+  bool flush() {
+    const auto count = static_cast<std::int32_t>(run_.size() / record_.size());
+    const bool written = count == 0 || append_run(dbf_, run_.data(), count);
+    if (!written) added_ -= count;
+    run_.clear();
+    return written;
+  }
+
+  static constexpr std::size_t kRun = 256 * 1024;
+
+  DbfIdx& dbf_;
+  const std::string& file_;
+  const bool by_name_;
+  std::vector<std::uint8_t> record_, run_;
+  std::vector<std::int32_t> fields_;  // of the columns; 0 none
+  std::int64_t added_ = 0;
+  bool failed_ = false;
+  const SameTable same_;
+};
+
+// The current table, when it can be added to.
+DbfIdx* table_to_fill() {
+  Var* server = current_server();
+  if (server == nullptr || class_of(server) != &dbfidx_class())
+    complain("no table is open in the current area");
+  else if (dbf_of(server).readOnly())
+    complain("the table is open for reading only, .open -w opens it to write");
+  else
+    return &dbf_of(server);
+  return nullptr;
+}
+
+// Makes the table that rows need, after its structure was shown, and opens it. False after a complaint.
+bool make_table(const std::string& table, std::string_view text, ImportForm form,
+                const std::string& file) {
+  const std::string fields = structure_for(text, form);
+  if (fields.empty()) {
+    complain(file + ": there are no columns");
+    return false;
+  }
+  const std::string line = quoted(table) + " " + fields;
+  write_output(".create " + line + "\n");
+  flush_output();
+  create_command(line);
+  return current_server() != nullptr;
+}
+
+}  // namespace
+
+bool import_rows(std::string_view arguments) {
+  const TempsMark mark;
+  const bool append = take_if(arguments, "-append");
+  const std::string file = take_file_name(arguments);
+  std::string table = take_file_name(arguments), text;
+  ImportForm form{};
+  if (!form_of(file, form)) {
+    complain(".import needs the name of a file that ends in .csv, .tsv, .json or .jsonl");
+    return true;
+  }
+  if (!read_file(file, text)) {
+    complain(file + ": " + system_words(errno));
+    return true;
+  }
+  if (table.empty()) table = base_name(file.substr(0, file.rfind('.')));
+  if (!append && !make_table(table, text, form, file)) return true;
+  if (DbfIdx* dbf = table_to_fill(); dbf != nullptr) {
+    const KeepObject keep(dbf->object);
+    Appender(*dbf, file, append).run(text, form);
+  }
+  return true;
+}
+
+}  // namespace tarnel

@@ -1,0 +1,45 @@
+// Rows of texts from outside: CSV, TSV (as .mode writes them), JSON, lines of it or an array.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "console/field_input.h"
+
+namespace tarnel {
+
+enum class ImportForm : std::uint8_t { kCsv, kTsv, kJson };
+
+class ImportReader {
+ public:
+  // `text` must last. The first line of CSV and TSV names the columns; members of objects become columns as they come.
+  ImportReader(std::string_view text, ImportForm form);
+
+  const std::vector<std::string>& columns() const { return columns_; }
+  // The next row, a value for each column that was met so far; false at the end.
+  bool next(std::vector<InputValue>& row);
+  // Of the row last read: the line where it begins, from 1, and what is wrong with it, "" when nothing is.
+  std::int64_t line() const { return row_line_; }
+  const std::string& fault() const { return fault_; }
+
+ private:
+  void take_csv(InputValue& value);
+  void take_tsv(InputValue& value);
+  bool take_line_end();
+  void take_fields(std::vector<InputValue>& row);
+  void take_object(std::vector<InputValue>& row);
+  void skip_line();
+  std::size_t column(const std::string& name);
+  void move_to(std::size_t at);  // counts lines
+
+  const std::string_view text_;
+  const ImportForm form_;
+  std::size_t at_ = 0;
+  std::int64_t line_ = 1, row_line_ = 1;
+  std::vector<std::string> columns_;
+  std::string fault_;
+};
+
+}  // namespace tarnel
