@@ -168,7 +168,7 @@ double requests_a_second(const char* program) {
 
 int main(int argc, char** argv) {
   const int rounds = argc > 1 ? std::atoi(argv[1]) : 1000;
-  tarnel::testing::serve_log();
+  const tarnel::testing::LogSink log("/dev/log");
   compare_index(rounds);
   compare_lookups(rounds / 2);
   const double floor = requests_a_second(FLOOR_PROGRAM), index = requests_a_second(TARNEL_PROGRAM);

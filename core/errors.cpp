@@ -11,6 +11,7 @@
 #include "core/frame.h"
 #include "core/output.h"
 #include "core/runtime.h"
+#include "core/system_log.h"
 #include "core/text.h"
 
 namespace tarnel {
@@ -140,8 +141,8 @@ Var* raise(const RaisedError& raised) {
   if (state.caller != nullptr)
     state.caller(raised);
   else if (!silent)
-    syslog(LOG_ERR, "error %d: %s; %.*s", raised.code, error_entry(raised.code).text,
-           static_cast<int>(raised.text.size()), raised.text.data());
+    log_system(LOG_ERR, "error %d: %s; %.*s", raised.code, error_entry(raised.code).text,
+               static_cast<int>(raised.text.size()), raised.text.data());
   return error_value();
 }
 

@@ -18,6 +18,7 @@
 #include "core/output.h"
 #include "core/settings.h"
 #include "core/signals.h"
+#include "core/system_log.h"
 
 namespace tarnel {
 namespace {
@@ -159,8 +160,8 @@ bool on_exit_road() {
 bool fails_on_exit_road(int code, std::string_view text) {
   if (!state.in_exit_road) return false;
   if (errors_in_progress() > 1)
-    syslog(LOG_ERR, "error %d while the run ends: %.*s", code, static_cast<int>(text.size()),
-           text.data());
+    log_system(LOG_ERR, "error %d while the run ends: %.*s", code, static_cast<int>(text.size()),
+               text.data());
   else
     exit_road_failed();
   if (state.exit_steps == kExitProcedures) QUIT_RUN();

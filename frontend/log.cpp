@@ -3,28 +3,29 @@
 #include <syslog.h>
 
 #include <cerrno>
-#include <cstdarg>
 #include <cstring>
 
+#include "core/system_log.h"
 #include "db/order_notice.h"
 #include "lib/extend.h"
 
 namespace tarnel {
 
 void open_request_log() {
-  openlog("tarnel", LOG_CONS, LOG_LOCAL0);
+  open_system_log("tarnel", LOG_CONS, LOG_LOCAL0);
 }
 
 void log_line(const char* format, ...) {
   va_list args;
   va_start(args, format);
-  vsyslog(LOG_DEBUG, format, args);
+  log_arguments(LOG_DEBUG, format, args);
   va_end(args);
 }
 
 void log_orders() {
   order_notice() = [](const std::string& order, const std::string& table) {
-    syslog(LOG_WARNING, "the order %s lacks changes of its table %s", order.c_str(), table.c_str());
+    log_system(LOG_WARNING, "the order %s lacks changes of its table %s", order.c_str(),
+               table.c_str());
   };
 }
 
@@ -51,18 +52,18 @@ Var* tnsetlog(std::int32_t argc, Var** argv) {
   const ExtendCall call(argc, argv);
   std::int32_t facility = is_parameter(1, kParNumeric) ? PAR_INT(1) : 0;
   if (facility < 0 || facility > 7) facility = 0;
-  openlog("tarnel-cl", LOG_PID | LOG_CONS, LOG_LOCAL0 + 8 * facility);
+  open_system_log("tarnel-cl", LOG_PID | LOG_CONS, LOG_LOCAL0 + 8 * facility);
   return RET_NIL();
 }
 
 Var* tnsyslog(std::int32_t argc, Var** argv) {
   const ExtendCall call(argc, argv);
   if (!is_parameter(1, kParNumeric) || !is_parameter(2, kParCharacter)) {
-    syslog(LOG_EMERG, "invalid args to tnsyslog()");
+    write_system_log(LOG_EMERG, "invalid args to tnsyslog()");
     return RET_LOG(false);
   }
   const std::string_view text(PAR_TEXT(2), static_cast<std::size_t>(PAR_LEN(2)));
-  syslog(PAR_INT(1), "%s", plain_format(text).c_str());
+  write_system_log(PAR_INT(1), plain_format(text));
   return RET_NIL();
 }
 

@@ -3,6 +3,7 @@
 
 #include "core/core_modules.h"
 #include "core/runtime.h"
+#include "core/system_log.h"
 #include "db/db.h"
 #include "db/db_modules.h"
 #include "frontend/error_page.h"
@@ -22,15 +23,19 @@ namespace {
 using namespace tarnel;
 
 constexpr std::array<const ModuleRecord*, 7> kFrontEnd = {
-    &kRequestModule,   &kLogModule,   &kToolkitModule,    &kStateModule,
+    &kRequestModule,   &kLogModule,   &kToolkitModule,   &kStateModule,
     &kErrorPageModule, &kPagesModule, &kPageTablesModule};
-constexpr auto kModules = join_modules(kFrontEnd, kTermModules, kDbModules, kLibModules, kCoreModules);
+constexpr auto kModules =
+    join_modules(kFrontEnd, kTermModules, kDbModules, kLibModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 }  // namespace
 
 int main(int argc, char** argv) {
   runtime_hooks().setup = [] {
+#ifdef TARNEL_LOG_SOCKET  // a program under test
+    system_log_socket() = TARNEL_LOG_SOCKET;
+#endif
     init_macro();
     init_db();
     log_orders();

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "core/arrays.h"
 #include "core/frame.h"
@@ -19,7 +20,8 @@ namespace tarnel {
 namespace {
 
 constexpr std::int32_t kExtraPairs = 3;
-constexpr std::size_t kLoggedBytes = 1024;  // of a form value; a log line has no room for more
+constexpr std::size_t kLoggedBytes = 1024;   // of a form value; a log line has no room for more
+constexpr std::int32_t kLoggedFields = 100;  // of a form: one body may have tens of thousands
 
 struct FrontEndState {
   std::int32_t iteration = 0;
@@ -62,26 +64,31 @@ Var* make_form_array(std::int32_t length) {
   log_line("created aForm[%d] at %p", 0, static_cast<void*>(form));
   FormReader reader(STDIN_FILENO, length);
   std::string field;
+  if (length > kMostBodyBytes)
+    log_line("the body has more than %d bytes, the rest is dropped", kMostBodyBytes);
   while (reader.next(field)) {
     if (element_count(form) == kMaxElements) {
       log_line("the form has more than %d fields, the rest is dropped", kMaxElements);
       break;
     }
-    const std::string decoded = decode_field(field);
-    const std::string_view text = decoded;
+    field = decode_field(std::move(field));
+    const std::string_view text = field;
     const std::size_t equals = text.find('=');
     const std::string_view name = text.substr(0, equals);
     const std::string_view value =
         equals == std::string_view::npos ? std::string_view() : text.substr(equals + 1);
-    log_line("form variable \"%.*s\" is \"%.*s\"",
-             static_cast<int>(std::min(name.size(), kLoggedBytes)), name.data(),
-             static_cast<int>(std::min(value.size(), kLoggedBytes)), value.data());
+    if (element_count(form) < kLoggedFields)
+      log_line("form variable \"%.*s\" is \"%.*s\"",
+               static_cast<int>(std::min(name.size(), kLoggedBytes)), name.data(),
+               static_cast<int>(std::min(value.size(), kLoggedBytes)), value.data());
     const std::int32_t mark = temp_top();
     Var* pair = cscreara(NEW_TEMP(), 2, kAllNil);
     store_pair(pair, name, value);
     CALL_SIMPLE(aadd, form, pair);
     POP_TEMPS(mark);
   }
+  if (element_count(form) > kLoggedFields)
+    log_line("%d more form variables aren't logged", element_count(form) - kLoggedFields);
   return form;
 }
 

@@ -4,10 +4,9 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "tests/e2e/web_server.h"
+#include "tests/support/log_sink.h"
 
 namespace tarnel::testing {
 namespace {
@@ -16,10 +15,8 @@ class Pages : public ::testing::Test {
  protected:
   Pages() : server_(fresh_tables()) {}
 
-  // Fresh tables for each test, open to whatever account the server runs under, and nothing logged.
+  // Fresh tables for each test, open to whatever account the server runs under.
   static std::string fresh_tables() {
-    std::ofstream(PAGES_LOG, std::ios::trunc);
-    std::filesystem::permissions(PAGES_LOG, std::filesystem::perms{0666});
     std::filesystem::remove_all(PAGES_TABLES);
     std::filesystem::create_directories(PAGES_TABLES);
     for (const auto& entry : std::filesystem::directory_iterator(MADE_TABLES))
@@ -30,13 +27,9 @@ class Pages : public ::testing::Test {
   std::string post(int page, const std::string& form) {
     return server_.request("POST", link(page), form).body;
   }
-  // The warnings of the requests so far, and worse.
-  static std::string logged() {
-    std::ifstream file(PAGES_LOG);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
   static std::string link(int page) { return "/cgi-bin/example0/example" + std::to_string(page); }
 
+  LogSink log_{PAGES_LOG};
   const WebServer server_;
 };
 
@@ -111,17 +104,31 @@ TEST_F(Pages, TheBrowserShowsEveryTypeOfField) {
 
 TEST_F(Pages, AnOrderThatLacksAChangeIsLoggedOnceARequest) {
   EXPECT_EQ(get(3), kNotFoundPage);
-  EXPECT_EQ(logged(), "");
+  EXPECT_EQ(log_.lines(LOG_WARNING), "");
   ASSERT_EQ(std::system("cd " PAGES_TABLES " && " TARNEL_CONSOLE
                         " -e \"dbusearea(.f., , 'user', , .t.)\" -e 'rlock()' -e 'balance := 1'"
                         " > /dev/null"),
             0);
   EXPECT_NE(get(3).find("Description: index may be corrupted in area USER<BR>"), std::string::npos);
-  const std::string lines = logged(),
-                    warning = "the order " PAGES_TABLES
+  const std::string lines = log_.lines(LOG_WARNING),
+                    warning = "tarnel: the order " PAGES_TABLES
                               "/user1.idx lacks changes of its table " PAGES_TABLES "/user.dbf\n";
-  EXPECT_TRUE(lines.starts_with(warning + "An error has occurred.\n")) << lines;
+  EXPECT_TRUE(lines.starts_with(warning + "tarnel: An error has occurred.\n")) << lines;
   EXPECT_EQ(lines.find(warning, 1), std::string::npos) << lines;
+}
+
+TEST_F(Pages, TheLogOfAFormHasAnEndAndNoControlBytes) {
+  std::string form = "a=%1b[2J%0A<7>";
+  for (int i = 1; i < 1000; ++i) form += "&a=1";
+  post(3, form);
+  const std::string lines = log_.lines(LOG_DEBUG);
+  EXPECT_NE(lines.find("tarnel: form variable \"a\" is \"\\x1B[2J\\x0A<7>\"\n"), std::string::npos)
+      << lines;
+  std::size_t logged = 0;
+  for (std::size_t at = 0; (at = lines.find("form variable \"a\"", at)) != std::string::npos; ++at)
+    ++logged;
+  EXPECT_EQ(logged, 100U);
+  EXPECT_NE(lines.find("tarnel: 900 more form variables aren't logged\n"), std::string::npos);
 }
 
 TEST_F(Pages, ThePlannerEndsInTheErrorPageAtTheOrderThatNobodyBuilds) {

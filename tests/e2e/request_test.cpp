@@ -5,12 +5,9 @@
 #include <sstream>
 
 #include "tests/e2e/web_server.h"
-#include "tests/support/log_sink.h"
 
 namespace tarnel::testing {
 namespace {
-
-const bool log_served = (serve_log(), true);
 
 std::string stored(const char* name) {
   std::ifstream file(std::string(TARNEL_SOURCE_DIR "/tests/e2e/") + name);
