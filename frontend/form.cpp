@@ -49,25 +49,25 @@ bool FormReader::next(std::string& field) {
     if (byte == '&') break;
     field += static_cast<char>(byte);
   }
-  return true;
+  return !(cut_ && remaining_ == 0);
 }
 
-std::string decode_field(std::string_view field) {
-  std::string decoded;
-  decoded.reserve(field.size());
+std::string decode_field(std::string field) {
+  std::size_t length = 0;  // of what is decoded, which lies before what isn't yet
   // Plus signs are blanks before escapes are read, also inside one.
-  const auto at = [field](std::size_t i) {
+  const auto at = [&field](std::size_t i) {
     return i >= field.size() ? '\0' : field[i] == '+' ? ' ' : field[i];
   };
   for (std::size_t i = 0; i < field.size(); ++i) {
     if (field[i] == '%') {
-      decoded += static_cast<char>(digit_value(at(i + 1)) * 16 + digit_value(at(i + 2)));
+      field[length++] = static_cast<char>(digit_value(at(i + 1)) * 16 + digit_value(at(i + 2)));
       i += 2;
     } else {
-      decoded += at(i);
+      field[length++] = at(i);
     }
   }
-  return decoded;
+  field.resize(length);
+  return field;
 }
 
 }  // namespace tarnel

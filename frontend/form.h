@@ -1,6 +1,7 @@
 // The body of a POST: fields between ampersands, plus signs for blanks, %XX for any byte.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -11,10 +12,14 @@ namespace tarnel {
 // negative, at most 2147483647.
 std::int32_t content_length(const char* text);
 
+// What is read of a body. The fields behind it, and the one that it cuts, are dropped.
+inline constexpr std::int32_t kMostBodyBytes = 32 << 20;
+
 // Reads fields from a descriptor, never more than the length says.
 class FormReader {
  public:
-  FormReader(int fd, std::int32_t length) : fd_(fd), remaining_(length) {}
+  FormReader(int fd, std::int32_t length)
+      : fd_(fd), remaining_(std::min(length, kMostBodyBytes)), cut_(length > kMostBodyBytes) {}
   // The next field as it was sent, without its ampersand. A body that ends before its length gives
   // its last field one byte 255 more. False when the body is used up.
   bool next(std::string& field);
@@ -24,13 +29,14 @@ class FormReader {
 
   int fd_;
   std::int32_t remaining_;
+  const bool cut_;
   bool at_end_ = false;
   std::size_t buffered_ = 0, position_ = 0;
   char buffer_[16384];
 };
 
 // Carries out plus signs and escapes. Digits are not checked; those that are missing at the end of
-// the text count as NUL bytes.
-std::string decode_field(std::string_view field);
+// the text count as NUL bytes. The result has the room of the argument.
+std::string decode_field(std::string field);
 
 }  // namespace tarnel

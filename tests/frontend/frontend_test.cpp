@@ -65,6 +65,22 @@ TEST_F(FrontEnd, LengthsAreReadAsNumbersWithinBounds) {
   for (const auto& [text, length] : cases) EXPECT_EQ(content_length(text), length);
 }
 
+TEST(Form, ABodyThatIsTooLongEndsAtAWholeField) {
+  std::FILE* body = std::tmpfile();
+  const std::string half = "a=" + std::string(kMostBodyBytes / 2, 'x');
+  for (const char* end : {"&b=1&", "", "&c=1"}) std::fputs((half + end).c_str(), body);
+  std::rewind(body);
+  FormReader reader(fileno(body), kMostBodyBytes + 20);
+  std::string field;
+  ASSERT_TRUE(reader.next(field));
+  EXPECT_EQ(field, half);
+  ASSERT_TRUE(reader.next(field));
+  EXPECT_EQ(field, "b=1");
+  EXPECT_FALSE(reader.next(field));
+  EXPECT_EQ(lseek(fileno(body), 0, SEEK_CUR), kMostBodyBytes) << "no more is read";
+  std::fclose(body);
+}
+
 TEST_F(FrontEnd, LoggedTextsActOnlyOnDirectivesWithoutArguments) {
   errno = ENOENT;
   EXPECT_EQ(plain_format("100%% %m %s%n %"), "100% No such file or directory %s%n %");
