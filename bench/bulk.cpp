@@ -23,6 +23,7 @@
 #include "core/stacks.h"
 #include "db/db.h"
 #include "db/db_modules.h"
+#include "db/dbfidx/check/check.h"
 #include "lib/lib_modules.h"
 #include "macro/macro.h"
 
@@ -197,6 +198,23 @@ void measure_pack(int records) {
            [&] { db.run("VACUUM"); }});
 }
 
+// A table with one order, on both sides.
+void measure_check() {
+  Sqlite db;
+  run("dbusearea(.t., , 't', , .f.) .and. dbcreateindex('ti', 'n')");
+  EXP_EVAL("dbclosearea()");
+  db.run("CREATE INDEX ti ON t(n)");
+  const auto nothing = [] {};
+  measure({"check, one order", nothing,
+           [] {
+             const CheckResult result = check_table("t", {}, [](const std::string&) {});
+             if (result.faults > 0 || result.orders != 1) die("the table is damaged");
+           },
+           nothing, [&] { db.run("PRAGMA integrity_check"); }});
+  std::filesystem::remove("ti.idx");
+  db.run("DROP INDEX ti");
+}
+
 // Commands of the sqlite3 program, whose start is a few milliseconds of it.
 std::function<void()> shell(const std::string& commands) {
   return [commands] {
@@ -248,6 +266,7 @@ int main(int argc, char** argv) {
     measure_all(records);
     EXP_EVAL("dbcloseall()");
     measure_texts();
+    measure_check();
     measure_pack(records);
   }
   std::filesystem::remove_all(directory);

@@ -288,7 +288,7 @@ TEST_F(CheckTest, WhatTheIndependentCheckersFindInDamagedBytesIsFoundToo) {
       if (random() % 20 == 0)
         bytes.resize(at + 1);
       else
-        bytes[at] = static_cast<char>(random() % 4 == 0 ? "\0\x1A 9"[random() % 4] : random());
+        bytes[at] = random() % 4 == 0 ? "\0\x1A 9"[random() % 4] : static_cast<char>(random());
     }
     write_file(file, bytes);
     const std::string expected = independent(), found = check();

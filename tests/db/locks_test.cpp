@@ -3,8 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "core/classes.h"
+#include "core/file_ops.h"
+#include "core/switched.h"
 #include "core/symbols.h"
 #include "tests/db/table_test.h"
 
@@ -385,6 +388,26 @@ TEST_F(TableTest, LocksLieWhereEveryProcessLooksForThem) {
       call("dbclosearea");
       EXPECT_EQ(ranges("t.dbf") + ranges("o.idx"), "") << c.what;
     }
+  }
+  EXPECT_EQ(take_errors(), "");
+}
+
+TEST_F(TableTest, ABlockOfAMemoFileIsTakenUnderTheLockOfItsFirstBytes) {
+  static std::string seen;
+  static decltype(FileOps::pwrite) real;
+  real = file_ops().pwrite;
+  for (const bool older : {false, true}) {
+    settings().lock40comp = older;
+    ASSERT_TRUE(create("u", {{"m", "M", 10, 0}}) && open("u", Use::kShared) && yes("dbappend"));
+    const Switched<decltype(real)> looking(
+        file_ops().pwrite, [](int fd, const void* bytes, std::size_t n, off_t at) {
+          if (n == 4 && at == 0) seen += ranges("u.dbt");  // the word of the next free block
+          return real(fd, bytes, n, at);
+        });
+    put("m", text("a memo"));
+    EXPECT_EQ(std::exchange(seen, {}), "W 0+4 ");
+    EXPECT_EQ(ranges("u.dbt"), "");
+    call("dbclosearea");
   }
   EXPECT_EQ(take_errors(), "");
 }
