@@ -192,7 +192,9 @@ class MemoCheck {
                : 0;
   }
 
-  // Looks again as long as somebody may be writing it. False: nothing can be said of it.
+  // Looks again as long as somebody may be writing it: until nobody has the record locked, and two looks see
+  // the same, since who was writing during the first may have given the lock back by now. False: nothing can
+  // be said of it.
   bool settle(std::int32_t n, const dbf::Field& field, std::uint32_t& block, Text& text) {
     constexpr int kTries = 50;
     constexpr timespec kPause = {0, 10'000'000};
@@ -201,7 +203,9 @@ class MemoCheck {
       block = block_now(n, field);
       if (block == 0) return false;
       text = find(block);
-      if (!held && !is_held(n)) return true;
+      const std::vector<std::uint8_t> former = bytes_;
+      const bool same = find(block).found == text.found && bytes_ == former;
+      if (same && !held && !is_held(n)) return true;
       nanosleep(&kPause, nullptr);
     }
     table_.findings.note("record " + std::to_string(n) + " is locked, its memo was not looked at");
