@@ -190,6 +190,19 @@ TEST_F(DbfFormat, MemoTextsLieInBlocks) {
   EXPECT_EQ(read_file("t.dbt").substr(0, 4), le32(7));
   EXPECT_EQ(run("note := '', dbcommit(), note"), "M ");
   EXPECT_EQ(read_file("t.dbt").substr(5 * 512, 1), "\x1A");
+
+  // A text of whole blocks has no room for its end mark, which must not lie in another one's.
+  run("dbappend(), note := 'last', dbcommit()");
+  EXPECT_EQ(read_file("t.dbf").substr(98), "          7");
+  put("note", text(full));
+  call("dbcommit");
+  EXPECT_EQ(read_file("t.dbf").substr(98), "          7") << "the last stays";
+  EXPECT_EQ(read_file("t.dbt").substr(0, 4), le32(9));
+  run("dbgotop(), rlock()");
+  put("note", text(full));
+  call("dbcommit");
+  EXPECT_EQ(read_file("t.dbf").substr(65, 33), "          9          2          5") << "others move";
+  EXPECT_EQ(run("dbgoto(2), note"), "M " + full);
   EXPECT_EQ(take_errors(), "");
 }
 

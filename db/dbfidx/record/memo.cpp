@@ -56,14 +56,16 @@ bool is_near_end(int fd, std::uint32_t block) {
          block <= status.st_size / static_cast<std::int64_t>(dbt::kBlockSize) + kSlack;
 }
 
-// Takes the blocks of a text of n bytes at the end of the file. False on a system error or damage.
-bool allocate(DbfIdx& dbf, std::size_t n, std::uint32_t& block) {
+// Takes the blocks of a text of n bytes at the end of the file. A text that fills its own blocks, which are the
+// last, stays there and takes one more, for its end mark. False on a system error or damage.
+bool allocate(DbfIdx& dbf, std::size_t n, std::size_t room, std::uint32_t& block) {
   std::uint32_t next = 0;
   if (!dbt::read_next_free(dbf.dbtFd, next) || next == 0 || !is_near_end(dbf.dbtFd, next))
     return false;
-  const std::uint32_t needed = dbt::blocks_needed(n);
+  const bool stays = room == n && next == block + room / dbt::kBlockSize;
+  const std::uint32_t needed = stays ? 1 : dbt::blocks_needed(n);
   if (next > UINT32_MAX - needed || !dbt::write_next_free(dbf.dbtFd, next + needed)) return false;
-  block = next;
+  if (!stays) block = next;
   return true;
 }
 
@@ -99,7 +101,8 @@ static std::int64_t write_text_at(DbfIdx& dbf, std::uint32_t block, std::string_
     const AllocationLock lock(dbf);
     const std::size_t room = memoSize(dbf, block, true);
     if (!dbf.isOpen()) return -1;  // an error's handler closed it
-    if (room < text.size() && (!lock.held() || !allocate(dbf, text.size(), block))) {
+    const bool fits = text.empty() || text.size() < room;  // with its end mark
+    if (!fits && (!lock.held() || !allocate(dbf, text.size(), room, block))) {
       dxerror(dbf, TableError::kMemoUnwritable, {std::int64_t{block}, dbf.aliasName});
       return -1;
     }
