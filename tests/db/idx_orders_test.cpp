@@ -3,6 +3,7 @@
 #include "db/dbfidx/order/index_control.h"
 #include "tests/db/idx_checker.h"
 #include "tests/db/table_test.h"
+#include "tests/support/fail_nth.h"
 
 namespace tarnel::testing {
 namespace {
@@ -106,6 +107,28 @@ TEST_F(OrdersTest, CreationIsRefused) {
   }
   yes("ordcreate", {nil_value(), nil_value(), text("name")});
   EXPECT_NE(take_errors().find("index name expected"), std::string::npos);
+}
+
+TEST_F(OrdersTest, AProcessMayDieAtEachCallOfARebuilding) {
+  ASSERT_TRUE(create("t", {{"n", "N", 5, 0}}) && open("t", Use::kExclusive));
+  run("aeval(array(200), {|| dbappend(), n := 200 - recno()}), dbcreateindex('n', 'n'), "
+      "dbclosearea()");
+  int finished = 0;
+  for (int n = 1; finished == 0; ++n) {
+    SCOPED_TRACE(n);
+    finished = 1 - run_processes(1, [&](int) {
+                 open("t", Use::kExclusive);
+                 call("dbsetindex", {text("n")});
+                 const FailNth dying(kKill, n);
+                 return run("dbreindex()") == "L T" && !FailNth::struck();
+               });
+    ASSERT_TRUE(open("t", Use::kExclusive) && yes("dbsetindex", {text("n")})) << take_errors();
+    take_errors();  // of an order that lacks changes
+    EXPECT_EQ(run("ordkey()"), "C n");
+    EXPECT_EQ(run("dbreindex(), dbseek(0), recno()"), "N 200") << take_errors();
+    call("dbclosearea");
+    ASSERT_LT(n, 1000);
+  }
 }
 
 TEST_F(OrdersTest, SeventeenthOrderIsRefused) {

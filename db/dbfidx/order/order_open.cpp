@@ -257,10 +257,12 @@ bool zap_index(DbfIdx& dbf, IndexControl& index) {
   extension.table = base_name(dbf.fileName);
   current_collation(extension.collation);
   set_different(index);
-  if (kept && index.exclusive() && !index.readOnly && set_size(index.fd, 0)) {
+  if (kept && index.exclusive() && !index.readOnly) {
     index.tree.clear();
     index.state.stored = -1;
-    if (idx::write_header(index.fd, index.header()) && idx::write_extension(index.fd, extension))
+    // The pages last: whoever dies on the way leaves an order that knows its key.
+    if (idx::write_header(index.fd, index.header()) && idx::write_extension(index.fd, extension) &&
+        set_size(index.fd, idx::kFirstPage * idx::kSectorSize))
       return true;
   }
   dxerror(dbf, TableError::kZapReopen, {dbf.aliasName, index.fileName});
