@@ -175,6 +175,14 @@ TEST_F(Browse, ChangesNothingWhereItMayNot) {
   EXPECT_NE(wait_for("alpha").find("     4   bravo"), std::string::npos) << picture();
   type("q x");
   wait_for("over");
+  // A relation moves its child: here it is only shown.
+  browse("",
+         "dbusearea(.t., , 't', 'parent', .t.)\ndbsetrelation('t', 'recno()')\ndbselectarea('t')");
+  EXPECT_NE(wait_for("?=help").find("read-only"), std::string::npos) << picture();
+  type("Delete");
+  wait_for("\nread-only");
+  type("q x");
+  wait_for("over");
   EXPECT_EQ(records("-e .browse"), ".browse needs a terminal, .list shows records without one\n");
   EXPECT_EQ(records("-e '.browse nix'"), "there is no field nix\n");
 }
