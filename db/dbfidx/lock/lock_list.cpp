@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <compare>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "core/file_ops.h"
 #include "core/open_files.h"
@@ -16,8 +18,10 @@ namespace {
 
 struct Range {
   pid_t process;
-  bool write, waits;
   std::int64_t start, end;  // the last byte
+  bool write, waits;
+
+  auto operator<=>(const Range&) const = default;
 };
 
 // The system's list of the locks of this machine; empty where there is none.
@@ -62,7 +66,7 @@ void ask(int fd, std::int64_t start, std::int64_t end, std::vector<Range>& range
   if (file_ops().lock(fd, F_GETLK, &range) != 0 || range.l_type == F_UNLCK) return;
   const std::int64_t first = range.l_start;
   const std::int64_t last = range.l_len == 0 ? INT64_MAX : first + range.l_len - 1;
-  ranges.push_back({range.l_pid, range.l_type == F_WRLCK, false, first, last});
+  ranges.push_back({range.l_pid, first, last, range.l_type == F_WRLCK, false});
   if (first > start) ask(fd, start, first - 1, ranges);
   if (last < end) ask(fd, last + 1, end, ranges);
 }
@@ -92,9 +96,7 @@ std::string describe(const DbfIdx& dbf, const Range& range) {
   return records(dbf, range);
 }
 
-}  // namespace
-
-std::vector<HeldLock> locks_on(const DbfIdx& dbf) {
+std::vector<Range> listed(const DbfIdx& dbf) {
   std::vector<Range> ranges;
   const std::string list = system_list();
   for (std::size_t at = 0; at < list.size(); at = list.find('\n', at) + 1) {
@@ -102,10 +104,21 @@ std::vector<HeldLock> locks_on(const DbfIdx& dbf) {
     if (read_line(list.c_str() + at, dbf, range)) ranges.push_back(range);
     if (list.find('\n', at) == std::string::npos) break;
   }
+  std::sort(ranges.begin(), ranges.end());
+  ranges.erase(std::unique(ranges.begin(), ranges.end()), ranges.end());
+  return ranges;
+}
+
+}  // namespace
+
+std::vector<HeldLock> locks_on(const DbfIdx& dbf) {
+  // The system makes the list while it is read: where others lock and unlock meanwhile, on whatever files, a line may
+  // come twice or be missed. What two looks agree on is believed.
+  constexpr int kLooks = 20;
+  std::vector<Range> ranges = listed(dbf), before;
+  for (int look = 0; look < kLooks && (look == 0 || ranges != before); ++look)
+    before = std::exchange(ranges, listed(dbf));
   if (ranges.empty()) ask(dbf.dbfFd, 0, INT64_MAX, ranges);
-  std::sort(ranges.begin(), ranges.end(), [](const Range& a, const Range& b) {
-    return a.process != b.process ? a.process < b.process : a.start < b.start;
-  });
   std::vector<HeldLock> held;
   for (const Range& range : ranges)
     held.push_back({range.process, range.waits, describe(dbf, range)});
