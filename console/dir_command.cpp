@@ -76,14 +76,15 @@ std::string state_of(int fd, const std::uint8_t* header, std::int64_t size) {
 
 Look look_at(const std::string& path) {
   Look look;
-  const File file(path.c_str(), O_RDONLY);
+  const File file(path.c_str(), O_RDONLY | O_NONBLOCK);  // of a pipe nobody may have the other end
   struct stat status {};
   std::uint8_t header[dbf::kHeaderPrefix];
   if (!file.opened() || file_ops().fstat(file.fd(), &status) != 0) {
     look.state = system_words(errno);
     return look;
   }
-  if (!read_at(file.fd(), header, sizeof header, 0) || !dbf::is_table(dbf::version(header))) {
+  if (!S_ISREG(status.st_mode) || !read_at(file.fd(), header, sizeof header, 0) ||
+      !dbf::is_table(dbf::version(header))) {
     look.state = "no table";
     return look;
   }

@@ -222,12 +222,19 @@ bool create_command(std::string_view arguments) {
     complain(".create needs a file and fields: FILE NAME TYPE [LENGTH [DECIMALS]], ...");
     return true;
   }
+  if (!may_write(name)) return true;
   select_free_area();  // lines that fill the table must not fill another one
   struct stat status {};
-  if (!defaultExtension(file, name, ".dbf", kNameLimit) || !find_file(file, status).empty()) {
-    complain(file + ": is there already");
+  if (!defaultExtension(file, name, ".dbf", kNameLimit)) {
+    complain(name + ": is too long a name");
     return true;
   }
+  // A memo file that lost its table may hold all that is left of it.
+  for (const std::string& made : {file, in_any_case(memo_path(file))})
+    if (!find_file(made, status).empty()) {
+      complain(made + ": is there already");
+      return true;
+    }
   Var* rows = evaluate_argument(structure);
   Var* arguments_of[] = {TMP_TEXT(file), rows};
   if (truth_of(dbcreate(2, arguments_of))) open_for_person(file, "", OpenFor::kAlone);

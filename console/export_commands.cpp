@@ -39,7 +39,7 @@ int write_file(const std::string& file, Var* server, const RowRequest& request,
                    });
   const bool read = write_records(server, request, writer, "export");
   if (failure != 0) return failure;
-  if (!read) return -1;
+  if (!read || *request.unread_memos > 0) return -1;
   rows = writer.rows();
   if (!writer.finish()) return failure;
   return target.flush(target.replaces()) && target.take_place() ? 0 : errno;
@@ -62,11 +62,16 @@ bool export_records(std::string_view arguments) {
   style.makes_table = true;
   RowRequest request;
   request.from_top = true;
+  std::int64_t unread_memos = 0;
+  request.unread_memos = &unread_memos;
   if (!take_selection(arguments, server, request)) return true;
   std::int64_t rows = 0;
   const int failure = write_file(file, server, request, style, rows);
   if (failure > 0)
     complain(file + ": " + system_words(failure));
+  else if (unread_memos > 0)
+    complain(file + " was not written: " + std::to_string(unread_memos) +
+             " memos can't be read, name the other fields to leave them out");
   else if (failure < 0)
     complain(file + " was not written");
   else

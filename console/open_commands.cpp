@@ -122,12 +122,14 @@ void close_area(const WorkArea* area) {
 
 }  // namespace
 
+bool may_write(const std::string& file) {
+  if (only_reading) complain(file + ": this session only reads");
+  return !only_reading;
+}
+
 bool open_for_person(const std::string& name, std::string_view alias, OpenFor use) {
   const TempsMark mark;
-  if (only_reading && use != OpenFor::kReading) {
-    complain(name + ": this session only reads");
-    return false;
-  }
+  if (use != OpenFor::kReading && !may_write(name)) return false;
   const Sought sought = seek_file(name);
   if (sought.error != 0) {
     complain(shown_path(sought.path) + ": " + system_words(sought.error));

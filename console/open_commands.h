@@ -29,6 +29,8 @@ class OpenForLook {
 };
 // From now on nothing is opened but for reading.
 void forbid_writing();
+// May a file be made or changed? A complaint that names it otherwise.
+bool may_write(const std::string& file);
 
 // Each gets the rest of its line and answers true: the session goes on.
 bool open_command(std::string_view arguments);   // [-w|-x] FILE [ALIAS]

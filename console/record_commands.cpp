@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <string>
+#include <vector>
 
 #include "console/row_commands.h"
 #include "console/session.h"
@@ -79,6 +80,18 @@ std::string read_change(std::string_view& line, DbfIdx& dbf, std::int32_t& recor
   return {};
 }
 
+// Why a field can't hold a value whole, "" when it can; looked at before it is stored, since a number that doesn't fit
+// leaves a blank field.
+std::string misfit(const DbfIdx& dbf, std::int32_t field, const Var* value) {
+  const dbf::Field& into = dbf.fields[static_cast<std::size_t>(field - 1)];
+  std::vector<std::uint8_t> place(into.length);
+  const bool is_text = into.type == 'C' && (value->type == 'C' || value->type == 'M');
+  const bool fits = is_text ? trim_right(text_of(value)).size() <= into.length
+                            : into.type == 'M' || !is_number_or_logical(value) ||
+                                  put_value(into, place.data(), value);
+  return fits ? "" : "the value doesn't fit into " + std::string(into.name);
+}
+
 void change_record(DbfIdx& dbf, std::int32_t record, std::int32_t field,
                    std::string_view expression) {
   const KeepPlace place(dbf.object);
@@ -91,6 +104,10 @@ void change_record(DbfIdx& dbf, std::int32_t record, std::int32_t field,
   const SameTable same(dbf);
   Var* value = evaluate_argument(expression);
   if (is_error(value) || !same.holds() || dbf.recNo != record) return;
+  if (const std::string fault = misfit(dbf, field, value); !fault.empty()) {
+    complain(fault);
+    return;
+  }
   const Var* stored = send(dbf.object, "fieldput", TMP_INT(field), value);
   if (is_nil(stored) || !same.holds()) return;
   write_value(stored);

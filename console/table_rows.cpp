@@ -39,7 +39,10 @@ void put_record(std::vector<RowCell>& cells, std::int32_t number, bool deleted,
 class DbfCells {
  public:
   DbfCells(DbfIdx& dbf, const RowRequest& request)
-      : dbf_(dbf), with_record_(request.with_record), memos_(request.fields.size()) {
+      : dbf_(dbf),
+        with_record_(request.with_record),
+        unread_memos_(request.unread_memos),
+        memos_(request.fields.size()) {
     for (const std::int32_t n : request.fields)
       fields_.push_back(dbf.fields[static_cast<std::size_t>(n) - 1]);
     cells_.resize(fields_.size() + (with_record_ ? 2 : 0));
@@ -83,12 +86,16 @@ class DbfCells {
 
   RowCell memo_of(std::uint32_t block, MemoText& memo) {
     if (block == 0) return {CellKind::kText, ""};
-    if (!dbf_.hasMemo() || !load_memo_text(dbf_, block, memo)) return {};
+    if (!dbf_.hasMemo() || !load_memo_text(dbf_, block, memo)) {
+      if (unread_memos_ != nullptr) ++*unread_memos_;
+      return {};
+    }
     return {CellKind::kText, memo.view()};
   }
 
   DbfIdx& dbf_;
   const bool with_record_;
+  std::int64_t* const unread_memos_;
   std::vector<dbf::Field> fields_;
   std::vector<MemoText> memos_;
   std::vector<RowCell> cells_;

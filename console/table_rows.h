@@ -18,6 +18,8 @@ struct RowRequest {
   std::int32_t most = -1;            // rows, below 0 all
   // Conditions in place of the scope that is stored with the table; null for none.
   bool own_scope = false;
+  std::int64_t* unread_memos =
+      nullptr;  // counts those whose text could not be read and shows as nothing
   Var *for_block = nullptr, *while_block = nullptr;
 };
 

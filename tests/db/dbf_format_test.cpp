@@ -204,6 +204,13 @@ TEST_F(DbfFormat, MemoTextsLieInBlocks) {
   EXPECT_EQ(read_file("t.dbf").substr(65, 33), "          9          2          5") << "others move";
   EXPECT_EQ(run("dbgoto(2), note"), "M " + full);
   EXPECT_EQ(take_errors(), "");
+
+  // What could not be read again isn't written.
+  run("dbgotop(), rlock(), note := replicate('x', 65535)");
+  EXPECT_EQ(run("len(note)"), "I 65535");
+  run("note := replicate('x', 65536)");
+  EXPECT_EQ(take_errors().substr(0, 62), "301 DBFIDX:FieldGet();memo content exceeds 65536 bytes;301 (no");
+  EXPECT_EQ(run("len(note)"), "I 65535");
 }
 
 // Everything a command writes to its standard output.

@@ -97,10 +97,14 @@ static std::int64_t write_text_at(DbfIdx& dbf, std::uint32_t block, std::string_
     dxerror(dbf, TableError::kPutNotOpen, {dbf.aliasName});
     return -1;
   }
+  if (text.size() >= dbt::kMaxBlocks * dbt::kBlockSize) {  // nobody could read it again
+    dxerror(dbf, TableError::kMemoTooLong);
+    return -1;
+  }
   {
     const AllocationLock lock(dbf);
     const std::size_t room = memoSize(dbf, block, true);
-    if (!dbf.isOpen()) return -1;  // an error's handler closed it
+    if (!dbf.isOpen()) return -1;                          // an error's handler closed it
     const bool fits = text.empty() || text.size() < room;  // with its end mark
     if (!fits && (!lock.held() || !allocate(dbf, text.size(), room, block))) {
       dxerror(dbf, TableError::kMemoUnwritable, {std::int64_t{block}, dbf.aliasName});
