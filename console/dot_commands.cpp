@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 
 #include "console/browse.h"
 #include "console/bulk_commands.h"
@@ -19,6 +20,7 @@
 #include "core/errors.h"
 #include "core/modules.h"
 #include "core/output.h"
+#include "core/runtime.h"
 #include "core/stacks.h"
 #include "core/text.h"
 
@@ -34,7 +36,7 @@ struct DotCommand {
 };
 
 bool help(std::string_view name);
-bool quit(std::string_view);
+bool quit(std::string_view status);
 bool read(std::string_view name);
 bool screen(std::string_view name);
 bool set(std::string_view arguments);
@@ -66,7 +68,9 @@ constexpr DotCommand kDotCommands[] = {
      "writes records to a file: .csv .tsv .json .jsonl .sql .md .html", export_records},
     {"filter", "[CONDITION]",
      "hides the records of the current table for which it isn't true, or none", set_filter},
-    {"help", "[NAME]", "tells about the commands, or about a function or command", help},
+    {"help", "[NAME | -k WORD]",
+     "tells about the commands, about a function or command, or of all that a word is told of",
+     help},
     {"headers", "on|off", "shows the names of columns, or not", show_headers},
     {"import", "[-append] FILE [TABLE]",
      "makes a table of a .csv, .tsv, .json or .jsonl, or adds its rows to the current one",
@@ -88,7 +92,7 @@ constexpr DotCommand kDotCommands[] = {
     {"output", "[FILE, |COMMAND]", "writes to a file or a command, or where it did at first",
      output_command},
     {"pack", "", "drops the records that are marked as deleted", pack_records},
-    {"quit", "", "ends the session", quit},
+    {"quit", "[STATUS]", "ends the session, with an exit status if one is given", quit},
     {"read", "FILE", "runs the lines of a file", read},
     {"repair", "FILE [!]", "mends a damaged table on a copy; asks, unless told by the !",
      repair_file},
@@ -153,9 +157,37 @@ bool function_help(const std::string& beginning) {
   return found;
 }
 
+// Commands and functions whose descriptions hold the word, whatever the case of its letters.
+void search_help(std::string_view word) {
+  const std::string wanted = lower_text(word);
+  const auto holds = [&wanted](std::string_view text) {
+    return lower_text(text).find(wanted) != std::string::npos;
+  };
+  bool found = false;
+  for (const DotCommand& command : kDotCommands)
+    if (holds(command.name) || holds(command.help)) {
+      write_command(command);
+      found = true;
+    }
+  const FunctionTable& table = function_table();
+  for (std::int32_t i = 1; i < table.count; ++i)
+    if (const char* usage = table.entries[i].usage; usage != nullptr && holds(usage)) {
+      write_line(usage);
+      found = true;
+    }
+  if (!found) complain("no description holds " + std::string(word));
+}
+
 bool help(std::string_view name) {
   if (name.empty()) {
     general_help();
+    return true;
+  }
+  if (take_if(name, "-k")) {
+    if (name.empty())
+      complain(".help -k needs a word");
+    else
+      search_help(name);
     return true;
   }
   if (name.front() == '.') name.remove_prefix(1);
@@ -170,7 +202,15 @@ bool help(std::string_view name) {
   return true;
 }
 
-bool quit(std::string_view) {
+bool quit(std::string_view status) {
+  int number = 0;
+  const auto [end, failed] = std::from_chars(status.data(), status.data() + status.size(), number);
+  if (status.empty()) return false;
+  if (failed != std::errc() || end != status.data() + status.size() || number < 0 || number > 255) {
+    complain(".quit takes a number from 0 to 255");
+    return true;
+  }
+  set_exit_status(number);
   return false;
 }
 

@@ -203,6 +203,11 @@ TEST_F(Console, AReaderThatGoesAwayIsAnErrorAndNotAnEnd) {
   EXPECT_EQ(records(), kKept);
 }
 
+TEST_F(Console, TheStatusIsWhatQuitSays) {
+  EXPECT_EQ(output_of(TARNEL_CONSOLE " -e '.nix' -e '.quit 7' -e 2 2> /dev/null; echo $?"), "7\n");
+  EXPECT_EQ(output_of(TARNEL_CONSOLE " -e '.nix' -e .quit 2> /dev/null; echo $?"), "1\n");
+}
+
 TEST_F(Console, OddDescriptorsAreRead) {
   const std::pair<const char*, const char*> cases[] = {
       {TARNEL_CONSOLE " <&-; echo $?", "0\n"},
