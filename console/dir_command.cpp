@@ -17,6 +17,7 @@
 #include "core/file_ops.h"
 #include "core/open_files.h"
 #include "core/text.h"
+#include "db/dbfidx/check/opened_table.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/format/format_dbf.h"
 #include "lib/file_names.h"
@@ -104,13 +105,11 @@ Look look_at(const std::string& path) {
   return look;
 }
 
-// The orders whose files have the table's name, or begin with it; nothing else tells whose they are.
-std::string orders_of(const std::string& table, const std::vector<std::string>& names) {
-  const std::string base = table.substr(0, table.rfind('.'));
+// The orders that name the table as theirs.
+std::string orders_of(const std::string& table) {
   std::string orders;
-  for (const std::string& name : names)
-    if (has_extension(name, ".idx") && same_letters(name.substr(0, base.size()), base))
-      orders += (orders.empty() ? "" : " ") + name;
+  for (const std::string& path : orders_beside(table))
+    orders.append(orders.empty() ? "" : " ").append(base_name(path));
   return orders;
 }
 
@@ -137,8 +136,8 @@ bool list_folder(std::string_view argument) {
   for (const std::string& name : names) {
     if (!has_extension(name, ".dbf") || !fits(name)) continue;
     const Look look = look_at(folder + name);
-    rows.add({name, look.records, look.fields, look.memo, look.characters, orders_of(name, names),
-              look.state});
+    rows.add({name, look.records, look.fields, look.memo, look.characters,
+              orders_of(fullPath(folder + name)), look.state});
   }
   rows.write();
   return true;

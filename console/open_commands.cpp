@@ -16,8 +16,10 @@
 #include "core/text.h"
 #include "db/area.h"
 #include "db/dataserver.h"
+#include "db/dbfidx/check/opened_table.h"
 #include "db/front.h"
 #include "db/open_manner.h"
+#include "db/order_front.h"
 #include "lib/file_names.h"
 #include "lib/files.h"
 
@@ -85,6 +87,19 @@ std::string reason_of(const Sought& sought, const ForgivingOpen& manner, const s
   return error.find("error 101") != error.npos ? file + system_words(dos_error()) : error;
 }
 
+// Who changes a table changes its orders along: those in its folder are opened, and none is in force.
+void open_orders(const std::string& table) {
+  const TempsMark mark;
+  bool whole = true;
+  for (const std::string& order : orders_beside(table)) {
+    Var* file[] = {TMP_TEXT(order)};
+    whole = truth_of(ordlistadd(1, file)) && whole;
+  }
+  Var* natural[] = {int_zero()};
+  dbsetorder(1, natural);
+  if (!whole) complain("changes will be missing in an order that could not be opened");
+}
+
 bool open_found(const Sought& sought, std::string_view alias, OpenFor use) {
   ForgivingOpen manner;
   std::string error;
@@ -103,6 +118,7 @@ bool open_found(const Sought& sought, std::string_view alias, OpenFor use) {
     complain(reason_of(sought, manner, error));
   else if (!manner.missing_memo().empty())
     tell("note: " + shown_path(manner.missing_memo()) + ": no such file, the memos can't be read");
+  if (opened && use != OpenFor::kReading) open_orders(sought.path);
   return opened;
 }
 

@@ -49,7 +49,10 @@ bool wants_memo(const CheckedTable& table) {
 }
 
 int check_orders(CheckedTable& table, std::span<const std::string> more) {
-  std::vector<std::string> orders = orders_beside(table.path, table.findings);
+  std::vector<std::string> unread;
+  std::vector<std::string> orders = orders_beside(table.path, &unread);
+  for (const std::string& name : unread)
+    table.findings.note(name + " can't be read, it may be an order of it");
   for (const std::string& order : more) {
     struct stat status {};
     std::string name;

@@ -50,7 +50,7 @@ void OpenedTable::borrow_alias(const std::string& path) {
   std::swap(lender_->alias, own->alias);
 }
 
-std::vector<std::string> orders_beside(const std::string& table, Findings& findings) {
+std::vector<std::string> orders_beside(const std::string& table, std::vector<std::string>* unread) {
   std::vector<std::string> found;
   std::error_code failed;
   const std::filesystem::path directory = std::filesystem::path(table).parent_path();
@@ -58,12 +58,11 @@ std::vector<std::string> orders_beside(const std::string& table, Findings& findi
     const std::string name = entry.path().string();
     if (name.size() < 4 || !same_letters(std::string_view(name).substr(name.size() - 4), ".idx"))
       continue;
-    const File file(name.c_str(), O_RDONLY);
+    const File file(name.c_str(), O_RDONLY | O_NONBLOCK);
     idx::Extension extension;
-    if (!file.opened() || !idx::read_extension(file.fd(), extension))
-      findings.note(std::string(base_name(name)) + " can't be read, it may be an order of it");
-    else if (names_table(extension.table, base_name(table)))
-      found.push_back(name);
+    const bool read = file.opened() && idx::read_extension(file.fd(), extension);
+    if (!read && unread != nullptr) unread->push_back(std::string(base_name(name)));
+    if (read && names_table(extension.table, base_name(table))) found.push_back(name);
   }
   std::sort(found.begin(), found.end());
   return found;

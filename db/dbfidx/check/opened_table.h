@@ -34,8 +34,9 @@ class OpenedTable {
   WorkArea* lender_ = nullptr;
 };
 
-// The paths of the orders in the directory of a table that name it, in alphabetical order. A note tells of
-// those that can't be read.
-std::vector<std::string> orders_beside(const std::string& table, Findings& findings);
+// The paths of the orders in the directory of a table that name it, in alphabetical order. `unread` gets the names of
+// those that can't be read, which may be orders of it.
+std::vector<std::string> orders_beside(const std::string& table,
+                                       std::vector<std::string>* unread = nullptr);
 
 }  // namespace tarnel

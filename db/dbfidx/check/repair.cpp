@@ -113,7 +113,10 @@ class TableRepair::Work {
     if (wants_memos() && !memo_file_->opened())
       say(std::string(base_name(memo_path(path_))) + ": a new file, every memo becomes empty");
     findings_.begin_file(path_);
-    for (const std::string& order : orders_beside(path_, findings_)) plan_order(order);
+    std::vector<std::string> unread;
+    for (const std::string& order : orders_beside(path_, &unread)) plan_order(order);
+    for (const std::string& file : unread)
+      findings_.note(file + " can't be read, it may be an order of it");
     return pass(nullptr) || refuse_errno();
   }
 
