@@ -30,11 +30,6 @@ struct Request {
   std::string body = "";
 };
 
-struct Run {
-  double microseconds;
-  long peak_kib;
-};
-
 // A program as an installation leaves it: copied in one go. The pages of a file that the linker has just
 // written lie in memory in small pieces, which makes every start of it a sixth slower.
 std::string installed(const char* program) {
@@ -58,7 +53,8 @@ int file_of(const std::string& bytes) {
   return fd;
 }
 
-Run run_once(const Request& request, int sink) {
+// Microseconds from spawn to exit.
+double run_once(const Request& request, int sink) {
   const int input = file_of(request.body);
   lseek(input, 0, SEEK_SET);
   posix_spawn_file_actions_t actions;
@@ -73,13 +69,12 @@ Run run_once(const Request& request, int sink) {
   pid_t pid = 0;
   if (posix_spawn(&pid, name.c_str(), &actions, nullptr, argv, env) != 0) std::exit(1);
   int status = 0;
-  rusage usage = {};
-  wait4(pid, &status, 0, &usage);
+  waitpid(pid, &status, 0);
   const std::chrono::duration<double, std::micro> elapsed = Clock::now() - start;
   posix_spawn_file_actions_destroy(&actions);
   close(input);
   if (status != 0) std::exit(1);
-  return {elapsed.count(), usage.ru_maxrss};
+  return elapsed.count();
 }
 
 double median(std::vector<double> values) {
@@ -91,27 +86,33 @@ double median(std::vector<double> values) {
 // Medians of two requests that take turns, so that both meet the same weather.
 struct Pair {
   double first, second;
-  long peak_kib;
 };
 Pair take_turns(const Request& first, const Request& second, int rounds) {
   const int sink = open("/dev/null", O_WRONLY | O_CLOEXEC);
   std::vector<double> a, b;
-  long peak = 0;
   for (int i = 0; i < rounds; ++i) {
-    a.push_back(run_once(first, sink).microseconds);
-    const Run run = run_once(second, sink);
-    b.push_back(run.microseconds);
-    peak = std::max(peak, run.peak_kib);
+    a.push_back(run_once(first, sink));
+    b.push_back(run_once(second, sink));
   }
   close(sink);
-  return {median(a), median(b), peak};
+  return {median(a), median(b)};
+}
+
+// The most memory that a request of the index page takes, in KiB.
+long peak_of(const std::string& program) {
+  const std::string command =
+      "env -i QUERY_STRING=example0 " PEAK_PROGRAM " " + program + " 2>&1 >/dev/null";
+  std::FILE* pipe = popen(command.c_str(), "r");
+  long kib = 0;
+  if (pipe == nullptr || std::fscanf(pipe, "%ld", &kib) != 1 || pclose(pipe) != 0) std::exit(1);
+  return kib;
 }
 
 void compare_index(int rounds) {
   const std::string program = installed(TARNEL_PROGRAM);
   const Pair floor = take_turns({installed(FLOOR_PROGRAM)}, {program}, rounds);
   std::printf("index page    %7.0f us, floor %7.0f us: ratio %.2f, peak %ld KiB\n", floor.second,
-              floor.first, floor.second / floor.first, floor.peak_kib);
+              floor.first, floor.second / floor.first, peak_of(program));
   const Pair log = take_turns({installed(LOG_FLOOR_PROGRAM)}, {program}, rounds);
   std::printf(
       "              %7.0f us, floor that logs and looks the account up %7.0f us: ratio %.2f\n",
