@@ -25,6 +25,7 @@ class ByteBuffer {
     ++used_;
   }
   void put(std::string_view text) {
+    if (text.empty()) return;  // perhaps without an address
     std::memcpy(room(text.size()), text.data(), text.size());
     used_ += text.size();
   }

@@ -71,8 +71,13 @@ class CheckTest : public TableTest {
     if (order.counter != static_cast<unsigned char>(read_file("t.dbf")[31])) return "counter";
     return order_fault("name.idx", "t.dbf", records_of("t"), {1, 12});
   }
-  // The first sector that hangs below the root.
-  std::size_t leaf() const { return word(page(root()) + 12); }
+  // The first sector that hangs below the root; one without children, and with several keys.
+  std::size_t child() const { return word(page(root()) + 12); }
+  std::size_t leaf() const {
+    std::size_t at = 3;
+    while (word(page(at)) < 2 || word(page(at) + 12) != 0 || at == root()) ++at;
+    return at;
+  }
   std::size_t root() const { return word(8); }
   std::size_t word(std::size_t at) const {
     const std::string& s = whole_.at("name.idx");
@@ -103,6 +108,7 @@ TEST_F(CheckTest, EveryDamageIsFoundWithItsPlace) {
   const std::string root_page = "name.idx: page " + std::to_string(root());
   const std::string_view first = std::string_view(whole_["name.idx"]).substr(entry(leaf(), 0), 20);
   const std::string_view second = std::string_view(whole_["name.idx"]).substr(entry(leaf(), 1), 20);
+  const std::uint32_t keys = static_cast<unsigned char>(whole_["name.idx"][page(leaf())]);
   const auto descriptor = [](std::size_t field, std::size_t at) { return 32 * field + at; };
   const auto same = [](std::string_view entry) {
     return std::to_string(static_cast<unsigned char>(entry[4]));
@@ -167,15 +173,15 @@ TEST_F(CheckTest, EveryDamageIsFoundWithItsPlace) {
       {"name.idx", page(leaf()), le32(0), leaf_page + ": no key in it"},
       {"name.idx", page(leaf()), le32(255),
        leaf_page + ": more keys than a page has room for: 255"},
-      {"name.idx", page(leaf()), le32(5), "name.idx: record "},
+      {"name.idx", page(leaf()), le32(keys - 1), "name.idx: record "},
       {"name.idx", entry(root(), 1), whole_["name.idx"].substr(entry(root(), 0), 4),
-       leaf_page + ": hangs in two places"},
+       "name.idx: page " + std::to_string(child()) + ": hangs in two places"},
       {"name.idx", entry(leaf(), 0), le32(static_cast<unsigned>(root())),
        root_page + ": hangs in two places"},
-      {"name.idx", entry(leaf(), 2) + 4, le32(999),
-       leaf_page + ": of a record that isn't there: key 3, record 999"},
-      {"name.idx", entry(leaf(), 2) + 4, le32(0),
-       leaf_page + ": of a record that isn't there: key 3, record 0"},
+      {"name.idx", entry(leaf(), keys - 1) + 4, le32(999),
+       leaf_page + ": of a record that isn't there: key " + std::to_string(keys) + ", record 999"},
+      {"name.idx", entry(leaf(), keys - 1) + 4, le32(0),
+       leaf_page + ": of a record that isn't there: key " + std::to_string(keys) + ", record 0"},
       {"name.idx", entry(leaf(), 0) + 8, "name 0",
        leaf_page + ": not the key of its record: key 1"},
       {"name.idx", entry(leaf(), 0), std::string(second) + std::string(first),
