@@ -20,19 +20,61 @@ std::string_view put_right(std::uint8_t* at, int length, std::string_view text) 
   return {};
 }
 
+// The digits of a number whose point stands behind so many of them, which may be none or more than there are.
+struct Digits {
+  bool negative;
+  std::string all;
+  std::int64_t point;
+};
+Digits digits_of(std::string_view number) {
+  Digits d{number.starts_with('-'), {}, 0};
+  if (number.starts_with('-') || number.starts_with('+')) number.remove_prefix(1);
+  const std::size_t end = std::min(number.find_first_of("eE"), number.size());
+  std::string_view exponent = number.substr(std::min(end + 1, number.size()));
+  if (exponent.starts_with('+')) exponent.remove_prefix(1);
+  int shift = 0;
+  std::from_chars(exponent.data(), exponent.data() + exponent.size(), shift);
+  const std::string_view mantissa = number.substr(0, end);
+  d.point = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size())) + shift;
+  d.all = mantissa;
+  std::erase(d.all, '.');
+  return d;
+}
+
+// Digit by digit, since a double has room for 15 of them only.
+std::string_view put_digits(const dbf::Field& field, std::uint8_t* at, Digits d) {
+  const std::size_t zeros = std::min(d.all.find_first_not_of('0'), d.all.size());
+  d.all.erase(0, zeros);
+  d.point -= static_cast<std::int64_t>(zeros);
+  d.all.resize(d.all.find_last_not_of('0') + 1);
+  if (d.all.empty()) d = {false, {}, 0};
+  const std::int64_t width = (d.negative ? 1 : 0) + std::max<std::int64_t>(d.point, 1) +
+                             (field.decimals > 0 ? 1 + field.decimals : 0);
+  if (width > field.length) return "doesn't fit";
+  if (static_cast<std::int64_t>(d.all.size()) - d.point > field.decimals)
+    return "has more decimals than its field";
+  if (d.point < 1) d.all.insert(0, static_cast<std::size_t>(1 - d.point), '0');
+  const auto whole = static_cast<std::size_t>(std::max<std::int64_t>(d.point, 1));
+  d.all.resize(whole + field.decimals, '0');
+  if (field.decimals > 0) d.all.insert(whole, 1, '.');
+  return put_right(at, field.length, (d.negative ? "-" : "") + d.all);
+}
+
 std::string_view put_number(const dbf::Field& field, std::uint8_t* at, std::string_view text) {
+  const std::string_view bare = text.substr(text.starts_with('-') || text.starts_with('+') ? 1 : 0);
   double number = 0;
-  const char* begin = text.data() + (text.starts_with('+') ? 1 : 0);
-  const auto [end, failed] = std::from_chars(begin, text.data() + text.size(), number);
-  if (failed == std::errc::invalid_argument || end != text.data() + text.size())
+  const auto [end, failed] = std::from_chars(bare.data(), bare.data() + bare.size(), number);
+  const bool digits = bare.find_first_of(kDigits) == 0 || bare.starts_with('.');
+  if (!digits || failed == std::errc::invalid_argument || end != bare.data() + bare.size())
     return "is no number";
   if (keeps_digits(field, text)) return put_right(at, field.length, text);
   if (failed != std::errc()) return "doesn't fit";
-  if (field.type == 'F')
-    dbf::put_float(at, field.length, number);
-  else if (!dbf::put_fixed(at, field.length, field.decimals, number))
-    return "doesn't fit";
-  return {};
+  if (field.type == 'N') return put_digits(field, at, digits_of(text));
+  if (text.starts_with('-')) number = -number;
+  dbf::put_float(at, field.length, number);
+  if (dbf::parse_number(at, field.length) == number) return {};
+  std::fill_n(at, field.length, ' ');
+  return "doesn't fit";
 }
 
 // 2024-01-31 or 20240131.
@@ -100,7 +142,7 @@ std::string_view put_input(DbfIdx& dbf, const dbf::Field& field, std::uint8_t* r
   if (value.text.find(kMemoEnd) != value.text.npos) return "holds byte 26, which would end it";
   if (value.text.empty()) return {};
   const std::int64_t block = add_memo_text(dbf, value.text);
-  if (block < 0) return "can't be written";
+  if (block < 0) return kUnwritable;
   dbf::put_block(at, field.length, static_cast<std::uint32_t>(block));
   return {};
 }

@@ -16,12 +16,14 @@ struct InputValue {
 };
 
 // Puts a value into the bytes of a field that is no memo. "" when it fits, else what is wrong with it; the bytes are
-// blank then. A number with as many decimals as the field keeps its digits. `exact`: a text as long as a field that
-// holds no text is what is to stand there, whatever it says.
+// blank then. A number is never rounded, and one with as many decimals as the field keeps its digits. `exact`: a text as
+// long as a field that holds no text is what is to stand there, whatever it says.
 std::string_view put_input(const dbf::Field& field, std::uint8_t* at, const InputValue& value,
                            bool exact);
 
-// The same for a field of a record, which may be a memo: that is written to the table's memo file.
+// The same for a field of a record, which may be a memo: that is written to the table's memo file. kUnwritable when the
+// system or another user keeps it from being written, after an error.
+inline constexpr std::string_view kUnwritable = "can't be written";
 std::string_view put_input(DbfIdx& dbf, const dbf::Field& field, std::uint8_t* record,
                            const InputValue& value, bool exact);
 // The value for a complaint.

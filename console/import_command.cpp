@@ -1,6 +1,7 @@
 #include "console/import_command.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cctype>
@@ -23,6 +24,7 @@
 #include "db/area.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/progress.h"
+#include "term/screen.h"
 
 namespace tarnel {
 namespace {
@@ -44,17 +46,24 @@ bool form_of(std::string_view file, ImportForm& form) {
   return true;
 }
 
-// All of a file; false with errno set.
-bool read_file(const std::string& name, std::string& text) {
-  const File file(name.c_str(), O_RDONLY);
-  ssize_t n = file.opened() ? 1 : -1;
-  while (n > 0) {
+// All of a file; "" or what is wrong with it. A pipe without a writer would keep the open waiting.
+std::string read_file(const std::string& name, std::string& text) {
+  const File file(name.c_str(), O_RDONLY | O_NONBLOCK);
+  struct stat status {};
+  if (!file.opened() || fstat(file.fd(), &status) != 0) return system_words(errno);
+  if (!S_ISREG(status.st_mode)) return "is no regular file";
+  for (ssize_t n = 1; n > 0;) {
     const std::size_t size = text.size();
     text.resize(size + (1 << 20));
     n = read_some(file.fd(), text.data() + size, 1 << 20);
-    text.resize(size + static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
+    if (n < 0) return system_words(errno);
+    text.resize(size + static_cast<std::size_t>(n));
   }
-  return n == 0;
+  return {};
+}
+
+std::string place_of(const std::string& file, const ImportReader& reader) {
+  return file + ":" + std::to_string(reader.line()) + ": ";
 }
 
 // --- What the values of a column have in common.
@@ -138,6 +147,7 @@ std::string structure_for(std::string_view text, ImportForm form) {
   ImportReader reader(text, form);
   std::vector<Column> columns;
   for (std::vector<InputValue> row; reader.next(row);) {
+    look_at_signals();
     if (!reader.fault().empty()) continue;
     columns.resize(std::max(columns.size(), reader.columns().size()));
     for (std::size_t i = 0; i < row.size(); ++i) columns[i].look_at(row[i]);
@@ -154,82 +164,131 @@ std::string structure_for(std::string_view text, ImportForm form) {
 
 // --- Records of rows.
 
+// What became of a row.
+enum class RowEnd : std::uint8_t {
+  kAdded,
+  kLeftOut,  // the row is at fault, which was told
+  kStop,     // no other row will do better; told
+};
+
 class Appender {
  public:
-  // `by_name`: columns go to the fields of their names, else to those of their places.
-  Appender(DbfIdx& dbf, const std::string& file, bool by_name)
-      : dbf_(dbf), file_(file), by_name_(by_name), record_(dbf.recordSize), same_(dbf) {}
+  // `made`: the table has the columns of the file in their places, and nothing else. Otherwise they go to the fields
+  // of their names.
+  Appender(DbfIdx& dbf, const std::string& file, bool made)
+      : dbf_(dbf), file_(file), made_(made), record_(dbf.recordSize), same_(dbf) {}
 
   void run(std::string_view text, ImportForm form) {
     ImportReader reader(text, form);
     Progress progress("import", 0);
-    for (std::vector<InputValue> row; reader.next(row);) {
-      look_at_signals();
+    bool whole = find_fields(reader);
+    for (std::vector<InputValue> row; whole && reader.next(row);) {
+      answer_signals_at(reader);
       progress.step();
-      const bool added = take(reader, row);
-      if (!same_.holds() || failed_ || (!added && session_switches().bail)) break;
+      const RowEnd end = take(reader, row);
+      whole = same_.holds() && end != RowEnd::kStop &&
+              (end == RowEnd::kAdded || !session_switches().bail);
     }
-    if (same_.holds() && !flush()) failed_ = true;
-    write_output(std::to_string(added_) + " records\n");
+    if (same_.holds() && !flush(reader)) whole = false;
+    if (whole)
+      write_output(std::to_string(added_) + " records\n");
+    else
+      tell_end(reader);
   }
 
  private:
-  bool complain_of(const ImportReader& reader, const std::string& fault) {
-    complain(file_ + ":" + std::to_string(reader.line()) + ": " + fault);
-    return false;
+  void complain_of(const ImportReader& reader, const std::string& fault) {
+    complain(place_of(file_, reader) + fault);
   }
 
-  bool take(const ImportReader& reader, const std::vector<InputValue>& row) {
-    if (!reader.fault().empty()) return complain_of(reader, reader.fault());
+  // How much of a file that was not read to its end is in the table.
+  void tell_end(const ImportReader& reader) {
+    complain_of(reader, "broken off, " + std::to_string(added_) + " records were added" +
+                            (made_ ? ": the table is incomplete" : ""));
+  }
+
+  // An answer may leave the import or end the run. On a screen it need not.
+  void answer_signals_at(const ImportReader& reader) {
+    if (!signal_waits()) return;
+    if (!screen_open() && flush(reader)) tell_end(reader);
+    look_at_signals();
+  }
+
+  // Finds the fields of columns that were not met before. False after a complaint.
+  bool find_fields(const ImportReader& reader) {
+    while (fields_.size() < reader.columns().size()) {
+      const std::string& name = reader.columns()[fields_.size()];
+      const std::int32_t field =
+          made_ ? static_cast<std::int32_t>(fields_.size()) + 1 : field_position(dbf_, name);
+      const bool twice = std::ranges::find(fields_, field) != fields_.end();
+      if (field < 1 || twice) {
+        complain_of(reader, (twice ? "two columns for the field " : "there is no field ") + name);
+        return false;
+      }
+      fields_.push_back(field);
+    }
+    return true;
+  }
+
+  RowEnd take(const ImportReader& reader, const std::vector<InputValue>& row) {
+    if (!reader.fault().empty()) {
+      complain_of(reader, reader.fault());
+      return RowEnd::kLeftOut;
+    }
+    if (!find_fields(reader)) return RowEnd::kStop;
     std::ranges::fill(record_, std::uint8_t{' '});
     for (std::size_t i = 0; i < row.size(); ++i) {
-      if (i >= fields_.size()) fields_.push_back(field_of(i, reader.columns()[i]));
-      failed_ = fields_[i] == 0;  // for each row
-      if (failed_) return complain_of(reader, "there is no field " + reader.columns()[i]);
       const dbf::Field& field = dbf_.fields[static_cast<std::size_t>(fields_[i]) - 1];
       const std::string_view wrong = put_input(dbf_, field, record_.data(), row[i], false);
-      if (!wrong.empty())
-        return complain_of(reader, std::string(field.name) + " " + std::string(wrong) + ": " +
-                                       shown_input(row[i]));
+      if (wrong.empty()) continue;
+      complain_of(reader,
+                  std::string(field.name) + " " + std::string(wrong) + ": " + shown_input(row[i]));
+      return wrong == kUnwritable ? RowEnd::kStop : RowEnd::kLeftOut;
     }
-    return add();
+    return add(reader) ? RowEnd::kAdded : RowEnd::kStop;
   }
 
-  std::int32_t field_of(std::size_t i, const std::string& name) const {
-    if (by_name_) return field_position(dbf_, name);
-    return i < dbf_.fields.size() ? static_cast<std::int32_t>(i) + 1 : 0;
-  }
-
-  // Many at once where nothing is to be done for each.
-  bool add() {
-    ++added_;
-    if (!dbf_.exclusive() || dbf_.orderCount > 0) {
+  // Many at once where nothing is to be done for each. False after a complaint.
+  bool add(const ImportReader& reader) {
+    if (dbf_.exclusive() && dbf_.orderCount == 0) {
+      run_.insert(run_.end(), record_.begin(), record_.end());
+      return run_.size() < kRun || flush(reader);
+    }
+    const bool added = told(reader, [this] {
       const InternalLock lock(dbf_, LockMode::kExclusive);
-      failed_ = !lock.held() || !append_record(dbf_, true, record_.data());
-      added_ -= failed_ ? 1 : 0;
-      return !failed_;
-    }
-    run_.insert(run_.end(), record_.begin(), record_.end());
-    if (run_.size() >= kRun) failed_ = !flush();
-    return !failed_;
+      return lock.held() && append_record(dbf_, true, record_.data());
+    });
+    added_ += added ? 1 : 0;
+    return added;
   }
-  bool flush() {
+  bool flush(const ImportReader& reader) {
     const auto count = static_cast<std::int32_t>(run_.size() / record_.size());
-    const bool written = count == 0 || append_run(dbf_, run_.data(), count);
-    if (!written) added_ -= count;
+    const bool written =
+        count == 0 || told(reader, [&] { return append_run(dbf_, run_.data(), count); });
+    if (written) added_ += count;
     run_.clear();
     return written;
+  }
+  // A write whose failure is told with the row. A lock that others keep raises no error.
+  template <typename Write>
+  bool told(const ImportReader& reader, const Write& write) {
+    std::string fault = "the table is in use by another program";
+    {
+      const MessagesTo messages(fault);
+      if (write()) return true;
+    }
+    complain_of(reader, fault);
+    return false;
   }
 
   static constexpr std::size_t kRun = 256 * 1024;
 
   DbfIdx& dbf_;
   const std::string& file_;
-  const bool by_name_;
+  const bool made_;
   std::vector<std::uint8_t> record_, run_;
-  std::vector<std::int32_t> fields_;  // of the columns; 0 none
+  std::vector<std::int32_t> fields_;  // of the columns
   std::int64_t added_ = 0;
-  bool failed_ = false;
   const SameTable same_;
 };
 
@@ -272,15 +331,19 @@ bool import_rows(std::string_view arguments) {
     complain(".import needs the name of a file that ends in .csv, .tsv, .json or .jsonl");
     return true;
   }
-  if (!read_file(file, text)) {
-    complain(file + ": " + system_words(errno));
+  if (const std::string wrong = read_file(file, text); !wrong.empty()) {
+    complain(file + ": " + wrong);
+    return true;
+  }
+  if (const ImportReader head(text, form); !head.fault().empty()) {
+    complain(place_of(file, head) + head.fault());
     return true;
   }
   if (table.empty()) table = base_name(file.substr(0, file.rfind('.')));
   if (!append && !make_table(table, text, form, file)) return true;
   if (DbfIdx* dbf = table_to_fill(); dbf != nullptr) {
     const KeepObject keep(dbf->object);
-    Appender(*dbf, file, append).run(text, form);
+    Appender(*dbf, file, !append).run(text, form);
   }
   return true;
 }

@@ -1,6 +1,7 @@
 #include "console/import_reader.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "core/text.h"
 
@@ -23,23 +24,24 @@ ImportReader::ImportReader(std::string_view text, ImportForm form) : text_(text)
   for (const InputValue& name : names) columns_.push_back(name.text);
 }
 
+// Lines end with LF, CR LF or CR.
 void ImportReader::move_to(std::size_t at) {
-  line_ += std::count(text_.begin() + static_cast<std::ptrdiff_t>(at_),
-                      text_.begin() + static_cast<std::ptrdiff_t>(at), '\n');
-  at_ = at;
+  for (; at_ < at; ++at_)
+    line_ += text_[at_] == '\n' || (text_[at_] == '\r' && !text_.substr(at_ + 1).starts_with('\n'));
 }
 
 void ImportReader::skip_line() {
-  move_to(std::min(text_.find('\n', at_), text_.size() - 1) + 1);
+  move_to(std::min(text_.find_first_of("\r\n", at_), text_.size()));
+  take_line_end();
 }
 
-// The end of a row: LF, CR LF or the end of the text.
+// The end of a row, or of the text.
 bool ImportReader::take_line_end() {
-  if (at_ >= text_.size()) return true;
-  const std::size_t end = at_ + (text_[at_] == '\r' ? 1 : 0);
-  if (end < text_.size() && text_[end] != '\n') return false;
-  move_to(std::min(end + 1, text_.size()));
-  return true;
+  const std::string_view rest = text_.substr(at_);
+  if (rest.empty()) return true;
+  const std::size_t end = rest.starts_with("\r\n") ? 2 : rest[0] == '\r' || rest[0] == '\n' ? 1 : 0;
+  move_to(at_ + end);
+  return end > 0;
 }
 
 // Within quotes anything is text; one that isn't closed takes its line as it stands.
@@ -47,7 +49,8 @@ void ImportReader::take_csv(InputValue& value) {
   value.text.clear();
   if (at_ < text_.size() && text_[at_] == '"') {
     std::size_t from = at_ + 1, quote = text_.find('"', from);
-    for (; quote + 1 < text_.size() && text_[quote + 1] == '"'; quote = text_.find('"', from)) {
+    for (; quote != text_.npos && text_.substr(quote + 1).starts_with('"');
+         quote = text_.find('"', from)) {
       value.text.append(text_, from, quote + 1 - from);
       from = quote + 2;
     }
@@ -56,6 +59,7 @@ void ImportReader::take_csv(InputValue& value) {
       value.text.append(text_, from, quote - from);
       return move_to(quote + 1);
     }
+    value.text.clear();
     fault_ = "a quote is never closed";
   }
   const std::size_t end = std::min(text_.find_first_of(",\r\n", at_), text_.size());
@@ -87,6 +91,7 @@ void ImportReader::take_fields(std::vector<InputValue>& row) {
     if (more) ++at_;
   }
   row.resize(count);
+  last_line_ = line_;
   if (take_line_end()) return;
   fault_ = "text behind a quote";
   skip_line();
@@ -98,46 +103,90 @@ std::size_t ImportReader::column(const std::string& name) {
   return static_cast<std::size_t>(std::ranges::find(columns_, name) - columns_.begin());
 }
 
-// An object, and what parts it from the next.
-void ImportReader::take_object(std::vector<InputValue>& row) {
-  row.assign(columns_.size(), {});
-  JsonReader json(text_.substr(at_));
+bool ImportReader::take_members(JsonReader& json, std::vector<InputValue>& row) {
   InputValue name, value;
-  bool good = json.take('{');
-  for (bool more = good && !json.take('}'); good && more;) {
-    good = json.take_value(name) && name.kind == InputKind::kText && json.take(':') &&
-           json.take_value(value);
-    if (!good) break;
+  if (!json.take('{')) return false;
+  if (json.take('}')) return true;
+  do {
+    if (!json.take_value(name) || name.kind != InputKind::kText || !json.take(':') ||
+        !json.take_value(value))
+      return false;
     const std::size_t at = column(name.text);
     row.resize(columns_.size());
     row[at] = value;
-    more = json.take(',');
-    good = more || json.take('}');
+  } while (json.take(','));
+  return json.take('}');
+}
+
+// Past an object with all that is in it, or past what is none, up to one or to the end of its line. A text never
+// goes over the end of a line, and a line that begins with an object begins another row: so little is lost behind
+// a bracket or quote that is missing.
+void ImportReader::skip_object() {
+  std::size_t at = at_, depth = 0;
+  char quote = 0;
+  for (; at < text_.size(); ++at) {
+    const char c = text_[at];
+    const bool ends_line = c == '\n' || c == '\r';
+    if (at > at_ && c == '{' && (depth == 0 ? quote == 0 : text_[at - 1] == '\n')) break;
+    if (depth == 0 && (ends_line || (in_array_ && quote == 0 && c == ']'))) break;
+    if (quote != 0 && c == '\\' && at + 1 < text_.size() && text_[at + 1] != '\n')
+      ++at;
+    else if (c == '"' || (ends_line && quote != 0))
+      quote = quote != 0 ? 0 : c;
+    else if (quote == 0 && c == '{')
+      ++depth;
+    else if (quote == 0 && c == '}' && depth > 0 && --depth == 0)
+      break;
   }
-  if (!good) {
+  const bool closed = at < text_.size() && text_[at] == '}';
+  move_to(at + (closed ? 1 : 0));
+}
+
+// An object, and what parts it from the next.
+void ImportReader::take_object(std::vector<InputValue>& row) {
+  const std::size_t known = columns_.size();
+  row.assign(known, {});
+  JsonReader json(text_.substr(at_));
+  if (take_members(json, row)) {
+    move_to(text_.size() - json.rest().size());
+  } else {
     fault_ = "no object of plain values";
-    return skip_line();
+    columns_.resize(known);
+    skip_object();
   }
-  json.take(',');
-  move_to(text_.size() - json.rest().size());
+  last_line_ = line_;
+  JsonReader behind(text_.substr(at_));
+  if (behind.take(',')) move_to(text_.size() - behind.rest().size());
+}
+
+// On to the next object, in or out of an array. False at the end.
+bool ImportReader::find_object() {
+  for (;; ++at_) {
+    move_to(std::min(text_.find_first_not_of(" \t\r\n", at_), text_.size()));
+    if (at_ >= text_.size() || text_[at_] != (in_array_ ? ']' : '[')) return at_ < text_.size();
+    in_array_ = !in_array_;
+  }
 }
 
 bool ImportReader::next(std::vector<InputValue>& row) {
   fault_.clear();
-  if (form_ == ImportForm::kJson) {
-    const std::size_t begin = text_.find_first_not_of(" \t\r\n[]", at_);
-    move_to(std::min(begin, text_.size()));
-  }
-  row_line_ = line_;
-  if (at_ >= text_.size()) return false;
-  if (form_ == ImportForm::kJson) {
-    take_object(row);
+  const bool found = form_ == ImportForm::kJson ? find_object() : at_ < text_.size();
+  row_line_ = last_line_ = line_;
+  if (!found) {
+    if (!std::exchange(in_array_, false)) return false;
+    fault_ = "the array is never closed";
     return true;
   }
-  take_fields(row);
-  if (fault_.empty() && row.size() != columns_.size())
-    fault_ =
-        std::to_string(row.size()) + " values for " + std::to_string(columns_.size()) + " columns";
+  if (form_ == ImportForm::kJson) {
+    take_object(row);
+  } else {
+    take_fields(row);
+    if (fault_.empty() && row.size() != columns_.size())
+      fault_ = std::to_string(row.size()) + " values for " + std::to_string(columns_.size()) +
+               " columns";
+  }
+  if (!fault_.empty() && last_line_ > row_line_)
+    fault_ += ", all up to line " + std::to_string(last_line_) + " is left out";
   return true;
 }
 

@@ -14,7 +14,8 @@ enum class ImportForm : std::uint8_t { kCsv, kTsv, kJson };
 
 class ImportReader {
  public:
-  // `text` must last. The first line of CSV and TSV names the columns; members of objects become columns as they come.
+  // `text` must last. The first line of CSV and TSV names the columns, and line() and fault() are about it before a row
+  // was read; members of objects become columns as they come.
   ImportReader(std::string_view text, ImportForm form);
 
   const std::vector<std::string>& columns() const { return columns_; }
@@ -29,6 +30,9 @@ class ImportReader {
   void take_tsv(InputValue& value);
   bool take_line_end();
   void take_fields(std::vector<InputValue>& row);
+  bool find_object();
+  bool take_members(JsonReader& json, std::vector<InputValue>& row);
+  void skip_object();
   void take_object(std::vector<InputValue>& row);
   void skip_line();
   std::size_t column(const std::string& name);
@@ -37,7 +41,8 @@ class ImportReader {
   const std::string_view text_;
   const ImportForm form_;
   std::size_t at_ = 0;
-  std::int64_t line_ = 1, row_line_ = 1;
+  std::int64_t line_ = 1, row_line_ = 1, last_line_ = 1;  // of a row, first and last
+  bool in_array_ = false;
   std::vector<std::string> columns_;
   std::string fault_;
 };

@@ -287,6 +287,46 @@ TEST_F(Console, OutputGoesToFilesAndCommandsForAsLongAsItIsTold) {
 }
 
 // An order built under a locale with other letters is the one that every process reads.
+TEST_F(Console, AnImportThatCanNotGoOnTellsHowFarItCame) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"mkfifo p.csv; " TARNEL_CONSOLE " -e '.import p.csv' 2>&1", "p.csv: is no regular file\n"},
+      {"ulimit -f 700; " TARNEL_CONSOLE " -e '.import n.csv' 2>&1 | sed 's/of .*n.dbf/of it/'",
+       ".create n N N 6\n"
+       "n.csv:74901: error 104: DBFIDX:FieldPut();record 37451;of it;104 (file write error)\n"
+       "n.csv:74901: broken off, 37450 records were added: the table is incomplete\n"},
+      {"ulimit -f 20; " TARNEL_CONSOLE " -e '.import m.csv' 2>&1 | sed 's/written: .*/written/'",
+       ".create m M M\n"
+       "error 104: DBFIDX:FieldPut();memo block 20;of area TM;104 (file write error)\n"
+       "m.csv:20: M can't be written\n"
+       "m.csv:20: broken off, 18 records were added: the table is incomplete\n"},
+      {"mkfifo in; " TARNEL_CONSOLE " < in > first & exec 3> in; cat script >&3;"
+       "until grep -q ready first; do sleep 0.02; done; " TARNEL_CONSOLE
+       " -e '.open -w t' -e '.import -append t.csv' 2>&1; echo $?; exec 3>&-; wait",
+       "t.csv:2: the table is in use by another program\n"
+       "t.csv:2: broken off, 0 records were added\n1\n"}};
+  std::ofstream(directory_ / "script")
+      << kMakeTable << ".close\n.open -w t\nflock()\n're' + 'ady'\n";
+  std::ofstream(directory_ / "t.csv") << "a\nx\ny\n";
+  output_of(
+      "seq 100000 200000 | sed '1i n' > n.csv;"
+      "seq 999 | tr '\\n' ' ' | fold -w 300 > w; for i in 1 2 3; do cat w w; done |"
+      " sed '1i m' > m.csv");
+  for (const auto& [command, output] : cases)
+    EXPECT_EQ(output_of("trap '' XFSZ; " + command), output) << command;
+}
+
+TEST_F(Console, AnInterruptedImportTellsHowFarItCame) {
+  output_of("(echo a; seq 500000) > n.csv");
+  start("exec " TARNEL_CONSOLE);
+  type(kMakeTable + std::string(".close\n.open -w t\n're' + 'ady'\n"));
+  read_to("ready");
+  type(".import -append n.csv\n");
+  usleep(300'000);
+  kill(child_, SIGINT);
+  EXPECT_NE(read_to("").find(" records were added\n"), std::string::npos);
+  EXPECT_EQ(end(), 128 + SIGINT);
+}
+
 TEST_F(Console, LettersAreThoseOfTheCLocaleAlsoAtThePrompt) {
   ASSERT_EQ(system(("localedef -i de_DE -f ISO-8859-1 " + (directory_ / "latin").string()).c_str()),
             0);
