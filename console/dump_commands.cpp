@@ -237,7 +237,7 @@ bool create_command(std::string_view arguments) {
     }
   Var* rows = evaluate_argument(structure);
   Var* arguments_of[] = {TMP_TEXT(file), rows};
-  if (truth_of(dbcreate(2, arguments_of))) open_for_person(file, "", OpenFor::kAlone);
+  if (truth_of(dbcreate(2, arguments_of))) open_for_person(file, "", OpenFor::kFilling);
   return true;
 }
 

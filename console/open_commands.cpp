@@ -110,7 +110,7 @@ bool open_found(const Sought& sought, std::string_view alias, OpenFor use) {
                         nil_value(),
                         TMP_TEXT(sought.path),
                         TMP_TEXT(alias.empty() ? made_alias(sought.path) : std::string(alias)),
-                        logical(use != OpenFor::kAlone),
+                        logical(use == OpenFor::kReading || use == OpenFor::kWriting),
                         logical(use == OpenFor::kReading)};
     opened = truth_of(dbusearea(6, arguments));
   }
@@ -118,7 +118,7 @@ bool open_found(const Sought& sought, std::string_view alias, OpenFor use) {
     complain(reason_of(sought, manner, error));
   else if (!manner.missing_memo().empty())
     tell("note: " + shown_path(manner.missing_memo()) + ": no such file, the memos can't be read");
-  if (opened && use != OpenFor::kReading) open_orders(sought.path);
+  if (opened && (use == OpenFor::kWriting || use == OpenFor::kAlone)) open_orders(sought.path);
   return opened;
 }
 

@@ -8,9 +8,10 @@
 
 namespace tarnel {
 
-enum class OpenFor : char { kReading, kWriting, kAlone };
+enum class OpenFor : char { kReading, kWriting, kAlone, kFilling };
 
-// Opens a table in a new area, which becomes current: shared and for reading only, to write, or exclusively. The
+// Opens a table in a new area, which becomes current: shared and for reading only, to write, or exclusively;
+// `kFilling` is the last for a table that was just made, of which no order can be, whatever a former one left. The
 // name may lack ".dbf" and may be in other letters than the file. False after a complaint; the former area is
 // current then.
 bool open_for_person(const std::string& name, std::string_view alias, OpenFor use);

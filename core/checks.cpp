@@ -29,9 +29,10 @@ void check_body(const SharedHeader* body, int depth) {
 
 void check_text(const Var* cell) {
   check(cell->length >= 1 && cell->text != nullptr, "a text has room for its end");
-  if (cell->sclass == 'F') return;  // a field shows its place in the record, behind which another one begins
+  // A field, or a cell that shows it, has its text in the record, where another field begins behind it.
+  if (cell->sclass == 'F' || !owns_payload(cell)) return;
   check(cell->text[cell->length - 1] == 0, "a text ends in a NUL");
-  if (cell->sclass == 'C' || !owns_payload(cell)) return;
+  if (cell->sclass == 'C') return;
   check(MEM_CHECK(cell->text), "a text keeps to its room");
   check(MEM_SIZE(cell->text) >= static_cast<std::size_t>(cell->length), "a text lies in its room");
 }
