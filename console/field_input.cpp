@@ -5,6 +5,7 @@
 
 #include "console/cell_text.h"
 #include "core/text.h"
+#include "db/dbfidx/format/format_dbt.h"
 #include "db/dbfidx/record/memo.h"
 #include "lib/dates.h"
 #include "term/glyphs.h"
@@ -140,6 +141,7 @@ std::string_view put_input(DbfIdx& dbf, const dbf::Field& field, std::uint8_t* r
   std::uint8_t* at = record + field.offset;
   if (field.type != 'M') return put_input(field, at, value, exact);
   if (value.text.find(kMemoEnd) != value.text.npos) return "holds byte 26, which would end it";
+  if (value.text.size() >= dbt::kMaxBlocks * dbt::kBlockSize) return "is too long";
   if (value.text.empty()) return {};
   const std::int64_t block = add_memo_text(dbf, value.text);
   if (block < 0) return kUnwritable;
