@@ -82,11 +82,6 @@ void note_interrupt(int) {
   note_signal();
 }
 
-void note_end(int number) {
-  state.ending_number = number;
-  note_signal();
-}
-
 void note_screen_signal(int number) {
   for (ScreenSignal& signal : screen_signals)
     if (signal.number == number) signal.noted = 1;
@@ -178,14 +173,19 @@ void install_signal_handlers() {
   const stack_t stack = {signal_stack, 0, sizeof signal_stack};
   sigaltstack(&stack, nullptr);
   handle(SIGINT, note_interrupt, 0);  // not restarted: a read that waits looks at what came
-  handle(SIGTERM, note_end, 0);
+  handle(SIGTERM, end_by_signal, 0);
   struct sigaction inherited = {};
   sigaction(SIGHUP, nullptr, &inherited);
-  if (inherited.sa_handler != SIG_IGN) handle(SIGHUP, note_end, 0);  // nohup asks to go on
+  if (inherited.sa_handler != SIG_IGN) handle(SIGHUP, end_by_signal, 0);  // nohup asks to go on
   handle(SIGQUIT, on_quit);
   handle(SIGSEGV, on_segmentation);
   install_arithmetic();
   ::signal(SIGPIPE, SIG_IGN);
+}
+
+void end_by_signal(int number) {
+  state.ending_number = number;
+  note_signal();
 }
 
 void set_interrupt_answer(InterruptAnswer answer) {

@@ -56,6 +56,8 @@ extern volatile std::sig_atomic_t signal_noted;
 }
 // Answers a signal that was noted, unless it is held. May not return: see above.
 void answer_signals();
+// A handler: the run ends by the exit road, with 128 and the number as its status, where signals are looked at next.
+void end_by_signal(int number);
 inline void look_at_signals() {
   if (detail::signal_noted != 0) answer_signals();
 }

@@ -254,29 +254,44 @@ void restart() {
   repaint_screen();
 }
 
-// Signals that end the process in whatever it does: the terminal comes back first.
-constexpr int kDeadly[] = {SIGABRT, SIGBUS,    SIGILL,  SIGSYS,  SIGTRAP, SIGUSR1,
-                           SIGUSR2, SIGVTALRM, SIGPROF, SIGXCPU, SIGXFSZ};
+void die(int number);
+
+// Signals that end the process unless somebody says otherwise: of faults, after which nothing is safe but to give the
+// terminal back, and of others, which take the exit road.
+constexpr struct {
+  int number;
+  void (*handler)(int);
+} kDeadly[] = {{SIGABRT, die},
+               {SIGBUS, die},
+               {SIGILL, die},
+               {SIGSYS, die},
+               {SIGTRAP, die},
+               {SIGUSR1, end_by_signal},
+               {SIGUSR2, end_by_signal},
+               {SIGVTALRM, end_by_signal},
+               {SIGPROF, end_by_signal},
+               {SIGXCPU, end_by_signal}};
 struct sigaction deadly_before[std::size(kDeadly)];
 
 void die(int number) {
   for (std::size_t i = 0; i < std::size(kDeadly); ++i)
-    sigaction(kDeadly[i], &deadly_before[i], nullptr);
+    sigaction(kDeadly[i].number, &deadly_before[i], nullptr);
   static_cast<void>(!::write(state.out, state.leave_text.data(), state.leave_text.size()));
   tcsetattr(state.in, TCSANOW, &state.found);
   raise(number);
 }
 
 void watch_deadly_signals(bool watch) {
-  struct sigaction action = {};
-  action.sa_handler = die;
   for (std::size_t i = 0; i < std::size(kDeadly); ++i) {
+    const auto& [number, handler] = kDeadly[i];
     if (!watch) {
-      sigaction(kDeadly[i], &deadly_before[i], nullptr);
+      sigaction(number, &deadly_before[i], nullptr);
       continue;
     }
-    sigaction(kDeadly[i], nullptr, &deadly_before[i]);
-    if (deadly_before[i].sa_handler == SIG_DFL) sigaction(kDeadly[i], &action, nullptr);
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    sigaction(number, nullptr, &deadly_before[i]);
+    if (deadly_before[i].sa_handler == SIG_DFL) sigaction(number, &action, nullptr);
   }
 }
 

@@ -79,7 +79,10 @@ TEST_F(OnScreen, TheTerminalComesBackOnEveryWayOut) {
                       {"inkey(0)\n", SIGTERM, 128 + SIGTERM},
                       {"inkey(0)\n", SIGHUP, 128 + SIGHUP},
                       {"inkey(0)\n", SIGSEGV, 1},
-                      {"inkey(0)\n", SIGUSR1, 128 + SIGUSR1},
+                      {"inkey(0)\n", SIGABRT, 128 + SIGABRT},
+                      {"dbcreate('t', {{'n', 'N', 5, 0}})\n"
+                       "dbusearea(.f., , 't', , .f.)\ndbappend()\nn := 7\ninkey(0)\n",
+                       SIGUSR1, 128 + SIGUSR1},
                       {"inkey(0.1)\naeval(array(60000), {|| aeval(array(60000), {|| 1})})\n",
                        SIGTERM, 128 + SIGTERM}};
   for (const Way& way : ways) {
@@ -95,6 +98,8 @@ TEST_F(OnScreen, TheTerminalComesBackOnEveryWayOut) {
     EXPECT_EQ(read("before"), read("after"));
     EXPECT_EQ(ask("#{alternate_on} #{cursor_flag}"), "0 1\n");
   }
+  EXPECT_NE(read("t.dbf").find("     7"), std::string::npos)
+      << "the record is written on the exit road";
 }
 
 // Jobs of their own, so that the shell goes on when one stops.
