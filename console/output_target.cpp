@@ -32,8 +32,15 @@ bool lead(std::string_view target) {
   if (fd < 0) return false;
   flush_output();
   state.usual = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  dup2(fd, STDOUT_FILENO);
+  const bool led = state.usual >= 0 && dup2(fd, STDOUT_FILENO) >= 0;
+  const int error = errno;
   ::close(fd);
+  if (!led) {  // there would be no way back
+    if (state.usual >= 0) ::close(std::exchange(state.usual, -1));
+    if (state.reader > 0) wait_for_reader(std::exchange(state.reader, -1));
+    errno = error;
+    return false;
+  }
   renew_output(to_command);
   guard_terminal();
   return true;
