@@ -1,0 +1,35 @@
+// The manual page tells of every command that the console has, and of no other.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <string>
+
+namespace {
+
+// What the pattern's group is, wherever it fits.
+std::set<std::string> found(const std::string& text, const char* pattern) {
+  const std::regex regex(pattern);
+  std::set<std::string> words;
+  for (std::sregex_iterator i(text.begin(), text.end(), regex), end; i != end; ++i)
+    words.insert(i->str(1));
+  return words;
+}
+
+TEST(Manual, NamesTheCommandsOfTheConsole) {
+  std::ifstream in(TARNEL_SOURCE_DIR "/console/tnsh.1");
+  const std::string page{std::istreambuf_iterator<char>(in), {}};
+  std::string help;
+  FILE* console = popen(TARNEL_CONSOLE " -e .help", "r");
+  ASSERT_NE(console, nullptr);
+  for (int c; (c = std::fgetc(console)) != EOF;) help += static_cast<char>(c);
+  EXPECT_EQ(pclose(console), 0);
+  const std::set<std::string> commands = found(help, R"(\n  (\.[a-z]+))");
+  EXPECT_GT(commands.size(), 30U);
+  EXPECT_EQ(found(page, R"re(\n\.TP\n\.[BIR]+ "?(\.[a-z]+))re"), commands);
+}
+
+}  // namespace
