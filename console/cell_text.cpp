@@ -6,6 +6,7 @@
 #include "core/errors.h"
 #include "core/text.h"
 #include "lib/dates.h"
+#include "lib/utf8.h"
 #include "term/glyphs.h"
 
 namespace tarnel {
@@ -50,10 +51,6 @@ std::string as_utf8(std::string_view text) {
     for (; !text.empty() && text[0] >= 0 && text[0] < ' '; text.remove_prefix(1)) result += text[0];
   }
   return result;
-}
-
-bool is_ascii(std::string_view text) {
-  return std::ranges::all_of(text, [](char c) { return c >= 0; });
 }
 
 template <typename Replacement>

@@ -4,20 +4,20 @@
 #include <cstdint>
 #include <iterator>
 
+#include "lib/code_pages.h"
+#include "lib/utf8.h"
+
 namespace tarnel {
 namespace {
 
-// The customary PC code page: its pictures of the control characters, and the upper half from 127 on.
+// The customary PC code page: its pictures of the control characters.
 constexpr char32_t kLowPage[] = U" ☺☻♥♦♣♠•◘○◙♂♀♪♫☼►◄↕‼¶§▬↨↑↓→←∟↔▲▼";
-constexpr char32_t kHighPage[] =
-    U"⌂ÇüéâäàåçêëèïîìÄÅÉæÆôöòûùÿÖÜ¢£¥₧ƒáíóúñÑªº¿⌐¬½¼¡«»"
-    U"░▒▓│┤╡╢╖╕╣║╗╝╜╛┐└┴┬├─┼╞╟╚╔╩╦╠═╬╧╨╤╥╙╘╒╓╫╪┘┌█▄▌▐▀"
-    U"αßΓπΣσµτΦΘΩδ∞φε∩≡±≥≤⌠⌡÷≈°∙·√ⁿ²■\u00a0";
-static_assert(std::size(kLowPage) == 32 + 1 && std::size(kHighPage) == 129 + 1);
+constexpr char32_t kDelete = U'⌂';
+static_assert(std::size(kLowPage) == 32 + 1);
 
 char32_t of_page(unsigned char byte) {
   if (byte < 32) return kLowPage[byte];
-  return byte < 127 ? byte : kHighPage[byte - 127];
+  return byte == 127 ? kDelete : character_of(CodePage::kCp437, byte).value_or(byte);
 }
 
 struct Range {
@@ -41,23 +41,11 @@ bool lies_in(const Range (&ranges)[N], char32_t c) {
   return range != std::end(ranges) && range->first <= c;
 }
 
-// The length of the UTF-8 character that a text begins with, 0 for none; only shortest forms count.
-std::size_t utf8_length(std::string_view text, char32_t& c) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char first = byte(0);
-  const std::size_t n = first >= 0xf0 && first < 0xf8   ? 4
-                        : first >= 0xe0 && first < 0xf0 ? 3
-                        : first >= 0xc2 && first < 0xe0 ? 2
-                                                        : 0;
-  if (n == 0 || text.size() < n) return 0;
-  c = first & (0xffu >> (n + 1));
-  for (std::size_t i = 1; i < n; ++i) {
-    if ((byte(i) & 0xc0) != 0x80) return 0;
-    c = c << 6 | (byte(i) & 0x3fu);
-  }
-  constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-  const bool control = c < 0xa0;  // the second set of them
-  return c < kLeast[n] || c > 0x10ffff || (c >= 0xd800 && c < 0xe000) || control ? 0 : n;
+// The length of the UTF-8 character outside ASCII that a text begins with, 0 for none; the second set of control
+// characters counts as none.
+std::size_t high_length(std::string_view text, char32_t& c) {
+  const std::size_t n = utf8_length(text, c);
+  return c < 0xa0 ? 0 : n;
 }
 
 // Is a text, which is no character, the beginning of one?
@@ -75,7 +63,7 @@ std::size_t run_length(std::string_view text, bool& by_page) {
   const auto run = text.substr(0, static_cast<std::size_t>(end - text.begin()));
   char32_t c = 0;
   std::size_t at = 0;
-  for (std::size_t n = 0; at < run.size() && (n = utf8_length(run.substr(at), c)) > 0;) at += n;
+  for (std::size_t n = 0; at < run.size() && (n = high_length(run.substr(at), c)) > 0;) at += n;
   by_page =
       at == 0 || (at < run.size() && (run.size() < text.size() || !is_cut_short(run.substr(at))));
   return by_page ? run.size() : at;
@@ -89,7 +77,7 @@ char32_t CharacterReader::next() {
   std::size_t n = 1;
   if (first >= 0x80) {
     if (run_left_ == 0) run_left_ = run_length(rest_, by_page_);
-    if (!by_page_) n = utf8_length(rest_, c);
+    if (!by_page_) n = high_length(rest_, c);
     run_left_ -= n;
   }
   rest_.remove_prefix(n);
@@ -100,23 +88,6 @@ std::u32string decode_text(std::string_view text) {
   std::u32string all;
   for (CharacterReader reader(text); !reader.at_end();) all += reader.next();
   return all;
-}
-
-void append_utf8(std::string& text, char32_t c) {
-  const auto put = [&](char32_t byte) { text += static_cast<char>(byte); };
-  if (c < 0x80) return put(c);
-  if (c < 0x800) {
-    put(0xc0 | c >> 6);
-  } else {
-    if (c < 0x10000) {
-      put(0xe0 | c >> 12);
-    } else {
-      put(0xf0 | c >> 18);
-      put(0x80 | (c >> 12 & 0x3f));
-    }
-    put(0x80 | (c >> 6 & 0x3f));
-  }
-  put(0x80 | (c & 0x3f));
 }
 
 int shown_width(char32_t c) {

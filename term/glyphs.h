@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "lib/utf8.h"  // append_utf8
+
 namespace tarnel {
 
 // Reads the characters of a text: UTF-8, or bytes of the customary PC code page where a run of bytes outside
@@ -24,8 +26,6 @@ class CharacterReader {
 };
 
 std::u32string decode_text(std::string_view text);
-// UTF-8 of a character.
-void append_utf8(std::string& text, char32_t character);
 
 // How many columns a character takes: 0 for marks that join the one before, 2 for wide ones, else 1.
 int shown_width(char32_t character);
