@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "core/modules.h"
@@ -94,6 +95,13 @@ enum class UnaryOperator : std::uint8_t {
 
 enum class Failure : std::uint8_t { kSyntax, kTooDeep };
 
+// Where a text stops being an expression.
+struct SyntaxFault {
+  std::uint32_t at;  // byte of the text
+  bool unfinished;   // more text behind its end could make it one
+  Failure cause;
+};
+
 // A name or text that a step mentions, with where its name was found when it was last looked for.
 struct Word {
   std::uint32_t at;  // in the code's bytes
@@ -113,6 +121,7 @@ struct Code {
   std::uint32_t cell_count, block_count;
   std::uint32_t depth;  // cells on the machine's stack at most
   std::uint32_t text_at, text_size;
+  std::optional<SyntaxFault> fault;
   Var* cells;     // constants of class C
   Code** blocks;  // of the block literals
   Word* words;

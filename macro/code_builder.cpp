@@ -73,7 +73,7 @@ CodeBuilder::~CodeBuilder() {
 }
 
 StepPosition CodeBuilder::add(StepKind kind, std::int32_t a, std::uint8_t op) {
-  if (failed_) return kNowhere;
+  if (fault_) return kNowhere;
   steps_.add({kind, op, a});
   cells_now_ += cells_added(kind);
   most_cells_ = std::max(most_cells_, cells_now_);
@@ -107,20 +107,19 @@ void CodeBuilder::add_with_word(StepKind kind, std::string_view word, std::uint8
 
 void CodeBuilder::land(StepPosition from) {
   if (from != kNowhere)
-    steps_[from].a = static_cast<std::int32_t>(steps_.size()) - (failed_ ? 1 : 0);
+    steps_[from].a = static_cast<std::int32_t>(steps_.size()) - (fault_ ? 1 : 0);
 }
 
 void CodeBuilder::end_keep(StepPosition keep) {
-  if (failed_ || steps_.size() != keep + 2 || !is_simple(steps_[keep + 1].kind)) return;
+  if (fault_ || steps_.size() != keep + 2 || !is_simple(steps_[keep + 1].kind)) return;
   steps_[keep] = steps_[keep + 1];
   steps_.cut(keep + 1);
 }
 
-void CodeBuilder::fail(Failure cause) {
-  if (failed_) return;
-  add(StepKind::kFail, 0, static_cast<std::uint8_t>(cause));
-  failed_ = true;
-  cause_ = cause;
+void CodeBuilder::fail(const SyntaxFault& fault) {
+  if (fault_) return;
+  add(StepKind::kFail, 0, static_cast<std::uint8_t>(fault.cause));
+  fault_ = fault;
 }
 
 std::uint32_t CodeBuilder::add_bytes(std::string_view bytes) {
@@ -138,6 +137,7 @@ Code* CodeBuilder::finish(std::string_view text, bool is_block) {
   Code* code = new (take<Code>(at, 1)) Code{};
   code->refs = 1;
   code->is_block = is_block;
+  code->fault = fault_;
   code->cell_count = static_cast<std::uint32_t>(cells_.size());
   code->block_count = static_cast<std::uint32_t>(blocks_.size());
   code->depth =

@@ -37,9 +37,8 @@ class CodeBuilder {
   void end_keep(StepPosition keep);
 
   // The rest of the text doesn't count: the code ends here, with kFail.
-  void fail(Failure cause);
-  bool failed() const { return failed_; }
-  Failure cause() const { return cause_; }
+  void fail(const SyntaxFault& fault);
+  const std::optional<SyntaxFault>& fault() const { return fault_; }
 
   // The code in one piece, with one reference. REQUIRES: called once, last.
   Code* finish(std::string_view text, bool is_block);
@@ -54,8 +53,7 @@ class CodeBuilder {
   SmallList<char, 128> bytes_;
   std::int32_t cells_now_ = 0;
   std::int32_t most_cells_ = 0;
-  bool failed_ = false;
-  Failure cause_ = Failure::kSyntax;
+  std::optional<SyntaxFault> fault_;
 };
 
 // The code of a block that is compiled anew at each run.

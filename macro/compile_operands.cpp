@@ -105,7 +105,7 @@ void Compiler::block_literal() {
     end = lexer_.position();
     expect(Token::kRightBrace);
   }
-  if (inner.failed()) return fail(inner.cause());
+  if (inner.fault()) return code_->fail(*inner.fault());
   const std::string_view text = lexer_.text().substr(start, end - start);
   code_->add_block(has_macro(text) ? unexpanded_block(text) : inner.finish(text, true));
 }

@@ -272,8 +272,13 @@ bool Compiler::take(Token wanted) {
   return true;
 }
 
+// A quote without its end is an invalid token that begins with the quote.
 void Compiler::fail(Failure cause) {
-  code_->fail(cause);
+  const std::size_t at = lexer_.position();
+  const bool open_quote =
+      token() == Token::kInvalid &&
+      std::string_view("\"'`[").find(lexer_.text()[at]) != std::string_view::npos;
+  code_->fail({static_cast<std::uint32_t>(at), open_quote || token() == Token::kEnd, cause});
   lexer_.finish();
 }
 

@@ -130,6 +130,12 @@ Var* EXP_EVAL(std::string_view text) {
   return evaluation.possible() ? evaluate(text, false, {0, nullptr}) : error_value();
 }
 
+std::optional<SyntaxFault> find_syntax_fault(std::string_view text) {
+  if (text.empty() || text.size() > kExpandLimit || has_macro(text)) return std::nullopt;
+  const CodeHold code(compiled_texts.find(text, false));
+  return (*code).fault;
+}
+
 Var* EVAL_BLOCK(std::int32_t argc, Var** argv) {
   const Evaluation evaluation;
   if (!evaluation.possible()) return error_value();

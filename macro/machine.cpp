@@ -85,6 +85,19 @@ void Machine::stepReturn(const Step&) {
   result_ = fresh(pop());
 }
 
+static void report_failure(int code, std::string_view cause, std::string_view source,
+                           std::string_view expanded) {
+  std::string text(cause);
+  if (!text.empty()) text += '\n';
+  text.append("evaluating expression:\n--> ").append(source);
+  text.append(" \nafter expanding it to:\n'").append(expanded).append("'");
+  RT_ERROR(code, text);
+}
+
+void report_syntax_fault(std::string_view text, const SyntaxFault& fault) {
+  report_failure(309, kFailures[static_cast<std::uint8_t>(fault.cause)], text, text);
+}
+
 void Machine::stepFail(const Step& step) {
   broken_ = true;
   report(309, kFailures[step.op]);
@@ -200,11 +213,7 @@ void Machine::stop() {
 }
 
 void Machine::report(int code, std::string_view cause) {
-  std::string text(cause);
-  if (!text.empty()) text += '\n';
-  text.append("evaluating expression:\n--> ").append(source_);
-  text.append(" \nafter expanding it to:\n'").append(code_.text()).append("'");
-  RT_ERROR(code, text);
+  report_failure(code, cause, source_, code_.text());
   fail();
 }
 

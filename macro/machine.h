@@ -19,6 +19,9 @@ struct BlockArguments {
 // `source` is the text before its expansion, for reports. REQUIRES: there are steps; the code is held.
 Var* run_code(Code& code, std::string_view source, const BlockArguments& arguments);
 
+// Raises the error that the code of a wrong text ends with.
+void report_syntax_fault(std::string_view text, const SyntaxFault& fault);
+
 // True while a nesting of evaluations that was too deep is being left; nothing is evaluated then.
 bool leaving_deep_evaluation();
 

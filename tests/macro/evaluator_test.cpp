@@ -99,6 +99,34 @@ TEST_F(Evaluator, OddTextsAreErrorsOnly) {
 }
 
 // What is done twice: the second run meets names that are found, and constants that the first one used.
+// The console asks for a fault first; a text that is evaluated does what stands before it.
+TEST_F(Evaluator, FaultsAreFoundWithoutRunning) {
+  struct Case {
+    const char* text;
+    int at;  // -1: none
+    bool unfinished;
+  };
+  for (const Case& c : {Case{"1 + 2", -1, false},
+                        {"1 +", 3, true},
+                        {"max(1, {|| 2 + ", 15, true},
+                        {"'abc", 0, true},
+                        {"1 + [abc", 4, true},
+                        {"1 + ) (", 4, false},
+                        {"f() := 1", 4, false},
+                        {"{|x| x * }", 9, false},
+                        {"1 ~ 2", 2, false},
+                        {"&nothing )", -1, false}}) {
+    const auto fault = find_syntax_fault(c.text);
+    EXPECT_EQ(c.at, fault ? static_cast<int>(fault->at) : -1) << c.text;
+    EXPECT_EQ(c.unfinished, fault && fault->unfinished) << c.text;
+  }
+  EXPECT_EQ("", take_errors());
+  for (const char* text : {"none.b", "none:5", "none[1"}) {
+    EXPECT_TRUE(is_error(EXP_EVAL(text)));
+    EXPECT_TRUE(take_errors().starts_with("307 ")) << text;
+  }
+}
+
 TEST_F(Evaluator, CodeRunsAgainAsBefore) {
   GET_MEMVAR("t");
   Var* block =
