@@ -113,6 +113,7 @@ bool copy_records(std::string_view arguments) {
     return true;
   }
   Var* fields = take_fields(arguments);
+  if (!is_expression(arguments)) return true;
   Var* condition = arguments.empty() ? nil_value() : TMP_TEXT(arguments);
   if (const Kind kind = kind_of(file); kind != Kind::kTable)
     table.run("copydelimited", TMP_TEXT(file), delimiter_of(kind), fields, condition);

@@ -140,7 +140,8 @@ bool sum_records(std::string_view arguments) {
     complain(".sum needs an expression");
     return true;
   }
-  if (!take_selection(arguments.substr(end), server, request)) return true;
+  if (!is_expression(expression) || !take_selection(arguments.substr(end), server, request))
+    return true;
   const KeepPlace place(server);
   const Var* sums = send(server, "sum", TMP_TEXT(expression), or_nil(request.for_block),
                          or_nil(request.while_block));

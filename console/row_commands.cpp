@@ -32,7 +32,7 @@ bool take_condition(std::string_view& line, std::string_view word, std::string_v
   line.remove_prefix(end);
   if (text.empty())
     complain("a condition is missing behind " + std::string(word));
-  else
+  else if (is_expression(text))
     block = block_of(TMP_TEXT(text));
   return block != nullptr;
 }

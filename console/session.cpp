@@ -27,10 +27,12 @@
 #include "core/runtime.h"
 #include "core/settings.h"
 #include "core/signals.h"
+#include "core/switched.h"
 #include "core/symbols.h"
 #include "db/written_records.h"
 #include "lib/value_text.h"
 #include "macro/evaluator.h"
+#include "macro/machine.h"
 #include "term/screen.h"
 
 namespace tarnel {
@@ -41,13 +43,9 @@ constexpr std::int32_t kDeveloperNotice = 902;
 
 struct SessionState {
   Frame frame{};
-  std::int32_t line = 0;
   int reading = 0;
-  std::string* messages = nullptr;
-  int complaints = 0;
   bool bailed = false;
   SessionSwitches switches;
-  std::string kept_lines;  // for standard error, while a screen is on its terminal
 } session;
 
 bool is_blank(char c) {
@@ -118,8 +116,9 @@ Var* show_error(std::int32_t argc, Var** argv, Var**) {
 }
 
 void run_expression(std::string_view line) {
-  make_known(assigned_name(line));
-  const Var* value = EXP_EVAL(line);
+  const bool right = is_expression(line);
+  if (right) make_known(assigned_name(line));
+  const Var* value = right ? EXP_EVAL(line) : error_value();
   if (screen_open()) return;  // there the script alone decides what is shown
   const bool has_parts = letter_in(value->type, "AOBb");
   if (has_parts && isatty(STDOUT_FILENO) != 0)
@@ -187,28 +186,19 @@ class LineAccount {
   const Clock::time_point start_ = Clock::now();
 };
 
-// A file whose lines run: inside it lines count anew.
-class OpenedFile {
+// A script whose lines run, to its end.
+class RunningScript {
  public:
-  explicit OpenedFile(const char* name)
-      : fd_(open_file(name, O_RDONLY)),
-        outer_line_(session.line),
-        bail_(session.switches.bail, session.switches.bail) {
+  explicit RunningScript(const char* name)
+      : place_(name), bail_(session.switches.bail, session.switches.bail) {
     ++session.reading;
-    session.line = 0;
   }
-  ~OpenedFile() {
-    if (fd_ >= 0) close_file(fd_);
-    --session.reading;
-    session.line = outer_line_;
-  }
-  OpenedFile(const OpenedFile&) = delete;
-  OpenedFile& operator=(const OpenedFile&) = delete;
-  int fd() const { return fd_; }
+  ~RunningScript() { --session.reading; }
+  RunningScript(const RunningScript&) = delete;
+  RunningScript& operator=(const RunningScript&) = delete;
 
  private:
-  const int fd_;
-  const std::int32_t outer_line_;
+  const InScript place_;
   const Switched<bool> bail_;  // one that is chosen in the file holds to its end
 };
 
@@ -223,6 +213,7 @@ void open_session() {
 }
 
 static bool run_accounted(std::string_view line) {
+  const RunningLine running;
   const LineAccount account;
   bool goes_on = true;
   if (is_dot_line(line))
@@ -236,7 +227,7 @@ static bool run_accounted(std::string_view line) {
 bool run_line(std::string_view line) {
   look_at_signals();
   line = trimmed(line);
-  session.frame.line = ++session.line;
+  session.frame.line = next_line();
   if (line.empty() || line.front() == '#') return true;
   if (session.switches.echo) write_output(std::string(line) + "\n");
   const bool goes_on = run_accounted(line);
@@ -245,9 +236,9 @@ bool run_line(std::string_view line) {
 }
 
 bool run_or_bail(std::string_view line) {
-  const int before = session.complaints;
+  const int before = complaints();
   const bool goes_on = run_line(line);
-  session.bailed |= session.switches.bail && session.complaints != before;
+  session.bailed |= session.switches.bail && complaints() != before;
   return goes_on && !session.bailed;
 }
 
@@ -272,13 +263,15 @@ bool run_file(const char* name) {
     complain(std::string(name) + ": files read each other too deeply");
     return true;
   }
-  bool goes_on = true;
+  const File file(name, O_RDONLY);
+  if (!file.opened()) {
+    complain(std::string(name) + ": " + std::strerror(errno));
+    return true;
+  }
+  bool goes_on;
   {
-    const OpenedFile file(name);
-    if (file.fd() >= 0)
-      goes_on = run_lines(file.fd(), name);
-    else
-      complain(std::string(name) + ": " + std::strerror(errno));
+    const RunningScript script(name);
+    goes_on = run_lines(file.fd(), name);
   }
   // What ended early by its own word doesn't end what reads it.
   return goes_on || (!session.switches.bail && take_bail());
@@ -292,39 +285,26 @@ bool run_file_on_screen(const char* name) {
   return true;
 }
 
+void set_session_variable(std::string_view name, Var* value) {
+  make_known(name);
+  CPY_VAR(symbol_var(FIND_SYMBOL(name)), value);
+}
+
+bool is_expression(std::string_view text) {
+  const auto fault = find_syntax_fault(text);
+  if (!fault) return true;
+  show_caret(text, fault->at);
+  report_syntax_fault(text, *fault);
+  return false;
+}
+
 Var* evaluate_argument(std::string_view expression) {
-  return EXP_EVAL(expression);
+  return is_expression(expression) ? EXP_EVAL(expression) : error_value();
 }
 
 void write_value(const Var* value) {
   NumberBuffer buffer;
   write_output(varToText(value, buffer));
-}
-
-MessagesTo::MessagesTo(std::string& text) : former_(session.messages, &text) {}
-
-void complain(std::string_view text) {
-  if (session.messages != nullptr) {
-    *session.messages = text;
-    return;
-  }
-  set_exit_status(1);
-  ++session.complaints;
-  tell(text);
-}
-
-void tell(std::string_view text) {
-  if (screen_open() && isatty(STDERR_FILENO) != 0) {
-    session.kept_lines.append(text) += '\n';
-    return;
-  }
-  flush_output();
-  const std::string line = isatty(STDERR_FILENO) != 0 ? terminal_text(text) : std::string(text);
-  write_fully(STDERR_FILENO, line + "\n");
-}
-
-void write_kept_lines() {
-  write_fully(STDERR_FILENO, std::exchange(session.kept_lines, {}));
 }
 
 }  // namespace tarnel

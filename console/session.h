@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/switched.h"
+#include "console/complaints.h"
 #include "core/var.h"
 
 namespace tarnel {
@@ -20,6 +20,8 @@ bool run_or_bail(std::string_view line);
 // Runs the lines of a descriptor up to its end or to .quit; false for the latter. The name is for
 // complaints.
 bool run_lines(int fd, const char* name);
+// Gives a variable of the session a value.
+void set_session_variable(std::string_view name, Var* value);
 // Runs the lines of a file on a screen, which then closes. A terminal that has none is a complaint.
 bool run_file_on_screen(const char* name);
 // Runs the lines of a file. A file that can't be read, or that reads itself, is a complaint.
@@ -36,24 +38,12 @@ SessionSwitches& session_switches();
 // Did a file end early because of `bail`? Forgets it.
 bool take_bail();
 
-// Evaluates an expression for a dot command.
+// Is a text an expression, as far as can be told before it runs? Otherwise shows where it stops being one and
+// raises the error.
+bool is_expression(std::string_view text);
+// Evaluates an expression for a dot command. One that is wrong somewhere is the error value; nothing of it has run.
 Var* evaluate_argument(std::string_view expression);
 // Writes a value as ? does, without a line feed.
 void write_value(const Var* value);
-// Writes a line about a fault on standard error; the run then ends with status 1.
-void complain(std::string_view text);
-// Writes a line on standard error that is no fault. While a screen hides what is written there it is kept.
-void tell(std::string_view text);
-// Writes what was kept.
-void write_kept_lines();
-
-// While one lives complaints go to a text, which holds the last of them, and are no faults.
-class MessagesTo {
- public:
-  explicit MessagesTo(std::string& text);
-
- private:
-  const Switched<std::string*> former_;
-};
 
 }  // namespace tarnel

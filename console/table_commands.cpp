@@ -205,7 +205,7 @@ bool list_structure(std::string_view file) {
 
 bool set_filter(std::string_view condition) {
   const TempsMark mark;
-  if (Var* server = server_or_complaint(); server != nullptr)
+  if (Var* server = server_or_complaint(); server != nullptr && is_expression(condition))
     call(server, "setfilter", TMP_TEXT(condition));
   return true;
 }

@@ -187,7 +187,7 @@ TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
   const Case cases[] = {{{"-e", "{|a,b| a+b}"}, "7", "CODEBLOCK\n", 0},
                         {{"-e", "x := 2", "-e", "x * 3"}, "7", "         2\n         6\n", 0},
                         {{"-e", "x := 2", "script"}, "7", "         2\n         3\n.T.\n", 0},
-                        {{"script"}, "7", "error 307: ", 1},
+                        {{"script"}, "7", "script:1:\nerror 307: ", 1},
                         {{"-e", "1 # \"1\"", "-e", "__quit()"}, "", "error 201: ", 1},
                         {{"-e", "1 # \"1\"", "-e", "__quit(7)"}, "", "error 201: ", 7},
                         {{"-e", "1/0"}, "", "         0\n", 0},
@@ -197,7 +197,8 @@ TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
                         {{}, "8", "         8\n", 0},
                         {{"-e", "dbcreate('t', {{'n', 'N', 3, 0}})"}, "", ".T.\n", 0},
                         {{"T.DBF", "t.dbf", "-e", "alias()", "-e", "2->n"}, "", "T\n  0\n", 0},
-                        {{"t.dbf", "script"}, "", "error 307: ", 1},
+                        {{"t.dbf", "script"}, "", "script:1:\nerror 307: ", 1},
+                        {{"arguments", "a", "-b"}, "", "         2\n-b\n", 0},
                         {{"-w", "t.dbf", "-e", ".tables"},
                          "",
                          "area  alias  records  use     locked  file\n"
@@ -210,6 +211,7 @@ TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
                         {{"-y"}, "7", TARNEL_CONSOLE ": unrecognized option", 2}};
   const ScratchDirectory scratch;
   std::ofstream(scratch.path() / "script") << "x + 1\n.t.\n";
+  std::ofstream(scratch.path() / "arguments") << "len(aArgs)\naArgs[2]\n";
   for (const Case& c : cases) {
     const Finished run = run_tnsh(scratch.path(), c.arguments, c.input);
     const std::string expected = c.output;
@@ -219,11 +221,37 @@ TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
   }
 }
 
+// The line with the fault, cut where it is long, and nothing of it has run.
+TEST(CommandLine, AScriptTellsWhereItIsWrong) {
+  const ScratchDirectory scratch;
+  const std::string script = "b := 1\n\n.read deep\n\tmax(\x01 +, b := 2)\nb\n1 +\n" +
+                             std::string(300, '(') + "*\naeval({1, 2, 3, 4, 5}, {|n| n + \"\"})\n";
+  std::ofstream(scratch.path() / "script") << script;
+  std::ofstream(scratch.path() / "deep") << ".nix\n\"open\n";
+  std::string shown;
+  for (const std::string& line : lines_of(run_tnsh(scratch.path(), {"script"}, "").output))
+    shown += line.substr(0, line.find(";evaluating")) + "\n";
+  const std::string wrong = "error 309: Syntax error in expression",
+                    and_value = wrong + "\nERROR\n";
+  const std::string mixed =
+      "error 201: data type mismatch;only dates/numerics can be added to numerics";
+  EXPECT_EQ(
+      "         1\n"
+      "deep:1:\nunknown command .nix, .help lists them\n"
+      "deep:2:\n  \"open\n  ^\n" +
+          and_value + "script:4:\n  max(? +, b := 2)\n      ^\n" + and_value +
+          "         1\nscript:6:\n  1 +\n     ^\n" + and_value + "script:7:\n  " +
+          std::string(160, '(') + "\n" + std::string(82, ' ') + "^\n" + wrong +
+          ";yacc stack overflow\nERROR\nscript:8:\n" + mixed + "\n" + mixed + "\n" + mixed +
+          "\nARRAY\n" + mixed + " (2 more times)\n",
+      shown);
+}
+
 TEST(CommandLine, AFileThatReadsItselfIsAComplaint) {
   const ScratchDirectory scratch;
   std::ofstream(scratch.path() / "loop") << ".read loop\n";
   const Finished run = run_tnsh(scratch.path(), {"loop"}, "");
-  EXPECT_EQ("loop: files read each other too deeply\n", run.output);
+  EXPECT_EQ("loop:1:\nloop: files read each other too deeply\n", run.output);
   EXPECT_EQ(1, run.status);
 }
 
