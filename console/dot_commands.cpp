@@ -109,6 +109,9 @@ constexpr DotCommand kDotCommands[] = {
     {"zap", "[!]", "drops all records; asks, unless told by the !", zap_records},
 };
 
+// What stands for the name of a file in the column of arguments.
+constexpr std::string_view kFileWords[] = {"FILE", "DIR", "PATTERN"};
+
 // Settings by the number that set() knows them by; 0 is a named option of ov_set().
 struct SettingRow {
   std::string_view name;
@@ -134,7 +137,9 @@ void write_command(const DotCommand& command) {
 
 void general_help() {
   write_line("A line is an expression; its value is printed. NAME := VALUE makes a variable.");
-  write_line("Empty lines and lines that begin with # are skipped.");
+  write_line(
+      "Empty lines and lines that begin with # are skipped. What lacks its end goes on in the next "
+      "line.");
   write_line("");
   for (const DotCommand& command : kDotCommands) write_command(command);
   write_line("");
@@ -302,6 +307,17 @@ bool run_dot_line(std::string_view line) {
     if (command.name == name) return command.run(line);
   complain("unknown command ." + name + ", .help lists them");
   return true;
+}
+
+bool takes_file(std::string_view line) {
+  if (!is_dot_line(line)) return false;
+  line.remove_prefix(1);
+  const std::string name = lower_text(take_word(line));
+  const auto* const command = std::ranges::find(kDotCommands, name, &DotCommand::name);
+  if (command == std::end(kDotCommands)) return false;
+  return std::ranges::any_of(kFileWords, [command](std::string_view word) {
+    return command->arguments.find(word) != std::string_view::npos;
+  });
 }
 
 void complete_command(std::string_view beginning, std::vector<std::string>& names) {

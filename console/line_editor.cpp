@@ -7,8 +7,10 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "console/dot_commands.h"
@@ -18,8 +20,10 @@
 #include "core/output.h"
 #include "core/sequence.h"
 #include "core/signals.h"
+#include "core/switched.h"
 #include "core/symbols.h"
 #include "core/text.h"
+#include "macro/evaluator.h"
 #include "term/user_locale.h"
 
 namespace tarnel {
@@ -53,6 +57,55 @@ void complete_variable(std::string_view beginning, Names& names) {
 constexpr void (*kSources[])(std::string_view, Names&) = {complete_variable, complete_function,
                                                           complete_table_name};
 
+bool can_be_typed(std::string_view name, bool between_quotes) {
+  const auto hinders = [between_quotes](unsigned char c) {
+    return c < ' ' || c == 0x7f || (c == ' ' && !between_quotes);
+  };
+  return std::ranges::none_of(name, hinders);
+}
+
+// Files that begin with a text; the path before the last slash stays as it is typed. A directory ends in a slash.
+void complete_file(std::string_view beginning, bool between_quotes, Names& names) {
+  const std::size_t name_at = beginning.rfind('/') + 1;
+  const std::string typed(beginning.substr(0, name_at));
+  const std::string_view name = beginning.substr(name_at);
+  std::string folder = typed.empty() ? "." : typed;
+  const char* const home = std::getenv("HOME");
+  if (folder.starts_with("~/") && home != nullptr) folder.replace(0, 1, home);
+  std::error_code ignored;
+  std::filesystem::directory_iterator entry(folder, ignored), end;
+  for (; entry != end; entry.increment(ignored)) {
+    const std::string found = entry->path().filename();
+    if (!found.starts_with(name) || (name.empty() && found[0] == '.')) continue;
+    if (!can_be_typed(found, between_quotes)) continue;
+    names.push_back(typed + found + (entry->is_directory(ignored) ? "/" : ""));
+  }
+}
+
+// Where the text between quotes begins in which the end of a line stands; npos outside of quotes.
+std::size_t open_quote(std::string_view line) {
+  char quote = 0;
+  std::size_t at = std::string_view::npos;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    if (quote == 0 && (line[i] == '"' || line[i] == '\'')) {
+      quote = line[i];
+      at = i + 1;
+    } else if (line[i] == quote) {
+      quote = 0;
+      at = std::string_view::npos;
+    }
+  }
+  return at;
+}
+
+// The end of a line that may be the beginning of a file's name: between quotes, or an argument of a command.
+std::string_view file_before(std::string_view line) {
+  if (const std::size_t quote = open_quote(line); quote != std::string_view::npos)
+    return line.substr(quote);
+  if (line.find(' ') == std::string_view::npos || !takes_file(line)) return {};
+  return line.substr(line.find_last_of(" |") + 1);
+}
+
 // The end of the line before the cursor that is one name, or the whole of it for a dot command.
 std::string_view word_before(std::string_view line) {
   if (!line.empty() && line[0] == '.' && line.find(' ') == std::string_view::npos) return line;
@@ -67,13 +120,20 @@ std::string_view word_before(std::string_view line) {
   return line.substr(start);
 }
 
-Names candidates(std::string_view word) {
+// What may stand in place of `word`, the end of the line that becomes the word to complete.
+Names candidates(std::string_view line, std::string_view& word) {
   Names names;
-  if (word.empty()) return names;
-  if (word[0] == '.')
-    complete_command(word, names);
-  else
-    for (const auto source : kSources) source(word, names);
+  word = file_before(line);
+  const bool quoted = open_quote(line) != std::string_view::npos;
+  if (!word.empty() || quoted) complete_file(word, quoted, names);
+  if (!quoted && names.empty()) {
+    word = word_before(line);
+    if (word.empty()) return names;
+    if (word[0] == '.')
+      complete_command(word, names);
+    else
+      for (const auto source : kSources) source(word, names);
+  }
   std::sort(names.begin(), names.end());
   names.erase(std::unique(names.begin(), names.end()), names.end());
   return names;
@@ -91,9 +151,9 @@ std::string common_beginning(const Names& names) {
 // Tab: completes as far as the candidates agree, and lists them when that is no further.
 unsigned char complete(EditLine* editor, int) {
   const LineInfo* info = el_line(editor);
-  const std::string_view word =
-      word_before({info->buffer, static_cast<std::size_t>(info->cursor - info->buffer)});
-  const Names names = candidates(word);
+  std::string_view word;
+  const Names names =
+      candidates({info->buffer, static_cast<std::size_t>(info->cursor - info->buffer)}, word);
   if (names.empty()) return CC_ERROR;
   const std::string common = common_beginning(names);
   if (common.size() > word.size()) {
@@ -107,9 +167,23 @@ unsigned char complete(EditLine* editor, int) {
   return CC_REDISPLAY;
 }
 
+// A line that only lacks its end: more lines are asked for, up to an empty one.
+bool asks_on = false;
+
 char* prompt(EditLine*) {
-  static char text[] = "tnsh> ";
-  return text;
+  static char first[] = "tnsh> ", further[] = "  ...> ";
+  return asks_on ? further : first;
+}
+
+bool is_blank(std::string_view text) {
+  return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+bool is_unfinished(std::string_view text) {
+  const std::size_t start = text.find_first_not_of(" \t");
+  if (is_blank(text) || text[start] == '#' || is_dot_line(text.substr(start))) return false;
+  const auto fault = find_syntax_fault(text);
+  return fault && fault->unfinished;
 }
 
 std::string history_file() {
@@ -141,30 +215,57 @@ class LineEditor {
   LineEditor(const LineEditor&) = delete;
   LineEditor& operator=(const LineEditor&) = delete;
 
-  // False at the end of the input. An interrupt drops what was typed, other signals are answered.
+  // One line, or several that make one expression; false at the end of the input. An interrupt drops what
+  // was typed, other signals are answered.
   bool read(std::string& line) {
-    for (;;) {
-      if (get(line)) return true;
-      if (!signal_waits()) return false;
-      if (take_interrupt()) {
-        el_reset(editor_);
-        write_fully(STDOUT_FILENO, "^C\n");
-      }
-      look_at_signals();
-    }
+    Typed typed;
+    do typed = read_whole(line);
+    while (typed == Typed::kGivenUp);
+    return typed == Typed::kLine;
   }
 
   // Kept in the file at once: the run may end in any line.
   void remember(const std::string& line) {
-    if (line.find_first_not_of(" \t\r\n") == std::string::npos) return;
+    if (is_blank(line)) return;
+    std::string kept = line;
+    std::ranges::replace(kept, '\n', ' ');  // the editor shows one line
     HistEvent event;
-    history(history_, &event, H_ENTER, line.c_str());
+    history(history_, &event, H_ENTER, kept.c_str());
     if (!file_.empty()) history(history_, &event, H_SAVE, file_.c_str());
   }
 
  private:
+  enum class Typed : char { kLine, kGivenUp, kEnd };
+
+  Typed read_whole(std::string& text) {
+    text.clear();
+    const Switched asking(asks_on, false);
+    for (std::string line;; asks_on = true) {
+      if (const Typed typed = get(line); typed != Typed::kLine) {
+        if (typed == Typed::kEnd && asks_on) write_fully(STDOUT_FILENO, "\n");
+        return asks_on ? Typed::kGivenUp : typed;
+      }
+      text += line;
+      if (is_blank(line) || !is_unfinished(text)) return Typed::kLine;
+    }
+  }
+
+  Typed get(std::string& line) {
+    for (;;) {
+      if (edit(line)) return Typed::kLine;
+      if (!signal_waits()) return Typed::kEnd;
+      const bool interrupted = take_interrupt();
+      if (interrupted) {
+        el_reset(editor_);
+        write_fully(STDOUT_FILENO, "^C\n");
+      }
+      look_at_signals();
+      if (interrupted) return Typed::kGivenUp;
+    }
+  }
+
   // False at the end, or when a signal came.
-  bool get(std::string& line) {
+  bool edit(std::string& line) {
     const UserLocale locale;
     int n = 0;
     const char* text = el_gets(editor_, &n);

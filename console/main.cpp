@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@
 #include "console/screen_session.h"
 #include "console/session.h"
 #include "console/table_commands.h"
+#include "core/arrays.h"
 #include "core/core_modules.h"
 #include "core/output.h"
 #include "core/runtime.h"
@@ -33,7 +35,7 @@ namespace tarnel {
 namespace {
 
 constexpr const char* kUsage =
-    "usage: tnsh [OPTIONS] [TABLE.dbf]... [FILE]\n"
+    "usage: tnsh [OPTIONS] [TABLE.dbf]... [FILE [ARGUMENT]...]\n"
     "  -e EXPR       evaluates an expression, or runs a command, and prints its value\n"
     "  -s, --screen  runs them on a screen, where values aren't printed\n"
     "  -w, -x        opens the tables to write them, -x for nobody else\n"
@@ -44,7 +46,8 @@ constexpr const char* kUsage =
     "  -cmd LINE     runs a line before the input\n"
     "  --version     tells which version this is\n"
     "  TABLE.dbf     is opened, by default shared and for reading only\n"
-    "  FILE          runs the lines of a file; without it and -e those of standard input\n";
+    "  FILE          runs the lines of a file; without it and -e those of standard input\n"
+    "  ARGUMENT      is what the file finds in the array aArgs\n";
 constexpr const char* kVersion = "tnsh 1.10\n";
 constexpr int kWrongUse = 2;
 
@@ -52,6 +55,7 @@ struct CommandLine {
   std::vector<const char*> expressions, tables, beginnings;
   const char *init = nullptr, *mode = nullptr;
   const char* file = nullptr;
+  std::vector<const char*> arguments;  // of the file
   OpenFor use = OpenFor::kReading;
   bool on_screen = false;
 };
@@ -97,18 +101,20 @@ bool is_table_name(std::string_view name) {
   return name.size() > 4 && same_letters(name.substr(name.size() - 4), ".dbf");
 }
 
+// Behind the first name that is no table's all belongs to that file.
 void take_operand(CommandLine& line, const char* name) {
-  if (is_table_name(name))
+  if (line.file != nullptr)
+    line.arguments.push_back(name);
+  else if (is_table_name(name))
     line.tables.push_back(name);
-  else if (line.file == nullptr)
-    line.file = name;
   else
-    usage(STDERR_FILENO, kWrongUse);
+    line.file = name;
 }
 
 CommandLine parse(int argc, char** argv) {
+  constexpr int kOperand = 1;
   CommandLine line;
-  std::string letters;
+  std::string letters = "-";  // operands come in their place among the options
   std::vector<option> names;
   for (const Option& known : kOptions) {
     letters.append(1, static_cast<char>(known.letter)).append(known.with_argument ? ":" : "");
@@ -117,7 +123,12 @@ CommandLine parse(int argc, char** argv) {
                        known.letter});
   }
   names.push_back({});
-  for (int c; (c = getopt_long_only(argc, argv, letters.c_str(), names.data(), nullptr)) != -1;) {
+  for (int c; line.file == nullptr &&
+              (c = getopt_long_only(argc, argv, letters.c_str(), names.data(), nullptr)) != -1;) {
+    if (c == kOperand) {
+      take_operand(line, optarg);
+      continue;
+    }
     const auto* known = std::ranges::find(kOptions, c, &Option::letter);
     if (known == std::end(kOptions)) usage(STDERR_FILENO, kWrongUse);
     known->take(line, optarg);
@@ -139,7 +150,29 @@ void open_tables_of(const CommandLine& line) {
   }
 }
 
+bool at_prompt(const CommandLine& line) {
+  return reads_input(line) && !line.on_screen && isatty(STDIN_FILENO) != 0;
+}
+
+// ~/.tnshrc, for a person only: what a script does depends on the script alone.
+bool run_own_beginning() {
+  const char* const home = std::getenv("HOME");
+  const std::string file = std::string(home != nullptr ? home : "") + "/.tnshrc";
+  return home == nullptr || access(file.c_str(), F_OK) != 0 || run_file(file.c_str());
+}
+
+void make_arguments(const CommandLine& line) {
+  const TempsMark mark;
+  Var* arguments = NEW_TEMP();
+  cscreara(arguments, static_cast<std::int32_t>(line.arguments.size()), kAllNil);
+  for (std::size_t i = 0; i < line.arguments.size(); ++i)
+    CPY_VAR(element(arguments, static_cast<std::int32_t>(i) + 1), TMP_TEXT(line.arguments[i]));
+  set_session_variable("aArgs", arguments);
+}
+
 void run(const CommandLine& line) {
+  make_arguments(line);
+  if (line.init == nullptr && at_prompt(line) && !run_own_beginning()) return;
   open_tables_of(line);
   if (line.init != nullptr && !run_file(line.init)) return;
   if (line.mode != nullptr) choose_mode(line.mode);
@@ -150,7 +183,7 @@ void run(const CommandLine& line) {
     run_file(line.file);
   else if (!line.expressions.empty())
     return;
-  else if (!line.on_screen && isatty(STDIN_FILENO) != 0)
+  else if (at_prompt(line))
     run_interactive();
   else
     run_lines(STDIN_FILENO, "standard input");

@@ -242,6 +242,29 @@ TEST_F(Console, ATableInUseIsOpenedAsFarAsOthersLetIt) {
   }
 }
 
+// Each line is typed at once, as a paste does it; a tab completes what stands before it.
+TEST_F(Console, ThePromptAsksOnAndCompletes) {
+  std::ofstream(directory_ / ".tnshrc") << "mine := 41\n.nix\n";
+  std::ofstream(directory_ / "two words.csv") << "a\n7\n";
+  std::ofstream(directory_ / "script") << "'ran ' + 'it'\n";
+  start("exec " TARNEL_CONSOLE, true);
+  EXPECT_NE(read_to("tnsh> ").find(".tnshrc:2:\r\nunknown command .nix"), std::string::npos);
+  const std::pair<const char*, const char*> cases[] = {
+      {"mine +\n  1\n", "        42\r\n"},
+      {"{1, 2,\n\n", "^\r\nerror 309: "},
+      {"'one\ntwo' $ 'zero'\n", ".F.\r\n"},
+      {"min(7,\n\x03", "^C\r\n"},
+      {"1 + * 2\n", "  1 + * 2\r\n      ^\r\nerror 309"},
+      {".read scr\t\n", "ran it\r\n"},
+      {"memoread('tw\t')\n", "7\r\n"},
+      {"len({file('no\t')})\n", "         1\r\n"}};
+  for (const auto& [typed, shown] : cases) {
+    type(typed);
+    const std::string answer = read_to("\r\ntnsh> ");
+    EXPECT_NE(answer.find(shown), std::string::npos) << typed << ": " << answer;
+  }
+}
+
 TEST_F(Console, ATerminalGetsNoControlBytesAndLinesForRowsThatAreTooWide) {
   start("stty cols 18; exec " TARNEL_CONSOLE, true);
   type(kMakeTable);
@@ -276,7 +299,8 @@ TEST_F(Console, OutputGoesToFilesAndCommandsForAsLongAsItIsTold) {
       {"-init script -json -e '.list' | tail -1", "[{\"A\":\"kept\"}]\n"},
       {"-init script -cmd '.headers off' -e '.list all' | tail -1", "kept\n"},
       {"-line -e 'dbusearea(.t., , \"t\")' -e .list", ".T.\n record = 1\n      A = kept\n"},
-      {"-bail -e '.read fails' -e 6 2>&1; echo $?", ".open needs the name of a table\n1\n"},
+      {"-bail -e '.read fails' -e 6 2>&1; echo $?",
+       "fails:1:\n.open needs the name of a table\n1\n"},
       {"--version", "tnsh 1.10\n"}};
   std::ofstream(directory_ / "fails") << ".open\n7\n";
   output_of(TARNEL_CONSOLE " script");
