@@ -26,6 +26,7 @@
 #include "db/area.h"
 #include "db/db.h"
 #include "db/db_modules.h"
+#include "db/open_manner.h"
 #include "lib/lib_modules.h"
 #include "lib/streams.h"
 #include "macro/evaluator.h"
@@ -90,7 +91,7 @@ constexpr Option kOptions[] = {
     {"init", 'i', true, [](CommandLine& line, const char* a) { line.init = a; }},
     {"json", 'J', false, [](CommandLine& line, const char*) { line.mode = "json"; }},
     {"line", 'L', false, [](CommandLine& line, const char*) { line.mode = "line"; }},
-    {"readonly", 'r', false, [](CommandLine&, const char*) { forbid_writing(); }},
+    {"readonly", 'r', false, [](CommandLine&, const char*) { tables_only_read() = true; }},
     {"screen", 's', false, [](CommandLine& line, const char*) { line.on_screen = true; }},
     {"version", 'V', false, [](CommandLine&, const char*) { tell_version(); }},
     {nullptr, 'w', false, [](CommandLine& line, const char*) { line.use = OpenFor::kWriting; }},

@@ -26,8 +26,6 @@
 namespace tarnel {
 namespace {
 
-bool only_reading = false;
-
 // The file that a name means, and what the system says of it.
 struct Sought {
   std::string path;
@@ -139,8 +137,8 @@ void close_area(const WorkArea* area) {
 }  // namespace
 
 bool may_write(const std::string& file) {
-  if (only_reading) complain(file + ": this session only reads");
-  return !only_reading;
+  if (tables_only_read()) complain(file + ": this session only reads");
+  return !tables_only_read();
 }
 
 bool open_for_person(const std::string& name, std::string_view alias, OpenFor use) {
@@ -163,10 +161,6 @@ OpenForLook::~OpenForLook() noexcept(false) {
   if (!opened_) return;
   close_area(current_area());
   select_again(former_);
-}
-
-void forbid_writing() {
-  only_reading = true;
 }
 
 bool open_command(std::string_view arguments) {

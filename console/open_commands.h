@@ -28,8 +28,6 @@ class OpenForLook {
   const std::int32_t former_;  // the number of the area that was current, 0 none
   const bool opened_;
 };
-// From now on nothing is opened but for reading.
-void forbid_writing();
 // May a file be made or changed? A complaint that names it otherwise.
 bool may_write(const std::string& file);
 

@@ -113,6 +113,11 @@ bool close_file(int fd) {
   return closed;
 }
 
+bool is_open_here(const struct stat& status) {
+  return std::ranges::any_of(state.descriptors,
+                             [&](const Descriptor& d) { return d.users > 0 && d.is_of(status); });
+}
+
 bool shared_otherwise(const struct stat& status, int flags) {
   return std::any_of(state.descriptors.begin(), state.descriptors.end(), [&](const Descriptor& d) {
     return d.shared && d.is_of(status) && d.kind != kind_of(flags);

@@ -19,6 +19,8 @@ enum class Share : bool { kNo, kYes };
 // Gives a use of a descriptor back. False, with errno set, when the system could not close or the
 // descriptor is not in use; it is gone all the same.
 bool close_file(int fd);
+// Is the file in use here?
+bool is_open_here(const struct stat& status);
 // Is the file open for sharing with other flags than these?
 bool shared_otherwise(const struct stat& status, int flags);
 

@@ -6,6 +6,7 @@ namespace tarnel {
 namespace {
 
 ForgivingOpen* innermost = nullptr;
+bool only_read = false;
 
 }  // namespace
 
@@ -16,6 +17,10 @@ ForgivingOpen::~ForgivingOpen() {
 
 ForgivingOpen* forgiving_open() {
   return innermost;
+}
+
+bool& tables_only_read() {
+  return only_read;
 }
 
 }  // namespace tarnel

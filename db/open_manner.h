@@ -25,4 +25,8 @@ class ForgivingOpen {
 // The innermost guard, or null.
 ForgivingOpen* forgiving_open();
 
+// True for a run that may change no table: all are opened for reading only, and making one fails as on a file
+// system that is mounted so.
+bool& tables_only_read();
+
 }  // namespace tarnel

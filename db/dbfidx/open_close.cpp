@@ -503,6 +503,10 @@ bool create_table(DbfIdx& dbf, std::string_view file, const Var* rows, const Var
     errno = ENAMETOOLONG;
     return fail_creation(dbf, TableError::kCreateFailed, std::string(file));
   }
+  if (tables_only_read()) {
+    errno = EROFS;
+    return fail_creation(dbf, TableError::kCreateFailed, path);
+  }
   const bool existed = is_there(path);
   // Not read-only, though nothing is written through it: the claim must keep readers out too.
   if (existed && !open_table(dbf, {.file = path, .exclusive = true, .internal = true})) {

@@ -7,6 +7,7 @@
 #include "core/file_ops.h"
 #include "core/stacks.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/open_manner.h"
 #include "lib/files.h"
 
 namespace tarnel {
@@ -55,6 +56,11 @@ bool NewTable::open(std::string_view file, std::vector<dbf::Field> fields) {
   }
   if (path.empty()) {
     dxerror(source_, TableError::kCreateFailed, {file});
+    return false;
+  }
+  if (tables_only_read()) {
+    set_dos_error(EROFS);
+    dxerror(source_, TableError::kCreateFailed, {path});
     return false;
   }
   if (!claim(path)) return false;

@@ -15,6 +15,7 @@
 #include "db/dbfidx/method/methods.h"
 #include "db/dbfidx/table_errors.h"
 #include "db/info_codes.h"
+#include "db/open_manner.h"
 #include "lib/arguments.h"
 #include "lib/dates.h"
 #include "lib/files.h"
@@ -190,7 +191,7 @@ Var* di_init(std::int32_t argc, Var** argv) {
   OpenRequest request;
   request.file = text_of(argv[1]);
   request.exclusive = arg_is(argc, argv, 2, "L") ? is_false(argc, argv, 2) : settings().exclusive;
-  request.read_only = is_true(argc, argv, 3);
+  request.read_only = is_true(argc, argv, 3) || tables_only_read();
   open_table(dbf, request);
   return argv[0];
 }
