@@ -126,6 +126,10 @@ bool list_folder(std::string_view argument) {
     folder = pattern.substr(0, pattern.rfind('/') + 1);
     pattern.erase(0, folder.size());
   }
+  if (!folder.empty() && file_ops().stat(folder.c_str(), &status) != 0) {
+    complain(folder + ": " + system_words(errno));
+    return true;
+  }
   const std::vector<std::string> names = names_in(folder.empty() ? "." : folder);
   TextRows rows({"table", "records", "fields", "memo", "characters", "orders", "state"});
   const auto fits = [&](const std::string& name) {

@@ -1,5 +1,7 @@
 #include "console/export_commands.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <string>
 
@@ -8,6 +10,8 @@
 #include "console/table_commands.h"
 #include "console/words.h"
 #include "core/classes.h"
+#include "core/file_ops.h"
+#include "core/open_files.h"
 #include "core/output.h"
 #include "core/stacks.h"
 #include "core/text.h"
@@ -29,6 +33,8 @@ bool mode_of_file(std::string_view file, RowMode& mode) {
 // was told.
 int write_file(const std::string& file, Var* server, const RowRequest& request,
                const RowStyle& style, std::int64_t& rows) {
+  struct stat status {};
+  if (file_ops().stat(file.c_str(), &status) == 0 && is_open_here(status)) return EBUSY;
   ReplacementFile target(fullPath(file), ".ovtx");
   if (!target.create(fileDefaultMode())) return errno;
   int failure = 0;

@@ -1,6 +1,7 @@
 #include "console/output_target.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +11,8 @@
 #include "console/cell_text.h"
 #include "console/session.h"
 #include "console/words.h"
+#include "core/file_ops.h"
+#include "core/open_files.h"
 #include "core/output.h"
 #include "core/text.h"
 #include "lib/streams.h"
@@ -23,12 +26,21 @@ struct TargetState {
   enum class Once : char { kNo, kChosen, kNextLine } once = Once::kNo;
 } state;
 
+// A table that is open here must not become a list of its own records.
+int open_target(const std::string& name) {
+  struct stat status {};
+  if (file_ops().stat(name.c_str(), &status) == 0 && is_open_here(status)) {
+    errno = EBUSY;
+    return -1;
+  }
+  return ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+}
+
 // Leads descriptor 1 to a file, or to a command. False with errno set.
 bool lead(std::string_view target) {
   const bool to_command = target.starts_with('|');
   const std::string name = to_command ? std::string() : take_file_name(target);
-  const int fd = to_command ? open_pipe_to(target.substr(1), state.reader)
-                            : ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  const int fd = to_command ? open_pipe_to(target.substr(1), state.reader) : open_target(name);
   if (fd < 0) return false;
   flush_output();
   state.usual = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);

@@ -14,8 +14,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// What is shown: from one second on, at most five times a second.
-constexpr double kFirst = 1.0, kInterval = 0.2;
+// What is shown: from half a second on, at most five times a second.
+constexpr double kFirst = 0.5, kInterval = 0.2;
 
 struct Shown {
   bool running = false, written = false;

@@ -121,7 +121,13 @@ bool count_records(std::string_view conditions) {
   const TempsMark mark;
   Var* server = server_or_complaint();
   RowRequest request;
-  if (server == nullptr || !take_selection(conditions, server, request)) return true;
+  if (server == nullptr) return true;
+  if (!conditions.empty() && find_word(conditions, "for") != 0 &&
+      find_word(conditions, "while") != 0) {
+    complain(".count takes for and while with a condition each");
+    return true;
+  }
+  if (!take_selection(conditions, server, request)) return true;
   const KeepPlace place(server);
   const Var* count = send(server, "count", or_nil(request.for_block), or_nil(request.while_block));
   write_output(std::to_string(integer_of(count)) + "\n");

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 
 #include "console/session.h"
@@ -140,9 +141,14 @@ bool list_records(std::string_view arguments) {
   RowRequest request;
   request.with_record = is_for_person(session_style().mode);
   request.most = kUsualRecords;
-  if (std::from_chars(arguments.data(), arguments.data() + arguments.size(), request.most).ec ==
-      std::errc()) {
-    take_word(arguments);
+  if (!arguments.empty() && std::isdigit(static_cast<unsigned char>(arguments[0])) != 0) {
+    const std::string_view number = take_word(arguments);
+    const auto [end, failed] =
+        std::from_chars(number.data(), number.data() + number.size(), request.most);
+    if (failed != std::errc() || end != number.data() + number.size()) {
+      complain("how many records is " + std::string(number) + "?");
+      return true;
+    }
   } else if (take_if(arguments, "all")) {
     request.most = -1;
     request.from_top = true;

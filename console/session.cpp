@@ -17,6 +17,7 @@
 #include "console/output_target.h"
 #include "console/screen_session.h"
 #include "console/whole_value.h"
+#include "console/words.h"
 #include "core/classes.h"
 #include "core/descriptors.h"
 #include "core/error_object.h"
@@ -254,7 +255,7 @@ bool run_lines(int fd, const char* name) {
   LineReader reader(fd);
   bool goes_on = true;
   for (std::string line; goes_on && reader.next(line);) goes_on = run_or_bail(line);
-  if (reader.error() != 0) complain(std::string(name) + ": " + std::strerror(reader.error()));
+  if (reader.error() != 0) complain(std::string(name) + ": " + system_words(reader.error()));
   return goes_on;
 }
 
@@ -265,7 +266,7 @@ bool run_file(const char* name) {
   }
   const File file(name, O_RDONLY);
   if (!file.opened()) {
-    complain(std::string(name) + ": " + std::strerror(errno));
+    complain(std::string(name) + ": " + system_words(errno));
     return true;
   }
   bool goes_on;

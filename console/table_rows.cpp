@@ -118,7 +118,7 @@ bool write_pieces(DbfIdx& dbf, DbfCells& cells, RowWriter& writer, const char* w
 bool write_walk(DbfIdx& dbf, const Scope& scope, const RowRequest& request, DbfCells& cells,
                 RowWriter& writer, const char* work) {
   if (!request.from_top && dbf.eofFlag == 0 && !visible(dbf)) skip_records(dbf, 1);
-  std::int32_t left = request.most;
+  std::int64_t left = request.most;
   ScopeWalk walk(dbf, scope, work);
   for (bool on = left != 0 && walk.begin(); on; on = --left != 0 && walk.next()) {
     if (!refreshRecord(dbf, true) || !walk.same()) return false;
@@ -205,7 +205,7 @@ bool gives_true(Var* server, Var* block) {
 bool write_values(Var* server, const RowRequest& request, RowWriter& writer) {
   ValueCells cells(server, request);
   if (request.from_top) send(server, "gotop");
-  for (std::int32_t left = request.most; left != 0 && is_there(server);) {
+  for (std::int64_t left = request.most; left != 0 && is_there(server);) {
     const TempsMark mark;
     if (!gives_true(server, request.while_block)) break;
     if (gives_true(server, request.for_block)) {

@@ -15,7 +15,7 @@ struct RowRequest {
   std::vector<std::int32_t> fields;  // their numbers
   bool with_record = false;          // number and delete mark come first
   bool from_top = false;             // else from the record under the cursor on
-  std::int32_t most = -1;            // rows, below 0 all
+  std::int64_t most = -1;            // rows, below 0 all
   // Conditions in place of the scope that is stored with the table; null for none.
   bool own_scope = false;
   std::int64_t* unread_memos =

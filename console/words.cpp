@@ -48,6 +48,7 @@ bool take_if(std::string_view& line, std::string_view word) {
 
 std::string system_words(int number) {
   if (number == ENOENT) return "no such file";
+  if (number == EBUSY) return "in use";
   std::string words = std::strerror(number);
   if (words.size() > 1 && lower_letter(words[1]) == words[1]) words[0] = lower_letter(words[0]);
   return words;

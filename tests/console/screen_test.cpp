@@ -172,7 +172,7 @@ TEST_F(OnScreen, AFileRunsOnAScreenInsideASession) {
   type("'y + 1000' Enter");
   wait_for("  1007");
   type("'.screen none' Enter");
-  wait_for("none: No such file or directory");
+  wait_for("none: no such file");
 }
 
 TEST_F(OnScreen, BoxesAskAndLinesAreAccepted) {

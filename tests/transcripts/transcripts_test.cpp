@@ -184,31 +184,36 @@ TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
     const char *input, *output;
     int status;
   };
-  const Case cases[] = {{{"-e", "{|a,b| a+b}"}, "7", "CODEBLOCK\n", 0},
-                        {{"-e", "x := 2", "-e", "x * 3"}, "7", "         2\n         6\n", 0},
-                        {{"-e", "x := 2", "script"}, "7", "         2\n         3\n.T.\n", 0},
-                        {{"script"}, "7", "script:1:\nerror 307: ", 1},
-                        {{"-e", "1 # \"1\"", "-e", "__quit()"}, "", "error 201: ", 1},
-                        {{"-e", "1 # \"1\"", "-e", "__quit(7)"}, "", "error 201: ", 7},
-                        {{"-e", "1/0"}, "", "         0\n", 0},
-                        {{"no such file"}, "7", "no such file: No such file or directory\n", 1},
-                        {{"-e", ".quit", "-e", "1"}, "7", "", 0},
-                        {{}, "  # skipped\n\n 7 \r\n.quit\n8", "         7\n", 0},
-                        {{}, "8", "         8\n", 0},
-                        {{"-e", "dbcreate('t', {{'n', 'N', 3, 0}})"}, "", ".T.\n", 0},
-                        {{"T.DBF", "t.dbf", "-e", "alias()", "-e", "2->n"}, "", "T\n  0\n", 0},
-                        {{"t.dbf", "script"}, "", "script:1:\nerror 307: ", 1},
-                        {{"arguments", "a", "-b"}, "", "         2\n-b\n", 0},
-                        {{"-w", "t.dbf", "-e", ".tables"},
-                         "",
-                         "area  alias  records  use     locked  file\n"
-                         "1*    T            0  shared  -       t.dbf\n",
-                         0},
-                        {{"-x", "-readonly", "t.dbf", "-e", "7"},
-                         "",
-                         "t.dbf: this session only reads\n         7\n",
-                         1},
-                        {{"-y"}, "7", TARNEL_CONSOLE ": unrecognized option", 2}};
+  const Case cases[] = {
+      {{"-e", "{|a,b| a+b}"}, "7", "CODEBLOCK\n", 0},
+      {{"-e", "x := 2", "-e", "x * 3"}, "7", "         2\n         6\n", 0},
+      {{"-e", "x := 2", "script"}, "7", "         2\n         3\n.T.\n", 0},
+      {{"script"}, "7", "script:1:\nerror 307: ", 1},
+      {{"-e", "1 # \"1\"", "-e", "__quit()"}, "", "error 201: ", 1},
+      {{"-e", "1 # \"1\"", "-e", "__quit(7)"}, "", "error 201: ", 7},
+      {{"-e", "1/0"}, "", "         0\n", 0},
+      {{"no such file"}, "7", "no such file: no such file\n", 1},
+      {{"-e", ".quit", "-e", "1"}, "7", "", 0},
+      {{}, "  # skipped\n\n 7 \r\n.quit\n8", "         7\n", 0},
+      {{}, "8", "         8\n", 0},
+      {{"-e", "dbcreate('t', {{'n', 'N', 3, 0}})"}, "", ".T.\n", 0},
+      {{"T.DBF", "t.dbf", "-e", "alias()", "-e", "2->n"}, "", "T\n  0\n", 0},
+      {{"t.dbf", "script"}, "", "script:1:\nerror 307: ", 1},
+      {{"arguments", "a", "-b"}, "", "         2\n-b\n", 0},
+      {{"-w", "t.dbf", "-e", ".tables"},
+       "",
+       "area  alias  records  use     locked  file\n"
+       "1*    T            0  shared  -       t.dbf\n",
+       0},
+      {{"-x", "-readonly", "t.dbf", "-e", "7"},
+       "",
+       "t.dbf: this session only reads\n         7\n",
+       1},
+      {{"-readonly", "-e", "dbusearea(.t., , 't', , .f.)", "-e", ".copy u"},
+       "",
+       ".T.\nwarning 105: ",
+       1},
+      {{"-y"}, "7", TARNEL_CONSOLE ": unrecognized option", 2}};
   const ScratchDirectory scratch;
   std::ofstream(scratch.path() / "script") << "x + 1\n.t.\n";
   std::ofstream(scratch.path() / "arguments") << "len(aArgs)\naArgs[2]\n";
