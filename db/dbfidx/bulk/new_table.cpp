@@ -35,9 +35,11 @@ bool NewTable::claim(const std::string& path) {
   return opened;
 }
 
-// The change counter goes on from that of the table that was there, so that its orders differ.
+// The change counter goes on from that of the table that was there, so that its orders differ. The texts keep their
+// character set.
 std::vector<std::uint8_t> NewTable::header() const {
   std::vector<std::uint8_t> header = dbf::new_header(fields_, today());
+  dbf::set_character_mark(header.data(), source_.header.character_mark());
   if (claim_ == nullptr) return header;
   TableHeader next = dbf_of(claim_).header;
   next.add_change();

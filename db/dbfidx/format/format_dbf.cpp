@@ -20,6 +20,7 @@ enum Offset : std::size_t {
   kHeaderSizeAt = 8,
   kRecordSizeAt = 10,
   kReservedAt = 12,
+  kCharactersAt = 29,
   kCounterAt = 31,
   kTypeAt = 11,
   kLengthAt = 16,
@@ -132,6 +133,9 @@ std::uint16_t record_size(const std::uint8_t* header) {
 std::uint8_t change_counter(const std::uint8_t* header) {
   return header[kCounterAt];
 }
+std::uint8_t character_mark(const std::uint8_t* header) {
+  return header[kCharactersAt];
+}
 Date last_update(const std::uint8_t* header) {
   return {kYearBase + header[kDateAt], header[kDateAt + 1], header[kDateAt + 2]};
 }
@@ -144,6 +148,9 @@ void set_record_count(std::uint8_t* header, std::uint32_t count) {
 }
 void set_change_counter(std::uint8_t* header, std::uint8_t counter) {
   header[kCounterAt] = counter;
+}
+void set_character_mark(std::uint8_t* header, std::uint8_t mark) {
+  header[kCharactersAt] = mark;
 }
 void set_last_update(std::uint8_t* header, Date date) {
   header[kDateAt] = static_cast<std::uint8_t>(date.year - kYearBase);

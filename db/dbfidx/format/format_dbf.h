@@ -6,7 +6,9 @@
 //      4      4   record count
 //      8      2   header size = 33 + 32 * fields, at least: the place of record 1
 //     10      2   record size = 1 + sum of field lengths
-//     12     19   0
+//     12     17   0
+//     29      1   mark of the character set, 0 for none (character_marks.h)
+//     30      1   0
 //     31      1   change counter
 //     32  32 * n  field descriptors, then one byte 0x0D
 //
@@ -67,11 +69,13 @@ std::uint32_t record_count(const std::uint8_t* header);
 std::uint16_t header_size(const std::uint8_t* header);
 std::uint16_t record_size(const std::uint8_t* header);
 std::uint8_t change_counter(const std::uint8_t* header);
+std::uint8_t character_mark(const std::uint8_t* header);
 Date last_update(const std::uint8_t* header);
 
 void set_version(std::uint8_t* header, bool memo);
 void set_record_count(std::uint8_t* header, std::uint32_t count);
 void set_change_counter(std::uint8_t* header, std::uint8_t counter);
+void set_character_mark(std::uint8_t* header, std::uint8_t mark);
 void set_last_update(std::uint8_t* header, Date date);
 void set_sizes(std::uint8_t* header, std::uint16_t header_size, std::uint16_t record_size);
 // Copies the bytes that mean nothing here from another header.

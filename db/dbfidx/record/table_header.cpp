@@ -121,6 +121,13 @@ bool write_header(DbfIdx& dbf) {
   return whole;
 }
 
+bool write_character_mark(DbfIdx& dbf, std::uint8_t mark) {
+  const InternalLock lock(dbf, LockMode::kExclusive);
+  if (!lock.held() || !refresh_header(dbf)) return false;
+  dbf::set_character_mark(dbf.header.bytes().data(), mark);
+  return write_header(dbf);
+}
+
 bool count_change(DbfIdx& dbf) {
   dbf.header.add_change();
   if (dbf.exclusive() && dbf.header.moved()) return true;

@@ -24,6 +24,7 @@ class TableHeader {
   std::uint16_t size() const { return dbf::header_size(data()); }
   std::uint8_t version() const { return dbf::version(data()); }
   std::uint8_t counter() const { return dbf::change_counter(data()); }
+  std::uint8_t character_mark() const { return dbf::character_mark(data()); }
   dbf::Date last_update() const { return dbf::last_update(data()); }
   const std::uint8_t* data() const { return bytes_.data(); }
   std::vector<std::uint8_t>& bytes() { return bytes_; }  // for the reader of the descriptors
@@ -63,6 +64,9 @@ dbf::Date today();
 // Writes the header with lastRec, today's date and the change counter, and before it what the window
 // holds. False after errors 104 and 413.
 [[nodiscard]] bool write_header(DbfIdx& dbf);
+// Writes the mark of the character set, with the rest of the header. REQUIRES: the table may be written. False after
+// errors 103, 104, 413, or when the lock could not be had (327).
+[[nodiscard]] bool write_character_mark(DbfIdx& dbf, std::uint8_t mark);
 // Counts a change that is about to be made, in shared use at once in the file, in exclusive use once
 // until the header is next brought up to date: a process that dies later leaves orders that are seen
 // to differ, whether they were open or not. False after error 104: the change must not be made.
