@@ -27,6 +27,7 @@
 namespace tarnel {
 namespace {
 
+constexpr std::size_t kLongestCharacter = 4;  // of UTF-8
 constexpr std::size_t kLargestMemo = 64 << 20;
 
 // The lock of the current record for one change. A lock that was there before stays.
@@ -71,7 +72,8 @@ Var* call_function(const char* name, std::string_view text) {
 }
 
 // The value of a text for a column; null, with a message, for a text that is none.
-Var* value_of_text(const BrowseColumn& column, const std::string& text, std::string& message) {
+Var* value_of_text(const BrowseTable& table, const BrowseColumn& column, std::string text,
+                   std::string& message) {
   const std::string_view bare = trim_blanks(text);
   switch (column.type) {
     case 'N':
@@ -101,7 +103,10 @@ Var* value_of_text(const BrowseColumn& column, const std::string& text, std::str
       return nullptr;
     }
     default:
-      return TMP_TEXT(text);
+      if (!table.to_bytes(text, message)) return nullptr;
+      if (text.size() <= static_cast<std::size_t>(column.length)) return TMP_TEXT(text);
+      message = "the text is too long for the field";
+      return nullptr;
   }
 }
 
@@ -117,6 +122,13 @@ bool store(Browser& browser, const BrowseColumn& column, Var* value) {
   return false;
 }
 
+// In bytes of UTF-8, which may be more than the field has for the same characters.
+std::size_t longest_text(const BrowseTable& table, const BrowseColumn& column) {
+  const auto length = static_cast<std::size_t>(column.type == 'D' ? 10 : column.length);
+  const bool same = column.type != 'C' || text_set_of(table.server()).page == CodePage::kUtf8;
+  return same ? length : length * kLongestCharacter;
+}
+
 // Lets the user edit the text of the current cell in its place until it is written or given up.
 void edit_text(Browser& browser) {
   const BrowseColumn& column = browser.current_column();
@@ -124,7 +136,7 @@ void edit_text(Browser& browser) {
   const bool number = column.type == 'N' || column.type == 'F';
   LineField field{.place = {screen_rows() - 2, 0},
                   .width = std::min(screen_columns(), column.length + 1),
-                  .limit = static_cast<std::size_t>(column.type == 'D' ? 10 : column.length),
+                  .limit = longest_text(browser.table, column),
                   .colour = slot_colour(kEnhancedSlot),
                   .text = text,
                   .takes = number ? takes_number : nullptr};
@@ -138,7 +150,7 @@ void edit_text(Browser& browser) {
     if (key != kKeyEnter && key != kKeyLineFeed) continue;
     if (field.text == text) return;
     const TempsMark mark;
-    Var* value = value_of_text(column, field.text, browser.message);
+    Var* value = value_of_text(browser.table, column, field.text, browser.message);
     if (value != nullptr && store(browser, column, value)) return;
   }
 }
@@ -194,7 +206,7 @@ bool run_editor(const std::string& path) {
 
 void edit_memo(Browser& browser) {
   const BrowseColumn& column = browser.current_column();
-  const std::string before(text_of(browser.table.value(column)));
+  const std::string before = browser.table.shown(text_of(browser.table.value(column)));
   PrivateFile file;
   browser.message = "the record stays locked while the editor runs";
   draw_browser(browser);
@@ -204,14 +216,14 @@ void edit_memo(Browser& browser) {
     return;
   }
   browser.message.clear();
-  const auto after = file.read();
-  if (!after || *after == before) return;
+  auto after = file.read();
+  if (!after || *after == before || !browser.table.to_bytes(*after, browser.message)) return;
   store(browser, column, TMP_TEXT(*after));
 }
 
 void show_memo(Browser& browser) {
   const int key =
-      show_text_box(std::string(text_of(browser.table.value(browser.current_column()))));
+      show_text_box(browser.table.shown(text_of(browser.table.value(browser.current_column()))));
   if (key != kKeyEnter && key != kKeyLineFeed) return;
   if (!may_change(browser)) return;
   const RecordLock lock(browser, browser.current_row()->record);

@@ -28,11 +28,13 @@ Var* of_order(const BrowseTable& table, std::int32_t what) {
 }
 
 // A text as a value of the keys of the current order.
-Var* key_of(const BrowseTable& table, const std::string& text) {
+Var* key_of(const BrowseTable& table, std::string text) {
   const Var* type = of_order(table, order_info::kKeyType);
   const char letter = is_text(type) && !text_of(type).empty() ? text_of(type)[0] : 'C';
   if (letter == 'N') return call_function("val", text);
   if (letter == 'D') return call_function("ctod", text);
+  std::string message;  // a character that no key has is found nowhere
+  static_cast<void>(table.to_bytes(text, message));
   return TMP_TEXT(text);
 }
 
@@ -84,7 +86,8 @@ bool set_conditions(Browser& browser) {
   std::string condition = browser.filter;
   if (!browser.scope.empty())
     condition = condition.empty() ? browser.scope : "(" + condition + ") .and. " + browser.scope;
-  return truth_of(browser.table.call("setfilter", TMP_TEXT(condition)));
+  return browser.table.to_bytes(condition, browser.message) &&
+         truth_of(browser.table.call("setfilter", TMP_TEXT(condition)));
 }
 
 void show_from_current(Browser& browser) {

@@ -124,7 +124,7 @@ std::string BrowseTable::order_name() const {
                       text_of(call("orderinfo", TMP_INT(order_info::kName), TMP_INT(n)))));
 }
 std::string BrowseTable::text_of_filter() const {
-  std::string text(text_of(get_ivar(server_, "filter")));
+  const std::string text = shown(text_of(get_ivar(server_, "filter")));
   return text.empty() && is_block(call("info", TMP_INT(info::kFilterBlock))) ? "a block" : text;
 }
 
@@ -242,6 +242,18 @@ int BrowseTable::row_of(std::int32_t record_number) const {
   return found == rows_.end() ? -1 : static_cast<int>(found - rows_.begin());
 }
 
+std::string BrowseTable::shown(std::string_view bytes) const {
+  const TextSet set = text_set_of(server_);
+  return set.assumed ? std::string(bytes) : decoded(bytes, set);
+}
+
+bool BrowseTable::to_bytes(std::string& text, std::string& message) const {
+  const TextSet set = text_set_of(server_);
+  const Unconverted lost = encode(text, set, Carried::kNone);
+  if (lost) message = words_of(lost, lost.is_byte ? CodePage::kUtf8 : set.page);
+  return !lost;
+}
+
 Var* BrowseTable::value(const BrowseColumn& column) const {
   return call("fieldget", TMP_INT(column.field));
 }
@@ -251,7 +263,7 @@ std::string BrowseTable::cell_text(const BrowseColumn& column) const {
   if (column.type == 'M') return text_of(field).empty() ? "." : "memo";
   std::string mask, text;
   varDefaultText(field, mask, text);
-  return one_line(column.type == 'C' ? trim_right(text) : trim_blanks(text));
+  return one_line(column.type == 'C' ? shown(trim_right(text)) : std::string(trim_blanks(text)));
 }
 
 }  // namespace tarnel

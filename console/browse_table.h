@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "console/text_set.h"
 #include "core/stacks.h"
 #include "core/var.h"
 
@@ -77,6 +78,11 @@ class BrowseTable {
   void bottom(int height);
   // The row of a record, -1 when the window doesn't show it.
   int row_of(std::int32_t record) const;
+
+  // Texts of the table as UTF-8, or as they are in an assumed set, which the screen reads alike; and back, false, with
+  // what is in the way, for one that the set can't hold.
+  std::string shown(std::string_view bytes) const;
+  [[nodiscard]] bool to_bytes(std::string& text, std::string& message) const;
 
   // The text of a field of the record under the cursor.
   std::string cell_text(const BrowseColumn& column) const;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "console/session.h"
+#include "console/text_set.h"
 #include "console/words.h"
 #include "core/arrays.h"
 #include "core/classes.h"
@@ -32,6 +33,7 @@ class CurrentTable {
 
   bool is_open() const { return server_ != nullptr; }
   std::string records() const { return std::to_string(integer_of(get_ivar(server_, "lastrec"))); }
+  TextSet characters() const { return text_set_of(server_); }
   std::string alias() const { return std::string(text_of(get_ivar(server_, "alias"))); }
 
   // Runs a method; errors were told by then.
@@ -113,8 +115,9 @@ bool copy_records(std::string_view arguments) {
     return true;
   }
   Var* fields = take_fields(arguments);
-  if (!is_expression(arguments)) return true;
-  Var* condition = arguments.empty() ? nil_value() : TMP_TEXT(arguments);
+  std::string text(arguments);
+  if (!is_expression(arguments) || !encode_expression(text, table.characters())) return true;
+  Var* condition = arguments.empty() ? nil_value() : TMP_TEXT(text);
   if (const Kind kind = kind_of(file); kind != Kind::kTable)
     table.run("copydelimited", TMP_TEXT(file), delimiter_of(kind), fields, condition);
   else

@@ -39,28 +39,6 @@ void put_replaced(ByteBuffer& out, std::string_view text, Replacement replacemen
   out.put(text.substr(done));
 }
 
-// UTF-8 of a text in whose place control characters stay.
-std::string as_utf8(std::string_view text) {
-  std::string result;
-  while (!text.empty()) {
-    const auto control = std::ranges::find_if(text, [](char c) { return c >= 0 && c < ' '; });
-    const auto n = static_cast<std::size_t>(control - text.begin());
-    for (CharacterReader reader(text.substr(0, n)); !reader.at_end();)
-      append_utf8(result, reader.next());
-    text.remove_prefix(n);
-    for (; !text.empty() && text[0] >= 0 && text[0] < ' '; text.remove_prefix(1)) result += text[0];
-  }
-  return result;
-}
-
-template <typename Replacement>
-void put_replaced_utf8(ByteBuffer& out, std::string_view text, Replacement replacement) {
-  if (is_ascii(text))
-    put_replaced(out, text, replacement);
-  else
-    put_replaced(out, as_utf8(text), replacement);
-}
-
 const char* json_escape(char c) {
   static const auto kEscapes = [] {
     std::vector<std::string> escapes;
@@ -133,15 +111,13 @@ void put_tsv(ByteBuffer& out, const RowCell& cell) {
   put_replaced(out, cell.text, tsv_escape);
 }
 
-void put_json_text(ByteBuffer& out, std::string_view text) {
-  out.put('"');
-  put_replaced_utf8(out, text, json_escape);
-  out.put('"');
+void put_json_part(ByteBuffer& out, std::string_view text) {
+  put_replaced(out, text, json_escape);
 }
 
-void put_json_bytes(ByteBuffer& out, std::string_view text) {
+void put_json_text(ByteBuffer& out, std::string_view text) {
   out.put('"');
-  put_replaced(out, text, json_escape);
+  put_json_part(out, text);
   out.put('"');
 }
 
@@ -180,19 +156,19 @@ void put_sql(ByteBuffer& out, const RowCell& cell) {
 
 void put_markdown(ByteBuffer& out, const RowCell& cell) {
   if (cell.kind == CellKind::kDate) return out.put(shown_date(cell.text));
-  put_replaced_utf8(out, cell.text, markdown_escape);
+  put_replaced(out, cell.text, markdown_escape);
 }
 
 void put_html(ByteBuffer& out, const RowCell& cell) {
   if (cell.kind == CellKind::kDate) return out.put(shown_date(cell.text));
-  put_replaced_utf8(out, cell.text, html_escape);
+  put_replaced(out, cell.text, html_escape);
 }
 
 std::string shown_cell(const RowCell& cell) {
   std::string text = cell.kind == CellKind::kDate ? shown_date(cell.text) : std::string(cell.text);
   for (char& c : text)
     if (std::iscntrl(static_cast<unsigned char>(c)) != 0) c = ' ';
-  return is_ascii(text) ? text : as_utf8(text);
+  return is_ascii(text) ? text : terminal_text(text);
 }
 
 std::string shown_lines(const RowCell& cell) {

@@ -3,14 +3,15 @@
 //               text                     date         logical     nothing
 //   csv         quoted where need be     2024-01-31   T F         the text for nothing
 //   tsv         \t \n \r \\ escaped      2024-01-31   T F         the text for nothing
-//   json jsonl  UTF-8, escaped           "2024-01-31" true false  null
+//   json jsonl  escaped                  "2024-01-31" true false  null
 //   insert      'quoted'                 '2024-01-31' 1 0         NULL
 //   markdown    | as \|, <br>            as SET DATE  T F         the text for nothing
 //   html        & < > " as entities      as SET DATE  T F         the text for nothing
 //   line        printable, lines kept    as SET DATE  T F         the text for nothing
 //   table box   printable, one line      as SET DATE  T F         the text for nothing
 //
-// Numbers stand as the field's digits do. Nothing is what blank numbers, dates and logicals hold, and memos that
+// Texts come as UTF-8, or in the set of the file that they go to, and control characters and all stay as they are
+// but where a person reads. Numbers stand as the field's digits do. Nothing is what blank numbers, dates and logicals hold, and memos that
 // can't be read.
 #pragma once
 
@@ -36,8 +37,8 @@ void put_sql(ByteBuffer& out, const RowCell& cell);
 void put_markdown(ByteBuffer& out, const RowCell& cell);
 void put_html(ByteBuffer& out, const RowCell& cell);
 void put_json_text(ByteBuffer& out, std::string_view text);
-// The same with the bytes of the text, which may be no UTF-8.
-void put_json_bytes(ByteBuffer& out, std::string_view text);
+// The same without quotes, for a part of a text.
+void put_json_part(ByteBuffer& out, std::string_view text);
 
 // For a person: one line, UTF-8 without control characters.
 std::string shown_cell(const RowCell& cell);

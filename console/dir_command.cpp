@@ -12,6 +12,7 @@
 
 #include "console/row_commands.h"
 #include "console/session.h"
+#include "console/text_set.h"
 #include "console/words.h"
 #include "core/errors.h"
 #include "core/file_ops.h"
@@ -27,21 +28,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kCharacterSetAt = 29;  // of a header, where other programs note it
-
-// The character sets that a byte of the header stands for.
-struct CharacterSet {
-  std::uint8_t mark;
-  const char* name;
-};
-constexpr CharacterSet kCharacterSets[] = {
-    {0x01, "cp437"}, {0x02, "cp850"},  {0x03, "cp1252"}, {0x57, "cp1252"}, {0x64, "cp852"},
-    {0x65, "cp866"}, {0xc8, "cp1250"}, {0xc9, "cp1251"}, {0xf0, "utf-8"},
-};
-
-std::string character_set(std::uint8_t mark) {
-  const auto* known = std::ranges::find(kCharacterSets, mark, &CharacterSet::mark);
-  if (known != std::end(kCharacterSets)) return known->name;
+// The set that is chosen or marked, else the mark that nobody knows; "" without one.
+std::string character_set(const std::string& path, std::uint8_t mark) {
+  const TextSet set = text_set_of(path, mark);
+  if (*set.by != 0) return std::string(name_of(set));
   return mark == 0 ? "" : format_text("0x%02x", unsigned{mark});
 }
 
@@ -90,7 +80,7 @@ Look look_at(const std::string& path) {
     return look;
   }
   look.records = std::to_string(dbf::record_count(header));
-  look.characters = character_set(header[kCharacterSetAt]);
+  look.characters = character_set(fullPath(path), dbf::character_mark(header));
   look.state = state_of(file.fd(), header, status.st_size);
   std::vector<std::uint8_t> bytes(std::max<std::size_t>(dbf::header_size(header), sizeof header));
   std::vector<dbf::Field> fields;

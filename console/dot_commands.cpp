@@ -6,6 +6,7 @@
 
 #include "console/browse.h"
 #include "console/bulk_commands.h"
+#include "console/charset_command.h"
 #include "console/check_commands.h"
 #include "console/dir_command.h"
 #include "console/export_commands.h"
@@ -50,6 +51,9 @@ constexpr DotCommand kDotCommands[] = {
     {"bail", "on|off", "ends a file with the first line that complains, or not", set_bail},
     {"browse", "[FIELDS] [ro]", "shows the current table on the screen to look through and edit",
      browse},
+    {"charset", "[-save] [NAME|auto]",
+     "shows or chooses the character set of the current table, -save in its header",
+     choose_charset},
     {"check", "[FILE...]", "looks for damage in tables, their memos and orders; changes nothing",
      check_files},
     {"changes", "on|off", "tells how many records a line wrote, or not", set_changes},
@@ -64,7 +68,7 @@ constexpr DotCommand kDotCommands[] = {
      dump_table},
     {"echo", "on|off", "writes lines before they run, or not", set_echo},
     {"edit", "N FIELD := EXPR", "changes a field of record N", edit_record},
-    {"export", "FILE [FIELDS] [for EXPR] [while EXPR]",
+    {"export", "[-charset NAME] FILE [FIELDS] [for EXPR] [while EXPR]",
      "writes records to a file: .csv .tsv .json .jsonl .sql .md .html", export_records},
     {"filter", "[CONDITION]",
      "hides the records of the current table for which it isn't true, or none", set_filter},
@@ -72,7 +76,7 @@ constexpr DotCommand kDotCommands[] = {
      "tells about the commands, about a function or command, or of all that a word is told of",
      help},
     {"headers", "on|off", "shows the names of columns, or not", show_headers},
-    {"import", "[-append] FILE [TABLE]",
+    {"import", "[-append] [-charset NAME] FILE [TABLE]",
      "makes a table of a .csv, .tsv, .json or .jsonl, or adds its rows to the current one",
      import_rows},
     {"list", "[N|all] [FIELDS] [for EXPR] [while EXPR]",

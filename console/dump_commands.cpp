@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "console/export_commands.h"
@@ -10,20 +12,24 @@
 #include "console/row_commands.h"
 #include "console/session.h"
 #include "console/table_commands.h"
+#include "console/text_set.h"
 #include "console/words.h"
 #include "core/classes.h"
+#include "core/errors.h"
 #include "core/output.h"
 #include "core/stacks.h"
 #include "core/text.h"
 #include "db/area.h"
 #include "db/dbfidx/bulk/record_pieces.h"
 #include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/format/character_marks.h"
 #include "db/dbfidx/record/memo.h"
 #include "db/front.h"
 #include "db/info_codes.h"
 #include "lib/dates.h"
 #include "lib/file_names.h"
 #include "lib/files.h"
+#include "lib/utf8.h"
 
 namespace tarnel {
 namespace {
@@ -95,17 +101,56 @@ bool is_json_number(std::string_view text) {
          (whole == text.size() || digits(fraction));
 }
 
+// The mark in the header. The texts of the lines are UTF-8 whatever the table's set: the reader is told which.
+void write_mark(const DbfIdx& dbf) {
+  const std::uint8_t mark = dbf.header.character_mark();
+  if (mark == 0) return;
+  const std::optional<CodePage> page = dbf::page_of_mark(mark);
+  write_output(".charset -save " +
+               (page && dbf::mark_of_page(*page) == mark ? std::string(name_of(*page))
+                                                         : format_text("0x%02x", unsigned{mark})) +
+               "\n");
+}
+void write_set(const DbfIdx& dbf) {
+  write_mark(dbf);
+  const TextSet set = text_set_of(dbf.object);
+  if (dbf::page_of_mark(dbf.header.character_mark()) != set.page)
+    write_output(".charset " + std::string(name_of(set.page)) + "\n");
+}
+
+// A byte that is no character of the set stands as half of a surrogate pair, of which .row makes the byte.
+void put_text(ByteBuffer& out, std::string_view bytes, CodePage page) {
+  if (is_ascii(bytes)) return put_json_text(out, bytes);
+  std::string text;
+  out.put('"');
+  while (!bytes.empty()) {
+    char32_t c = 0;
+    const std::size_t n = character_at(bytes, page, c);
+    if (n > 0) {
+      append_utf8(text, c);
+    } else {
+      put_json_part(out, std::exchange(text, {}));
+      out.put(
+          format_text("\\u%04x", unsigned{kCarriedByte} + static_cast<unsigned char>(bytes[0])));
+    }
+    bytes.remove_prefix(std::max<std::size_t>(n, 1));
+  }
+  put_json_part(out, text);
+  out.put('"');
+}
+
 // A field so that .row makes the same bytes of it. False when a memo could not be read.
-bool put_field(ByteBuffer& out, DbfIdx& dbf, const dbf::Field& field, const std::uint8_t* at) {
+bool put_field(ByteBuffer& out, DbfIdx& dbf, const dbf::Field& field, const std::uint8_t* at,
+               CodePage page) {
   const std::string_view bytes(reinterpret_cast<const char*>(at), field.length);
   const std::string_view trimmed = trim_right(bytes);
   if (field.type == 'M') {
     MemoText memo;
     const std::uint32_t block = dbf::memo_block(at, field.length);
     if (block != 0 && !load_memo_text(dbf, block, memo)) return false;
-    put_json_bytes(out, memo.view());
+    put_text(out, memo.view(), page);
   } else if (field.type == 'C') {
-    put_json_bytes(out, trimmed);
+    put_text(out, trimmed, page);
   } else if (trimmed.empty()) {
     out.put("null");
   } else if ((field.type == 'N' || field.type == 'F') && trimmed.size() == bytes.size() &&
@@ -114,16 +159,16 @@ bool put_field(ByteBuffer& out, DbfIdx& dbf, const dbf::Field& field, const std:
   } else if (field.type == 'L' && field.length == 1 && (bytes == "T" || bytes == "F")) {
     out.put(bytes == "T" ? "true" : "false");
   } else {
-    put_json_bytes(out, bytes);
+    put_text(out, bytes, page);
   }
   return true;
 }
 
-bool put_record(ByteBuffer& out, DbfIdx& dbf, const std::uint8_t* record) {
+bool put_record(ByteBuffer& out, DbfIdx& dbf, const std::uint8_t* record, CodePage page) {
   out.put(*record == dbf::kDeletedMark ? ".row -d [" : ".row [");
   for (const dbf::Field& field : dbf.fields) {
     if (field.offset > 1) out.put(',');
-    if (!put_field(out, dbf, field, record + field.offset)) return false;
+    if (!put_field(out, dbf, field, record + field.offset, page)) return false;
   }
   out.put("]\n");
   return out.flush_many();
@@ -134,9 +179,11 @@ bool write_all_records(DbfIdx& dbf) {
   if (!leave_record(dbf)) return false;
   RecordPieces pieces(dbf, "dump");
   const std::size_t size = dbf.recordSize;
+  const CodePage page = text_set_of(dbf.object).page;
   while (pieces.next())
     for (std::int32_t i = 0; i < pieces.count(); ++i)
-      if (!put_record(out, dbf, pieces.data() + static_cast<std::size_t>(i) * size)) return false;
+      if (!put_record(out, dbf, pieces.data() + static_cast<std::size_t>(i) * size, page))
+        return false;
   return out.flush() && !pieces.failed();
 }
 
@@ -164,16 +211,24 @@ std::string structure_of(std::string_view text) {
 }
 
 bool fill_record(DbfIdx& dbf, std::string_view values, std::vector<std::uint8_t>& record) {
-  JsonReader json(values);
+  JsonReader json(values, true);
   InputValue value;
+  const TextSet set = text_set_of(dbf.object);
   bool open = json.take('[');
   for (const dbf::Field& field : dbf.fields) {
     if (!open || !json.take_value(value)) {
       complain(".row: no value for the field " + std::string(field.name));
       return false;
     }
+    if (const Unconverted lost =
+            encode(value.text, set, value.carries ? Carried::kTaken : Carried::kNone)) {
+      complain(".row: " + std::string(field.name) + " holds " +
+               words_of(lost, lost.is_byte ? CodePage::kUtf8 : set.page));
+      return false;
+    }
     const std::string_view wrong = put_input(dbf, field, record.data(), value, true);
     if (!wrong.empty()) {
+      value.text = decoded(value.text, set);
       complain(".row: " + std::string(field.name) + " " + std::string(wrong) + ": " +
                shown_input(value));
       return false;
@@ -195,6 +250,7 @@ bool dump_table(std::string_view alias) {
   write_output("# " + std::string(base_name(dbf->fileName)) + ", " + std::to_string(dbf->lastRec) +
                " records\n.bail on\n");
   write_structure(*dbf);
+  write_set(*dbf);
   if (!write_all_records(*dbf)) {
     complain("the dump is not whole");
     return true;
@@ -209,6 +265,7 @@ bool show_schema(std::string_view alias) {
   const DbfIdx* dbf = table_of(alias);
   if (dbf == nullptr) return true;
   write_structure(*dbf);
+  write_mark(*dbf);
   write_orders(dbf->object);
   return true;
 }
@@ -237,7 +294,8 @@ bool create_command(std::string_view arguments) {
     }
   Var* rows = evaluate_argument(structure);
   Var* arguments_of[] = {TMP_TEXT(file), rows};
-  if (truth_of(dbcreate(2, arguments_of))) open_for_person(file, "", OpenFor::kFilling);
+  if (truth_of(dbcreate(2, arguments_of)) && open_for_person(file, "", OpenFor::kFilling))
+    choose_text_set(dbf_of(current_server()).fileName, {});
   return true;
 }
 

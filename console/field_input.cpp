@@ -4,11 +4,12 @@
 #include <charconv>
 
 #include "console/cell_text.h"
+#include "console/text_set.h"
 #include "core/text.h"
 #include "db/dbfidx/format/format_dbt.h"
 #include "db/dbfidx/record/memo.h"
 #include "lib/dates.h"
-#include "term/glyphs.h"
+#include "lib/utf8.h"
 
 namespace tarnel {
 namespace {
@@ -182,7 +183,7 @@ bool JsonReader::take_value(InputValue& value) {
       return true;
     }
   value = {InputKind::kText, {}};
-  if (rest_.starts_with('"')) return take_text(value.text);
+  if (rest_.starts_with('"')) return take_text(value);
   const std::size_t end = std::min(rest_.find_first_not_of("0123456789+-.eE"), rest_.size());
   if (end == 0) return false;
   value = {InputKind::kNumber, std::string(rest_.substr(0, end))};
@@ -190,17 +191,17 @@ bool JsonReader::take_value(InputValue& value) {
   return true;
 }
 
-bool JsonReader::take_text(std::string& text) {
+bool JsonReader::take_text(InputValue& value) {
   const std::string_view whole = rest_;
   rest_.remove_prefix(1);
   for (;;) {
     const std::size_t end = rest_.find_first_of("\"\\");
     if (end == rest_.npos) break;
-    text.append(rest_, 0, end);
+    value.text.append(rest_, 0, end);
     const bool closes = rest_[end] == '"';
     rest_.remove_prefix(end + 1);
     if (closes) return true;
-    if (!take_escape(text)) break;
+    if (!take_escape(value)) break;
   }
   rest_ = whole;
   return false;
@@ -217,13 +218,13 @@ bool JsonReader::take_unit(char32_t& unit) {
   return true;
 }
 
-bool JsonReader::take_escape(std::string& text) {
+bool JsonReader::take_escape(InputValue& value) {
   constexpr std::string_view kLetters = "nrtbf\"\\/", kMeant = "\n\r\t\b\f\"\\/";
   if (rest_.empty()) return false;
   const char letter = rest_[0];
   rest_.remove_prefix(1);
   if (const std::size_t at = kLetters.find(letter); at != kLetters.npos) {
-    text += kMeant[at];
+    value.text += kMeant[at];
     return true;
   }
   char32_t unit = 0, second = 0;
@@ -234,7 +235,9 @@ bool JsonReader::take_escape(std::string& text) {
     unit = 0x10000 + ((unit - 0xd800) << 10) + (second - 0xdc00);
   }
   const bool half = unit >= 0xd800 && unit < 0xe000;
-  append_utf8(text, half ? 0xfffd : unit);
+  const bool byte = carries_ && unit > kCarriedByte + 0x7f && unit <= kCarriedByte + 0xff;
+  value.carries |= byte;
+  append_utf8(value.text, half && !byte ? 0xfffd : unit);
   return true;
 }
 

@@ -12,7 +12,8 @@ namespace tarnel {
 enum class InputKind : std::uint8_t { kNothing, kText, kNumber, kTrue, kFalse };
 struct InputValue {
   InputKind kind = InputKind::kNothing;
-  std::string text;  // of texts and numbers
+  std::string text;      // of texts and numbers
+  bool carries = false;  // bytes that are no characters, see decode_exactly()
 };
 
 // Puts a value into the bytes of a field that is no memo. "" when it fits, else what is wrong with it; the bytes are
@@ -32,10 +33,11 @@ std::string shown_input(const InputValue& value);
 // Does a number stand in the field with these digits when it is put there?
 bool keeps_digits(const dbf::Field& field, std::string_view number);
 
-// Reads JSON, in which the bytes of a text may be any.
+// Reads JSON, in which the bytes of a text may be any. `carries`: half of a surrogate pair may stand for a byte.
 class JsonReader {
  public:
-  explicit JsonReader(std::string_view text) : rest_(text) {}
+  explicit JsonReader(std::string_view text, bool carries = false)
+      : carries_(carries), rest_(text) {}
   // Takes this character, and blanks before it. False when another one stands there.
   bool take(char c);
   // Takes a text, a number, true, false or null. False, and nothing is taken, for anything else.
@@ -45,10 +47,11 @@ class JsonReader {
 
  private:
   void skip_blanks();
-  bool take_text(std::string& text);
-  bool take_escape(std::string& text);
+  bool take_text(InputValue& value);
+  bool take_escape(InputValue& value);
   bool take_unit(char32_t& unit);
 
+  const bool carries_;
   std::string_view rest_;
 };
 

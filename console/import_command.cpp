@@ -9,11 +9,13 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "console/export_commands.h"
 #include "console/import_reader.h"
 #include "console/session.h"
+#include "console/text_set.h"
 #include "console/words.h"
 #include "core/descriptors.h"
 #include "core/open_files.h"
@@ -62,8 +64,21 @@ std::string read_file(const std::string& name, std::string& text) {
   return {};
 }
 
-std::string place_of(const std::string& file, const ImportReader& reader) {
-  return file + ":" + std::to_string(reader.line()) + ": ";
+// What rows come from.
+struct Source {
+  std::string file;
+  ImportForm form{};
+  std::optional<CodePage> page;  // none: nobody said, so it is UTF-8 or has the bytes of the table
+  std::string text;              // with bytes carried over where a page was said
+};
+
+std::string place_of(const Source& source, const ImportReader& reader) {
+  return source.file + ":" + std::to_string(reader.line()) + ": ";
+}
+
+// A value with the bytes that the table's set has for it.
+Unconverted encode_value(InputValue& value, const Source& source, const TextSet& set) {
+  return encode(value.text, set, source.page ? Carried::kLost : Carried::kNone);
 }
 
 // --- What the values of a column have in common.
@@ -143,14 +158,17 @@ std::string field_name(std::string_view column, const std::vector<std::string>& 
 }
 
 // The fields for all rows of a text, as .create takes them; empty without columns.
-std::string structure_for(std::string_view text, ImportForm form) {
-  ImportReader reader(text, form);
+std::string structure_for(const Source& source) {
+  ImportReader reader(source.text, source.form);
   std::vector<Column> columns;
   for (std::vector<InputValue> row; reader.next(row);) {
     look_at_signals();
     if (!reader.fault().empty()) continue;
     columns.resize(std::max(columns.size(), reader.columns().size()));
-    for (std::size_t i = 0; i < row.size(); ++i) columns[i].look_at(row[i]);
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      static_cast<void>(encode_value(row[i], source, usual_text_set()));
+      columns[i].look_at(row[i]);
+    }
   }
   columns.resize(reader.columns().size());
   std::vector<std::string> names;
@@ -175,11 +193,16 @@ class Appender {
  public:
   // `made`: the table has the columns of the file in their places, and nothing else. Otherwise they go to the fields
   // of their names.
-  Appender(DbfIdx& dbf, const std::string& file, bool made)
-      : dbf_(dbf), file_(file), made_(made), record_(dbf.recordSize), same_(dbf) {}
+  Appender(DbfIdx& dbf, const Source& source, bool made)
+      : dbf_(dbf),
+        source_(source),
+        set_(text_set_of(dbf.object)),
+        made_(made),
+        record_(dbf.recordSize),
+        same_(dbf) {}
 
-  void run(std::string_view text, ImportForm form) {
-    ImportReader reader(text, form);
+  void run() {
+    ImportReader reader(source_.text, source_.form);
     Progress progress("import", 0);
     bool whole = find_fields(reader);
     for (std::vector<InputValue> row; whole && reader.next(row);) {
@@ -198,7 +221,7 @@ class Appender {
 
  private:
   void complain_of(const ImportReader& reader, const std::string& fault) {
-    complain(place_of(file_, reader) + fault);
+    complain(place_of(source_, reader) + fault);
   }
 
   // How much of a file that was not read to its end is in the table.
@@ -230,7 +253,7 @@ class Appender {
     return true;
   }
 
-  RowEnd take(const ImportReader& reader, const std::vector<InputValue>& row) {
+  RowEnd take(const ImportReader& reader, std::vector<InputValue>& row) {
     if (!reader.fault().empty()) {
       complain_of(reader, reader.fault());
       return RowEnd::kLeftOut;
@@ -239,13 +262,23 @@ class Appender {
     std::ranges::fill(record_, std::uint8_t{' '});
     for (std::size_t i = 0; i < row.size(); ++i) {
       const dbf::Field& field = dbf_.fields[static_cast<std::size_t>(fields_[i]) - 1];
+      if (const Unconverted lost = encode_value(row[i], source_, set_)) {
+        complain_of(reader, std::string(field.name) + " holds " + words_of_lost(lost));
+        return RowEnd::kLeftOut;
+      }
       const std::string_view wrong = put_input(dbf_, field, record_.data(), row[i], false);
       if (wrong.empty()) continue;
+      row[i].text = decoded(row[i].text, set_);
       complain_of(reader,
                   std::string(field.name) + " " + std::string(wrong) + ": " + shown_input(row[i]));
       return wrong == kUnwritable ? RowEnd::kStop : RowEnd::kLeftOut;
     }
     return add(reader) ? RowEnd::kAdded : RowEnd::kStop;
+  }
+
+  std::string words_of_lost(const Unconverted& lost) const {
+    const CodePage from = source_.page.value_or(CodePage::kUtf8);
+    return words_of(lost, lost.is_byte ? from : set_.page);
   }
 
   // Many at once where nothing is to be done for each. False after a complaint.
@@ -284,7 +317,8 @@ class Appender {
   static constexpr std::size_t kRun = 256 * 1024;
 
   DbfIdx& dbf_;
-  const std::string& file_;
+  const Source& source_;
+  const TextSet set_;
   const bool made_;
   std::vector<std::uint8_t> record_, run_;
   std::vector<std::int32_t> fields_;  // of the columns
@@ -305,11 +339,10 @@ DbfIdx* table_to_fill() {
 }
 
 // Makes the table that rows need, after its structure was shown, and opens it. False after a complaint.
-bool make_table(const std::string& table, std::string_view text, ImportForm form,
-                const std::string& file) {
-  const std::string fields = structure_for(text, form);
+bool make_table(const std::string& table, const Source& source) {
+  const std::string fields = structure_for(source);
   if (fields.empty()) {
-    complain(file + ": there are no columns");
+    complain(source.file + ": there are no columns");
     return false;
   }
   const std::string line = quoted(table) + " " + fields;
@@ -319,31 +352,55 @@ bool make_table(const std::string& table, std::string_view text, ImportForm form
   return current_server() != nullptr;
 }
 
+// Reads the file of a command's line. False after a complaint.
+bool read_source(std::string_view& line, Source& source) {
+  source.file = take_file_name(line);
+  if (!form_of(source.file, source.form)) {
+    complain(".import needs the name of a file that ends in .csv, .tsv, .json or .jsonl");
+    return false;
+  }
+  if (source.form == ImportForm::kJson &&
+      source.page.value_or(CodePage::kUtf8) != CodePage::kUtf8) {
+    complain("JSON is utf-8");
+    return false;
+  }
+  if (const std::string wrong = read_file(source.file, source.text); !wrong.empty()) {
+    complain(source.file + ": " + wrong);
+    return false;
+  }
+  if (source.page) {
+    const std::string bytes = std::exchange(source.text, {});
+    decode_exactly(source.text, bytes, *source.page);
+  }
+  const ImportReader head(source.text, source.form);
+  if (!head.fault().empty()) complain(place_of(source, head) + head.fault());
+  return head.fault().empty();
+}
+
 }  // namespace
 
 bool import_rows(std::string_view arguments) {
   const TempsMark mark;
-  const bool append = take_if(arguments, "-append");
-  const std::string file = take_file_name(arguments);
-  std::string table = take_file_name(arguments), text;
-  ImportForm form{};
-  if (!form_of(file, form)) {
-    complain(".import needs the name of a file that ends in .csv, .tsv, .json or .jsonl");
-    return true;
+  Source source;
+  bool append = false;
+  while (arguments.starts_with('-')) {
+    CodePage page{};
+    if (take_if(arguments, "-append")) {
+      append = true;
+      continue;
+    }
+    const std::size_t left = arguments.size();
+    if (!take_charset(arguments, page)) return true;
+    if (arguments.size() == left) break;
+    source.page = page;
   }
-  if (const std::string wrong = read_file(file, text); !wrong.empty()) {
-    complain(file + ": " + wrong);
-    return true;
-  }
-  if (const ImportReader head(text, form); !head.fault().empty()) {
-    complain(place_of(file, head) + head.fault());
-    return true;
-  }
-  if (table.empty()) table = base_name(file.substr(0, file.rfind('.')));
-  if (!append && !make_table(table, text, form, file)) return true;
+  if (!read_source(arguments, source)) return true;
+  std::string table = take_file_name(arguments);
+  if (table.empty()) table = base_name(source.file.substr(0, source.file.rfind('.')));
+  if (!append && !make_table(table, source)) return true;
   if (DbfIdx* dbf = table_to_fill(); dbf != nullptr) {
     const KeepObject keep(dbf->object);
-    Appender(*dbf, file, !append).run(text, form);
+    Appender(*dbf, source, !append).run();
   }
   return true;
 }

@@ -110,7 +110,10 @@ void change_record(DbfIdx& dbf, std::int32_t record, std::int32_t field,
   }
   const Var* stored = send(dbf.object, "fieldput", TMP_INT(field), value);
   if (is_nil(stored) || !same.holds()) return;
-  write_value(stored);
+  if (is_text(stored))
+    write_output(decoded(text_of(stored), text_set_of(dbf.object)));
+  else
+    write_value(stored);
   write_output("\n");
   send(dbf.object, "commit");
 }
@@ -140,13 +143,14 @@ bool sum_records(std::string_view arguments) {
   if (server == nullptr) return true;
   const std::size_t end =
       std::min({find_word(arguments, "for"), find_word(arguments, "while"), arguments.size()});
-  const std::string_view expression = trim_right(arguments.substr(0, end));
+  std::string expression(trim_right(arguments.substr(0, end)));
   RowRequest request;
   if (expression.empty()) {
     complain(".sum needs an expression");
     return true;
   }
-  if (!is_expression(expression) || !take_selection(arguments.substr(end), server, request))
+  if (!is_expression(expression) || !encode_expression(expression, text_set_of(server)) ||
+      !take_selection(arguments.substr(end), server, request))
     return true;
   const KeepPlace place(server);
   const Var* sums = send(server, "sum", TMP_TEXT(expression), or_nil(request.for_block),
@@ -169,10 +173,13 @@ bool edit_record(std::string_view arguments) {
   DbfIdx& dbf = dbf_of(server);
   const KeepObject keep(server);
   std::int32_t record = 0, field = 0;
-  if (const std::string wrong = read_change(arguments, dbf, record, field); !wrong.empty())
+  if (const std::string wrong = read_change(arguments, dbf, record, field); !wrong.empty()) {
     complain(wrong);
-  else
-    change_record(dbf, record, field, arguments);
+    return true;
+  }
+  std::string expression(arguments);
+  if (encode_expression(expression, text_set_of(server)))
+    change_record(dbf, record, field, expression);
   return true;
 }
 

@@ -26,14 +26,14 @@ constexpr std::int32_t kUsualRecords = 20;
 
 // A condition that a line begins with, up to another word; null for none. False after an error.
 bool take_condition(std::string_view& line, std::string_view word, std::string_view other,
-                    Var*& block) {
+                    Var* server, Var*& block) {
   if (!take_if(line, word)) return true;
   const std::size_t end = std::min(find_word(line, other), line.size());
-  const std::string_view text = trim_right(line.substr(0, end));
+  std::string text(trim_right(line.substr(0, end)));
   line.remove_prefix(end);
   if (text.empty())
     complain("a condition is missing behind " + std::string(word));
-  else if (is_expression(text))
+  else if (is_expression(text) && encode_expression(text, text_set_of(server)))
     block = block_of(TMP_TEXT(text));
   return block != nullptr;
 }
@@ -108,9 +108,10 @@ bool read_switch(std::string_view command, std::string_view word, bool& value) {
 bool take_selection(std::string_view line, Var* server, RowRequest& request) {
   if (!take_fields(line, server, request.fields)) return false;
   request.own_scope = !line.empty();
-  return take_condition(line, "for", "while", request.for_block) &&
-         take_condition(line, "while", "for", request.while_block) &&
-         (request.for_block != nullptr || take_condition(line, "for", "while", request.for_block));
+  return take_condition(line, "for", "while", server, request.for_block) &&
+         take_condition(line, "while", "for", server, request.while_block) &&
+         (request.for_block != nullptr ||
+          take_condition(line, "for", "while", server, request.for_block));
 }
 
 int output_columns() {
@@ -129,7 +130,9 @@ TextRows::TextRows(const std::vector<std::string>& head)
 
 void TextRows::add(const std::vector<std::string>& row) {
   std::vector<RowCell> cells;
-  for (const std::string& text : row)
+  std::vector<std::string> texts;  // names of files may be no UTF-8
+  for (const std::string& text : row) texts.push_back(decoded(text, {}));
+  for (const std::string& text : texts)
     cells.push_back({is_number(text) ? CellKind::kNumber : CellKind::kText, text});
   static_cast<void>(writer_.add(cells));
 }

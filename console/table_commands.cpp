@@ -7,6 +7,7 @@
 #include "console/open_commands.h"
 #include "console/row_commands.h"
 #include "console/session.h"
+#include "console/text_set.h"
 #include "console/words.h"
 #include "core/arrays.h"
 #include "core/blocks.h"
@@ -55,7 +56,7 @@ std::string locks_of(Var* server) {
 // --- What hides records or moves with them; "" without one.
 
 std::string filter_of(Var* server) {
-  const std::string text(text_of(get_ivar(server, "filter")));
+  const std::string text = decoded(text_of(get_ivar(server, "filter")), text_set_of(server));
   return text.empty() && is_block(filter_block(server)) ? "a block" : text;
 }
 
@@ -199,14 +200,18 @@ bool list_structure(std::string_view file) {
                std::string(text_of(element(row, 2))), number_text(element(row, 3)),
                number_text(element(row, 4))});
   }
+  if (is_for_person(session_style().mode))
+    write_output("characters: " + words_of(text_set_of(server)) + "\n");
   table.write();
   return true;
 }
 
 bool set_filter(std::string_view condition) {
   const TempsMark mark;
-  if (Var* server = server_or_complaint(); server != nullptr && is_expression(condition))
-    call(server, "setfilter", TMP_TEXT(condition));
+  std::string text(condition);
+  if (Var* server = server_or_complaint();
+      server != nullptr && is_expression(condition) && encode_expression(text, text_set_of(server)))
+    call(server, "setfilter", TMP_TEXT(text));
   return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 #include "core/classes.h"
 #include "core/stacks.h"
@@ -14,6 +15,7 @@
 #include "db/dbfidx/scan/walk.h"
 #include "db/info_codes.h"
 #include "lib/dates.h"
+#include "lib/utf8.h"
 #include "lib/value_text.h"
 
 namespace tarnel {
@@ -35,6 +37,38 @@ void put_record(std::vector<RowCell>& cells, std::int32_t number, bool deleted,
   cells[1] = {CellKind::kText, deleted ? "*" : ""};
 }
 
+// Texts of a table in the set that they are written in.
+class TextConversion {
+ public:
+  TextConversion(Var* server, const RowRequest& request)
+      : from_(text_set_of(server)),
+        to_(request.written_in),
+        lost_(request.lost),
+        as_it_is_(from_.page == to_ && to_ != CodePage::kUtf8) {}
+
+  // The text itself, or what `room` then holds.
+  std::string_view of(std::string_view bytes, std::string& room, std::int32_t record,
+                      std::string_view field) {
+    if (as_it_is_ || is_ascii(bytes)) return bytes;
+    room.clear();
+    note(decode(room, bytes, from_), record, field);
+    if (to_ == CodePage::kUtf8) return room;
+    const std::string text = std::exchange(room, {});
+    note(from_utf8(room, text, to_), record, field);
+    return room;
+  }
+
+ private:
+  void note(const Unconverted& lost, std::int32_t record, std::string_view field) {
+    if (lost && lost_ != nullptr) lost_->add(lost, record, field);
+  }
+
+  const TextSet from_;
+  const CodePage to_;
+  LostTexts* const lost_;
+  const bool as_it_is_;
+};
+
 // The cells of one record of a .dbf table, which last until the next.
 class DbfCells {
  public:
@@ -42,7 +76,9 @@ class DbfCells {
       : dbf_(dbf),
         with_record_(request.with_record),
         unread_memos_(request.unread_memos),
-        memos_(request.fields.size()) {
+        texts_(dbf.object, request),
+        memos_(request.fields.size()),
+        rooms_(request.fields.size()) {
     for (const std::int32_t n : request.fields)
       fields_.push_back(dbf.fields[static_cast<std::size_t>(n) - 1]);
     cells_.resize(fields_.size() + (with_record_ ? 2 : 0));
@@ -54,8 +90,13 @@ class DbfCells {
       put_record(cells_, number, *record == dbf::kDeletedMark, digits_);
       at = 2;
     }
-    for (std::size_t i = 0; i < fields_.size(); ++i)
-      cells_[at + i] = cell_of(fields_[i], record + fields_[i].offset, memos_[i]);
+    const bool ascii = is_ascii(view(record, dbf_.recordSize));
+    for (std::size_t i = 0; i < fields_.size(); ++i) {
+      RowCell& cell = cells_[at + i];
+      cell = cell_of(fields_[i], record + fields_[i].offset, memos_[i]);
+      if (cell.kind == CellKind::kText && (!ascii || fields_[i].type == 'M'))
+        cell.text = texts_.of(cell.text, rooms_[i], number, fields_[i].name);
+    }
     return cells_;
   }
 
@@ -96,8 +137,10 @@ class DbfCells {
   DbfIdx& dbf_;
   const bool with_record_;
   std::int64_t* const unread_memos_;
+  TextConversion texts_;
   std::vector<dbf::Field> fields_;
   std::vector<MemoText> memos_;
+  std::vector<std::string> rooms_;
   std::vector<RowCell> cells_;
   char digits_[12];
 };
@@ -148,19 +191,25 @@ class ValueCells {
   ValueCells(Var* server, const RowRequest& request)
       : server_(server),
         request_(request),
+        conversion_(server, request),
         texts_(request.fields.size()),
+        rooms_(request.fields.size()),
         cells_(request.fields.size() + (request.with_record ? 2 : 0)) {}
 
   const std::vector<RowCell>& read() {
     const TempsMark mark;
+    const std::int32_t record = integer_of(get_ivar(server_, "recno"));
     std::size_t at = 0;
     if (request_.with_record) {
-      put_record(cells_, integer_of(get_ivar(server_, "recno")),
-                 truth_of(get_ivar(server_, "deleted")), digits_);
+      put_record(cells_, record, truth_of(get_ivar(server_, "deleted")), digits_);
       at = 2;
     }
-    for (std::size_t i = 0; i < texts_.size(); ++i)
-      cells_[at + i] = cell_of(send(server_, "fieldget", TMP_INT(request_.fields[i])), texts_[i]);
+    for (std::size_t i = 0; i < texts_.size(); ++i) {
+      RowCell& cell = cells_[at + i];
+      cell = cell_of(send(server_, "fieldget", TMP_INT(request_.fields[i])), texts_[i]);
+      if (cell.kind == CellKind::kText)
+        cell.text = conversion_.of(cell.text, rooms_[i], record, std::to_string(i + 1));
+    }
     return cells_;
   }
 
@@ -186,7 +235,8 @@ class ValueCells {
 
   Var* const server_;
   const RowRequest& request_;
-  std::vector<std::string> texts_;
+  TextConversion conversion_;
+  std::vector<std::string> texts_, rooms_;
   std::vector<RowCell> cells_;
   char digits_[12];
 };
@@ -234,8 +284,12 @@ std::vector<RowColumn> columns_of(Var* server, const RowRequest& request) {
   std::vector<RowColumn> columns;
   if (request.with_record) columns = {{"record", 'N', 6, 0}, {"deleted", 'C', 1, 0, true}};
   for (const std::int32_t n : request.fields) columns.push_back(column_of(server, n));
-  for (RowColumn& column : columns)
+  TextConversion names(server, request);
+  for (RowColumn& column : columns) {
     if (column.type == 'D') column.width = 10;
+    std::string room;
+    column.name = std::string(names.of(column.name, room, 0, "of the columns"));
+  }
   return columns;
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "console/row_writer.h"
+#include "console/text_set.h"
 #include "core/var.h"
 
 namespace tarnel {
@@ -21,6 +22,8 @@ struct RowRequest {
   std::int64_t* unread_memos =
       nullptr;  // counts those whose text could not be read and shows as nothing
   Var *for_block = nullptr, *while_block = nullptr;
+  CodePage written_in = CodePage::kUtf8;  // texts are
+  LostTexts* lost = nullptr;              // gets what of them could not be; null: nobody asks
 };
 
 std::vector<RowColumn> columns_of(Var* server, const RowRequest& request);

@@ -97,25 +97,6 @@ void note(Unconverted& lost, std::size_t position, char32_t character, bool is_b
   if (lost.count++ == 0) lost = {1, position, character, is_byte};
 }
 
-// UTF-8 with everything that is none replaced.
-Unconverted copy_valid(std::string& out, std::string_view text) {
-  Unconverted lost;
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t plain = ascii_length(text.substr(at));
-    out.append(text, at, plain);
-    if ((at += plain) == text.size()) break;
-    char32_t c = 0;
-    const std::size_t n = utf8_length(text.substr(at), c);
-    if (n == 0) {
-      note(lost, at, static_cast<unsigned char>(text[at]), true);
-      append_utf8(out, kNone);
-    }
-    out.append(text, at, n);
-    at += std::max<std::size_t>(n, 1);
-  }
-  return lost;
-}
-
 }  // namespace
 
 std::string_view name_of(CodePage page) {
@@ -141,11 +122,11 @@ std::optional<CodePage> code_page_named(std::string_view name) {
   return static_cast<CodePage>(found - std::begin(kNames));
 }
 
-std::optional<char32_t> character_of(CodePage page, unsigned char byte) {
-  if (byte < kHalf) return byte;
-  const char16_t c = kHalves[half_of(page)][byte - kHalf];
-  if (c == kNone) return {};
-  return c;
+std::size_t character_at(std::string_view bytes, CodePage page, char32_t& c) {
+  if (page == CodePage::kUtf8) return utf8_length(bytes, c);
+  const auto byte = static_cast<unsigned char>(bytes.front());
+  c = byte < kHalf ? byte : kHalves[half_of(page)][byte - kHalf];
+  return c == kNone ? 0 : 1;
 }
 
 std::optional<unsigned char> byte_of(CodePage page, char32_t c) {
@@ -166,22 +147,22 @@ std::string words_of(const Unconverted& lost) {
 }
 
 Unconverted to_utf8(std::string& out, std::string_view bytes, CodePage page) {
-  if (page == CodePage::kUtf8) return copy_valid(out, bytes);
   Unconverted lost;
-  for (std::size_t at = 0; at < bytes.size(); ++at) {
+  for (std::size_t at = 0; at < bytes.size();) {
     const std::size_t plain = ascii_length(bytes.substr(at));
     out.append(bytes, at, plain);
     if ((at += plain) == bytes.size()) break;
-    const auto byte = static_cast<unsigned char>(bytes[at]);
-    const std::optional<char32_t> c = character_of(page, byte);
-    if (!c) note(lost, at, byte, true);
-    append_utf8(out, c.value_or(kNone));
+    char32_t c = 0;
+    const std::size_t n = character_at(bytes.substr(at), page, c);
+    if (n == 0) note(lost, at, static_cast<unsigned char>(bytes[at]), true);
+    append_utf8(out, n > 0 ? c : kNone);
+    at += std::max<std::size_t>(n, 1);
   }
   return lost;
 }
 
 Unconverted from_utf8(std::string& out, std::string_view text, CodePage page) {
-  if (page == CodePage::kUtf8) return copy_valid(out, text);
+  if (page == CodePage::kUtf8) return to_utf8(out, text, page);
   Unconverted lost;
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t plain = ascii_length(text.substr(at));

@@ -30,8 +30,9 @@ std::string code_page_names();
 // "ISO-8859-1", "Windows-1252".
 std::optional<CodePage> code_page_named(std::string_view name);
 
-// The character that a byte stands for; none where the page has a hole. REQUIRES: a page of single bytes.
-std::optional<char32_t> character_of(CodePage page, unsigned char byte);
+// The bytes of the character that a text in a page begins with, 0 when it begins with none. REQUIRES: a text that isn't
+// empty.
+std::size_t character_at(std::string_view bytes, CodePage page, char32_t& character);
 // The byte of a character, none where the page hasn't it. REQUIRES: a page of single bytes.
 std::optional<unsigned char> byte_of(CodePage page, char32_t character);
 

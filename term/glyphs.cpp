@@ -17,7 +17,11 @@ static_assert(std::size(kLowPage) == 32 + 1);
 
 char32_t of_page(unsigned char byte) {
   if (byte < 32) return kLowPage[byte];
-  return byte == 127 ? kDelete : character_of(CodePage::kCp437, byte).value_or(byte);
+  if (byte == 127) return kDelete;
+  char32_t c = 0;
+  const char text = static_cast<char>(byte);
+  character_at({&text, 1}, CodePage::kCp437, c);
+  return c;
 }
 
 struct Range {

@@ -123,6 +123,24 @@ TEST_F(Browse, EditsUnderALockAndFollowsTheRecord) {
   wait_for("     9");
 }
 
+TEST_F(Browse, TextsOfAnotherSetAreShownAndStored) {
+  browse("", ".charset cp850\n.edit 1 name := 'Ähre'\ndbgotop()");
+  wait_for("?=help");
+  type("g 1 Enter");
+  wait_for("\nÄhre\n?=help");
+  type("Enter");
+  type("-l 'Ж'");
+  type("Enter");
+  wait_for("Ж (U+0416), which cp850 hasn't");
+  type("BSpace");
+  type("-l 'Ö567890'");
+  type("Enter");
+  wait_for("the text is too long for the field");
+  type("BSpace Enter");
+  wait_for("\nÄhreÖ56789\n?=help");
+  EXPECT_EQ(records("-e 'asc(substr(name, 5))'"), "       153\n");
+}
+
 TEST_F(Browse, ARecordThatAnotherUserHoldsIsLeftAlone) {
   browse();
   wait_for("?=help");

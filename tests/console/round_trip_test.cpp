@@ -1,4 +1,5 @@
-// Tables taken out of their files and made anew: of random structure and contents, all bytes come back.
+// Tables taken out of their files and made anew: of random structure and contents, all bytes come back, whatever set
+// of characters they are said to be in.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -8,9 +9,21 @@
 #include <random>
 #include <string>
 
+#include "lib/code_pages.h"
+
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr const char* kPages[] = {"auto",  "utf-8",  "latin1", "cp437", "cp850",
+                                  "cp852", "cp1250", "cp1251", "cp1252"};
+constexpr const char* kWholePages[] = {"cp437", "latin1", "cp852",
+                                       "cp866"};  // in which all bytes are characters
+
+bool is_utf8(const std::string& text) {
+  std::string ignored;
+  return !tarnel::to_utf8(ignored, text, tarnel::CodePage::kUtf8);
+}
 
 class RoundTrip : public ::testing::Test {
  protected:
@@ -112,6 +125,7 @@ TEST_F(RoundTrip, ADumpMakesTheSameBytes) {
       for (const char* file : {"t.dbf", "t.dbt"}) fs::remove(directory_ / folder / file);
     ASSERT_EQ(run("a", "script > log 2>&1"), 0) << lines << read("a/log");
     ASSERT_EQ(run("b", "../dump > log 2>&1"), 0) << read("dump") << read("b/log");
+    ASSERT_TRUE(is_utf8(read("dump"))) << lines;
     ASSERT_EQ(read("a/t.dbf").substr(32), read("b/t.dbf").substr(32)) << lines;
     ASSERT_EQ(read("a/t.dbt"), read("b/t.dbt")) << lines;
     const std::string orders =
@@ -131,11 +145,14 @@ TEST_F(RoundTrip, AnExportIsImportedAsTheSameBytes) {
       }
       const std::string lines = script();
       std::ofstream(directory_ / "a/script", std::ios::binary)
-          << lines << ".once ../schema\n.schema\n.export ../" << name << "\n";
+          << lines << ".once ../schema\n.schema\n.charset " << kWholePages[i % 4] << "\n.export ../"
+          << name << "\n";
       ASSERT_EQ(run("a", "script > log 2>&1"), 0) << lines << read("a/log");
-      std::ofstream(directory_ / "b/script") << ".bail on\n"
-                                             << read("schema").substr(0, read("schema").find('\n'))
-                                             << "\n.import -append ../" << name << "\n";
+      ASSERT_TRUE(is_utf8(read(name)));
+      std::ofstream(directory_ / "b/script")
+          << ".bail on\n"
+          << read("schema").substr(0, read("schema").find('\n')) << "\n.charset "
+          << kWholePages[i % 4] << "\n.import -append ../" << name << "\n";
       ASSERT_EQ(run("b", "script > log 2>&1"), 0) << lines << read("b/log");
       ASSERT_EQ(read("a/t.dbf").substr(32), read("b/t.dbf").substr(32)) << name << lines;
       ASSERT_EQ(read("a/t.dbt"), read("b/t.dbt")) << lines;

@@ -1,0 +1,155 @@
+#include "console/text_set.h"
+
+#include <algorithm>
+#include <map>
+
+#include "console/complaints.h"
+#include "core/classes.h"
+#include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/format/character_marks.h"
+#include "lib/utf8.h"
+#include "term/glyphs.h"
+
+namespace tarnel {
+namespace {
+
+struct Choices {
+  std::map<std::string, CodePage> files;
+  std::optional<CodePage> usual;
+} choices;
+
+// In UTF-8, if it had halves of pairs, U+DC80 to U+DCFF would be ED B2 80 to ED B3 BF.
+constexpr char kCarriedStart = '\xed';
+constexpr std::size_t kCarriedSize = 3;
+
+// The byte that a carried one at the beginning of a text stands for, none when there is none.
+std::optional<char> carried_byte(std::string_view text) {
+  if (text.size() < kCarriedSize || text[0] != kCarriedStart || (text[1] & 0xfe) != 0xb2) return {};
+  return static_cast<char>((text[1] & 1) << 6 | 0x80 | (text[2] & 0x3f));
+}
+
+bool is_utf8(std::string_view text) {
+  std::string ignored;
+  return !to_utf8(ignored, text, CodePage::kUtf8);
+}
+
+}  // namespace
+
+TextSet usual_text_set() {
+  return choices.usual ? TextSet{*choices.usual, false, ""} : TextSet();
+}
+
+TextSet text_set_of(const std::string& path, std::uint8_t mark) {
+  if (const auto chosen = choices.files.find(path); chosen != choices.files.end())
+    return {chosen->second, false, "chosen"};
+  if (const std::optional<CodePage> page = dbf::page_of_mark(mark)) return {*page, false, "header"};
+  return usual_text_set();
+}
+
+TextSet text_set_of(Var* server) {
+  if (class_of(server) != &dbfidx_class()) return usual_text_set();
+  const DbfIdx& dbf = dbf_of(server);
+  return dbf.isOpen() ? text_set_of(dbf.fileName, dbf.header.character_mark()) : usual_text_set();
+}
+
+std::string_view name_of(const TextSet& set) {
+  return set.assumed ? "auto" : name_of(set.page);
+}
+
+std::string words_of(const TextSet& set) {
+  const std::string by = *set.by != 0 ? " (" + std::string(set.by) + ")" : "";
+  return std::string(name_of(set)) + by;
+}
+
+void choose_text_set(const std::string& path, std::optional<CodePage> page) {
+  if (page)
+    choices.files[path] = *page;
+  else
+    choices.files.erase(path);
+}
+
+void choose_usual_set(std::optional<CodePage> page) {
+  choices.usual = page;
+}
+
+void LostTexts::add(const Unconverted& lost, std::int32_t record_number,
+                    std::string_view field_name) {
+  if (!lost) return;
+  if (count == 0) {
+    record = record_number;
+    field = field_name;
+    first = lost;
+  }
+  count += static_cast<std::int64_t>(lost.count);
+}
+
+Unconverted decode(std::string& out, std::string_view bytes, const TextSet& set) {
+  const std::size_t before = out.size();
+  Unconverted lost = to_utf8(out, bytes, set.page);
+  if (!lost || !set.assumed) return lost;
+  lost.count = 1;  // the text as a whole is another one
+  out.resize(before);
+  for (CharacterReader reader(bytes); !reader.at_end();) {
+    const char c = reader.rest().front();
+    const char32_t shown = reader.next();
+    append_utf8(out, c >= 0 && c < ' ' ? static_cast<char32_t>(c) : shown);
+  }
+  return lost;
+}
+
+std::string decoded(std::string_view bytes, const TextSet& set) {
+  std::string text;
+  static_cast<void>(decode(text, bytes, set));
+  return text;
+}
+
+void decode_exactly(std::string& out, std::string_view bytes, CodePage page) {
+  for (std::size_t at = 0; at < bytes.size();) {
+    const std::size_t plain = ascii_length(bytes.substr(at));
+    out.append(bytes, at, plain);
+    if ((at += plain) == bytes.size()) break;
+    char32_t c = 0;
+    const std::size_t n = character_at(bytes.substr(at), page, c);
+    append_utf8(out, n > 0 ? c : kCarriedByte + static_cast<unsigned char>(bytes[at]));
+    at += std::max<std::size_t>(n, 1);
+  }
+}
+
+Unconverted encode(std::string& text, const TextSet& set, Carried carried) {
+  const bool may_carry = carried != Carried::kNone;
+  if (is_ascii(text) || (set.assumed && !may_carry)) return {};
+  std::string bytes;
+  Unconverted lost;
+  for (std::string_view rest = text; !rest.empty();) {
+    std::size_t end = may_carry ? rest.find(kCarriedStart) : rest.npos;
+    while (end != rest.npos && !carried_byte(rest.substr(end)))
+      end = rest.find(kCarriedStart, end + 1);
+    const std::string_view part = rest.substr(0, end);
+    if (set.assumed)
+      bytes += part;
+    else if (const Unconverted more = from_utf8(bytes, part, set.page); !lost)
+      lost = more;
+    rest.remove_prefix(part.size());
+    if (rest.empty()) break;
+    const char byte = *carried_byte(rest);
+    if (carried == Carried::kLost && !lost) lost = {1, 0, static_cast<unsigned char>(byte), true};
+    bytes += byte;
+    rest.remove_prefix(kCarriedSize);
+  }
+  text = std::move(bytes);
+  return lost;
+}
+
+bool encode_expression(std::string& text, const TextSet& set) {
+  if (is_ascii(text) || !is_utf8(text)) return true;
+  const Unconverted lost = encode(text, set, Carried::kNone);
+  if (lost) complain("the expression holds " + words_of(lost, set.page));
+  return !lost;
+}
+
+std::string words_of(const Unconverted& lost, CodePage page) {
+  const std::string name(name_of(page));
+  return words_of(lost) + (lost.is_byte ? ", which is no " + name : ", which " + name + " hasn't");
+}
+
+}  // namespace tarnel
