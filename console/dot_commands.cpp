@@ -8,6 +8,7 @@
 #include "console/bulk_commands.h"
 #include "console/charset_command.h"
 #include "console/check_commands.h"
+#include "console/diff_command.h"
 #include "console/dir_command.h"
 #include "console/export_commands.h"
 #include "console/import_command.h"
@@ -63,6 +64,8 @@ constexpr DotCommand kDotCommands[] = {
     {"count", "[for EXPR] [while EXPR]", "counts records", count_records},
     {"create", "FILE NAME TYPE [LENGTH [DECIMALS]], ...", "makes a table and opens it exclusively",
      create_command},
+    {"diff", "TABLE1 TABLE2 [KEY]", "tells in what two tables differ, by a key or record numbers",
+     diff_tables},
     {"dir", "[PATTERN]", "shows the tables of a folder", list_folder},
     {"dump", "[ALIAS]", "writes the lines that make a table, its orders and records anew",
      dump_table},

@@ -155,8 +155,8 @@ bool open_for_person(const std::string& name, std::string_view alias, OpenFor us
   return false;
 }
 
-OpenForLook::OpenForLook(const std::string& name)
-    : former_(selected()), opened_(open_for_person(name, "", OpenFor::kReading)) {}
+OpenForLook::OpenForLook(const std::string& name, std::string_view alias)
+    : former_(selected()), opened_(open_for_person(name, alias, OpenFor::kReading)) {}
 OpenForLook::~OpenForLook() noexcept(false) {
   if (!opened_) return;
   close_area(current_area());

@@ -18,7 +18,7 @@ bool open_for_person(const std::string& name, std::string_view alias, OpenFor us
 // A table that is open, and current, for the life of the guard.
 class OpenForLook {
  public:
-  explicit OpenForLook(const std::string& name);
+  explicit OpenForLook(const std::string& name, std::string_view alias = "");
   ~OpenForLook() noexcept(false);
   OpenForLook(const OpenForLook&) = delete;
   OpenForLook& operator=(const OpenForLook&) = delete;

@@ -66,11 +66,6 @@ std::vector<RowColumn> named(const std::vector<std::string>& head) {
   return columns;
 }
 
-// Progress would stand between the rows.
-ProgressHook progress_beside_output() {
-  return isatty(STDOUT_FILENO) != 0 ? nullptr : progress_hook();
-}
-
 }  // namespace
 
 std::size_t find_word(std::string_view line, std::string_view word) {
@@ -118,6 +113,10 @@ int output_columns() {
   struct winsize size {};
   if (isatty(STDOUT_FILENO) == 0 || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return 0;
   return size.ws_col;
+}
+
+ProgressHook progress_beside_output() {
+  return isatty(STDOUT_FILENO) != 0 ? nullptr : progress_hook();
 }
 
 bool to_output(std::string_view bytes) {

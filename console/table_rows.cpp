@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <memory>
 #include <utility>
 
 #include "core/classes.h"
@@ -206,7 +207,7 @@ class ValueCells {
     }
     for (std::size_t i = 0; i < texts_.size(); ++i) {
       RowCell& cell = cells_[at + i];
-      cell = cell_of(send(server_, "fieldget", TMP_INT(request_.fields[i])), texts_[i]);
+      cell = cell_of_value(send(server_, "fieldget", TMP_INT(request_.fields[i])), texts_[i]);
       if (cell.kind == CellKind::kText)
         cell.text = conversion_.of(cell.text, rooms_[i], record, std::to_string(i + 1));
     }
@@ -214,25 +215,6 @@ class ValueCells {
   }
 
  private:
-  static RowCell cell_of(const Var* value, std::string& text) {
-    std::string mask;
-    switch (value->type) {
-      case 'D':
-        text = dateToYmd(value->i);
-        return value->i == 0 ? RowCell{} : RowCell{CellKind::kDate, text};
-      case 'L':
-        return {CellKind::kLogical, truth_of(value) ? "T" : "F"};
-      default:
-        if (is_text(value)) {
-          text = trim_right(text_of(value));
-          return {CellKind::kText, text};
-        }
-        varDefaultText(value, mask, text);
-        text = trim_blanks(text);
-        return {is_number(value) ? CellKind::kNumber : CellKind::kText, text};
-    }
-  }
-
   Var* const server_;
   const RowRequest& request_;
   TextConversion conversion_;
@@ -279,6 +261,32 @@ RowColumn column_of(Var* server, std::int32_t n) {
 }
 
 }  // namespace
+
+RowCell cell_of_value(const Var* value, std::string& text) {
+  std::string mask;
+  switch (value->type) {
+    case 'D':
+      text = dateToYmd(value->i);
+      return value->i == 0 ? RowCell{} : RowCell{CellKind::kDate, text};
+    case 'L':
+      return {CellKind::kLogical, truth_of(value) ? "T" : "F"};
+    default:
+      if (is_text(value)) {
+        text = trim_right(text_of(value));
+        return {CellKind::kText, text};
+      }
+      varDefaultText(value, mask, text);
+      text = trim_blanks(text);
+      return {is_number(value) ? CellKind::kNumber : CellKind::kText, text};
+  }
+}
+
+RecordCells cells_of_records(DbfIdx& dbf, const RowRequest& request) {
+  return [cells = std::make_shared<DbfCells>(dbf, request)](
+             const std::uint8_t* record, std::int32_t number) -> const std::vector<RowCell>& {
+    return cells->of(record, number);
+  };
+}
 
 std::vector<RowColumn> columns_of(Var* server, const RowRequest& request) {
   std::vector<RowColumn> columns;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,13 @@ struct RowRequest {
   CodePage written_in = CodePage::kUtf8;  // texts are
   LostTexts* lost = nullptr;              // gets what of them could not be; null: nobody asks
 };
+
+// Gives the cells of a record by its bytes and its number; they last until the next call. The table must outlive it.
+using RecordCells =
+    std::function<const std::vector<RowCell>&(const std::uint8_t* record, std::int32_t number)>;
+RecordCells cells_of_records(DbfIdx& dbf, const RowRequest& request);
+// The cell of a value, whose text it puts into `text`; a text as it stands, in the set of its table.
+RowCell cell_of_value(const Var* value, std::string& text);
 
 std::vector<RowColumn> columns_of(Var* server, const RowRequest& request);
 // Gives each record that the request, filter and delete marks let show to the writer, which isn't finished. The cursor
