@@ -53,6 +53,13 @@ try {
   assert.match(await text(), /END OF DATA/);
   const rows = await page.locator("tr").count();
   assert.ok(rows > 200, `${rows} rows`);
+
+  // What somebody typed comes back as it is; the server's header keeps it from running.
+  await page.goto(base + "/");
+  await formOf(2).locator("input[name=FIRSTNAME]").fill("<script>document.title = 'taken'</script>");
+  await formOf(2).locator("input[value=Register]").click();
+  assert.match(await page.content(), /document\.title = 'taken'/);
+  assert.notEqual(await page.title(), "taken");
 } finally {
   await browser.close();
 }

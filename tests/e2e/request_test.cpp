@@ -60,6 +60,21 @@ TEST_P(EachServer, AnswersPagesAndFilesByItsSampleConfiguration) {
   EXPECT_EQ(each.request("GET", "/test.html").status, 200);
   EXPECT_EQ(each.request("GET", "/").status / 100, 3);
 }
+
+TEST_P(EachServer, LetsNoScriptRunNoTableBeFetchedAndNoBodyBeEndless) {
+  const WebServer each(TARNEL_PROGRAM, GetParam());
+  ASSERT_TRUE(each.running()) << "the server did not start";
+  for (const char* path : {"/cgi-bin/example0", "/cgi-bin/example0/example1", "/test.html"}) {
+    const std::string headers = each.request("GET", path).headers;
+    for (const char* header :
+         {"text/html; charset=utf-8\r\n", "Content-Security-Policy: default-src",
+          " script-src 'none';", "X-Content-Type-Options: nosniff"})
+      EXPECT_NE((headers + "\r\n").find(header), std::string::npos) << path << "\n" << headers;
+  }
+  for (const char* path : {"/user.dbf", "/user.DBT", "/user1.idx"})
+    EXPECT_EQ(each.request("GET", path).status, 403) << path;
+  EXPECT_EQ(each.request("POST", "/cgi-bin/example0", "a=1", 32U << 20U).status, 413);
+}
 INSTANTIATE_TEST_SUITE_P(Samples, EachServer,
                          ::testing::Values(Server::kLighttpd, Server::kApache, Server::kNginx));
 

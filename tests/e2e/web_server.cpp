@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 
 #include "core/output.h"
@@ -102,11 +103,16 @@ void WebServer::start(const std::vector<std::string>& command) {
 WebServer::WebServer(const std::string& program, Server kind) : port_(free_port()) {
   char name[] = "/tmp/tarnel-e2e-XXXXXX";
   directory_ = mkdtemp(name);
-  const std::string source = TARNEL_SOURCE_DIR;
+  const std::string examples = TARNEL_SOURCE_DIR "/examples", files = directory_ + "/www",
+                    installed = directory_ + "/example0";
+  std::filesystem::copy(examples + "/www", files);
+  for (const char* table : {"/user.dbf", "/user.DBT", "/user1.idx"})
+    std::ofstream(files + table) << "no file to fetch";
+  std::filesystem::create_symlink(program, installed);
   const ServerProgram server = program_of(kind, directory_);
-  const std::string command = source + "/scripts/web-conf " + server.name + " " +
-                              std::to_string(port_) + " " + program + " " + source +
-                              "/examples/www " + directory_ + " > " + directory_ + "/server.conf";
+  const std::string command = examples + "/web-conf " + server.name + " " + std::to_string(port_) +
+                              " " + installed + " " + files + " " + directory_ + " > " +
+                              directory_ + "/server.conf";
   // A server that drops its rights must still reach its files.
   if (std::system(command.c_str()) != 0 || chmod(directory_.c_str(), 0777) != 0) return;
   if (!server.helper.empty()) {
@@ -132,13 +138,14 @@ WebServer::~WebServer() {
 }
 
 Response WebServer::request(const std::string& method, const std::string& path,
-                            const std::string& body) const {
+                            const std::string& body, std::size_t unsent) const {
   const int fd = connect_to(port_);
   std::string text = method + " " + path + " HTTP/1.0\r\nHost: localhost\r\n";
-  if (!body.empty())
+  if (body.size() + unsent > 0)
     text += "Content-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
-            std::to_string(body.size()) + "\r\n";
+            std::to_string(body.size() + unsent) + "\r\n";
   write_fully(fd, text + "\r\n" + body);
+  if (unsent > 0) shutdown(fd, SHUT_WR);  // a server may wait for more of what it refused
   const std::string answer = read_all(fd);
   close(fd);
   Response response;

@@ -14,7 +14,8 @@ struct Response {
 
 enum class Server { kLighttpd, kApache, kNginx };
 
-// Starts the server with the configuration of examples/ and stops it with the object.
+// Starts the server with the configuration of examples/ and stops it with the object. The program has its
+// installed name; beside the static files lie some named like tables.
 class WebServer {
  public:
   explicit WebServer(const std::string& program = TARNEL_PROGRAM, Server kind = Server::kLighttpd);
@@ -24,9 +25,10 @@ class WebServer {
 
   bool running() const { return running_; }
   int port() const { return port_; }
-  // Sends one request on a connection of its own and reads the answer to its end.
-  Response request(const std::string& method, const std::string& path,
-                   const std::string& body = "") const;
+  // Sends one request on a connection of its own and reads the answer to its end. The length that it
+  // tells counts `unsent` bytes that never come.
+  Response request(const std::string& method, const std::string& path, const std::string& body = "",
+                   std::size_t unsent = 0) const;
 
  private:
   void start(const std::vector<std::string>& command);
