@@ -164,6 +164,7 @@ bool function_help(const std::string& beginning) {
         exact > 0 ? i == exact : std::string_view(entry.name).starts_with(beginning);
     if (!wanted || entry.usage == nullptr) continue;
     write_line(entry.usage);
+    if (i == exact && entry.example != nullptr) write_line("  " + std::string(entry.example));
     found = true;
   }
   return found;

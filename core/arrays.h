@@ -51,21 +51,31 @@ inline Var* element(const Var* v, std::int32_t i) {
 }
 
 #define ARRAY_BUILTINS(X)                                                                        \
-  X("aadd", aadd, "aadd(aTarget, xValue) -> xValue: appends an element")                         \
-  X("aclone", aclone, "aclone(aSource) -> aCopy: deep copy of an array")                         \
-  X("adel", adel, "adel(aTarget, nPos) -> aTarget: removes an element; the last becomes NIL")    \
+  X("aadd", aadd, "aadd(aTarget, xValue) -> xValue: appends an element",                         \
+    "eval({|a| aadd(a, 2), len(a)}, {1}) ==> 2")                                                 \
+  X("aclone", aclone, "aclone(aSource) -> aCopy: deep copy of an array",                         \
+    "aclone({1, {2}})[2][1] ==> 2")                                                              \
+  X("adel", adel, "adel(aTarget, nPos) -> aTarget: removes an element; the last becomes NIL",    \
+    "adel({1, 2, 3}, 1)[1] ==> 2")                                                               \
   X("aeval", aeval,                                                                              \
-    "aeval(aSource, bBlock, [nStart], [nCount]) -> aSource: evaluates a block for each element") \
+    "aeval(aSource, bBlock, [nStart], [nCount]) -> aSource: evaluates a block for each element", \
+    "aeval({'a', 'b'}, {|x| qqout(x)}) ==> abARRAY")                                             \
   X("afill", afill,                                                                              \
-    "afill(aTarget, xValue, [nStart], [nCount]) -> aTarget: gives elements one value")           \
-  X("ains", ains, "ains(aTarget, nPos) -> aTarget: inserts NIL; the last element is lost")       \
-  X("array", array, "array(nSize, ...) -> aNew: array of NIL, one dimension for each number")    \
+    "afill(aTarget, xValue, [nStart], [nCount]) -> aTarget: gives elements one value",           \
+    "afill({1, 2}, 0)[2] ==> 0")                                                                 \
+  X("ains", ains, "ains(aTarget, nPos) -> aTarget: inserts NIL; the last element is lost",       \
+    "ains({1, 2}, 1)[2] ==> 1")                                                                  \
+  X("array", array, "array(nSize, ...) -> aNew: array of NIL, one dimension for each number",    \
+    "len(array(2, 3)[1]) ==> 3")                                                                 \
   X("ascan", ascan,                                                                              \
-    "ascan(aSource, xKey | bKey, [nStart], [nCount]) -> nPos: first match, 0 if none")           \
-  X("asize", asize, "asize(aTarget, nSize) -> aTarget: changes the number of elements")
+    "ascan(aSource, xKey | bKey, [nStart], [nCount]) -> nPos: first match, 0 if none",           \
+    "ascan({'a', 'b'}, 'b') ==> 2")                                                              \
+  X("asize", asize, "asize(aTarget, nSize) -> aTarget: changes the number of elements",          \
+    "len(asize({1, 2, 3}, 2)) ==> 2")
 
 ARRAY_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kArrayBuiltins[] = {ARRAY_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kArraysModule{.name = "arrays", .functions = kArrayBuiltins};
+inline constexpr ModuleRecord kArraysModule{
+    .name = "arrays", .subject = "Arrays", .functions = kArrayBuiltins};
 
 }  // namespace tarnel

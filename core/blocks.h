@@ -53,11 +53,13 @@ inline Var* EVAL_ANY(Var* block) {
 // The text block {|| text }. A text that does not make a block gives the error value.
 Var* ogmakecb(std::string_view text);
 
-#define BLOCK_BUILTINS(X) \
-  X("eval", eval, "eval(bBlock, ...) -> xValue: runs a code block with the arguments given")
+#define BLOCK_BUILTINS(X)                                                                    \
+  X("eval", eval, "eval(bBlock, ...) -> xValue: runs a code block with the arguments given", \
+    "eval({|a, b| a + b}, 2, 3) ==> 5")
 
 BLOCK_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kBlockBuiltins[] = {BLOCK_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kBlocksModule{.name = "blocks", .functions = kBlockBuiltins};
+inline constexpr ModuleRecord kBlocksModule{
+    .name = "blocks", .subject = "Blocks, names and calls", .functions = kBlockBuiltins};
 
 }  // namespace tarnel

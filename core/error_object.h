@@ -28,21 +28,22 @@ std::string error_report(Var* error);
 // layer has such a box: it reports the error and ends the run.
 void set_alert_hook(std::int32_t (*alert)(std::string_view message, Var* options, Var* colour));
 
-#define ERROR_BUILTINS(X)                                                                        \
-  X("_deferror", deferror, "_deferror(oError): the default error handler")                       \
-  X("_errcaller", errcaller,                                                                     \
-    "_errcaller(nCode, nSeverity, cText, [nSubcode], [cSubsystem]): raises an error")            \
-  X("break", builtin_break, "break([xValue]): leaves the innermost BEGIN SEQUENCE with a value") \
-  X("erralert", erralert, "erralert(cMessage, aOptions, [cColour]) -> nChoice: box of options")  \
-  X("errorblock", errorblock, "errorblock([bNew]) -> bOld: the block that receives errors")      \
-  X("errornew", errornew, "errornew() -> oError: a new error object")                            \
-  X("isbegseq", isbegseq, "isbegseq() -> lInside: is a BEGIN SEQUENCE active")
+#define ERROR_BUILTINS(X)                                                                          \
+  X("_deferror", deferror, "_deferror(oError): the default error handler")                         \
+  X("_errcaller", errcaller,                                                                       \
+    "_errcaller(nCode, nSeverity, cText, [nSubcode], [cSubsystem]): raises an error")              \
+  X("break", builtin_break, "break([xValue]): leaves the innermost BEGIN SEQUENCE with a value")   \
+  X("erralert", erralert, "erralert(cMessage, aOptions, [cColour]) -> nChoice: box of options")    \
+  X("errorblock", errorblock, "errorblock([bNew]) -> bOld: the block that receives errors",        \
+    "valtype(errorblock()) ==> B")                                                                 \
+  X("errornew", errornew, "errornew() -> oError: a new error object", "valtype(errornew()) ==> O") \
+  X("isbegseq", isbegseq, "isbegseq() -> lInside: is a BEGIN SEQUENCE active", "isbegseq() ==> .F.")
 
 ERROR_BUILTINS(DECLARE_BUILTIN)
 Var* errinit(std::int32_t argc, Var** argv);  // INIT procedure: makes the error objects live
 inline constexpr FunctionEntry kErrorBuiltins[] = {ERROR_BUILTINS(BUILTIN_ROW)};
 inline constexpr FunctionEntry kErrorInit[] = {{"errinit", errinit, nullptr}};
 inline constexpr ModuleRecord kErrorModule{
-    .name = "overror", .functions = kErrorBuiltins, .init = kErrorInit};
+    .name = "overror", .subject = "Errors", .functions = kErrorBuiltins, .init = kErrorInit};
 
 }  // namespace tarnel

@@ -50,14 +50,19 @@ std::string_view cschrarg(Var* v, const char* label);
   X("_displvar", displvar, "_displvar([nDepth]): lists locals and statics of a procedure")     \
   X("_procvar", procvar,                                                                       \
     "_procvar(cName, [cKind], [nDepth], [xNew]) -> xValue: a local or static by name")         \
-  X("__mclear", mclear, "__mclear(): CLEAR MEMORY, unbinds all memory variables")              \
+  X("__mclear", mclear, "__mclear(): CLEAR MEMORY, unbinds all memory variables",              \
+    "{__mvpublic('x'), __mclear(), type('x')}[3] ==> U")                                       \
   X("__mrelease", mrelease, "__mrelease([cName]): RELEASE, one variable or all of this level") \
-  X("__mvpublic", mvpublic, "__mvpublic(cName, ...): PUBLIC")                                  \
-  X("__mvprivate", mvprivate, "__mvprivate(cName, ...): PRIVATE")                              \
-  X("readvar", readvar, "readvar([cName]) -> cName: name of the variable being edited")
+  X("__mvpublic", mvpublic, "__mvpublic(cName, ...): PUBLIC",                                  \
+    "{__mvpublic('total'), type('total')}[2] ==> L")                                           \
+  X("__mvprivate", mvprivate, "__mvprivate(cName, ...): PRIVATE",                              \
+    "{__mvprivate('total'), type('total')}[2] ==> U")                                          \
+  X("readvar", readvar, "readvar([cName]) -> cName: name of the variable being edited",        \
+    "readvar('name') ==> NAME")
 
 MEMVAR_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kMemvarBuiltins[] = {MEMVAR_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kMemvarsModule{.name = "memvars", .functions = kMemvarBuiltins};
+inline constexpr ModuleRecord kMemvarsModule{
+    .name = "memvars", .subject = "Blocks, names and calls", .functions = kMemvarBuiltins};
 
 }  // namespace tarnel

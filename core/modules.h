@@ -20,11 +20,12 @@ struct FunctionEntry {
   const char* name;  // lower case; ten characters are significant
   Callable function;
   const char* usage;  // "name(parameters) -> result: what it does", or null for internal names
+  const char* example = nullptr;  // "expression ==> what the console shows", which a test tries
 };
 
-// A list X("name", function, usage) gives the declarations and the rows of a module's table.
-#define DECLARE_BUILTIN(name, function, usage) Var* function(std::int32_t argc, Var** argv);
-#define BUILTIN_ROW(name, function, usage) {name, function, usage},
+// A list X("name", function, usage, example) gives the declarations and the rows of a module's table.
+#define DECLARE_BUILTIN(name, function, ...) Var* function(std::int32_t argc, Var** argv);
+#define BUILTIN_ROW(name, function, ...) {name, function, __VA_ARGS__},
 
 struct NameSlot {
   const char* name;
@@ -35,6 +36,7 @@ constexpr int kRuntimeVersion = 440;  // 4.40; modules of another version are re
 
 struct ModuleRecord {
   const char* name = "";
+  const char* subject = "";  // under which docs/functions.md lists its functions
   std::span<const FunctionEntry> functions{};
   std::span<const NameSlot> names{};    // memory variables that the module mentions
   std::span<const NameSlot> aliases{};  // names it uses with ->
@@ -164,11 +166,13 @@ bool RUN_INIT(Var* a, Var* b);
 // EXIT procedures, each called with a running number from 1.
 bool RUN_EXIT();
 
-#define MODULE_BUILTINS(X) \
-  X("isfunction", isfunction, "isfunction(cName) -> lLinked: is there a function of that name")
+#define MODULE_BUILTINS(X)                                                                      \
+  X("isfunction", isfunction, "isfunction(cName) -> lLinked: is there a function of that name", \
+    "isfunction('strtran') ==> .T.")
 
 MODULE_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kModuleBuiltins[] = {MODULE_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kModulesModule{.name = "modules", .functions = kModuleBuiltins};
+inline constexpr ModuleRecord kModulesModule{
+    .name = "modules", .subject = "Blocks, names and calls", .functions = kModuleBuiltins};
 
 }  // namespace tarnel

@@ -63,13 +63,18 @@ class InterruptHold {
 #define RUNTIME_BUILTINS(X)                                                                      \
   X("__quit", builtin_quit, "__quit([nStatus]): ends the run through the exit road")             \
   X("__shutdown", builtin_shutdown, "__shutdown(): closes tables and terminal; the run goes on") \
-  X("pcount", pcount, "pcount() -> nCount: number of arguments passed to this procedure")        \
-  X("procfile", procfile, "procfile([nLevel]) -> cName: source module in the call chain")        \
-  X("procline", procline, "procline([nLevel]) -> nLine: source line in the call chain")          \
-  X("procname", procname, "procname([nLevel]) -> cName: procedure in the call chain")
+  X("pcount", pcount, "pcount() -> nCount: number of arguments passed to this procedure",        \
+    "pcount() ==> 0")                                                                            \
+  X("procfile", procfile, "procfile([nLevel]) -> cName: source module in the call chain",        \
+    "procfile() ==> TNSH")                                                                       \
+  X("procline", procline, "procline([nLevel]) -> nLine: source line in the call chain",          \
+    "procline() ==> 1")                                                                          \
+  X("procname", procname, "procname([nLevel]) -> cName: procedure in the call chain",            \
+    "procname() ==> TNSH")
 
 RUNTIME_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kRuntimeBuiltins[] = {RUNTIME_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kRuntimeModule{.name = "runtime", .functions = kRuntimeBuiltins};
+inline constexpr ModuleRecord kRuntimeModule{
+    .name = "runtime", .subject = "Runs and the system", .functions = kRuntimeBuiltins};
 
 }  // namespace tarnel

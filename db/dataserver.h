@@ -317,16 +317,20 @@ Callable driver_factory(std::string_view driver);
 Var* oggdefob(std::string_view driver);
 
 #define REGISTRY_BUILTINS(X)                                                              \
-  X("annnewrdd", annnewrdd, "annnewrdd(cName): adds a name to the list of table drivers") \
-  X("dbsetdrive", rddsetdefa, "dbsetdriver([cName]) -> cOld: the default table driver")   \
-  X("rddlist", rddlist, "rddlist() -> aNames: names of the table drivers")                \
-  X("rddsetdefa", rddsetdefa, "rddsetdefault([cName]) -> cOld: the default table driver")
+  X("annnewrdd", annnewrdd, "annnewrdd(cName): adds a name to the list of table drivers", \
+    "{annnewrdd('mine'), atail(rddlist())}[2] ==> MINE")                                  \
+  X("dbsetdrive", rddsetdefa, "dbsetdriver([cName]) -> cOld: the default table driver",   \
+    "dbsetdriver() ==> DBFIDX")                                                           \
+  X("rddlist", rddlist, "rddlist() -> aNames: names of the table drivers",                \
+    "rddlist()[1] ==> DBFIDX")                                                            \
+  X("rddsetdefa", rddsetdefa, "rddsetdefault([cName]) -> cOld: the default table driver", \
+    "rddsetdefault() ==> DBFIDX")
 
 REGISTRY_BUILTINS(DECLARE_BUILTIN)
 Var* rddinit(std::int32_t argc, Var** argv);  // INIT procedure: registers the driver of .dbf tables
 inline constexpr FunctionEntry kRegistryBuiltins[] = {REGISTRY_BUILTINS(BUILTIN_ROW)};
 inline constexpr FunctionEntry kRegistryInit[] = {{"rddinit", rddinit, nullptr}};
 inline constexpr ModuleRecord kRegistryModule{
-    .name = "rddsys", .functions = kRegistryBuiltins, .init = kRegistryInit};
+    .name = "rddsys", .subject = "Tables", .functions = kRegistryBuiltins, .init = kRegistryInit};
 
 }  // namespace tarnel

@@ -17,8 +17,10 @@ namespace tarnel {
 Var* dbfidxnew(std::int32_t argc, Var** argv);
 inline constexpr FunctionEntry kDbfidxBuiltins[] = {
     {"dbfidxnew", dbfidxnew,
-     "dbfidxnew([cFile], [lShared], [lReadOnly]) -> oServer: a driver object for .dbf tables"}};
-inline constexpr ModuleRecord kDbfidxModule{.name = "dbfidx", .functions = kDbfidxBuiltins};
+     "dbfidxnew([cFile], [lShared], [lReadOnly]) -> oServer: a driver object for .dbf tables",
+     "valtype(dbfidxnew()) ==> O"}};
+inline constexpr ModuleRecord kDbfidxModule{
+    .name = "dbfidx", .subject = "Tables", .functions = kDbfidxBuiltins};
 
 inline constexpr std::array<const ModuleRecord*, 8> kDbModules = {
     &kFrontModule,    &kOrderModule,  &kScanModule,    &kBulkModule,

@@ -13,6 +13,7 @@
 #include "lib/numbers.h"
 #include "lib/strings.h"
 #include "lib/value_text.h"
+#include "lib/values.h"
 
 namespace tarnel {
 namespace {

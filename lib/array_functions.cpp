@@ -95,6 +95,24 @@ void merge_sort(std::vector<Var*>& cells, std::vector<Var*>& spare, std::size_t 
 
 }  // namespace
 
+Var* acopy(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, "A") || !arg_is(argc, argv, 1, "A")) return nil_value();
+  const BodyHold source(argv[0]->shared), target(argv[1]->shared);
+  const std::int64_t from = std::max(int_argument(argc, argv, 2, 1), 1) - 1;
+  const std::int64_t to = std::max(int_argument(argc, argv, 4, 1), 1) - 1;
+  const std::int64_t count = std::max(int_argument(argc, argv, 3, INT32_MAX), 0);
+  // Within one array the end comes first where the target lies behind: nothing is copied twice.
+  const bool backwards = source.get() == target.get() && to > from;
+  const std::int64_t most = std::min({count, source->count - from, target->count - to});
+  for (std::int64_t n = 0; n < most; ++n) {
+    const std::int64_t i = backwards ? most - 1 - n : n;
+    // What is overwritten may have a destructor that changes either.
+    if (from + i >= source->count || to + i >= target->count) continue;
+    CPY_VAR(target->elements[to + i], source->elements[from + i]);
+  }
+  return argv[1];
+}
+
 Var* asort(std::int32_t argc, Var** argv) {
   if (!arg_is(argc, argv, 0, "A")) return nil_value();
   Var* array = argv[0];

@@ -88,8 +88,7 @@ Var* cmonth(std::int32_t argc, Var** argv) {
 }
 
 Var* builtin_time(std::int32_t, Var**) {
-  const std::tm now = local_time();
-  return TMP_TEXT(format_text("%02d:%02d:%02d", now.tm_hour, now.tm_min, now.tm_sec));
+  return TMP_TEXT(clock_text(local_time()));
 }
 
 Var* seconds(std::int32_t, Var**) {

@@ -1,6 +1,7 @@
 #include "lib/dates.h"
 
 #include <algorithm>
+#include <cassert>
 #include <charconv>
 #include <cstring>
 #include <ctime>
@@ -16,15 +17,7 @@ constexpr std::size_t kFormatRead = 11;   // characters of the format that show 
 constexpr std::size_t kFormatCheck = 15;  // characters that a check looks at
 constexpr std::size_t kFormatLimit = 19;  // characters that the setting holds
 
-constexpr bool is_leap(std::int64_t year) {
-  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-}
-
 constexpr int kDaysBefore[13] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365};
-
-constexpr std::int32_t month_length(std::int32_t month, std::int64_t year) {
-  return kDaysBefore[month] - kDaysBefore[month - 1] + (month == 2 && is_leap(year) ? 1 : 0);
-}
 
 // Appends a number as "%0*d" does.
 void append_padded(DateText& text, std::int32_t value, std::size_t width) {
@@ -92,11 +85,16 @@ void store_format(std::string_view format) {
 
 }  // namespace
 
+std::int32_t month_length(std::int32_t month, std::int64_t year) {
+  assert(month >= 1 && month <= 12);
+  return kDaysBefore[month] - kDaysBefore[month - 1] + (month == 2 && is_leap_year(year) ? 1 : 0);
+}
+
 std::int32_t dateEncode(std::int32_t day, std::int32_t month, std::int32_t year) {
   if (month < 1 || month > 12 || year < 1 || day < 1 || day > month_length(month, year)) return 0;
   const std::int64_t p = std::int64_t{year} - 1;
   const std::int64_t number = day + 365 * p + p / 4 - p / 100 + p / 400 + kDaysBefore[month - 1] +
-                              (month > 2 && is_leap(year) ? 1 : 0);
+                              (month > 2 && is_leap_year(year) ? 1 : 0);
   return number > INT32_MAX ? 0 : static_cast<std::int32_t>(number);
 }
 
@@ -260,6 +258,10 @@ std::tm local_time(std::time_t when) {
 
 std::int32_t day_of(const std::tm& local) {
   return dateEncode(local.tm_mday, local.tm_mon + 1, local.tm_year + 1900);
+}
+
+std::string clock_text(const std::tm& local) {
+  return format_text("%02d:%02d:%02d", local.tm_hour, local.tm_min, local.tm_sec);
 }
 
 std::int32_t current_date() {

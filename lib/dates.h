@@ -11,6 +11,12 @@
 
 namespace tarnel {
 
+constexpr bool is_leap_year(std::int64_t year) {
+  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+}
+// Days of a month. REQUIRES: month 1 to 12.
+std::int32_t month_length(std::int32_t month, std::int64_t year);
+
 // Day number of a date; 0 when there is no such day, the year is below 1 or the number too large.
 std::int32_t dateEncode(std::int32_t day, std::int32_t month, std::int32_t year);
 // The inverse; all parts are 0 for day number 0. Numbers below 1 continue backwards through year 0.
@@ -54,6 +60,7 @@ bool setCentury(int mode);
 
 std::tm local_time(std::time_t when = std::time(nullptr));
 std::int32_t day_of(const std::tm& local);
-std::int32_t current_date();  // today, local time
+std::string clock_text(const std::tm& local);  // hh:mm:ss
+std::int32_t current_date();                   // today, local time
 
 }  // namespace tarnel

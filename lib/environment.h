@@ -7,13 +7,16 @@
 namespace tarnel {
 
 #define ENVIRONMENT_BUILTINS(X)                                                               \
-  X("getenv", builtin_getenv, "getenv(cName, [cDefault]) -> cValue: an environment variable") \
-  X("os", os, "os() -> cName: name and release of the operating system")                      \
-  X("version", version, "version() -> cVersion: name and version of the runtime")
+  X("getenv", builtin_getenv, "getenv(cName, [cDefault]) -> cValue: an environment variable", \
+    "getenv('NO_SUCH', 'usual') ==> usual")                                                   \
+  X("os", os, "os() -> cName: name and release of the operating system",                      \
+    "left(os(), 5) ==> Linux")                                                                \
+  X("version", version, "version() -> cVersion: name and version of the runtime",             \
+    "left(version(), 6) ==> Tarnel")
 
 ENVIRONMENT_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kEnvironmentBuiltins[] = {ENVIRONMENT_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kEnvironmentModule{.name = "environ",
-                                                 .functions = kEnvironmentBuiltins};
+inline constexpr ModuleRecord kEnvironmentModule{
+    .name = "environ", .subject = "Runs and the system", .functions = kEnvironmentBuiltins};
 
 }  // namespace tarnel

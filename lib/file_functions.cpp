@@ -116,15 +116,15 @@ std::string attributes_of(const Entry& entry) {
   return letters;
 }
 
+constexpr std::int32_t kDescribed = 5;
 // {name, size, date, time, attributes} into a cell of the result.
 void describe(Var* cell, const Entry& entry) {
   const std::tm local = local_time(entry.status.st_mtime);
-  cscreara(cell, 5, kAllNil);
+  cscreara(cell, kDescribed, kAllNil);
   SET_STR(element(cell, 1), entry.name);
   SET_NUM(element(cell, 2), static_cast<double>(entry.status.st_size), 0);
   SET_DATE(element(cell, 3), day_of(local));
-  SET_STR(element(cell, 4),
-          format_text("%02d:%02d:%02d", local.tm_hour, local.tm_min, local.tm_sec));
+  SET_STR(element(cell, 4), clock_text(local));
   SET_STR(element(cell, 5), attributes_of(entry));
 }
 
@@ -211,16 +211,22 @@ Var* doserror(std::int32_t argc, Var** argv) {
   return TMP_INT(old);
 }
 
-Var* directory(std::int32_t argc, Var** argv) {
-  const auto wanted = text_argument(argc, argv, 1);
+namespace {
+// What a mask of directory() and adir() stands for; letters D and H ask for directories and hidden files too.
+std::vector<Entry> listed(std::string_view name, std::string_view wanted) {
   const bool directories = wanted.find_first_of("Dd") != wanted.npos;
   const bool hidden = wanted.find_first_of("Hh") != wanted.npos;
-  std::string mask = pathJoin("", text_argument(argc, argv, 0));
+  std::string mask = pathJoin("", name);
   if (is_directory(mask) && mask.back() != '/') mask += '/';
   const auto split = mask.rfind('/') + 1;
   std::string pattern = mask.substr(split);
   if (pattern.empty() || pattern == "*.*") pattern = "*";  // a name without a point counts too
-  const auto entries = read_directory(mask.substr(0, split), pattern, directories, hidden);
+  return read_directory(mask.substr(0, split), pattern, directories, hidden);
+}
+}  // namespace
+
+Var* directory(std::int32_t argc, Var** argv) {
+  const auto entries = listed(text_argument(argc, argv, 0), text_argument(argc, argv, 1));
   const auto count =
       static_cast<std::int32_t>(std::min(entries.size(), static_cast<std::size_t>(kMaxElements)));
   Var* result = NEW_TEMP();
@@ -228,6 +234,20 @@ Var* directory(std::int32_t argc, Var** argv) {
   for (std::int32_t i = 0; i < count; ++i)
     describe(element(result, i + 1), entries[static_cast<std::size_t>(i)]);
   return result;
+}
+
+Var* adir(std::int32_t argc, Var** argv) {
+  const bool all =
+      arg_is(argc, argv, kDescribed, "A");  // who wants attributes wants those that have them
+  const auto entries = listed(text_argument(argc, argv, 0), all ? "DH" : "");
+  Var* row = NEW_TEMP();
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    describe(row, entries[i]);
+    for (std::int32_t column = 1; column <= kDescribed; ++column)
+      if (arg_is(argc, argv, column, "A") && i < argv[column]->shared->count)
+        CPY_VAR(argv[column]->shared->elements[i], element(row, column));
+  }
+  return TMP_INT(static_cast<std::int32_t>(entries.size()));
 }
 
 }  // namespace tarnel

@@ -19,6 +19,7 @@ namespace tarnel {
 namespace {
 
 constexpr int kReadOnlyAttribute = 1;
+constexpr std::int64_t kReadPiece = 65536;
 
 struct HandleState {
   std::vector<int> open;  // what fopen and fcreate gave: a page can't reach the tables' descriptors
@@ -80,6 +81,22 @@ Var* builtin_fread(std::int32_t argc, Var** argv) {
   const std::int64_t n = fileRead(handle, buffer.data(), wanted);
   if (n > 0) SET_STR(argv[1], buffer);
   return TMP_INT(static_cast<std::int32_t>(std::max(n, std::int64_t{0})));
+}
+
+Var* freadstr(std::int32_t argc, Var** argv) {
+  const int handle = handle_of(argc, argv);
+  if (handle < 0 || !arg_is(argc, argv, 1, kNumeric)) return empty_text();
+  std::string text, piece;
+  // Piece by piece: a count may be far beyond the end of the file.
+  for (std::int64_t left = std::max(integer_of(argv[1]), 0); left > 0;) {
+    piece.resize(static_cast<std::size_t>(std::min(left, kReadPiece)));
+    const std::int64_t n = fileRead(handle, piece.data(), piece.size());
+    if (n > 0) text.append(piece, 0, static_cast<std::size_t>(n));
+    if (n < static_cast<std::int64_t>(piece.size())) break;
+    left -= n;
+  }
+  Var* result = TMP_TEXT(std::string_view(text).substr(0, text.find('\0')));
+  return is_error(result) ? empty_text() : result;
 }
 
 Var* builtin_fwrite(std::int32_t argc, Var** argv) {

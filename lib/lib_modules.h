@@ -5,9 +5,12 @@
 
 #include "core/modules.h"
 #include "lib/array_functions.h"
+#include "lib/binary.h"
+#include "lib/calendar.h"
 #include "lib/date_functions.h"
 #include "lib/environment.h"
 #include "lib/file_functions.h"
+#include "lib/memo_text.h"
 #include "lib/national.h"
 #include "lib/number_text.h"
 #include "lib/numbers.h"
@@ -17,14 +20,19 @@
 #include "lib/strings.h"
 #include "lib/strings_search.h"
 #include "lib/value_text.h"
+#include "lib/values.h"
+#include "lib/word_functions.h"
 
 namespace tarnel {
 
 inline constexpr auto kLibModules = std::to_array<const ModuleRecord*>({
     &kArrayFunctionsModule,
+    &kBinaryModule,
+    &kCalendarModule,
     &kDatesModule,
     &kEnvironmentModule,
     &kFilesModule,
+    &kMemoTextModule,
     &kNationalModule,
     &kNumberTextModule,
     &kNumbersModule,
@@ -34,6 +42,8 @@ inline constexpr auto kLibModules = std::to_array<const ModuleRecord*>({
     &kSetModule,
     &kStringsModule,
     &kValueTextModule,
+    &kValuesModule,
+    &kWordsModule,
 });
 
 }  // namespace tarnel

@@ -66,13 +66,17 @@ std::string_view month_name(int month);  // 1 to 12
 // Message 1 to 3 of the edit line, or the empty text.
 std::string_view language_message(int n);
 
-#define NATIONAL_BUILTINS(X)                                                              \
-  X("_langnames", langnames, "_langnames(nMessage) -> cText: a message of the language")  \
-  X("loadlang", loadlang, "loadlang(nLanguage, cFile) -> lLoaded: reads a language file") \
-  X("setlang", setlang, "setlang([nLanguage]) -> nOld: selects a loaded language, 0 none")
+#define NATIONAL_BUILTINS(X)                                                               \
+  X("_langnames", langnames, "_langnames(nMessage) -> cText: a message of the language",   \
+    "_langnames(1) ==> Insert")                                                            \
+  X("loadlang", loadlang, "loadlang(nLanguage, cFile) -> lLoaded: reads a language file",  \
+    "{memowrit('l', '!! DAYNAMES'), loadlang(1, 'l')}[2] ==> .T.")                         \
+  X("setlang", setlang, "setlang([nLanguage]) -> nOld: selects a loaded language, 0 none", \
+    "setlang() ==> 0")
 
 NATIONAL_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kNationalBuiltins[] = {NATIONAL_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kNationalModule{.name = "national", .functions = kNationalBuiltins};
+inline constexpr ModuleRecord kNationalModule{
+    .name = "national", .subject = "Settings and languages", .functions = kNationalBuiltins};
 
 }  // namespace tarnel

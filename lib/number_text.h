@@ -42,13 +42,16 @@ struct ParsedNumber {
 ParsedNumber parse_number(std::string_view text);
 
 #define NUMBER_TEXT_BUILTINS(X)                                                                    \
-  X("str", str, "str(nValue, [nWidth], [nDecimals]) -> cText: number as text, right-adjusted")     \
-  X("strzero", strzero, "strzero(nValue, [nWidth], [nDecimals]) -> cText: as str, zeros in front") \
-  X("val", val, "val(cText) -> nValue: the number at the beginning of a text")
+  X("str", str, "str(nValue, [nWidth], [nDecimals]) -> cText: number as text, right-adjusted",     \
+    "str(1.5, 8, 3) ==> 1.500")                                                                    \
+  X("strzero", strzero, "strzero(nValue, [nWidth], [nDecimals]) -> cText: as str, zeros in front", \
+    "strzero(7, 3) ==> 007")                                                                       \
+  X("val", val, "val(cText) -> nValue: the number at the beginning of a text",                     \
+    "val('12.50 kr') ==> 12.50")
 
 NUMBER_TEXT_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kNumberTextBuiltins[] = {NUMBER_TEXT_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kNumberTextModule{.name = "numtext",
-                                                .functions = kNumberTextBuiltins};
+inline constexpr ModuleRecord kNumberTextModule{
+    .name = "numtext", .subject = "Numbers", .functions = kNumberTextBuiltins};
 
 }  // namespace tarnel

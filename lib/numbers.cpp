@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <numbers>
 
-#include "core/blocks.h"
 #include "core/errors.h"
-#include "core/settings.h"
-#include "core/stacks.h"
 #include "lib/arguments.h"
 #include "lib/national.h"
 
@@ -34,6 +31,15 @@ Var* extreme(std::int32_t argc, Var** argv, double sign) {
   return sign * number_of(argv[1]) > sign * number_of(first) ? argv[1] : first;
 }
 
+// A whole number: an integer as long as it fits.
+Var* whole(std::int32_t argc, Var** argv, double (*function)(double)) {
+  if (!arg_is(argc, argv, 0, kNumeric)) return int_zero();
+  if (argv[0]->type == 'I') return argv[0];
+  const double value = function(number_of(argv[0]));
+  return value >= kIntMin && value <= kIntMax ? TMP_INT(static_cast<std::int32_t>(value))
+                                              : TMP_NUM(value, 0);
+}
+
 std::int32_t negated(std::int32_t value) {
   return static_cast<std::int32_t>(0U - static_cast<std::uint32_t>(value));
 }
@@ -54,30 +60,6 @@ double rounded(double value, int decimals) {
   return decimals < 0 ? whole * scale : whole / scale;
 }
 
-// The one-letter text for a type letter. Integers and floats show themselves with option intvar
-// only.
-const char* type_text(const Var* v) {
-  static constexpr const char* kTexts[] = {"U", "F", "I", "N", "D", "C", "M",
-                                           "L", "A", "S", "B", "O", "?"};
-  char letter = v->type;
-  if (letter == 'b') letter = 'B';
-  if ((letter == 'F' || letter == 'I') && !settings().intvar) letter = 'N';
-  for (const char* text : kTexts)
-    if (*text == letter) return text;
-  return "U";
-}
-
-// Evaluates an expression with errors held back. Null: no value.
-const char* type_of_expression(std::string_view text) {
-  const ErrorHold hold;
-  const std::int32_t mark = temp_top();
-  set_last_error(0);
-  const Var* value = macro_hooks().evaluate(text);
-  const char* result = value == nullptr || value->type == 'E' ? nullptr : type_text(value);
-  POP_TEMPS(mark);
-  return result;
-}
-
 }  // namespace
 
 Var* builtin_abs(std::int32_t argc, Var** argv) {
@@ -95,6 +77,33 @@ Var* builtin_sqrt(std::int32_t argc, Var** argv) {
 }
 Var* builtin_exp(std::int32_t argc, Var** argv) {
   return computed(argc, argv, false, std::exp);
+}
+Var* builtin_log10(std::int32_t argc, Var** argv) {
+  return computed(argc, argv, true, std::log10);
+}
+Var* builtin_sin(std::int32_t argc, Var** argv) {
+  return computed(argc, argv, false, std::sin);
+}
+Var* builtin_cos(std::int32_t argc, Var** argv) {
+  return computed(argc, argv, false, std::cos);
+}
+Var* builtin_atan2(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kNumeric) || !arg_is(argc, argv, 1, kNumeric)) return num_zero();
+  return TMP_NUM(std::atan2(number_of(argv[0]), number_of(argv[1])), -1);
+}
+Var* pi(std::int32_t, Var**) {
+  return TMP_NUM(std::numbers::pi, -1);
+}
+Var* builtin_floor(std::int32_t argc, Var** argv) {
+  return whole(argc, argv, std::floor);
+}
+Var* builtin_ceiling(std::int32_t argc, Var** argv) {
+  return whole(argc, argv, std::ceil);
+}
+Var* sign(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kNumeric)) return int_zero();
+  const double value = number_of(argv[0]);
+  return value > 0 ? int_one() : value < 0 ? int_minus_one() : int_zero();
 }
 Var* builtin_max(std::int32_t argc, Var** argv) {
   return extreme(argc, argv, 1);
@@ -156,46 +165,6 @@ Var* descend(std::int32_t argc, Var** argv) {
     default:
       return v;
   }
-}
-
-Var* valtype(std::int32_t argc, Var** argv) {
-  return TMP_STR(argc < 1 ? "U" : type_text(argv[0]));
-}
-
-namespace {
-// What the evaluation of an expression leaves there is the asker's affair alone.
-class KeepLastError {
- public:
-  KeepLastError() : saved_(last_error()) {}
-  ~KeepLastError() { set_last_error(saved_); }
-  KeepLastError(const KeepLastError&) = delete;
-  KeepLastError& operator=(const KeepLastError&) = delete;
-
- private:
-  const int saved_;
-};
-}  // namespace
-
-Var* type(std::int32_t argc, Var** argv) {
-  if (!arg_is(argc, argv, 0, kText) || macro_hooks().evaluate == nullptr) return empty_text();
-  const auto text = text_of(argv[0]);
-  const KeepLastError keep;
-  const char* letters = type_of_expression(text);
-  const int code = last_error();
-  if (letters == nullptr || code != 0) {
-    if (code == 308) {
-      letters = "UF";
-    } else if (code == 309) {
-      letters = "UE";
-    } else if (code == 310 || code == 319) {
-      letters = "U";
-    } else {
-      // A call that complains but goes on has a result all the same.
-      letters = type_of_expression(text);
-      if (letters == nullptr) letters = "UI";
-    }
-  }
-  return TMP_STR(letters);
 }
 
 }  // namespace tarnel

@@ -14,11 +14,13 @@ struct TerminalHooks {
 };
 void set_terminal_hooks(const TerminalHooks& hooks);
 
-#define OPTION_BUILTINS(X) \
-  X("ov_set", ov_set, "ov_set(cOption, [xValue], ...) -> xOld: reads or changes a named option")
+#define OPTION_BUILTINS(X)                                                                       \
+  X("ov_set", ov_set, "ov_set(cOption, [xValue], ...) -> xOld: reads or changes a named option", \
+    "ov_set('developer') ==> .F.")
 
 OPTION_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kOptionBuiltins[] = {OPTION_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kOptionsModule{.name = "ovset", .functions = kOptionBuiltins};
+inline constexpr ModuleRecord kOptionsModule{
+    .name = "ovset", .subject = "Settings and languages", .functions = kOptionBuiltins};
 
 }  // namespace tarnel

@@ -53,12 +53,14 @@ void picture_warning(const char* text);
 // empty and that text stands; negative when the value can't be shown.
 int pictureFormat(const Var* value, std::string_view picture, std::string& result);
 
-#define PICTURE_BUILTINS(X) \
-  X("transform", transform, \
-    "transform(xValue, [cPicture]) -> cText: a value shown through a picture")
+#define PICTURE_BUILTINS(X)                                                    \
+  X("transform", transform,                                                    \
+    "transform(xValue, [cPicture]) -> cText: a value shown through a picture", \
+    "transform(1234.5, '9,999.99') ==> 1,234.50")
 
 PICTURE_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kPictureBuiltins[] = {PICTURE_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kPictureModule{.name = "picture", .functions = kPictureBuiltins};
+inline constexpr ModuleRecord kPictureModule{
+    .name = "picture", .subject = "Values as texts", .functions = kPictureBuiltins};
 
 }  // namespace tarnel

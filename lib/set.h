@@ -22,11 +22,13 @@ std::string setText(int n, const std::string_view* text);
 // Who keeps the keys of SET TYPEAHEAD hears here of another size.
 void set_key_buffer_hook(void (*resized)(std::int32_t size));
 
-#define SET_BUILTINS(X) \
-  X("set", set, "set(nSetting, [xValue], [lAdditive]) -> xOld: reads or changes a setting")
+#define SET_BUILTINS(X)                                                                     \
+  X("set", set, "set(nSetting, [xValue], [lAdditive]) -> xOld: reads or changes a setting", \
+    "set(3) ==> 2")
 
 SET_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kSetBuiltins[] = {SET_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kSetModule{.name = "set", .functions = kSetBuiltins};
+inline constexpr ModuleRecord kSetModule{
+    .name = "set", .subject = "Settings and languages", .functions = kSetBuiltins};
 
 }  // namespace tarnel

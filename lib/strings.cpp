@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/arrays.h"
 #include "core/errors.h"
 #include "core/settings.h"
 #include "lib/arguments.h"
@@ -50,11 +49,6 @@ Var* first_has_class(std::int32_t argc, Var** argv, CharClass wanted) {
   if (argc != 1) return false_value();
   const std::string_view text = text_argument(argc, argv, 0);
   return logical(!text.empty() && has_class(static_cast<unsigned char>(text[0]), wanted));
-}
-
-bool is_blank_text(std::string_view text) {
-  constexpr std::string_view kBlanks{" \t\0", 3};
-  return text.find_first_not_of(kBlanks) == text.npos;
 }
 
 // How many of `available` bytes a count asks for.
@@ -151,43 +145,6 @@ Var* chr(std::int32_t argc, Var** argv) {
   }
   RT_ERROR(code, text);
   return empty_text();
-}
-
-Var* empty(std::int32_t argc, Var** argv) {
-  if (argc != 1) return error_value();
-  const Var* v = argv[0];
-  switch (v->type) {
-    case 'A':
-      return logical(element_count(v) == 0);
-    case 'B':
-      return logical(v->function == nullptr);
-    case 'b':
-      return logical(v->code == nullptr);
-    case 'C':
-    case 'M':
-      return logical(is_blank_text(text_of(v)));
-    case 'D':
-    case 'I':
-    case 'L':
-      return logical(v->i == 0);
-    case 'S':
-      return logical(v->window == nullptr);
-    case 'F':
-    case 'N':
-      return logical(v->num == 0);
-    case 'O':
-      return false_value();
-    case 'U':
-      return logical(!is_undefined(v));
-    default:
-      return error_value();
-  }
-}
-
-Var* len(std::int32_t argc, Var** argv) {
-  if (argc < 1 || is_undefined(argv[0])) return error_value();
-  if (is_text(argv[0])) return TMP_INT(static_cast<std::int32_t>(text_of(argv[0]).size()));
-  return argv[0]->type == 'A' ? TMP_INT(element_count(argv[0])) : int_zero();
 }
 
 Var* left(std::int32_t argc, Var** argv) {

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "lib/arguments.h"
+#include "lib/national.h"
 
 namespace tarnel {
 namespace {
@@ -11,31 +13,23 @@ namespace {
 constexpr auto kNone = std::string_view::npos;
 constexpr std::int32_t kDefaultCount = 65534;
 
-// An empty pattern is never found. Looking for the first byte is the fastest way while few places
-// that begin alike turn out wrong; memmem is the one whose time never grows out of proportion.
-std::size_t find_text(std::string_view text, std::string_view pattern, std::size_t from) {
-  constexpr std::size_t kPatience = 64, kBytesPerMiss = 32;
-  if (pattern.empty() || from > text.size() || pattern.size() > text.size() - from) return kNone;
-  const char* at = text.data() + from;
-  const char* const end = text.data() + text.size() - pattern.size() + 1;
-  for (std::size_t misses = 1;; ++misses) {
-    at = static_cast<const char*>(std::memchr(at, pattern[0], static_cast<std::size_t>(end - at)));
-    if (at == nullptr) return kNone;
-    if (std::memcmp(at + 1, pattern.data() + 1, pattern.size() - 1) == 0) break;
-    ++at;
-    const auto gone = static_cast<std::size_t>(at - text.data()) - from;
-    if (misses < kPatience || misses * kBytesPerMiss < gone) continue;
-    at = static_cast<const char*>(
-        memmem(at, text.size() - from - gone, pattern.data(), pattern.size()));
-    if (at == nullptr) return kNone;
-    break;
-  }
-  return static_cast<std::size_t>(at - text.data());
-}
-
 // strtran goes by the terminator: what stands behind a NUL does not count.
 std::string_view terminated(std::string_view text) {
   return text.substr(0, text.find('\0'));
+}
+
+// Copies of the first two arguments in capital letters, as the language has them.
+struct Capitals {
+  std::string search, text;
+  Capitals(std::int32_t argc, Var** argv)
+      : search(text_argument(argc, argv, 0)), text(text_argument(argc, argv, 1)) {
+    upper_bytes(search.data(), search.size());
+    upper_bytes(text.data(), text.size());
+  }
+};
+
+std::size_t start_argument(std::int32_t argc, Var** argv) {
+  return static_cast<std::size_t>(std::max(int_argument(argc, argv, 2, 1), 1)) - 1;
 }
 
 Var* position(std::size_t found) {
@@ -84,11 +78,62 @@ Var* replace_measured(const Replacement& r) {
 
 }  // namespace
 
+// Looking for the first byte is the fastest way while few places
+// that begin alike turn out wrong; memmem is the one whose time never grows out of proportion.
+std::size_t find_text(std::string_view text, std::string_view pattern, std::size_t from) {
+  constexpr std::size_t kPatience = 64, kBytesPerMiss = 32;
+  if (pattern.empty() || from > text.size() || pattern.size() > text.size() - from) return kNone;
+  const char* at = text.data() + from;
+  const char* const end = text.data() + text.size() - pattern.size() + 1;
+  for (std::size_t misses = 1;; ++misses) {
+    at = static_cast<const char*>(std::memchr(at, pattern[0], static_cast<std::size_t>(end - at)));
+    if (at == nullptr) return kNone;
+    if (std::memcmp(at + 1, pattern.data() + 1, pattern.size() - 1) == 0) break;
+    ++at;
+    const auto gone = static_cast<std::size_t>(at - text.data()) - from;
+    if (misses < kPatience || misses * kBytesPerMiss < gone) continue;
+    at = static_cast<const char*>(
+        memmem(at, text.size() - from - gone, pattern.data(), pattern.size()));
+    if (at == nullptr) return kNone;
+    break;
+  }
+  return static_cast<std::size_t>(at - text.data());
+}
+
 Var* at(std::int32_t argc, Var** argv) {
   if (!arg_is(argc, argv, 0, kText) || !arg_is(argc, argv, 1, kText)) return int_zero();
-  const std::int32_t start = std::max(int_argument(argc, argv, 2, 1), 1);
-  return position(
-      find_text(text_of(argv[1]), text_of(argv[0]), static_cast<std::size_t>(start) - 1));
+  return position(find_text(text_of(argv[1]), text_of(argv[0]), start_argument(argc, argv)));
+}
+
+Var* ati(std::int32_t argc, Var** argv) {
+  const Capitals in(argc, argv);
+  return position(find_text(in.text, in.search, start_argument(argc, argv)));
+}
+
+Var* rati(std::int32_t argc, Var** argv) {
+  const Capitals in(argc, argv);
+  return position(in.search.empty() ? kNone : in.text.rfind(in.search));
+}
+
+Var* atnum(std::int32_t argc, Var** argv) {
+  const auto search = text_argument(argc, argv, 0), text = text_argument(argc, argv, 1);
+  const std::int32_t which = int_argument(argc, argv, 2, 0);
+  if (which < 0) return int_zero();
+  if (which == 0) return position(search.empty() ? kNone : text.rfind(search));
+  std::size_t found = find_text(text, search, 0);
+  for (std::int32_t n = 1; n < which && found != kNone; ++n)
+    found = find_text(text, search, found + search.size());
+  return position(found);
+}
+
+Var* startswith(std::int32_t argc, Var** argv) {
+  return logical(arg_is(argc, argv, 0, kText) && arg_is(argc, argv, 1, kText) &&
+                 text_of(argv[0]).starts_with(text_of(argv[1])));
+}
+
+Var* endswith(std::int32_t argc, Var** argv) {
+  return logical(arg_is(argc, argv, 0, kText) && arg_is(argc, argv, 1, kText) &&
+                 text_of(argv[0]).ends_with(text_of(argv[1])));
 }
 
 Var* rat(std::int32_t argc, Var** argv) {

@@ -22,6 +22,7 @@ void ask_about_interrupt();
 
 ALERT_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kAlertBuiltins[] = {ALERT_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kAlertModule{.name = "tealert", .functions = kAlertBuiltins};
+inline constexpr ModuleRecord kAlertModule{
+    .name = "tealert", .subject = "Screen and keys", .functions = kAlertBuiltins};
 
 }  // namespace tarnel

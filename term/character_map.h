@@ -41,6 +41,7 @@ void reload_maps();
 
 MAP_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kMapBuiltins[] = {MAP_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kMapsModule{.name = "tekeymap", .functions = kMapBuiltins};
+inline constexpr ModuleRecord kMapsModule{
+    .name = "tekeymap", .subject = "Screen and keys", .functions = kMapBuiltins};
 
 }  // namespace tarnel

@@ -34,6 +34,7 @@ void set_colours(std::string_view text);
 
 COLOUR_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kColourBuiltins[] = {COLOUR_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kColoursModule{.name = "tecolrbx", .functions = kColourBuiltins};
+inline constexpr ModuleRecord kColoursModule{
+    .name = "tecolrbx", .subject = "Screen and keys", .functions = kColourBuiltins};
 
 }  // namespace tarnel

@@ -39,6 +39,7 @@ void shrink_key_buffer(std::int32_t size);
 
 KEYBOARD_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kKeyboardBuiltins[] = {KEYBOARD_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kKeyboardModule{.name = "teinput", .functions = kKeyboardBuiltins};
+inline constexpr ModuleRecord kKeyboardModule{
+    .name = "teinput", .subject = "Screen and keys", .functions = kKeyboardBuiltins};
 
 }  // namespace tarnel

@@ -15,6 +15,7 @@ void let_accept_read_input(bool may);
 
 PROMPT_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kPromptBuiltins[] = {PROMPT_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kPromptsModule{.name = "teprompt", .functions = kPromptBuiltins};
+inline constexpr ModuleRecord kPromptsModule{
+    .name = "teprompt", .subject = "Screen and keys", .functions = kPromptBuiltins};
 
 }  // namespace tarnel

@@ -42,7 +42,9 @@ SCREEN_BUILTINS(DECLARE_BUILTIN)
 Var* terminit(std::int32_t argc, Var** argv);
 inline constexpr FunctionEntry kScreenBuiltins[] = {SCREEN_BUILTINS(BUILTIN_ROW)};
 inline constexpr FunctionEntry kScreenInit[] = {{"terminit", terminit, nullptr}};
-inline constexpr ModuleRecord kScreenModule{
-    .name = "teoutput", .functions = kScreenBuiltins, .init = kScreenInit};
+inline constexpr ModuleRecord kScreenModule{.name = "teoutput",
+                                            .subject = "Screen and keys",
+                                            .functions = kScreenBuiltins,
+                                            .init = kScreenInit};
 
 }  // namespace tarnel

@@ -15,6 +15,7 @@ bool terminal_known();
 
 TERMINAL_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kTerminalBuiltins[] = {TERMINAL_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kTerminalModule{.name = "terminal", .functions = kTerminalBuiltins};
+inline constexpr ModuleRecord kTerminalModule{
+    .name = "terminal", .subject = "Screen and keys", .functions = kTerminalBuiltins};
 
 }  // namespace tarnel

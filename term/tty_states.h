@@ -16,6 +16,7 @@ void pop_tty();
 
 TTY_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kTtyBuiltins[] = {TTY_BUILTINS(BUILTIN_ROW)};
-inline constexpr ModuleRecord kTtyModule{.name = "tettystk", .functions = kTtyBuiltins};
+inline constexpr ModuleRecord kTtyModule{
+    .name = "tettystk", .subject = "Screen and keys", .functions = kTtyBuiltins};
 
 }  // namespace tarnel

@@ -15,7 +15,9 @@ Var* ascirddnew(std::int32_t argc, Var** argv);
 inline constexpr FunctionEntry kAscirddBuiltins[] = {
     {"ascirddnew", ascirddnew,
      "ascirddnew(cFile, aStruct, [cDelimiter], [xFor], [xWhile], [nNext], [nRecord], [lRest]) -> "
-     "oServer: opens a text file as a table to be read once"}};
-inline constexpr ModuleRecord kAscirddModule{.name = "ascirdd", .functions = kAscirddBuiltins};
+     "oServer: opens a text file as a table to be read once",
+     "{memowrit('more.txt', '\"Boden\",19'), ascirddnew('more.txt', dbstruct()), name}[3] ==> Boden"}};
+inline constexpr ModuleRecord kAscirddModule{
+    .name = "ascirdd", .subject = "Tables", .functions = kAscirddBuiltins};
 
 }  // namespace tarnel

@@ -1,11 +1,19 @@
 // docs/functions.md is written from the tables of the builtins. The page is made anew on each run,
 // in the working directory; where the committed one differs, copy it: cp functions.md docs/.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/core_modules.h"
 #include "db/db_modules.h"
@@ -25,6 +33,46 @@ std::string line_of(std::string_view usage) {
          "\n";
 }
 
+// The order in which the page tells of the subjects.
+constexpr std::string_view kSubjects[] = {
+    "Texts",
+    "Numbers",
+    "Dates and times",
+    "Values as texts",
+    "Arrays",
+    "Blocks, names and calls",
+    "Tables",
+    "Orders",
+    "Sets of records",
+    "Files",
+    "Settings and languages",
+    "Runs and the system",
+    "Errors",
+    "Screen and keys",
+};
+
+// The table that is open while an example is evaluated.
+constexpr std::string_view kTable[] = {
+    "dbcreate('towns', {{'name', 'C', 8, 0}, {'people', 'N', 6, 0}})",
+    "dbusearea(.T., , 'towns', , .F.)",
+    "rows := {{'Kiruna', 17}, {'Lund', 94}, {'Uppsala', 177}}",
+    "aeval(rows, {|row| dbappend(), fieldput(1, row[1]), fieldput(2, row[2])})",
+    "dbcreateindex('towns', 'name')",
+};
+
+// The functions of a subject by name, as the programs have them.
+std::vector<FunctionEntry> functions_of(std::string_view subject) {
+  std::vector<FunctionEntry> entries;
+  const FunctionTable table = kFunctions.table();
+  for (std::int32_t i = 1; i < table.count; ++i)
+    for (const ModuleRecord* module : kModules)
+      for (const FunctionEntry& entry : module->functions)
+        if (entry.usage != nullptr && entry.usage == table.entries[i].usage &&
+            module->subject == subject)
+          entries.push_back(entry);
+  return entries;
+}
+
 std::string functions_page() {
   std::string page =
       "# Functions\n\n"
@@ -32,10 +80,18 @@ std::string functions_page() {
       "with\n"
       "`.help NAME`. The first letter of a parameter tells its type: a array, b block, c text, d "
       "date,\n"
-      "l logical, n number, o object, x any. Brackets mark what may be left out.\n\n";
-  const FunctionTable table = kFunctions.table();
-  for (std::int32_t i = 1; i < table.count; ++i)
-    if (table.entries[i].usage != nullptr) page += line_of(table.entries[i].usage);
+      "l logical, n number, o object, x any. Brackets mark what may be left out.\n\n"
+      "Below a function stands an example, with what the console shows for it (without the blanks "
+      "in\n"
+      "front). This table is open in each of them:\n\n";
+  for (const std::string_view line : kTable) page += "    " + std::string(line) + "\n";
+  for (const std::string_view subject : kSubjects) {
+    page += "\n## " + std::string(subject) + "\n\n";
+    for (const FunctionEntry& entry : functions_of(subject)) {
+      page += line_of(entry.usage);
+      if (entry.example != nullptr) page += "  `" + std::string(entry.example) + "`\n";
+    }
+  }
   return page;
 }
 
@@ -47,7 +103,8 @@ std::string read_file(const std::string& path) {
 TEST(FunctionsPage, IsTheOneInDocs) {
   const std::string page = functions_page();
   std::ofstream("functions.md", std::ios::binary) << page;
-  EXPECT_EQ(read_file(std::string(TARNEL_SOURCE_DIR) + "/docs/functions.md"), page);
+  EXPECT_TRUE(read_file(std::string(TARNEL_SOURCE_DIR) + "/docs/functions.md") == page)
+      << "it differs from functions.md in the working directory";
 }
 
 // Every usage line has the function's own name and says what it does.
@@ -59,6 +116,110 @@ TEST(FunctionsPage, UsageLinesBelongToTheirFunctions) {
       const std::string name{usage.substr(0, usage.find('('))};
       EXPECT_EQ(compare_names(name.c_str(), entry.name), 0) << name << ", " << entry.name;
       EXPECT_NE(usage.find(": "), usage.npos) << usage;
+      EXPECT_NE(std::ranges::find(kSubjects, module->subject), std::end(kSubjects)) << module->name;
+    }
+}
+
+// Names of different functions that are one to the language: its names have ten letters.
+TEST(FunctionsPage, NamesDifferInTheirFirstTenLetters) {
+  std::map<std::string, std::string> seen;
+  for (const ModuleRecord* module : kModules)
+    for (const FunctionEntry& entry : module->functions) {
+      if (entry.usage == nullptr) continue;
+      const auto [at, fresh] =
+          seen.emplace(std::string(entry.name).substr(0, kNameSize), entry.usage);
+      EXPECT_TRUE(fresh) << entry.usage << "\n" << at->second;
+    }
+}
+
+// --- Examples
+
+namespace fs = std::filesystem;
+
+// What the console shows for some lines, without blanks at its ends.
+std::string shown_for(const fs::path& directory, std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), TARNEL_CONSOLE);
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    const int out = open((directory / "shown").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const int in = open("/dev/null", O_RDONLY);
+    if (dup2(in, 0) != 0 || dup2(out, 1) != 1 || dup2(out, 2) != 2 ||
+        chdir(directory.c_str()) != 0 || setenv("TERM", "dumb", 1) != 0)
+      _exit(126);
+    alarm(60);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  std::string shown = read_file(directory / "shown");
+  while (!shown.empty() && (shown.back() == '\n' || shown.back() == ' ')) shown.pop_back();
+  return shown.substr(std::min(shown.find_first_not_of(" \n"), shown.size()));
+}
+
+class Examples : public ::testing::Test {
+ protected:
+  Examples() {
+    std::string pattern = (fs::temp_directory_path() / "examples.XXXXXX").string();
+    scratch_ = mkdtemp(pattern.data());
+    const fs::path table = scratch_ / "table";
+    fs::create_directory(table);
+    std::ofstream script(table / "script");
+    for (const std::string_view line : kTable) script << line << '\n';
+    script.close();
+    shown_for(table, {"script"});
+    fs::remove(table / "script");
+    fs::remove(table / "shown");
+  }
+  ~Examples() override { fs::remove_all(scratch_); }
+
+  // In a directory that has only the table.
+  std::string evaluate(const std::string& expression) const {
+    const fs::path room = scratch_ / "room";
+    fs::remove_all(room);
+    fs::copy(scratch_ / "table", room);
+    return shown_for(room, {"-w", "towns.dbf", "-e", expression});
+  }
+
+ private:
+  fs::path scratch_;
+};
+
+TEST_F(Examples, ShowWhatTheySay) {
+  constexpr std::string_view kShows = " ==> ";
+  for (const ModuleRecord* module : kModules)
+    for (const FunctionEntry& entry : module->functions) {
+      if (entry.example == nullptr) continue;
+      const std::string example = std::string(entry.example) + " ";
+      const std::size_t at = example.find(kShows);
+      ASSERT_NE(at, example.npos) << example;
+      // An example is one of the function only if it calls it.
+      const std::string call =
+          std::string(entry.usage).substr(0, std::string(entry.usage).find('(') + 1);
+      EXPECT_NE(example.find(call), example.npos) << example;
+      EXPECT_EQ(evaluate(example.substr(0, at)) + " ", example.substr(at + kShows.size()))
+          << example;
+    }
+}
+
+// What ends the run, needs somebody to answer or tells of the caller's variables: a function that is added
+// has an example.
+constexpr std::string_view kWithoutExample[] = {
+    "_deferror",  "_displpriv", "_displpubl", "_displvar", "_errcaller", "_procvar",
+    "__mrelease", "__quit",     "__shutdown", "break",     "erralert",
+};
+
+TEST_F(Examples, EveryFunctionHasOne) {
+  for (const ModuleRecord* module : kModules)
+    for (const FunctionEntry& entry : module->functions) {
+      if (entry.usage == nullptr || module->subject == std::string_view("Screen and keys"))
+        continue;
+      const bool excused =
+          std::ranges::find(kWithoutExample, entry.name) != std::end(kWithoutExample);
+      EXPECT_NE(entry.example != nullptr, excused) << entry.name;
     }
 }
 

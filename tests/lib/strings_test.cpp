@@ -1,6 +1,7 @@
 #include <string>
 
 #include "lib/strings.h"
+#include "lib/values.h"
 #include "tests/lib/call.h"
 
 namespace tarnel::testing {
