@@ -70,12 +70,15 @@ void complain(std::string_view text) {
 }
 
 void tell(std::string_view text) {
+  write_error(std::string(text) + "\n");
+}
+
+void write_for_reader(std::string_view text) {
   if (screen_open() && isatty(STDERR_FILENO) != 0) {
-    state.kept_lines.append(text) += '\n';
+    state.kept_lines.append(text);
     return;
   }
-  flush_output();
-  write_fully(STDERR_FILENO, for_reader(text) + "\n");
+  write_fully(STDERR_FILENO, for_reader(text));
 }
 
 void write_kept_lines() {

@@ -16,6 +16,8 @@ namespace tarnel {
 void complain(std::string_view text);
 // Writes a line that is no fault. While a screen hides what is written there it is kept.
 void tell(std::string_view text);
+// The same for what the program itself writes to standard error: lines or parts of them.
+void write_for_reader(std::string_view text);
 // Writes what was kept.
 void write_kept_lines();
 // How often the run has complained.

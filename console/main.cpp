@@ -20,6 +20,7 @@
 #include "core/core_modules.h"
 #include "core/output.h"
 #include "core/runtime.h"
+#include "core/settings.h"
 #include "core/signals.h"
 #include "core/stacks.h"
 #include "core/text.h"
@@ -199,6 +200,8 @@ void run_on_screen(const CommandLine& line) {
 
 Var* console_main(std::int32_t, Var**) {
   set_interrupt_answer(InterruptAnswer::kLeave);
+  set_error_writer(write_for_reader);
+  settings().commands = true;  // who sits here has the shell anyway
   open_session();
   guard_terminal();
   show_progress();

@@ -1,10 +1,12 @@
 #include "core/blocks.h"
 
 #include <cassert>
+#include <vector>
 
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/signals.h"
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -40,6 +42,24 @@ Var* eval(std::int32_t argc, Var** argv) {
   if (argc < 1) return RT_ERROR(311, "in EVAL()");
   if (!arg_is(argc, argv, 0, "Bb")) return RT_ERROR(312, "in EVAL()");
   return run_block(argc, argv);
+}
+
+Var* do_function(std::int32_t argc, Var** argv) {
+  if (argc < 1) return RT_ERROR(311, "in DO()");
+  if (is_block(argv[0])) return run_block(argc, argv);
+  if (!arg_is(argc, argv, 0, "CM")) return RT_ERROR(312, "in DO()");
+  return CALL_VECTOR(GET_FUNC(FULL_NAME(trim_blanks(text_of(argv[0])))), argc - 1, argv + 1);
+}
+
+Var* make_block(BlockFunction function, std::initializer_list<Var*> values) {
+  std::vector<Var*> locals;
+  for (Var* value : values) {
+    locals.push_back(NEW_VAR('N', 'U'));
+    CPY_VAR(locals.back(), value);
+  }
+  Var* block = TMP_BLOCK(function, locals.data(), static_cast<std::int32_t>(locals.size()));
+  for (Var* local : locals) DEL_VAR(local);
+  return block;
 }
 
 Var* ogmakecb(std::string_view text) {

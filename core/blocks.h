@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -50,10 +51,16 @@ inline Var* EVAL_ANY(Var* block) {
   return run_block_with(block);
 }
 
+// A compiled block with copies of the values as its detached locals.
+Var* make_block(BlockFunction function, std::initializer_list<Var*> values);
+
 // The text block {|| text }. A text that does not make a block gives the error value.
 Var* ogmakecb(std::string_view text);
 
 #define BLOCK_BUILTINS(X)                                                                    \
+  X("do", do_function,                                                                       \
+    "do(cName | bBlock, ...) -> xValue: calls a function by its name, or a block",           \
+    "do('upper', 'abc') ==> ABC")                                                            \
   X("eval", eval, "eval(bBlock, ...) -> xValue: runs a code block with the arguments given", \
     "eval({|a, b| a + b}, 2, 3) ==> 5")
 

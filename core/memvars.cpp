@@ -272,6 +272,23 @@ Var* mvprivate(std::int32_t argc, Var** argv) {
   return declare_all(argc, argv, DECLARE_PRIVATE);
 }
 
+namespace {
+
+Var* memvar_access(std::int32_t argc, Var** argv, Var** locals) {
+  const std::string_view name = text_of(locals[0]);
+  if (argc > 0 && !is_nil(argv[0])) return CPY_VAR(GET_MEMVAR(name), argv[0]);
+  const std::int32_t sym = FIND_SYMBOL(name);
+  return sym > 0 && !is_undefined(symbol_var(sym)) ? symbol_var(sym) : RT_ERROR(307, name);
+}
+
+}  // namespace
+
+Var* memvarblock(std::int32_t argc, Var** argv) {
+  const std::int32_t sym = arg_is(argc, argv, 0, "CM") ? FIND_SYMBOL(text_of(argv[0])) : -1;
+  if (sym < 1 || is_undefined(symbol_var(sym))) return nil_value();
+  return make_block(memvar_access, {argv[0]});
+}
+
 Var* readvar(std::int32_t argc, Var** argv) {
   if (arg_is(argc, argv, 0, "CM") && !text_of(argv[0]).empty())
     state.readvar = text_of(argv[0]).substr(0, kReadvarSize);

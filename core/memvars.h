@@ -44,20 +44,24 @@ Var* FIND_LOCAL(std::string_view name, char kind = 0);
 // The text of a macro operand; error 312 with the label, and the empty text, when it is no text.
 std::string_view cschrarg(Var* v, const char* label);
 
-#define MEMVAR_BUILTINS(X)                                                                     \
-  X("_displpriv", displpriv, "_displpriv([nDepth], [cKind]): lists private variables")         \
-  X("_displpubl", displpubl, "_displpubl(): lists public variables")                           \
-  X("_displvar", displvar, "_displvar([nDepth]): lists locals and statics of a procedure")     \
-  X("_procvar", procvar,                                                                       \
-    "_procvar(cName, [cKind], [nDepth], [xNew]) -> xValue: a local or static by name")         \
-  X("__mclear", mclear, "__mclear(): CLEAR MEMORY, unbinds all memory variables",              \
-    "{__mvpublic('x'), __mclear(), type('x')}[3] ==> U")                                       \
-  X("__mrelease", mrelease, "__mrelease([cName]): RELEASE, one variable or all of this level") \
-  X("__mvpublic", mvpublic, "__mvpublic(cName, ...): PUBLIC",                                  \
-    "{__mvpublic('total'), type('total')}[2] ==> L")                                           \
-  X("__mvprivate", mvprivate, "__mvprivate(cName, ...): PRIVATE",                              \
-    "{__mvprivate('total'), type('total')}[2] ==> U")                                          \
-  X("readvar", readvar, "readvar([cName]) -> cName: name of the variable being edited",        \
+#define MEMVAR_BUILTINS(X)                                                                         \
+  X("_displpriv", displpriv, "_displpriv([nDepth], [cKind]): lists private variables")             \
+  X("_displpubl", displpubl, "_displpubl(): lists public variables")                               \
+  X("_displvar", displvar, "_displvar([nDepth]): lists locals and statics of a procedure")         \
+  X("_procvar", procvar,                                                                           \
+    "_procvar(cName, [cKind], [nDepth], [xNew]) -> xValue: a local or static by name")             \
+  X("__mclear", mclear, "__mclear(): CLEAR MEMORY, unbinds all memory variables",                  \
+    "{__mvpublic('x'), __mclear(), type('x')}[3] ==> U")                                           \
+  X("__mrelease", mrelease, "__mrelease([cName]): RELEASE, one variable or all of this level")     \
+  X("__mvpublic", mvpublic, "__mvpublic(cName, ...): PUBLIC",                                      \
+    "{__mvpublic('total'), type('total')}[2] ==> L")                                               \
+  X("__mvprivate", mvprivate, "__mvprivate(cName, ...): PRIVATE",                                  \
+    "{__mvprivate('total'), type('total')}[2] ==> U")                                              \
+  X("memvarblock", memvarblock,                                                                    \
+    "memvarblock(cName) -> bBlock: gives a memory variable a value, or its value; NIL when there " \
+    "is none",                                                                                     \
+    "{__mvpublic('x'), eval(memvarblock('x'), 5), type('x')}[3] ==> N")                            \
+  X("readvar", readvar, "readvar([cName]) -> cName: name of the variable being edited",            \
     "readvar('name') ==> NAME")
 
 MEMVAR_BUILTINS(DECLARE_BUILTIN)

@@ -8,6 +8,7 @@
 #include "core/errors.h"
 #include "core/runtime.h"
 #include "core/signals.h"
+#include "core/switched.h"
 
 namespace tarnel {
 namespace {
@@ -19,6 +20,7 @@ struct OutputState {
   void (*tee)(std::string_view) = nullptr;
   void (*device)(std::string_view) = nullptr;
   std::string (*filter)(std::string_view) = nullptr;
+  void (*error_writer)(std::string_view) = nullptr;
   bool broken = false;  // a write failed
   bool reader_may_go = false;
 } state;
@@ -60,6 +62,23 @@ void flush_output() {
       if (on_exit_road()) return;
     }
   }
+}
+
+void write_standard(std::string_view text) {
+  const Switched<void (*)(std::string_view)> no_copies(state.tee, nullptr);
+  write_output(text);
+}
+
+void write_error(std::string_view text) {
+  flush_output();
+  if (state.error_writer != nullptr)
+    state.error_writer(text);
+  else
+    write_fully(STDERR_FILENO, text);
+}
+
+void set_error_writer(void (*writer)(std::string_view text)) {
+  state.error_writer = writer;
 }
 
 void write_direct(std::string_view text) {

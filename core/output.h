@@ -33,6 +33,13 @@ void renew_output(bool reader_may_go);
 // Has no write failed so far?
 bool output_works();
 
+// Appends to the page alone: no copy for the second receiver.
+void write_standard(std::string_view text);
+// Writes to standard error, behind what stands before it on standard output.
+void write_error(std::string_view text);
+// What writes to standard error in place of descriptor 2; null: nothing.
+void set_error_writer(void (*writer)(std::string_view text));
+
 // A second receiver of all output (alternate and print files); null: none.
 void set_output_tee(void (*tee)(std::string_view text));
 

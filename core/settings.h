@@ -45,6 +45,8 @@ struct Settings {
   std::int32_t debugkey = 0, breakkey = 0, breakkey_companion = 0;
   std::int32_t escdelay = 10;  // tenths of a second
   std::string pathdelims = ";;,,";
+
+  bool commands = false;  // may run() start commands of the shell? Programs decide, not options
 };
 
 Settings& settings();

@@ -72,7 +72,10 @@ namespace tarnel {
     "{dbusearea(.F., , 'towns', , .F.), __dbzap(), lastrec()}[3] ==> 0")                           \
   X("__dbzappac", dbzappack,                                                                       \
     "__dbzappac(oServer, lPack) -> lDone: PACK or, false, ZAP of a driver object's table",         \
-    "{dbusearea(.F., , 'towns', , .F.), __dbzappac(dbserver(), .F.), lastrec()}[3] ==> 0")
+    "{dbusearea(.F., , 'towns', , .F.), __dbzappac(dbserver(), .F.), lastrec()}[3] ==> 0")         \
+  X("dbcopystruct", dbcopy_structure,                                                              \
+    "dbcopystruct(cFile, [aFields]) -> lDone: makes a new table of the same fields",               \
+    "dbcopystruct('empty', {'name'}) ==> .T.")
 
 BULK_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kBulkBuiltins[] = {BULK_BUILTINS(BUILTIN_ROW)};

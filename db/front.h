@@ -154,6 +154,8 @@ enum class NoArea : bool { kSilent, kError322 };
     "{dbappend(), recno()}[2] ==> 4")                                                              \
   X("dbcloseall", dbcloseall, "dbcloseall(): closes all tables",                                   \
     "{dbcloseall(), used()}[2] ==> .F.")                                                           \
+  X("dbcommitall", dbcommitall, "dbcommitall() -> lDone: commits the tables of all areas",         \
+    "dbcommitall() ==> .T.")                                                                       \
   X("dbcreate", dbcreate,                                                                          \
     "dbcreate(cFile, aRows, [cDriver], [nMode]) -> lDone: creates a table of the given structure", \
     "dbcreate('new', {{'id', 'N', 4, 0}}) ==> .T.")                                                \
@@ -163,20 +165,38 @@ enum class NoArea : bool { kSilent, kError322 };
     "dbcreateindex('people', 'people') ==> .T.")                                                   \
   X("dbf", dbf_name, "dbf() -> cFile: path of the current table",                                  \
     "right(dbf(), 10) ==> /towns.dbf")                                                             \
+  X("dbrlock", dbrlock,                                                                            \
+    "dbrlock([nRecord]) -> lHeld: locks a record beside those that are held, or the current one "  \
+    "in their place",                                                                              \
+    "{dbrlock(1), dbrlock(2), len(dbrlocklist())}[3] ==> 2")                                       \
+  X("dbrunlock", dbrunlock,                                                                        \
+    "dbrunlock([nRecord]) -> lDone: gives up the lock of a record, or all",                        \
+    "{dbrlock(1), dbrlock(2), dbrunlock(1), dbrlocklist()[1]}[4] ==> 2")                           \
   X("dbseek", dbseek, "dbseek(xKey, [lSoft]) -> lFound: goes to the first record with that key",   \
     "{dbsetorder(1), dbseek('Lund'), recno()}[3] ==> 2")                                           \
   X("dbselectarea", dbselectar, "dbselectarea(xArea): makes an area current, by number or alias",  \
     "{dbselectarea(2), used()}[2] ==> .F.")                                                        \
   X("dbsetindex", dbsetindex, "dbsetindex(cFile) -> lDone: opens an order",                        \
     "{dbcreateindex('people', 'people'), dbsetindex('towns'), len(indexnames())}[3] ==> 2")        \
+  X("dbtableext", dbtableext, "dbtableext() -> cExtension: extension of table files",              \
+    "dbtableext() ==> .dbf")                                                                       \
+  X("dbunlockall", dbunlockall, "dbunlockall() -> lDone: gives up the locks of all areas",         \
+    "{rlock(), dbunlockall(), len(dbrlocklist())}[3] ==> 0")                                       \
   X("dbusearea", dbusearea,                                                                        \
     "dbusearea(lNew, [cDriver], cFile, [cAlias], [lShared], [lReadOnly]) -> lOpen: opens a table", \
     "{dbusearea(.T., , 'towns', 'again', .T.), alias()}[2] ==> AGAIN")                             \
   X("field", fieldname_function, "field(nField) -> cName: name of a field", "field(1) ==> NAME")   \
+  X("fieldblock", fieldblock,                                                                      \
+    "fieldblock(cName) -> bBlock: stores a value into a field of the area then current, or gives " \
+    "its value; NIL without such a field",                                                         \
+    "eval(fieldblock('people')) ==> 17")                                                           \
   X("fieldget", fieldget, "fieldget(xField) -> xValue: value of a field, by number or name",       \
     "fieldget('people') ==> 17")                                                                   \
   X("fieldput", fieldput, "fieldput(xField, xValue) -> xValue: stores a value into a field",       \
     "{rlock(), fieldput('people', 18), people}[3] ==> 18")                                         \
+  X("fieldwblock", fieldwblock,                                                                    \
+    "fieldwblock(cName, nArea) -> bBlock: as fieldblock, for the field of an area",                \
+    "eval(fieldwblock('people', 1)) ==> 17")                                                       \
   X("found", found, "found([lSet]) -> lFound: did the last seek or locate find something",         \
     "{dbsetorder(1), dbseek('Lund'), found()}[3] ==> .T.")                                         \
   X("indexext", indexext, "indexext() -> cExtension: extension of order files",                    \
@@ -185,6 +205,8 @@ enum class NoArea : bool { kSilent, kError322 };
     "right(indexnames()[1], 10) ==> /towns.idx")                                                   \
   X("neterr", neterr, "neterr([lSet]) -> lFailed: did the last open, append or lock fail",         \
     "neterr() ==> .F.")                                                                            \
+  X("ordbagext", indexext, "ordbagext() -> cExtension: extension of order files",                  \
+    "ordbagext() ==> .idx")                                                                        \
   X("ordcreate", ordcreate,                                                                        \
     "ordcreate(cFile, [cBag], cKey, [bKey], [lUnique]) -> lDone: creates an order",                \
     "{ordcreate('people', , 'people'), indexkey(1)}[2] ==> people")                                \

@@ -74,7 +74,7 @@ Var* front_call(Var* server, std::string_view member, char kind, std::int32_t ar
   return call_slot(server, member, server_slot(member, kind), argc, argv);
 }
 
-#define DEFINE_FRONT(function, member, kind, pass, no_area, result, ...)          \
+#define DEFINE_FRONT(function, member, kind, pass, no_area, result, ...)            \
   Var* front_##function(std::int32_t argc, Var** argv) {                            \
     static constexpr FrontRow row = {member, server_slot(member, kind), Pass::pass, \
                                      NoArea::no_area, Default::result};             \

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/arrays.h"
+#include "core/blocks.h"
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/settings.h"
@@ -77,6 +78,37 @@ bool lock_each(Var* server, std::int32_t count, Var** records, bool several) {
     all &= truth_of(front_call(server, {"rlock", kMethod}, 1, &number));
   }
   return all;
+}
+
+// Calls a member for every area; were all results true?
+bool in_all_areas(FrontMember member) {
+  std::vector<std::int32_t> numbers;  // an area may close meanwhile
+  for (const WorkArea* area = area_list(); area != nullptr; area = area->next)
+    numbers.push_back(area->number);
+  bool all = true;
+  for (const std::int32_t number : numbers)
+    if (const WorkArea* area = area_by_number(number); area != nullptr && area->server() != nullptr)
+      all &= truth_of(front_call(area->server(), member, 0, nullptr));
+  return all;
+}
+
+// The field that the first local names: stores a value that is given, or gives its value.
+Var* field_access(std::int32_t argc, Var** argv, Var** locals) {
+  Var* passed[] = {locals[0], argc > 0 ? argv[0] : nil_value()};
+  return is_nil(passed[1]) ? fieldget(1, passed) : fieldput(2, passed);
+}
+
+// The same in the area of the number in the second local.
+Var* area_field_access(std::int32_t argc, Var** argv, Var** locals) {
+  WorkArea* area = area_by_number(locals[1]->i);
+  if (area == nullptr || area->server() == nullptr)
+    return RT_ERROR(322, format_text("in work area %d", locals[1]->i));
+  const AreaScope in(area);
+  return field_access(argc, argv, locals);
+}
+
+bool has_field(Var* server, Var** name) {
+  return integer_of(front_call(server, {"fieldpos", kMethod}, 1, name)) > 0;
 }
 
 // One column of the structure into an array, as far as that reaches.
@@ -207,6 +239,40 @@ Var* afields(std::int32_t argc, Var** argv) {
   return TMP_INT(std::min(room, element_count(rows)));
 }
 
+Var* fieldblock(std::int32_t argc, Var** argv) {
+  Var* server = front_server(NoArea::kSilent);
+  if (server == nullptr || !arg_is(argc, argv, 0, kText) || !has_field(server, argv))
+    return nil_value();
+  return make_block(field_access, {argv[0]});
+}
+
+Var* fieldwblock(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kText) || !arg_is(argc, argv, 1, kNumber)) return nil_value();
+  const WorkArea* area = area_by_number(integer_of(argv[1]));
+  if (area == nullptr || area->server() == nullptr || !has_field(area->server(), argv))
+    return nil_value();
+  return make_block(area_field_access, {argv[0], TMP_INT(area->number)});
+}
+
+// --- Locks.
+
+Var* dbrlock(std::int32_t argc, Var** argv) {
+  Var* server = front_server(NoArea::kSilent);
+  if (server == nullptr) return false_value();
+  return front_call(server, {"rlock", kMethod}, arg_is(argc, argv, 0, kNumber) ? 1 : 0, argv);
+}
+
+Var* dbrunlock(std::int32_t argc, Var** argv) {
+  return front_dbunlock(arg_is(argc, argv, 0, kNumber) ? 1 : 0, argv);
+}
+
+Var* dbcommitall(std::int32_t, Var**) {
+  return logical(in_all_areas({"commit", kMethod}));
+}
+Var* dbunlockall(std::int32_t, Var**) {
+  return logical(in_all_areas({"unlock", kMethod}));
+}
+
 Var* rlock(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kSilent);
   if (server == nullptr) return false_value();
@@ -265,6 +331,13 @@ Var* ordlistadd(std::int32_t argc, Var** argv) {
 Var* dbsetindex(std::int32_t argc, Var** argv) {
   if (!given(argc, argv, 0)) return true_value();
   return ordlistadd(1, argv);
+}
+
+Var* dbtableext(std::int32_t, Var**) {
+  Var* server = front_server(NoArea::kSilent);
+  if (server == nullptr) server = oggdefob("");
+  Var* code = TMP_INT(info::kTableExtension);
+  return server != nullptr ? front_call(server, {"info", kMethod}, 1, &code) : empty_text();
 }
 
 Var* indexext(std::int32_t, Var**) {

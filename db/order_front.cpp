@@ -24,6 +24,18 @@ Var* ask(std::int32_t code, std::int32_t argc, Var** argv, Var* without_area) {
   return front_call(server, {"orderinfo", kMethod}, 3, passed);
 }
 
+// The number of the order of a name; 0 when there is none, which must not be taken for the controlling one.
+std::int32_t order_number(Var* server, Var* name) {
+  const auto base = [](std::string_view file) {
+    file = base_name(file);
+    return file.substr(0, file.rfind('.'));
+  };
+  Var* number = ask(kOrderNumber, 1, &name, int_zero());
+  Var* passed[] = {TMP_INT(kName), number};
+  const Var* found = front_call(server, {"orderinfo", kMethod}, 2, passed);
+  return is_text(found) && text_of(found) == base(text_of(name)) ? integer_of(number) : 0;
+}
+
 }  // namespace
 
 Var* dborderinfo(std::int32_t argc, Var** argv) {
@@ -52,18 +64,32 @@ Var* ordsetfocus(std::int32_t argc, Var** argv) {
   Var* number = argv[0];
   if (number->type == 'C') {
     if (text_of(number).empty()) return former;
-    // A name that no order has must not be taken for the controlling order.
-    number = ask(kOrderNumber, argc, argv, int_zero());
-    Var* passed[] = {TMP_INT(kName), number};
-    const Var* found = front_call(server, {"orderinfo", kMethod}, 2, passed);
-    const auto base = [](std::string_view name) {
-      name = base_name(name);
-      return name.substr(0, name.rfind('.'));
-    };
-    if (!is_text(found) || text_of(found) != base(text_of(argv[0]))) return former;
+    number = TMP_INT(order_number(server, argv[0]));
+    if (number->i == 0) return former;
   }
   front_call(server, {"setorder", kMethod}, 1, &number);
   return former;
+}
+
+Var* ordnumber(std::int32_t argc, Var** argv) {
+  Var* server = front_server(NoArea::kSilent);
+  if (server == nullptr) return int_zero();
+  if (arg_is(argc, argv, 0, "CM")) return TMP_INT(order_number(server, argv[0]));
+  const std::int32_t number = integer_of(ask(kOrderNumber, argc, argv, int_zero()));
+  const bool other = arg_is(argc, argv, 0, "NFI") && integer_of(argv[0]) != number;
+  return other || number < 0 ? int_zero() : TMP_INT(number);
+}
+
+Var* ordkeygoto(std::int32_t argc, Var** argv) {
+  Var* server = front_server(NoArea::kSilent);
+  if (server == nullptr || !arg_is(argc, argv, 0, "NFI")) return false_value();
+  const std::int32_t wanted = integer_of(argv[0]);
+  if (wanted < 1 || wanted > integer_of(front_lastrec(0, nullptr))) return false_value();
+  const CellHold held(server);  // a filter may close the area
+  front_call(server, {"gotop", kMethod}, 0, nullptr);
+  Var* further = TMP_INT(wanted - 1);
+  if (wanted > 1) front_call(server, {"skip", kMethod}, 1, &further);
+  return logical(!truth_of(front_eof(0, nullptr)));
 }
 
 Var* ordcondset(std::int32_t argc, Var** argv) {

@@ -39,6 +39,9 @@ namespace tarnel {
     "ordkey(1) ==> name")                                                                          \
   X("ordkeycoun", ordkeycount,                                                                     \
     "ordkeycount([xOrder], [cFile]) -> nKeys: number of keys in an order", "ordkeycount(1) ==> 3") \
+  X("ordkeygoto", ordkeygoto,                                                                      \
+    "ordkeygoto(nKey) -> lDone: goes to a record by its place in the controlling order",           \
+    "{ordkeygoto(2), name}[2] ==> Lund")                                                           \
   X("ordkeyno", ordkeyno,                                                                          \
     "ordkeyno([xOrder], [cFile]) -> nRecord: record of the key under the cursor, -1 none",         \
     "{ordsetfocus(1), ordkeyno()}[2] ==> 1")                                                       \
@@ -46,6 +49,9 @@ namespace tarnel {
     "{ordsetfocus(1), ordkeyval()}[2] ==> Kiruna")                                                 \
   X("ordname", ordname, "ordname([nOrder], [cFile]) -> cName: name of an order",                   \
     "ordname(1) ==> towns")                                                                        \
+  X("ordnumber", ordnumber,                                                                        \
+    "ordnumber([xOrder], [cFile]) -> nOrder: number of an order, 0 when there is none",            \
+    "ordnumber('towns') ==> 1")                                                                    \
   X("ordsetfocu", ordsetfocus,                                                                     \
     "ordsetfocus([xOrder], [cFile]) -> cOld: makes an order the controlling one; the name of "     \
     "the former",                                                                                  \

@@ -21,29 +21,17 @@
 #include "lib/strings_search.h"
 #include "lib/value_text.h"
 #include "lib/values.h"
+#include "lib/variable_file.h"
 #include "lib/word_functions.h"
 
 namespace tarnel {
 
 inline constexpr auto kLibModules = std::to_array<const ModuleRecord*>({
-    &kArrayFunctionsModule,
-    &kBinaryModule,
-    &kCalendarModule,
-    &kDatesModule,
-    &kEnvironmentModule,
-    &kFilesModule,
-    &kMemoTextModule,
-    &kNationalModule,
-    &kNumberTextModule,
-    &kNumbersModule,
-    &kOptionsModule,
-    &kPictureModule,
-    &kSearchModule,
-    &kSetModule,
-    &kStringsModule,
-    &kValueTextModule,
-    &kValuesModule,
-    &kWordsModule,
+    &kArrayFunctionsModule, &kBinaryModule,       &kCalendarModule, &kDatesModule,
+    &kEnvironmentModule,    &kFilesModule,        &kMemoTextModule, &kNationalModule,
+    &kNumberTextModule,     &kNumbersModule,      &kOptionsModule,  &kPictureModule,
+    &kSearchModule,         &kSetModule,          &kStringsModule,  &kValueTextModule,
+    &kValuesModule,         &kVariableFileModule, &kWordsModule,
 });
 
 }  // namespace tarnel

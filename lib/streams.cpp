@@ -48,7 +48,7 @@ void close_stream(OpenStream& stream) {
   stream = {};
 }
 
-// Starts a shell on the command, with its standard input on a descriptor. Result: 0 or the system's
+// Starts a shell on the command, with a descriptor as its standard input, or that of this process for -1. Result: 0 or the system's
 // number.
 int spawn_on(int input, std::string command, pid_t& child) {
   char shell[] = "/bin/sh", option[] = "-c", end_of_options[] = "--";
@@ -57,7 +57,7 @@ int spawn_on(int input, std::string command, pid_t& child) {
   posix_spawnattr_t attributes;
   sigset_t usual;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
+  if (input >= 0) posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
   posix_spawnattr_init(&attributes);
   sigemptyset(&usual);
   sigaddset(&usual, SIGPIPE);  // ignored here, but the command may count on it
@@ -67,6 +67,12 @@ int spawn_on(int input, std::string command, pid_t& child) {
   posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   return failure;
+}
+
+// Waits for a process to end, until a signal asks for something.
+pid_t wait_for(pid_t child, int* status) {
+  return retried([&] { return waitpid(child, status, 0); },
+                 [] { return errno == EINTR && !signal_waits(); });
 }
 
 // Opens a plain file; a missing one is created. A failure has been reported.
@@ -111,9 +117,19 @@ int open_pipe_to(std::string_view command, pid_t& reader) {
   return -1;
 }
 
+int run_command(std::string_view command, int& status) {
+  pid_t child = -1;
+  if (trim_left(command).empty()) return ENOENT;
+  flush_output();  // what the command writes comes behind what was written before it
+  if (const int failure = spawn_on(-1, std::string(command), child); failure != 0) return failure;
+  int ended = 0;
+  if (wait_for(child, &ended) < 0) return errno;
+  status = WIFEXITED(ended) ? WEXITSTATUS(ended) : 128 + WTERMSIG(ended);
+  return 0;
+}
+
 void wait_for_reader(pid_t reader) {
-  retried([&] { return waitpid(reader, nullptr, 0); },
-          [] { return errno == EINTR && !signal_waits(); });
+  wait_for(reader, nullptr);
 }
 
 void open_stream(Stream which, std::string_view name, bool append) {

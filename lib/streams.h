@@ -39,6 +39,10 @@ PrintPlace print_place();
 
 // Starts a command of the shell that reads what is written to a pipe: the end to write to, or -1 with errno set.
 [[nodiscard]] int open_pipe_to(std::string_view command, pid_t& reader);
+// Runs a command of the shell on the descriptors of this process and waits for its end, until a signal asks for
+// something. Result: 0, or the system's number when the command could not start or was not waited for. `status` is that
+// of its exit, or 128 and the number of the signal that ended it.
+[[nodiscard]] int run_command(std::string_view command, int& status);
 // Waits for its end, until a signal asks for something.
 void wait_for_reader(pid_t reader);
 

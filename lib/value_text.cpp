@@ -48,11 +48,11 @@ void write_console(std::string_view text) {
   settings().console ? write_output(text) : copy_output(text);
 }
 
-void write_values(std::int32_t argc, Var** argv) {
+void write_values(std::int32_t argc, Var** argv, void (*write)(std::string_view)) {
   NumberBuffer buffer;
   for (std::int32_t i = 0; i < argc; ++i) {
-    if (i > 0) write_console(" ");
-    write_console(varToText(argv[i], buffer));
+    if (i > 0) write(" ");
+    write(varToText(argv[i], buffer));
   }
 }
 
@@ -151,12 +151,22 @@ void set_screen_writer(void (*writer)(std::string_view, std::string_view)) {
 
 Var* qout(std::int32_t argc, Var** argv) {
   write_console("\n");
-  write_values(argc, argv);
+  write_values(argc, argv, write_console);
   return nil_value();
 }
 
 Var* qqout(std::int32_t argc, Var** argv) {
-  write_values(argc, argv);
+  write_values(argc, argv, write_console);
+  return nil_value();
+}
+
+Var* outstd(std::int32_t argc, Var** argv) {
+  write_values(argc, argv, write_standard);
+  return nil_value();
+}
+
+Var* outerr(std::int32_t argc, Var** argv) {
+  write_values(argc, argv, write_error);
   return nil_value();
 }
 

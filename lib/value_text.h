@@ -35,14 +35,20 @@ int varDefaultText(const Var* value, std::string& mask, std::string& result);
 // is the current one.
 void set_screen_writer(void (*writer)(std::string_view text, std::string_view colour));
 
-#define VALUE_TEXT_BUILTINS(X)                                                              \
-  X("devout", devout, "devout(xValue, [cColour]): writes a value to the current device",    \
-    "devout('text') ==> textNIL")                                                           \
-  X("dispout", dispout, "dispout(xValue, [cColour]): writes a value to the screen",         \
-    "dispout('text') ==> textNIL")                                                          \
-  X("qout", qout, "qout(...): a line feed, then the values with blanks between them",       \
-    "qout('a', .T.) ==> a .T.NIL")                                                          \
-  X("qqout", qqout, "qqout(...): the values with blanks between them, on the current line", \
+#define VALUE_TEXT_BUILTINS(X)                                                                   \
+  X("devout", devout, "devout(xValue, [cColour]): writes a value to the current device",         \
+    "devout('text') ==> textNIL")                                                                \
+  X("dispout", dispout, "dispout(xValue, [cColour]): writes a value to the screen",              \
+    "dispout('text') ==> textNIL")                                                               \
+  X("outerr", outerr, "outerr(...): the values with blanks between them, to standard error",     \
+    "outerr('a') ==> aNIL")                                                                      \
+  X("outstd", outstd,                                                                            \
+    "outstd(...): the values with blanks between them, to standard output whatever SET CONSOLE " \
+    "and the files that copy it say",                                                            \
+    "outstd('a', .T.) ==> a .T.NIL")                                                             \
+  X("qout", qout, "qout(...): a line feed, then the values with blanks between them",            \
+    "qout('a', .T.) ==> a .T.NIL")                                                               \
+  X("qqout", qqout, "qqout(...): the values with blanks between them, on the current line",      \
     "qqout('a', .T.) ==> a .T.NIL")
 
 VALUE_TEXT_BUILTINS(DECLARE_BUILTIN)

@@ -8,6 +8,7 @@
 #include "lib/numbers.h"
 #include "lib/strings.h"
 #include "lib/value_text.h"
+#include "lib/values.h"
 #include "pages/pages.h"
 #include "pages/table_access.h"
 

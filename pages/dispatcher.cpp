@@ -9,6 +9,7 @@
 #include "lib/set.h"
 #include "lib/strings.h"
 #include "lib/strings_search.h"
+#include "lib/values.h"
 #include "pages/pages.h"
 
 namespace tarnel {

@@ -5,6 +5,7 @@
 #include "frontend/toolkit.h"
 #include "lib/number_text.h"
 #include "lib/strings.h"
+#include "lib/values.h"
 #include "pages/pages.h"
 
 namespace tarnel {

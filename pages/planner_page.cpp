@@ -9,6 +9,7 @@
 #include "lib/date_functions.h"
 #include "lib/number_text.h"
 #include "lib/strings.h"
+#include "lib/values.h"
 #include "pages/pages.h"
 #include "pages/planner_tables.h"
 #include "pages/table_access.h"

@@ -6,6 +6,7 @@
 #include "lib/file_functions.h"
 #include "lib/number_text.h"
 #include "lib/strings.h"
+#include "lib/values.h"
 #include "pages/pages.h"
 #include "pages/table_access.h"
 
