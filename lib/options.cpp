@@ -51,9 +51,8 @@ Var* logical_option(std::int32_t argc, Var** argv, const OptionRow& row) {
 }
 
 Var* developer_option(std::int32_t argc, Var** argv, const OptionRow& row) {
-  constexpr int kShowNotices = 700, kHideNotices = 800;
   Var* old = logical_option(argc, argv, row);
-  set_error_threshold(settings().developer ? kShowNotices : kHideNotices);
+  follow_developer();
   return old;
 }
 
@@ -180,6 +179,11 @@ const OptionRow* find_option(std::string_view given) {
 }
 
 }  // namespace
+
+void follow_developer() {
+  constexpr int kShowNotices = 700, kHideNotices = 800;
+  set_error_threshold(settings().developer ? kShowNotices : kHideNotices);
+}
 
 void set_terminal_hooks(const TerminalHooks& hooks) {
   state.terminal = hooks;

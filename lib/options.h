@@ -14,6 +14,9 @@ struct TerminalHooks {
 };
 void set_terminal_hooks(const TerminalHooks& hooks);
 
+// The option `developer` has another value: notices are told or not from now on.
+void follow_developer();
+
 #define OPTION_BUILTINS(X)                                                                       \
   X("ov_set", ov_set, "ov_set(cOption, [xValue], ...) -> xOld: reads or changes a named option", \
     "ov_set('developer') ==> .F.")

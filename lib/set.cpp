@@ -5,9 +5,12 @@
 
 #include "core/errors.h"
 #include "core/settings.h"
+#include "core/stacks.h"
 #include "lib/arguments.h"
 #include "lib/dates.h"
 #include "lib/file_names.h"
+#include "lib/national.h"
+#include "lib/options.h"
 #include "lib/streams.h"
 
 namespace tarnel {
@@ -287,6 +290,20 @@ std::int32_t setNumber(int n, std::int32_t value) {
   settings().*kRows[n].number = value;
   if (n == kTypeahead && key_buffer_resized != nullptr) key_buffer_resized(value);
   return old;
+}
+
+void reset_set() {
+  const TempsMark mark;
+  close_streams();
+  clear_extensions();
+  select_language(0);
+  const bool commands = settings().commands;  // the program's affair
+  reset_settings();
+  settings().commands = commands;
+  follow_developer();
+  if (key_buffer_resized != nullptr) key_buffer_resized(settings().typeahead);
+  tell_screen("setcolor", TMP_TEXT(settings().color));
+  tell_screen("setcursor", int_one());
 }
 
 void set_key_buffer_hook(void (*resized)(std::int32_t size)) {

@@ -19,6 +19,10 @@ std::int32_t setNumber(int n, std::int32_t value);
 // are the file settings 19, 22 and 24 with an open that appends.
 std::string setText(int n, const std::string_view* text);
 
+// Gives all settings and named options the values that they have at the start. The files that copy output are closed,
+// no extension is translated, no language is current, and who keeps keys, colours and the cursor hears of it.
+void reset_set();
+
 // Who keeps the keys of SET TYPEAHEAD hears here of another size.
 void set_key_buffer_hook(void (*resized)(std::int32_t size));
 

@@ -10,6 +10,7 @@
 #include <functional>
 
 #include "lib/file_names.h"
+#include "lib/set.h"
 #include "tests/lib/call.h"
 #include "tests/support/fail_nth.h"
 
@@ -26,12 +27,12 @@ class Files : public LibTest {
     directory_ = mkdtemp(name);
     fs::current_path(directory_);
     fs::create_directory("sub");
-    clear_extensions();
+    reset_set();
   }
   ~Files() override {
     fs::current_path(before_);
     fs::remove_all(directory_);
-    clear_extensions();
+    reset_set();
   }
   static void write(const std::string& name, const std::string& text) {
     std::ofstream(name, std::ios::binary) << text;
@@ -65,7 +66,7 @@ TEST_F(Files, NamesAreMappedToThisSystem) {
   settings().lowerfiles = true;
   settings().pathupper = true;
   maps({{"Dir\\File.DBF", "DIR/file.dbf"}});
-  reset_settings();
+  reset_set();
   settings().shortname = true;
   maps({{"verylongname.data", "verylong.dat"},
         {"dir/very long name.1234", "dir/verylong.1234"},
@@ -73,7 +74,7 @@ TEST_F(Files, NamesAreMappedToThisSystem) {
         {"a.b.c", "a.b.c"},
         {"$;|x&.dbf", "x.dbf"}});
   EXPECT_EQ(take_errors(), "");
-  reset_settings();
+  reset_set();
   EXPECT_EQ(fileNameMap("C:abcdef", 9), "C:abcdef");
   EXPECT_EQ(take_errors(), "901 Drive C: substitution exceedes 9 chars");
   extensionMap("x", "longest");

@@ -42,7 +42,7 @@ class Streams : public LibTest {
     if (std::freopen("/dev/null", "w", stdout) == nullptr) std::abort();
   }
   ~Streams() override {
-    close_streams();
+    reset_set();
     flush_output();
     dup2(saved_, STDOUT_FILENO);
     close(saved_);
@@ -62,6 +62,40 @@ class Streams : public LibTest {
   std::filesystem::path before_;
   int saved_;
 };
+
+TEST_F(Streams, AResetGivesEverySettingAndOptionItsFirstValue) {
+  constexpr int kSettings = 41;
+  const char* const options[] = {"developer", "typeahead", "upperfiles", "pathupper",
+                                 "memcompat", "shortname", "zerobyte",   "lock40comp",
+                                 "intvar",    "debugkey",  "breakkey",   "escdelay"};
+  const auto all = [&] {
+    std::vector<std::string> values;
+    for (int n = 1; n <= kSettings; ++n) values.push_back(call("set", {n}));
+    for (const char* option : options) values.push_back(call("ov_set", {option}));
+    values.push_back(call("ov_set", {"translext", "dbf"}));
+    values.push_back(std::to_string(error_threshold()));
+    return values;
+  };
+  const std::vector<std::string> first = all();
+  for (int pass = 0; pass < 2;
+       ++pass)  // a file that copies output is opened before it is switched on
+    for (int n = 1; n <= kSettings; ++n)
+      if (const std::string& old = first[static_cast<std::size_t>(n) - 1]; old[0] == 'L')
+        call("set", {n, old == "L F"});
+      else
+        old[0] == 'I' ? call("set", {n, 7}) : call("set", {n, n == 4 ? "yyyy.mm.dd" : "print"});
+  for (const char* option : options) call("ov_set", {option, 9});
+  call("ov_set", {"translext", "dbf", "data"});
+  const std::vector<std::string> changed = all();
+  int different = 0;
+  for (std::size_t i = 0; i < first.size(); ++i) different += changed[i] != first[i] ? 1 : 0;
+  EXPECT_GE(different,
+            static_cast<int>(first.size()) - 2);  // SET 38 has no other value; two flags share one
+  take_errors();
+  reset_set();
+  EXPECT_EQ(all(), first);
+  EXPECT_EQ(take_errors(), "");
+}
 
 TEST_F(Streams, AlternateFileCopiesWhileItIsOn) {
   call("set", {19, path("", "alt")});
@@ -116,6 +150,12 @@ TEST_F(Streams, AFileThatCannotBeOpenedTurnsTheSettingOff) {
   EXPECT_EQ(call("set", {18}), "L F");
   EXPECT_EQ(call("set", {19}), "C ");
   call("qout", {"goes on"});
+}
+
+TEST_F(Set, CommandsOfTheShellNeedTheProgramsLeave) {
+  EXPECT_EQ(call("run", {"exit 3"}), "I -1 !320 RUN: this program starts no commands");
+  settings().commands = true;
+  EXPECT_EQ(call("run", {"exit 3"}), "I 3");
 }
 
 }  // namespace
