@@ -14,6 +14,7 @@
 #include "core/stacks.h"
 #include "lib/dates.h"
 #include "lib/lib_modules.h"
+#include "lib/web_texts.h"
 
 namespace {
 
@@ -150,6 +151,22 @@ void UpperBesideMemcpy(benchmark::State& state) {
   }
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * kMegabyte));
 }
+// Texts without much to escape, as most are, and one in which an address needs an escape for every word.
+void HtmlEscape(benchmark::State& state) {
+  start();
+  measure(state, htmlesc, TMP_TEXT(text_of_words()));
+}
+void UrlEncode(benchmark::State& state) {
+  start();
+  measure(state, urlenc, TMP_TEXT(text_of_words()));
+}
+void UrlEncodeLetters(benchmark::State& state) {
+  start();
+  measure(state, urlenc, TMP_TEXT(std::string(kMegabyte, 'x')));
+}
+BENCHMARK(HtmlEscape);
+BENCHMARK(UrlEncode);
+BENCHMARK(UrlEncodeLetters);
 BENCHMARK(Upper);
 BENCHMARK(UpperBesideMemcpy);
 

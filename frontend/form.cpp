@@ -11,11 +11,6 @@ namespace {
 
 constexpr int kEnd = -1;
 
-// A letter counts by its place in the alphabet from 10 on, anything else by its distance from '0'.
-int digit_value(char digit) {
-  return digit >= 'A' ? (digit & ~0x20) - 'A' + 10 : digit - '0';
-}
-
 }  // namespace
 
 std::int32_t content_length(const char* text) {
@@ -50,24 +45,6 @@ bool FormReader::next(std::string& field) {
     field += static_cast<char>(byte);
   }
   return !(cut_ && remaining_ == 0);
-}
-
-std::string decode_field(std::string field) {
-  std::size_t length = 0;  // of what is decoded, which lies before what isn't yet
-  // Plus signs are blanks before escapes are read, also inside one.
-  const auto at = [&field](std::size_t i) {
-    return i >= field.size() ? '\0' : field[i] == '+' ? ' ' : field[i];
-  };
-  for (std::size_t i = 0; i < field.size(); ++i) {
-    if (field[i] == '%') {
-      field[length++] = static_cast<char>(digit_value(at(i + 1)) * 16 + digit_value(at(i + 2)));
-      i += 2;
-    } else {
-      field[length++] = at(i);
-    }
-  }
-  field.resize(length);
-  return field;
 }
 
 }  // namespace tarnel

@@ -1,4 +1,4 @@
-// The body of a POST: fields between ampersands, plus signs for blanks, %XX for any byte.
+// The body of a POST: fields between ampersands, whose plus signs and escapes decode_url() carries out.
 #pragma once
 
 #include <algorithm>
@@ -34,9 +34,5 @@ class FormReader {
   std::size_t buffered_ = 0, position_ = 0;
   char buffer_[16384];
 };
-
-// Carries out plus signs and escapes. Digits are not checked; those that are missing at the end of
-// the text count as NUL bytes. The result has the room of the argument.
-std::string decode_field(std::string field);
 
 }  // namespace tarnel

@@ -15,6 +15,7 @@
 #include "frontend/form.h"
 #include "frontend/log.h"
 #include "frontend/state_object.h"
+#include "lib/url.h"
 
 namespace tarnel {
 namespace {
@@ -71,21 +72,14 @@ Var* make_form_array(std::int32_t length) {
       log_line("the form has more than %d fields, the rest is dropped", kMaxElements);
       break;
     }
-    field = decode_field(std::move(field));
-    const std::string_view text = field;
-    const std::size_t equals = text.find('=');
-    const std::string_view name = text.substr(0, equals);
-    const std::string_view value =
-        equals == std::string_view::npos ? std::string_view() : text.substr(equals + 1);
+    field = decode_url(std::move(field));
+    const NamedValue pair = split_pair(field);
+    const auto& [name, value] = pair;
     if (element_count(form) < kLoggedFields)
       log_line("form variable \"%.*s\" is \"%.*s\"",
                static_cast<int>(std::min(name.size(), kLoggedBytes)), name.data(),
                static_cast<int>(std::min(value.size(), kLoggedBytes)), value.data());
-    const std::int32_t mark = temp_top();
-    Var* pair = cscreara(NEW_TEMP(), 2, kAllNil);
-    store_pair(pair, name, value);
-    CALL_SIMPLE(aadd, form, pair);
-    POP_TEMPS(mark);
+    append_pair(form, pair);
   }
   if (element_count(form) > kLoggedFields)
     log_line("%d more form variables aren't logged", element_count(form) - kLoggedFields);

@@ -22,6 +22,7 @@
 #include "lib/value_text.h"
 #include "lib/values.h"
 #include "lib/variable_file.h"
+#include "lib/web_texts.h"
 #include "lib/word_functions.h"
 
 namespace tarnel {
@@ -31,7 +32,7 @@ inline constexpr auto kLibModules = std::to_array<const ModuleRecord*>({
     &kEnvironmentModule,    &kFilesModule,        &kMemoTextModule, &kNationalModule,
     &kNumberTextModule,     &kNumbersModule,      &kOptionsModule,  &kPictureModule,
     &kSearchModule,         &kSetModule,          &kStringsModule,  &kValueTextModule,
-    &kValuesModule,         &kVariableFileModule, &kWordsModule,
+    &kValuesModule,         &kVariableFileModule, &kWebTextsModule, &kWordsModule,
 });
 
 }  // namespace tarnel

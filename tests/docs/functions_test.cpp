@@ -39,6 +39,7 @@ constexpr std::string_view kSubjects[] = {
     "Numbers",
     "Dates and times",
     "Values as texts",
+    "Pages",
     "Arrays",
     "Blocks, names and calls",
     "Tables",

@@ -14,6 +14,7 @@
 #include "frontend/log.h"
 #include "frontend/state_object.h"
 #include "frontend/toolkit.h"
+#include "lib/url.h"
 #include "tests/support/test_runtime.h"
 
 namespace tarnel::testing {
@@ -30,7 +31,7 @@ std::string fields_of(const std::string& body, std::int32_t length) {
   close(ends[1]);
   FormReader reader(ends[0], length);
   std::string field, all;
-  while (reader.next(field)) all += "[" + decode_field(field) + "]";
+  while (reader.next(field)) all += "[" + decode_url(field) + "]";
   close(ends[0]);
   return all;
 }
@@ -56,7 +57,7 @@ TEST_F(FrontEnd, EscapesGiveBytesAlsoWhenTheyAreBroken) {
       {"a%3Db=c", "a=b=c"}, {"1+%2B+2", "1 + 2"}, {"%e5%E4", "\xE5\xE4"},
       {"x%", "x\xD0"},      {"x%4", "x\x10"},     {"%00z", std::string("\0z", 2)},
       {"%zz", "\x53"},      {"100%25", "100%"},   {"%+1%1+", std::string("\1\0", 2)}};
-  for (const auto& [sent, decoded] : cases) EXPECT_EQ(decode_field(sent), decoded) << sent;
+  for (const auto& [sent, decoded] : cases) EXPECT_EQ(decode_url(sent), decoded) << sent;
 }
 
 TEST_F(FrontEnd, LengthsAreReadAsNumbersWithinBounds) {

@@ -75,5 +75,26 @@ TEST_F(Strings, LongTextsAreMappedAsShortOnes) {
   }
 }
 
+// What is written into a page or an address comes back, whatever its bytes and however they lie in the blocks
+// that are looked at together; and nothing that acts there is left.
+TEST_F(Strings, EscapesComeBack) {
+  std::string bytes;
+  for (int c = 0; c < 256; ++c) bytes += static_cast<char>(c);
+  for (std::size_t from = 0; from < bytes.size(); from += 7)
+    for (const std::size_t size :
+         {std::size_t{1}, std::size_t{63}, std::size_t{64}, std::size_t{65}, bytes.size() - from}) {
+      const TempsMark mark;
+      const std::string text = bytes.substr(from, size);
+      const std::string html(text_of(call_cell("htmlesc", {text}))),
+          url(text_of(call_cell("urlenc", {text})));
+      EXPECT_EQ(html.find_first_of("<>\"'"), html.npos);
+      EXPECT_EQ(call("htmlunesc", {html}), "C " + text);
+      EXPECT_EQ(url.find_first_not_of(
+                    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~%"),
+                url.npos);
+      EXPECT_EQ(call("urldec", {url}), "C " + text);
+    }
+}
+
 }  // namespace
 }  // namespace tarnel::testing
