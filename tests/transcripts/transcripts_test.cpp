@@ -213,6 +213,10 @@ TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
        "",
        ".T.\nwarning 105: ",
        1},
+      {{"-e", ".help chr"},
+       "",
+       "chr(nCode) -> cText: the character of a code 0 to 255\n  chr(65) ==> A\n",
+       0},
       {{"-y"}, "7", TARNEL_CONSOLE ": unrecognized option", 2}};
   const ScratchDirectory scratch;
   std::ofstream(scratch.path() / "script") << "x + 1\n.t.\n";
