@@ -1,23 +1,17 @@
 // Changes that a browser makes: the record is locked first and read again, so that nobody's change is lost.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <optional>
 
 #include "console/browser.h"
 #include "console/session.h"
+#include "console/user_editor.h"
 #include "core/classes.h"
-#include "core/descriptors.h"
 #include "core/errors.h"
 #include "core/signals.h"
 #include "core/text.h"
 #include "lib/dates.h"
-#include "lib/files.h"
 #include "lib/number_text.h"
 #include "lib/value_text.h"
 #include "term/colours.h"
@@ -28,7 +22,6 @@ namespace tarnel {
 namespace {
 
 constexpr std::size_t kLongestCharacter = 4;  // of UTF-8
-constexpr std::size_t kLargestMemo = 64 << 20;
 
 // The lock of the current record for one change. A lock that was there before stays.
 class RecordLock {
@@ -157,61 +150,14 @@ void edit_text(Browser& browser) {
 
 // --- Memos.
 
-// A file that only its user can read, gone at the end of the scope.
-class PrivateFile {
- public:
-  PrivateFile() {
-    const char* directory = std::getenv("TMPDIR");
-    path_ =
-        std::string(directory != nullptr && *directory != 0 ? directory : "/tmp") + "/memo.XXXXXX";
-    fd_ = mkostemp(path_.data(), O_CLOEXEC);
-  }
-  ~PrivateFile() {
-    if (fd_ < 0) return;
-    ::close(fd_);
-    ::unlink(path_.c_str());
-  }
-  PrivateFile(const PrivateFile&) = delete;
-  PrivateFile& operator=(const PrivateFile&) = delete;
-
-  const std::string& path() const { return path_; }
-  bool write(std::string_view text) { return fd_ >= 0 && write_fully(fd_, text); }
-  // Editors may have replaced the file.
-  std::optional<std::string> read() {
-    const int fd = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
-    std::string text;
-    const bool good = fd >= 0 && read_handle(fd, text, kLargestMemo);
-    if (fd >= 0) ::close(fd);
-    return good ? std::optional<std::string>(text) : std::nullopt;
-  }
-
- private:
-  std::string path_;
-  int fd_ = -1;
-};
-
-// Runs the user's editor on a file while the terminal is given back. False when it failed.
-bool run_editor(const std::string& path) {
-  std::string shell = "sh", option = "-c", command = "${VISUAL:-${EDITOR:-vi}} \"$1\"", name = path;
-  char* argv[] = {shell.data(), option.data(), command.data(), shell.data(), name.data(), nullptr};
-  screen_device().give_back();
-  pid_t child = -1;
-  int status = -1;
-  if (posix_spawn(&child, "/bin/sh", nullptr, nullptr, argv, environ) == 0)
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
-  take_interrupt();  // it was meant for the editor
-  screen_device().take_again();
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
 void edit_memo(Browser& browser) {
   const BrowseColumn& column = browser.current_column();
   const std::string before = browser.table.shown(text_of(browser.table.value(column)));
-  PrivateFile file;
+  PrivateFile file("memo");
   browser.message = "the record stays locked while the editor runs";
   draw_browser(browser);
   show_screen();
-  if (!file.write(before) || !run_editor(file.path())) {
+  if (!file.write(before) || !run_user_editor(file.path())) {
     browser.message = "the editor failed";
     return;
   }

@@ -12,6 +12,7 @@
 #include "console/dir_command.h"
 #include "console/export_commands.h"
 #include "console/import_command.h"
+#include "console/modify_command.h"
 #include "console/open_commands.h"
 #include "console/output_target.h"
 #include "console/record_commands.h"
@@ -89,6 +90,9 @@ constexpr DotCommand kDotCommands[] = {
     {"mode", "[MODE]",
      "shows rows as table, box, line, csv, tsv, json, jsonl, markdown, html or insert",
      choose_mode},
+    {"modify", "[TABLE] [from SCRIPT [!]]",
+     "changes the fields of a table, by the editor or a script; ! cuts what has no place",
+     modify_table},
     {"null", "TEXT", "what is shown for fields that hold nothing", set_nothing},
     {"once", "FILE, |COMMAND", "writes what the next line shows to a file or a command",
      once_command},

@@ -11,6 +11,7 @@
 #include "console/open_commands.h"
 #include "console/row_commands.h"
 #include "console/session.h"
+#include "console/structure_text.h"
 #include "console/table_commands.h"
 #include "console/text_set.h"
 #include "console/words.h"
@@ -44,20 +45,9 @@ DbfIdx* table_of(std::string_view alias) {
   return nullptr;
 }
 
-bool has_size(char type) {
-  return type == 'C' || type == 'N' || type == 'F';
-}
-
 void write_structure(const DbfIdx& dbf) {
-  std::string line = ".create " + quoted(base_name(dbf.fileName));
-  const char* between = " ";
-  for (const dbf::Field& field : dbf.fields) {
-    line.append(between).append(field.name).append(1, ' ').append(1, field.type);
-    if (has_size(field.type)) line += ' ' + std::to_string(field.length);
-    if (field.decimals != 0 && field.type != 'C') line += ' ' + std::to_string(field.decimals);
-    between = ", ";
-  }
-  write_output(line + "\n");
+  write_output(".create " + quoted(base_name(dbf.fileName)) + " " + structure_text(dbf.fields) +
+               "\n");
 }
 
 // A text of the language, with quotes of a kind that it doesn't hold.
@@ -188,27 +178,6 @@ bool write_all_records(DbfIdx& dbf) {
 }
 
 // --- What is made of such lines.
-
-// NAME TYPE [LENGTH [DECIMALS]], ... as rows of a structure, a text of the language; "" after a complaint.
-std::string structure_of(std::string_view text) {
-  std::string rows = "{";
-  while (!text.empty()) {
-    std::string_view field = trim_blanks(text.substr(0, text.find(',')));
-    text.remove_prefix(std::min(text.find(','), text.size() - 1) + 1);
-    const std::string name(take_word(field)), type(take_word(field));
-    std::string sizes;
-    for (int i = 0; i < 2; ++i) {
-      const std::string_view word = take_word(field);
-      if (word.find_first_not_of("0123456789") != word.npos) return {};
-      sizes.append(", ").append(word.empty() ? "0" : word);
-    }
-    if (type.empty() || !field.empty() || name.find('"') != name.npos ||
-        type.find('"') != type.npos)
-      return {};
-    rows += (rows.size() > 1 ? ", {\"" : "{\"") + name + "\", \"" + type + '"' + sizes + "}";
-  }
-  return rows + "}";
-}
 
 bool fill_record(DbfIdx& dbf, std::string_view values, std::vector<std::uint8_t>& record) {
   JsonReader json(values, true);

@@ -16,6 +16,7 @@
 #include "console/import_reader.h"
 #include "console/session.h"
 #include "console/text_set.h"
+#include "console/user_editor.h"
 #include "console/words.h"
 #include "core/descriptors.h"
 #include "core/open_files.h"
@@ -46,22 +47,6 @@ bool form_of(std::string_view file, ImportForm& form) {
   else
     return false;
   return true;
-}
-
-// All of a file; "" or what is wrong with it. A pipe without a writer would keep the open waiting.
-std::string read_file(const std::string& name, std::string& text) {
-  const File file(name.c_str(), O_RDONLY | O_NONBLOCK);
-  struct stat status {};
-  if (!file.opened() || fstat(file.fd(), &status) != 0) return system_words(errno);
-  if (!S_ISREG(status.st_mode)) return "is no regular file";
-  for (ssize_t n = 1; n > 0;) {
-    const std::size_t size = text.size();
-    text.resize(size + (1 << 20));
-    n = read_some(file.fd(), text.data() + size, 1 << 20);
-    if (n < 0) return system_words(errno);
-    text.resize(size + static_cast<std::size_t>(n));
-  }
-  return {};
 }
 
 // What rows come from.

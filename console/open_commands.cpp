@@ -155,11 +155,11 @@ bool open_for_person(const std::string& name, std::string_view alias, OpenFor us
   return false;
 }
 
-OpenForLook::OpenForLook(const std::string& name, std::string_view alias)
-    : former_(selected()), opened_(open_for_person(name, alias, OpenFor::kReading)) {}
+OpenForLook::OpenForLook(const std::string& name, std::string_view alias, OpenFor use)
+    : former_(selected()), opened_(open_for_person(name, alias, use)) {}
 OpenForLook::~OpenForLook() noexcept(false) {
   if (!opened_) return;
-  close_area(current_area());
+  if (current_server() != nullptr) close_area(current_area());
   select_again(former_);
 }
 

@@ -15,10 +15,11 @@ enum class OpenFor : char { kReading, kWriting, kAlone, kFilling };
 // name may lack ".dbf" and may be in other letters than the file. False after a complaint; the former area is
 // current then.
 bool open_for_person(const std::string& name, std::string_view alias, OpenFor use);
-// A table that is open, and current, for the life of the guard.
+// A table that is open, and current, for the life of the guard, unless it is closed before.
 class OpenForLook {
  public:
-  explicit OpenForLook(const std::string& name, std::string_view alias = "");
+  explicit OpenForLook(const std::string& name, std::string_view alias = "",
+                       OpenFor use = OpenFor::kReading);
   ~OpenForLook() noexcept(false);
   OpenForLook(const OpenForLook&) = delete;
   OpenForLook& operator=(const OpenForLook&) = delete;

@@ -430,6 +430,8 @@ void close_table(DbfIdx& dbf);
 // of {name, type, length, decimals}, `mode` a number whose decimal digits are octal ones, or null.
 // False after errors 104, 105, 312, 313, 317, 320, 322; a file made on the way is removed again.
 bool create_table(DbfIdx& dbf, std::string_view file, const Var* rows, const Var* mode);
+// The fields that such rows make. False after errors 312, 313, 317, 320.
+[[nodiscard]] bool read_structure(DbfIdx& dbf, const Var* rows, std::vector<dbf::Field>& fields);
 // `name` with the extension when it has none, as an absolute path; empty when over 250 characters.
 std::string full_table_path(std::string_view name, std::string_view extension);
 // The memo file of a table by the path of that.

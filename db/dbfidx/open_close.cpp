@@ -494,6 +494,13 @@ void close_table(DbfIdx& dbf) {
   if (!internal) remove_server(dbf.object);
 }
 
+bool read_structure(DbfIdx& dbf, const Var* rows, std::vector<dbf::Field>& fields) {
+  Structure structure(dbf, rows);
+  if (!structure.check()) return false;
+  fields = structure.fields();
+  return true;
+}
+
 bool create_table(DbfIdx& dbf, std::string_view file, const Var* rows, const Var* mode) {
   const InterruptHold hold;
   Structure structure(dbf, rows);

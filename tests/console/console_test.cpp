@@ -351,6 +351,44 @@ TEST_F(Console, AnInterruptedImportTellsHowFarItCame) {
   EXPECT_EQ(end(), 128 + SIGINT);
 }
 
+TEST_F(Console, AStructureIsChangedByTheUsersEditor) {
+  std::ofstream(directory_ / "edit")
+      << "#!/bin/sh\nsed -i 's/C 10/C 3/' \"$1\"\nls -l \"$1\" > ran\n";
+  start("chmod +x edit; TMPDIR=. EDITOR=./edit exec " TARNEL_CONSOLE, true);
+  type(kMakeTable + std::string(".close\n"));
+  for (const std::string answer : {"n", "y"}) {
+    type(".modify t\n");
+    read_to("record 1, field A is too long: kept\r\n");
+    read_to("1 values have no place, cut them or leave them out? (y/n) ");
+    type(answer + "\n");
+  }
+  read_to("t.dbf: 1 records, 1 fields\r\n");
+  type(".modify t\n");
+  read_to("nothing changes\r\n");
+  type(".quit\n");
+  read_to("");
+  EXPECT_EQ(end(), 0);
+  EXPECT_EQ(records(), ".T.\n      1\nkep\n");
+  EXPECT_EQ(output_of("ls; cut -c1-10 ran"), "edit\nran\nt.dbf\n-rw-------\n");
+}
+
+// A full disk leaves the former table, and nothing beside it.
+TEST_F(Console, AModificationThatIsBrokenOffLeavesTheTable) {
+  std::ofstream(directory_ / "s") << ".create t a C 200, m M\n";
+  std::ofstream(directory_ / "wide") << ".create t m M, a C 250\n";
+  output_of("for i in $(seq 6000); do echo '.row [\"x\", \"memo\"]'; done >> s; " TARNEL_CONSOLE
+            " s; sha1sum t.* > sums");
+  const std::string after =
+      "t.dbf: good (6000 records, 0 orders)\nt.dbf: OK\nt.dbt: OK\ns\nsums\nt.dbf\nt.dbt\nwide\n";
+  const std::string check = "; " TARNEL_CONSOLE " -e '.check t'; sha1sum -c sums; ls";
+  EXPECT_EQ(output_of("(ulimit -f 1000; trap '' XFSZ; " TARNEL_CONSOLE
+                      " -e '.modify t from wide') 2>&1 | sed 's/;.*;/;/'" +
+                      check),
+            "field A: C 200 -> C 250\nfields: in another order\n"
+            "error 104: DBFIDX:MODIFY STRUCTURE;104 (file write error)\nt.dbf stays as it was\n" +
+                after);
+}
+
 TEST_F(Console, LettersAreThoseOfTheCLocaleAlsoAtThePrompt) {
   ASSERT_EQ(system(("localedef -i de_DE -f ISO-8859-1 " + (directory_ / "latin").string()).c_str()),
             0);

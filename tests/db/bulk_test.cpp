@@ -9,6 +9,10 @@
 
 #include "core/sequence.h"
 #include "core/switched.h"
+#include "db/area.h"
+#include "db/dbfidx/bulk/field_plan.h"
+#include "db/dbfidx/bulk/record_pieces.h"
+#include "db/dbfidx/bulk/restructure.h"
 #include "tests/db/table_files.h"
 #include "tests/db/table_test.h"
 #include "tests/support/fail_nth.h"
@@ -144,6 +148,69 @@ TEST_F(Bulk, AProcessMayDieAtEachCallOfAPack) {
     ASSERT_LT(n, 1000);
   }
   EXPECT_EQ(take_errors(), "");
+}
+
+// Gives the open table its fields in another order, with or without the memos.
+bool restructure(bool with_memos) {
+  DbfIdx& dbf = dbf_of(current_server());
+  const KeepObject keep(dbf.object);
+  std::vector<dbf::Field> fields = {dbf.fields[1], dbf.fields[0]};
+  if (with_memos) fields.push_back(dbf.fields[2]);
+  Restructure next(dbf, fields);
+  if (!next.begin()) return false;
+  FieldPlan plan;
+  for (const dbf::Field& field : next.fields())
+    if (!plan.add(dbf, field_position(dbf, field.name) - 1, field)) return false;
+  const MemoSink memos{&next, [](void* table, std::string_view text) {
+                         return static_cast<Restructure*>(table)->add_memo(text);
+                       }};
+  RecordPieces pieces(dbf, "restructure");
+  while (pieces.next())
+    for (std::int32_t i = 0; i < pieces.count(); ++i)
+      if (!plan.fill_from(dbf, pieces.data() + i * dbf.recordSize, pieces.first() + i,
+                          next.blank_record(), memos, "restructure") ||
+          !next.add())
+        return false;
+  return !pieces.failed() && next.finish();
+}
+
+TEST_F(Bulk, EachCallOfAnotherStructureMayFailOrBeTheLast) {
+  for (const bool with_memos : {true, false}) {
+    SCOPED_TRACE(with_memos);
+    open_again();
+    const Records before = records_of("t");
+    ASSERT_TRUE(restructure(with_memos)) << take_errors();
+    const Records after = records_of("t");
+    EXPECT_EQ(std::filesystem::exists("t.dbt"), with_memos);
+    ASSERT_EQ(after.size(), before.size());
+    bool done = false;
+    const int runs = fail_each_call(
+        {kIoError, kDiskFull}, [&] { open_again(); }, [&] { done = restructure(with_memos); },
+        [&](const Fault*) {
+          EXPECT_EQ(done, take_errors().empty());
+          EXPECT_EQ(std::vector<std::string>(), temporary_files());
+          close_all_areas();
+          const Records now = records_of("t");
+          EXPECT_TRUE(now == after || (now == before && !done)) << now.size();
+          expect_orders_agree_or_differ(now);
+        });
+    EXPECT_GT(runs, 20);
+    for (int n = 1, finished = 0; finished == 0; ++n) {
+      SCOPED_TRACE(n);
+      put_back();
+      finished = 1 - run_processes(1, [&](int) {
+                   open_again();
+                   const FailNth dying(kKill, n);
+                   return restructure(with_memos) && !FailNth::struck();
+                 });
+      ASSERT_TRUE(open("t", n % 2 == 0 ? Use::kExclusive : Use::kShared)) << take_errors();
+      const Records seen = records_of("t");
+      EXPECT_TRUE(seen == before || seen == after);
+      EXPECT_EQ(run("dbgobottom(), fcount() = 2 .or. len(fieldget(3)) = 1080"), "L T");
+      call("dbclosearea");
+      ASSERT_LT(n, 1000);
+    }
+  }
 }
 
 // After a failure of the power a new name must not lead to a file without contents.

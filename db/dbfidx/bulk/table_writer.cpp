@@ -90,9 +90,9 @@ bool TableWriter::take_place() {
   return true;
 }
 
-// A table that is new goes again; a former one has lost its memo file.
+// A table that is new, or had no memos, loses the new ones again; another one has lost its memo file.
 void TableWriter::stop_halfway() {
-  halfway_ = records_.replaces();
+  halfway_ = records_.replaces() && memos_->replaces();
   if (halfway_)
     records_.leave();
   else

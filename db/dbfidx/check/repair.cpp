@@ -6,8 +6,6 @@
 #include <optional>
 #include <vector>
 
-#include "core/blocks.h"
-#include "core/classes.h"
 #include "core/errors.h"
 #include "core/file_ops.h"
 #include "core/open_files.h"
@@ -20,6 +18,7 @@
 #include "db/dbfidx/bulk/pair_recovery.h"
 #include "db/dbfidx/bulk/table_writer.h"
 #include "db/dbfidx/check/opened_table.h"
+#include "db/dbfidx/check/order_plan.h"
 #include "db/dbfidx/check/parts.h"
 #include "db/dbfidx/order/index_control.h"
 #include "db/progress.h"
@@ -77,18 +76,6 @@ std::optional<Layout> find_layout(const std::vector<std::uint8_t>& start) {
   return found;
 }
 
-// What an order is built by.
-struct OrderPlan {
-  std::string path;
-  idx::Header header;
-  std::string condition;
-};
-
-bool is_text(std::string_view text) {
-  return !text.empty() && std::all_of(text.begin(), text.end(),
-                                      [](char c) { return static_cast<unsigned char>(c) >= ' '; });
-}
-
 }  // namespace
 
 class TableRepair::Work {
@@ -134,7 +121,7 @@ class TableRepair::Work {
       return refuse_errno();
     file_.reset();
     memo_file_.reset();
-    build_orders();
+    build_orders(path_, orders_, tell_);
     return true;
   }
 
@@ -217,16 +204,12 @@ class TableRepair::Work {
   bool wants_memos() const { return dbf::has_memo(dbf::version(layout_.header.data())); }
 
   void plan_order(const std::string& path) {
-    const File file(path.c_str(), O_RDONLY);
-    idx::Extension extension;
-    OrderPlan order{path, {}, {}};
-    if (!file.opened() || !idx::read_header(file.fd(), order.header) ||
-        !idx::read_extension(file.fd(), extension) || !is_text(order.header.expression))
+    std::optional<OrderPlan> order = read_order_plan(path);
+    if (!order)
       return say(std::string(base_name(path)) + ": its key can't be read, it stays as it is");
-    order.condition = extension.condition;
-    say(std::string(base_name(path)) + ": built anew by " + order.header.expression +
-        (order.condition.empty() ? "" : " for " + order.condition));
-    orders_.push_back(std::move(order));
+    say(std::string(base_name(path)) + ": built anew by " + order->header.expression +
+        (order->condition.empty() ? "" : " for " + order->condition));
+    orders_.push_back(std::move(*order));
   }
 
   // Goes through the records, to tell what becomes of them or to write them. False with errno set.
@@ -281,38 +264,6 @@ class TableRepair::Work {
         writer->add_memo({reinterpret_cast<const char*>(text_.data()), length});
     if (moved >= 0) dbf::put_block(at, field.length, static_cast<std::uint32_t>(moved));
     return moved >= 0;
-  }
-
-  // --- Orders, once the table is in its place. Each is made beside the former one, too.
-
-  void build_orders() {
-    OpenedTable opened(path_, OpenedTable::Use::kAlone);
-    for (const OrderPlan& order : orders_)
-      if (opened.get() == nullptr || !build(opened.object(), order))
-        tell_(std::string(base_name(order.path)) + ": could not be built");
-  }
-  static bool build(Var* object, const OrderPlan& order) {
-    ReplacementFile file(order.path, ".ovix");  // no order yet to who looks for them
-    return file.create(0600) && make_order(object, order, file.path()) && file.flush(true) &&
-           file.take_place();
-  }
-  static bool make_order(Var* object, const OrderPlan& order, const std::string& path) {
-    const std::int32_t mark = temp_top();
-    const bool all = order.condition.empty();
-    send(object, "setordercondition", all ? nil_value() : TMP_TEXT(order.condition),
-         all ? nil_value() : ogmakecb(order.condition), nil_value(), nil_value(), nil_value(),
-         nil_value(), nil_value(), nil_value(), nil_value(), nil_value(),
-         logical(order.header.descending()));
-    const Var* made =
-        send(object, "createorder", TMP_TEXT(path), TMP_TEXT(path),
-             TMP_TEXT(order.header.expression), nil_value(), logical(order.header.unique()));
-    DbfIdx& dbf = dbf_of(object);
-    const IndexControl* index = order_at(dbf, 1);
-    const bool whole = made->type == 'L' && truth_of(made) && index != nullptr &&
-                       index->state.agreement != Agreement::kDiffers && flush_orders(dbf);
-    POP_TEMPS(mark);
-    close_orders(dbf);
-    return whole;
   }
 
   Findings findings_;
