@@ -121,7 +121,7 @@ constexpr DotCommand kDotCommands[] = {
 };
 
 // What stands for the name of a file in the column of arguments.
-constexpr std::string_view kFileWords[] = {"FILE", "DIR", "PATTERN"};
+constexpr std::string_view kFileWords[] = {"FILE", "DIR", "PATTERN", "TABLE", "SCRIPT"};
 
 // Settings by the number that set() knows them by; 0 is a named option of ov_set().
 struct SettingRow {

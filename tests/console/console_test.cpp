@@ -256,6 +256,7 @@ TEST_F(Console, ThePromptAsksOnAndCompletes) {
       {"min(7,\n\x03", "^C\r\n"},
       {"1 + * 2\n", "  1 + * 2\r\n      ^\r\nerror 309"},
       {".read scr\t\n", "ran it\r\n"},
+      {".diff scr\t x\n", "script.dbf: no such file\r\n"},
       {"memoread('tw\t')\n", "7\r\n"},
       {"len({file('no\t')})\n", "         1\r\n"}};
   for (const auto& [typed, shown] : cases) {
