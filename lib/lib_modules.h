@@ -8,6 +8,7 @@
 #include "lib/binary.h"
 #include "lib/calendar.h"
 #include "lib/date_functions.h"
+#include "lib/digests.h"
 #include "lib/environment.h"
 #include "lib/file_functions.h"
 #include "lib/memo_text.h"
@@ -28,11 +29,12 @@
 namespace tarnel {
 
 inline constexpr auto kLibModules = std::to_array<const ModuleRecord*>({
-    &kArrayFunctionsModule, &kBinaryModule,       &kCalendarModule, &kDatesModule,
-    &kEnvironmentModule,    &kFilesModule,        &kMemoTextModule, &kNationalModule,
-    &kNumberTextModule,     &kNumbersModule,      &kOptionsModule,  &kPictureModule,
-    &kSearchModule,         &kSetModule,          &kStringsModule,  &kValueTextModule,
-    &kValuesModule,         &kVariableFileModule, &kWebTextsModule, &kWordsModule,
+    &kArrayFunctionsModule, &kBinaryModule,      &kCalendarModule,     &kDatesModule,
+    &kDigestsModule,        &kEnvironmentModule, &kFilesModule,        &kMemoTextModule,
+    &kNationalModule,       &kNumberTextModule,  &kNumbersModule,      &kOptionsModule,
+    &kPictureModule,        &kSearchModule,      &kSetModule,          &kStringsModule,
+    &kValueTextModule,      &kValuesModule,      &kVariableFileModule, &kWebTextsModule,
+    &kWordsModule,
 });
 
 }  // namespace tarnel
