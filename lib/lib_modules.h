@@ -11,6 +11,7 @@
 #include "lib/digests.h"
 #include "lib/environment.h"
 #include "lib/file_functions.h"
+#include "lib/json_text.h"
 #include "lib/memo_text.h"
 #include "lib/national.h"
 #include "lib/number_text.h"
@@ -29,12 +30,12 @@
 namespace tarnel {
 
 inline constexpr auto kLibModules = std::to_array<const ModuleRecord*>({
-    &kArrayFunctionsModule, &kBinaryModule,      &kCalendarModule,     &kDatesModule,
-    &kDigestsModule,        &kEnvironmentModule, &kFilesModule,        &kMemoTextModule,
-    &kNationalModule,       &kNumberTextModule,  &kNumbersModule,      &kOptionsModule,
-    &kPictureModule,        &kSearchModule,      &kSetModule,          &kStringsModule,
-    &kValueTextModule,      &kValuesModule,      &kVariableFileModule, &kWebTextsModule,
-    &kWordsModule,
+    &kArrayFunctionsModule, &kBinaryModule,      &kCalendarModule,   &kDatesModule,
+    &kDigestsModule,        &kEnvironmentModule, &kFilesModule,      &kJsonModule,
+    &kMemoTextModule,       &kNationalModule,    &kNumberTextModule, &kNumbersModule,
+    &kOptionsModule,        &kPictureModule,     &kSearchModule,     &kSetModule,
+    &kStringsModule,        &kValueTextModule,   &kValuesModule,     &kVariableFileModule,
+    &kWebTextsModule,       &kWordsModule,
 });
 
 }  // namespace tarnel

@@ -1,0 +1,236 @@
+#include "lib/json_text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "core/arrays.h"
+#include "core/errors.h"
+#include "core/stacks.h"
+#include "lib/arguments.h"
+#include "lib/dates.h"
+#include "lib/utf8.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::size_t kDeepest = 100;
+constexpr std::int32_t kMostElements = 65535;
+
+// --- Writing
+
+void append_number(std::string& out, double value) {
+  char digits[32];
+  if (std::isfinite(value))
+    out.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
+  else
+    out += "null";
+}
+
+bool is_pair(const Var* value) {
+  return value->type == 'A' && element_count(value) == 2 && is_text(element(value, 1));
+}
+
+bool is_object(const Var* array) {
+  for (std::int32_t i = 1; i <= element_count(array); ++i)
+    if (!is_pair(element(array, i))) return false;
+  return element_count(array) > 0;
+}
+
+// False after an error.
+bool append_value(std::string& out, const Var* value, std::size_t depth);
+
+bool append_array(std::string& out, const Var* array, std::size_t depth) {
+  if (depth == kDeepest) {
+    RT_ERROR(320, "TOJSON(): more than 100 levels");
+    return false;
+  }
+  const bool object = is_object(array);
+  out += object ? '{' : '[';
+  for (std::int32_t i = 1; i <= element_count(array); ++i) {
+    if (i > 1) out += ',';
+    const Var* part = element(array, i);
+    if (object) {
+      append_json(out, text_of(element(part, 1)));
+      out += ':';
+      part = element(part, 2);
+    }
+    if (!append_value(out, part, depth + 1)) return false;
+  }
+  out += object ? '}' : ']';
+  return true;
+}
+
+bool append_value(std::string& out, const Var* value, std::size_t depth) {
+  switch (value->type) {
+    case 'A':
+      return append_array(out, value, depth);
+    case 'C':
+    case 'M':
+      append_json(out, text_of(value));
+      return true;
+    case 'N':
+    case 'F':
+    case 'I':
+      append_number(out, number_of(value));
+      return true;
+    case 'L':
+      out += truth_of(value) ? "true" : "false";
+      return true;
+    case 'D':
+      if (value->i == 0) {
+        out += "null";
+      } else {
+        std::string day(dateToYmd(value->i));
+        append_json(out, day.insert(6, "-").insert(4, "-"));
+      }
+      return true;
+    case 'U':
+      out += "null";
+      return true;
+    default:
+      RT_ERROR(203, format_text("TOJSON(): a value of type '%c' has no JSON", value->type));
+      return false;
+  }
+}
+
+// --- Reading
+
+// Makes the value while the text is read: the arrays that are open lie on the temporary stack, each of which gets
+// what is closed above it.
+class ValueMaker : public nlohmann::json_sax<nlohmann::json> {
+ public:
+  ValueMaker() : result_(NEW_TEMP()) {}
+
+  bool null() override { return add(nil_value()); }
+  bool boolean(bool value) override { return add(logical(value)); }
+  bool number_integer(number_integer_t value) override {
+    return add(TMP_NUM(static_cast<double>(value), 0));
+  }
+  bool number_unsigned(number_unsigned_t value) override {
+    return add(TMP_NUM(static_cast<double>(value), 0));
+  }
+  bool number_float(number_float_t value, const string_t& digits) override {
+    const std::size_t point = digits.find('.');
+    const std::size_t end = std::min(digits.find_first_of("eE"), digits.size());
+    const bool plain = point < digits.size() && end == digits.size();
+    return add(
+        TMP_NUM(value, plain ? static_cast<int>(std::min<std::size_t>(end - point - 1, 15)) : -1));
+  }
+  bool string(string_t& value) override { return add(TMP_TEXT(value)); }
+  bool binary(binary_t&) override { return false; }
+  bool start_object(std::size_t) override { return open(true); }
+  bool start_array(std::size_t) override { return open(false); }
+  // The name waits in its pair for the value.
+  bool key(string_t& name) override {
+    if (!open(false)) return false;
+    return append(TMP_TEXT(name));
+  }
+  bool end_object() override { return close(); }
+  bool end_array() override { return close(); }
+  bool parse_error(std::size_t position, const std::string&,
+                   const nlohmann::detail::exception&) override {
+    fault_ = "no JSON from byte " + std::to_string(position) + " on";
+    return false;
+  }
+
+  Var* result() const { return result_; }
+  const std::string& fault() const { return fault_; }
+
+ private:
+  struct Open {
+    Var* array;
+    bool object;
+    std::int32_t mark;  // of the temporaries above it
+    std::int32_t count = 0;
+  };
+
+  bool open(bool object) {
+    if (open_.size() == 2 * kDeepest) {
+      fault_ = "more than 100 levels";
+      return false;
+    }
+    Var* array = NEW_TEMP();
+    cscreara(array, 0, kAllNil);
+    open_.push_back({array, object, temp_top()});
+    return true;
+  }
+
+  bool append(Var* value) {
+    Open& top = open_.back();
+    if (top.count == kMostElements) {
+      fault_ = "an array has at most 65535 elements";
+      return false;
+    }
+    if (is_error(value)) return false;
+    cscrearr(top.array, ++top.count, kKeep, {value});
+    POP_TEMPS(top.mark);
+    return true;
+  }
+
+  // A value that completes a pair completes an element of the object around it too.
+  bool add(Var* value) {
+    if (open_.empty()) {
+      CPY_VAR(result_, value);
+      return true;
+    }
+    if (!append(value)) return false;
+    const bool pair = open_.size() > 1 && open_[open_.size() - 2].object && open_.back().count == 2;
+    return !pair || close();
+  }
+
+  bool close() {
+    Var* array = open_.back().array;
+    open_.pop_back();
+    return add(array);
+  }
+
+  Var* const result_;
+  std::vector<Open> open_;
+  std::string fault_;
+};
+
+}  // namespace
+
+void append_json(std::string& out, std::string_view text) {
+  constexpr std::string_view kEscaped = "\"\\\b\f\n\r\t", kLetters = "\"\\bfnrt";
+  out += '"';
+  while (!text.empty()) {
+    const auto* plain_end = std::ranges::find_if(
+        text, [](unsigned char c) { return c < ' ' || c == '"' || c == '\\' || c >= 0x7f; });
+    const auto plain = static_cast<std::size_t>(plain_end - text.begin());
+    out.append(text.substr(0, plain));
+    text.remove_prefix(plain);
+    if (text.empty()) break;
+    char32_t character = 0;
+    const std::size_t length = utf8_length(text, character);
+    if (const std::size_t named = kEscaped.find(text[0]); named != kEscaped.npos)
+      out.append({'\\', kLetters[named]});
+    else if (length > 1)
+      out.append(text.substr(0, length));
+    else
+      out += format_text("\\u%04x", static_cast<unsigned char>(text[0]));
+    text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  out += '"';
+}
+
+Var* tojson(std::int32_t argc, Var** argv) {
+  std::string json;
+  if (argc < 1) return empty_text();
+  return append_value(json, argv[0], 0) ? TMP_TEXT(json) : error_value();
+}
+
+Var* fromjson(std::int32_t argc, Var** argv) {
+  if (!arg_is(argc, argv, 0, kText)) return RT_ERROR(312, "FROMJSON(): takes a text");
+  const std::int32_t mark = temp_top();
+  const std::string text(text_of(argv[0]));
+  ValueMaker maker;
+  if (nlohmann::json::sax_parse(text, &maker)) return keep_temp(mark, maker.result());
+  POP_TEMPS(mark);
+  return maker.fault().empty() ? error_value() : RT_ERROR(320, "FROMJSON(): " + maker.fault());
+}
+
+}  // namespace tarnel
