@@ -17,10 +17,12 @@
 #include "lib/number_text.h"
 #include "lib/numbers.h"
 #include "lib/options.h"
+#include "lib/patterns.h"
 #include "lib/picture.h"
 #include "lib/set.h"
 #include "lib/strings.h"
 #include "lib/strings_search.h"
+#include "lib/utf8_functions.h"
 #include "lib/value_text.h"
 #include "lib/values.h"
 #include "lib/variable_file.h"
@@ -30,12 +32,14 @@
 namespace tarnel {
 
 inline constexpr auto kLibModules = std::to_array<const ModuleRecord*>({
-    &kArrayFunctionsModule, &kBinaryModule,      &kCalendarModule,   &kDatesModule,
-    &kDigestsModule,        &kEnvironmentModule, &kFilesModule,      &kJsonModule,
-    &kMemoTextModule,       &kNationalModule,    &kNumberTextModule, &kNumbersModule,
-    &kOptionsModule,        &kPictureModule,     &kSearchModule,     &kSetModule,
-    &kStringsModule,        &kValueTextModule,   &kValuesModule,     &kVariableFileModule,
-    &kWebTextsModule,       &kWordsModule,
+    &kArrayFunctionsModule, &kBinaryModule,     &kCalendarModule,
+    &kDatesModule,          &kDigestsModule,    &kEnvironmentModule,
+    &kFilesModule,          &kJsonModule,       &kMemoTextModule,
+    &kNationalModule,       &kNumberTextModule, &kNumbersModule,
+    &kOptionsModule,        &kPatternsModule,   &kPictureModule,
+    &kSearchModule,         &kSetModule,        &kStringsModule,
+    &kUtf8Module,           &kValueTextModule,  &kValuesModule,
+    &kVariableFileModule,   &kWebTextsModule,   &kWordsModule,
 });
 
 }  // namespace tarnel
