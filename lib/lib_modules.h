@@ -10,6 +10,7 @@
 #include "lib/date_functions.h"
 #include "lib/digests.h"
 #include "lib/environment.h"
+#include "lib/exec.h"
 #include "lib/file_functions.h"
 #include "lib/json_text.h"
 #include "lib/memo_text.h"
@@ -22,6 +23,7 @@
 #include "lib/set.h"
 #include "lib/strings.h"
 #include "lib/strings_search.h"
+#include "lib/time_functions.h"
 #include "lib/utf8_functions.h"
 #include "lib/value_text.h"
 #include "lib/values.h"
@@ -32,14 +34,13 @@
 namespace tarnel {
 
 inline constexpr auto kLibModules = std::to_array<const ModuleRecord*>({
-    &kArrayFunctionsModule, &kBinaryModule,     &kCalendarModule,
-    &kDatesModule,          &kDigestsModule,    &kEnvironmentModule,
-    &kFilesModule,          &kJsonModule,       &kMemoTextModule,
-    &kNationalModule,       &kNumberTextModule, &kNumbersModule,
-    &kOptionsModule,        &kPatternsModule,   &kPictureModule,
-    &kSearchModule,         &kSetModule,        &kStringsModule,
-    &kUtf8Module,           &kValueTextModule,  &kValuesModule,
-    &kVariableFileModule,   &kWebTextsModule,   &kWordsModule,
+    &kArrayFunctionsModule, &kBinaryModule,      &kCalendarModule, &kDatesModule,
+    &kDigestsModule,        &kEnvironmentModule, &kExecModule,     &kFilesModule,
+    &kJsonModule,           &kMemoTextModule,    &kNationalModule, &kNumberTextModule,
+    &kNumbersModule,        &kOptionsModule,     &kPatternsModule, &kPictureModule,
+    &kSearchModule,         &kSetModule,         &kStringsModule,  &kTimeModule,
+    &kUtf8Module,           &kValueTextModule,   &kValuesModule,   &kVariableFileModule,
+    &kWebTextsModule,       &kWordsModule,
 });
 
 }  // namespace tarnel

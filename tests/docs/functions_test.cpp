@@ -40,6 +40,8 @@ constexpr std::string_view kSubjects[] = {
     "Dates and times",
     "Values as texts",
     "Pages",
+    "Characters",
+    "Digests and chance",
     "Arrays",
     "Blocks, names and calls",
     "Tables",

@@ -1,0 +1,187 @@
+#include "lib/exec.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/arrays.h"
+#include "core/errors.h"
+#include "core/output.h"
+#include "core/settings.h"
+#include "core/signals.h"
+#include "core/stacks.h"
+#include "lib/arguments.h"
+
+namespace tarnel {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kMostOutput = std::size_t{64} << 20;  // bytes of each; more ends the program
+constexpr int kLookEvery = 100;                             // milliseconds between looks at signals
+
+// A pipe whose ends are closed at the latest with it.
+struct Pipe {
+  int read = -1, write = -1;
+  ~Pipe() {
+    close_end(read);
+    close_end(write);
+  }
+  bool open() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return false;
+    read = ends[0];
+    write = ends[1];
+    return true;
+  }
+  static void close_end(int& end) {
+    if (end >= 0) ::close(std::exchange(end, -1));
+  }
+};
+
+// A program that runs, with what goes in and comes out. It is ended and waited for on every way out.
+class Child {
+ public:
+  explicit Child(std::string_view input) : input_(input) {}
+  ~Child() {
+    if (process_ > 0) end(SIGKILL);
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  // 0, or the system's number.
+  int start(std::vector<std::string>& arguments);
+  // Until both outputs end, a signal waits or the time is over. False for the last two.
+  bool exchange(double seconds);
+  // Its status.
+  int finish() { return end(0); }
+
+  std::string output, errors;
+
+ private:
+  bool read_into(std::string& text, int& end_of_pipe);
+  void write_input();
+  int end(int signal);
+
+  std::string_view input_;
+  Pipe in_, out_, err_;
+  pid_t process_ = -1;
+};
+
+int Child::start(std::vector<std::string>& arguments) {
+  if (!in_.open() || !out_.open() || !err_.open()) return errno;
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, in_.read, STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, out_.write, STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, err_.write, STDERR_FILENO);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  sigset_t usual;
+  sigemptyset(&usual);
+  sigaddset(&usual, SIGPIPE);  // ignored here, but the program may count on it
+  posix_spawnattr_setsigdefault(&attributes, &usual);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+  const int failure = posix_spawnp(&process_, argv[0], &actions, &attributes, argv.data(), environ);
+  posix_spawnattr_destroy(&attributes);
+  posix_spawn_file_actions_destroy(&actions);
+  if (failure != 0) process_ = -1;
+  Pipe::close_end(in_.read);
+  Pipe::close_end(out_.write);
+  Pipe::close_end(err_.write);
+  for (const int fd : {in_.write, out_.read, err_.read}) fcntl(fd, F_SETFL, O_NONBLOCK);
+  return failure;
+}
+
+// False when there is more than a text may be here.
+bool Child::read_into(std::string& text, int& end_of_pipe) {
+  char buffer[65536];
+  const ssize_t n = ::read(end_of_pipe, buffer, sizeof buffer);
+  if (n > 0)
+    text.append(buffer, static_cast<std::size_t>(n));
+  else if (n == 0 || (errno != EAGAIN && errno != EINTR))
+    Pipe::close_end(end_of_pipe);
+  return text.size() <= kMostOutput;
+}
+
+void Child::write_input() {
+  const ssize_t n = input_.empty() ? 0 : ::write(in_.write, input_.data(), input_.size());
+  if (n > 0) input_.remove_prefix(static_cast<std::size_t>(n));
+  const bool broken = n < 0 && errno != EAGAIN && errno != EINTR;
+  if (input_.empty() || broken) Pipe::close_end(in_.write);
+}
+
+bool Child::exchange(double seconds) {
+  const auto until = Clock::now() + std::chrono::duration<double>(seconds);
+  while (out_.read >= 0 || err_.read >= 0) {
+    if (signal_waits() || (seconds > 0 && Clock::now() >= until)) return false;
+    pollfd ends[] = {{in_.write, POLLOUT, 0}, {out_.read, POLLIN, 0}, {err_.read, POLLIN, 0}};
+    if (::poll(ends, std::size(ends), kLookEvery) < 0 && errno != EINTR) return false;
+    if (ends[0].revents != 0) write_input();
+    if (ends[1].revents != 0 && !read_into(output, out_.read)) return false;
+    if (ends[2].revents != 0 && !read_into(errors, err_.read)) return false;
+  }
+  return true;
+}
+
+int Child::end(int signal) {
+  int status = 0;
+  if (signal != 0) ::kill(process_, signal);
+  while (::waitpid(process_, &status, 0) < 0 && errno == EINTR)
+    if (signal_waits()) ::kill(process_, SIGKILL);
+  process_ = -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// The texts of an array; false when it holds anything else, or nothing.
+bool texts_of(const Var* array, std::vector<std::string>& texts) {
+  for (std::int32_t i = 1; i <= element_count(array); ++i) {
+    if (!is_text(element(array, i))) return false;
+    texts.emplace_back(text_of(element(array, i)));
+    if (texts.back().find('\0') != std::string::npos) return false;
+  }
+  return !texts.empty();
+}
+
+}  // namespace
+
+Var* exec_function(std::int32_t argc, Var** argv) {
+  std::vector<std::string> arguments;
+  if (!arg_is(argc, argv, 0, "A") || !texts_of(argv[0], arguments))
+    return RT_ERROR(312, "EXEC(): takes an array of texts");
+  if (!settings().commands) return RT_ERROR(320, "EXEC(): this program starts no commands");
+  const std::string input(text_argument(argc, argv, 1));
+  const double seconds = arg_is(argc, argv, 2, kNumber) ? number_of(argv[2]) : 0;
+  flush_output();  // what the program writes elsewhere comes behind what was written before it
+  int status = 0;
+  std::string output, errors;
+  {
+    Child child(input);
+    if (const int failure = child.start(arguments); failure != 0)
+      return RT_ERROR(323, "EXEC(): " + arguments[0] + ": " + std::strerror(failure));
+    status = child.exchange(seconds) ? child.finish() : 128 + SIGKILL;
+    output = std::move(child.output);
+    errors = std::move(child.errors);
+  }
+  look_at_signals();
+  const std::int32_t mark = temp_top();
+  Var* result = NEW_TEMP();
+  cscrearr(result, 3, kCopyValues, {TMP_INT(status), TMP_TEXT(output), TMP_TEXT(errors)});
+  return keep_temp(mark, result);
+}
+
+}  // namespace tarnel
