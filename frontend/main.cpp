@@ -7,6 +7,7 @@
 #include "db/db.h"
 #include "db/db_modules.h"
 #include "frontend/error_page.h"
+#include "frontend/escaped_toolkit.h"
 #include "frontend/log.h"
 #include "frontend/request.h"
 #include "frontend/state_object.h"
@@ -22,9 +23,9 @@ namespace {
 
 using namespace tarnel;
 
-constexpr std::array<const ModuleRecord*, 7> kFrontEnd = {
-    &kRequestModule,   &kLogModule,   &kToolkitModule,   &kStateModule,
-    &kErrorPageModule, &kPagesModule, &kPageTablesModule};
+constexpr std::array<const ModuleRecord*, 8> kFrontEnd = {
+    &kRequestModule, &kLogModule,       &kToolkitModule, &kEscapedToolkitModule,
+    &kStateModule,   &kErrorPageModule, &kPagesModule,   &kPageTablesModule};
 constexpr auto kModules =
     join_modules(kFrontEnd, kTermModules, kDbModules, kLibModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);

@@ -10,6 +10,7 @@
 #include "core/output.h"
 #include "frontend/account.h"
 #include "frontend/error_page.h"
+#include "frontend/escaped_toolkit.h"
 #include "frontend/form.h"
 #include "frontend/log.h"
 #include "frontend/state_object.h"
@@ -158,7 +159,20 @@ TEST_F(FrontEnd, TheToolkitWritesItsFixedForms) {
       {tntable,
        {rows, TMP_STR("c")},
        "<TABLE CAPTION='c'>\n<TR>\n<TD>a</TD>\n<TD>b</TD>\n</TR>\n<TR>\n</TR>\n</TABLE>\n"},
-      {tntable, {texts({})}, "<TABLE>\n</TABLE>\n"}};
+      {tntable, {texts({})}, "<TABLE>\n</TABLE>\n"},
+      {tnesc, {TMP_STR("<b>")}, "&lt;b&gt;\n"},
+      {tnelist, {texts({"<a>"}), true_value()}, "<OL>\n<LI>&lt;a&gt;\n</OL>\n"},
+      {tnelink, {TMP_STR("?q=\"&x"), TMP_STR("<")}, "<A HREF=\"?q=&quot;&amp;x\">&lt;</A>\n"},
+      {tnelink, {TMP_STR(" java\tScript:alert(1)"), TMP_STR("x")}, "<A HREF=\"#\">x</A>\n"},
+      {tnelink, {TMP_STR("HTTPS://a/b:c"), TMP_STR("x")}, "<A HREF=\"HTTPS://a/b:c\">x</A>\n"},
+      {tnelink, {TMP_STR("/a:b"), TMP_STR("x")}, "<A HREF=\"/a:b\">x</A>\n"},
+      {tnefield,
+       {TMP_STR("n"), TMP_STR("\">")},
+       "<INPUT TYPE=TEXT NAME=\"n\" VALUE=\"&quot;&gt;\" SIZE=20>\n"},
+      {tneoption,
+       {TMP_STR("<"), nil_value(), true_value()},
+       "<OPTION VALUE=\"&lt;\" SELECTED>&lt;</OPTION>\n"},
+      {tnetable, {texts({}), TMP_STR("<c>")}, "<TABLE>\n<CAPTION>&lt;c&gt;</CAPTION>\n</TABLE>\n"}};
   for (const auto& c : cases) EXPECT_EQ(output_of(c.procedure, c.arguments), c.text);
   EXPECT_EQ(take_errors(), "");
 }
