@@ -1,5 +1,6 @@
 // The library's functions beside the nearest call of the standard library.
 #include <benchmark/benchmark.h>
+#include <nettle/sha2.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -7,6 +8,7 @@
 #include <ctime>
 #include <string>
 
+#include "core/arrays.h"
 #include "core/core_modules.h"
 #include "core/operators.h"
 #include "core/runtime.h"
@@ -46,6 +48,49 @@ std::string text_of_words() {
   return text;
 }
 
+void Digest(benchmark::State& state) {
+  start();
+  measure(state, sha256, TMP_TEXT(text_of_words()));
+}
+void DigestByTheLibrary(benchmark::State& state) {
+  const std::string text = text_of_words();
+  std::uint8_t digest[SHA256_DIGEST_SIZE];
+  for (auto _ : state) {
+    sha256_ctx context;
+    sha256_init(&context);
+    sha256_update(&context, text.size(), reinterpret_cast<const std::uint8_t*>(text.data()));
+    sha256_digest(&context, sizeof digest, digest);
+    benchmark::DoNotOptimize(digest);
+  }
+}
+
+constexpr std::int32_t kJsonRows = 50000;  // an array has no more elements than 65535
+
+void Json(benchmark::State& state) {
+  start();
+  Var* rows = NEW_TEMP();
+  cscreara(rows, kJsonRows, kAllNil);
+  for (std::int32_t i = 1; i <= kJsonRows; ++i) {
+    const TempsMark mark;
+    Var* row = NEW_TEMP();
+    cscrearr(row, 3, kCopyValues, {TMP_INT(i), TMP_TEXT("a name of a town"), TMP_NUM(i / 4.0, 2)});
+    CPY_VAR(element(rows, i), row);
+  }
+  measure(state, tojson, rows);
+}
+void JsonBesideSnprintf(benchmark::State& state) {
+  for (auto _ : state) {
+    std::string all = "[";
+    char row[100];
+    for (std::int32_t i = 1; i <= kJsonRows; ++i) {
+      const int n =
+          std::snprintf(row, sizeof row, "[%d,\"%s\",%.2f],", i, "a name of a town", i / 4.0);
+      all.append(row, static_cast<std::size_t>(n));
+    }
+    benchmark::DoNotOptimize(all);
+  }
+}
+
 void Str(benchmark::State& state) {
   start();
   measure(state, str, TMP_NUM(1234567.891, 2), TMP_INT(12), TMP_INT(2));
@@ -59,6 +104,10 @@ void StrBesideSnprintf(benchmark::State& state) {
     benchmark::DoNotOptimize(std::string(buffer));
   }
 }
+BENCHMARK(Digest);
+BENCHMARK(DigestByTheLibrary);
+BENCHMARK(Json);
+BENCHMARK(JsonBesideSnprintf);
 BENCHMARK(Str);
 BENCHMARK(StrBesideSnprintf);
 
