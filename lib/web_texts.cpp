@@ -15,8 +15,12 @@
 namespace tarnel {
 namespace {
 
-// Long texts are looked at in blocks, which the compiler does many bytes at a time.
-constexpr std::size_t kBlock = 64;
+// What a byte becomes.
+struct Piece {
+  char bytes[7];  // and zeros
+  unsigned char length;
+};
+using Pieces = std::array<Piece, 256>;
 
 struct Escape {
   char character;
@@ -25,66 +29,102 @@ struct Escape {
 constexpr Escape kEscapes[] = {
     {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}, {'\'', "&#39;"}};
 
-constexpr bool acts_in_html(char c) {
-  return (c == '&') | (c == '<') | (c == '>') | (c == '"') | (c == '\'');
-}
-
-// The characters that stand for themselves in every part of an address.
-constexpr bool stands_in_url(char c) {
+// All but the characters that stand for themselves in every part of an address.
+constexpr bool acts_in_url(char c) {
   const auto letter = static_cast<unsigned char>((c | 0x20) - 'a');
   const auto digit = static_cast<unsigned char>(c - '0');
-  return (letter < 26) | (digit < 10) | (c == '-') | (c == '.') | (c == '_') | (c == '~');
+  return !((letter < 26) | (digit < 10) | (c == '-') | (c == '.') | (c == '_') | (c == '~'));
 }
 
-char* append(char* out, std::string_view text) {
-  std::memcpy(out, text.data(), text.size());
-  return out + text.size();
+constexpr Piece piece_of(std::string_view text) {
+  Piece piece{{}, static_cast<unsigned char>(text.size())};
+  std::copy(text.begin(), text.end(), piece.bytes);
+  return piece;
 }
-
-char* append_html(char* out, char c) {
+constexpr Pieces kPlainPieces = [] {
+  Pieces pieces{};
+  for (std::size_t byte = 0; byte < pieces.size(); ++byte) {
+    const char c = static_cast<char>(byte);
+    pieces[byte] = piece_of({&c, 1});
+  }
+  return pieces;
+}();
+constexpr Pieces kHtmlPieces = [] {
+  Pieces pieces = kPlainPieces;
   for (const Escape& escape : kEscapes)
-    if (escape.character == c) return append(out, escape.html);
-  *out = c;
-  return out + 1;
-}
-
-char* append_url(char* out, char c) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  if (stands_in_url(c)) {
-    *out = c;
-    return out + 1;
+    pieces[static_cast<unsigned char>(escape.character)] = piece_of(escape.html);
+  return pieces;
+}();
+constexpr Pieces kUrlPieces = [] {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  Pieces pieces = kPlainPieces;
+  for (std::size_t byte = 0; byte < pieces.size(); ++byte) {
+    const char escape[] = {'%', kDigits[byte >> 4U], kDigits[byte & 15U]};
+    if (acts_in_url(static_cast<char>(byte))) pieces[byte] = piece_of({escape, sizeof escape});
   }
-  const auto byte = static_cast<unsigned char>(c);
-  const char escape[] = {'%', kDigits[byte >> 4U], kDigits[byte & 15U]};
-  return append(out, {escape, sizeof escape});
+  return pieces;
+}();
+
+// Long texts are looked at in blocks: which bytes of one are special? The answer for each is all bits or none.
+using Block [[gnu::vector_size(16)]] = unsigned char;
+using Hits [[gnu::vector_size(16)]] = signed char;
+Block all(int byte) {
+  return Block{} + static_cast<unsigned char>(byte);
+}
+Hits hits_in_html(const Block& b) {
+  return (b == all('&')) | (b == all('<')) | (b == all('>')) | (b == all('"')) | (b == all('\''));
+}
+Hits hits_in_url(const Block& b) {
+  return ~(((b | all(0x20)) - all('a') < all(26)) | (b - all('0') < all(10)) | (b == all('-')) |
+           (b == all('.')) | (b == all('_')) | (b == all('~')));
 }
 
-// Writes a text with its special characters replaced. Blocks without any are copied as they are.
-template <typename Special, typename Append>
-Var* replaced(std::string_view text, Special special, Append append_one) {
-  std::array<char, 8> one{};
+// Calls for each block without a special byte, and for each other one and the rest that makes no block.
+template <typename Mixed, typename Plain>
+void walk_blocks(std::string_view text, Hits (*hits)(const Block&), Mixed mixed, Plain plain) {
+  for (; text.size() >= sizeof(Block); text.remove_prefix(sizeof(Block))) {
+    Block block;
+    std::memcpy(&block, text.data(), sizeof block);
+    const Hits found = hits(block);
+    std::uint64_t halves[2];
+    std::memcpy(halves, &found, sizeof halves);
+    const auto part = text.substr(0, sizeof(Block));
+    (halves[0] | halves[1]) != 0 ? mixed(part) : plain(part);
+  }
+  mixed(text);
+}
+
+// Writes a text with its special bytes replaced.
+template <Hits (*hits)(const Block&)>
+Var* replaced(std::string_view text, const Pieces& pieces) {
+  const auto piece = [&pieces](char c) -> const Piece& {
+    return pieces[static_cast<unsigned char>(c)];
+  };
   std::int64_t length = 0;
-  for (std::size_t at = 0; at < text.size(); at += kBlock) {
-    const std::string_view block = text.substr(at, kBlock);
-    unsigned count = 0;
-    for (const char c : block) count += special(c) ? 1 : 0;
-    length += static_cast<std::int64_t>(block.size());
-    if (count == 0) continue;
-    for (const char c : block)
-      if (special(c)) length += append_one(one.data(), c) - one.data() - 1;
-  }
+  const auto measure = [&](std::string_view part) {
+    for (const char c : part) length += piece(c).length;
+  };
+  walk_blocks(text, hits, measure, [&](std::string_view) { length += sizeof(Block); });
+  if (length == static_cast<std::int64_t>(text.size())) return TMP_TEXT(text);  // as most are
   Var* result = TMP_BUFFER(length);
   if (is_error(result)) return empty_text();
   char* out = result->text;
-  for (std::size_t at = 0; at < text.size(); at += kBlock) {
-    const std::string_view block = text.substr(at, kBlock);
-    unsigned count = 0;
-    for (const char c : block) count += special(c) ? 1 : 0;
-    if (count == 0)
-      out = append(out, block);
-    else
-      for (const char c : block) out = append_one(out, c);
-  }
+  const char* const end = out + length;
+  const auto write = [&](std::string_view part) {
+    for (const char c : part) {
+      const Piece& p = piece(c);
+      if (end - out >= static_cast<std::ptrdiff_t>(sizeof p.bytes))
+        std::memcpy(out, p.bytes,
+                    sizeof p.bytes);  // more than the piece: one store is faster than a few bytes
+      else
+        std::memcpy(out, p.bytes, p.length);
+      out += p.length;
+    }
+  };
+  walk_blocks(text, hits, write, [&](std::string_view part) {
+    std::memcpy(out, part.data(), sizeof(Block));
+    out += sizeof(Block);
+  });
   return result;
 }
 
@@ -130,7 +170,7 @@ bool is_header_path(std::string_view path) {
 }  // namespace
 
 Var* htmlesc(std::int32_t argc, Var** argv) {
-  return replaced(text_argument(argc, argv, 0), acts_in_html, append_html);
+  return replaced<hits_in_html>(text_argument(argc, argv, 0), kHtmlPieces);
 }
 
 Var* htmlunesc(std::int32_t argc, Var** argv) {
@@ -151,8 +191,7 @@ Var* htmlunesc(std::int32_t argc, Var** argv) {
 }
 
 Var* urlenc(std::int32_t argc, Var** argv) {
-  return replaced(
-      text_argument(argc, argv, 0), [](char c) { return !stands_in_url(c); }, append_url);
+  return replaced<hits_in_url>(text_argument(argc, argv, 0), kUrlPieces);
 }
 
 Var* urldec(std::int32_t argc, Var** argv) {
