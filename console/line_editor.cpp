@@ -252,7 +252,9 @@ class LineEditor {
 
   Typed get(std::string& line) {
     for (;;) {
+      errno = 0;
       if (edit(line)) return Typed::kLine;
+      if (!signal_waits() && errno == EINTR) continue;
       if (!signal_waits()) return Typed::kEnd;
       const bool interrupted = take_interrupt();
       if (interrupted) {

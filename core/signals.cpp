@@ -206,6 +206,8 @@ void set_interrupt_dialogue(void (*dialogue)()) {
 
 void answer_signals() {
   if (state.held > 0 || on_exit_road()) return;
+  // A tick that comes when the signal is answered would break off the next call that blocks.
+  if (state.watcher == nullptr) set_ticks(0, 0);
   detail::signal_noted = 0;  // first: one that comes now is looked at again
   if (const int number = state.ending_number; number != 0) QUIT_RUN(kSignalStatus + number);
   answer_screen_signals();
