@@ -22,7 +22,7 @@ namespace {
 
 using namespace tarnel;
 
-constexpr auto kModules = join_modules(kCoreModules, kLibModules);
+constexpr auto kModules = join_modules(kCoreModules, kLibModules, kBorrowedModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 constexpr std::size_t kMegabyte = 1 << 20;
 

@@ -218,8 +218,8 @@ Var* console_main(std::int32_t, Var**) {
 constexpr FunctionEntry kMainFunctions[] = {{"main", console_main, nullptr}};
 constexpr ModuleRecord kMainModule{.name = "console", .functions = kMainFunctions};
 constexpr std::array kConsoleModules = {&kMainModule};
-constexpr auto kModules =
-    join_modules(kConsoleModules, kTermModules, kDbModules, kLibModules, kCoreModules);
+constexpr auto kModules = join_modules(kConsoleModules, kTermModules, kDbModules, kLibModules,
+                                       kBorrowedModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 }  // namespace

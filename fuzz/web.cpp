@@ -21,7 +21,7 @@ namespace {
 
 using namespace tarnel;
 
-constexpr auto kModules = join_modules(kCoreModules, kLibModules);
+constexpr auto kModules = join_modules(kCoreModules, kLibModules, kBorrowedModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 constexpr Callable kWays[][2] = {

@@ -34,13 +34,17 @@
 namespace tarnel {
 
 inline constexpr auto kLibModules = std::to_array<const ModuleRecord*>({
-    &kArrayFunctionsModule, &kBinaryModule,      &kCalendarModule, &kDatesModule,
-    &kDigestsModule,        &kEnvironmentModule, &kExecModule,     &kFilesModule,
-    &kJsonModule,           &kMemoTextModule,    &kNationalModule, &kNumberTextModule,
-    &kNumbersModule,        &kOptionsModule,     &kPatternsModule, &kPictureModule,
-    &kSearchModule,         &kSetModule,         &kStringsModule,  &kTimeModule,
-    &kUtf8Module,           &kValueTextModule,   &kValuesModule,   &kVariableFileModule,
+    &kArrayFunctionsModule, &kBinaryModule,     &kCalendarModule, &kDatesModule,
+    &kEnvironmentModule,    &kExecModule,       &kFilesModule,    &kMemoTextModule,
+    &kNationalModule,       &kNumberTextModule, &kNumbersModule,  &kOptionsModule,
+    &kPictureModule,        &kSearchModule,     &kSetModule,      &kStringsModule,
+    &kTimeModule,           &kValueTextModule,  &kValuesModule,   &kVariableFileModule,
     &kWebTextsModule,       &kWordsModule,
 });
+
+// Modules whose work other libraries do. A program that wants them links those: the console does, the pages, which
+// call none of them, start faster without.
+inline constexpr auto kBorrowedModules = std::to_array<const ModuleRecord*>(
+    {&kDigestsModule, &kJsonModule, &kPatternsModule, &kUtf8Module});
 
 }  // namespace tarnel

@@ -23,7 +23,8 @@
 namespace tarnel {
 namespace {
 
-constexpr auto kModules = join_modules(kTermModules, kDbModules, kLibModules, kCoreModules);
+constexpr auto kModules =
+    join_modules(kTermModules, kDbModules, kLibModules, kBorrowedModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 // "- `name(x) -> y`: what it does"
