@@ -236,8 +236,9 @@ bool JsonReader::take_escape(InputValue& value) {
   }
   const bool half = unit >= 0xd800 && unit < 0xe000;
   const bool byte = carries_ && unit > kCarriedByte + 0x7f && unit <= kCarriedByte + 0xff;
+  if (half && !byte) return false;  // no character
   value.carries |= byte;
-  append_utf8(value.text, half && !byte ? 0xfffd : unit);
+  append_utf8(value.text, unit);
   return true;
 }
 

@@ -27,6 +27,7 @@
 #include "db/area.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/progress.h"
+#include "lib/utf8.h"
 #include "term/screen.h"
 
 namespace tarnel {
@@ -202,6 +203,10 @@ class Appender {
       write_output(std::to_string(added_) + " records\n");
     else
       tell_end(reader);
+    if (foreign_ > 0)
+      tell("note: " + source_.file + ": " + std::to_string(foreign_) +
+           " texts, the first in line " + std::to_string(first_foreign_) +
+           ", are no UTF-8 and stay as they are; -charset NAME would say what they are");
   }
 
  private:
@@ -247,6 +252,8 @@ class Appender {
     std::ranges::fill(record_, std::uint8_t{' '});
     for (std::size_t i = 0; i < row.size(); ++i) {
       const dbf::Field& field = dbf_.fields[static_cast<std::size_t>(fields_[i]) - 1];
+      if (set_.assumed && !source_.page && !is_utf8(row[i].text) && ++foreign_ == 1)
+        first_foreign_ = reader.line();
       if (const Unconverted lost = encode_value(row[i], source_, set_)) {
         complain_of(reader, std::string(field.name) + " holds " + words_of_lost(lost));
         return RowEnd::kLeftOut;
@@ -308,6 +315,8 @@ class Appender {
   std::vector<std::uint8_t> record_, run_;
   std::vector<std::int32_t> fields_;  // of the columns
   std::int64_t added_ = 0;
+  std::int64_t foreign_ = 0,
+               first_foreign_ = 0;  // texts that are no UTF-8 though nothing else was said
   const SameTable same_;
 };
 

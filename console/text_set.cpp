@@ -28,11 +28,6 @@ std::optional<char> carried_byte(std::string_view text) {
   return static_cast<char>((text[1] & 1) << 6 | 0x80 | (text[2] & 0x3f));
 }
 
-bool is_utf8(std::string_view text) {
-  std::string ignored;
-  return !to_utf8(ignored, text, CodePage::kUtf8);
-}
-
 }  // namespace
 
 TextSet usual_text_set() {

@@ -26,16 +26,6 @@ std::string_view view_of(const re2::StringPiece& piece) {
   return {piece.data(), piece.size()};
 }
 
-bool is_utf8(std::string_view text) {
-  for (text.remove_prefix(ascii_length(text)); !text.empty();) {
-    char32_t character = 0;
-    const std::size_t length = utf8_length(text, character);
-    if (length == 0) return false;
-    text.remove_prefix(length);
-  }
-  return true;
-}
-
 // The pattern of argument 1 for the text of argument 0; null after an error. It is kept for the next call, since
 // loops ask for the same one.
 const RE2* pattern_of(std::int32_t argc, Var** argv, const char* function) {

@@ -44,6 +44,16 @@ void append_utf8(std::string& text, char32_t c) {
   put(0x80 | (c & 0x3f));
 }
 
+bool is_utf8(std::string_view text) {
+  for (text.remove_prefix(ascii_length(text)); !text.empty();) {
+    char32_t character = 0;
+    const std::size_t length = utf8_length(text, character);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
+}
+
 std::size_t ascii_length(std::string_view text) {
   constexpr std::uint64_t kHighBits = 0x8080808080808080;
   std::size_t at = 0;

@@ -11,6 +11,9 @@ namespace tarnel {
 // no halves of surrogate pairs. REQUIRES: a text that isn't empty.
 std::size_t utf8_length(std::string_view text, char32_t& character);
 
+// Is all of a text UTF-8?
+bool is_utf8(std::string_view text);
+
 // Appends a character. REQUIRES: one of Unicode.
 void append_utf8(std::string& text, char32_t character);
 
