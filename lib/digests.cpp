@@ -94,6 +94,17 @@ bool fill_by_chance(void* bytes, std::size_t size) {
   return true;
 }
 
+// All arguments are texts. Error 312 otherwise: a digest of nothing would pass for one.
+bool are_texts(const char* function, std::int32_t count, std::int32_t argc, Var** argv) {
+  for (std::int32_t i = 0; i < count; ++i)
+    if (!arg_is(argc, argv, i, kText)) {
+      RT_ERROR(312,
+               std::string(function) + (count > 1 ? "(): takes two texts" : "(): takes a text"));
+      return false;
+    }
+  return true;
+}
+
 Var* no_chance() {
   return RT_ERROR(320, "the system has no random bytes");
 }
@@ -125,6 +136,7 @@ bool same_bytes(std::string_view a, std::string_view b) {
 }  // namespace
 
 Var* sha256(std::int32_t argc, Var** argv) {
+  if (!are_texts("SHA256", 1, argc, argv)) return error_value();
   const std::string_view text = text_argument(argc, argv, 0);
   sha256_ctx context;
   Digest digest;
@@ -135,11 +147,14 @@ Var* sha256(std::int32_t argc, Var** argv) {
 }
 
 Var* hmacsha256(std::int32_t argc, Var** argv) {
+  if (!are_texts("HMACSHA256", 2, argc, argv)) return error_value();
+  if (text_of(argv[1]).empty()) return RT_ERROR(324, "HMACSHA256(): needs a key");
   return TMP_TEXT(
       hexadecimal(digest_under_key(text_argument(argc, argv, 0), text_argument(argc, argv, 1))));
 }
 
 Var* crc32_function(std::int32_t argc, Var** argv) {
+  if (!are_texts("CRC32", 1, argc, argv)) return error_value();
   const std::string_view text = text_argument(argc, argv, 0);
   const double former = arg_is(argc, argv, 1, kNumber) ? number_of(argv[1]) : 0;
   const auto begin = former > 0 && former <= UINT32_MAX ? static_cast<uLong>(former) : 0;
@@ -147,10 +162,12 @@ Var* crc32_function(std::int32_t argc, Var** argv) {
 }
 
 Var* hexenc(std::int32_t argc, Var** argv) {
+  if (!are_texts("HEXENC", 1, argc, argv)) return error_value();
   return TMP_TEXT(hexadecimal(text_argument(argc, argv, 0)));
 }
 
 Var* hexdec(std::int32_t argc, Var** argv) {
+  if (!are_texts("HEXDEC", 1, argc, argv)) return error_value();
   const std::string_view digits = text_argument(argc, argv, 0);
   base16_decode_ctx context;
   base16_decode_init(&context);
@@ -164,10 +181,12 @@ Var* hexdec(std::int32_t argc, Var** argv) {
 }
 
 Var* base64enc(std::int32_t argc, Var** argv) {
+  if (!are_texts("BASE64ENC", 1, argc, argv)) return error_value();
   return TMP_TEXT(base64(text_argument(argc, argv, 0), int_argument(argc, argv, 1, 0) != 0));
 }
 
 Var* base64dec(std::int32_t argc, Var** argv) {
+  if (!are_texts("BASE64DEC", 1, argc, argv)) return error_value();
   std::string bytes;
   if (!from_base64(std::string(text_argument(argc, argv, 0)), bytes))
     return RT_ERROR(320, "BASE64DEC(): no digits of base 64");
@@ -199,8 +218,8 @@ Var* randtext(std::int32_t argc, Var** argv) {
 }
 
 Var* pwhash(std::int32_t argc, Var** argv) {
+  if (!are_texts("PWHASH", 1, argc, argv)) return error_value();
   char setting[CRYPT_GENSALT_OUTPUT_SIZE];
-  if (!arg_is(argc, argv, 0, kText)) return RT_ERROR(312, "PWHASH(): takes a text");
   if (crypt_gensalt_rn("$y$", 0, nullptr, 0, setting, sizeof setting) == nullptr)
     return no_chance();
   const std::string hash = crypted(text_of(argv[0]), setting);
@@ -215,12 +234,14 @@ Var* pwverify(std::int32_t argc, Var** argv) {
 }
 
 Var* signtext(std::int32_t argc, Var** argv) {
+  if (!are_texts("SIGNTEXT", 2, argc, argv)) return error_value();
   const std::string_view text = text_argument(argc, argv, 0), key = text_argument(argc, argv, 1);
   if (key.empty()) return RT_ERROR(324, "SIGNTEXT(): needs a key");
   return TMP_TEXT(std::string(text) + "." + signature_of(text, key));
 }
 
 Var* verifytext(std::int32_t argc, Var** argv) {
+  if (!are_texts("VERIFYTEXT", 2, argc, argv)) return error_value();
   const std::string_view text = text_argument(argc, argv, 0), key = text_argument(argc, argv, 1);
   if (key.empty()) return RT_ERROR(324, "VERIFYTEXT(): needs a key");
   const std::size_t point = text.rfind('.');

@@ -69,6 +69,10 @@ Var* run(std::int32_t argc, Var** argv) {
     RT_ERROR(312, "in RUN()");
     return int_minus_one();
   }
+  if (text_of(argv[0]).find('\0') != std::string_view::npos) {
+    RT_ERROR(320, "RUN: a command has no NUL byte");
+    return int_minus_one();
+  }
   if (!settings().commands) {
     RT_ERROR(320, "RUN: this program starts no commands");
     return int_minus_one();

@@ -55,7 +55,7 @@ class Child {
  public:
   explicit Child(std::string_view input) : input_(input) {}
   ~Child() {
-    if (process_ > 0) end(SIGKILL);
+    if (process_ > 0) stop();
   }
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
@@ -64,8 +64,9 @@ class Child {
   int start(std::vector<std::string>& arguments);
   // Until both outputs end, a signal waits or the time is over. False for the last two.
   bool exchange(double seconds);
-  // Its status.
+  // Its status, when it has ended or is made to with all that it started.
   int finish() { return end(0); }
+  int stop() { return end(SIGKILL); }
 
   std::string output, errors;
 
@@ -95,7 +96,8 @@ int Child::start(std::vector<std::string>& arguments) {
   sigemptyset(&usual);
   sigaddset(&usual, SIGPIPE);  // ignored here, but the program may count on it
   posix_spawnattr_setsigdefault(&attributes, &usual);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+  // A group of its own, which is ended as a whole.
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
   const int failure = posix_spawnp(&process_, argv[0], &actions, &attributes, argv.data(), environ);
   posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
@@ -140,9 +142,11 @@ bool Child::exchange(double seconds) {
 
 int Child::end(int signal) {
   int status = 0;
-  if (signal != 0) ::kill(process_, signal);
-  while (::waitpid(process_, &status, 0) < 0 && errno == EINTR)
-    if (signal_waits()) ::kill(process_, SIGKILL);
+  // One that has ended by itself keeps its status, whatever it left behind.
+  const bool ended = ::waitpid(process_, &status, WNOHANG) == process_;
+  if (signal != 0) ::kill(-process_, signal);
+  while (!ended && ::waitpid(process_, &status, 0) < 0 && errno == EINTR)
+    if (signal_waits()) ::kill(-process_, SIGKILL);
   process_ = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
@@ -173,7 +177,7 @@ Var* exec_function(std::int32_t argc, Var** argv) {
     Child child(input);
     if (const int failure = child.start(arguments); failure != 0)
       return RT_ERROR(323, "EXEC(): " + arguments[0] + ": " + std::strerror(failure));
-    status = child.exchange(seconds) ? child.finish() : 128 + SIGKILL;
+    status = child.exchange(seconds) ? child.finish() : child.stop();
     output = std::move(child.output);
     errors = std::move(child.errors);
   }

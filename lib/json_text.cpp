@@ -121,15 +121,15 @@ class ValueMaker : public nlohmann::json_sax<nlohmann::json> {
   }
   bool string(string_t& value) override { return add(TMP_TEXT(value)); }
   bool binary(binary_t&) override { return false; }
-  bool start_object(std::size_t) override { return open(true); }
-  bool start_array(std::size_t) override { return open(false); }
+  bool start_object(std::size_t) override { return deeper() && open(true); }
+  bool start_array(std::size_t) override { return deeper() && open(false); }
   // The name waits in its pair for the value.
   bool key(string_t& name) override {
     if (!open(false)) return false;
     return append(TMP_TEXT(name));
   }
-  bool end_object() override { return close(); }
-  bool end_array() override { return close(); }
+  bool end_object() override { return --depth_, close(); }
+  bool end_array() override { return --depth_, close(); }
   bool parse_error(std::size_t position, const std::string&,
                    const nlohmann::detail::exception&) override {
     fault_ = "no JSON from byte " + std::to_string(position) + " on";
@@ -147,11 +147,12 @@ class ValueMaker : public nlohmann::json_sax<nlohmann::json> {
     std::int32_t count = 0;
   };
 
+  bool deeper() {
+    if (depth_ == kDeepest) fault_ = "more than 100 levels";
+    return depth_++ < kDeepest;
+  }
+
   bool open(bool object) {
-    if (open_.size() == 2 * kDeepest) {
-      fault_ = "more than 100 levels";
-      return false;
-    }
     Var* array = NEW_TEMP();
     cscreara(array, 0, kAllNil);
     open_.push_back({array, object, temp_top()});
@@ -189,6 +190,7 @@ class ValueMaker : public nlohmann::json_sax<nlohmann::json> {
 
   Var* const result_;
   std::vector<Open> open_;
+  std::size_t depth_ = 0;
   std::string fault_;
 };
 
@@ -228,6 +230,9 @@ Var* fromjson(std::int32_t argc, Var** argv) {
   const std::int32_t mark = temp_top();
   const std::string text(text_of(argv[0]));
   ValueMaker maker;
+  // The parser takes a NUL for the end.
+  if (text.find('\0') != text.npos)
+    return RT_ERROR(320, "FROMJSON(): no JSON from its NUL byte on");
   if (nlohmann::json::sax_parse(text, &maker)) return keep_temp(mark, maker.result());
   POP_TEMPS(mark);
   return maker.fault().empty() ? error_value() : RT_ERROR(320, "FROMJSON(): " + maker.fault());

@@ -15,7 +15,7 @@
 namespace tarnel {
 namespace {
 
-constexpr double kYear10000 = 253402300800.0, kYear0 = -62167219200.0;
+constexpr double kYear10000 = 253402300800.0, kYear1 = -62135596800.0;
 
 double now_in_seconds() {
   const auto now = std::chrono::system_clock::now().time_since_epoch();
@@ -23,10 +23,11 @@ double now_in_seconds() {
          1e6;
 }
 
-// The moment of argument 0, or now; false for one that has no year of four digits.
+// The moment of argument 0, or now without one; false for anything else, and one that has no year of four digits.
 bool moment_argument(std::int32_t argc, Var** argv, std::time_t& moment) {
+  if (argc > 0 && !is_nil(argv[0]) && !arg_is(argc, argv, 0, kNumber)) return false;
   const double seconds = arg_is(argc, argv, 0, kNumber) ? number_of(argv[0]) : now_in_seconds();
-  if (!(seconds >= kYear0 && seconds < kYear10000)) return false;
+  if (!(seconds >= kYear1 && seconds < kYear10000)) return false;
   moment = static_cast<std::time_t>(std::floor(seconds));
   return true;
 }

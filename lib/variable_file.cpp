@@ -43,8 +43,10 @@ std::string number_bytes(const Var* v) {
   return std::string(digits, end) + format_text(" %d %d", int{v->decimals}, int{v->length});
 }
 
-// Appends the entry of a value; false when there is none for it or a part of it.
-bool append_value(std::string& out, std::string_view name, const Var* v, int depth) {
+// Appends the entry of a value; false when there is none for it or a part of it. Of arrays that are nested too deeply,
+// one that holds itself among them, `too_deep` tells.
+bool append_value(std::string& out, std::string_view name, const Var* v, int depth,
+                  bool& too_deep) {
   const auto whole = [&](char type, std::string_view bytes) {
     append_entry(out, name, type, bytes.size(), bytes);
     return true;
@@ -54,10 +56,14 @@ bool append_value(std::string& out, std::string_view name, const Var* v, int dep
   if (v->type == 'L') return whole('L', v->i != 0 ? "T" : "F");
   if (v->type == 'D') return whole('D', std::to_string(v->i));
   if (is_nil(v)) return depth > 0 && whole('U', "");
-  if (v->type != 'A' || depth == kMostDepth) return false;
+  if (v->type != 'A') return false;
+  if (depth == kMostDepth) {
+    too_deep = true;
+    return false;
+  }
   append_entry(out, name, 'A', static_cast<std::size_t>(element_count(v)), "");
   for (std::int32_t i = 1; i <= element_count(v); ++i)
-    if (!append_value(out, kElement, element(v, i), depth + 1)) return false;
+    if (!append_value(out, kElement, element(v, i), depth + 1, too_deep)) return false;
   return true;
 }
 
@@ -224,10 +230,14 @@ Var* mvsave(std::int32_t argc, Var** argv) {
     const Symbol& symbol = symbol_at(i);
     if (!is_name(symbol.name) || !choice.takes(symbol.name)) continue;
     const std::size_t before = out.size();
-    if (append_value(out, symbol.name, symbol.var, 0))
+    bool too_deep = false;
+    if (append_value(out, symbol.name, symbol.var, 0, too_deep))
       ++count;
     else
       out.resize(before);
+    if (!too_deep) continue;
+    RT_ERROR(320, "__MVSAVE(): arrays are nested too deeply in " + std::string(symbol.name));
+    return int_minus_one();
   }
   const int handle = fileCreate(file, fileDefaultMode());
   if (handle < 0) return int_minus_one();
