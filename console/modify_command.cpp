@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <string>
 #include <vector>
 
@@ -96,6 +97,21 @@ bool read_script(DbfIdx& dbf, std::string_view script, std::vector<dbf::Field>& 
   return true;
 }
 
+// Does an expression hold a name as a word, in whatever letters?
+bool has_name(std::string_view expression, std::string_view name) {
+  const auto is_part = [](char c) {
+    return c == '_' || std::isalnum(static_cast<unsigned char>(c)) != 0;
+  };
+  for (std::size_t at = 0; at + name.size() <= expression.size(); ++at) {
+    const std::size_t end = at + name.size();
+    if (same_letters(expression.substr(at, name.size()), name) &&
+        (at == 0 || !is_part(expression[at - 1])) &&
+        (end == expression.size() || !is_part(expression[end])))
+      return true;
+  }
+  return false;
+}
+
 // A table on its way to other fields.
 class Modification {
  public:
@@ -116,7 +132,7 @@ class Modification {
       return complain(foreign + ": is there already");
     if (changes.empty())
       write_output(name_ + ": nothing changes\n");
-    else if (look() && agreed())
+    else if (find_orders(), look() && agreed())
       write();
   }
 
@@ -165,22 +181,44 @@ class Modification {
   bool agreed() {
     if (misfits_ > kMostLines)
       write_output("... and " + std::to_string(misfits_ - kMostLines) + " more\n");
-    if (misfits_ == 0 || wanted_.forced) return true;
-    const std::string count = std::to_string(misfits_) + " values have no place";
-    if (is_asked(wanted_)) return confirmed(count + ", cut them or leave them out?");
-    complain(count + ", " + name_ + " stays as it was; with ! they are cut or left out");
+    if (misfits_ + lost_orders_ == 0 || wanted_.forced) return true;
+    const std::string count =
+        misfits_ == 0 ? "orders will be wrong"
+                      : std::to_string(misfits_) + (misfits_ == 1 ? " value has" : " values have") +
+                            " no place" + (lost_orders_ > 0 ? ", and orders will be wrong" : "");
+    if (is_asked(wanted_)) return confirmed(count + ", go on all the same?");
+    complain(count + ", " + name_ + " stays as it was; with ! it is changed all the same");
     return false;
   }
 
-  void write() {
-    std::vector<OrderPlan> orders;
+  // The orders that are to be built anew. Those whose keys name a field that will be gone are told.
+  void find_orders() {
     for (const std::string& path : orders_beside(path_)) {
       if (std::optional<OrderPlan> order = read_order_plan(path))
-        orders.push_back(std::move(*order));
+        orders_.push_back(std::move(*order));
       else
         tell("note: " + std::string(base_name(path)) +
              ": its key can't be read, it stays as it is");
     }
+    for (const OrderPlan& order : orders_)
+      for (const dbf::Field& field : dbf_.fields) {
+        if (stays(field) || !names(order, field.name)) continue;
+        ++lost_orders_;
+        write_output(std::string(base_name(order.path)) + " can't be built without a field " +
+                     std::string(field.name) + "\n");
+        break;
+      }
+  }
+  bool stays(const dbf::Field& field) const {
+    return std::ranges::any_of(fields_, [&](const dbf::Field& other) {
+      return std::string_view(other.name) == field.name;
+    });
+  }
+  static bool names(const OrderPlan& order, std::string_view field) {
+    return has_name(order.header.expression, field) || has_name(order.condition, field);
+  }
+
+  void write() {
     Restructure next(dbf_, fields_);
     const MemoSink memos{&next, [](void* table, std::string_view text) {
                            return static_cast<Restructure*>(table)->add_memo(text);
@@ -194,7 +232,7 @@ class Modification {
     if (!next.begin()) return static_cast<void>(failed());
     if (!each_record(add)) return;
     if (!next.finish()) return static_cast<void>(failed());
-    build_orders(path_, orders, [](const std::string& line) { complain(line); });
+    build_orders(path_, orders_, [](const std::string& line) { complain(line); });
     write_output(name_ + ": " + std::to_string(records) + " records, " +
                  std::to_string(fields_.size()) + " fields\n");
   }
@@ -204,7 +242,8 @@ class Modification {
   const std::string path_, name_;
   const std::vector<dbf::Field> fields_;
   const FieldMoves moves_;
-  std::int64_t misfits_ = 0;
+  std::vector<OrderPlan> orders_;
+  std::int64_t misfits_ = 0, lost_orders_ = 0;
 };
 
 void modify(DbfIdx& dbf, const Wanted& wanted, std::string_view script) {

@@ -361,7 +361,7 @@ TEST_F(Console, AStructureIsChangedByTheUsersEditor) {
   for (const std::string answer : {"n", "y"}) {
     type(".modify t\n");
     read_to("record 1, field A is too long: kept\r\n");
-    read_to("1 values have no place, cut them or leave them out? (y/n) ");
+    read_to("1 value has no place, go on all the same? (y/n) ");
     type(answer + "\n");
   }
   read_to("t.dbf: 1 records, 1 fields\r\n");
