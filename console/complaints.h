@@ -47,7 +47,9 @@ class RunningLine {
   RunningLine(const RunningLine&) = delete;
   RunningLine& operator=(const RunningLine&) = delete;
 
+  // A complaint, behind the place where the line stands in a script.
   void show(std::string_view text);
+  // FILE:LINE: of a script, once; nothing elsewhere.
   void show_place();
 
  private:

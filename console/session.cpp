@@ -288,7 +288,7 @@ bool run_file_on_screen(const char* name) {
 
 void set_session_variable(std::string_view name, Var* value) {
   make_known(name);
-  CPY_VAR(symbol_var(FIND_SYMBOL(name)), value);
+  if (const std::int32_t sym = FIND_SYMBOL(name); sym > 0) CPY_VAR(symbol_var(sym), value);
 }
 
 bool is_expression(std::string_view text) {

@@ -29,7 +29,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kMostOutput = std::size_t{64} << 20;  // bytes of each; more ends the program
-constexpr int kLookEvery = 100;                             // milliseconds between looks at signals
+// Milliseconds between looks at signals and the time, and at whether a program has ended that writes no more.
+constexpr int kLookEvery = 100, kLookForEnd = 1;
 
 // A pipe whose ends are closed at the latest with it.
 struct Pipe {
@@ -55,29 +56,35 @@ class Child {
  public:
   explicit Child(std::string_view input) : input_(input) {}
   ~Child() {
-    if (process_ > 0) stop();
+    if (process_ > 0 && !ended_) stop();
   }
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
 
   // 0, or the system's number.
   int start(std::vector<std::string>& arguments);
-  // Until both outputs end, a signal waits or the time is over. False for the last two.
-  bool exchange(double seconds);
-  // Its status, when it has ended or is made to with all that it started.
-  int finish() { return end(0); }
-  int stop() { return end(SIGKILL); }
+  // Until both outputs have ended and the program too; false when a signal waits, the time is over or there is too
+  // much output. No time: 0.
+  [[nodiscard]] bool exchange(double seconds);
+  // Ends all that it started and still runs. The status is its own when it has ended by itself.
+  int stop();
+  // REQUIRES: it has ended.
+  int status() const { return WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_); }
 
   std::string output, errors;
 
  private:
   bool read_into(std::string& text, int& end_of_pipe);
   void write_input();
-  int end(int signal);
+  bool has_ended() {
+    return ended_ || (ended_ = ::waitpid(process_, &status_, WNOHANG) == process_);
+  }
 
   std::string_view input_;
   Pipe in_, out_, err_;
   pid_t process_ = -1;
+  int status_ = 0;
+  bool ended_ = false;
 };
 
 int Child::start(std::vector<std::string>& arguments) {
@@ -129,10 +136,13 @@ void Child::write_input() {
 
 bool Child::exchange(double seconds) {
   const auto until = Clock::now() + std::chrono::duration<double>(seconds);
-  while (out_.read >= 0 || err_.read >= 0) {
+  // One may close its outputs and go on: then the wait is for its end, looked at now and then.
+  while (out_.read >= 0 || err_.read >= 0 || !has_ended()) {
     if (signal_waits() || (seconds > 0 && Clock::now() >= until)) return false;
     pollfd ends[] = {{in_.write, POLLOUT, 0}, {out_.read, POLLIN, 0}, {err_.read, POLLIN, 0}};
-    if (::poll(ends, std::size(ends), kLookEvery) < 0 && errno != EINTR) return false;
+    const bool only_end = out_.read < 0 && err_.read < 0;
+    if (::poll(ends, std::size(ends), only_end ? kLookForEnd : kLookEvery) < 0 && errno != EINTR)
+      return false;
     if (ends[0].revents != 0) write_input();
     if (ends[1].revents != 0 && !read_into(output, out_.read)) return false;
     if (ends[2].revents != 0 && !read_into(errors, err_.read)) return false;
@@ -140,15 +150,10 @@ bool Child::exchange(double seconds) {
   return true;
 }
 
-int Child::end(int signal) {
-  int status = 0;
-  // One that has ended by itself keeps its status, whatever it left behind.
-  const bool ended = ::waitpid(process_, &status, WNOHANG) == process_;
-  if (signal != 0) ::kill(-process_, signal);
-  while (!ended && ::waitpid(process_, &status, 0) < 0 && errno == EINTR)
-    if (signal_waits()) ::kill(-process_, SIGKILL);
-  process_ = -1;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+int Child::stop() {
+  ::kill(-process_, SIGKILL);
+  while (!ended_) ended_ = ::waitpid(process_, &status_, 0) == process_ || errno != EINTR;
+  return status();
 }
 
 // The texts of an array; false when it holds anything else, or nothing.
@@ -177,7 +182,7 @@ Var* exec_function(std::int32_t argc, Var** argv) {
     Child child(input);
     if (const int failure = child.start(arguments); failure != 0)
       return RT_ERROR(323, "EXEC(): " + arguments[0] + ": " + std::strerror(failure));
-    status = child.exchange(seconds) ? child.finish() : child.stop();
+    status = child.exchange(seconds) ? child.status() : child.stop();
     output = std::move(child.output);
     errors = std::move(child.errors);
   }
