@@ -2,8 +2,11 @@
 
 #include <unistd.h>
 
+#include <optional>
 #include <string>
 
+#include "console/export_commands.h"
+#include "console/row_commands.h"
 #include "console/session.h"
 #include "console/text_set.h"
 #include "console/words.h"
@@ -12,8 +15,10 @@
 #include "core/errors.h"
 #include "core/output.h"
 #include "core/stacks.h"
+#include "core/switched.h"
 #include "core/text.h"
 #include "db/area.h"
+#include "db/text/text_coding.h"
 
 namespace tarnel {
 namespace {
@@ -73,6 +78,41 @@ Kind kind_of(std::string_view file) {
   if (extension == ".sdf") return Kind::kColumns;
   return extension == ".txt" || extension == ".csv" ? Kind::kDelimited : Kind::kTable;
 }
+// The coding of a text for the time of a command: UTF-8 where nobody chose another set. Columns are counted in bytes and
+// stay as they are in the table, and so do texts of a table whose set nobody told, unless a set was chosen.
+class TextFileCoding {
+ public:
+  // Takes -charset NAME off a line. False after a complaint.
+  [[nodiscard]] bool take(std::string_view& line) {
+    chosen_ = find_word(line, "-charset") == 0;
+    return take_charset(line, file_);
+  }
+  [[nodiscard]] bool begin(std::string_view file, const TextSet& set) {
+    const Kind kind = kind_of(file);
+    if (kind == Kind::kTable && chosen_) {
+      complain("-charset goes with a text: .csv, .txt or .sdf");
+      return false;
+    }
+    coding_.emplace(set.assumed ? CodePage::kUtf8 : set.page, file_);
+    const bool wanted = chosen_ || (kind == Kind::kDelimited && !set.assumed);
+    if (wanted && coding_->table != coding_->file) in_force_.emplace(text_coding(), &*coding_);
+    return true;
+  }
+  void tell_lost(std::string_view file, bool reading) const {
+    if (!coding_->lost) return;
+    const std::string first = words_of(coding_->lost, coding_->lost_in), name(file);
+    complain(reading ? name + " holds " + first + ", and was read up to there"
+                     : name + ": " + std::to_string(coding_->lost.count) +
+                           " characters could not be converted, the first: " + first);
+  }
+
+ private:
+  CodePage file_ = CodePage::kUtf8;
+  bool chosen_ = false;
+  std::optional<TextCoding> coding_;
+  std::optional<Switched<TextCoding*>> in_force_;
+};
+
 // The delimiter that the methods for texts take: none makes columns.
 Var* delimiter_of(Kind kind) {
   return kind == Kind::kColumns ? empty_text() : nil_value();
@@ -109,6 +149,8 @@ bool zap_records(std::string_view sure) {
 bool copy_records(std::string_view arguments) {
   CurrentTable table;
   if (!table.is_open()) return true;
+  TextFileCoding coding;
+  if (!coding.take(arguments)) return true;
   const std::string_view file = take_word(arguments);
   if (file.empty()) {
     complain(".copy needs the name of a file");
@@ -116,24 +158,33 @@ bool copy_records(std::string_view arguments) {
   }
   Var* fields = take_fields(arguments);
   std::string text(arguments);
-  if (!is_expression(arguments) || !encode_expression(text, table.characters())) return true;
+  if (!is_expression(arguments) || !encode_expression(text, table.characters()) ||
+      !coding.begin(file, table.characters()))
+    return true;
   Var* condition = arguments.empty() ? nil_value() : TMP_TEXT(text);
   if (const Kind kind = kind_of(file); kind != Kind::kTable)
     table.run("copydelimited", TMP_TEXT(file), delimiter_of(kind), fields, condition);
   else
     table.run("copydb", TMP_TEXT(file), fields, condition);
+  coding.tell_lost(file, false);
   return true;
 }
 
 bool append_records(std::string_view file) {
   CurrentTable table;
   if (!table.is_open()) return true;
-  if (file.empty())
+  TextFileCoding coding;
+  if (!coding.take(file)) return true;
+  if (file.empty()) {
     complain(".append needs the name of a file");
-  else if (const Kind kind = kind_of(file); kind != Kind::kTable)
+    return true;
+  }
+  if (!coding.begin(file, table.characters())) return true;
+  if (const Kind kind = kind_of(file); kind != Kind::kTable)
     table.change("appenddelimited", TMP_TEXT(file), delimiter_of(kind));
   else
     table.change("appenddb", TMP_TEXT(file));
+  coding.tell_lost(file, true);
   return true;
 }
 

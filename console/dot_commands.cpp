@@ -49,7 +49,8 @@ bool set_echo(std::string_view on_or_off);
 bool set_timer(std::string_view on_or_off);
 
 constexpr DotCommand kDotCommands[] = {
-    {"append", "FILE", "adds records of a table, or of a text (.csv, .txt, .sdf)", append_records},
+    {"append", "[-charset NAME] FILE", "adds records of a table, or of a text (.csv, .txt, .sdf)",
+     append_records},
     {"bail", "on|off", "ends a file with the first line that complains, or not", set_bail},
     {"browse", "[FIELDS] [ro]", "shows the current table on the screen to look through and edit",
      browse},
@@ -60,7 +61,7 @@ constexpr DotCommand kDotCommands[] = {
      check_files},
     {"changes", "on|off", "tells how many records a line wrote, or not", set_changes},
     {"close", "[ALIAS|all]", "closes the current table, another one, or all", close_command},
-    {"copy", "FILE [FIELDS] [for CONDITION]",
+    {"copy", "[-charset NAME] FILE [FIELDS] [for CONDITION]",
      "makes a table, or a text (.csv, .txt, .sdf), of records", copy_records},
     {"count", "[for EXPR] [while EXPR]", "counts records", count_records},
     {"create", "FILE NAME TYPE [LENGTH [DECIMALS]], ...", "makes a table and opens it exclusively",

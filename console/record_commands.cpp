@@ -185,10 +185,12 @@ bool edit_record(std::string_view arguments) {
 
 bool show_value(std::string_view expression) {
   const TempsMark mark;
-  if (expression.empty())
+  if (expression.empty()) {
     complain(".show needs an expression");
-  else
-    write_output(whole_value(evaluate_argument(expression)) + "\n");
+    return true;
+  }
+  const Var* value = evaluate_argument(expression);
+  write_output(whole_value(value, ValueTexts(expression)) + "\n");
   return true;
 }
 

@@ -123,9 +123,9 @@ void run_expression(std::string_view line) {
   if (screen_open()) return;  // there the script alone decides what is shown
   const bool has_parts = letter_in(value->type, "AOBb");
   if (has_parts && isatty(STDOUT_FILENO) != 0)
-    write_output(whole_value(value));
+    write_output(whole_value(value, ValueTexts(line)));
   else
-    write_value(value);
+    write_value(value, ValueTexts(line));
   write_output("\n");
 }
 
@@ -303,9 +303,9 @@ Var* evaluate_argument(std::string_view expression) {
   return is_expression(expression) ? EXP_EVAL(expression) : error_value();
 }
 
-void write_value(const Var* value) {
+void write_value(const Var* value, const ValueTexts& texts) {
   NumberBuffer buffer;
-  write_output(varToText(value, buffer));
+  write_output(texts.readable(varToText(value, buffer)));
 }
 
 }  // namespace tarnel

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "console/complaints.h"
+#include "console/text_set.h"
 #include "core/var.h"
 
 namespace tarnel {
@@ -43,7 +44,7 @@ bool take_bail();
 bool is_expression(std::string_view text);
 // Evaluates an expression for a dot command. One that is wrong somewhere is the error value; nothing of it has run.
 Var* evaluate_argument(std::string_view expression);
-// Writes a value as ? does, without a line feed.
-void write_value(const Var* value);
+// Writes a value as ? does, without a line feed, its text as a reader has it.
+void write_value(const Var* value, const ValueTexts& texts = ValueTexts({}));
 
 }  // namespace tarnel

@@ -5,6 +5,8 @@
 
 #include "console/complaints.h"
 #include "core/classes.h"
+#include "core/text.h"
+#include "db/area.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/format/character_marks.h"
 #include "lib/utf8.h"
@@ -96,6 +98,24 @@ std::string decoded(std::string_view bytes, const TextSet& set) {
   std::string text;
   static_cast<void>(decode(text, bytes, set));
   return text;
+}
+
+ValueTexts::ValueTexts(std::string_view expression) {
+  const std::size_t arrow = expression.find("->");
+  const bool has_alias = arrow != expression.npos;
+  const WorkArea* area =
+      has_alias ? resolve_alias(trim_blanks(expression.substr(0, arrow))) : nullptr;
+  if (has_alias) expression.remove_prefix(arrow + 2);
+  Var* server = area != nullptr && area->server() != nullptr ? area->server() : current_server();
+  if (server == nullptr) return;
+  set_ = text_set_of(server);
+  is_field_ = class_of(server) == &dbfidx_class() &&
+              field_position(dbf_of(server), trim_blanks(expression)) > 0;
+}
+
+std::string ValueTexts::readable(std::string_view text) const {
+  const bool stays = set_.assumed || is_ascii(text) || (!is_field_ && is_utf8(text));
+  return stays ? std::string(text) : decoded(text, set_);
 }
 
 void decode_exactly(std::string& out, std::string_view bytes, CodePage page) {

@@ -53,6 +53,19 @@ struct LostTexts {
 // For a person, whom the signs in the text tell as much.
 std::string decoded(std::string_view bytes, const TextSet& set);
 
+// The texts of a value that an expression gave, for who reads them. Those of a field are in the set of its table. Of
+// others nobody knows whence they come: what is UTF-8 is that, other bytes are of the set of the current table. In an
+// assumed set they stay as they are.
+class ValueTexts {
+ public:
+  explicit ValueTexts(std::string_view expression);
+  std::string readable(std::string_view text) const;
+
+ private:
+  TextSet set_;
+  bool is_field_ = false;
+};
+
 // The same without loss: a byte that is no character becomes half of a surrogate pair, U+DC00 and the byte, which
 // no text has.
 void decode_exactly(std::string& out, std::string_view bytes, CodePage page);

@@ -18,13 +18,14 @@ constexpr std::string_view kMore = "...";
 
 class Writer {
  public:
+  explicit Writer(const ValueTexts& texts) : texts_(texts) {}
   std::string take() { return std::move(text_); }
 
   void write(const Var* value) {
     switch (value->type) {
       case 'C':
       case 'M':
-        return write_text(text_of(value));
+        return write_text(texts_.readable(text_of(value)));
       case 'D':
         return write_plain("{", std::string(std::string_view(dateToText(value->i))), "}");
       case 'b':
@@ -85,14 +86,15 @@ class Writer {
     text_ += '}';
   }
 
+  const ValueTexts& texts_;
   std::string text_;
   std::vector<const SharedHeader*> inside_;
 };
 
 }  // namespace
 
-std::string whole_value(const Var* value) {
-  Writer writer;
+std::string whole_value(const Var* value, const ValueTexts& texts) {
+  Writer writer(texts);
   writer.write(value);
   return writer.take();
 }

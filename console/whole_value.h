@@ -3,12 +3,13 @@
 
 #include <string>
 
+#include "console/text_set.h"
 #include "core/var.h"
 
 namespace tarnel {
 
 // The value as the language would write it: texts between quotes, arrays with their elements, objects as their class
 // and its instances, which run no code. What holds itself ends in "...", and so does what is nested too deeply.
-std::string whole_value(const Var* value);
+std::string whole_value(const Var* value, const ValueTexts& texts);
 
 }  // namespace tarnel

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "db/text/text_coding.h"
+
 namespace tarnel {
 
 class TextSource {
@@ -16,7 +18,8 @@ class TextSource {
   TextSource(const TextSource&) = delete;
   TextSource& operator=(const TextSource&) = delete;
 
-  // False with errno set, here and below.
+  // False with errno set, here and below. The coding in force then must outlive the reading; a character that has no
+  // place in it is EILSEQ, behind all that comes before.
   [[nodiscard]] bool open(const std::string& path);
   void close();
 
@@ -27,6 +30,12 @@ class TextSource {
   void pass(std::size_t n) { begin_ += n; }
 
  private:
+  bool read_converted();
+  void leave_end_mark();
+
+  TextCoding* coding_ = nullptr;
+  std::string raw_;  // of the file, not yet converted
+  bool broken_ = false;
   int fd_ = -1;
   std::vector<char> bytes_;
   std::size_t begin_ = 0, end_ = 0;

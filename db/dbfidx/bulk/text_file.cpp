@@ -42,6 +42,11 @@ bool unwritable(DbfIdx& dbf, TableError error, const std::string& path) {
   return false;
 }
 
+bool append_line(ReplacementFile& out, std::string& line) {
+  if (text_coding() != nullptr) text_coding()->to_file(line);
+  return out.append(line.data(), line.size());
+}
+
 bool write_lines(DbfIdx& dbf, const Scope& scope, const std::vector<dbf::Field>& fields,
                  TextFormat format, ReplacementFile& out) {
   std::string line;
@@ -54,7 +59,7 @@ bool write_lines(DbfIdx& dbf, const Scope& scope, const std::vector<dbf::Field>&
     } else if (!put_line(line, dbf.buffer.data(), format, fields, wrong)) {
       walk.fail();
       dxerror(dbf, TableError::kBulkOverflow, {kOperation, dbf.recNo, fields[wrong].name});
-    } else if (!out.append(line.data(), line.size())) {
+    } else if (!append_line(out, line)) {
       walk.fail();
       unwritable(dbf, TableError::kBulkUnwritable, out.target());
     }
