@@ -243,9 +243,12 @@ bool create_command(std::string_view arguments) {
   const TempsMark mark;
   std::string file;
   const std::string name = take_file_name(arguments);
-  const std::string structure = structure_of(arguments);
-  if (name.empty() || structure.size() <= 2) {
-    complain(".create needs a file and fields: FILE NAME TYPE [LENGTH [DECIMALS]], ...");
+  std::string fault;
+  const std::string structure = structure_of(arguments, fault);
+  if (name.empty() || structure.empty()) {
+    complain(!fault.empty() ? fault
+                            : ".create needs a file and fields: FILE NAME TYPE [LENGTH "
+                              "[DECIMALS]], ...");
     return true;
   }
   if (!may_write(name)) return true;

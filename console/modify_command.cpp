@@ -72,20 +72,16 @@ std::string structure_in(std::string_view script) {
 bool read_script(DbfIdx& dbf, std::string_view script, std::vector<dbf::Field>& fields,
                  std::vector<std::int32_t>& from) {
   std::vector<std::string> former;
-  const std::string rows = structure_of(structure_in(script), &former);
-  if (rows.size() <= 2) {
-    complain("the script needs a line .create FILE NAME TYPE [LENGTH [DECIMALS]] [was NAME], ...");
+  std::string fault;
+  const std::string rows = structure_of(structure_in(script), fault, &former);
+  if (rows.empty()) {
+    complain(!fault.empty() ? fault
+                            : "the script needs a line .create FILE NAME TYPE [LENGTH [DECIMALS]] "
+                              "[was NAME], ...");
     return false;
   }
   if (!read_structure(dbf, evaluate_argument(rows), fields)) return false;
   for (std::size_t i = 0; i < fields.size(); ++i) {
-    const auto same = [&](const dbf::Field& other) {
-      return std::string_view(other.name) == fields[i].name;
-    };
-    if (std::count_if(fields.begin(), fields.end(), same) > 1) {
-      complain("two fields " + std::string(fields[i].name));
-      return false;
-    }
     from.push_back(field_position(dbf, former[i]) - 1);
     const bool renamed = !same_letters(former[i], fields[i].name);
     const bool twice = from.back() >= 0 && std::count(from.begin(), from.end(), from.back()) > 1;
