@@ -34,6 +34,14 @@ std::string plain_text(const RowCell& cell) {
   return cell.kind == CellKind::kNumber ? plain_number(cell.text) : std::string(cell.text);
 }
 
+// A number that the other table has as a text, perhaps with other zeros, is the same.
+bool same_value(const RowCell& a, const RowCell& b) {
+  const bool numbers = (a.kind == CellKind::kNumber && !b.text.empty()) ||
+                       (b.kind == CellKind::kNumber && !a.text.empty());
+  return numbers ? plain_number(trim_blanks(a.text)) == plain_number(trim_blanks(b.text))
+                 : plain_text(a) == plain_text(b);
+}
+
 std::string as_json(const RowCell& cell) {
   std::string text;
   ByteBuffer out([&](std::string_view bytes) {
@@ -102,7 +110,7 @@ class Comparison {
     const std::vector<RowCell>& from = first_.cells(a, n);
     const std::vector<RowCell>& to = second_.cells(b, m);
     for (std::size_t i = 0; goes_on && i < from.size(); ++i) {
-      if (plain_text(from[i]) == plain_text(to[i])) continue;
+      if (same_value(from[i], to[i])) continue;
       same = false;
       goes_on = tell_(place() + ": " + first_.names()[i] + " " + change_of(from[i], to[i]));
     }
