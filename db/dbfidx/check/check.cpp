@@ -88,12 +88,12 @@ class TableCheck {
       return;
     }
     table_.fd = file.fd();
-    const std::string memo_path_ = memo_path(table_.path);
+    const std::string memo_name = memo_beside(table_.path);
     const bool memo = wants_memo(table_);
-    const File memo_file(memo ? open_file(memo_path_.c_str(), O_RDONLY) : -1);
+    const File memo_file(memo ? open_file(memo_name.c_str(), O_RDONLY) : -1);
     bool may_open = true;
     if (memo) {
-      table_.findings.begin_file(memo_path_);
+      table_.findings.begin_file(memo_name);
       if (!memo_file.opened())
         table_.findings.add(Fault::kMemoFileLacking, "", std::strerror(errno));
       else
@@ -108,6 +108,11 @@ class TableCheck {
   }
 
  private:
+  bool open_here() const {
+    struct stat status {};
+    return file_ops().fstat(table_.fd, &status) == 0 && is_open_table(status);
+  }
+
   void check_opened(CheckResult& result) {
     OpenedTable opened(table_.path, OpenedTable::Use::kToRead);
     table_.dbf = opened.get();
@@ -115,7 +120,8 @@ class TableCheck {
     const bool usable = check_header(table_);
     // A table that is as it should be opens, unless somebody has it alone.
     if (table_.dbf == nullptr && before == 0 && table_.findings.count() == before) {
-      result.refused = "in use by somebody who has it for himself";
+      result.refused = open_here() ? "open here for nobody else, close it or open it shared first"
+                                   : "in use by another program, which has it for itself";
       return;
     }
     if (!usable) return;
@@ -138,16 +144,14 @@ CheckResult check_table(std::string_view file, std::span<const std::string> orde
   const ErrorHold found_here;
   CheckResult result;
   std::string name;
-  struct stat status {};
-  if (!defaultExtension(name, file, ".dbf", kPathLimit + 1)) name = file;
-  const std::string path = find_file(name, status);
+  const std::string path = find_table(file, name);
   result.name = base_name(path.empty() ? name : path);
   if (path.empty()) {
     result.system_error = errno;
     return result;
   }
   Findings findings(tell);
-  TableCheck(fullPath(path), orders, findings).run(result);
+  TableCheck(path, orders, findings).run(result);
   findings.begin_file({});
   result.faults = findings.count();
   return result;

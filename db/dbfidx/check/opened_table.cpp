@@ -9,6 +9,9 @@
 #include "core/text.h"
 #include "db/area.h"
 #include "db/dbfidx/order/index_control.h"
+#include "db/open_manner.h"
+#include "lib/file_names.h"
+#include "lib/files.h"
 
 namespace tarnel {
 namespace {
@@ -28,8 +31,12 @@ OpenedTable::OpenedTable(const std::string& path, Use use)
   if (select_free_area() == nullptr) return;
   const WantedAlias wanted("__CHECK");
   const bool alone = use == Use::kAlone;
-  if (open_table(dbf_of(object_), {.file = path, .exclusive = alone, .read_only = !alone}))
+  const ForgivingOpen manner;
+  if (!open_table(dbf_of(object_), {.file = path, .exclusive = alone, .read_only = !alone})) return;
+  if (manner.missing_memo().empty())
     borrow_alias(path);
+  else
+    close_table(dbf_of(object_));
 }
 
 OpenedTable::~OpenedTable() noexcept(false) {
@@ -48,6 +55,24 @@ void OpenedTable::borrow_alias(const std::string& path) {
   if (holder == nullptr || holder == own) return;
   lender_ = holder;
   std::swap(lender_->alias, own->alias);
+}
+
+std::string find_table(std::string_view file, std::string& name) {
+  struct stat status {};
+  if (!defaultExtension(name, file, ".dbf", kPathLimit + 1)) name = file;
+  std::string path = find_file(name, status);
+  if (path.empty()) path = find_file(in_any_case(name), status);
+  return path.empty() ? path : fullPath(path);
+}
+
+std::string memo_beside(const std::string& table) {
+  return in_any_case(memo_path(table));
+}
+
+bool is_open_table(const struct stat& status) {
+  for (const DbfIdx* dbf = open_tables(); dbf != nullptr; dbf = dbf->nextOpen)
+    if (dbf->device == status.st_dev && dbf->inode == status.st_ino) return true;
+  return false;
 }
 
 std::vector<std::string> orders_beside(const std::string& table, std::vector<std::string>* unread) {

@@ -1,6 +1,8 @@
 // A table opened in an area of its own for a check or a repair, and the orders that are said to be its.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +35,14 @@ class OpenedTable {
   std::int32_t number_ = 0;
   WorkArea* lender_ = nullptr;
 };
+
+// The path of a table's file, which is sought by a name like any table's, and then in whatever letters; "" with errno
+// set. `name` gets what was sought.
+std::string find_table(std::string_view file, std::string& name);
+// The memo file beside a table, in whatever letters it is there.
+std::string memo_beside(const std::string& table);
+// Has this process the file open as a table?
+bool is_open_table(const struct stat& status);
 
 // The paths of the orders in the directory of a table that name it, in alphabetical order. `unread` gets the names of
 // those that can't be read, which may be orders of it.

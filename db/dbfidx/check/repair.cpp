@@ -81,13 +81,11 @@ std::optional<Layout> find_layout(const std::vector<std::uint8_t>& start) {
 class TableRepair::Work {
  public:
   Work(std::string_view file, TellLine tell) : findings_(tell), tell_(std::move(tell)) {
-    struct stat status {};
-    std::string found;
-    if (!defaultExtension(found, file, ".dbf", kPathLimit + 1)) found = file;
-    const std::string path = find_file(found, status);
+    std::string sought;
+    const std::string path = find_table(file, sought);
     if (path.empty()) system_error = errno;
-    name = base_name(path.empty() ? found : path);
-    if (!path.empty()) path_ = behind_links(fullPath(path));
+    name = base_name(path.empty() ? sought : path);
+    if (!path.empty()) path_ = behind_links(path);
     HOLD_VAR(&object_, dbfidx_class().make());
   }
   ~Work() { UNHOLD_VAR(&object_); }
@@ -98,7 +96,7 @@ class TableRepair::Work {
     if (path_.empty()) return false;
     if (!take() || !read_layout()) return false;
     if (wants_memos() && !memo_file_->opened())
-      say(std::string(base_name(memo_path(path_))) + ": a new file, every memo becomes empty");
+      say(std::string(base_name(memo_beside(path_))) + ": a new file, every memo becomes empty");
     findings_.begin_file(path_);
     std::vector<std::string> unread;
     for (const std::string& order : orders_beside(path_, &unread)) plan_order(order);
@@ -108,7 +106,7 @@ class TableRepair::Work {
   }
 
   bool run() {
-    TableWriter writer(path_, wants_memos() ? memo_path(path_) : std::string());
+    TableWriter writer(path_, wants_memos() ? memo_beside(path_) : std::string());
     TableHeader next;
     next.adopt(layout_.header);
     next.add_change();  // an order that isn't beside it sees that it differs
@@ -141,11 +139,6 @@ class TableRepair::Work {
     if (!quiet_) tell_(line);
   }
 
-  bool is_open_here() const {
-    for (const DbfIdx* dbf = open_tables(); dbf != nullptr; dbf = dbf->nextOpen)
-      if (dbf->device == status_.st_dev && dbf->inode == status_.st_ino) return true;
-    return false;
-  }
   // The exclusive claim of the scheme in force, as an open takes it.
   bool claim(int fd) {
     DbfIdx& dbf = dbf_of(object_);
@@ -159,9 +152,10 @@ class TableRepair::Work {
     memo_file_.reset();
     file_.emplace(path_.c_str(), O_RDWR);
     if (!file_->opened() || file_ops().fstat(file_->fd(), &status_) != 0) return refuse_errno();
-    if (is_open_here() || !claim(file_->fd())) return refuse("others have it open");
+    if (is_open_table(status_)) return refuse("open here, close it first");
+    if (!claim(file_->fd())) return refuse("others have it open");
     std::uint8_t prefix[dbf::kHeaderPrefix];
-    memo_file_.emplace(memo_path(path_).c_str(), O_RDWR);
+    memo_file_.emplace(memo_beside(path_).c_str(), O_RDWR);
     if (!memo_file_->opened() && errno != ENOENT) return refuse_errno();
     if (!memo_file_->opened() || !read_at(file_->fd(), prefix, sizeof prefix, 0)) return true;
     const PairFiles pair{path_, prefix, status_.st_ino, memo_file_->fd()};
