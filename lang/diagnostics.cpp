@@ -1,0 +1,71 @@
+#include "lang/diagnostics.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace tarnel {
+namespace {
+
+constexpr std::size_t kWidest = 160;  // bytes that are shown of a line
+
+bool goes_on(char c) {  // a byte of UTF-8 that isn't the first of its character
+  return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+bool is_control(char c) {
+  return (static_cast<unsigned char>(c) < ' ' && c != '\t') || c == '\x7F';
+}
+
+void add_shown(std::string& text, std::string_view bytes) {
+  std::ranges::replace_copy_if(bytes, std::back_inserter(text), is_control, '?');
+}
+
+// The part of a line that is shown: where it begins, and its bytes.
+std::pair<std::size_t, std::string_view> round_column(std::string_view line, std::size_t at) {
+  if (line.size() <= kWidest) return {0, line};
+  std::size_t first = std::min(at - std::min(at, kWidest / 2), line.size() - kWidest);
+  std::string_view part = line.substr(first, kWidest);
+  while (!part.empty() && goes_on(part.front()) && first < at) {
+    part.remove_prefix(1);
+    ++first;
+  }
+  return {first, part};
+}
+
+}  // namespace
+
+void Diagnostics::error(Place where, std::string_view words) {
+  if (full()) return;
+  if (++errors_ > kMostErrors)
+    text_ += "more errors\n";
+  else
+    tell(where, "error", words);
+}
+
+void Diagnostics::warn(Place where, std::string_view words) {
+  if (full() || warnings_ > kMostErrors) return;
+  if (++warnings_ > kMostErrors)
+    text_ += "more warnings\n";
+  else
+    tell(where, "warning", words);
+}
+
+void Diagnostics::tell(Place where, std::string_view kind, std::string_view words) {
+  add_shown(text_, files_[where.file].name);
+  text_ += ':' + std::to_string(where.line) + ':' + std::to_string(where.column) + ": ";
+  text_ += kind;
+  text_ += ": ";
+  add_shown(text_, words);
+  text_ += '\n';
+  const std::string_view line = files_.line(where.file, where.line);
+  const std::size_t at =
+      std::min(static_cast<std::size_t>(std::max(where.column, 1)) - 1, line.size());
+  const auto [first, part] = round_column(line, at);
+  add_shown(text_, part);
+  text_ += '\n';
+  for (const char c : part.substr(0, at - first))  // as wide as the bytes above it
+    if (!goes_on(c)) text_ += c == '\t' ? '\t' : ' ';
+  text_ += "^\n";
+}
+
+}  // namespace tarnel

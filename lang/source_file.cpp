@@ -1,0 +1,89 @@
+#include "lang/source_file.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/file_ops.h"
+#include "core/open_files.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+
+constexpr std::string_view kTooLarge = "has more than 16 MiB";
+constexpr std::string_view kTooMuch = "makes the program larger than 64 MiB";
+
+bool refuse(std::string& fault, std::string_view words) {
+  fault = words;
+  return false;
+}
+
+bool system_refuses(std::string& fault) {
+  return refuse(fault, std::string("can't be read: ") + std::strerror(errno));
+}
+
+bool is_program(const struct stat& status, std::string& fault) {
+  if (S_ISDIR(status.st_mode)) return refuse(fault, "is a folder");
+  if (S_ISFIFO(status.st_mode)) return refuse(fault, "is a pipe");
+  if (!S_ISREG(status.st_mode)) return refuse(fault, "is a device");
+  if (static_cast<std::size_t>(status.st_size) > kLargestSource) return refuse(fault, kTooLarge);
+  return true;
+}
+
+// Looks before it opens: opening alone makes some devices act, and waits at a pipe.
+bool read_whole(const std::string& name, std::string& text, std::string& fault) {
+  struct stat status;
+  if (file_ops().stat(name.c_str(), &status) != 0) return system_refuses(fault);
+  if (!is_program(status, fault)) return false;
+  const File file(name.c_str(), O_RDONLY | O_NONBLOCK);
+  if (!file.opened() || file_ops().fstat(file.fd(), &status) != 0) return system_refuses(fault);
+  if (!is_program(status, fault)) return false;
+  // One byte more than the file has: whether it grows is seen at the same time.
+  text.resize(static_cast<std::size_t>(status.st_size) + 1);
+  const std::int64_t length = read_some_at(file.fd(), text.data(), text.size(), 0);
+  if (length < 0) return system_refuses(fault);
+  text.resize(static_cast<std::size_t>(length));
+  return text.size() <= kLargestSource || refuse(fault, kTooLarge);
+}
+
+}  // namespace
+
+std::int32_t SourceFiles::read(const std::string& name, std::string& fault) {
+  const auto found = std::ranges::find(files_, name, [](const Held& h) { return h.file.name; });
+  std::string text;
+  if (found == files_.end() && !read_whole(name, text, fault)) return -1;
+  const std::size_t size = found == files_.end() ? text.size() : found->file.text.size();
+  if (total_ + size > kLargestProgram) {
+    fault = kTooMuch;
+    return -1;
+  }
+  if (found == files_.end()) return add(name, std::move(text));
+  total_ += std::max(size, std::size_t{1});
+  return static_cast<std::int32_t>(found - files_.begin());
+}
+
+std::int32_t SourceFiles::add(std::string name, std::string text) {
+  if (text.starts_with(kUtf8Mark)) text.erase(0, kUtf8Mark.size());
+  total_ += std::max(text.size(), std::size_t{1});
+  files_.push_back({{std::move(name), std::move(text)}, {}});
+  return static_cast<std::int32_t>(files_.size()) - 1;
+}
+
+std::string_view SourceFiles::line(std::int32_t file, std::int32_t number) const {
+  if (file < 0 || static_cast<std::size_t>(file) >= files_.size() || number < 1) return {};
+  const std::string_view text = held(file).file.text;
+  std::vector<std::uint32_t>& lines = held(file).lines;
+  if (lines.empty()) {
+    lines.push_back(0);
+    for (std::size_t at = 0; (at = text.find('\n', at)) != std::string_view::npos;)
+      lines.push_back(static_cast<std::uint32_t>(++at));
+  }
+  if (static_cast<std::size_t>(number) > lines.size()) return {};
+  std::string_view line = text.substr(lines[static_cast<std::size_t>(number) - 1]);
+  line = line.substr(0, line.find('\n'));
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
+
+}  // namespace tarnel

@@ -1,0 +1,44 @@
+// The files of a program, read once and kept as long as places in them are told.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnel {
+
+constexpr std::size_t kLargestSource = std::size_t{16} << 20;   // bytes of one file
+constexpr std::size_t kLargestProgram = std::size_t{64} << 20;  // bytes of all that is read
+
+struct SourceFile {
+  std::string name;  // as given, or as an include was found
+  std::string text;  // without the mark of UTF-8 at its beginning
+};
+
+class SourceFiles {
+ public:
+  // Reads a file, of which the number comes back; -1 with words in `fault`, to stand behind its name, for one
+  // that can't be read, is no regular file or is too large. A file that was read before is the same one; it
+  // counts again, since the whole is what a program makes anyone go through.
+  [[nodiscard]] std::int32_t read(const std::string& name, std::string& fault);
+  // A text that isn't in a file, under a name for reports.
+  std::int32_t add(std::string name, std::string text);
+
+  const SourceFile& operator[](std::int32_t file) const { return held(file).file; }
+  // A line without its line feed (and carriage return before it), empty when there is none.
+  std::string_view line(std::int32_t file, std::int32_t number) const;
+
+ private:
+  struct Held {
+    SourceFile file;
+    mutable std::vector<std::uint32_t> lines;  // where they begin; made when one is asked for
+  };
+  const Held& held(std::int32_t file) const { return files_[static_cast<std::size_t>(file)]; }
+
+  std::deque<Held> files_;
+  std::size_t total_ = 0;
+};
+
+}  // namespace tarnel

@@ -1,0 +1,39 @@
+// A program file as a run of statements: comments are gone, continued lines joined, statements of one line
+// separated, directives carried out, rules applied.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lang/diagnostics.h"
+#include "lang/place.h"
+#include "lang/source_file.h"
+
+namespace tarnel {
+
+class StatementReader {
+ public:
+  // `include_folders` are searched behind the including file's own.
+  StatementReader(SourceFiles& files, Diagnostics& diagnostics,
+                  std::vector<std::string> include_folders = {});
+  ~StatementReader();
+  StatementReader(const StatementReader&) = delete;
+  StatementReader& operator=(const StatementReader&) = delete;
+
+  // Begins a file that was read.
+  void open(std::int32_t file);
+  // The next statement, never an empty one; false at the end of the file that was opened. Faults are told to
+  // the diagnostics, and the statement after them comes.
+  bool next(PlacedText& statement);
+  // The next line as it stands in the file, without its line feed: for what stands between TEXT and ENDTEXT.
+  // False at the end of the file in which the last statement ended.
+  bool raw_line(std::string_view& line, Place& place);
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace tarnel
