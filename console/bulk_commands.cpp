@@ -151,7 +151,7 @@ bool copy_records(std::string_view arguments) {
   if (!table.is_open()) return true;
   TextFileCoding coding;
   if (!coding.take(arguments)) return true;
-  const std::string_view file = take_word(arguments);
+  const std::string file = take_file_name(arguments);
   if (file.empty()) {
     complain(".copy needs the name of a file");
     return true;
@@ -170,11 +170,12 @@ bool copy_records(std::string_view arguments) {
   return true;
 }
 
-bool append_records(std::string_view file) {
+bool append_records(std::string_view arguments) {
   CurrentTable table;
   if (!table.is_open()) return true;
   TextFileCoding coding;
-  if (!coding.take(file)) return true;
+  if (!coding.take(arguments)) return true;
+  const std::string file = last_file_name(arguments);
   if (file.empty()) {
     complain(".append needs the name of a file");
     return true;

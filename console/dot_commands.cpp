@@ -233,13 +233,13 @@ bool quit(std::string_view status) {
 }
 
 bool read(std::string_view name) {
-  if (!name.empty()) return run_file(std::string(name).c_str());
+  if (!name.empty()) return run_file(last_file_name(name).c_str());
   complain(".read needs the name of a file");
   return true;
 }
 
 bool screen(std::string_view name) {
-  if (!name.empty()) return run_file_on_screen(std::string(name).c_str());
+  if (!name.empty()) return run_file_on_screen(last_file_name(name).c_str());
   complain(".screen needs the name of a file");
   return true;
 }

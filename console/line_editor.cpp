@@ -13,9 +13,11 @@
 #include <system_error>
 #include <vector>
 
+#include "console/complaints.h"
 #include "console/dot_commands.h"
 #include "console/session.h"
 #include "console/table_commands.h"
+#include "console/words.h"
 #include "core/modules.h"
 #include "core/output.h"
 #include "core/sequence.h"
@@ -57,15 +59,20 @@ void complete_variable(std::string_view beginning, Names& names) {
 constexpr void (*kSources[])(std::string_view, Names&) = {complete_variable, complete_function,
                                                           complete_table_name};
 
-bool can_be_typed(std::string_view name, bool between_quotes) {
-  const auto hinders = [between_quotes](unsigned char c) {
-    return c < ' ' || c == 0x7f || (c == ' ' && !between_quotes);
-  };
-  return std::ranges::none_of(name, hinders);
+bool can_be_typed(std::string_view name) {
+  return std::ranges::none_of(name, [](unsigned char c) { return c < ' ' || c == 0x7f; });
 }
 
-// Files that begin with a text; the path before the last slash stays as it is typed. A directory ends in a slash.
-void complete_file(std::string_view beginning, bool between_quotes, Names& names) {
+// A name with blanks as a command takes it; that of a directory goes on.
+std::string between_quotes(const std::string& name) {
+  std::string text = tarnel::quoted(name);
+  if (text != name && name.ends_with('/')) text.pop_back();
+  return text;
+}
+
+// Files that begin with a text; the path before the last slash stays as it is typed. A directory ends in a slash, and a
+// name with blanks gets quotes where it has none.
+void complete_file(std::string_view beginning, bool has_quote, Names& names) {
   const std::size_t name_at = beginning.rfind('/') + 1;
   const std::string typed(beginning.substr(0, name_at));
   const std::string_view name = beginning.substr(name_at);
@@ -77,8 +84,12 @@ void complete_file(std::string_view beginning, bool between_quotes, Names& names
   for (; entry != end; entry.increment(ignored)) {
     const std::string found = entry->path().filename();
     if (!found.starts_with(name) || (name.empty() && found[0] == '.')) continue;
-    if (!can_be_typed(found, between_quotes)) continue;
-    names.push_back(typed + found + (entry->is_directory(ignored) ? "/" : ""));
+    if (!can_be_typed(found)) continue;
+    const std::string name_there = found + (entry->is_directory(ignored) ? "/" : "");
+    const bool plain = has_quote || name_there.find(' ') == name_there.npos;
+    // Between quotes "~" is one of the letters.
+    names.push_back(plain ? typed + name_there
+                          : between_quotes((typed.empty() ? "" : folder) + name_there));
   }
 }
 
@@ -179,6 +190,14 @@ bool is_blank(std::string_view text) {
   return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
+// Is a further line a comment between others? What begins with # may also go on with a comparison or a text.
+bool is_comment(const std::string& text, std::string_view line) {
+  const std::size_t start = line.find_first_not_of(" \t");
+  if (start == line.npos || line[start] != '#') return false;
+  const auto fault = find_syntax_fault(text + std::string(line));
+  return fault && !fault->unfinished;
+}
+
 bool is_unfinished(std::string_view text) {
   const std::size_t start = text.find_first_not_of(" \t");
   if (is_blank(text) || text[start] == '#' || is_dot_line(text.substr(start))) return false;
@@ -242,9 +261,13 @@ class LineEditor {
     const Switched asking(asks_on, false);
     for (std::string line;; asks_on = true) {
       if (const Typed typed = get(line); typed != Typed::kLine) {
-        if (typed == Typed::kEnd && asks_on) write_fully(STDOUT_FILENO, "\n");
+        if (typed == Typed::kEnd && asks_on) {
+          write_fully(STDOUT_FILENO, "\n");
+          tell("note: what was begun has no end and is dropped");
+        }
         return asks_on ? Typed::kGivenUp : typed;
       }
+      if (asks_on && is_comment(text, line)) continue;
       text += line;
       if (is_blank(line) || !is_unfinished(text)) return Typed::kLine;
     }

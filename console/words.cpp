@@ -11,6 +11,17 @@
 
 namespace tarnel {
 
+namespace {
+
+// The path behind "~/" is the user's.
+std::string at_home(std::string_view path) {
+  const char* home = std::getenv("HOME");
+  return path.starts_with("~/") && home != nullptr ? home + std::string(path.substr(1))
+                                                   : std::string(path);
+}
+
+}  // namespace
+
 std::string_view take_word(std::string_view& line, std::string_view between) {
   const std::size_t end = std::min(line.find_first_of(between), line.size());
   const std::string_view word = line.substr(0, end);
@@ -28,15 +39,19 @@ std::string take_file_name(std::string_view& line) {
     line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
     return name;
   }
-  const std::string_view word = take_word(line);
-  const char* home = std::getenv("HOME");
-  return word.starts_with("~/") && home != nullptr ? home + std::string(word.substr(1))
-                                                   : std::string(word);
+  return at_home(take_word(line));
+}
+
+std::string last_file_name(std::string_view line) {
+  std::string_view rest = line;
+  const std::string name = take_file_name(rest);
+  return rest.empty() ? name : at_home(line);
 }
 
 std::string quoted(std::string_view name) {
-  return name.find_first_of(kBlanks) == name.npos ? std::string(name)
-                                                  : '"' + std::string(name) + '"';
+  if (name.find_first_of(kBlanks) == name.npos) return std::string(name);
+  const char quote = name.find('"') == name.npos ? '"' : '\'';
+  return quote + std::string(name) + quote;
 }
 
 bool take_if(std::string_view& line, std::string_view word) {

@@ -12,6 +12,8 @@ constexpr std::string_view kBlanks = " \t", kBlanksAndCommas = " \t,";
 std::string_view take_word(std::string_view& line, std::string_view between = kBlanks);
 // The same for the name of a file, which may stand between quotes and begin with "~/".
 std::string take_file_name(std::string_view& line);
+// The same where nothing follows: without quotes a name may hold blanks.
+std::string last_file_name(std::string_view line);
 // The name as take_file_name() takes it.
 std::string quoted(std::string_view name);
 // Takes the first word off when it is this one, whatever the case of its letters.
