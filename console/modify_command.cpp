@@ -177,33 +177,34 @@ class Modification {
   bool agreed() {
     if (misfits_ > kMostLines)
       write_output("... and " + std::to_string(misfits_ - kMostLines) + " more\n");
-    if (misfits_ + lost_orders_ == 0 || wanted_.forced) return true;
-    const std::string count =
-        misfits_ == 0 ? "orders will be wrong"
-                      : std::to_string(misfits_) + (misfits_ == 1 ? " value has" : " values have") +
-                            " no place" + (lost_orders_ > 0 ? ", and orders will be wrong" : "");
+    if ((misfits_ == 0 && lost_orders_.empty()) || wanted_.forced) return true;
+    std::string count =
+        std::to_string(misfits_) + (misfits_ == 1 ? " value has" : " values have") + " no place";
+    if (misfits_ == 0) count.clear();
+    if (!lost_orders_.empty()) count += count.empty() ? "orders go" : ", and orders go";
     if (is_asked(wanted_)) return confirmed(count + ", go on all the same?");
     complain(count + ", " + name_ + " stays as it was; with ! it is changed all the same");
     return false;
   }
 
-  // The orders that are to be built anew. Those whose keys name a field that will be gone are told.
+  // The orders that are to be built anew. Those whose keys name a field that will be gone are told, and go.
   void find_orders() {
     for (const std::string& path : orders_beside(path_)) {
-      if (std::optional<OrderPlan> order = read_order_plan(path))
-        orders_.push_back(std::move(*order));
-      else
+      std::optional<OrderPlan> order = read_order_plan(path);
+      if (!order) {
         tell("note: " + std::string(base_name(path)) +
              ": its key can't be read, it stays as it is");
-    }
-    for (const OrderPlan& order : orders_)
-      for (const dbf::Field& field : dbf_.fields) {
-        if (stays(field) || !names(order, field.name)) continue;
-        ++lost_orders_;
-        write_output(std::string(base_name(order.path)) + " can't be built without a field " +
-                     std::string(field.name) + "\n");
-        break;
+        continue;
       }
+      const auto lost = std::ranges::find_if(dbf_.fields, [&](const dbf::Field& field) {
+        return !stays(field) && names(*order, field.name);
+      });
+      if (lost != dbf_.fields.end())
+        write_output(std::string(base_name(path)) + " goes, " + order->header.expression +
+                     (order->condition.empty() ? "" : " for " + order->condition) +
+                     " needs field " + lost->name + "\n");
+      (lost != dbf_.fields.end() ? lost_orders_ : orders_).push_back(std::move(*order));
+    }
   }
   bool stays(const dbf::Field& field) const {
     return std::ranges::any_of(fields_, [&](const dbf::Field& other) {
@@ -228,6 +229,7 @@ class Modification {
     if (!next.begin()) return static_cast<void>(failed());
     if (!each_record(add)) return;
     if (!next.finish()) return static_cast<void>(failed());
+    for (const OrderPlan& order : lost_orders_) file_ops().unlink(order.path.c_str());
     build_orders(path_, orders_, [](const std::string& line) { complain(line); });
     write_output(name_ + ": " + std::to_string(records) + " records, " +
                  std::to_string(fields_.size()) + " fields\n");
@@ -238,8 +240,8 @@ class Modification {
   const std::string path_, name_;
   const std::vector<dbf::Field> fields_;
   const FieldMoves moves_;
-  std::vector<OrderPlan> orders_;
-  std::int64_t misfits_ = 0, lost_orders_ = 0;
+  std::vector<OrderPlan> orders_, lost_orders_;
+  std::int64_t misfits_ = 0;
 };
 
 void modify(DbfIdx& dbf, const Wanted& wanted, std::string_view script) {
