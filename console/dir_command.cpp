@@ -18,6 +18,7 @@
 #include "core/file_ops.h"
 #include "core/open_files.h"
 #include "core/text.h"
+#include "db/dbfidx/bulk/leftovers.h"
 #include "db/dbfidx/check/opened_table.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/format/format_dbf.h"
@@ -134,6 +135,7 @@ bool list_folder(std::string_view argument) {
               orders_of(fullPath(folder + name)), look.state});
   }
   rows.write();
+  for (const Leftover& left : leftovers_in(folder)) tell("note: " + left.words);
   return true;
 }
 

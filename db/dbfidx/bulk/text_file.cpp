@@ -91,7 +91,7 @@ bool copy_text(DbfIdx& dbf, const BulkRequest& request, TextFormat format) {
             {path.empty() ? request.file : std::string_view(path)});
     return false;
   }
-  ReplacementFile out(path, kExtension);
+  ReplacementFile out(path, ".ovtx");
   if (!out.create(fileDefaultMode())) return unwritable(dbf, TableError::kCreateFailed, path);
   const SameTable same(dbf);
   if (!write_lines(dbf, scope, fields, format, out) || !same.holds()) return false;

@@ -9,6 +9,7 @@
 #include "core/file_ops.h"
 #include "core/open_files.h"
 #include "core/text.h"
+#include "db/dbfidx/bulk/leftovers.h"
 #include "db/dbfidx/bulk/pair_recovery.h"
 #include "db/dbfidx/check/opened_table.h"
 #include "db/dbfidx/check/parts.h"
@@ -46,6 +47,10 @@ bool wants_memo(const CheckedTable& table) {
   std::uint8_t prefix[dbf::kHeaderPrefix];
   return read_at(table.fd, prefix, sizeof prefix, 0) && dbf::is_table(dbf::version(prefix)) &&
          dbf::has_memo(dbf::version(prefix));
+}
+
+std::string folder_of(const std::string& path) {
+  return path.substr(0, path.rfind('/') + 1);
 }
 
 int check_orders(CheckedTable& table, std::span<const std::string> more) {
@@ -101,6 +106,8 @@ class TableCheck {
       table_.memo_fd = may_open ? memo_file.fd() : -1;
     }
     table_.findings.begin_file(table_.path);
+    for (const Leftover& left : leftovers_in(folder_of(table_.path)))
+      table_.findings.note(left.words + (left.removable ? "; a repair removes it" : ""));
     if (may_open)
       check_opened(result);
     else

@@ -15,6 +15,7 @@
 #include "core/stacks.h"
 #include "core/switched.h"
 #include "core/text.h"
+#include "db/dbfidx/bulk/leftovers.h"
 #include "db/dbfidx/bulk/pair_recovery.h"
 #include "db/dbfidx/bulk/table_writer.h"
 #include "db/dbfidx/check/opened_table.h"
@@ -102,6 +103,11 @@ class TableRepair::Work {
     for (const std::string& order : orders_beside(path_, &unread)) plan_order(order);
     for (const std::string& file : unread)
       findings_.note(file + " can't be read, it may be an order of it");
+    for (Leftover& left : leftovers_in(path_.substr(0, path_.rfind('/') + 1))) {
+      if (!left.removable) continue;
+      say(left.words + ": goes");
+      leftovers_.push_back(std::move(left));
+    }
     return pass(nullptr) || refuse_errno();
   }
 
@@ -120,6 +126,7 @@ class TableRepair::Work {
     file_.reset();
     memo_file_.reset();
     build_orders(path_, orders_, tell_);
+    for (const Leftover& left : leftovers_) file_ops().unlink(left.path.c_str());
     return true;
   }
 
@@ -269,6 +276,7 @@ class TableRepair::Work {
   Layout layout_;
   std::int32_t records_ = 0;
   std::vector<OrderPlan> orders_;
+  std::vector<Leftover> leftovers_;
   std::vector<std::uint8_t> text_;  // of a memo
   bool quiet_ = false;
 };

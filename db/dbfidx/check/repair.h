@@ -4,6 +4,7 @@
 //   header    made of the fields, with the end mark, the sizes and the memo bit that they ask for
 //   records   as many whole ones as the file holds, as they are; what is no delete mark becomes a blank
 //   memos     each copied into blocks of its own; one that can't be read becomes empty
+//   leftovers of processes that were killed, in its directory, go
 //   orders    built anew by the key and condition in their headers
 //
 // Values that are none of their field's type stay: nobody knows what they should be.
