@@ -6,6 +6,7 @@
 #include <string>
 
 #include "console/export_commands.h"
+#include "console/progress.h"
 #include "console/row_commands.h"
 #include "console/session.h"
 #include "console/text_set.h"
@@ -125,6 +126,7 @@ bool confirmed(const std::string& question) {
   flush_output();
   char answer[16] = "";
   const ssize_t n = ::read(STDIN_FILENO, answer, sizeof answer);
+  static_cast<void>(give_way_to("\n"));  // the answer ended the line
   return n > 0 && upper_letter(answer[0]) == 'Y';
 }
 

@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "console/cell_text.h"
+#include "console/progress.h"
 #include "core/output.h"
 #include "core/runtime.h"
 #include "term/screen.h"
@@ -34,24 +35,35 @@ bool wants_colour() {
          terminal != nullptr && std::string_view(terminal) != "dumb";
 }
 
-// "error 201" and its like at the beginning of a line.
-std::size_t severity_length(std::string_view line) {
-  for (const std::string_view word : {"warning ", "error ", "fatal ", "internal "}) {
+// What a line may begin with, and its colour: what has failed in red, what is to be known in yellow.
+struct Marked {
+  std::string_view word;
+  const char* colour;
+};
+constexpr Marked kMarked[] = {{"error ", "1;31"},
+                              {"fatal ", "1;31"},
+                              {"internal ", "1;31"},
+                              {"warning ", "33"},
+                              {"note:", "33"}};
+
+// "error 201" or "note:", coloured.
+void colour_mark(std::string& line) {
+  for (const auto& [word, colour] : kMarked) {
     if (!line.starts_with(word)) continue;
     std::size_t end = word.size();
     while (end < line.size() && std::isdigit(static_cast<unsigned char>(line[end])) != 0) ++end;
-    return end > word.size() ? end : 0;
+    if (end == word.size() && word.back() == ' ') return;
+    line.insert(end, "\033[0m").insert(0, "\033[" + std::string(colour) + "m");
   }
-  return 0;
 }
 
-// What a line may show: bytes that a terminal doesn't act on, there with the kind of an error in red.
+// What a line may show: bytes that a terminal doesn't act on, there with its mark in colour.
 std::string for_reader(std::string_view text) {
   if (isatty(STDERR_FILENO) == 0) return std::string(text);
   std::string line = terminal_text(text);
-  if (const std::size_t severity = severity_length(line); severity > 0 && wants_colour())
-    line.insert(severity, "\033[0m").insert(0, "\033[1;31m");
-  return line;
+  const std::string before(give_way_to(text));
+  if (wants_colour()) colour_mark(line);
+  return before + line;
 }
 
 }  // namespace

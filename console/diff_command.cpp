@@ -14,10 +14,8 @@
 #include "core/output.h"
 #include "core/runtime.h"
 #include "core/stacks.h"
-#include "core/switched.h"
 #include "core/text.h"
 #include "db/area.h"
-#include "db/progress.h"
 
 namespace tarnel {
 namespace {
@@ -120,7 +118,6 @@ bool diff_tables(std::string_view arguments) {
   if (!other.opened() || a == nullptr) return true;
   DbfIdx* b = opened_table();
   if (b == nullptr) return true;
-  const Switched<ProgressHook> quiet(progress_hook(), progress_beside_output());
   compare({*a, shown_path(a->fileName)}, {*b, shown_path(b->fileName)}, arguments);
   return true;
 }

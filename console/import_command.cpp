@@ -143,12 +143,19 @@ std::string field_name(std::string_view column, const std::vector<std::string>& 
   return name;
 }
 
+// How many rows to expect.
+std::int64_t lines_of(const Source& source) {
+  return std::ranges::count(source.text, '\n');
+}
+
 // The fields for all rows of a text, as .create takes them; empty without columns.
 std::string structure_for(const Source& source) {
   ImportReader reader(source.text, source.form);
   std::vector<Column> columns;
+  Progress progress("columns", lines_of(source));
   for (std::vector<InputValue> row; reader.next(row);) {
     look_at_signals();
+    progress.step();
     if (!reader.fault().empty()) continue;
     columns.resize(std::max(columns.size(), reader.columns().size()));
     for (std::size_t i = 0; i < row.size(); ++i) {
@@ -189,7 +196,7 @@ class Appender {
 
   void run() {
     ImportReader reader(source_.text, source_.form);
-    Progress progress("import", 0);
+    Progress progress("import", lines_of(source_));
     bool whole = find_fields(reader);
     for (std::vector<InputValue> row; whole && reader.next(row);) {
       answer_signals_at(reader);

@@ -314,10 +314,13 @@ void run_interactive() {
   while (goes_on && editor.read(line)) {
     editor.remember(line);
     // An interrupt breaks off what the line runs, and no more than that.
-    in_sequence([&] {
+    const int before = complaints();
+    const Var* broken = in_sequence([&] {
       goes_on = run_line(line) || take_bail();
       flush_output();
+      look_at_signals();  // what came while nothing could be broken off
     });
+    if (broken != nullptr && complaints() == before) tell("interrupted");
   }
   if (goes_on) write_fully(STDOUT_FILENO, "\n");
 }

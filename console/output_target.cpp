@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "console/cell_text.h"
+#include "console/progress.h"
 #include "console/session.h"
 #include "console/words.h"
 #include "core/file_ops.h"
@@ -65,6 +66,10 @@ bool lead_or_complain(std::string_view target) {
   return false;
 }
 
+std::string for_terminal(std::string_view text) {
+  return std::string(give_way_to(text)) + terminal_text(text);
+}
+
 }  // namespace
 
 void end_output() {
@@ -79,7 +84,7 @@ void end_output() {
 }
 
 void guard_terminal() {
-  set_output_filter(isatty(STDOUT_FILENO) != 0 ? terminal_text : nullptr);
+  set_output_filter(isatty(STDOUT_FILENO) != 0 ? for_terminal : nullptr);
 }
 
 bool output_command(std::string_view target) {

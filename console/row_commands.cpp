@@ -13,11 +13,9 @@
 #include "core/classes.h"
 #include "core/output.h"
 #include "core/stacks.h"
-#include "core/switched.h"
 #include "core/text.h"
 #include "db/area.h"
 #include "db/dbfidx/scan/conditions.h"
-#include "db/progress.h"
 
 namespace tarnel {
 namespace {
@@ -115,10 +113,6 @@ int output_columns() {
   return size.ws_col;
 }
 
-ProgressHook progress_beside_output() {
-  return isatty(STDOUT_FILENO) != 0 ? nullptr : progress_hook();
-}
-
 bool to_output(std::string_view bytes) {
   write_output(bytes);
   return output_works();
@@ -157,7 +151,6 @@ bool list_records(std::string_view arguments) {
   }
   if (!take_selection(arguments, server, request)) return true;
   if (request.with_record) write_aspects(server, !request.own_scope);
-  const Switched<ProgressHook> quiet(progress_hook(), progress_beside_output());
   RowWriter writer(session_style(), columns_of(server, request),
                    std::string(text_of(get_ivar(server, "alias"))), output_columns(), to_output);
   write_records(server, request, writer, "list");

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "console/table_rows.h"
-#include "db/progress.h"
 
 namespace tarnel {
 
@@ -16,8 +15,6 @@ namespace tarnel {
 std::size_t find_word(std::string_view line, std::string_view word);
 // The columns of the terminal that output goes to, 0 for none.
 int output_columns();
-// The progress to show while rows go to the output: none at a terminal, where it would stand between them.
-ProgressHook progress_beside_output();
 // Where a writer's rows go for the console.
 bool to_output(std::string_view bytes);
 

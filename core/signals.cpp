@@ -193,6 +193,11 @@ void set_interrupt_answer(InterruptAnswer answer) {
   update_heed();
 }
 
+bool interrupt_cancels() {
+  return state.interrupted != 0 && state.answer == InterruptAnswer::kCancel &&
+         state.dialogue == nullptr && inside_sequence();
+}
+
 bool take_interrupt() {
   const bool came = state.interrupted != 0;
   state.interrupted = 0;

@@ -25,6 +25,10 @@ void set_interrupt_answer(InterruptAnswer answer);
 // Forgets an interrupt that waits: has one come?
 bool take_interrupt();
 
+// Does an interrupt wait that will break off what runs, as soon as nobody holds it? Long work within such a hold may
+// then end early where it can be taken up again.
+bool interrupt_cancels();
+
 // A program that has a screen may ask there whether to leave. Null, as long as none asks: the answer above.
 void set_interrupt_dialogue(void (*dialogue)());
 

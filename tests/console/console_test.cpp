@@ -179,6 +179,24 @@ TEST_F(Console, AnInterruptEndsAScanWhoseProgressIsShown) {
   EXPECT_EQ(records(), kKept);
 }
 
+// The condition takes nearly all of the time.
+TEST_F(Console, AnInterruptEndsABuildWhoseOrderSaysSoAndProgressGivesWayToRows) {
+  start("exec " TARNEL_CONSOLE, true);
+  type(kMakeTable);
+  type(
+      "len({aeval(array(9000), {|| dbappend()})})\nslow := 'len(aeval(array(500), {|| 1})) > 0'\n");
+  type("ordcondset(slow)\ndbcreateindex('i', 'a')\n");
+  read_to("index: ");
+  type("\x03");
+  const std::string broken_off = read_to("interrupted");
+  EXPECT_NE(broken_off.find(".F.\r\n"), std::string::npos) << broken_off;
+  type(".orders\n");
+  EXPECT_NE(read_to("i.idx").find("differs"), std::string::npos);
+  type("{dbsetorder(0), 7}[2]\n.list all a for &slow .and. recno() == 9000\n");
+  read_to("list: ");
+  EXPECT_NE(read_to("  9000").find("\r\033[Krecord"), std::string::npos);
+}
+
 TEST_F(Console, ATerminalIsAskedBeforeAllRecordsGo) {
   start("exec " TARNEL_CONSOLE, true);
   type(kMakeTable);
@@ -285,6 +303,17 @@ TEST_F(Console, ATerminalGetsNoControlBytesAndLinesForRowsThatAreTooWide) {
     type(std::string(line) + "\n");
     const std::string answer = read_to("tnsh> ");
     EXPECT_NE(answer.find(shown), std::string::npos) << line << ": " << answer;
+  }
+}
+
+TEST_F(Console, WhatHasFailedIsInColourAtATerminalThatHasAny) {
+  for (const auto& [environment, shown] :
+       {std::pair{"TERM=xterm", "\033[1;31merror 201\033[0m: "},
+        {"TERM=xterm NO_COLOR=1", "\nerror 201: "},
+        {"TERM=dumb", "\nerror 201: "}}) {
+    start(environment + std::string(" exec " TARNEL_CONSOLE " -e 1 -e '1 + {}'"), true);
+    EXPECT_NE(read_to("").find(shown), std::string::npos) << environment;
+    end();
   }
 }
 

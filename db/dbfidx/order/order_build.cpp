@@ -2,6 +2,7 @@
 // held in memory, which is quicker.
 #include "core/blocks.h"
 #include "core/errors.h"
+#include "core/signals.h"
 #include "core/stacks.h"
 #include "db/dbfidx/order/index_control.h"
 #include "db/dbfidx/scan/conditions.h"
@@ -36,7 +37,7 @@ class Build {
     if (dbf_.newOrder.forBlock == nullptr && index_.forBlock != nullptr)
       HOLD_VAR(&dbf_.newOrder.forBlock, index_.forBlock);
     const std::int32_t mark = temp_top();
-    while (dbf_.recNo <= dbf_.lastRec && take_record()) {
+    while (dbf_.recNo <= dbf_.lastRec && !broken_off() && take_record()) {
       if ((++counter_ & (kReleaseEvery - 1)) == 0) POP_TEMPS(mark);
       progress_.at(counter_);
     }
@@ -44,10 +45,17 @@ class Build {
     return still_there();
   }
   bool any() const { return any_; }
-  bool lacking() const { return lacking_; }  // a record that should have a key has none
+  // A record that should have a key has none, or nobody looked at it.
+  bool lacking() const { return lacking_; }
 
  private:
   bool still_there() const { return !index_.closed && dbf_.orderCount > 0; }
+
+  // An order of some of the records says that it differs, and dbreindex() builds it.
+  bool broken_off() {
+    if (!interrupt_cancels()) return false;
+    return lacking_ = true;
+  }
 
   // False at the end, or when the order went away.
   bool take_record() {

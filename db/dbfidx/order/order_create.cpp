@@ -11,6 +11,7 @@
 #include "core/open_files.h"
 #include "core/runtime.h"
 #include "core/settings.h"
+#include "core/signals.h"
 #include "core/stacks.h"
 #include "core/text.h"
 #include "db/dbfidx/method/methods.h"
@@ -18,6 +19,7 @@
 #include "db/dbfidx/scan/conditions.h"
 #include "db/dbfidx/scan/relations.h"
 #include "db/dbfidx/table_errors.h"
+#include "db/order_notice.h"
 #include "lib/arguments.h"
 #include "lib/file_names.h"
 
@@ -289,6 +291,8 @@ bool rebuild_orders(DbfIdx& dbf) {
     if (!zap_index(dbf, *dbf.orders[n]) || !same.holds()) return false;
   for (std::int32_t n = 1; n <= count; ++n)
     if (!build_index(dbf, *dbf.orders[n], nullptr, false) || !same.holds()) return false;
+  for (std::int32_t n = 1; n <= count && interrupt_cancels() && order_notice() != nullptr; ++n)
+    order_notice()(dbf.orders[n]->fileName, dbf.fileName);
   return true;
 }
 
@@ -317,7 +321,8 @@ Var* di_createorder(std::int32_t argc, Var** argv) {
     dxerror(dbf, TableError::kCreateOrderLock);
     return false_value();
   }
-  return logical(create_order(dbf, order, truth_argument(argc, argv, 7)));
+  const bool made = create_order(dbf, order, truth_argument(argc, argv, 7));
+  return logical(made && !interrupt_cancels());
 }
 
 // The one name stands for the order and for its file.
@@ -347,7 +352,7 @@ Var* di_reindex(std::int32_t, Var** argv) {
     return false_value();  // an empty table has nothing to order
   dbf.currentOrder = 1;
   go_top(dbf);
-  return logical(same.holds());
+  return logical(same.holds() && !interrupt_cancels());
 }
 
 Var* di_deleteorder(std::int32_t, Var** argv) {
