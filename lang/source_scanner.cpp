@@ -29,14 +29,23 @@ bool in_name(char c) {
 
 constexpr std::string_view kDotWords[] = {".t.", ".f.", ".y.", ".n.", ".and.", ".or.", ".not."};
 
-// Signs of several bytes, the longer before the shorter.
-constexpr std::string_view kLongSigns[] = {
-    "...", "**=", "**", ":=", "==", "!=", "<>", "<=", ">=", "->",
-    "++",  "--",  "+=", "-=", "*=", "/=", "%=", "^=", "::"};
-// In a rule the brackets of markers stand alone.
-constexpr std::string_view kLongSignsOfRules[] = {
-    "...", "=>", "**=", "**", ":=", "==", "!=", "->", "++",
-    "--",  "+=", "-=",  "*=", "/=", "%=", "^=", "::"};
+constexpr bool holds(std::string_view bytes, char c) {
+  return bytes.find(c) != std::string_view::npos;
+}
+
+constexpr std::string_view kBeforeEqual = ":=!<>+-*/%^";  // := == != ...
+constexpr std::string_view kDoubled = "+-:*";             // ++ -- :: **
+
+// The bytes of the sign that begins with these three. In a rule the brackets of markers stand alone, and => is
+// one sign.
+std::ptrdiff_t sign_length(char a, char b, char c, bool rule) {
+  const bool marker = rule && (a == '<' || a == '>');
+  if (b == '=' && !marker && holds(kBeforeEqual, a)) return 2;
+  if (a == b && holds(kDoubled, a)) return a == '*' && c == '=' ? 3 : 2;
+  if (a == '.' && b == '.' && c == '.') return 3;
+  if (b == '>' && (a == '-' || a == (rule ? '=' : '<'))) return 2;
+  return 1;
+}
 
 // Words of statements behind which a value begins, so that a bracket there opens a text.
 constexpr std::string_view kValueWords[] = {"return", "if", "elseif", "case", "while", "break",
@@ -231,11 +240,7 @@ bool SourceScanner::dot_word() {
 }
 
 void SourceScanner::sign() {
-  const std::string_view rest(at_, static_cast<std::size_t>(line_end_ - at_));
-  const std::span<const std::string_view> signs =
-      mode_ == Mode::kRule ? std::span<const std::string_view>(kLongSignsOfRules) : kLongSigns;
-  const auto found = std::ranges::find_if(signs, [&](auto s) { return rest.starts_with(s); });
-  at_ += found == signs.end() ? 1 : found->size();
+  at_ += sign_length(*at_, ahead(1), ahead(2), mode_ == Mode::kRule);
 }
 
 bool SourceScanner::quoted(char close) {

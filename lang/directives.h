@@ -1,0 +1,65 @@
+// Lines that begin with #: constants, rules, conditions, other files.
+#pragma once
+
+#include "lang/defines.h"
+#include "lang/rules.h"
+#include "lang/source_scanner.h"
+
+namespace tarnel {
+
+constexpr std::size_t kDeepestInclude = 64;  // files that include each other
+
+// The files that are being read, the constants and rules known so far.
+class Directives {
+ public:
+  Directives(SourceFiles& files, Diagnostics& diagnostics, std::vector<std::string> folders);
+
+  void open(std::int32_t file);
+  // The next statement that no condition leaves out; false at the end of all files.
+  bool next(SourceTokens& tokens);
+  // The file of the last statement, null before the first.
+  SourceScanner* scanner() { return sources_.empty() ? nullptr : &sources_.back().scanner; }
+
+  const Defines& defines() const { return defines_; }
+  const RuleBook& rules() const { return rules_; }
+
+ private:
+  struct Condition {
+    Place place;
+    bool taken;  // what is read now
+    bool outer;  // the part in which it stands
+    bool in_else = false;
+  };
+  struct Source {
+    SourceScanner scanner;
+    std::vector<Condition> conditions;
+  };
+  struct Row;
+
+  void carry_out(const SourceTokens& tokens);
+  void define(const SourceTokens& tokens);
+  void undefine(const SourceTokens& tokens);
+  void begin_condition(const SourceTokens& tokens);
+  void turn_condition(const SourceTokens& tokens);
+  void end_condition(const SourceTokens& tokens);
+  void include(const SourceTokens& tokens);
+  void rule(const SourceTokens& tokens);
+  void own_error(const SourceTokens& tokens);
+
+  bool taken() const;
+  void set_taken();
+  void close();
+  std::int32_t find_include(const std::string& name, std::string& fault);
+  void fail(const SourceToken& token, std::string_view words) {
+    diagnostics_.error(token.place, words);
+  }
+
+  SourceFiles& files_;
+  Diagnostics& diagnostics_;
+  std::vector<std::string> folders_;
+  std::vector<Source> sources_;
+  Defines defines_;
+  RuleBook rules_;
+};
+
+}  // namespace tarnel

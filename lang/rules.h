@@ -1,0 +1,108 @@
+// Rules that rewrite statements: what #command, #translate, #xcommand and #xtranslate say.
+//
+// The pattern                                   The result
+//   word, sign    itself                          word, sign   itself
+//   <x>           an expression                   <x>          what matched
+//   <x,...>       expressions between commas      #<x>         all of it as one text
+//   <x:A,B>       one of the words                <"x">        each expression as a text
+//   <*x*>         all that is left                <(x)>        the same, but for texts, (expressions) and &macros
+//   <(x)>         an expression, or a name with   <{x}>        each expression as a block
+//                 points, slashes and so on       <.x.>        .T. if anything matched, else .F.
+//   [...]         a clause that may be left out   [...]        once for each time that its markers matched
+//   \c            the sign c as it is             \c           the sign c as it is
+#pragma once
+
+#include <bitset>
+#include <memory>
+#include <unordered_map>
+
+#include "lang/diagnostics.h"
+#include "lang/source_tokens.h"
+
+namespace tarnel {
+
+enum class MarkerKind : std::uint8_t { kExpression, kList, kRestricted, kWild, kExtended };
+
+struct PatternPiece;
+using Pattern = std::vector<PatternPiece>;
+
+struct PatternPiece {
+  enum class Kind : std::uint8_t { kWord, kMarker, kClauses } kind = Kind::kWord;
+  MarkerKind marker_kind = MarkerKind::kExpression;
+  std::uint32_t key = 0;       // of the word
+  std::string_view word = {};  // a word or sign
+  bool is_name = false;
+  std::size_t marker = 0;                              // its number
+  Pattern among = {};                                  // the words of a restricted marker
+  std::vector<Pattern> clauses = {};                   // that stand side by side, in any order
+  std::vector<std::vector<std::size_t>> markers = {};  // in each of them
+  std::vector<bool> repeats = {};                      // may the clause match more than once?
+};
+
+enum class ResultForm : std::uint8_t { kAsItIs, kText, kTexts, kSmartTexts, kBlocks, kLogical };
+
+struct ResultPiece;
+using Result = std::vector<ResultPiece>;
+
+struct ResultPiece {
+  enum class Kind : std::uint8_t { kToken, kMarker, kRepeated } kind = Kind::kToken;
+  ResultForm form = ResultForm::kAsItIs;
+  SourceToken token = {};  // of a marker its gap
+  std::size_t marker = 0;
+  Result pieces = {};                     // of a repeated part
+  std::vector<std::size_t> markers = {};  // in it
+};
+
+struct Rule {
+  bool is_command = false;  // at the start of a statement only, and all of it
+  bool whole_words = false;
+  std::vector<std::string_view> markers;  // their names
+  Pattern pattern;
+  Result result;
+  std::string_view file;  // where it was read
+  std::int32_t line = 0;
+};
+
+// Reads a rule from the tokens behind the word of its directive; their texts stay. Nothing for a faulty one, which
+// is told.
+std::unique_ptr<Rule> parse_rule(std::span<const SourceToken> tokens, Place end,
+                                 Diagnostics& diagnostics);
+
+class RuleBook {
+ public:
+  // The rules of `below` are older than all that are added.
+  explicit RuleBook(const RuleBook* below = nullptr) : below_(below) {}
+
+  void add(std::unique_ptr<Rule> rule);
+  // Can a rule begin with the token?
+  bool may_begin(bool command, const SourceToken& token) const;
+  // Is it a word of a rule?
+  bool has_word(std::string_view name) const;
+  bool has_translations() const;
+  // Calls for each rule that may begin so, the newest first, until a call returns true. Was there one?
+  template <typename Call>
+  bool any(bool command, const SourceToken& token, Call call) const {
+    const auto& kind = kinds_[command];
+    if (const auto found = kind.rules.find(word_key(token.text)); found != kind.rules.end())
+      for (auto rule = found->second.rbegin(); rule != found->second.rend(); ++rule)
+        if (call(**rule)) return true;
+    return below_ != nullptr && below_->any(command, token, call);
+  }
+
+ private:
+  struct Kind {
+    std::unordered_map<std::uint32_t, std::vector<std::unique_ptr<Rule>>>
+        rules;  // by the first word
+    std::bitset<1024> beginnings;
+  };
+  void add_words(const Pattern& pattern);
+
+  const RuleBook* below_;
+  Kind kinds_[2];  // translations, commands
+  std::unordered_map<std::uint32_t, std::vector<std::string_view>> words_;
+};
+
+// Does the token stand for the word?
+bool is_word(const PatternPiece& word, const SourceToken& token, bool whole_words);
+
+}  // namespace tarnel
