@@ -50,7 +50,7 @@ BENCHMARK(ConditionText);
 
 void ConditionOperators(benchmark::State& state) {
   Var *c = GET_MEMVAR("c"), *n = GET_MEMVAR("n");
-  const Callable upper_function = lookup_function("upper"), left_function = lookup_function("left");
+  const Function upper_function = lookup_function("upper"), left_function = lookup_function("left");
   for (auto _ : state) {
     const std::int32_t mark = temp_top();
     Var* part = CALL_SIMPLE(left_function, c, TMP_INT(3));

@@ -146,7 +146,7 @@ class Tables {
   void store_key(int key) const { CPY_VAR(RESOLVE_NAME(k_), key_value(key)); }
 
   const Plan& plan_;
-  const Callable append_ = GET_FUNC("dbappend"), seek_ = GET_FUNC("dbseek"),
+  const Function append_ = GET_FUNC("dbappend"), seek_ = GET_FUNC("dbseek"),
                  skip_ = GET_FUNC("dbskip"), eof_ = GET_FUNC("eof"), rlock_ = GET_FUNC("rlock"),
                  unlock_ = GET_FUNC("dbunlock");
   const std::int32_t k_ = ADD_SYMBOL("k"), v_ = ADD_SYMBOL("v");

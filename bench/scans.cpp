@@ -81,7 +81,7 @@ Var* is_large(std::int32_t argc, Var**, Var**) {
 }
 
 double walk() {
-  static const Callable top = GET_FUNC("dbgotop"), skip = GET_FUNC("dbskip"), eof = GET_FUNC("eof");
+  static const Function top = GET_FUNC("dbgotop"), skip = GET_FUNC("dbskip"), eof = GET_FUNC("eof");
   static const std::int32_t n = ADD_SYMBOL("n");
   double sum = 0;
   CALL_SIMPLE(top);
@@ -96,7 +96,7 @@ double walk() {
 
 // The same over a child that follows by key.
 double walk_with_child() {
-  static const Callable top = GET_FUNC("dbgotop"), skip = GET_FUNC("dbskip"), eof = GET_FUNC("eof");
+  static const Function top = GET_FUNC("dbgotop"), skip = GET_FUNC("dbskip"), eof = GET_FUNC("eof");
   double sum = 0;
   CALL_SIMPLE(top);
   while (!truth_of(CALL_SIMPLE(eof))) {

@@ -25,7 +25,7 @@ constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 constexpr int kRows = 60, kColumns = 200, kCalls = 10'000;
 
 void BM_SetposAndDispout(benchmark::State& state) {
-  const Callable setpos_function = GET_FUNC("setpos"), dispout_function = GET_FUNC("dispout");
+  const Function setpos_function = GET_FUNC("setpos"), dispout_function = GET_FUNC("dispout");
   for (auto _ : state) {
     for (int i = 0; i < kCalls; ++i) {
       const std::int32_t mark = temp_top();

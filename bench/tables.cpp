@@ -54,7 +54,7 @@ double amount_of(int i) {
 // --- This engine, as compiled code of the language calls it.
 
 struct Functions {
-  Callable append = GET_FUNC("dbappend"), skip = GET_FUNC("dbskip"), go = GET_FUNC("dbgoto"),
+  Function append = GET_FUNC("dbappend"), skip = GET_FUNC("dbskip"), go = GET_FUNC("dbgoto"),
            top = GET_FUNC("dbgotop"), eof = GET_FUNC("eof"), rlock = GET_FUNC("rlock"),
            unlock = GET_FUNC("dbunlock"), commit = GET_FUNC("dbcommit");
   std::int32_t id = ADD_SYMBOL("id"), name = ADD_SYMBOL("name"), city = ADD_SYMBOL("city"),

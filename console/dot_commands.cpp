@@ -246,7 +246,7 @@ bool screen(std::string_view name) {
 
 // Calls set() or ov_set(); without a value it only reads.
 Var* setting(const SettingRow& row, Var* value) {
-  const Callable function = lookup_function(row.number != 0 ? "set" : "ov_set");
+  const Function function = lookup_function(row.number != 0 ? "set" : "ov_set");
   if (function == nullptr) return nil_value();
   Var* argv[] = {row.number != 0 ? TMP_INT(row.number) : TMP_TEXT(row.name), value};
   return function(value != nullptr ? 2 : 1, argv);

@@ -16,16 +16,17 @@ namespace tarnel {
 namespace {
 
 // Instances of class error, in their order, with the type of their defaults.
-#define ERROR_INSTANCES(X)                                                                    \
-  X(argnum, 'I')                                                                              \
-  X(args, 'U')                                                                                \
-  X(argtypereq, 'C')                                                                          \
-  X(callfuncsy, 'C')                                                                          \
-  X(candefault, 'L') X(canretry, 'L') X(cansubstit, 'L') X(cargo, 'U') X(choice, 'I')         \
-      X(descriptio, 'C') X(filehandle, 'I') X(filename, 'C') X(funcptr, 'B') X(funcsym, 'C')  \
-          X(gencode, 'I') X(maxsize, 'N') X(methodself, 'O') X(operation, 'C') X(oscode, 'I') \
-              X(severity, 'I') X(subcode, 'I') X(subcodetex, 'C') X(subsystem, 'C')           \
-                  X(substitute, 'C') X(tries, 'I')
+#define ERROR_INSTANCES(X)                                                                     \
+  X(argnum, 'I')                                                                               \
+  X(args, 'U')                                                                                 \
+  X(argtypereq, 'C')                                                                           \
+  X(callfuncsy, 'C')                                                                           \
+  X(candefault, 'L')                                                                           \
+  X(canretry, 'L') X(cansubstit, 'L') X(cargo, 'U') X(choice, 'I') X(descriptio, 'C')          \
+      X(filehandle, 'I') X(filename, 'C') X(funcptr, 'B') X(funcsym, 'C') X(gencode, 'I')      \
+          X(maxsize, 'N') X(methodself, 'O') X(operation, 'C') X(oscode, 'I') X(severity, 'I') \
+              X(subcode, 'I') X(subcodetex, 'C') X(subsystem, 'C') X(substitute, 'C')          \
+                  X(tries, 'I')
 #define INSTANCE_ROW(name, type) {#name, type},
 #define INSTANCE_NAME(name, type) k_##name,
 constexpr InstanceEntry kInstances[] = {ERROR_INSTANCES(INSTANCE_ROW)};
@@ -294,7 +295,7 @@ Var* isbegseq(std::int32_t, Var**) {
 
 Var* errinit(std::int32_t, Var**) {
   set_error_caller(raise_error_object);
-  if (const Callable errorsys = lookup_function("errorsys"); errorsys != nullptr) {
+  if (const Function errorsys = lookup_function("errorsys"); errorsys != nullptr) {
     const std::int32_t mark = temp_top();
     CALL_VECTOR(errorsys, 0, nullptr);
     POP_TEMPS(mark);

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <string>
 
+#include "core/function.h"
 #include "core/stacks.h"
 #include "core/var.h"
 
@@ -71,12 +72,12 @@ Var* DEFAULT_IVAR(Var* object, std::int32_t i, char letter, Var* init);
 
 Var* null_result();  // the part of CALL_VECTOR that raises
 // [what the function pushes, 320] Calls the function with the arguments given. Null results are the error.
-inline Var* CALL_VECTOR(Callable function, std::int32_t argc, Var** argv) {
+inline Var* CALL_VECTOR(Function function, std::int32_t argc, Var** argv) {
   Var* result = function(argc, argv);
   return result != nullptr ? result : null_result();
 }
 template <typename... Args>
-Var* CALL_SIMPLE(Callable function, Args*... args) {
+Var* CALL_SIMPLE(Function function, Args*... args) {
   Var* argv[] = {args..., nullptr};
   return CALL_VECTOR(function, static_cast<std::int32_t>(sizeof...(args)), argv);
 }

@@ -53,7 +53,7 @@ Var* find_in(const FrameName* names, char kind, std::string_view name) {
 }
 
 void print_line(Var* first, std::string_view name, Var* value) {
-  const Callable qout = lookup_function("qout");
+  const Function qout = lookup_function("qout");
   Var* argv[] = {first, TMP_TEXT(name), value};
   if (qout != nullptr) qout(3, argv);
 }

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -27,7 +28,25 @@ struct ModuleState {
   FunctionTable functions{nullptr, 0, nullptr};
   ModuleList modules;
   std::vector<Alias> aliases;
+  std::vector<LoadedName> loaded;  // sorted, the names cut
+  std::uint32_t stamp = 1;
 } state;
+
+std::string_view significant(std::string_view name) {
+  return name.substr(0, kNameSize);
+}
+
+// Where a name stands among the loaded ones, or would.
+std::vector<LoadedName>::iterator loaded_place(std::string_view name) {
+  return std::ranges::lower_bound(state.loaded, significant(name), {}, &LoadedName::name);
+}
+
+LoadedProcedure* find_loaded(std::string_view name) {
+  if (state.loaded.empty()) return nullptr;
+  const auto found = loaded_place(name);
+  return found != state.loaded.end() && found->name == significant(name) ? found->procedure
+                                                                         : nullptr;
+}
 
 void refuse_version() {
   write_fully(STDERR_FILENO,
@@ -126,13 +145,41 @@ std::int32_t FIND_FUNC(std::string_view name) {
   return -at;
 }
 
-Callable lookup_function(std::string_view name) {
-  const std::int32_t at = FIND_FUNC(lower_text(name.substr(0, kMacroLimit)));
-  return at > 0 ? state.functions.entries[at].function : nullptr;
+void ADD_PROCEDURES(std::span<const LoadedName> procedures) {
+  for (const LoadedName& added : procedures) {
+    const auto place = loaded_place(added.name);
+    if (place != state.loaded.end() && place->name == significant(added.name))
+      place->procedure = added.procedure;
+    else
+      state.loaded.insert(place, {std::string(significant(added.name)), added.procedure});
+  }
+  ++state.stamp;
 }
 
-Callable GET_FUNC(std::string_view name) {
-  if (const Callable found = lookup_function(name); found != nullptr) return found;
+void REMOVE_PROCEDURE(const LoadedProcedure* procedure) {
+  std::erase_if(state.loaded, [&](const LoadedName& n) { return n.procedure == procedure; });
+  ++state.stamp;
+}
+
+std::uint32_t functions_stamp() {
+  return state.stamp;
+}
+
+// Blanks before a name and what stands behind it don't count, as FIND_FUNC has it.
+Function find_function(std::string_view name) {
+  name.remove_prefix(std::min(name.find_first_not_of(" \t"), name.size()));
+  name = name.substr(0, name.find(' '));
+  if (LoadedProcedure* loaded = find_loaded(name); loaded != nullptr) return loaded;
+  const std::int32_t at = FIND_FUNC(name);
+  return at > 0 ? Function(state.functions.entries[at].function) : Function();
+}
+
+Function lookup_function(std::string_view name) {
+  return find_function(lower_text(name.substr(0, kMacroLimit)));
+}
+
+Function GET_FUNC(std::string_view name) {
+  if (const Function found = lookup_function(name); found) return found;
   RT_ERROR(308, format_text("access of undefined function %.*s",
                             static_cast<int>(std::min(name.size(), kMacroLimit)), name.data()));
   return unknown_function;
@@ -152,7 +199,7 @@ Var* isfunction(std::int32_t argc, Var** argv) {
   std::string name = lower_text(text_of(argv[0]));
   name = std::string(trim_blanks(std::string_view(name).substr(0, name.find('('))));
   if (owns_payload(argv[0]) && !letter_in(argv[0]->sclass, "CF")) SET_STR(argv[0], name);
-  return logical(FIND_FUNC(FULL_NAME(name)) >= 0);
+  return logical(find_loaded(name) != nullptr || FIND_FUNC(FULL_NAME(name)) >= 0);
 }
 
 std::int32_t FIND_ALIAS(std::string_view name) {

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/function.h"
 #include "core/symbols.h"
 #include "core/var.h"
 
@@ -142,13 +143,28 @@ struct Program {
 void LINK_MODULES(const Program& program);
 const FunctionTable& function_table();
 
-// Position of a lower-case name, or minus the position where it would belong. Leading blanks and
+// --- Procedures of programs. They come before the functions that the executable was linked with, as those of
+// an application's modules do.
+struct LoadedName {
+  std::string name;  // lower case; ten characters are significant
+  LoadedProcedure* procedure;
+};
+// Adds procedures, or puts them in the place of those of the same names.
+void ADD_PROCEDURES(std::span<const LoadedName> procedures);
+// Forgets the names under which a procedure is known.
+void REMOVE_PROCEDURE(const LoadedProcedure* procedure);
+// Changes whenever a name may mean another function. Never 0.
+std::uint32_t functions_stamp();
+
+// Position of a lower-case name among the linked functions, or minus the position where it would belong. Leading blanks and
 // tabs are skipped, the name ends at its first blank.
 std::int32_t FIND_FUNC(std::string_view name);
 // The function of a name in any case; error 308, and a function that gives NIL, when unknown.
-Callable GET_FUNC(std::string_view name);
-// The function of a name, or null. Raises nothing.
-Callable lookup_function(std::string_view name);
+Function GET_FUNC(std::string_view name);
+// The function of a name in any case, or none. Raises nothing.
+Function lookup_function(std::string_view name);
+// The same for a name in lower case.
+Function find_function(std::string_view name);
 // Full name of an abbreviated builtin ("repl" gives "replicate"), else the name in lower case.
 std::string FULL_NAME(std::string_view name);
 

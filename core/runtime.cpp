@@ -4,6 +4,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -47,7 +48,7 @@ void out_of_memory() {
 }
 
 void call_hook(const char* name) {
-  const Callable hook = lookup_function(name);
+  const Function hook = lookup_function(name);
   if (hook == nullptr) return;
   const std::int32_t mark = temp_top();
   CALL_VECTOR(hook, 0, nullptr);
@@ -166,6 +167,10 @@ bool fails_on_exit_road(int code, std::string_view text) {
     exit_road_failed();
   if (state.exit_steps == kExitProcedures) QUIT_RUN();
   return true;
+}
+
+void pass_over_exit_procedures() {
+  state.exit_steps = std::max(state.exit_steps, kExitProcedures);
 }
 
 int exit_status() {

@@ -41,6 +41,9 @@ bool on_exit_road();
 // the handler has reported the cause.
 [[nodiscard]] bool fails_on_exit_road(int code, std::string_view text);
 
+// A run that an error ends has no EXIT procedures.
+void pass_over_exit_procedures();
+
 // The status with which a run ends that nobody gives another: 0 until it is set.
 int exit_status();
 void set_exit_status(int status);

@@ -111,16 +111,16 @@ const std::string& default_driver() {
   return state.standard;
 }
 
-Callable driver_factory(std::string_view driver) {
+Function driver_factory(std::string_view driver) {
   const std::string name = upper_text(trim_blanks(driver)) + "NEW";
-  const Callable factory = lookup_function(name);
+  const Function factory = lookup_function(name);
   if (factory == nullptr) RT_ERROR(320, format_text("Driver '%s' not found", name.c_str()));
   return factory;
 }
 
 Var* oggdefob(std::string_view driver) {
   const std::string_view name = trim_blanks(driver);
-  const Callable factory = driver_factory(name.empty() ? std::string_view(state.standard) : name);
+  const Function factory = driver_factory(name.empty() ? std::string_view(state.standard) : name);
   if (factory == nullptr) return nullptr;
   Var* nil = nil_value();
   Var* object = CALL_SIMPLE(factory, nil, nil, nil, nil, nil, false_value());

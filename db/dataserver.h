@@ -312,7 +312,7 @@ inline Var* call_member(Var* server, std::string_view name, std::int32_t slot) {
 // The default driver's name, upper case.
 const std::string& default_driver();
 // The factory of a driver by its name in any case, null (after error 320) when there is none.
-Callable driver_factory(std::string_view driver);
+Function driver_factory(std::string_view driver);
 // A driver object without a file, to answer questions about a driver; null when it can't be made.
 Var* oggdefob(std::string_view driver);
 

@@ -156,7 +156,7 @@ Var* dbusearea(std::int32_t argc, Var** argv) {
   const std::string wanted =
       arg_is(argc, argv, 3, "C") ? upper_text(trim_blanks(text_of(argv[3]))) : std::string();
   const std::string driver = upper_text(trim_blanks(text_argument(argc, argv, 1)));
-  const Callable factory = driver_factory(driver.empty() ? default_driver() : driver);
+  const Function factory = driver_factory(driver.empty() ? default_driver() : driver);
   if (factory == nullptr) return fail_open();
   const bool as_new = arg_is(argc, argv, 0, "L") && truth_of(argv[0]);
   if (!as_new && current_server() != nullptr)

@@ -97,7 +97,7 @@ Var* print_file_name(std::int32_t argc, Var**, const OptionRow&) {
 // Hands the other arguments to the builtin of the row; .F. when the layer that has it is not
 // linked.
 Var* function_option(std::int32_t argc, Var** argv, const OptionRow& row) {
-  const Callable call = lookup_function(row.function);
+  const Function call = lookup_function(row.function);
   return call != nullptr ? call(argc - 1, argv + 1) : false_value();
 }
 

@@ -140,7 +140,7 @@ bool file_setting(int n, Stream& stream) {
 
 // Tells the screen, in a program that links one, through the builtin of that name.
 void tell_screen(const char* function, Var* value) {
-  if (const Callable call = lookup_function(function)) call(1, &value);
+  if (const Function call = lookup_function(function)) call(1, &value);
 }
 
 std::string joined_path() {

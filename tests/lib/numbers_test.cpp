@@ -157,7 +157,7 @@ TEST_F(Numbers, ShortFunctionsAllocateOnlyTheirResult) {
   for (const Row& row : std::initializer_list<Row>{
            {"str", number, 2}, {"val", text, 1}, {"dtoc", day, 2}, {"upper", text, 2}}) {
     Var* argument = row.argument;
-    const Callable function = GET_FUNC(row.name);
+    const Function function = GET_FUNC(row.name);
     const auto before = memory_stats().operations;
     function(1, &argument);
     EXPECT_LE(memory_stats().operations - before, row.most) << row.name;

@@ -39,7 +39,7 @@ bool auto_lock_allowed(const DbfIdx& dbf) {
 }
 
 Var* call_auto(DbfIdx& dbf, const char* procedure) {
-  const Callable function = lookup_function(procedure);
+  const Function function = lookup_function(procedure);
   if (function == nullptr) return false_value();
   const CallOut out;
   Var* argv[] = {dbf.object, dbf.concurrency < 0 ? TMP_INT(-dbf.concurrency) : nil_value()};
