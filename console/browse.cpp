@@ -179,7 +179,7 @@ class BrowseGuard {
 
   Browser& browser_;
   const std::unique_ptr<Window, void (*)(Window*)> window_;
-  const Place cursor_;
+  const ScreenPlace cursor_;
   const int shape_;
   const std::int32_t order_;
   Var* const filter_ = NEW_VAR('N', 'U');  // the block

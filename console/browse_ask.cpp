@@ -85,7 +85,7 @@ bool ask_text(const char* prompt, std::string& text) {
   fill_area({row, 0, row, screen_columns() - 1}, {U' ', plain});
   move_cursor({row, 0});
   put_text(fitting(prompt, std::max(0, screen_columns() - 8)), plain);
-  const Place at = cursor_place();
+  const ScreenPlace at = cursor_place();
   LineField field{.place = at,
                   .width = std::max(1, screen_columns() - at.col),
                   .limit = kLongestAnswer,

@@ -51,7 +51,7 @@ class Overlay {
 
  private:
   const std::unique_ptr<Window, void (*)(Window*)> saved_;
-  const Place cursor_;
+  const ScreenPlace cursor_;
   const int shape_, holds_;
 };
 

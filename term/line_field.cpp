@@ -33,7 +33,7 @@ class InsertMark {
 
   void show(bool on) const {
     if (saved_ == nullptr) return;
-    const Place corner = window_corner(*saved_), cursor = cursor_place();
+    const ScreenPlace corner = window_corner(*saved_), cursor = cursor_place();
     show_window(*saved_, corner);
     move_cursor(corner);
     if (on) put_text("Ins", slot_colour(0));

@@ -9,7 +9,7 @@
 namespace tarnel {
 
 struct LineField {
-  Place place;
+  ScreenPlace place;
   int width;          // columns; a longer text scrolls in them
   std::size_t limit;  // bytes of the text
   Colour colour;

@@ -30,7 +30,7 @@ void write_prompt(std::string_view prompt) {
 }
 
 std::string line_of_screen() {
-  const Place at = cursor_place();
+  const ScreenPlace at = cursor_place();
   LineField field{.place = at,
                   .width = std::max(1, screen_columns() - at.col),
                   .limit = kLongestLine,

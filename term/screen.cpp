@@ -29,7 +29,7 @@ struct ScreenState {
   int rows = kUsualRows, columns = kUsualColumns;
   std::vector<Cell> cells;
   std::vector<bool> changed;  // a row of cells since it was painted
-  Place cursor;
+  ScreenPlace cursor;
   int cursor_shape = 1;
   int holds = 0;
 } state;
@@ -150,10 +150,10 @@ int screen_columns() {
 Rect whole_screen() {
   return {0, 0, state.rows - 1, state.columns - 1};
 }
-Place cursor_place() {
+ScreenPlace cursor_place() {
   return state.cursor;
 }
-void move_cursor(Place place) {
+void move_cursor(ScreenPlace place) {
   state.cursor = place;
 }
 int cursor_shape() {
@@ -246,7 +246,7 @@ Window* save_area(Rect area) {
   return window;
 }
 
-void show_window(const Window& window, Place corner) {
+void show_window(const Window& window, ScreenPlace corner) {
   if (window.cells.empty()) return;
   const Rect target = {corner.row, corner.col, corner.row + window.area.height() - 1,
                        corner.col + window.area.width() - 1};
@@ -262,7 +262,7 @@ void show_window(const Window& window, Place corner) {
   }
 }
 
-Place window_corner(const Window& window) {
+ScreenPlace window_corner(const Window& window) {
   return {window.area.top, window.area.left};
 }
 

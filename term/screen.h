@@ -28,7 +28,7 @@ struct Cell {
   bool operator==(const Cell&) const = default;
 };
 
-struct Place {
+struct ScreenPlace {
   int row = 0, col = 0;
 };
 // Rows and columns of it, both ends included; it is empty where an end lies before its beginning.
@@ -62,9 +62,9 @@ const ScreenDevice& screen_device();  // REQUIRES: screen_open()
 int screen_rows();  // 25 without a screen
 int screen_columns();
 Rect whole_screen();
-Place cursor_place();
-void move_cursor(Place place);  // anywhere: what lies outside shows nothing
-int cursor_shape();             // 0 hidden, 1 normal, 2 a block
+ScreenPlace cursor_place();
+void move_cursor(ScreenPlace place);  // anywhere: what lies outside shows nothing
+int cursor_shape();                   // 0 hidden, 1 normal, 2 a block
 void set_cursor_shape(int shape);
 
 // --- What is on the screen. REQUIRES for all: screen_open().
@@ -79,8 +79,8 @@ void fill_area(Rect area, Cell cell);
 void scroll_area(Rect area, int up, int left, Colour colour);
 // Saves the part of an area that is on the screen. Ownership passes to the caller; a cell of type S.
 Window* save_area(Rect area);
-void show_window(const Window& window, Place corner);
-Place window_corner(const Window& window);
+void show_window(const Window& window, ScreenPlace corner);
+ScreenPlace window_corner(const Window& window);
 void drop_window(Window* window);
 
 // --- Painting.

@@ -185,7 +185,7 @@ Var* restscreen(std::int32_t argc, Var** argv) {
   if (last < 0 || !arg_is(argc, argv, last, "S") || argv[last]->window == nullptr)
     return RT_ERROR(312, "RESTORE SCREEN");
   const Window& window = *argv[last]->window;
-  const Place was = window_corner(window);
+  const ScreenPlace was = window_corner(window);
   show_window(window, {far_as(last > 0 ? int_argument(argc, argv, 0, was.row) : was.row),
                        far_as(last > 1 ? int_argument(argc, argv, 1, was.col) : was.col)});
   return nil_value();

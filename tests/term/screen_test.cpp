@@ -68,7 +68,7 @@ TEST_F(Screen, TextIsCutAtTheMarginAndTheColumnGoesOn) {
   check({{"setpos", {1, 7}, "U"}, {"dispout", {"abcdef"}, "U"}});
   EXPECT_EQ(picture(), "|       abc||");
   EXPECT_EQ(place(), "1,13");
-  for (const Place at : {Place{-1, 0}, Place{4, 0}, Place{2, -2}}) {
+  for (const ScreenPlace at : {ScreenPlace{-1, 0}, ScreenPlace{4, 0}, ScreenPlace{2, -2}}) {
     move_cursor(at);
     put_text("abcd", {});
   }
