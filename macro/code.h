@@ -10,7 +10,7 @@
 #include <optional>
 #include <string_view>
 
-#include "core/modules.h"
+#include "core/function.h"
 #include "core/symbols.h"
 #include "core/var.h"
 #include "macro/small_list.h"
@@ -61,6 +61,35 @@ namespace tarnel {
   X(Field, "[-> field a of the chosen area]")                                        \
   X(EnterArea, "makes the chosen area the current one")                              \
   X(LeaveArea, "")                                                                   \
+  /* Names of programs. */                                                           \
+  X(Store, "[x ->] to parameter or local a")                                         \
+  X(StoreStatic, "[x ->] to static a of the unit")                                   \
+  X(Slot, "[-> parameter, local or detached local a]")                               \
+  X(Static, "[-> static a of the unit]")                                             \
+  X(Closure, "[-> compiled block a of the code]")                                    \
+  X(JoinTexts, "[a texts -> text]")                                                  \
+  X(MacroValue, "[text -> what it says]")                                            \
+  X(MacroMemvar, "[text -> memory variable of that name]")                           \
+  X(MacroField, "[text -> field of that name in the chosen area]")                   \
+  X(CallNamed, "[name arguments -> result]")                                         \
+  X(MethodNamed, "[name object arguments -> result]")                                \
+  X(VariableArgument, "[x -> argument]: a field by value, else by reference")        \
+  /* Statements of programs. */                                                      \
+  X(Line, "a statement of line a begins")                                            \
+  X(EndTurn, "a turn of the loop at line a ends")                                    \
+  X(Unless, "[x ->], jumps unless it is true")                                       \
+  X(Go, "jumps; between statements, where nothing lies on the stack")                \
+  X(GoBack, "the same, to step a which was there before")                            \
+  X(ForStep, "[step -> step], error 320 for 0 jumps with [->]")                      \
+  X(ForTest, "[counter limit step ->], jumps when the counter is beyond")            \
+  X(EachOf, "[array -> array], error 312 for another value, which becomes {}")       \
+  X(EachNext, "[array index -> element], or jumps with [->]")                        \
+  X(Sequence, "runs up to its end; a break goes on at a with [-> value]")            \
+  X(LeaveSequences, "leaves op sequences and jumps")                                 \
+  X(Break, "[x ->]")                                                                 \
+  X(Private, "[text ->] declares that name private")                                 \
+  X(Public, "[text ->] the same for public")                                         \
+  X(BindName, "[text ->] binds argument a to that name")                             \
   /* Ends. */                                                                        \
   X(Fail, "the text is no expression: error 309 with cause op of kFailures")         \
   X(Return, "[x]")
@@ -80,6 +109,7 @@ enum class SharedConstant : std::uint8_t { kNil, kTrue, kFalse, kEmptyText };
 using BinaryFunction = Var* (*)(Var* left, Var* right, bool in_place);
 // By Step::op.
 constexpr std::uint8_t kNoFunction = 0;  // of a plain assignment
+extern const std::uint8_t kAddFunction;  // +
 BinaryFunction binary_function(std::uint8_t op);
 
 // What stands before or behind an operand. kSign is the +, which takes a number only.
@@ -93,7 +123,8 @@ enum class UnaryOperator : std::uint8_t {
   kDecrement
 };
 
-enum class Failure : std::uint8_t { kSyntax, kTooDeep };
+// The last two are those of programs: what can't go by reference, and a date that isn't one.
+enum class Failure : std::uint8_t { kSyntax, kTooDeep, kReference, kDate };
 
 // Where a text stops being an expression.
 struct SyntaxFault {
@@ -106,11 +137,14 @@ struct SyntaxFault {
 struct Word {
   std::uint32_t at;  // in the code's bytes
   std::uint32_t size;
-  std::int32_t sym;     // -1: no such name
-  std::uint64_t stamp;  // names_stamp() when sym and field were found; 0: not yet
-  Var* field;           // the cell of that name in the area that was current then, or null
-  Callable function;    // null: not yet found
+  std::int32_t sym;         // -1: no such name
+  std::uint64_t stamp;      // names_stamp() when sym and field were found; 0: not yet
+  Var* field;               // the cell of that name in the area that was current then, or null
+  Function function;        // none: not yet found
+  std::uint32_t functions;  // functions_stamp() when it was found
 };
+
+struct ProgramPart;
 
 // One piece of memory, which lives while somebody refers to it. Made by compile and compile_block, given
 // back by release_code.
@@ -122,14 +156,17 @@ struct Code {
   std::uint32_t depth;  // cells on the machine's stack at most
   std::uint32_t text_at, text_size;
   std::optional<SyntaxFault> fault;
-  Var* cells;     // constants of class C
-  Code** blocks;  // of the block literals
+  const ProgramPart* part;  // of a procedure or block of a program; null: a text's
+  Var* cells;               // constants of class C
+  Code** blocks;            // of the block literals
   Word* words;
   Step* steps;
   char* bytes;  // of the words, the constants and the text itself
 
   std::string_view text() const { return {bytes + text_at, text_size}; }
   std::string_view word(std::int32_t i) const { return {bytes + words[i].at, words[i].size}; }
+  // What fails in a program gives a constant, and the statement goes on; in a text it ends the evaluation.
+  bool goes_on() const { return part != nullptr; }
 };
 
 // The code of an expression, with one reference. No error is raised: code of a wrong text raises it.

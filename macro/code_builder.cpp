@@ -25,6 +25,12 @@ int cells_added(StepKind kind) {
     case StepKind::kCall:
     case StepKind::kMethod:
     case StepKind::kField:
+    case StepKind::kSlot:
+    case StepKind::kStatic:
+    case StepKind::kClosure:
+    case StepKind::kJoinTexts:
+    case StepKind::kCallNamed:
+    case StepKind::kMethodNamed:
       return 1;
     case StepKind::kBinary:
     case StepKind::kAssign:
@@ -36,7 +42,17 @@ int cells_added(StepKind kind) {
     case StepKind::kChoose:
     case StepKind::kJump:
     case StepKind::kAreaOf:
+    case StepKind::kUnless:
+    case StepKind::kStore:
+    case StepKind::kStoreStatic:
+    case StepKind::kEachNext:
+    case StepKind::kBreak:
+    case StepKind::kPrivate:
+    case StepKind::kPublic:
+    case StepKind::kBindName:
       return -1;
+    case StepKind::kForTest:
+      return -3;
     default:
       return 0;
   }
@@ -44,7 +60,14 @@ int cells_added(StepKind kind) {
 
 // A step that gives one value and runs nothing that could end another.
 bool is_simple(StepKind kind) {
-  return kind == StepKind::kConstant || kind == StepKind::kShared || kind == StepKind::kParameter;
+  return kind == StepKind::kConstant || kind == StepKind::kShared || kind == StepKind::kParameter ||
+         kind == StepKind::kSlot || kind == StepKind::kStatic;
+}
+
+// A step whose value nothing can end while the code runs.
+bool lasts_as_long(StepKind kind) {
+  return kind == StepKind::kConstant || kind == StepKind::kShared || kind == StepKind::kSlot ||
+         kind == StepKind::kStatic;
 }
 
 template <typename T>
@@ -85,6 +108,14 @@ void CodeBuilder::add_constant(const Var& number) {
   add(StepKind::kConstant, static_cast<std::int32_t>(cells_.size()) - 1);
 }
 
+void CodeBuilder::add_number(double value) {
+  Var cell{};
+  cell.type = 'N';
+  cell.length = -1;
+  cell.num = value;
+  add_constant(cell);
+}
+
 // The bytes move until the code is finished: until then the payload is where they stand.
 void CodeBuilder::add_text(std::string_view text) {
   Var cell{};
@@ -95,13 +126,13 @@ void CodeBuilder::add_text(std::string_view text) {
   add_constant(cell);
 }
 
-void CodeBuilder::add_block(Code* block) {
+void CodeBuilder::add_block(Code* block, StepKind kind) {
   blocks_.add(block);
-  add(StepKind::kBlock, static_cast<std::int32_t>(blocks_.size()) - 1);
+  add(kind, static_cast<std::int32_t>(blocks_.size()) - 1);
 }
 
 void CodeBuilder::add_with_word(StepKind kind, std::string_view word, std::uint8_t op) {
-  words_.add({add_bytes(word), static_cast<std::uint32_t>(word.size()), -1, 0, nullptr, nullptr});
+  words_.add({add_bytes(word), static_cast<std::uint32_t>(word.size()), -1, 0, nullptr, {}, 0});
   add(kind, static_cast<std::int32_t>(words_.size()) - 1, op);
 }
 
@@ -110,8 +141,14 @@ void CodeBuilder::land(StepPosition from) {
     steps_[from].a = static_cast<std::int32_t>(steps_.size()) - (fault_ ? 1 : 0);
 }
 
+StepPosition CodeBuilder::begin_keep() {
+  const bool lasts = steps_.size() > 0 && lasts_as_long(steps_[steps_.size() - 1].kind);
+  return lasts ? kNowhere : add(StepKind::kKeep);
+}
+
 void CodeBuilder::end_keep(StepPosition keep) {
-  if (fault_ || steps_.size() != keep + 2 || !is_simple(steps_[keep + 1].kind)) return;
+  if (fault_ || keep == kNowhere || steps_.size() != keep + 2 || !is_simple(steps_[keep + 1].kind))
+    return;
   steps_[keep] = steps_[keep + 1];
   steps_.cut(keep + 1);
 }
@@ -128,7 +165,7 @@ std::uint32_t CodeBuilder::add_bytes(std::string_view bytes) {
   return static_cast<std::uint32_t>(at);
 }
 
-Code* CodeBuilder::finish(std::string_view text, bool is_block) {
+Code* CodeBuilder::finish(std::string_view text, bool is_block, const ProgramPart* part) {
   assert(steps_.size() == 0 || steps_[steps_.size() - 1].kind != StepKind::kReturn);
   add(StepKind::kReturn);
   const std::size_t size = sizeof(Code) + size_of(cells_) + size_of(blocks_) + size_of(words_) +
@@ -138,6 +175,7 @@ Code* CodeBuilder::finish(std::string_view text, bool is_block) {
   code->refs = 1;
   code->is_block = is_block;
   code->fault = fault_;
+  code->part = part;
   code->cell_count = static_cast<std::uint32_t>(cells_.size());
   code->block_count = static_cast<std::uint32_t>(blocks_.size());
   code->depth =

@@ -22,8 +22,9 @@ class CodeBuilder {
   // Adds a step. Once the code has failed nothing is added.
   StepPosition add(StepKind kind, std::int32_t a = 0, std::uint8_t op = 0);
   void add_constant(const Var& number);  // a number
+  void add_number(double value);
   void add_text(std::string_view text);
-  void add_block(Code* block);  // takes over the reference
+  void add_block(Code* block, StepKind kind = StepKind::kBlock);  // takes over the reference
   void add_with_word(StepKind kind, std::string_view word, std::uint8_t op = 0);
 
   // The step that is added next takes so many arguments from the machine's stack.
@@ -31,17 +32,20 @@ class CodeBuilder {
 
   // The next step is where the jump of the step at `from` goes.
   void land(StepPosition from);
-  // A kKeep for a value, and its end: where the steps between are so simple that nothing can happen to the
-  // value meanwhile it isn't kept.
-  StepPosition begin_keep() { return add(StepKind::kKeep); }
+  // A kKeep for a value, and its end: a value that lasts as long as the code runs isn't kept, nor one to which
+  // nothing can happen since the steps between are so simple.
+  StepPosition begin_keep();
   void end_keep(StepPosition keep);
 
   // The rest of the text doesn't count: the code ends here, with kFail.
   void fail(const SyntaxFault& fault);
   const std::optional<SyntaxFault>& fault() const { return fault_; }
+  // For a program, of which the next statement is read to find more of its faults. The code never runs.
+  void pass_over_fault() { fault_.reset(); }
+  std::size_t size() const { return steps_.size(); }
 
   // The code in one piece, with one reference. REQUIRES: called once, last.
-  Code* finish(std::string_view text, bool is_block);
+  Code* finish(std::string_view text, bool is_block, const ProgramPart* part = nullptr);
 
  private:
   std::uint32_t add_bytes(std::string_view bytes);

@@ -59,7 +59,12 @@ Var number_constant(std::string_view digits) {
 // --- Literals.
 
 Compiler::Operand Compiler::number() {
-  code_->add_constant(number_constant(lexer_.lexeme()));
+  Var number = number_constant(lexer_.lexeme());
+  if (scope_ != nullptr && number.type == 'I') {  // so that money doesn't wrap
+    number.num = number.i;
+    number.type = 'N';
+  }
+  code_->add_constant(number);
   lexer_.next();
   if (token() != Token::kArrow) return {};
   code_->add(StepKind::kAreaOf);
@@ -78,13 +83,17 @@ void Compiler::text() {
 }
 
 Compiler::Operand Compiler::brace() {
+  if (scope_ != nullptr && fixed_date()) return {};
   if (lexer_.brace_is_date()) {
     code_->add_with_word(StepKind::kDate, lexer_.lexeme());
     lexer_.next();
     return {};
   }
+  const std::size_t start = lexer_.position();
   lexer_.next();
-  if (token() == Token::kBar)
+  if (token() == Token::kBar && scope_ != nullptr)
+    closure_literal(start);
+  else if (token() == Token::kBar)
     block_literal();
   else
     array_literal();
@@ -114,7 +123,10 @@ void Compiler::block_literal() {
 void Compiler::parameters() {
   if (take(Token::kBar)) return;
   do {
-    parameters_->add(lexer_.lexeme());
+    if (scope_ != nullptr)
+      scope_->declare_parameter(lexer_.lexeme());
+    else
+      parameters_->add(lexer_.lexeme());
     if (!expect(Token::kName)) return;
   } while (take(Token::kComma));
   expect(Token::kBar);
@@ -130,6 +142,7 @@ void Compiler::array_literal() {
 
 Compiler::Operand Compiler::name() {
   const std::string_view text = lexer_.lexeme();
+  if (scope_ != nullptr && lexer_.next_is('&')) return macro_operand();
   lexer_.next();
   if (token() == Token::kArrow) return alias(text);
   if (token() == Token::kLeftParen) {
@@ -139,7 +152,7 @@ Compiler::Operand Compiler::name() {
       call(text);
     return {};
   }
-  if (!same_name(text, "nil")) return variable(text);
+  if (!same_name(text, "nil")) return scope_ != nullptr ? program_variable(text) : variable(text);
   shared(SharedConstant::kNil);
   return {true};
 }
@@ -167,8 +180,12 @@ Compiler::Operand Compiler::alias(std::string_view text) {
   }
   lexer_.next();
   const std::string_view name = lexer_.lexeme();
-  if (expect(Token::kName))
+  if (scope_ != nullptr && (token() == Token::kAmpersand || lexer_.next_is('&'))) {
+    macro_text();
+    code_->add(StepKind::kMacroMemvar);
+  } else if (expect(Token::kName)) {
     code_->add_with_word(known->step, name, static_cast<std::uint8_t>(known->kind));
+  }
   return {true};
 }
 
@@ -177,7 +194,12 @@ Compiler::Operand Compiler::in_area() {
   lexer_.next();
   if (token() != Token::kLeftParen) {
     const std::string_view name = lexer_.lexeme();
-    if (expect(Token::kName)) code_->add_with_word(StepKind::kField, name);
+    if (scope_ != nullptr && (token() == Token::kAmpersand || lexer_.next_is('&'))) {
+      macro_text();
+      code_->add(StepKind::kMacroField);
+    } else if (expect(Token::kName)) {
+      code_->add_with_word(StepKind::kField, name);
+    }
     return {true};
   }
   code_->add(StepKind::kEnterArea);
@@ -192,7 +214,7 @@ Compiler::Operand Compiler::subscript(const Operand& operand) {
   load(operand);
   lexer_.next();
   do {
-    code_->add(StepKind::kKeep);
+    code_->begin_keep();
     expression();
     code_->add(StepKind::kSubscript);
   } while (take(Token::kComma));
@@ -204,6 +226,7 @@ Compiler::Operand Compiler::subscript(const Operand& operand) {
 Compiler::Operand Compiler::member(const Operand& operand) {
   load(operand);
   lexer_.next();
+  if (scope_ != nullptr && token() == Token::kAmpersand) return macro_member();
   const std::string_view name = lexer_.lexeme();
   if (!expect(Token::kName)) return {};
   if (token() != Token::kLeftParen) return {true, name};
@@ -221,7 +244,8 @@ void Compiler::call(std::string_view name) {
   code_->add(StepKind::kMark);
   lexer_.next();
   code_->take_arguments(arguments(Token::kRightParen));
-  code_->add_with_word(StepKind::kCall, FULL_NAME(name));
+  if (scope_ != nullptr) scope_->note_call(name);
+  code_->add_with_word(StepKind::kCall, scope_ != nullptr ? lower_text(name) : FULL_NAME(name));
 }
 
 // Up to the closing token, which is taken; how many there are.
@@ -243,10 +267,11 @@ void Compiler::argument(Token close) {
     return reference();
   else
     expression();
-  code_->add(StepKind::kByValue);
+  code_->add(StepKind::kByValue, 0, scope_ != nullptr);
 }
 
 void Compiler::reference() {
+  if (scope_ != nullptr) return program_reference();
   const std::string_view name = lexer_.lexeme();
   if (token() != Token::kName) return fail(Failure::kSyntax);
   load(postfix(primary()));
@@ -285,6 +310,7 @@ void Compiler::iif_alternative() {
 void Compiler::iif_argument() {
   if (token() == Token::kComma || token() == Token::kRightParen)
     return shared(SharedConstant::kEmptyText);
+  if (scope_ != nullptr) return expression();
   const StepPosition guard = code_->add(StepKind::kGuard);
   expression();
   code_->add(StepKind::kUnguard);

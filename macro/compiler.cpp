@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "core/operators.h"
 #include "core/text.h"
@@ -101,6 +102,8 @@ std::uint8_t assigned_function(Token token) {
 
 }  // namespace
 
+const std::uint8_t kAddFunction = static_cast<std::uint8_t>(distance(Token::kOr, Token::kPlus));
+
 BinaryFunction binary_function(std::uint8_t op) {
   return kBinaryOperators[op].apply;
 }
@@ -143,8 +146,9 @@ void Compiler::body() {
 
 void Compiler::expression() {
   const Level level(*this);
+  const bool at_statement = at_statement_;
   const Operand left = binary(kOrLevel);
-  if (is_assignment(token()))
+  if (is_assignment(token()) || (at_statement && token() == Token::kEqual))
     assignment(left);
   else
     load(left);
@@ -152,8 +156,8 @@ void Compiler::expression() {
 
 void Compiler::assignment(const Operand& target) {
   if (!target.assignable) return fail(Failure::kSyntax);
-  const std::uint8_t op = assigned_function(token());
-  code_->add(StepKind::kKeep);
+  const std::uint8_t op = token() == Token::kEqual ? kNoFunction : assigned_function(token());
+  code_->begin_keep();
   lexer_.next();
   expression();
   if (target.instance.empty())
@@ -163,7 +167,9 @@ void Compiler::assignment(const Operand& target) {
 }
 
 Compiler::Operand Compiler::binary(int lowest) {
+  const bool at_statement = std::exchange(at_statement_, false);
   Operand left = prefix();
+  if (at_statement && left.assignable && token() == Token::kEqual) return left;
   for (;;) {
     const BinaryOperator* op = binary_operator(token());
     if (op == nullptr || op->level < lowest) return left;
@@ -185,7 +191,7 @@ Compiler::Operand Compiler::binary(int lowest) {
 void Compiler::logic(Token op, int level) {
   const StepPosition decision = code_->add(op == Token::kAnd ? StepKind::kAnd : StepKind::kOr);
   load(binary(level + 1));
-  code_->add(StepKind::kCheck);
+  if (scope_ == nullptr) code_->add(StepKind::kCheck);
   code_->land(decision);
 }
 
@@ -241,6 +247,10 @@ Compiler::Operand Compiler::primary() {
       return brace();
     case Token::kLeftParen:
       return parenthesis();
+    case Token::kAmpersand:
+      if (scope_ != nullptr) return macro_operand();
+      fail(Failure::kSyntax);
+      return {};
     case Token::kTrue:
     case Token::kFalse:
       shared(token() == Token::kTrue ? SharedConstant::kTrue : SharedConstant::kFalse);

@@ -1,5 +1,6 @@
 // The grammar of expressions: one pass over the tokens of a text, which adds steps to a code in the order
-// in which they are to run.
+// in which they are to run. In a program names may be declared, numbers are doubles, macros are operands, and
+// blocks are compiled.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +8,7 @@
 
 #include "macro/code_builder.h"
 #include "macro/lexer.h"
+#include "macro/program_scope.h"
 #include "macro/small_list.h"
 
 namespace tarnel {
@@ -20,6 +22,23 @@ class Compiler {
   Code* expression_code();
   // |parameters| expression
   Code* block_code();
+
+  // --- A piece of a program. Steps are added to `code`, of which the fault, if there is one, counts from the
+  // beginning of the text. The names in `scope` hold views of none of it.
+  Compiler(std::string_view text, ProgramScope& scope, CodeBuilder& code)
+      : lexer_(text), code_(&code), scope_(&scope) {}
+  // [-> ] An expression as a statement; a variable before = is assigned to.
+  void statement();
+  // [-> value]
+  void value();
+  // [-> values], how many
+  std::int32_t values();
+  // [-> variable, field or element, to be assigned to]
+  void target();
+  // [-> text] A name, or one that macros make up.
+  void name_text();
+  // [-> result] name | &macro [WITH arguments]: plain variables go by reference.
+  void do_call();
 
  private:
   using Parameters = SmallList<std::string_view, 8>;
@@ -78,6 +97,19 @@ class Compiler {
   void argument(Token close);
   void reference();
 
+  // Programs only.
+  Operand program_variable(std::string_view name);
+  Operand macro_operand();
+  void macro_text();
+  std::size_t macro_piece(std::size_t at);
+  void macro_variable(std::string_view name);
+  void field_of(const NameMeaning& meaning, std::string_view name);
+  void closure_literal(std::size_t start);
+  Operand macro_member();
+  bool fixed_date();
+  void program_reference();
+  void do_argument();
+
   void load(const Operand& operand);
   void shared(SharedConstant constant) {
     code_->add(StepKind::kShared, 0, static_cast<std::uint8_t>(constant));
@@ -92,7 +124,9 @@ class Compiler {
   Lexer lexer_;
   int nesting_ = 0;
   CodeBuilder own_;
-  CodeBuilder* code_ = &own_;         // of the block literal that is being read
+  CodeBuilder* code_ = &own_;  // of the block literal that is being read
+  ProgramScope* const scope_ = nullptr;
+  bool at_statement_ = false;         // before the first operator of one
   Parameters* parameters_ = nullptr;  // of the block that is being read, if it is one
 };
 

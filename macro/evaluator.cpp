@@ -1,8 +1,5 @@
 #include "macro/evaluator.h"
 
-#include <sys/resource.h>
-
-#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -10,61 +7,12 @@
 #include "core/errors.h"
 #include "core/stacks.h"
 #include "macro/code.h"
+#include "macro/evaluation.h"
 #include "macro/expand.h"
 #include "macro/machine.h"
 
 namespace tarnel {
 namespace {
-
-constexpr std::size_t kUsualStack = std::size_t{8} << 20;
-// What an evaluation may not touch: the raise of the error, its handler, and the builtin that was
-// called. The handler may evaluate texts itself, in half of it.
-constexpr std::size_t kReserve = std::size_t{1} << 20;
-
-struct EvaluatorState {
-  const char* stack_base = nullptr;
-  const char* room_above = nullptr;  // a frame that is not below it has room in every case
-  std::size_t stack_size = kUsualStack;
-  int depth = 0;
-  bool leaving = false;  // an evaluation was too deep: all around it end without a further error
-} state;
-
-std::size_t reserve() {
-  return std::min(kReserve, state.stack_size / 2);
-}
-
-bool stack_is_short() {
-  const char* here = static_cast<const char*>(__builtin_frame_address(0));
-  if (here >= state.room_above) return false;
-  const auto used = static_cast<std::size_t>(std::max<std::ptrdiff_t>(state.stack_base - here, 0));
-  return used > state.stack_size - reserve() / (errors_in_progress() > 0 ? 2 : 1);
-}
-
-class Depth {
- public:
-  Depth() { ++state.depth; }
-  ~Depth() {
-    if (--state.depth == 0) state.leaving = false;
-  }
-  Depth(const Depth&) = delete;
-  Depth& operator=(const Depth&) = delete;
-};
-
-// Runs a text or the code made of it. An evaluation within too deep a nesting is none.
-class Evaluation {
- public:
-  Evaluation() : possible_(!leaving_deep_evaluation()) {
-    if (!possible_ || !stack_is_short()) return;
-    RT_ERROR(309, "evaluations are nested too deeply");
-    state.leaving = true;
-    possible_ = false;
-  }
-  bool possible() const { return possible_; }
-
- private:
-  const Depth depth_;
-  bool possible_;
-};
 
 // What the last texts were compiled to, since a program evaluates the same ones again and again. The code
 // of a text is always the same, so nothing ever makes an entry untrue.
@@ -119,10 +67,6 @@ bool expand(std::string_view source, std::string& target, int flags) {
 
 }  // namespace
 
-bool leaving_deep_evaluation() {
-  return state.leaving && errors_in_progress() == 0;
-}
-
 Var* EXP_EVAL(std::string_view text) {
   if (text.data() == nullptr) return RT_INTERNAL(407, "EXP_EVAL");
   if (text.empty()) return empty_text();
@@ -154,11 +98,7 @@ Var* EVAL_BLOCK(std::int32_t argc, Var** argv) {
 }
 
 void init_macro() {
-  state.stack_base = static_cast<const char*>(__builtin_frame_address(0));
-  rlimit limit{};
-  if (getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY)
-    state.stack_size = std::min<std::size_t>(limit.rlim_cur, kUsualStack);
-  state.room_above = state.stack_base - (state.stack_size - reserve());
+  measure_stack();
   set_macro_hooks({EXP_EVAL, EVAL_BLOCK, expand, release_code});
 }
 

@@ -53,6 +53,9 @@ enum class Token : std::uint8_t {
   kRightBracket,
   kLeftBrace,
   kRightBrace,
+  // In programs only.
+  kAmpersand,
+  kSelf,
   kCount,
 };
 
@@ -63,7 +66,10 @@ class Lexer {
   Token token() const { return token_; }
   std::string_view lexeme() const { return text_.substr(start_, end_ - start_); }
   std::size_t position() const { return begin_; }  // where the token begins, its quote included
+  std::size_t behind() const { return at_; }       // the token
   std::string_view text() const { return text_; }
+  // Is the byte right behind the token that one?
+  bool next_is(char c) const { return at_ < text_.size() && text_[at_] == c; }
 
   void next();
   // Reads again from a position that position() gave.

@@ -21,7 +21,7 @@ Var* sign(Var* value) {
 constexpr Var* (*kUnaryOperators[])(Var*) = {csnotu, csminusu, sign,  csincu,
                                              csdecu, csuinc,   csudec};
 
-constexpr std::string_view kFailures[] = {"", "yacc stack overflow"};
+constexpr std::string_view kFailures[] = {"", "yacc stack overflow", "", ""};
 
 Var* shared_constant(SharedConstant which) {
   switch (which) {
@@ -43,10 +43,15 @@ Var* run_code(Code& code, std::string_view source, const BlockArguments& argumen
   return Machine(code, source, arguments).run();
 }
 
-// A switch, so that the compiler puts the short steps in line.
 Var* Machine::run() {
   next_ = code_.steps;
-  while (result_ == nullptr) {
+  run_steps();
+  return result_;
+}
+
+// A switch, so that the compiler puts the short steps in line.
+void Machine::run_steps() {
+  while (running_) {
     const Step& step = *next_++;
     switch (step.kind) {
 #define MACRO_STEP_CASE(name, what) \
@@ -59,7 +64,6 @@ Var* Machine::run() {
         assert(false);
     }
   }
-  return result_;
 }
 
 // --- Values.
@@ -82,7 +86,7 @@ void Machine::stepKeep(const Step&) {
 
 // The code may go before its value does.
 void Machine::stepReturn(const Step&) {
-  result_ = fresh(pop());
+  set_result(fresh(pop()));
 }
 
 static void report_failure(int code, std::string_view cause, std::string_view source,
@@ -122,6 +126,8 @@ void Machine::stepUnary(const Step& step) {
 void Machine::stepAssign(const Step& step) {
   Var* value = pop();
   Var* target = pop();
+  // An error that a handler passed over is no value for a record.
+  if (is_error(value) && upper_class(target->sclass) == 'F') return push(value);
   push_checked(step.op == kNoFunction ? CPY_VAR(target, value)
                                       : binary_function(step.op)(target, value, true));
 }
@@ -196,7 +202,7 @@ void Machine::stepUnguard(const Step&) {
 
 void Machine::fail() {
   if (broken_ || !nested_ || nested_->guards.size() == 0) {
-    result_ = error_value();
+    set_result(error_value());
     return;
   }
   const Guarded back = nested_->guards.take_last();
@@ -208,11 +214,16 @@ void Machine::fail() {
 }
 
 void Machine::stop() {
+  if (code_.goes_on() && !broken_) return push(error_value());
   set_last_error(310);
   fail();
 }
 
 void Machine::report(int code, std::string_view cause) {
+  if (code_.goes_on()) {
+    RT_ERROR(code, cause);
+    return push(error_value());
+  }
   report_failure(code, cause, source_, code_.text());
   fail();
 }

@@ -15,10 +15,19 @@ namespace tarnel {
 
 // --- Names.
 
-// -1 when there is no such name.
+std::int32_t known_name(std::string_view name) {
+  if (const std::int32_t found = FIND_SYMBOL(name); found > 0) return found;
+  const std::int32_t sym = ADD_SYMBOL(name);
+  if (sym > 0) symbol_var(sym)->sclass = 'U';
+  return sym;
+}
+
+// -1 when there is no such name; every name of a program is known.
 std::int32_t Machine::symbol_of(Word& word) {
   if (word.stamp == names_stamp()) return word.sym;
-  word.sym = FIND_SYMBOL({code_.bytes + word.at, word.size});
+  const std::string_view name{code_.bytes + word.at, word.size};
+  word.sym = FIND_SYMBOL(name);
+  if (word.sym < 0 && code_.goes_on()) word.sym = known_name(name);
   word.field = nullptr;
   word.stamp = word.sym > 0 ? names_stamp() : 0;
   return word.sym;
@@ -66,8 +75,8 @@ void Machine::stepMacroText(const Step& step) {
 
 // By the SET DATE of this moment.
 void Machine::stepDate(const Step& step) {
-  const Callable convert = lookup_function("ctod");
-  if (convert == nullptr) return report(308, "access of undefined function ctod");
+  const Function convert = lookup_function("ctod");
+  if (!convert) return report(308, "access of undefined function ctod");
   Var* argument[] = {TMP_TEXT(code_.word(step.a))};
   push_checked(convert(1, argument));
 }
@@ -95,13 +104,18 @@ void Machine::stepMark(const Step& step) {
   nested().lists.add({temp_top(), cells() - step.a});
 }
 
-// A copy, but an array as it is.
-void Machine::stepByValue(const Step&) {
-  top() = top()->type == 'A' ? keep_alive(top()) : ARG_VAR(top());
+// A copy, but for a text's array, which goes as it is.
+void Machine::stepByValue(const Step& step) {
+  top() = top()->type == 'A' && step.op == 0 ? keep_alive(top()) : ARG_VAR(top());
 }
 
 void Machine::stepByReference(const Step& step) {
   Var* cell = top();
+  if (upper_class(cell->sclass) == 'F' && code_.goes_on()) {
+    top() = ARG_VAR(cell);
+    RT_ERROR(320, "cannot pass field by reference " + std::string(code_.word(step.a)));
+    return;
+  }
   if (upper_class(cell->sclass) == 'F')
     return report(320, "cannot pass field by reference " + std::string(code_.word(step.a)));
   if (cell->type == 'E')
@@ -110,16 +124,26 @@ void Machine::stepByReference(const Step& step) {
     keep_alive(cell);
 }
 
+// A text's name is the full one of a builtin already.
+Function Machine::function_of(Word& word) {
+  if (word.function && word.functions == functions_stamp()) return word.function;
+  const std::string_view name{code_.bytes + word.at, word.size};
+  Function found = code_.part != nullptr ? code_.part->unit->find_own(name) : Function();
+  if (!found) found = find_function(name);
+  if (!found && code_.part != nullptr) found = find_function(FULL_NAME(name));
+  word.functions = functions_stamp();
+  return word.function = found;
+}
+
 void Machine::stepCall(const Step& step) {
   const Arguments list = take_arguments();
-  Word& word = code_.words[step.a];
-  if (word.function == nullptr) {
-    const std::string_view name = code_.word(step.a);
-    const std::int32_t position = FIND_FUNC(name);
-    if (position < 1) return report(308, "access of undefined function " + std::string(name));
-    word.function = function_table().entries[position].function;
+  const Function function = function_of(code_.words[step.a]);
+  if (!function) {
+    report(308, "access of undefined function " + std::string(code_.word(step.a)));
+    if (code_.goes_on()) top() = nil_value();
+    return;
   }
-  Var* result = word.function(list.count, list.cells);
+  Var* result = function(list.count, list.cells);
   if (result == nullptr)
     return report(320, "function returned zero pointer " + std::string(code_.word(step.a)));
   push_returned(result);
@@ -134,9 +158,21 @@ void Machine::stepMethod(const Step& step) {
 
 // --- Areas.
 
+void Machine::no_area(int code, std::string_view cause) {
+  area_ = nullptr;
+  if (code_.goes_on())
+    RT_ERROR(code, cause);
+  else
+    report(code, cause);
+}
+
 void Machine::stepAreaNamed(const Step& step) {
   area_ = AREA_BY_NAME(code_.word(step.a));
-  if (area_ == nullptr) report(337, "unknown alias");
+  if (area_ != nullptr) return;
+  if (code_.goes_on())
+    no_area(342, code_.word(step.a));
+  else
+    no_area(337, "unknown alias");
 }
 
 void Machine::stepAreaCurrent(const Step&) {
@@ -147,23 +183,26 @@ void Machine::stepAreaOf(const Step&) {
   Var* which = pop();
   if (is_text(which)) {
     area_ = AREA_BY_NAME(text_of(which));
-    if (area_ == nullptr) report(337, "unknown alias");
+    if (area_ == nullptr) no_area(337, "unknown alias");
     return;
   }
-  if (!is_number(which)) return report(342, "variable has wrong type");
+  if (!is_number(which)) return no_area(342, "variable has wrong type");
   const auto by_number = area_hooks().by_number;
   area_ = by_number != nullptr ? by_number(integer_of(which)) : nullptr;
 }
 
 void Machine::stepField(const Step& step) {
+  if (area_ == nullptr && code_.goes_on()) return push(error_value());
   const std::int32_t sym = symbol_of(code_.words[step.a]);
   Var* cell = sym > 0 ? GET_FIELD_IN(area_, sym) : nil_value();
+  if (cell == nil_value() && code_.goes_on()) return push(error_value());  // 306 was raised
   if (cell == nil_value())
     return report(307, "access of undefined field " + std::string(code_.word(step.a)));
   push_checked(cell);
 }
 
 void Machine::stepEnterArea(const Step&) {
+  if (area_ == nullptr && code_.goes_on()) area_ = area_hooks().current();
   if (area_ == nullptr) return report(342, "during evaluation");
   if (area_hooks().push != nullptr) nested().areas.add(area_hooks().push(area_));
 }

@@ -5,14 +5,19 @@
 
 #include "core/memvars.h"
 #include "macro/machine.h"
+#include "macro/program_part.h"
 #include "macro/small_list.h"
 
 namespace tarnel {
 
+// The Symbol of a name, which becomes known as that of an undefined variable.
+std::int32_t known_name(std::string_view name);
+
 class Machine {
  public:
-  Machine(Code& code, std::string_view source, const BlockArguments& arguments)
-      : code_(code), source_(source), arguments_(arguments) {
+  Machine(Code& code, std::string_view source, const BlockArguments& arguments,
+          Var* const* slots = nullptr)
+      : code_(code), source_(source), arguments_(arguments), slots_(slots) {
     stack_.reserve(code.depth);
     top_ = stack_.data();
   }
@@ -42,6 +47,7 @@ class Machine {
     SmallList<Guarded, 2> guards;
     SmallList<void*, 2> areas;  // which were current before
   };
+  void run_steps();
   Nested& nested() { return nested_ ? *nested_ : nested_.emplace(); }
 
 #define MACRO_STEP_ACTION(name, what) void step##name(const Step& step);
@@ -77,6 +83,12 @@ class Machine {
   Var* fresh(Var* cell);
   std::int32_t symbol_of(Word& word);
   void leave_areas(std::size_t count);
+  Function function_of(Word& word);
+  void no_area(int code, std::string_view cause);
+  void set_result(Var* value) {
+    result_ = value;
+    running_ = false;
+  }
 
   // Pushes the result of something that gives the error value after an error.
   void push_checked(Var* result) {
@@ -91,7 +103,7 @@ class Machine {
     }
     push(result);
   }
-  // Ways to end the run with the error value.
+  // Ways to end the run with the error value. The statement of a program goes on with it instead.
   void stop();  // the cause was raised already
   void report(int code, std::string_view cause);
   void fail();
@@ -99,11 +111,14 @@ class Machine {
   Code& code_;
   const std::string_view source_;
   const BlockArguments arguments_;
+  Var* const* const slots_;  // of a program
   const Step* next_ = nullptr;
   Var** top_ = nullptr;  // behind the last cell on the stack
   Var* result_ = nullptr;
-  void* area_ = nullptr;  // the chosen one
-  bool broken_ = false;   // failed in a way that no kGuard holds
+  void* area_ = nullptr;       // the chosen one
+  bool broken_ = false;        // failed in a way that no kGuard holds
+  bool running_ = true;        // until the code, or the innermost sequence of it, ends
+  std::uint8_t to_leave_ = 0;  // sequences that are being left, from within
   SmallList<Var*, 16> stack_;
   std::optional<Nested> nested_;
 };

@@ -1,0 +1,215 @@
+// The steps that only programs have: slots, blocks with detached locals, macros as operands, statements.
+#include <string>
+
+#include "core/arrays.h"
+#include "core/classes.h"
+#include "core/errors.h"
+#include "core/frame.h"
+#include "core/operators.h"
+#include "core/sequence.h"
+#include "core/stacks.h"
+#include "macro/evaluator.h"
+#include "macro/machine_state.h"
+
+namespace tarnel {
+namespace {
+
+bool is_plain_name(std::string_view text) {
+  const auto letter = [](char c) { return c == '_' || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z'); };
+  if (text.empty() || !letter(text.front())) return false;
+  for (const char c : text)
+    if (!letter(c) && (c < '0' || c > '9')) return false;
+  return true;
+}
+
+}  // namespace
+
+// --- Names.
+
+void Machine::stepSlot(const Step& step) {
+  push(slots_[step.a]);
+}
+
+void Machine::stepStatic(const Step& step) {
+  push(code_.part->unit->statics[static_cast<std::size_t>(step.a)]);
+}
+
+void Machine::stepClosure(const Step& step) {
+  push(make_closure(*code_.blocks[step.a], slots_));
+}
+
+void Machine::stepStore(const Step& step) {
+  CPY_VAR(slots_[step.a], pop());
+}
+
+void Machine::stepStoreStatic(const Step& step) {
+  CPY_VAR(code_.part->unit->statics[static_cast<std::size_t>(step.a)], pop());
+}
+
+// --- Macros.
+
+void Machine::stepJoinTexts(const Step& step) {
+  std::string joined;
+  Var** const first = top_ - step.a;
+  for (Var** piece = first; piece < top_; ++piece) {
+    Var* const text = *piece;
+    // What a field holds is that of its record.
+    joined +=
+        cschrarg(upper_class(text->sclass) == 'F' ? ARG_VAR(text) : text, "when expanding macro");
+  }
+  top_ = first;
+  push_checked(TMP_TEXT(joined));
+}
+
+// A name alone is known from then on, so that it may be assigned to.
+void Machine::stepMacroValue(const Step&) {
+  Var* const text = pop();
+  const std::string_view source = is_text(text) ? text_of(text) : std::string_view();
+  if (is_plain_name(source)) known_name(source);
+  push_returned(EXP_EVAL(source));
+}
+
+void Machine::stepMacroMemvar(const Step&) {
+  Var* const text = pop();
+  const std::int32_t sym = is_text(text) ? known_name(text_of(text)) : -1;
+  if (sym <= 0) return report(320, "no name of a variable");
+  push(symbol_var(sym));
+}
+
+void Machine::stepMacroField(const Step&) {
+  Var* const text = pop();
+  if (area_ == nullptr) return push(error_value());
+  const std::int32_t sym = is_text(text) ? known_name(text_of(text)) : -1;
+  Var* const cell = sym > 0 ? GET_FIELD_IN(area_, sym) : nil_value();
+  push(cell == nil_value() ? error_value() : cell);
+}
+
+void Machine::stepCallNamed(const Step&) {
+  const Arguments list = take_arguments();
+  Var* const name = list.cells[0];
+  const Function function = GET_FUNC(is_text(name) ? text_of(name) : std::string_view());
+  push_returned(CALL_VECTOR(function, list.count - 1, list.cells + 1));
+  if (result_ == nullptr) top() = keep_temp(list.mark, top());
+}
+
+// [object name arguments]: the name goes, the object stays first.
+void Machine::stepMethodNamed(const Step&) {
+  const Arguments list = take_arguments();
+  const std::string name(is_text(list.cells[1]) ? text_of(list.cells[1]) : std::string_view());
+  list.cells[1] = list.cells[0];
+  push_returned(csnomcme(name, 0, list.count - 1, list.cells + 1));
+  if (result_ == nullptr) top() = keep_temp(list.mark, top());
+}
+
+void Machine::stepVariableArgument(const Step&) {
+  top() = upper_class(top()->sclass) == 'F' ? ARG_VAR(top()) : keep_alive(top());
+}
+
+// --- Statements.
+
+void Machine::stepLine(const Step& step) {
+  LINE_HOOK(step.a);
+}
+
+void Machine::stepEndTurn(const Step& step) {
+  Frame* const frame = current_frame();
+  frame->line = step.a;
+  POP_TEMPS(frame->temp_mark);
+}
+
+void Machine::stepUnless(const Step& step) {
+  if (!csifu(pop())) jump(step.a);
+}
+
+void Machine::stepGo(const Step& step) {
+  jump(step.a);
+}
+
+void Machine::stepGoBack(const Step& step) {
+  jump(step.a);
+}
+
+void Machine::stepForStep(const Step& step) {
+  if (is_number(top()) && number_of(top()) != 0) return;
+  RT_ERROR(320, "step of FOR");
+  pop();
+  jump(step.a);
+}
+
+// Numbers as a rule; what else can be compared, dates for instance, by the operators.
+void Machine::stepForTest(const Step& step) {
+  Var* const by = pop();
+  Var* const limit = pop();
+  Var* const counter = pop();
+  const bool up = number_of(by) > 0;
+  bool beyond;
+  if (is_number(counter) && is_number(limit)) {
+    const double at = number_of(counter), end = number_of(limit);
+    beyond = up ? !(at <= end) : !(at >= end);
+  } else {
+    beyond = !csifu(up ? csulequ(counter, limit) : csugequ(counter, limit));
+  }
+  if (beyond) jump(step.a);
+}
+
+void Machine::stepEachOf(const Step&) {
+  if (top()->type == 'A') return;
+  RT_ERROR(312, "FOR EACH wants an array");
+  top() = cscreara(NEW_TEMP(), 0, kAllNil);
+}
+
+void Machine::stepEachNext(const Step& step) {
+  Var* const index = pop();
+  Var* const array = pop();
+  const std::int32_t next = integer_of(index) + 1;
+  if (array->type != 'A' || next > element_count(array)) return jump(step.a);
+  SET_INT(index, next);
+  push(element(array, next));
+}
+
+// The steps of the sequence run within, so that a break finds its way back here.
+void Machine::stepSequence(const Step& step) {
+  const std::int32_t base = cells();
+  const Nested& before = nested();
+  const std::size_t lists = before.lists.size(), guards = before.guards.size(),
+                    areas = before.areas.size();
+  Var* const broken = in_sequence([this] { run_steps(); });
+  if (broken != nullptr) {
+    nested().lists.cut(lists);
+    nested().guards.cut(guards);
+    leave_areas(areas);
+    top_ = stack_.data() + base;
+    push(broken);
+    jump(step.a);
+    running_ = true;
+    return;
+  }
+  if (result_ == nullptr) running_ = --to_leave_ == 0;
+}
+
+void Machine::stepLeaveSequences(const Step& step) {
+  to_leave_ = step.op;
+  running_ = false;
+  jump(step.a);
+}
+
+void Machine::stepBreak(const Step&) {
+  break_sequence(pop());
+}
+
+void Machine::stepPrivate(const Step&) {
+  Var* const name = pop();
+  if (const std::int32_t sym = known_name(text_of(name)); sym > 0) DECLARE_PRIVATE(sym);
+}
+
+void Machine::stepPublic(const Step&) {
+  Var* const name = pop();
+  if (const std::int32_t sym = known_name(text_of(name)); sym > 0) DECLARE_PUBLIC(sym);
+}
+
+void Machine::stepBindName(const Step& step) {
+  Var* const name = pop();
+  BIND_MACRO_PARAM(name, arguments_.count, step.a, arguments_.cells);
+}
+
+}  // namespace tarnel

@@ -1,0 +1,63 @@
+#include "macro/program_part.h"
+
+#include <algorithm>
+
+#include "core/errors.h"
+#include "core/frame.h"
+#include "core/text.h"
+#include "macro/evaluation.h"
+#include "macro/machine_state.h"
+
+namespace tarnel {
+namespace {
+
+using Slots = SmallList<Var*, 12>;
+
+// The first of a block's detached locals is where its code stands: code of programs lasts to the end of the run.
+Code& code_of_block(Var* const* locals) {
+  return *static_cast<Code*>(locals[0]->raw);
+}
+
+Var* run_closure(std::int32_t argc, Var** argv, Var** locals) {
+  const Evaluation evaluation;
+  if (!evaluation.possible()) return error_value();
+  Code& code = code_of_block(locals);
+  const ProgramPart& part = *code.part;
+  Procedure p(part.file->module.c_str(), part.name.c_str(), part.line, argc);
+  Slots slots;
+  for (const char letter : part.parameters) slots.add(p.param(argv, letter));
+  slots.add(locals + 1, part.captures.size());
+  return p.result(Machine(code, {}, {argc, argv}, slots.data()).run());
+}
+
+}  // namespace
+
+Function ProgramUnit::find_own(std::string_view name) const {
+  const std::string_view significant = name.substr(0, kNameSize);
+  const auto found = std::ranges::find(own, significant, &LoadedName::name);
+  return found != own.end() ? Function(found->procedure) : Function();
+}
+
+Var* run_procedure(Code& code, std::int32_t argc, Var** argv) {
+  const Evaluation evaluation;
+  if (!evaluation.possible()) return error_value();
+  const ProgramPart& part = *code.part;
+  Procedure p(part.file->module.c_str(), part.name.c_str(), part.line, argc);
+  Slots slots;
+  for (const char letter : part.parameters) slots.add(p.param(argv, letter));
+  for (const char letter : part.locals) slots.add(p.local(letter));
+  return p.result(Machine(code, {}, {argc, argv}, slots.data()).run(), part.result);
+}
+
+Var* make_closure(Code& code, Var* const* slots) {
+  SmallList<Var*, 8> cells;
+  Var* const place = NEW_VAR('N', 'U');
+  SET_PTR(place, &code);
+  cells.add(place);
+  for (const std::int32_t slot : code.part->captures) cells.add(slots[slot]);
+  Var* const block = TMP_BLOCK(run_closure, cells.data(), static_cast<std::int32_t>(cells.size()));
+  DEL_VAR(place);
+  return block;
+}
+
+}  // namespace tarnel

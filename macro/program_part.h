@@ -1,0 +1,55 @@
+// The procedures and blocks of program files: what belongs to their code.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/function.h"
+#include "core/modules.h"
+#include "core/var.h"
+#include "macro/code.h"
+
+namespace tarnel {
+
+struct ProgramUnit;
+
+// A source file of the program.
+struct ProgramFile {
+  std::string module;  // its base name in lower case without its ending
+  std::string path;    // as given
+};
+
+struct ProgramPart {
+  ProgramUnit* unit = nullptr;
+  const ProgramFile* file = nullptr;  // where it stands
+  std::string name;                   // of the procedure as written, or cb_NUMBER_LINE_0
+  std::int32_t line = 0;              // of the declaration, or of the block's brace
+  std::vector<char> parameters;       // type letters; the first slots
+  std::vector<char> locals;           // of a procedure; the slots behind them
+  std::vector<std::int32_t>
+      captures;       // of a block: slots of the code around it, which come behind them
+  char result = 'U';  // declared type of the value
+};
+
+// What the code of one file and what it includes shares. Its address stays, since frames and blocks know it.
+struct ProgramUnit {
+  std::deque<ProgramFile> files;
+  std::vector<Var*> statics;    // one reference each
+  std::vector<LoadedName> own;  // STATIC procedures, known in this file only
+  std::deque<ProgramPart> parts;
+
+  // The STATIC procedure of a name in lower case, or none.
+  Function find_own(std::string_view name) const;
+};
+
+// Runs the code of a procedure in a frame of its own: binds its parameters, makes its locals, runs it, and gives
+// back its result. [back to the height at entry, then 1; 201 204 309 901]
+Var* run_procedure(Code& code, std::int32_t argc, Var** argv);
+
+// A compiled block of the code, in a temporary. `slots` are those of the code around it.
+Var* make_closure(Code& code, Var* const* slots);
+
+}  // namespace tarnel
