@@ -30,6 +30,17 @@ void PlacedText::add(std::string_view piece, Place where) {
   text_ += piece;
 }
 
+void PlacedText::append(const PlacedText& statement) {
+  const std::size_t offset = text_.size();
+  for (Mark mark : statement.marks_) {
+    mark.offset += offset;
+    marks_.push_back(mark);
+  }
+  text_ += statement.text_;
+  marks_.push_back({text_.size(), statement.place_at(statement.text_.size()), true});
+  text_ += '\n';
+}
+
 void PlacedText::add_at(std::string_view piece, Place where) {
   if (marks_.empty() || !marks_.back().fixed || marks_.back().place != where)
     marks_.push_back({text_.size(), where, true});

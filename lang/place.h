@@ -36,6 +36,8 @@ class PlacedText {
   void add(std::string_view piece, Place where);
   // Each byte of the piece stands at the same place.
   void add_at(std::string_view piece, Place where);
+  // The statement behind what is there, with a line feed behind it.
+  void append(const PlacedText& statement);
 
  private:
   struct Mark {

@@ -1,0 +1,187 @@
+// Declarations of procedures and variables.
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "core/text.h"
+#include "lang/parse_statement.h"
+
+namespace tarnel {
+namespace {
+
+constexpr BlockWords kBlockWords[] = {
+    {StatementKind::kIf, "IF", "ENDIF", "if", false},
+    {StatementKind::kCase, "DO CASE", "ENDCASE", "case", false},
+    {StatementKind::kWhile, "DO WHILE", "ENDDO", "do", true},
+    {StatementKind::kFor, "FOR", "NEXT", "for", true},
+    {StatementKind::kForEach, "FOR EACH", "NEXT", "for", true},
+    {StatementKind::kSequence, "BEGIN SEQUENCE", "ENDSEQUENCE", "sequence", false},
+};
+
+struct TypeWord {
+  std::string_view word;
+  char letter;
+};
+constexpr TypeWord kTypes[] = {
+    {"numeric", 'N'}, {"integer", 'I'}, {"character", 'C'}, {"logical", 'L'},
+    {"date", 'D'},    {"array", 'A'},   {"object", 'O'},    {"block", 'B'},
+};
+
+}  // namespace
+
+const BlockWords& block_words(StatementKind kind) {
+  static constexpr BlockWords kNone{StatementKind::kExpression, "", "", "", false};
+  const auto* const found = std::ranges::find(kBlockWords, kind, &BlockWords::kind);
+  return found != std::end(kBlockWords) ? *found : kNone;
+}
+
+// --- Procedures.
+
+void Parser::procedure_statement(StatementLexer& words) {
+  declaration(words, ProcedureKind::kPublic, false);
+}
+void Parser::function_statement(StatementLexer& words) {
+  declaration(words, ProcedureKind::kPublic, true);
+}
+
+void Parser::init_statement(StatementLexer& words) {
+  if (!words.take_word("procedure")) return unexpected(words);
+  declaration(words, ProcedureKind::kInit, false);
+}
+
+// name [(parameters)] [AS type]
+void Parser::declaration(StatementLexer& words, ProcedureKind kind, bool is_function) {
+  end_procedure();
+  ProcedureTree made;
+  made.place = place_;
+  made.kind = kind;
+  made.is_function = is_function;
+  made.name = words.take_name();
+  if (made.name.empty()) unexpected(words);
+  if (words.take(Token::kLeftParen)) {
+    made.parameters = declared_list(words, Token::kRightParen);
+    if (!words.take(Token::kRightParen)) unexpected(words);
+  }
+  made.result = take_type(words);
+  expect_end(words);
+  tree_.procedures.push_back(std::move(made));
+  reading_ = true;
+}
+
+// --- Variables.
+
+void Parser::local_statement(StatementLexer& words) {
+  variables(StatementKind::kLocal, words);
+}
+void Parser::private_statement(StatementLexer& words) {
+  variables(StatementKind::kPrivate, words);
+}
+void Parser::public_statement(StatementLexer& words) {
+  variables(StatementKind::kPublic, words);
+}
+void Parser::parameters_statement(StatementLexer& words) {
+  variables(StatementKind::kParameters, words);
+}
+void Parser::memvar_statement(StatementLexer& words) {
+  variables(StatementKind::kMemvar, words);
+}
+
+void Parser::static_statement(StatementLexer& words) {
+  if (words.at_word("procedure") || words.at_word("function")) {
+    const bool is_function = words.at_word("function");
+    if (words.following().token() == Token::kName) {
+      words.next();
+      return declaration(words, ProcedureKind::kStatic, is_function);
+    }
+  }
+  variables(StatementKind::kStatic, words);
+}
+
+void Parser::variables(StatementKind kind, StatementLexer& words) {
+  Statement made{kind, line()};
+  made.declared = declared_list(words, Token::kEnd);
+  expect_end(words);
+  const bool for_file = !reading_ && tree_.procedures.empty() &&
+                        (kind == StatementKind::kStatic || kind == StatementKind::kMemvar);
+  if (for_file)
+    tree_.declarations.push_back(std::move(made));
+  else
+    add(std::move(made));
+}
+
+// FIELD names [IN alias]
+void Parser::field_statement(StatementLexer& words) {
+  Statement made{StatementKind::kField, line(), {{}}};
+  do {
+    const Span name = words.take_name();
+    if (name.empty()) return unexpected(words);
+    made.declared.push_back({name, {}, {}});
+  } while (words.take(Token::kComma));
+  if (words.take_word("in")) {
+    made.spans[0] = words.take_name();
+    if (made.spans[0].empty()) return unexpected(words);
+  }
+  expect_end(words);
+  if (!reading_ && tree_.procedures.empty())
+    tree_.declarations.push_back(std::move(made));
+  else
+    add(std::move(made));
+}
+
+std::vector<Declared> Parser::declared_list(StatementLexer& words, Token end) {
+  std::vector<Declared> list;
+  if (words.token() == end) return list;
+  do {
+    list.push_back(declared(words));
+    if (list.back().name.empty()) break;
+  } while (words.take(Token::kComma));
+  return list;
+}
+
+// name [dimensions] [AS type] [:= value]; the name may be made up by macros.
+Declared Parser::declared(StatementLexer& words) {
+  Declared made;
+  made.name = take_target(words);
+  if (made.name.empty()) {
+    unexpected(words);
+    return made;
+  }
+  if (words.take(Token::kLeftBracket)) {
+    made.dimensions = words.take_expression({}, false);
+    if (made.dimensions.empty() || !words.take(Token::kRightBracket)) unexpected(words);
+  }
+  made.type = take_type(words);
+  if (words.take(Token::kAssign)) {
+    made.value = words.take_expression();
+    if (made.value.empty()) unexpected(words);
+  }
+  return made;
+}
+
+// A name, with m-> before it, or with parts that macros make up.
+Span Parser::take_target(StatementLexer& words) {
+  const std::size_t start = words.place();
+  std::size_t end = start;
+  while (words.token() == Token::kName || words.token() == Token::kAmpersand ||
+         words.token() == Token::kArrow) {
+    const bool sign = words.token() != Token::kName;
+    end = words.place() + words.lexeme().size();
+    words.next();
+    if (!sign && words.token() == Token::kName && words.place() != end) break;
+  }
+  return {start, end - start};
+}
+
+char Parser::take_type(StatementLexer& words) {
+  if (!words.take_word("as")) return 'U';
+  const auto* const known = std::ranges::find_if(
+      kTypes, [&](const TypeWord& t) { return same_letters(t.word, words.lexeme()); });
+  if (words.token() != Token::kName || known == std::end(kTypes)) {
+    unexpected(words);
+    return 'U';
+  }
+  words.next();
+  return known->letter;
+}
+
+}  // namespace tarnel
