@@ -21,6 +21,7 @@ struct OutputState {
   void (*device)(std::string_view) = nullptr;
   std::string (*filter)(std::string_view) = nullptr;
   void (*error_writer)(std::string_view) = nullptr;
+  char last = '\n';     // byte that went to descriptor 1
   bool broken = false;  // a write failed
   bool reader_may_go = false;
 } state;
@@ -30,6 +31,7 @@ struct OutputState {
 void write_output(std::string_view text) {
   if (state.tee != nullptr) state.tee(text);
   if (state.device != nullptr) return state.device(text);
+  if (!text.empty()) state.last = text.back();
   if (state.buffer.capacity() < kFirstSize) state.buffer.reserve(kFirstSize);
   if (state.filter != nullptr)
     state.buffer.append(state.filter(text));
@@ -67,6 +69,10 @@ void flush_output() {
 void write_standard(std::string_view text) {
   const Switched<void (*)(std::string_view)> no_copies(state.tee, nullptr);
   write_output(text);
+}
+
+void end_last_line() {
+  if (state.last != '\n') write_standard("\n");
 }
 
 void write_error(std::string_view text) {

@@ -35,6 +35,8 @@ bool output_works();
 
 // Appends to the page alone: no copy for the second receiver.
 void write_standard(std::string_view text);
+// The same for a line feed, if the last line lacks it.
+void end_last_line();
 // Writes to standard error, behind what stands before it on standard output.
 void write_error(std::string_view text);
 // What writes to standard error in place of descriptor 2; null: nothing.
