@@ -1,0 +1,186 @@
+#include "lang/program.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/frame.h"
+#include "core/stacks.h"
+#include "core/text.h"
+#include "lang/parser.h"
+
+namespace tarnel {
+namespace {
+
+// Programs that have started, in that order.
+std::vector<LoadedProgram*> started;
+
+std::string name_without_ending(std::string_view path) {
+  const std::string_view base = path.substr(path.find_last_of('/') + 1);
+  return std::string(base.substr(0, std::min(base.rfind('.'), base.size())));
+}
+
+bool callable_from_outside(const ProgramProcedure& procedure) {
+  return procedure.kind() == ProcedureKind::kPublic;
+}
+
+ProgramProcedure* find_entry(const GeneratedFile& file) {
+  ProgramProcedure* first = nullptr;
+  for (const auto& procedure : file.procedures) {
+    if (!callable_from_outside(*procedure)) continue;
+    if (same_letters(procedure->part().name, "main")) return procedure.get();
+    if (first == nullptr) first = procedure.get();
+  }
+  return first;
+}
+
+std::string known_name(const ProgramProcedure& procedure) {
+  return lower_text(std::string_view(procedure.part().name).substr(0, kNameSize));
+}
+
+// What files say of each other: one name twice, calls of what is nowhere.
+class Check {
+ public:
+  Check(const std::vector<GeneratedFile>& files, Diagnostics& diagnostics)
+      : files_(files), diagnostics_(diagnostics) {}
+
+  void run(std::span<const std::vector<Place>> places) {
+    for (std::size_t i = 0; i < files_.size(); ++i)
+      for (std::size_t k = 0; k < files_[i].procedures.size(); ++k)
+        add(*files_[i].procedures[k], places[i][k], i);
+    for (const GeneratedFile& file : files_)
+      for (const MentionedCall& call : file.calls) look_for(file, call);
+  }
+
+ private:
+  struct Name {
+    std::string name;
+    std::size_t file;
+  };
+
+  void add(const ProgramProcedure& procedure, Place place, std::size_t file) {
+    if (!callable_from_outside(procedure)) return;
+    const std::string name = known_name(procedure);
+    const auto same = std::ranges::find(names_, name, &Name::name);
+    if (same != names_.end() && same->file != file)
+      diagnostics_.error(place, "another file has a procedure " + procedure.part().name + " too");
+    else if (same == names_.end() && FIND_FUNC(name) > 0 && name != "main")
+      diagnostics_.warn(place, procedure.part().name + " takes the place of a builtin function");
+    names_.push_back({name, file});
+  }
+
+  void look_for(const GeneratedFile& file, const MentionedCall& call) {
+    const std::string name = call.name.substr(0, kNameSize);
+    if (std::ranges::find(names_, name, &Name::name) != names_.end() || file.unit->find_own(name) ||
+        find_function(name) || find_function(FULL_NAME(call.name)))
+      return;
+    diagnostics_.warn(call.place, "there is no function " + call.name);
+  }
+
+  const std::vector<GeneratedFile>& files_;
+  Diagnostics& diagnostics_;
+  std::vector<Name> names_;
+};
+
+bool runs(const Frame* frame, const GeneratedFile& file) {
+  return std::ranges::any_of(file.unit->files, [&](const ProgramFile& source) {
+    return frame->module == source.module.c_str();
+  });
+}
+
+}  // namespace
+
+LoadedProgram* LoadedProgram::read(std::span<const std::string> files,
+                                   const ProgramOptions& options, std::string& report) {
+  SourceFiles sources;
+  Diagnostics diagnostics(sources);
+  std::unique_ptr<LoadedProgram> program(new LoadedProgram);
+  std::vector<std::vector<Place>> places;
+  for (const std::string& name : files) {
+    std::string fault;
+    const std::int32_t file = sources.read(name, fault);
+    if (file < 0) {
+      report = diagnostics.text() + name + ": " + fault + "\n";
+      return nullptr;
+    }
+    StatementReader reader(sources, diagnostics, options.include_folders);
+    reader.open(file);
+    const ProgramTree tree = parse_program(reader, diagnostics, name_without_ending(name));
+    program->files_.push_back(generate(tree, sources, diagnostics, options.warn));
+    places.emplace_back();
+    for (const ProcedureTree& procedure : tree.procedures) places.back().push_back(procedure.place);
+  }
+  Check(program->files_, diagnostics).run(places);
+  report = diagnostics.text();
+  if (diagnostics.errors() > 0) return nullptr;
+  if (!program->files_.empty()) program->entry_ = find_entry(program->files_.front());
+  return program.release();  // it lasts as long as the run
+}
+
+void LoadedProgram::link() {
+  std::vector<LoadedName> names;
+  for (const GeneratedFile& file : files_)
+    for (const auto& procedure : file.procedures)
+      if (callable_from_outside(*procedure))
+        names.push_back({known_name(*procedure), procedure.get()});
+  ADD_PROCEDURES(names);
+  started.push_back(this);
+}
+
+bool LoadedProgram::start() {
+  link();
+  const TempsMark mark;
+  for (const GeneratedFile& file : files_)
+    if (file.statics != nullptr) file.statics->call(0, nullptr);
+  for (const GeneratedFile& file : files_)
+    for (const auto& procedure : file.procedures) {
+      if (procedure->kind() != ProcedureKind::kInit) continue;
+      const Var* const result = procedure->call(0, nullptr);
+      if (is_number_or_logical(result) && !truth_of(result)) return false;
+    }
+  return true;
+}
+
+bool LoadedProgram::is_running() const {
+  for (const Frame* frame = current_frame(); frame != nullptr; frame = frame->prev)
+    if (std::ranges::any_of(files_, [&](const GeneratedFile& file) { return runs(frame, file); }))
+      return true;
+  return false;
+}
+
+void LoadedProgram::unload() {
+  for (const GeneratedFile& file : files_)
+    for (const auto& procedure : file.procedures) REMOVE_PROCEDURE(procedure.get());
+  std::erase(started, this);
+}
+
+std::vector<const GeneratedFile*> LoadedProgram::started_files() {
+  std::vector<const GeneratedFile*> files;
+  for (const LoadedProgram* program : started)
+    for (const GeneratedFile& file : program->files_) files.push_back(&file);
+  return files;
+}
+
+const std::string* source_path(const Frame& frame) {
+  for (const GeneratedFile* file : LoadedProgram::started_files())
+    for (const ProgramFile& source : file->unit->files)
+      if (frame.module == source.module.c_str()) return &source.path;
+  return nullptr;
+}
+
+Var* procpath(std::int32_t argc, Var** argv) {
+  const Frame* const frame = frame_at(arg_is(argc, argv, 0, "INFL") ? integer_of(argv[0]) : 0);
+  const std::string* const path = frame != nullptr ? source_path(*frame) : nullptr;
+  return path != nullptr ? TMP_TEXT(*path) : empty_text();
+}
+
+Var* exit_programs(std::int32_t, Var**) {
+  for (const GeneratedFile* file : LoadedProgram::started_files())
+    for (const auto& procedure : file->procedures)
+      if (procedure->kind() == ProcedureKind::kExit) {
+        const TempsMark mark;
+        procedure->call(0, nullptr);
+      }
+  return true_value();
+}
+
+}  // namespace tarnel

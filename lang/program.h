@@ -1,0 +1,66 @@
+// Programs that run from their source files.
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/frame.h"
+#include "core/modules.h"
+#include "lang/generator.h"
+
+namespace tarnel {
+
+struct ProgramOptions {
+  std::vector<std::string> include_folders{};
+  bool warn = false;  // of names that nothing declares, and functions without a value
+};
+
+// The procedures of some files. It lasts to the end of the run: variables may hold its blocks.
+class LoadedProgram {
+ public:
+  // Reads and checks files. Null when something is wrong; nothing of it has run then. `report` gets the errors and
+  // warnings, as lines.
+  static LoadedProgram* read(std::span<const std::string> files, const ProgramOptions& options,
+                             std::string& report);
+
+  // Makes its procedures known, gives statics their first values, runs INIT procedures. False when one of them
+  // gives .F. EXIT procedures run when the run ends.
+  [[nodiscard]] bool start();
+  // The procedure `main` of the first file, else its first one that can be called from outside; null without one.
+  ProgramProcedure* entry() const { return entry_; }
+  // Does one of its procedures run?
+  bool is_running() const;
+  // Forgets its procedures. REQUIRES: none runs.
+  void unload();
+
+  // Of all programs that have started, in order.
+  static std::vector<const GeneratedFile*> started_files();
+
+ private:
+  LoadedProgram() = default;
+  void link();
+
+  std::vector<GeneratedFile> files_;
+  ProgramProcedure* entry_ = nullptr;
+};
+
+// The path of the source file of a frame's procedure, as given; null for one that isn't a program's.
+const std::string* source_path(const Frame& frame);
+
+#define PROGRAM_BUILTINS(X)                                                                  \
+  X("procpath", procpath, "procpath([nLevel]) -> cPath: source file of a program, as given", \
+    "procpath() ==> ")
+
+PROGRAM_BUILTINS(DECLARE_BUILTIN)
+inline constexpr FunctionEntry kProgramBuiltins[] = {PROGRAM_BUILTINS(BUILTIN_ROW)};
+Var* exit_programs(std::int32_t argc, Var** argv);
+inline constexpr FunctionEntry kProgramExit[] = {{"exitprogra", exit_programs, nullptr}};
+inline constexpr ModuleRecord kProgramModule{.name = "program",
+                                             .subject = "Blocks, names and calls",
+                                             .functions = kProgramBuiltins,
+                                             .exit = kProgramExit};
+
+}  // namespace tarnel

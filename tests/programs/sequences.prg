@@ -1,0 +1,69 @@
+* BEGIN SEQUENCE with ways out of it, from depths and from handlers.
+procedure main
+  local x := 0, e, i, bOld
+
+  begin sequence
+    x := 1
+    deep(3)
+    x := 2
+  recover using e
+    qout("recovered", e, x, procname())
+  end sequence
+
+  for i := 1 to 4
+    begin sequence
+      if i = 2
+        loop
+      elseif i = 4
+        exit
+      endif
+      begin sequence
+        if i = 3
+          loop
+        endif
+        break
+      recover using e
+        qout(i, e)
+        break "outer"
+      end
+    recover using e
+      qout(i, e)
+      loop
+    endsequence
+  next
+  qout(i, inside())
+
+  bOld := errorblock({|o| break(o)})
+  begin sequence
+    qout(1 + {})
+    qout("never")
+  recover using e
+    qout(e:gencode, valtype(e), isbegseq())
+  end
+  errorblock({|o| qout("handled", o:gencode), .t.})
+  x := 1 + "a"
+  qout("goes on", valtype(x))
+  errorblock(bOld)
+  begin sequence
+    aeval({1, 2, 3}, {|n| iif(n = 2, break(n), qout(n))})
+  recover using e
+    qout("out of aeval with", e)
+  end
+  break "nobody"
+  return
+
+procedure deep(n)
+  private p := n
+  if n = 0
+    break "from the deep"
+  endif
+  deep(n - 1)
+  return
+
+function inside
+  begin sequence
+    begin sequence
+      return "returned"
+    end
+  end
+  return "never"

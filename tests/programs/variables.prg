@@ -1,0 +1,65 @@
+* Locals, statics, privates, publics, parameters, fields; what is passed how.
+static nCount := 10, aList[2, 3]
+static cName as character
+memvar m1
+
+procedure start(a)
+  local x := 1, y as numeric, z as numeric := 2, g[2]
+  private p1 := "private", p2
+  public q1
+
+  qout(x, y, z, valtype(y), len(g), len(aList[2]), nCount, "<" + cName + ">")
+  qout(p1, p2, q1, type("p1"), type("x"))
+  do byref with x, (z), g
+  qout(x, z, g[1])
+  byvalue(z, @x)
+  qout(x, z)
+  a := {1, 2}
+  byarray(a)
+  qout(len(a), a[1])
+  count(); count()
+  qout(count(), nCount)
+  m1 := "private by assignment"
+  inner()
+  qout(m1, type("deep"))
+  p1 := 5
+  if .t.
+    local late := z + 1
+    qout(late)
+  endif
+  qout(late)
+  typed("wrong")
+  return
+
+procedure byref(u, v, w)
+  u := u + 100
+  v := v + 100
+  w[1] := "shared"
+  return
+
+procedure byvalue(u, v)
+  u := "other"
+  v := "by reference"
+  return
+
+procedure byarray(w)
+  w[1] := "seen"
+  w := nil
+  return
+
+function count
+  static nCalls := 0
+  nCalls++
+  nCount += nCalls
+  return nCalls
+
+procedure inner
+  parameters one, two
+  private m1 := "hidden"
+  deep := m1
+  qout(m1, p1, one, deep)
+  return
+
+procedure typed(n as numeric)
+  qout("not reached")
+  return
