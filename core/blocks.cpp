@@ -30,8 +30,8 @@ Var* run_block(std::int32_t argc, Var** argv) {
   assert(is_block(block));
   if (block->type != 'B')
     return hooks.eval_block != nullptr ? hooks.eval_block(argc, argv) : error_value();
-  if (block->decimals == kMethodFlag)
-    return CALL_VECTOR(method_function(block), argc - 1, argv + 1);
+  if (const Function method = method_function(block); method)
+    return CALL_VECTOR(method, argc - 1, argv + 1);
   // The block must outlive its run, even if it clears the variable that holds it.
   const BodyHold body(block->shared);
   Var* result = block->function(argc - 1, argv + 1, body->elements);

@@ -23,17 +23,24 @@ struct MacroHooks {
 void set_macro_hooks(const MacroHooks& hooks);
 const MacroHooks& macro_hooks();
 
-// A method block: the flag byte 1 says that its second word is a method's function, which takes no
+// A method block: the flag byte says that its second word is a method's function, native or loaded, which takes no
 // detached locals. `no_locals` is a body without elements, which the block shares.
-constexpr std::uint8_t kMethodFlag = 1;
-inline void make_method_block(Var* fresh, Callable function, SharedHeader* no_locals) {
+constexpr std::uint8_t kMethodFlag = 1, kLoadedMethodFlag = 2;
+inline void make_method_block(Var* fresh, Function function, SharedHeader* no_locals) {
   ++no_locals->refs;
   fresh->type = 'B';
-  fresh->decimals = kMethodFlag;
+  fresh->decimals = function.loaded() != nullptr ? kLoadedMethodFlag : kMethodFlag;
   fresh->shared = no_locals;
-  fresh->function = reinterpret_cast<BlockFunction>(reinterpret_cast<void*>(function));
+  if (function.loaded() != nullptr)
+    fresh->bits2 = reinterpret_cast<std::uintptr_t>(function.loaded());
+  else
+    fresh->function = reinterpret_cast<BlockFunction>(reinterpret_cast<void*>(function.native()));
 }
-inline Callable method_function(const Var* block) {
+// None for another block.
+inline Function method_function(const Var* block) {
+  if (block->decimals == kLoadedMethodFlag)
+    return reinterpret_cast<LoadedProcedure*>(static_cast<std::uintptr_t>(block->bits2));
+  if (block->decimals != kMethodFlag) return {};
   return reinterpret_cast<Callable>(reinterpret_cast<void*>(block->function));
 }
 

@@ -25,10 +25,10 @@ std::int32_t current_scope() {
   return current_frame()->method_scope;
 }
 
-// Looks a method up and gives its function, or null.
-Callable find_method(Var* object, std::string_view name, char kind, std::int32_t scope) {
+// Looks a method up and gives its function, or none.
+Function find_method(Var* object, std::string_view name, char kind, std::int32_t scope) {
   const ClassDescriptor* descriptor = class_of(object);
-  if (descriptor == nullptr) return nullptr;
+  if (descriptor == nullptr) return {};
   return method_in_slot(object, FIND_METHOD(name, *descriptor, kind, scope));
 }
 
@@ -48,7 +48,7 @@ Var* access_element(Var* object, Var* e, std::int32_t super_depth, Var* value) {
   const Property& property = *static_cast<const Property*>(e->raw);
   const std::int32_t slot = value != nullptr ? property.assign : property.access;
   if (super_depth == 0 && slot >= 0) {
-    const Callable method = method_in_slot(object, slot);
+    const Function method = method_in_slot(object, slot);
     Var* argv[] = {object, value};
     if (method != nullptr) return CALL_VECTOR(method, value != nullptr ? 2 : 1, argv);
     RT_ERROR(343, value != nullptr ? "Assign method not linked in" : "Access method not linked in");
@@ -69,7 +69,10 @@ bool name_less(const ClassEntry& a, const ClassEntry& b) {
 ClassDescriptor::ClassDescriptor(const char* name, std::span<const InstanceEntry> instances,
                                  std::span<const MethodEntry> methods,
                                  std::span<const PropertyEntry> properties)
-    : name_(name), declared_(instances) {
+    : name_(name),
+      declared_(instances),
+      declared_methods_(methods),
+      declared_properties_(properties) {
   instances_.reserve(instances.size());
   methods_.reserve(methods.size());
   functions_.reserve(methods.size());
@@ -78,7 +81,7 @@ ClassDescriptor::ClassDescriptor(const char* name, std::span<const InstanceEntry
                           static_cast<std::int32_t>(instances_.size()) + kFirstInstance, 0,
                           kExported});
   for (const MethodEntry& method : methods) {
-    functions_.push_back(method.function);
+    functions_.push_back(method.function.native());
     methods_.push_back(
         {method.name, static_cast<std::int32_t>(methods_.size()), method.level, method.kind});
   }
@@ -97,8 +100,8 @@ ClassDescriptor::ClassDescriptor(const char* name, std::span<const InstanceEntry
   cscreara(method_array_, method_count(), kAllNil);
   SharedHeader* no_locals = new_shared();  // all method blocks share it
   for (std::int32_t slot = 0; slot < method_count(); ++slot)
-    if (slot_function(slot) != nullptr)
-      make_method_block(method_array_->shared->elements[slot], slot_function(slot), no_locals);
+    if (const Function method = methods[static_cast<std::size_t>(slot)].function; method)
+      make_method_block(method_array_->shared->elements[slot], method, no_locals);
   release_shared(no_locals);
   std::sort(instances_.begin(), instances_.end(), name_less);
   std::stable_sort(methods_.begin(), methods_.end(), name_less);
@@ -158,13 +161,13 @@ std::int32_t FIND_METHOD(std::string_view name, const ClassDescriptor& descripto
 
 Var* csnodome(std::string_view name, std::int32_t super_depth, std::int32_t argc, Var** argv) {
   if (argc < 1 || !is_object(argv[0])) return object_required();
-  const Callable method = find_method(argv[0], name, kMethod, current_scope() - super_depth);
+  const Function method = find_method(argv[0], name, kMethod, current_scope() - super_depth);
   return method != nullptr ? CALL_VECTOR(method, argc, argv)
                            : csnometh(name, argc, argv, super_depth);
 }
 
 Var* csnometh(std::string_view name, std::int32_t argc, Var** argv, std::int32_t super_depth) {
-  const Callable method = find_method(argv[0], "nomethod", kMethod, current_scope() - super_depth);
+  const Function method = find_method(argv[0], "nomethod", kMethod, current_scope() - super_depth);
   if (method == nullptr) return class_failure(343, argv[0], "method", name);
   std::vector<Var*> passed = {argv[0], TMP_TEXT(name)};
   passed.insert(passed.end(), argv + 1, argv + argc);
@@ -183,7 +186,7 @@ Var* csdoinit(Var* object, std::int32_t argc, Var** argv) {
     object_required();
     return object;
   }
-  const Callable method = find_method(object, "init", kMethod, current_scope());
+  const Function method = find_method(object, "init", kMethod, current_scope());
   if (method == nullptr) return object;
   std::vector<Var*> passed = {object};
   passed.insert(passed.end(), argv, argv + argc);
@@ -205,7 +208,7 @@ Var* csnoivar(Var* object, std::string_view name, std::int32_t super_depth, Var*
   Var* argv[] = {object, value};
   if (super_depth != 0) {
     const char kind = value != nullptr ? kAssign : kAccess;
-    if (const Callable method = find_method(object, name, kind, current_scope() - 1);
+    if (const Function method = find_method(object, name, kind, current_scope() - 1);
         method != nullptr)
       return CALL_VECTOR(method, value != nullptr ? 2 : 1, argv);
   } else if (const ClassDescriptor* descriptor = class_of(object); descriptor != nullptr) {
@@ -216,7 +219,7 @@ Var* csnoivar(Var* object, std::string_view name, std::int32_t super_depth, Var*
         return cell;
   }
   const char* fallback = value != nullptr ? "noivarput" : "noivarget";
-  if (const Callable method = find_method(object, fallback, kMethod, -2); method != nullptr) {
+  if (const Function method = find_method(object, fallback, kMethod, -2); method != nullptr) {
     Var* passed[] = {object, TMP_TEXT(name), value};
     return CALL_VECTOR(method, value != nullptr ? 3 : 2, passed);
   }

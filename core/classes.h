@@ -39,7 +39,7 @@ struct InstanceEntry {
 
 struct MethodEntry {
   const char* name;
-  Callable function;
+  Function function;
   char kind = kMethod;
   std::int32_t level = 0;  // place of the class that gave it in the line of inheritance, 0 the root
 };
@@ -79,7 +79,11 @@ class ClassDescriptor {
   const std::vector<ClassEntry>& instances() const { return instances_; }
   const std::vector<ClassEntry>& methods() const { return methods_; }
   std::int32_t method_count() const { return static_cast<std::int32_t>(methods_.size()); }
-  // The functions by slot, null for one that was not linked in.
+  // What it was declared with, in the order of elements and slots: a class that inherits begins with that.
+  std::span<const InstanceEntry> declared_instances() const { return declared_; }
+  std::span<const MethodEntry> declared_methods() const { return declared_methods_; }
+  std::span<const PropertyEntry> declared_properties() const { return declared_properties_; }
+  // The native functions by slot, null for one that was not linked in.
   std::span<const Callable> functions() const { return functions_; }
   // REQUIRES: the slot exists.
   Callable slot_function(std::int32_t slot) const {
@@ -93,6 +97,8 @@ class ClassDescriptor {
  private:
   std::string name_;
   std::span<const InstanceEntry> declared_;
+  std::span<const MethodEntry> declared_methods_;
+  std::span<const PropertyEntry> declared_properties_;
   std::vector<ClassEntry> instances_;
   std::vector<ClassEntry> methods_;
   std::vector<Callable> functions_;  // by slot
@@ -112,13 +118,13 @@ std::int32_t FIND_INSTANCE(std::string_view name, const ClassDescriptor& descrip
 std::int32_t FIND_METHOD(std::string_view name, const ClassDescriptor& descriptor, char kind,
                          std::int32_t& scope);
 
-// The function at a slot of the object's method array, or null. REQUIRES: an object.
-inline Callable method_in_slot(const Var* object, std::int32_t slot) {
+// The function at a slot of the object's method array, or none. REQUIRES: an object.
+inline Function method_in_slot(const Var* object, std::int32_t slot) {
   assert(object->type == 'O');
   const Var* methods = element(object, 2);
-  if (methods->type != 'A' || slot < 0 || slot >= element_count(methods)) return nullptr;
+  if (methods->type != 'A' || slot < 0 || slot >= element_count(methods)) return {};
   const Var* block = methods->shared->elements[slot];
-  return block->type == 'B' && block->decimals == kMethodFlag ? method_function(block) : nullptr;
+  return block->type == 'B' ? method_function(block) : Function();
 }
 
 // Calls; argv[0] is the object. Errors 317, 343.
@@ -127,7 +133,7 @@ Var* csnodome(std::string_view name, std::int32_t super_depth, std::int32_t argc
 inline Var* csdometh(std::string_view name, std::int32_t slot, std::int32_t super_depth,
                      std::int32_t argc, Var** argv) {
   if (super_depth == 0 && argc > 0 && argv[0] != nullptr && argv[0]->type == 'O')
-    if (const Callable method = method_in_slot(argv[0], slot); method != nullptr)
+    if (const Function method = method_in_slot(argv[0], slot); method)
       return CALL_VECTOR(method, argc, argv);
   return csnodome(name, super_depth, argc, argv);
 }
