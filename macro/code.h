@@ -53,7 +53,7 @@ namespace tarnel {
   X(ByValue, "[x -> argument]")                                                      \
   X(ByReference, "[x -> argument], or nothing; a is its name")                       \
   X(Call, "[arguments -> result] of function a")                                     \
-  X(Method, "[object arguments -> result] of method a")                              \
+  X(Method, "[object arguments -> result] of method a, op classes up")               \
   /* Areas: one is chosen, then a field of it or an expression within it follows. */ \
   X(AreaNamed, "chooses the area of alias a")                                        \
   X(AreaCurrent, "chooses the current area")                                         \

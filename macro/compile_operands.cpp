@@ -1,6 +1,7 @@
 // The operands of the grammar: literals, names, subscripts, members, aliases and calls.
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 #include "core/switched.h"
 #include "core/text.h"
@@ -229,12 +230,17 @@ Compiler::Operand Compiler::member(const Operand& operand) {
   if (scope_ != nullptr && token() == Token::kAmpersand) return macro_member();
   const std::string_view name = lexer_.lexeme();
   if (!expect(Token::kName)) return {};
+  if (token() != Token::kLeftParen && classes_up_ != 0) {
+    fail(Failure::kSyntax);
+    return {};
+  }
   if (token() != Token::kLeftParen) return {true, name};
   code_->add(StepKind::kKeep);
   code_->add(StepKind::kMark, 1);
   lexer_.next();
+  const std::uint8_t up = std::exchange(classes_up_, std::uint8_t{0});
   code_->take_arguments(1 + arguments(Token::kRightParen));
-  code_->add_with_word(StepKind::kMethod, lower_text(name));
+  code_->add_with_word(StepKind::kMethod, lower_text(name), up);
   return {};
 }
 

@@ -171,7 +171,19 @@ void Compiler::do_argument() {
 
 // --- Names.
 
+// The object whose method is read; anywhere else the name is a variable like others.
+Compiler::Operand Compiler::self_member() {
+  load(program_variable("self"));
+  return member({});
+}
+
 Compiler::Operand Compiler::program_variable(std::string_view name) {
+  if (token() == Token::kColon && same_letters(name, "super") &&
+      scope_->find(name).kind == NameKind::kUndeclared &&
+      scope_->find("self").kind == NameKind::kSlot) {
+    classes_up_ = 1;
+    name = "self";
+  }
   const NameMeaning meaning = scope_->find(name);
   switch (meaning.kind) {
     case NameKind::kSlot:

@@ -247,6 +247,10 @@ Compiler::Operand Compiler::primary() {
       return brace();
     case Token::kLeftParen:
       return parenthesis();
+    case Token::kSelf:  // ::name is self:name
+      if (scope_ != nullptr) return self_member();
+      fail(Failure::kSyntax);
+      return {};
     case Token::kAmpersand:
       if (scope_ != nullptr) return macro_operand();
       fail(Failure::kSyntax);

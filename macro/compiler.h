@@ -106,6 +106,8 @@ class Compiler {
   void field_of(const NameMeaning& meaning, std::string_view name);
   void closure_literal(std::size_t start);
   Operand macro_member();
+  Operand self_member();
+  std::uint8_t classes_up_ = 0;  // of the method that is being read
   bool fixed_date();
   void program_reference();
   void do_argument();

@@ -152,7 +152,7 @@ void Machine::stepCall(const Step& step) {
 
 void Machine::stepMethod(const Step& step) {
   const Arguments list = take_arguments();
-  push_returned(csnodome(code_.word(step.a), 0, list.count, list.cells));
+  push_returned(csnodome(code_.word(step.a), step.op, list.count, list.cells));
   if (result_ == nullptr) top() = keep_temp(list.mark, top());
 }
 

@@ -24,6 +24,7 @@ Var* run_closure(std::int32_t argc, Var** argv, Var** locals) {
   Code& code = code_of_block(locals);
   const ProgramPart& part = *code.part;
   Procedure p(part.file->module.c_str(), part.name.c_str(), part.line, argc);
+  p.frame().method_scope = part.method_scope();
   Slots slots;
   for (const char letter : part.parameters) slots.add(p.param(argv, letter));
   slots.add(locals + 1, part.captures.size());
@@ -44,6 +45,7 @@ Var* run_procedure(Code& code, std::int32_t argc, Var** argv) {
   const ProgramPart& part = *code.part;
   Procedure p(part.file->module.c_str(), part.name.c_str(), part.line, argc);
   Slots slots;
+  if (part.is_method) slots.add(p.self(argv, part.method_scope()));
   for (const char letter : part.parameters) slots.add(p.param(argv, letter));
   for (const char letter : part.locals) slots.add(p.local(letter));
   return p.result(Machine(code, {}, {argc, argv}, slots.data()).run(), part.result);

@@ -22,6 +22,8 @@ struct ProgramFile {
   std::string path;    // as given
 };
 
+constexpr std::int32_t kNoMethod = -2;  // as a frame has it
+
 struct ProgramPart {
   ProgramUnit* unit = nullptr;
   const ProgramFile* file = nullptr;  // where it stands
@@ -30,8 +32,18 @@ struct ProgramPart {
   std::vector<char> parameters;       // type letters; the first slots
   std::vector<char> locals;           // of a procedure; the slots behind them
   std::vector<std::int32_t>
-      captures;       // of a block: slots of the code around it, which come behind them
-  char result = 'U';  // declared type of the value
+      captures;            // of a block: slots of the code around it, which come behind them
+  char result = 'U';       // declared type of the value
+  bool is_method = false;  // Self is its first slot
+  // Of a method and the blocks in it: its class's place in the line of inheritance, known when classes are linked.
+  const std::int32_t* class_level = nullptr;
+
+  std::int32_t method_scope() const { return class_level != nullptr ? *class_level : kNoMethod; }
+
+  // Parameters and locals, with Self.
+  std::int32_t slot_count() const {
+    return static_cast<std::int32_t>(parameters.size() + locals.size()) + (is_method ? 1 : 0);
+  }
 };
 
 // What the code of one file and what it includes shares. Its address stays, since frames and blocks know it.
@@ -45,7 +57,7 @@ struct ProgramUnit {
   Function find_own(std::string_view name) const;
 };
 
-// Runs the code of a procedure in a frame of its own: binds its parameters, makes its locals, runs it, and gives
+// Runs the code of a procedure or method in a frame of its own: binds its parameters, makes its locals, runs it, and gives
 // back its result. [back to the height at entry, then 1; 201 204 309 901]
 Var* run_procedure(Code& code, std::int32_t argc, Var** argv);
 
