@@ -48,8 +48,7 @@ bool ProcedureCode::first_value(const Declared& declared) {
 void ProcedureCode::locals(const Statement& statement) {
   for (const Declared& local : statement.declared) {
     const bool has_value = first_value(local);
-    part_.locals.push_back(local.type);
-    const auto slot = static_cast<std::int32_t>(part_.parameters.size() + part_.locals.size()) - 1;
+    const std::int32_t slot = new_slot(local.type);
     declare(local.name, {NameKind::kSlot, slot});
     if (has_value) steps().add(StepKind::kStore, slot);
   }
@@ -85,7 +84,7 @@ void ProcedureCode::memory_variables(const Statement& statement) {
     if (declared.type != 'U')
       diagnostics_.error(tree_.text.place_at(declared.name.at), "a memory variable has no type");
     if (!first_value(declared)) continue;
-    const std::int32_t kept = hidden_slot();
+    const std::int32_t kept = new_slot('U');
     steps().add(StepKind::kStore, kept);
     name();
     steps().add(StepKind::kMacroMemvar);

@@ -32,7 +32,8 @@ ProgramPart* FileScope::new_block(const char* where) {
   const std::int32_t line = place_of(where).line;
   ProgramPart& part = unit_.parts.emplace_back();
   part.unit = &unit_;
-  part.file = file_;
+  part.file = part_->file;
+  part.class_level = part_->class_level;
   part.line = line;
   part.name = "cb_" + std::to_string(++blocks_of_line_[line]) + "_" + std::to_string(line) + "_0";
   return &part;

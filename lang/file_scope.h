@@ -22,8 +22,8 @@ class FileScope final : public ProgramScope {
   // Tells of a name that differs from an earlier one only behind its tenth character.
   void note_spelling(std::string_view name);
 
-  // The file that what is read now comes from.
-  void set_file(const ProgramFile* file) { file_ = file; }
+  // Blocks belong to the procedure, or method, in which they stand.
+  void set_part(const ProgramPart& part) { part_ = &part; }
   std::vector<MentionedCall> take_calls() { return std::move(calls_); }
 
  private:
@@ -36,7 +36,7 @@ class FileScope final : public ProgramScope {
   ProgramUnit& unit_;
   Diagnostics& diagnostics_;
   const bool warn_;
-  const ProgramFile* file_ = nullptr;
+  const ProgramPart* part_ = nullptr;  // the procedure that is read
   std::map<std::int32_t, int> blocks_of_line_;
   std::unordered_map<std::string, std::string_view> spellings_;  // by the significant characters
   std::unordered_map<std::string, bool> called_, undeclared_;

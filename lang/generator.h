@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "lang/diagnostics.h"
+#include "lang/program_class.h"
 #include "lang/tree.h"
 #include "macro/code.h"
 #include "macro/program_part.h"
@@ -35,9 +36,16 @@ struct MentionedCall {
   Place place;
 };
 
+struct GeneratedClass {
+  std::unique_ptr<ProgramClass> made;
+  Place place;
+};
+
 struct GeneratedFile {
   std::unique_ptr<ProgramUnit> unit;
   std::vector<std::unique_ptr<ProgramProcedure>> procedures;  // in the order of the file
+  std::vector<GeneratedClass> classes;
+  std::vector<std::unique_ptr<ProgramProcedure>> initials;  // of classes
   std::unique_ptr<ProgramProcedure> statics;  // gives them their first values; may be null
   std::vector<MentionedCall> calls;           // each name once
 };

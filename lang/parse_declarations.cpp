@@ -63,9 +63,56 @@ void Parser::declaration(StatementLexer& words, ProcedureKind kind, bool is_func
     if (!words.take(Token::kRightParen)) unexpected(words);
   }
   made.result = take_type(words);
+  if (kind == ProcedureKind::kMethod) {
+    if (!words.take_word("class")) unexpected(words);
+    made.of_class = words.take_name();
+    if (made.of_class.empty()) unexpected(words);
+  }
   expect_end(words);
   tree_.procedures.push_back(std::move(made));
   reading_ = true;
+}
+
+// --- Classes.
+
+void Parser::class_statement(StatementLexer& words) {
+  end_procedure();
+  ClassTree made;
+  made.place = place_;
+  made.name = words.take_name();
+  if (words.take_word("inherit")) {
+    made.base = words.take_name();
+    if (made.base.empty()) unexpected(words);
+  }
+  expect_end(words);
+  tree_.classes.push_back(std::move(made));
+  in_class_ = true;
+}
+
+void Parser::var_statement(StatementLexer& words) {
+  if (!in_class_) return error(place_, "VAR outside of a class");
+  for (Declared& one : declared_list(words, Token::kEnd))
+    tree_.classes.back().instances.push_back(one);
+  expect_end(words);
+}
+
+// METHOD name[(parameters)] in a class tells of it; behind it, with CLASS name, its statements follow.
+void Parser::method_statement(StatementLexer& words) {
+  if (!in_class_) return declaration(words, ProcedureKind::kMethod, true);
+  const Span name = words.take_name();
+  if (words.take(Token::kLeftParen)) {
+    declared_list(words, Token::kRightParen);
+    if (!words.take(Token::kRightParen)) unexpected(words);
+  }
+  take_type(words);
+  expect_end(words);
+  tree_.classes.back().methods.push_back(name);
+}
+
+void Parser::end_class(StatementLexer& words) {
+  if (!in_class_) return error(place_, "ENDCLASS without CLASS");
+  expect_end(words);
+  in_class_ = false;
 }
 
 // --- Variables.
@@ -174,14 +221,15 @@ Span Parser::take_target(StatementLexer& words) {
 
 char Parser::take_type(StatementLexer& words) {
   if (!words.take_word("as")) return 'U';
-  const auto* const known = std::ranges::find_if(
-      kTypes, [&](const TypeWord& t) { return same_letters(t.word, words.lexeme()); });
-  if (words.token() != Token::kName || known == std::end(kTypes)) {
+  if (words.token() != Token::kName) {
     unexpected(words);
     return 'U';
   }
+  const auto* const known = std::ranges::find_if(
+      kTypes, [&](const TypeWord& t) { return same_letters(t.word, words.lexeme()); });
+  if (known == std::end(kTypes)) tree_.types.push_back({words.place(), words.lexeme().size()});
   words.next();
-  return known->letter;
+  return known == std::end(kTypes) ? 'O' : known->letter;
 }
 
 }  // namespace tarnel

@@ -58,6 +58,10 @@ class Parser {
   void function_statement(StatementLexer& words);
   void init_statement(StatementLexer& words);
   void text_statement(StatementLexer& words);
+  void class_statement(StatementLexer& words);
+  void var_statement(StatementLexer& words);
+  void method_statement(StatementLexer& words);
+  void end_class(StatementLexer& words);
 
  private:
   // A statement that holds others and hasn't ended.
@@ -103,6 +107,7 @@ class Parser {
   ProgramTree tree_;
   Place place_;           // of the statement that is read
   bool reading_ = false;  // a procedure
+  bool in_class_ = false;
   std::vector<Open> open_;
 };
 

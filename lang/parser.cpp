@@ -77,6 +77,9 @@ void Parser::end_procedure() {
     open_.pop_back();
   }
   reading_ = false;
+  if (std::exchange(in_class_, false))
+    error(tree_.classes.back().place,
+          "CLASS of line " + std::to_string(tree_.classes.back().place.line) + " has no ENDCLASS");
 }
 
 // --- Statements.
@@ -129,6 +132,10 @@ static constexpr Word kWords[] = {
     {"function", &Parser::function_statement, Word::kName},
     {"init", &Parser::init_statement, Word::kName},
     {"text", &Parser::text_statement, Word::kAlone},
+    {"class", &Parser::class_statement, Word::kName},
+    {"method", &Parser::method_statement, Word::kName},
+    {"var", &Parser::var_statement, Word::kName},
+    {"endclass", &Parser::end_class, Word::kAlone},
 };
 
 // Is the word followed by what its statement goes on with?
@@ -151,6 +158,8 @@ static bool goes_on(const Word& word, StatementLexer words) {
 }
 
 void Parser::statement(StatementLexer words) {
+  if (in_class_ && !words.at_word("method") && !words.at_word("var") && !words.at_word("endclass"))
+    return error(place_, "only VAR and METHOD may stand between CLASS and ENDCLASS");
   if (words.token() == Token::kName) {
     const auto* const known = std::ranges::find_if(
         kWords, [&](const Word& w) { return words.at_word(w.word) && goes_on(w, words); });

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "core/text.h"
+
 namespace tarnel {
 namespace {
 
@@ -54,24 +56,46 @@ void ProcedureCode::value(Span span) {
   compile(span, &Compiler::value);
 }
 
-std::int32_t ProcedureCode::hidden_slot() {
-  part_.locals.push_back('U');
-  return static_cast<std::int32_t>(part_.parameters.size() + part_.locals.size()) - 1;
+std::int32_t ProcedureCode::new_slot(char type) {
+  part_.locals.push_back(type);
+  return part_.slot_count() - 1;
 }
 
 // --- Procedures.
 
 void ProcedureCode::procedure(const ProcedureTree& procedure) {
   scope_.begin_procedure();
+  if (part_.is_method) static_cast<void>(scope_.declare("self", {NameKind::kSlot, 0}));
   for (const Declared& parameter : procedure.parameters) {
     part_.parameters.push_back(parameter.type);
-    declare(parameter.name,
-            {NameKind::kSlot, static_cast<std::int32_t>(part_.parameters.size()) - 1});
+    declare(parameter.name, {NameKind::kSlot, part_.slot_count() - 1});
     if (!parameter.value.empty() || !parameter.dimensions.empty())
       diagnostics_.error(tree_.text.place_at(parameter.name.at), "a parameter has no first value");
   }
   body(procedure.body);
-  steps().add(StepKind::kShared, 0, static_cast<std::uint8_t>(SharedConstant::kNil));
+  add_nothing();
+}
+
+void ProcedureCode::first_values(const std::vector<Declared>& instances) {
+  scope_.begin_procedure();
+  static_cast<void>(scope_.declare("self", {NameKind::kSlot, 0}));
+  for (const Declared& instance : instances) {
+    if (instance.value.empty() && instance.dimensions.empty()) continue;
+    line(tree_.text.place_at(instance.name.at).line);
+    steps().add(StepKind::kSlot, 0);
+    first_value(instance);
+    steps().add_with_word(StepKind::kAssignInstance, lower_text(tree_[instance.name]));
+    steps().add(StepKind::kDrop);
+  }
+  add_nothing();
+}
+
+// What a procedure gives without a RETURN: a method its object.
+void ProcedureCode::add_nothing() {
+  if (part_.is_method)
+    steps().add(StepKind::kSlot, 0);
+  else
+    steps().add(StepKind::kShared, 0, static_cast<std::uint8_t>(SharedConstant::kNil));
 }
 
 void ProcedureCode::body(const Body& body) {
@@ -179,7 +203,7 @@ void ProcedureCode::while_statement(const Statement& statement) {
 // counter := first; the limit is evaluated before each turn, the step once.
 void ProcedureCode::for_statement(const Statement& statement) {
   const Span counter = statement.spans[0], step = statement.spans[3];
-  const std::int32_t by = hidden_slot();
+  const std::int32_t by = new_slot('U');
   const auto target = [&] { compile(counter, &Compiler::target); };
   target();
   steps().begin_keep();
@@ -213,7 +237,7 @@ void ProcedureCode::for_statement(const Statement& statement) {
 
 // The array is held in a slot nobody sees, the position in another.
 void ProcedureCode::for_each(const Statement& statement) {
-  const std::int32_t array = hidden_slot(), position = hidden_slot();
+  const std::int32_t array = new_slot('U'), position = new_slot('U');
   value(statement.spans[1]);
   steps().add(StepKind::kEachOf);
   steps().add(StepKind::kStore, array);
@@ -264,7 +288,7 @@ void ProcedureCode::sequence(const Statement& statement) {
   if (statement.spans[0].empty()) {
     steps().add(StepKind::kDrop);
   } else {
-    const std::int32_t value = hidden_slot();
+    const std::int32_t value = new_slot('U');
     steps().add(StepKind::kStore, value);
     compile(statement.spans[0], &Compiler::target);
     steps().add(StepKind::kSlot, value);

@@ -26,6 +26,8 @@ class ProcedureCode {
         steps_(steps) {}
 
   void procedure(const ProcedureTree& procedure);
+  // The values that the instances of a new object begin with.
+  void first_values(const std::vector<Declared>& instances);
   // STATIC, FIELD and MEMVAR before the first procedure.
   void file_declaration(const Statement& statement);
 
@@ -62,7 +64,8 @@ class ProcedureCode {
   std::int32_t values(Span span);  // [-> values], how many
   void tell_fault(Span span);
   void value(Span span);
-  std::int32_t hidden_slot();
+  std::int32_t new_slot(char type);
+  void add_nothing();
   void line(std::int32_t line) { steps().add(StepKind::kLine, line); }
   void jump_back(std::size_t to);
   void land(const std::vector<StepPosition>& jumps);

@@ -1,8 +1,10 @@
 #include "lang/program.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
+#include "core/errors.h"
 #include "core/frame.h"
 #include "core/stacks.h"
 #include "core/text.h"
@@ -37,6 +39,20 @@ std::string known_name(const ProgramProcedure& procedure) {
   return lower_text(std::string_view(procedure.part().name).substr(0, kNameSize));
 }
 
+constexpr std::string_view kDrivers[] = {"dataserver", "dbfidx", "ascirdd"};
+constexpr std::size_t kDeepestClasses = 100;  // that inherit from each other
+
+std::array<std::string, 2> constructors_of(const ProgramClass& of_class) {
+  return {of_class.name.substr(0, kNameSize), (of_class.name + "new").substr(0, kNameSize)};
+}
+
+ProgramClass* find_class(const std::vector<GeneratedFile>& files, std::string_view name) {
+  for (const GeneratedFile& file : files)
+    for (const GeneratedClass& one : file.classes)
+      if (one.made->name == name) return one.made.get();
+  return nullptr;
+}
+
 // What files say of each other: one name twice, calls of what is nowhere.
 class Check {
  public:
@@ -47,6 +63,10 @@ class Check {
     for (std::size_t i = 0; i < files_.size(); ++i)
       for (std::size_t k = 0; k < files_[i].procedures.size(); ++k)
         add(*files_[i].procedures[k], places[i][k], i);
+    for (std::size_t i = 0; i < files_.size(); ++i)
+      for (const GeneratedClass& one : files_[i].classes) add(one, i);
+    for (const GeneratedFile& file : files_)
+      for (const GeneratedClass& one : file.classes) check_base(one);
     for (const GeneratedFile& file : files_)
       for (const MentionedCall& call : file.calls) look_for(file, call);
   }
@@ -66,6 +86,37 @@ class Check {
     else if (same == names_.end() && FIND_FUNC(name) > 0 && name != "main")
       diagnostics_.warn(place, procedure.part().name + " takes the place of a builtin function");
     names_.push_back({name, file});
+  }
+
+  // A class is known by two functions, which may be one in ten characters.
+  void add(const GeneratedClass& one, std::size_t file) {
+    std::string first;
+    for (const std::string& name : constructors_of(*one.made)) {
+      if (name == first) continue;
+      first = name;
+      if (std::ranges::find(names_, name, &Name::name) != names_.end())
+        diagnostics_.error(one.place, "class " + one.made->name + " makes its objects by " + name +
+                                          ", which is something else too");
+      names_.push_back({name, file});
+    }
+  }
+
+  // Up the line of inheritance: a class at last that has no base, or one of the runtime.
+  void check_base(const GeneratedClass& one) {
+    const ProgramClass* at = one.made.get();
+    for (std::size_t steps = 0; !at->base.empty(); ++steps) {
+      const ProgramClass* const above = find_class(files_, at->base);
+      if (above == nullptr) {
+        if (std::ranges::find(kDrivers, at->base) != std::end(kDrivers))
+          return diagnostics_.error(one.place, "classes can't inherit from " + at->base);
+        if (!find_function(at->base + "new"))
+          diagnostics_.error(one.place, "there is no class " + at->base);
+        return;
+      }
+      if (steps > kDeepestClasses)
+        return diagnostics_.error(one.place, "class " + one.made->name + " inherits from itself");
+      at = above;
+    }
   }
 
   void look_for(const GeneratedFile& file, const MentionedCall& call) {
@@ -122,8 +173,25 @@ void LoadedProgram::link() {
     for (const auto& procedure : file.procedures)
       if (callable_from_outside(*procedure))
         names.push_back({known_name(*procedure), procedure.get()});
+  for (const GeneratedFile& file : files_)
+    for (const GeneratedClass& one : file.classes)
+      for (std::string& name : constructors_of(*one.made))
+        names.push_back({std::move(name), one.made.get()});
+  link_classes();
   ADD_PROCEDURES(names);
   started.push_back(this);
+}
+
+// A base before what inherits from it.
+void LoadedProgram::link_classes() {
+  const auto link = [&](auto& self, ProgramClass& one) -> void {
+    if (one.is_linked()) return;
+    ProgramClass* const base = find_class(files_, one.base);
+    if (base != nullptr) self(self, *base);
+    if (!one.link(base)) RT_ERROR(338, one.base);
+  };
+  for (const GeneratedFile& file : files_)
+    for (const GeneratedClass& one : file.classes) link(link, *one.made);
 }
 
 bool LoadedProgram::start() {
@@ -148,8 +216,10 @@ bool LoadedProgram::is_running() const {
 }
 
 void LoadedProgram::unload() {
-  for (const GeneratedFile& file : files_)
+  for (const GeneratedFile& file : files_) {
     for (const auto& procedure : file.procedures) REMOVE_PROCEDURE(procedure.get());
+    for (const GeneratedClass& one : file.classes) REMOVE_PROCEDURE(one.made.get());
+  }
   std::erase(started, this);
 }
 

@@ -42,6 +42,7 @@ class LoadedProgram {
  private:
   LoadedProgram() = default;
   void link();
+  void link_classes();
 
   std::vector<GeneratedFile> files_;
   ProgramProcedure* entry_ = nullptr;

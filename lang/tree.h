@@ -66,11 +66,12 @@ struct Statement {
   std::string literal{};  // lines of TEXT, each with its line feed
 };
 
-enum class ProcedureKind : std::uint8_t { kPublic, kStatic, kInit, kExit };
+enum class ProcedureKind : std::uint8_t { kPublic, kStatic, kInit, kExit, kMethod };
 
 struct ProcedureTree {
   Span name;
   Place place;
+  Span of_class;         // of a method
   std::string own_name;  // of the statements before the first declaration: the file's; else empty
   ProcedureKind kind = ProcedureKind::kPublic;
   bool is_function = false;
@@ -79,11 +80,21 @@ struct ProcedureTree {
   Body body;
 };
 
+// CLASS name INHERIT base
+struct ClassTree {
+  Span name, base;
+  Place place;
+  std::vector<Declared> instances;
+  std::vector<Span> methods;
+};
+
 // One file with what it includes.
 struct ProgramTree {
   PlacedText text;
   std::vector<Statement> declarations;  // STATIC, FIELD and MEMVAR before the first procedure
   std::vector<ProcedureTree> procedures;
+  std::vector<ClassTree> classes;
+  std::vector<Span> types;  // words behind AS that have to be classes
 
   std::string_view operator[](Span span) const { return text.text().substr(span.at, span.size); }
 };

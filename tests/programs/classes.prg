@@ -1,0 +1,77 @@
+* Classes: instances with first values, methods, inheritance, blocks in methods.
+class account
+  var owner as character := "nobody", balance as numeric
+  var moves := {}
+  method init(cOwner)
+  method pay(n)
+  method total
+  method name
+endclass
+
+class saver inherit account
+  var rate := 5
+  method init(cOwner, nRate)
+  method name
+  method interest()
+endclass
+
+class problem inherit error
+  var where := "here"
+endclass
+
+procedure main
+  local a := accountnew("ann"), s := saver("sue", 10), p := problemnew(), e
+  a:pay(5):pay(7)
+  s:pay(100)
+  qout(a:owner, a:balance, a:total(), len(a:moves))
+  qout(s:owner, s:balance, s:rate, s:interest(), s:name(), a:name())
+  a:balance += 1
+  qout(a:balance, len(s:moves), valtype(p), p:where, p:gencode)
+  p:description := "words"
+  qout(p:description)
+  errorblock({|o| break(o)})
+  begin sequence
+    a:owner := 5
+  recover using e
+    qout(e:gencode)
+  end
+  begin sequence
+    a:nothing()
+  recover using e
+    qout(e:gencode, e:description)
+  end
+  begin sequence
+    qout(a:rate)
+  recover using e
+    qout(e:gencode)
+  end
+  qout(plain(a), plain(s))
+  return
+
+function plain(o as account)
+  return o:owner
+
+method init(cOwner) class account
+  ::owner := cOwner
+
+method pay(n) class account
+  ::balance += n
+  aadd(::moves, n)
+
+method total class account
+  local n := 0
+  aeval(self:moves, {|x| n += x * iif(::owner == "", 0, 1)})
+  return n
+
+method name class account
+  return "account of " + ::owner
+
+method init(cOwner, nRate) class saver
+  super:init(upper(cOwner))
+  ::rate := nRate
+
+method name class saver
+  return "saving " + super:name()
+
+method interest class saver
+  return ::balance * ::rate / 100
