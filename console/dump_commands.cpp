@@ -244,8 +244,8 @@ bool create_command(std::string_view arguments) {
   std::string file;
   const std::string name = take_file_name(arguments);
   std::string fault;
-  const std::string structure = structure_of(arguments, fault);
-  if (name.empty() || structure.empty()) {
+  Var* rows = structure_of(arguments, fault);
+  if (name.empty() || rows == nullptr) {
     complain(!fault.empty() ? fault
                             : ".create needs a file and fields: FILE NAME TYPE [LENGTH "
                               "[DECIMALS]], ...");
@@ -264,7 +264,6 @@ bool create_command(std::string_view arguments) {
       complain(made + ": is there already");
       return true;
     }
-  Var* rows = evaluate_argument(structure);
   Var* arguments_of[] = {TMP_TEXT(file), rows};
   if (truth_of(dbcreate(2, arguments_of)) && open_for_person(file, "", OpenFor::kFilling))
     choose_text_set(dbf_of(current_server()).fileName, {});

@@ -369,6 +369,10 @@ bool read_source(std::string_view& line, Source& source) {
     complain(source.file + ": " + wrong);
     return false;
   }
+  if (source.text.starts_with("\xff\xfe") || source.text.starts_with("\xfe\xff")) {
+    complain(source.file + ": is UTF-16, which is not read; other programs save it as UTF-8");
+    return false;
+  }
   if (source.page) {
     const std::string bytes = std::exchange(source.text, {});
     decode_exactly(source.text, bytes, *source.page);

@@ -73,14 +73,14 @@ bool read_script(DbfIdx& dbf, std::string_view script, std::vector<dbf::Field>& 
                  std::vector<std::int32_t>& from) {
   std::vector<std::string> former;
   std::string fault;
-  const std::string rows = structure_of(structure_in(script), fault, &former);
-  if (rows.empty()) {
+  const Var* rows = structure_of(structure_in(script), fault, &former);
+  if (rows == nullptr) {
     complain(!fault.empty() ? fault
                             : "the script needs a line .create FILE NAME TYPE [LENGTH [DECIMALS]] "
                               "[was NAME], ...");
     return false;
   }
-  if (!read_structure(dbf, evaluate_argument(rows), fields)) return false;
+  if (!read_structure(dbf, rows, fields)) return false;
   for (std::size_t i = 0; i < fields.size(); ++i) {
     from.push_back(field_position(dbf, former[i]) - 1);
     const bool renamed = !same_letters(former[i], fields[i].name);

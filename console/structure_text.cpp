@@ -4,6 +4,8 @@
 #include <cstdlib>
 
 #include "console/words.h"
+#include "core/arrays.h"
+#include "core/stacks.h"
 #include "core/text.h"
 
 namespace tarnel {
@@ -12,31 +14,30 @@ namespace {
 
 constexpr std::size_t kMostName = dbf::kNameField;
 
-// A number off the front of a field, "0" without one.
-std::string_view take_size(std::string_view& field) {
+constexpr std::int32_t kTooLong = 99'999'999;
+
+// A number off the front of a field, 0 without one.
+std::int32_t take_size(std::string_view& field) {
   std::string_view rest = field;
-  const std::string_view word = take_word(rest);
-  if (word.empty() || word.find_first_not_of("0123456789") != word.npos) return "0";
+  const std::string word(take_word(rest));
+  if (word.empty() || word.find_first_not_of("0123456789") != word.npos) return 0;
   field = rest;
-  return word;
+  const std::size_t digits = word.size() - std::min(word.find_first_not_of('0'), word.size());
+  return digits > 8 ? kTooLong : std::atoi(word.c_str());
 }
 
 // What the language lets pass and nobody wants, "" for none.
-std::string fault_of(const std::string& name, std::string_view type, std::string_view length,
-                     std::string_view decimals) {
-  const auto number = [](std::string_view digits) {
-    digits.remove_prefix(std::min(digits.find_first_not_of('0'), digits.size()));
-    return digits.size() > 8 ? 99'999'999 : std::atoi(std::string("0").append(digits).c_str());
-  };
+std::string fault_of(const std::string& name, std::string_view type, std::int32_t length,
+                     std::int32_t decimals) {
   const char letter = upper_letter(type.front());
   const bool is_number = letter == 'N' || letter == 'F';
   if (name.size() > kMostName)
     return "field " + name + ": a name has at most " + std::to_string(kMostName) + " characters";
-  if ((is_number || letter == 'C') && number(length) == 0)
+  if ((is_number || letter == 'C') && length == 0)
     return "field " + name + ": " + letter + " needs a length above 0";
-  if (is_number && number(decimals) > 0 && number(decimals) >= number(length))
-    return "field " + name + ": " + std::string(decimals) + " decimals have no place in " +
-           std::string(length) + " characters";
+  if (is_number && decimals > 0 && decimals >= length)
+    return "field " + name + ": " + std::to_string(decimals) + " decimals have no place in " +
+           std::to_string(length) + " characters";
   return {};
 }
 
@@ -57,29 +58,29 @@ std::string structure_text(const std::vector<dbf::Field>& fields, std::string_vi
   return text;
 }
 
-std::string structure_of(std::string_view text, std::string& fault,
-                         std::vector<std::string>* former) {
-  std::string rows = "{";
+Var* structure_of(std::string_view text, std::string& fault, std::vector<std::string>* former) {
+  Var* rows = NEW_TEMP();
+  cscreara(rows, 0, kAllNil);
   std::vector<std::string> names;
   while (!text.empty()) {
+    const TempsMark mark;
     std::string_view field = trim_blanks(text.substr(0, text.find(',')));
     text.remove_prefix(std::min(text.find(','), text.size() - 1) + 1);
     const std::string name(take_word(field)), type(take_word(field));
-    const std::string_view length = take_size(field), decimals = take_size(field);
+    const std::int32_t length = take_size(field), decimals = take_size(field);
     std::string was = name;
     if (former != nullptr && take_if(field, "was")) was = take_word(field);
-    if (type.empty() || was.empty() || !field.empty() || name.find('"') != name.npos ||
-        type.find('"') != type.npos)
-      return {};
+    if (type.empty() || was.empty() || !field.empty()) return nullptr;
     if (former != nullptr) former->push_back(was);
-    names.push_back(upper_text(name));
-    if (std::ranges::count(names, names.back()) > 1) fault = "two fields " + name;
+    if (std::ranges::find(names, upper_text(name)) != names.end()) fault = "two fields " + name;
     if (fault.empty()) fault = fault_of(name, type, length, decimals);
-    rows += (rows.size() > 1 ? ", {\"" : "{\"") + name + "\", \"" + type + "\", ";
-    rows.append(length).append(", ").append(decimals).append("}");
+    names.push_back(upper_text(name));
+    Var* row = NEW_TEMP();
+    cscrearr(row, 4, kCopyValues,
+             {TMP_TEXT(name), TMP_TEXT(type), TMP_INT(length), TMP_INT(decimals)});
+    cscrearr(rows, static_cast<std::int32_t>(names.size()), kKeep, {row});
   }
-  if (rows.size() == 1 || !fault.empty()) return {};
-  return rows + "}";
+  return names.empty() || !fault.empty() ? nullptr : rows;
 }
 
 }  // namespace tarnel

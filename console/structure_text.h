@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/var.h"
 #include "db/dbfidx/format/format_dbf.h"
 
 namespace tarnel {
@@ -13,10 +14,10 @@ namespace tarnel {
 std::string type_text(const dbf::Field& field);
 // The fields with what parts them.
 std::string structure_text(const std::vector<dbf::Field>& fields, std::string_view between = ", ");
-// Such a text as the rows of a structure, a text of the language; "" for one that is none, or that has a fault: then
-// that gets the words. With `former` "was NAME" may stand behind a field: it gets the name of that for each, or that of
-// the field itself.
-std::string structure_of(std::string_view text, std::string& fault,
-                         std::vector<std::string>* former = nullptr);
+// Such a text as the rows of a structure, an array; null for one that is none, or that has a fault: then that gets the
+// words. With `former` "was NAME" may stand behind a field: it gets the name of that for each, or that of the field
+// itself. temps +1
+Var* structure_of(std::string_view text, std::string& fault,
+                  std::vector<std::string>* former = nullptr);
 
 }  // namespace tarnel
