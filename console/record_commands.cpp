@@ -16,6 +16,7 @@
 #include "core/text.h"
 #include "db/area.h"
 #include "db/dbfidx/dbfidx.h"
+#include "db/dbfidx/format/format_dbt.h"
 
 namespace tarnel {
 namespace {
@@ -85,6 +86,10 @@ std::string read_change(std::string_view& line, DbfIdx& dbf, std::int32_t& recor
 std::string misfit(const DbfIdx& dbf, std::int32_t field, const Var* value) {
   const dbf::Field& into = dbf.fields[static_cast<std::size_t>(field - 1)];
   std::vector<std::uint8_t> place(into.length);
+  if (!letter_in(value->type, "CMNFIDL")) return "no field can hold the value";
+  if (into.type == 'M' && is_text(value) &&
+      text_of(value).find(static_cast<char>(dbt::kEndMark)) != std::string_view::npos)
+    return "the value holds byte 26, which would end it";
   const bool is_text = into.type == 'C' && (value->type == 'C' || value->type == 'M');
   const bool fits = is_text ? trim_right(text_of(value)).size() <= into.length
                             : into.type == 'M' || !is_number_or_logical(value) ||
