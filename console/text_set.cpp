@@ -113,8 +113,24 @@ ValueTexts::ValueTexts(std::string_view expression) {
               field_position(dbf_of(server), trim_blanks(expression)) > 0;
 }
 
+// A short word of a page may be UTF-8 by chance, then of characters that its users hardly type: "сад" of cp866 is one
+// of the Mongolian script.
+static bool is_typed(std::string_view text, CodePage page) {
+  constexpr int kFew = 3;
+  int strange = 0;
+  while (!text.empty()) {
+    char32_t c = 0;
+    const std::size_t n = utf8_length(text, c);
+    if (n == 0) return false;
+    const bool is_sign = c >= 0x2010 && c <= 0x20bf;  // dashes, quotes, currencies
+    if (c >= 0x800 && !is_sign && page != CodePage::kUtf8 && !byte_of(page, c)) ++strange;
+    text.remove_prefix(n);
+  }
+  return strange == 0 || strange > kFew;
+}
+
 std::string ValueTexts::readable(std::string_view text) const {
-  const bool stays = set_.assumed || is_ascii(text) || (!is_field_ && is_utf8(text));
+  const bool stays = set_.assumed || is_ascii(text) || (!is_field_ && is_typed(text, set_.page));
   return stays ? std::string(text) : decoded(text, set_);
 }
 
