@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,11 +16,11 @@
 
 #include "core/arrays.h"
 #include "core/errors.h"
-#include "core/output.h"
 #include "core/settings.h"
 #include "core/signals.h"
 #include "core/stacks.h"
 #include "lib/arguments.h"
+#include "lib/start_program.h"
 
 namespace tarnel {
 namespace {
@@ -31,25 +30,6 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kMostOutput = std::size_t{64} << 20;  // bytes of each; more ends the program
 // Milliseconds between looks at signals and the time, and at whether a program has ended that writes no more.
 constexpr int kLookEvery = 100, kLookForEnd = 1;
-
-// A pipe whose ends are closed at the latest with it.
-struct Pipe {
-  int read = -1, write = -1;
-  ~Pipe() {
-    close_end(read);
-    close_end(write);
-  }
-  bool open() {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return false;
-    read = ends[0];
-    write = ends[1];
-    return true;
-  }
-  static void close_end(int& end) {
-    if (end >= 0) ::close(std::exchange(end, -1));
-  }
-};
 
 // A program that runs, with what goes in and comes out. It is ended and waited for on every way out.
 class Child {
@@ -62,7 +42,7 @@ class Child {
   Child& operator=(const Child&) = delete;
 
   // 0, or the system's number.
-  int start(std::vector<std::string>& arguments);
+  int start(const std::vector<std::string>& arguments);
   // Until both outputs have ended and the program too; false when a signal waits, the time is over or there is too
   // much output. No time: 0.
   [[nodiscard]] bool exchange(double seconds);
@@ -87,28 +67,9 @@ class Child {
   bool ended_ = false;
 };
 
-int Child::start(std::vector<std::string>& arguments) {
+int Child::start(const std::vector<std::string>& arguments) {
   if (!in_.open() || !out_.open() || !err_.open()) return errno;
-  std::vector<char*> argv;
-  for (std::string& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, in_.read, STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, out_.write, STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, err_.write, STDERR_FILENO);
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  sigset_t usual;
-  sigemptyset(&usual);
-  sigaddset(&usual, SIGPIPE);  // ignored here, but the program may count on it
-  posix_spawnattr_setsigdefault(&attributes, &usual);
-  // A group of its own, which is ended as a whole.
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
-  const int failure = posix_spawnp(&process_, argv[0], &actions, &attributes, argv.data(), environ);
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&actions);
-  if (failure != 0) process_ = -1;
+  const int failure = start_program({arguments, in_.read, out_.write, err_.write, true}, process_);
   Pipe::close_end(in_.read);
   Pipe::close_end(out_.write);
   Pipe::close_end(err_.write);
@@ -175,7 +136,6 @@ Var* exec_function(std::int32_t argc, Var** argv) {
   if (!settings().commands) return RT_ERROR(320, "EXEC(): this program starts no commands");
   const std::string input(text_argument(argc, argv, 1));
   const double seconds = arg_is(argc, argv, 2, kNumber) ? number_of(argv[2]) : 0;
-  flush_output();  // what the program writes elsewhere comes behind what was written before it
   int status = 0;
   std::string output, errors;
   {

@@ -1,14 +1,13 @@
 #include "lib/streams.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
+#include <utility>
 
 #include "core/descriptors.h"
 #include "core/errors.h"
@@ -21,6 +20,7 @@
 #include "lib/arguments.h"
 #include "lib/file_names.h"
 #include "lib/files.h"
+#include "lib/start_program.h"
 
 namespace tarnel {
 namespace {
@@ -48,25 +48,11 @@ void close_stream(OpenStream& stream) {
   stream = {};
 }
 
-// Starts a shell on the command, with a descriptor as its standard input, or that of this process for -1. Result: 0 or the system's
-// number.
-int spawn_on(int input, std::string command, pid_t& child) {
-  char shell[] = "/bin/sh", option[] = "-c", end_of_options[] = "--";
-  char* argv[] = {shell, option, end_of_options, command.data(), nullptr};
-  posix_spawn_file_actions_t actions;
-  posix_spawnattr_t attributes;
-  sigset_t usual;
-  posix_spawn_file_actions_init(&actions);
-  if (input >= 0) posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
-  posix_spawnattr_init(&attributes);
-  sigemptyset(&usual);
-  sigaddset(&usual, SIGPIPE);  // ignored here, but the command may count on it
-  posix_spawnattr_setsigdefault(&attributes, &usual);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-  const int failure = posix_spawn(&child, shell, &actions, &attributes, argv, environ);
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&actions);
-  return failure;
+// Starts a shell on the command, with a descriptor as its standard input, or that of this process for -1. Result: 0 or
+// the system's number.
+int start_shell(std::string_view command, int input, pid_t& child) {
+  return start_program({.arguments = {"/bin/sh", "-c", "--", std::string(command)}, .input = input},
+                       child);
 }
 
 // Waits for a process to end, until a signal asks for something.
@@ -104,24 +90,20 @@ void write_stream(Stream which, std::string_view text) {
 }  // namespace
 
 int open_pipe_to(std::string_view command, pid_t& reader) {
-  int ends[2];
+  Pipe pipe;
   errno = ENOENT;
-  if (trim_left(command).empty() || pipe2(ends, O_CLOEXEC) != 0) return -1;
-  flush_output();  // what the command writes comes behind what was written before it
-  const int failure = spawn_on(ends[0], std::string(command), reader);
-  ::close(ends[0]);
-  if (failure == 0) return ends[1];
-  ::close(ends[1]);
-  reader = -1;
-  errno = failure;
-  return -1;
+  if (trim_left(command).empty() || !pipe.open()) return -1;
+  if (const int failure = start_shell(command, pipe.read, reader); failure != 0) {
+    errno = failure;
+    return -1;
+  }
+  return std::exchange(pipe.write, -1);
 }
 
 int run_command(std::string_view command, int& status) {
   pid_t child = -1;
   if (trim_left(command).empty()) return ENOENT;
-  flush_output();  // what the command writes comes behind what was written before it
-  if (const int failure = spawn_on(-1, std::string(command), child); failure != 0) return failure;
+  if (const int failure = start_shell(command, -1, child); failure != 0) return failure;
   int ended = 0;
   if (wait_for(child, &ended) < 0) return errno;
   status = WIFEXITED(ended) ? WEXITSTATUS(ended) : 128 + WTERMSIG(ended);
