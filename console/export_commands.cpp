@@ -16,9 +16,9 @@
 #include "core/output.h"
 #include "core/stacks.h"
 #include "core/text.h"
-#include "db/dbfidx/bulk/replacement_file.h"
 #include "lib/file_names.h"
 #include "lib/files.h"
+#include "lib/replacement_file.h"
 
 namespace tarnel {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "core/runtime.h"
 #include "db/area.h"
-#include "db/dbfidx/bulk/replacement_file.h"
+#include "lib/replacement_file.h"
 
 namespace tarnel {
 

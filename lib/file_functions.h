@@ -78,7 +78,8 @@ namespace tarnel {
     "makedir('new') ==> 0")                                                                        \
   X("memoread", memoread, "memoread(cFile) -> cText: all of a file, empty on failure",             \
     "{memowrit('a', 'text'), memoread('a')}[2] ==> text")                                          \
-  X("memowrit", memowrit, "memowrit(cFile, cText) -> lDone: makes a file of a text",               \
+  X("memowrit", memowrit,                                                                          \
+    "memowrit(cFile, cText) -> lDone: makes a file of a text, as a whole or not at all",           \
     "memowrit('a', 'text') ==> .T.")                                                               \
   X("tempfile", tempfile,                                                                          \
     "tempfile([cDirectory], [cExtension]) -> cFile: makes an empty file of a new name, empty on "  \

@@ -143,11 +143,7 @@ Var* memoread(std::int32_t argc, Var** argv) {
 
 Var* memowrit(std::int32_t argc, Var** argv) {
   if (!texts_given(2, argc, argv)) return false_value();
-  const int handle = fileCreate(text_of(argv[0]), fileDefaultMode(), false);
-  if (handle < 0) return false_value();
-  const auto text = text_of(argv[1]);
-  const bool written = fileWrite(handle, text) == static_cast<std::int64_t>(text.size());
-  return logical(fileClose(handle) && written);
+  return logical(fileReplace(text_of(argv[0]), text_of(argv[1]), false));
 }
 
 }  // namespace tarnel

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 
 #include "core/descriptors.h"
 #include "core/errors.h"
@@ -17,6 +18,7 @@
 #include "core/settings.h"
 #include "lib/arguments.h"
 #include "lib/file_names.h"
+#include "lib/replacement_file.h"
 
 namespace tarnel {
 namespace {
@@ -57,6 +59,29 @@ bool pump(int from, int to) {
     if (n <= 0) return n == 0;
     if (!write_fully(to, {buffer.data(), static_cast<std::size_t>(n)})) return false;
   }
+}
+
+void create_warning(const std::string& path, std::string_view name, bool report) {
+  if (report)
+    file_warning(105, "Create error for '" + path + "' (requested '" + std::string(name) + "') ");
+  else
+    set_dos_error(errno);
+}
+
+// Is there nothing, or a file that loses nothing when another one takes its name?
+bool may_be_replaced(const std::string& path) {
+  struct stat status;
+  std::error_code ignored;
+  if (file_ops().stat(path.c_str(), &status) != 0)
+    return errno == ENOENT && !std::filesystem::is_symlink(path, ignored);  // a link to nothing
+  return S_ISREG(status.st_mode) && status.st_nlink == 1 && status.st_uid == ::geteuid() &&
+         ::access(path.c_str(), W_OK) == 0 && !is_open_here(status);
+}
+
+bool took_place(ReplacementFile& file) {
+  if (file.take_place()) return true;
+  file_warning(104, "Write error");
+  return false;
 }
 
 // --- A stream of the system's library over a descriptor that has its owner here.
@@ -148,12 +173,31 @@ int fileCreate(std::string_view name, mode_t mode, bool report) {
   const int fd = open_file(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, mode);
   if (fd >= 0) {
     static_cast<void>(file_ops().fchmod(fd, mode) == 0);  // not ours to change on some file systems
-  } else if (report) {
-    file_warning(105, "Create error for '" + path + "' (requested '" + std::string(name) + "') ");
   } else {
-    set_dos_error(errno);
+    create_warning(path, name, report);
   }
   return fd;
+}
+
+bool fileReplace(std::string_view name, std::string_view bytes, bool report) {
+  const std::string path = pathJoin("", name);
+  if (may_be_replaced(path)) {
+    ReplacementFile file(path, ".ovtx");
+    if (file.create(fileDefaultMode())) {
+      const bool written = file.append(bytes.data(), bytes.size()) && file.flush(false);
+      if (!written) file_warning(104, "Write error");
+      return written && fileClose(file.release()) && took_place(file);
+    }
+    // A disk that is full has room enough to lose the former file.
+    if (errno != EACCES && errno != EPERM && errno != EROFS && errno != ENOENT) {
+      create_warning(path, name, report);
+      return false;
+    }
+  }
+  const int handle = fileCreate(name, fileDefaultMode(), report);
+  if (handle < 0) return false;
+  const bool written = fileWrite(handle, bytes) == static_cast<std::int64_t>(bytes.size());
+  return fileClose(handle) && written;
 }
 
 bool fileClose(int handle) {

@@ -38,6 +38,11 @@ void streamClose(std::FILE* stream);
 // Creates or empties a file in the DEFAULT directory; the mode is not narrowed by the umask.
 // Result: the descriptor, open for reading and writing, or -1 after warning 105.
 int fileCreate(std::string_view name, mode_t mode, bool report = true);
+// Makes a file of bytes in the DEFAULT directory. The one that was there stays whole until its successor is, and when
+// that fails, and gives it its mode and owner. What is no file of our own with one name (a device, a pipe, one with
+// several links or of somebody else, one that is open here) or lies in a directory that may not be written to is
+// overwritten in its place. False after warning 105 (with `report`), 104 or 102.
+[[nodiscard]] bool fileReplace(std::string_view name, std::string_view bytes, bool report);
 bool fileClose(int handle);                                      // warning 102
 std::int64_t fileRead(int handle, char* buffer, std::size_t n);  // bytes read, -1 on an error
 std::int64_t fileWrite(int handle, std::string_view bytes);      // bytes written; 104 when fewer

@@ -239,10 +239,7 @@ Var* mvsave(std::int32_t argc, Var** argv) {
     RT_ERROR(320, "__MVSAVE(): arrays are nested too deeply in " + std::string(symbol.name));
     return int_minus_one();
   }
-  const int handle = fileCreate(file, fileDefaultMode());
-  if (handle < 0) return int_minus_one();
-  const bool written = fileWrite(handle, out) == static_cast<std::int64_t>(out.size());
-  return fileClose(handle) && written ? TMP_INT(count) : int_minus_one();
+  return fileReplace(file, out, true) ? TMP_INT(count) : int_minus_one();
 }
 
 namespace {

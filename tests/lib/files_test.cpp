@@ -199,7 +199,12 @@ TEST_F(Files, EachCallThatFailsIsToldAndLeavesNoHalfFile) {
        [&] {
          return truth("memowrit", {"new", text});
        },
-       true, true},
+       true, false},
+      {"memowrit over a file",
+       [&] {
+         return truth("memowrit", {"old", text});
+       },
+       false, false},
       {"handles", write_by_handle, true, true},
       {"memoread", [&] { return text_of(call_cell("memoread", {"source"})) == text; }, false,
        false},
@@ -239,6 +244,8 @@ TEST_F(Files, EachCallThatFailsIsToldAndLeavesNoHalfFile) {
           EXPECT_TRUE(row.may_leave_part || made.empty() || made == text);
           EXPECT_TRUE(!done || !row.makes_copy || made == text);
           EXPECT_TRUE(made == text || read("source") == text) << "lost";
+          const std::string old = fs::exists("old") ? read("old") : "old";
+          EXPECT_TRUE(old == "old" || (done && old == text)) << "of " << old.size();
           take_errors();
           EXPECT_EQ(call("upper", {"\xe5"}), "C \xc5") << "the language in use stays";
         });
@@ -246,6 +253,29 @@ TEST_F(Files, EachCallThatFailsIsToldAndLeavesNoHalfFile) {
   }
   file_ops() = system;
   call("setlang", {0});
+}
+
+TEST_F(Files, AFileThatIsWrittenAnewKeepsItsNamesAndRights) {
+  const auto write_to = [](const char* name) { return call("memowrit", {name, "new"}); };
+  write("own", "former text");
+  ASSERT_EQ(::chmod("own", 0640), 0);
+  fs::create_symlink("own", "link");
+  fs::create_symlink("missing", "link to nothing");
+  write("first", "former text");
+  fs::create_hard_link("first", "second");
+  for (const char* name : {"link", "link to nothing", "first", "/dev/null"})
+    EXPECT_EQ(write_to(name), "L T") << name;
+  EXPECT_EQ(read("own"), "new");
+  EXPECT_EQ(call("fattrib", {"own"}), "I " + std::to_string(0640));
+  EXPECT_TRUE(fs::is_symlink("link") && fs::is_symlink("link to nothing"));
+  EXPECT_EQ(read("missing"), "new");
+  EXPECT_EQ(read("second"), "new");
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+  EXPECT_EQ(write_to("sub"), "L F") << "a directory";
+  const int handle = call_cell("fopen", {"own"})->i;
+  EXPECT_EQ(call("memowrit", {"own", "again"}), "L T");
+  EXPECT_EQ(call("freadstr", {handle, 9}), "C again") << "who has it open sees it";
+  call("fclose", {handle});
 }
 
 TEST_F(Files, DirectoriesAreListedSorted) {

@@ -4,9 +4,9 @@
 
 #include "core/file_ops.h"
 #include "core/open_files.h"
-#include "db/dbfidx/bulk/replacement_file.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/format/format_dbt.h"
+#include "lib/replacement_file.h"
 
 namespace tarnel {
 namespace {

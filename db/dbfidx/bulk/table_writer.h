@@ -12,9 +12,9 @@
 #include <string_view>
 #include <vector>
 
-#include "db/dbfidx/bulk/replacement_file.h"
 #include "db/dbfidx/format/format_dbf.h"
 #include "db/dbfidx/format/format_dbt.h"
+#include "lib/replacement_file.h"
 
 namespace tarnel {
 

@@ -10,11 +10,11 @@
 #include "core/stacks.h"
 #include "db/dbfidx/bulk/bulk.h"
 #include "db/dbfidx/bulk/field_plan.h"
-#include "db/dbfidx/bulk/replacement_file.h"
 #include "db/dbfidx/table_errors.h"
 #include "db/text/ascirdd.h"
 #include "lib/file_names.h"
 #include "lib/files.h"
+#include "lib/replacement_file.h"
 
 namespace tarnel {
 namespace {

@@ -9,8 +9,8 @@
 #include "core/open_files.h"
 #include "core/stacks.h"
 #include "core/text.h"
-#include "db/dbfidx/bulk/replacement_file.h"
 #include "db/dbfidx/check/opened_table.h"
+#include "lib/replacement_file.h"
 
 namespace tarnel {
 namespace {

@@ -1,4 +1,4 @@
-#include "db/dbfidx/bulk/replacement_file.h"
+#include "lib/replacement_file.h"
 
 #include <unistd.h>
 
