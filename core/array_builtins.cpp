@@ -5,6 +5,7 @@
 #include "core/blocks.h"
 #include "core/errors.h"
 #include "core/operators.h"
+#include "core/signals.h"
 #include "core/stacks.h"
 
 namespace tarnel {
@@ -103,6 +104,13 @@ Var* aclone(std::int32_t argc, Var** argv) {
 Var* array(std::int32_t argc, Var** argv) {
   for (std::int32_t i = 0; i < argc; ++i)
     if (!arg_is(argc, argv, i, "NFIL")) return wrong_type("in ARRAY", nil_value());
+  // All of them, before the first is made.
+  std::int64_t level = 1, all = 0;
+  for (std::int32_t i = 0; i < argc && all <= kMaxMadeElements; ++i) {
+    level *= std::clamp(integer_of(argv[i]), 0, kMaxElements);  // other sizes are refused below
+    all += level;
+  }
+  if (all > kMaxMadeElements) return too_many_elements();
   const std::int32_t mark = temp_top();
   Var* made = cscreara(NEW_TEMP(), argc > 0 ? integer_of(argv[argc - 1]) : 0, kAllNil);
   for (std::int32_t i = argc - 2; i >= 0 && !is_error(made); --i)
@@ -120,8 +128,10 @@ Var* afill(std::int32_t argc, Var** argv) {
   range.cut(size);
   Var* value = argc > 1 ? argv[1] : nil_value();
   const Walk walk(argv[0]);
-  for (std::int32_t i = 0; i < range.count && walk.has(range.start + i); ++i)
+  for (std::int32_t i = 0; i < range.count && walk.has(range.start + i); ++i) {
+    look_at_signals();
     CPY_VAR(walk.at(range.start + i), value);
+  }
   return argv[0];
 }
 

@@ -6,6 +6,7 @@
 
 #include "core/errors.h"
 #include "core/memory.h"
+#include "core/signals.h"
 #include "core/stacks.h"
 
 namespace tarnel {
@@ -65,6 +66,7 @@ void fill(SharedHeader* body, std::int32_t size, int mode, Var* const* values) {
     Var* value = value_for(values, i, mode, ended);
     if (value == nullptr) continue;
     const CellHold kept(fresh);
+    look_at_signals();
     if (clones)
       CLONE_VAR(fresh, value);
     else
@@ -93,11 +95,33 @@ Var* element_or(Var* array, std::int32_t index, Var* failure) {
   return element(array, index);
 }
 
+void count_copy(const Var* value, int depth, std::int64_t& count) {
+  if (value->type != 'A' || depth > kMaxCloneDepth) return;
+  for (std::int32_t i = 1; i <= element_count(value) && count <= kMaxMadeElements; ++i) {
+    ++count;
+    count_copy(element(value, i), depth + 1, count);
+  }
+}
+
 }  // namespace
+
+std::int64_t elements_of_copy(const Var* value) {
+  std::int64_t count = 0;
+  count_copy(value, 0, count);
+  return count;
+}
+
+Var* too_many_elements() {
+  return RT_INTERNAL(409, format_text("dimension overflow, more than %d elements in all",
+                                      static_cast<int>(kMaxMadeElements)));
+}
 
 Var* cscreara(Var* target, std::int32_t size, int mode, Var* const* values) {
   if (size < 0 || size > kMaxElements)
     return RT_INTERNAL(409, format_text("dimension overflow, requested array size=%d", size));
+  if (mode == kCloneOne && values != nullptr && values[0] != nullptr &&
+      size * (1 + elements_of_copy(values[0])) > kMaxMadeElements)
+    return too_many_elements();
   if (target->type != 'O' && target->type != 'A') {
     target = CLR_VAR(target, 'A');
     if (is_error(target)) return target;

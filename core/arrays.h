@@ -20,8 +20,18 @@ enum ArrayMode : int {
   kCloneValues = 4,  // deep copies of the values until a null pointer, the rest NIL
 };
 
+// Elements that arrays in each other may have at most where a whole of them is made at once, by array() or a deep copy:
+// about a gigabyte. A mistyped dimension shall be an error before it takes the memory of the machine.
+constexpr std::int64_t kMaxMadeElements = std::int64_t{1} << 24;
+constexpr int kMaxCloneDepth = 200;  // of arrays in each other
+// Elements of a deep copy of a value with those of the arrays in it, counted no further than what can be copied.
+std::int64_t elements_of_copy(const Var* value);
+// Error 409 for more elements than may be made at once.
+Var* too_many_elements();
+
 // Makes `target` an array of `size` elements, or resizes the array or object it is. The values end
-// at a null pointer; a null vector means none. Error 409 for a size outside 0 to 65535. An error
+// at a null pointer; a null vector means none. Error 409 for a size outside 0 to 65535, and for copies with more
+// than kMaxMadeElements. Looks at signals. An error
 // handler or destructor that changes the array meanwhile has the last word: it is filled no further.
 Var* cscreara(Var* target, std::int32_t size, int mode, Var* const* values = nullptr);
 // The same with the values as a list: cscrearr(cell, 2, kCopyValues, {a, b}).

@@ -33,7 +33,6 @@ enum Constant {
   kConstantCount
 };
 
-constexpr int kMaxCloneDepth = 200;
 constexpr unsigned char kPoison = 0xA7;  // in freed cells of the checks build
 
 struct CellState {
@@ -531,6 +530,9 @@ Var* CLONE_VAR(Var* target, Var* source) {
   if (source->type != 'A') return CPY_VAR(target, source);
   if (state.clone_depth == kMaxCloneDepth)
     return RT_INTERNAL(409, "array nested too deeply to be cloned");
+  // An array that holds another one twice, which holds a third one twice, and so on, is short and its copy endless.
+  if (state.clone_depth == 0 && elements_of_copy(source) > kMaxMadeElements)
+    return too_many_elements();
   const Switched<int> deeper(state.clone_depth, state.clone_depth + 1);
   // An error handler may change the source: its elements as they are now are what is cloned.
   const HeldElements elements(source->shared);

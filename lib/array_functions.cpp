@@ -6,6 +6,7 @@
 #include "core/arrays.h"
 #include "core/blocks.h"
 #include "core/operators.h"
+#include "core/signals.h"
 #include "core/stacks.h"
 #include "lib/arguments.h"
 
@@ -106,6 +107,7 @@ Var* acopy(std::int32_t argc, Var** argv) {
   const std::int64_t most = std::min({count, source->count - from, target->count - to});
   for (std::int64_t n = 0; n < most; ++n) {
     const std::int64_t i = backwards ? most - 1 - n : n;
+    look_at_signals();
     // What is overwritten may have a destructor that changes either.
     if (from + i >= source->count || to + i >= target->count) continue;
     CPY_VAR(target->elements[to + i], source->elements[from + i]);

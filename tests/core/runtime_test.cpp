@@ -118,6 +118,21 @@ TEST_F(RuntimeDeathTest, AHeldInterruptIsNotedAndAnsweredAtTheRelease) {
       ::testing::ExitedWithCode(0), "held asked $");
 }
 
+TEST_F(RuntimeDeathTest, LongWorkOnArraysAnswersSignals) {
+  for (const Callable work : {afill, aclone})
+    EXPECT_EXIT(
+        {
+          install_signal_handlers();
+          set_interrupt_dialogue([] { say("asked "); });
+          Var* list = cscreara(NEW_TEMP(), 1, kAllNil);
+          raise(SIGINT);
+          work(1, &list);
+          say("done");
+          _exit(0);
+        },
+        ::testing::ExitedWithCode(0), "^asked done$");
+}
+
 // A timer that went on would break off the read of the next prompt, which would take that for the end.
 TEST_F(RuntimeDeathTest, AWatchLeavesNoTimerAndNoSignalBehind) {
   const auto ticking = [] {
