@@ -256,14 +256,26 @@ Var* fieldwblock(std::int32_t argc, Var** argv) {
 
 // --- Locks.
 
+// Is argument 0 a number or missing? Error 312 when it is neither: another record than was meant would be locked, or
+// all be given up.
+bool record_or_none(std::int32_t argc, Var** argv, const char* place) {
+  if (!given(argc, argv, 0) || is_number(argv[0])) return true;
+  RT_ERROR(312, place);
+  return false;
+}
+
 Var* dbrlock(std::int32_t argc, Var** argv) {
   Var* server = front_server(NoArea::kSilent);
-  if (server == nullptr) return false_value();
-  return front_call(server, {"rlock", kMethod}, arg_is(argc, argv, 0, kNumber) ? 1 : 0, argv);
+  if (server == nullptr || !record_or_none(argc, argv, "in DBRLOCK()")) return false_value();
+  if (!given(argc, argv, 0)) return front_call(server, {"rlock", kMethod}, 0, argv);
+  const std::int32_t n = integer_of(argv[0]);
+  if (n < 1 || n > integer_of(front_lastrec(0, nullptr))) return false_value();
+  return front_call(server, {"rlock", kMethod}, 1, argv);
 }
 
 Var* dbrunlock(std::int32_t argc, Var** argv) {
-  return front_dbunlock(arg_is(argc, argv, 0, kNumber) ? 1 : 0, argv);
+  if (!record_or_none(argc, argv, "in DBRUNLOCK()")) return false_value();
+  return front_dbunlock(given(argc, argv, 0) ? 1 : 0, argv);
 }
 
 Var* dbcommitall(std::int32_t, Var**) {

@@ -31,7 +31,8 @@ namespace tarnel {
     "min(stod('20240229'), stod('20240301')) ==> 02/29/24")                                       \
   X("mod", builtin_mod, "mod(nValue, nDivisor) -> nRest: remainder with the divisor's sign",      \
     "mod(-1, 7) ==> 6")                                                                           \
-  X("num2int", num2int, "num2int(nValue) -> nInteger: rounded half away from zero",               \
+  X("num2int", num2int,                                                                           \
+    "num2int(nValue) -> nInteger: rounded half away from zero, 0 beyond 32 bits",                 \
     "num2int(2.5) ==> 3")                                                                         \
   X("pi", pi, "pi() -> nValue: half a turn", "round(pi(), 5) ==> 3.14159")                        \
   X("round", builtin_round, "round(nValue, nDecimals) -> nValue: rounded half away from zero",    \
