@@ -205,6 +205,12 @@ void HtmlEscape(benchmark::State& state) {
   start();
   measure(state, htmlesc, TMP_TEXT(text_of_words()));
 }
+void HtmlEscapeEvery50th(benchmark::State& state) {
+  start();
+  std::string text = text_of_words();
+  for (std::size_t i = 0; i < text.size(); i += 50) text[i] = '<';
+  measure(state, htmlesc, TMP_TEXT(text));
+}
 void UrlEncode(benchmark::State& state) {
   start();
   measure(state, urlenc, TMP_TEXT(text_of_words()));
@@ -214,6 +220,7 @@ void UrlEncodeLetters(benchmark::State& state) {
   measure(state, urlenc, TMP_TEXT(std::string(kMegabyte, 'x')));
 }
 BENCHMARK(HtmlEscape);
+BENCHMARK(HtmlEscapeEvery50th);
 BENCHMARK(UrlEncode);
 BENCHMARK(UrlEncodeLetters);
 BENCHMARK(Upper);

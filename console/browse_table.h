@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "console/text_set.h"
 #include "core/stacks.h"
 #include "core/var.h"
+#include "db/text_set.h"
 
 namespace tarnel {
 

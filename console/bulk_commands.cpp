@@ -9,7 +9,6 @@
 #include "console/progress.h"
 #include "console/row_commands.h"
 #include "console/session.h"
-#include "console/text_set.h"
 #include "console/words.h"
 #include "core/arrays.h"
 #include "core/classes.h"
@@ -20,6 +19,7 @@
 #include "core/text.h"
 #include "db/area.h"
 #include "db/text/text_coding.h"
+#include "db/text_set.h"
 
 namespace tarnel {
 namespace {

@@ -6,7 +6,6 @@
 
 #include "console/open_commands.h"
 #include "console/session.h"
-#include "console/text_set.h"
 #include "console/words.h"
 #include "core/classes.h"
 #include "core/output.h"
@@ -15,6 +14,7 @@
 #include "db/area.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/format/character_marks.h"
+#include "db/text_set.h"
 
 namespace tarnel {
 namespace {

@@ -6,8 +6,8 @@
 #include <cctype>
 #include <cstdlib>
 
-#include "console/cell_text.h"
 #include "console/progress.h"
+#include "console/shown_text.h"
 #include "core/output.h"
 #include "core/runtime.h"
 #include "term/screen.h"

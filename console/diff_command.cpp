@@ -8,7 +8,6 @@
 #include "console/open_commands.h"
 #include "console/row_commands.h"
 #include "console/table_diff.h"
-#include "console/text_set.h"
 #include "console/words.h"
 #include "core/classes.h"
 #include "core/output.h"
@@ -16,6 +15,7 @@
 #include "core/stacks.h"
 #include "core/text.h"
 #include "db/area.h"
+#include "db/text_set.h"
 
 namespace tarnel {
 namespace {

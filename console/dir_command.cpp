@@ -12,7 +12,6 @@
 
 #include "console/row_commands.h"
 #include "console/session.h"
-#include "console/text_set.h"
 #include "console/words.h"
 #include "core/errors.h"
 #include "core/file_ops.h"
@@ -22,6 +21,7 @@
 #include "db/dbfidx/check/opened_table.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/format/format_dbf.h"
+#include "db/text_set.h"
 #include "lib/file_names.h"
 
 namespace tarnel {

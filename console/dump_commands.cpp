@@ -13,7 +13,6 @@
 #include "console/session.h"
 #include "console/structure_text.h"
 #include "console/table_commands.h"
-#include "console/text_set.h"
 #include "console/words.h"
 #include "core/classes.h"
 #include "core/errors.h"
@@ -27,7 +26,9 @@
 #include "db/dbfidx/record/memo.h"
 #include "db/front.h"
 #include "db/info_codes.h"
+#include "db/text_set.h"
 #include "lib/dates.h"
+#include "lib/escapes.h"
 #include "lib/file_names.h"
 #include "lib/files.h"
 #include "lib/utf8.h"
@@ -119,13 +120,13 @@ void put_text(ByteBuffer& out, std::string_view bytes, CodePage page) {
     if (n > 0) {
       append_utf8(text, c);
     } else {
-      put_json_part(out, std::exchange(text, {}));
+      escape_json(out, std::exchange(text, {}));
       out.put(
           format_text("\\u%04x", unsigned{kCarriedByte} + static_cast<unsigned char>(bytes[0])));
     }
     bytes.remove_prefix(std::max<std::size_t>(n, 1));
   }
-  put_json_part(out, text);
+  escape_json(out, text);
   out.put('"');
 }
 

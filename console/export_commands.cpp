@@ -44,7 +44,8 @@ int write_file(const std::string& file, Var* server, const RowRequest& request,
                      if (!target.append(bytes.data(), bytes.size())) failure = errno;
                      return failure == 0;
                    });
-  const bool read = write_records(server, request, writer, "export");
+  const auto take = [&](std::span<const RowCell> cells) { return writer.add(cells); };
+  const bool read = give_records(server, request, take, "export");
   if (failure != 0) return failure;
   if (!read || *request.unread_memos > 0) return -1;
   rows = writer.rows();

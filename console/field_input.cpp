@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <charconv>
 
-#include "console/cell_text.h"
-#include "console/text_set.h"
+#include "console/shown_text.h"
 #include "core/text.h"
 #include "db/dbfidx/format/format_dbt.h"
 #include "db/dbfidx/record/memo.h"
+#include "db/text_set.h"
 #include "lib/dates.h"
 #include "lib/utf8.h"
 

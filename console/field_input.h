@@ -6,15 +6,9 @@
 #include <string_view>
 
 #include "db/dbfidx/dbfidx.h"
+#include "lib/delimited_rows.h"
 
 namespace tarnel {
-
-enum class InputKind : std::uint8_t { kNothing, kText, kNumber, kTrue, kFalse };
-struct InputValue {
-  InputKind kind = InputKind::kNothing;
-  std::string text;      // of texts and numbers
-  bool carries = false;  // bytes that are no characters, see decode_exactly()
-};
 
 // Puts a value into the bytes of a field that is no memo. "" when it fits, else what is wrong with it; the bytes are
 // blank then. A number is never rounded, and one with as many decimals as the field keeps its digits. `exact`: a text as

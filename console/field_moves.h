@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "console/field_input.h"
-#include "console/text_set.h"
 #include "db/dbfidx/bulk/field_plan.h"
 #include "db/dbfidx/dbfidx.h"
+#include "db/text_set.h"
 
 namespace tarnel {
 

@@ -15,7 +15,6 @@
 #include "console/export_commands.h"
 #include "console/import_reader.h"
 #include "console/session.h"
-#include "console/text_set.h"
 #include "console/user_editor.h"
 #include "console/words.h"
 #include "core/descriptors.h"
@@ -27,6 +26,7 @@
 #include "db/area.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/progress.h"
+#include "db/text_set.h"
 #include "lib/utf8.h"
 #include "term/screen.h"
 

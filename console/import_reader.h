@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "console/field_input.h"
+#include "lib/delimited_rows.h"
 
 namespace tarnel {
 
@@ -26,22 +27,18 @@ class ImportReader {
   const std::string& fault() const { return fault_; }
 
  private:
-  void take_csv(InputValue& value);
-  void take_tsv(InputValue& value);
-  bool take_line_end();
-  void take_fields(std::vector<InputValue>& row);
+  bool take_row(std::vector<InputValue>& row);
+  bool next_object(std::vector<InputValue>& row);
   bool find_object();
   bool take_members(JsonReader& json, std::vector<InputValue>& row);
   void skip_object();
   void take_object(std::vector<InputValue>& row);
-  void skip_line();
   std::size_t column(const std::string& name);
-  void move_to(std::size_t at);  // counts lines
 
-  const std::string_view text_;
   const ImportForm form_;
-  std::size_t at_ = 0;
-  std::int64_t line_ = 1, row_line_ = 1, last_line_ = 1;  // of a row, first and last
+  DelimitedReader rows_;                       // of CSV and TSV
+  LineCursor cursor_;                          // of JSON
+  std::int64_t row_line_ = 1, last_line_ = 1;  // of a row, first and last
   bool in_array_ = false;
   std::vector<std::string> columns_;
   std::string fault_;

@@ -8,9 +8,9 @@
 #include <string>
 #include <utility>
 
-#include "console/cell_text.h"
 #include "console/progress.h"
 #include "console/session.h"
+#include "console/shown_text.h"
 #include "console/words.h"
 #include "core/file_ops.h"
 #include "core/open_files.h"

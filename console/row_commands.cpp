@@ -153,7 +153,8 @@ bool list_records(std::string_view arguments) {
   if (request.with_record) write_aspects(server, !request.own_scope);
   RowWriter writer(session_style(), columns_of(server, request),
                    std::string(text_of(get_ivar(server, "alias"))), output_columns(), to_output);
-  write_records(server, request, writer, "list");
+  const auto take = [&](std::span<const RowCell> cells) { return writer.add(cells); };
+  give_records(server, request, take, "list");
   static_cast<void>(writer.finish());
   return true;
 }

@@ -5,7 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "console/table_rows.h"
+#include "console/row_writer.h"
+#include "db/table_rows.h"
 
 namespace tarnel {
 

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-#include "core/text.h"
+#include "console/shown_text.h"
 #include "term/glyphs.h"
 
 namespace tarnel {
@@ -15,65 +15,7 @@ constexpr int kWidestColumn = 40;
 constexpr std::size_t kKeptRows = 1000, kKeptBytes = 512 * 1024;
 constexpr std::string_view kGap = "  ";
 
-struct ModeRow {
-  RowMode mode;
-  std::string_view name, extension;
-  void (*put)(ByteBuffer& out, const RowCell& cell);
-};
-constexpr ModeRow kModes[] = {
-    {RowMode::kTable, "table", "", nullptr},
-    {RowMode::kBox, "box", "", nullptr},
-    {RowMode::kLine, "line", "", nullptr},
-    {RowMode::kCsv, "csv", "csv", put_csv},
-    {RowMode::kTsv, "tsv", "tsv", put_tsv},
-    {RowMode::kJson, "json", "json", put_json},
-    {RowMode::kJsonl, "jsonl", "jsonl", put_json},
-    {RowMode::kMarkdown, "markdown", "md", put_markdown},
-    {RowMode::kHtml, "html", "html", put_html},
-    {RowMode::kInsert, "insert", "sql", put_sql},
-};
-static_assert(std::ranges::is_sorted(kModes, {}, &ModeRow::mode));
-
-const ModeRow& row_of(RowMode mode) {
-  return kModes[static_cast<std::size_t>(mode)];
-}
-
-// A name in a statement of SQL.
-std::string sql_name(std::string_view name) {
-  return '"' + std::string(name) + '"';
-}
-
-const char* sql_type(const RowColumn& column) {
-  const bool numeric = column.type == 'N' || column.type == 'F';
-  if (column.type == 'L' || (column.type == 'N' && column.decimals == 0)) return "INTEGER";
-  return numeric ? "NUMERIC" : "TEXT";
-}
-
-std::string json_name(std::string_view name) {
-  std::string text;
-  ByteBuffer out([&](std::string_view bytes) {
-    text = bytes;
-    return true;
-  });
-  put_json_text(out, name);
-  out.flush();
-  return text;
-}
-
 }  // namespace
-
-bool find_mode(std::string_view name, RowMode& mode) {
-  for (const ModeRow& row : kModes)
-    if (same_letters(name, row.name) || (!name.empty() && same_letters(name, row.extension))) {
-      mode = row.mode;
-      return true;
-    }
-  return false;
-}
-
-std::string_view mode_name(RowMode mode) {
-  return row_of(mode).name;
-}
 
 RowStyle& session_style() {
   static RowStyle style;
@@ -153,153 +95,46 @@ int RowWriter::total_width() const {
   return total;
 }
 
-// --- What stands around cells.
-
-void RowWriter::fence_fields(std::string_view first, std::string_view between,
-                             std::string_view end) {
-  for (std::size_t i = 0; i < columns_.size(); ++i) fences_.emplace_back(i == 0 ? first : between);
-  fences_.emplace_back(end);
-}
-
-void RowWriter::fence_names() {
-  for (std::size_t i = 0; i < columns_.size(); ++i)
-    fences_.push_back((i == 0 ? "{" : ",") + json_name(columns_[i].name) + ":");
-  fences_.emplace_back("}");
-}
-
-void RowWriter::make_fences() {
-  switch (style_.mode) {
-    case RowMode::kCsv:
-      return fence_fields("", ",", "\n");
-    case RowMode::kTsv:
-      return fence_fields("", "\t", "\n");
-    case RowMode::kJson:
-    case RowMode::kJsonl:
-      return fence_names();
-    case RowMode::kMarkdown:
-      return fence_fields("| ", " | ", " |\n");
-    case RowMode::kHtml:
-      return fence_fields("<tr><td>", "</td><td>", "</td></tr>\n");
-    case RowMode::kInsert:
-      return fence_fields("INSERT INTO " + sql_name(table_) + " VALUES(", ",", ");\n");
-    default: {  // names to the right, all as wide as the widest
-      int widest = 0;
-      for (const RowColumn& column : columns_) widest = std::max(widest, shown_width(column.name));
-      for (const RowColumn& column : columns_) {
-        const auto padding = static_cast<std::size_t>(widest - shown_width(column.name));
-        fences_.push_back(std::string(padding, ' ') + column.name + " = ");
-      }
-    }
+void RowWriter::name_lines() {
+  int widest = 0;
+  for (const RowColumn& column : columns_) widest = std::max(widest, shown_width(column.name));
+  for (const RowColumn& column : columns_) {
+    const auto padding = static_cast<std::size_t>(widest - shown_width(column.name));
+    names_.push_back(std::string(padding, ' ') + column.name + " = ");
   }
 }
 
 void RowWriter::open() {
-  make_fences();
-  switch (style_.mode) {
-    case RowMode::kBox:
-      write_rule("┌", "┬", "┐");
-      [[fallthrough]];
-    case RowMode::kTable: {
-      std::vector<RowCell> names;
-      for (const RowColumn& column : columns_)
-        names.push_back({CellKind::kText, column.is_mark ? std::string_view() : column.name});
-      if (style_.headers) write_aligned(names);
-      if (style_.headers && style_.mode == RowMode::kBox) write_rule("├", "┼", "┤");
-      return;
-    }
-    case RowMode::kMarkdown:
-      return open_markdown();
-    case RowMode::kJson:
-      return out_.put('[');
-    case RowMode::kInsert:
-      return open_sql();
-    case RowMode::kHtml:
-      out_.put("<table>\n");
-      [[fallthrough]];
-    case RowMode::kCsv:
-    case RowMode::kTsv:
-      return open_delimited();
-    default:
-      return;
+  if (!is_for_person(style_.mode)) {
+    written_.emplace(style_, columns_, table_, out_);
+    return;
   }
-}
-
-// The names as a row of texts.
-void RowWriter::open_delimited() {
+  if (style_.mode == RowMode::kLine) return name_lines();
+  const bool box = style_.mode == RowMode::kBox;
+  if (box) write_rule("┌", "┬", "┐");
   if (!style_.headers) return;
-  const bool html = style_.mode == RowMode::kHtml;
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
-    out_.put(html ? (i == 0 ? "<tr><th>" : "</th><th>") : std::string_view(fences_[i]));
-    row_of(style_.mode).put(out_, {CellKind::kText, columns_[i].name});
-  }
-  out_.put(html ? "</th></tr>\n" : std::string_view(fences_.back()));
-}
-
-void RowWriter::open_sql() {
-  if (!style_.makes_table) return;
-  out_.put("BEGIN;\nCREATE TABLE " + sql_name(table_) + "(");
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
-    if (i > 0) out_.put(',');
-    out_.put(sql_name(columns_[i].name) + " " + sql_type(columns_[i]));
-  }
-  out_.put(");\n");
-}
-
-void RowWriter::open_markdown() {
-  for (const RowColumn& column : columns_) {
-    out_.put("| ");
-    put_markdown(out_, {CellKind::kText, style_.headers ? column.name : std::string_view()});
-    out_.put(' ');
-  }
-  out_.put("|\n");
+  std::vector<RowCell> names;
   for (const RowColumn& column : columns_)
-    out_.put(column.type == 'N' || column.type == 'F' ? "|--:" : "|---");
-  out_.put("|\n");
+    names.push_back({CellKind::kText, column.is_mark ? std::string_view() : column.name});
+  write_aligned(names);
+  if (box) write_rule("├", "┼", "┤");
 }
 
 void RowWriter::close() {
-  switch (style_.mode) {
-    case RowMode::kBox:
-      return write_rule("└", "┴", "┘");
-    case RowMode::kJson:
-      return out_.put("]\n");
-    case RowMode::kInsert:
-      return out_.put(style_.makes_table ? "COMMIT;\n" : "");
-    case RowMode::kHtml:
-      return out_.put("</table>\n");
-    default:
-      return;
-  }
+  if (written_) written_->finish();
+  if (style_.mode == RowMode::kBox) write_rule("└", "┴", "┘");
 }
 
 // --- Rows.
 
 void RowWriter::write(std::span<const RowCell> cells) {
-  if (is_aligned())
+  if (written_)
+    written_->add(cells);
+  else if (is_aligned())
     write_aligned(cells);
-  else if (style_.mode == RowMode::kLine)
-    write_lines(cells);
   else
-    write_fenced(cells);
+    write_lines(cells);
   ++rows_;
-}
-
-void RowWriter::write_fenced(std::span<const RowCell> cells) {
-  const auto put = row_of(style_.mode).put;
-  if (style_.mode == RowMode::kJson && rows_ > 0) out_.put(",\n");
-  const bool null = style_.mode == RowMode::kJson || style_.mode == RowMode::kJsonl;
-  std::string_view nothing = style_.nothing;
-  if (style_.mode == RowMode::kInsert) nothing = "NULL";
-  if (null) nothing = "null";
-  for (std::size_t i = 0; i < cells.size(); ++i) {
-    out_.put(fences_[i]);
-    if (cells[i].kind != CellKind::kNothing)
-      put(out_, cells[i]);
-    else
-      out_.put(nothing);
-  }
-  out_.put(fences_.back());
-  if (style_.mode == RowMode::kJsonl) out_.put('\n');
 }
 
 // A field a line; further lines of a text stand below its first.
@@ -309,8 +144,8 @@ void RowWriter::write_lines(std::span<const RowCell> cells) {
     const std::string text =
         cells[i].kind == CellKind::kNothing ? style_.nothing : shown_lines(cells[i]);
     if (columns_[i].is_mark && text.empty()) continue;
-    out_.put(fences_[i]);
-    const auto indent = static_cast<std::size_t>(shown_width(fences_[i]));
+    out_.put(names_[i]);
+    const auto indent = static_cast<std::size_t>(shown_width(names_[i]));
     for (const char c : text) {
       out_.put(c);
       if (c == '\n') out_.put(indent, ' ');

@@ -1,53 +1,24 @@
-// Rows of cells as text in the modes that `.mode` knows. One formatter writes whatever the console shows or exports.
+// Rows of cells as text in the modes that `.mode` knows. One writer takes whatever the console shows or exports; those
+// that aren't for a person it hands on.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "console/byte_buffer.h"
-#include "console/cell_text.h"
+#include "lib/byte_buffer.h"
+#include "lib/written_rows.h"
 
 namespace tarnel {
 
-enum class RowMode : std::uint8_t {
-  kTable,
-  kBox,
-  kLine,
-  kCsv,
-  kTsv,
-  kJson,
-  kJsonl,
-  kMarkdown,
-  kHtml,
-  kInsert,
-};
-// The mode of a name, which is also the extension of its files (and "md", "sql"). False for others.
-[[nodiscard]] bool find_mode(std::string_view name, RowMode& mode);
-std::string_view mode_name(RowMode mode);
-// Modes for a person show more of a record than its fields.
-inline bool is_for_person(RowMode mode) {
-  return mode <= RowMode::kLine;
-}
-
-struct RowStyle {
-  RowMode mode = RowMode::kTable;
+struct RowStyle : RowForm {
   bool chosen = false;  // else rows that are too wide for the terminal become lines
-  bool headers = true;
   std::vector<int>
-      widths;           // columns of tables and boxes; 0: as wide as need be, below 0: to the right
-  std::string nothing;  // what stands for a cell that holds nothing
-  bool makes_table = false;  // statements make the table too, in one transaction
+      widths;  // columns of tables and boxes; 0: as wide as need be, below 0: to the right
 };
 RowStyle& session_style();
-
-struct RowColumn {
-  std::string name;
-  char type = 'C';  // of a field
-  int width = 0, decimals = 0;
-  bool is_mark = false;  // nameless in tables; lines leave it out where it holds nothing
-};
 
 class RowWriter {
  public:
@@ -73,16 +44,10 @@ class RowWriter {
   void settle(bool all);
   void measure(bool all);
   int total_width() const;
-  void make_fences();
-  void fence_fields(std::string_view first, std::string_view between, std::string_view end);
-  void fence_names();
+  void name_lines();
   void open();
-  void open_sql();
-  void open_markdown();
-  void open_delimited();
   void close();
   void write(std::span<const RowCell> cells);
-  void write_fenced(std::span<const RowCell> cells);
   void write_lines(std::span<const RowCell> cells);
   void write_aligned(std::span<const RowCell> cells);
   void write_rule(std::string_view left, std::string_view between, std::string_view right);
@@ -92,12 +57,13 @@ class RowWriter {
   const std::string table_;
   const int window_;
   ByteBuffer out_;
+  std::optional<WrittenRows> written_;
   bool settled_ = false;
   std::int64_t rows_ = 0;
   std::vector<std::vector<KeptCell>> kept_;  // rows that tell how wide the columns are
   std::size_t kept_bytes_ = 0;
   std::vector<int> widths_;
-  std::vector<std::string> fences_;  // what stands before each cell, and behind the last
+  std::vector<std::string> names_;  // of lines, all as wide as the widest
 };
 
 }  // namespace tarnel

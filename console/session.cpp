@@ -12,10 +12,10 @@
 #include <string>
 #include <utility>
 
-#include "console/cell_text.h"
 #include "console/dot_commands.h"
 #include "console/output_target.h"
 #include "console/screen_session.h"
+#include "console/shown_text.h"
 #include "console/whole_value.h"
 #include "console/words.h"
 #include "core/classes.h"

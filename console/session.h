@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "console/complaints.h"
-#include "console/text_set.h"
 #include "core/var.h"
+#include "db/text_set.h"
 
 namespace tarnel {
 

@@ -7,7 +7,6 @@
 #include "console/open_commands.h"
 #include "console/row_commands.h"
 #include "console/session.h"
-#include "console/text_set.h"
 #include "console/words.h"
 #include "core/arrays.h"
 #include "core/blocks.h"
@@ -20,6 +19,7 @@
 #include "db/area.h"
 #include "db/info_codes.h"
 #include "db/order_notice.h"
+#include "db/text_set.h"
 #include "lib/value_text.h"
 
 namespace tarnel {

@@ -6,13 +6,14 @@
 
 #include "console/complaints.h"
 #include "console/session.h"
-#include "console/text_set.h"
+#include "console/words.h"
 #include "core/signals.h"
 #include "core/stacks.h"
 #include "core/text.h"
 #include "db/dbfidx/bulk/bulk.h"
 #include "db/dbfidx/scan/conditions.h"
 #include "db/progress.h"
+#include "db/text_set.h"
 #include "term/glyphs.h"
 
 namespace tarnel {
@@ -43,17 +44,12 @@ bool same_value(const RowCell& a, const RowCell& b) {
 }
 
 std::string as_json(const RowCell& cell) {
-  std::string text;
-  ByteBuffer out([&](std::string_view bytes) {
-    text += bytes;
-    return true;
-  });
+  ByteBuffer out;
   if (cell.kind == CellKind::kNothing)
     out.put("null");
   else
     put_json(out, cell);
-  out.flush();
-  return text;
+  return std::string(out.text());
 }
 
 // The place of a text around the first character in which another one differs: it may be a long memo.
@@ -184,7 +180,7 @@ std::optional<DiffKey> DiffSide::key(std::int32_t n) {
   std::string text, shown;
   RowCell cell = cell_of_value(value, text);
   if (cell.kind == CellKind::kText) {
-    shown = decoded(cell.text, text_set_of(dbf_.object));
+    shown = decoded(trim_right(cell.text), text_set_of(dbf_.object));
     cell.text = shown;
   }
   return DiffKey{cell.kind, plain_text(cell)};

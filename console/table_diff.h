@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "console/table_rows.h"
 #include "db/dbfidx/dbfidx.h"
+#include "db/table_rows.h"
 
 namespace tarnel {
 

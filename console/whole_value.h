@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "console/text_set.h"
 #include "core/var.h"
+#include "db/text_set.h"
 
 namespace tarnel {
 

@@ -7,7 +7,10 @@
 #include <filesystem>
 #include <system_error>
 
+#include "console/complaints.h"
 #include "core/text.h"
+#include "db/text_set.h"
+#include "lib/utf8.h"
 
 namespace tarnel {
 
@@ -73,6 +76,13 @@ std::string shown_path(std::string_view path) {
   std::error_code failed;
   const std::string here = std::filesystem::current_path(failed).string() + "/";
   return std::string(path.starts_with(here) ? path.substr(here.size()) : path);
+}
+
+bool encode_expression(std::string& text, const TextSet& set) {
+  if (is_ascii(text) || !is_utf8(text)) return true;
+  const Unconverted lost = encode(text, set, Carried::kNone);
+  if (lost) complain("the expression holds " + words_of(lost, set.page));
+  return !lost;
 }
 
 }  // namespace tarnel

@@ -6,6 +6,8 @@
 
 namespace tarnel {
 
+struct TextSet;
+
 constexpr std::string_view kBlanks = " \t", kBlanksAndCommas = " \t,";
 
 // Takes the first word, and what parts it from the next, off a line.
@@ -23,5 +25,9 @@ bool take_if(std::string_view& line, std::string_view word);
 std::string system_words(int number);
 // The path, without the current directory.
 std::string shown_path(std::string_view path);
+
+// An expression in which texts are compared with those of a table. What is no UTF-8 has the table's bytes already.
+// False after a complaint.
+[[nodiscard]] bool encode_expression(std::string& text, const TextSet& set);
 
 }  // namespace tarnel

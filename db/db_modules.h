@@ -9,6 +9,7 @@
 #include "db/dataserver.h"
 #include "db/front.h"
 #include "db/order_front.h"
+#include "db/row_functions.h"
 #include "db/scan_front.h"
 #include "db/text/ascirdd.h"
 
@@ -22,8 +23,8 @@ inline constexpr FunctionEntry kDbfidxBuiltins[] = {
 inline constexpr ModuleRecord kDbfidxModule{
     .name = "dbfidx", .subject = "Tables", .functions = kDbfidxBuiltins};
 
-inline constexpr std::array<const ModuleRecord*, 8> kDbModules = {
-    &kFrontModule,    &kOrderModule,  &kScanModule,    &kBulkModule,
-    &kRegistryModule, &kDbfidxModule, &kAscirddModule, &kAutolockModule};
+inline constexpr std::array<const ModuleRecord*, 9> kDbModules = {
+    &kFrontModule,  &kOrderModule,   &kScanModule,     &kBulkModule, &kRegistryModule,
+    &kDbfidxModule, &kAscirddModule, &kAutolockModule, &kRowModule};
 
 }  // namespace tarnel

@@ -9,7 +9,8 @@
 #include "core/arrays.h"
 #include "core/errors.h"
 #include "core/stacks.h"
-#include "lib/arguments.h"
+#include "lib/cell_text.h"
+#include "lib/character_reader.h"
 #include "lib/dates.h"
 #include "lib/utf8.h"
 
@@ -21,12 +22,16 @@ constexpr std::int32_t kMostElements = 65535;
 
 // --- Writing
 
-void append_number(std::string& out, double value) {
-  char digits[32];
-  if (std::isfinite(value))
-    out.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
-  else
-    out += "null";
+void append_number(ByteBuffer& out, double value) {
+  constexpr std::size_t kLongest = 32;
+  if (!std::isfinite(value)) return out.put("null");
+  char* digits = out.room(kLongest);
+  out.took(static_cast<std::size_t>(std::to_chars(digits, digits + kLongest, value).ptr - digits));
+}
+
+// A text that is no UTF-8 is read as one of a table that tells no set.
+void put_text(ByteBuffer& out, std::string_view text) {
+  put_json_text(out, is_ascii(text) || is_utf8(text) ? text : assumed_utf8(text));
 }
 
 bool is_pair(const Var* value) {
@@ -40,36 +45,36 @@ bool is_object(const Var* array) {
 }
 
 // False after an error.
-bool append_value(std::string& out, const Var* value, std::size_t depth);
+bool append_value(ByteBuffer& out, const Var* value, std::size_t depth);
 
-bool append_array(std::string& out, const Var* array, std::size_t depth) {
+bool append_array(ByteBuffer& out, const Var* array, std::size_t depth) {
   if (depth == kDeepest) {
     RT_ERROR(320, "TOJSON(): more than 100 levels");
     return false;
   }
   const bool object = is_object(array);
-  out += object ? '{' : '[';
+  out.put(object ? '{' : '[');
   for (std::int32_t i = 1; i <= element_count(array); ++i) {
-    if (i > 1) out += ',';
+    if (i > 1) out.put(',');
     const Var* part = element(array, i);
     if (object) {
-      append_json(out, text_of(element(part, 1)));
-      out += ':';
+      put_text(out, text_of(element(part, 1)));
+      out.put(':');
       part = element(part, 2);
     }
     if (!append_value(out, part, depth + 1)) return false;
   }
-  out += object ? '}' : ']';
+  out.put(object ? '}' : ']');
   return true;
 }
 
-bool append_value(std::string& out, const Var* value, std::size_t depth) {
+bool append_value(ByteBuffer& out, const Var* value, std::size_t depth) {
   switch (value->type) {
     case 'A':
       return append_array(out, value, depth);
     case 'C':
     case 'M':
-      append_json(out, text_of(value));
+      put_text(out, text_of(value));
       return true;
     case 'N':
     case 'F':
@@ -77,18 +82,16 @@ bool append_value(std::string& out, const Var* value, std::size_t depth) {
       append_number(out, number_of(value));
       return true;
     case 'L':
-      out += truth_of(value) ? "true" : "false";
+      out.put(truth_of(value) ? "true" : "false");
       return true;
     case 'D':
-      if (value->i == 0) {
-        out += "null";
-      } else {
-        std::string day(dateToYmd(value->i));
-        append_json(out, day.insert(6, "-").insert(4, "-"));
-      }
+      if (value->i == 0)
+        out.put("null");
+      else
+        put_json(out, {CellKind::kDate, dateToYmd(value->i)});
       return true;
     case 'U':
-      out += "null";
+      out.put("null");
       return true;
     default:
       RT_ERROR(203, format_text("TOJSON(): a value of type '%c' has no JSON", value->type));
@@ -196,37 +199,14 @@ class ValueMaker : public nlohmann::json_sax<nlohmann::json> {
 
 }  // namespace
 
-void append_json(std::string& out, std::string_view text) {
-  constexpr std::string_view kEscaped = "\"\\\b\f\n\r\t", kLetters = "\"\\bfnrt";
-  out += '"';
-  while (!text.empty()) {
-    const auto* plain_end = std::ranges::find_if(
-        text, [](unsigned char c) { return c < ' ' || c == '"' || c == '\\' || c >= 0x7f; });
-    const auto plain = static_cast<std::size_t>(plain_end - text.begin());
-    out.append(text.substr(0, plain));
-    text.remove_prefix(plain);
-    if (text.empty()) break;
-    char32_t character = 0;
-    const std::size_t length = utf8_length(text, character);
-    if (const std::size_t named = kEscaped.find(text[0]); named != kEscaped.npos)
-      out.append({'\\', kLetters[named]});
-    else if (length > 1)
-      out.append(text.substr(0, length));
-    else
-      out += format_text("\\u%04x", static_cast<unsigned char>(text[0]));
-    text.remove_prefix(std::max<std::size_t>(length, 1));
-  }
-  out += '"';
-}
-
 Var* tojson(std::int32_t argc, Var** argv) {
-  std::string json;
+  ByteBuffer json;
   if (argc < 1) return empty_text();
-  return append_value(json, argv[0], 0) ? TMP_TEXT(json) : error_value();
+  return append_value(json, argv[0], 0) ? TMP_TEXT(json.text()) : error_value();
 }
 
 Var* fromjson(std::int32_t argc, Var** argv) {
-  if (!arg_is(argc, argv, 0, kText)) return RT_ERROR(312, "FROMJSON(): takes a text");
+  if (!arg_is(argc, argv, 0, "CM")) return RT_ERROR(312, "FROMJSON(): takes a text");
   const std::int32_t mark = temp_top();
   const std::string text(text_of(argv[0]));
   ValueMaker maker;

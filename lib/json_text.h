@@ -9,20 +9,14 @@
 //     null          NIL
 //
 // The other way an array whose elements are all pairs that begin with a text is an object, a date the text
-// "2024-01-31", and a byte that is no UTF-8 the character of that number. An empty
-// array is [], whatever it came from. At most 100 levels.
+// "2024-01-31". A text that is no UTF-8 is read as that of a table that tells no set, with the customary PC page where
+// it is none; of other sets toutf8() makes UTF-8. An empty array is [], whatever it came from. At most 100 levels.
 #pragma once
-
-#include <string>
-#include <string_view>
 
 #include "core/modules.h"
 #include "core/var.h"
 
 namespace tarnel {
-
-// Appends a text between quotes, with its escapes.
-void append_json(std::string& out, std::string_view text);
 
 #define JSON_BUILTINS(X)                                                                      \
   X("fromjson", fromjson,                                                                     \

@@ -7,6 +7,7 @@
 #include "lib/array_functions.h"
 #include "lib/binary.h"
 #include "lib/calendar.h"
+#include "lib/csv_functions.h"
 #include "lib/date_functions.h"
 #include "lib/digests.h"
 #include "lib/environment.h"
@@ -34,12 +35,12 @@
 namespace tarnel {
 
 inline constexpr auto kLibModules = std::to_array<const ModuleRecord*>({
-    &kArrayFunctionsModule, &kBinaryModule,     &kCalendarModule, &kDatesModule,
-    &kEnvironmentModule,    &kExecModule,       &kFilesModule,    &kMemoTextModule,
-    &kNationalModule,       &kNumberTextModule, &kNumbersModule,  &kOptionsModule,
-    &kPictureModule,        &kSearchModule,     &kSetModule,      &kStringsModule,
-    &kTimeModule,           &kValueTextModule,  &kValuesModule,   &kVariableFileModule,
-    &kWebTextsModule,       &kWordsModule,
+    &kArrayFunctionsModule, &kBinaryModule,      &kCalendarModule,   &kCsvModule,
+    &kDatesModule,          &kEnvironmentModule, &kExecModule,       &kFilesModule,
+    &kMemoTextModule,       &kNationalModule,    &kNumberTextModule, &kNumbersModule,
+    &kOptionsModule,        &kPictureModule,     &kSearchModule,     &kSetModule,
+    &kStringsModule,        &kTimeModule,        &kValueTextModule,  &kValuesModule,
+    &kVariableFileModule,   &kWebTextsModule,    &kWordsModule,
 });
 
 // Modules whose work other libraries do. A program that wants them links those: the console does, the pages, which

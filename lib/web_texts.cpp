@@ -1,136 +1,32 @@
 #include "lib/web_texts.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <cstring>
 #include <string>
 
 #include "core/arrays.h"
 #include "core/errors.h"
 #include "core/stacks.h"
 #include "lib/arguments.h"
+#include "lib/escapes.h"
 #include "lib/url.h"
 
 namespace tarnel {
 namespace {
 
-// What a byte becomes.
-struct Piece {
-  char bytes[7];  // and zeros
-  unsigned char length;
-};
-using Pieces = std::array<Piece, 256>;
-
-struct Escape {
-  char character;
-  std::string_view html;
-};
-constexpr Escape kEscapes[] = {
-    {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}, {'\'', "&#39;"}};
-
-// All but the characters that stand for themselves in every part of an address.
-constexpr bool acts_in_url(char c) {
-  const auto letter = static_cast<unsigned char>((c | 0x20) - 'a');
-  const auto digit = static_cast<unsigned char>(c - '0');
-  return !((letter < 26) | (digit < 10) | (c == '-') | (c == '.') | (c == '_') | (c == '~'));
-}
-
-constexpr Piece piece_of(std::string_view text) {
-  Piece piece{{}, static_cast<unsigned char>(text.size())};
-  std::copy(text.begin(), text.end(), piece.bytes);
-  return piece;
-}
-constexpr Pieces kPlainPieces = [] {
-  Pieces pieces{};
-  for (std::size_t byte = 0; byte < pieces.size(); ++byte) {
-    const char c = static_cast<char>(byte);
-    pieces[byte] = piece_of({&c, 1});
-  }
-  return pieces;
-}();
-constexpr Pieces kHtmlPieces = [] {
-  Pieces pieces = kPlainPieces;
-  for (const Escape& escape : kEscapes)
-    pieces[static_cast<unsigned char>(escape.character)] = piece_of(escape.html);
-  return pieces;
-}();
-constexpr Pieces kUrlPieces = [] {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  Pieces pieces = kPlainPieces;
-  for (std::size_t byte = 0; byte < pieces.size(); ++byte) {
-    const char escape[] = {'%', kDigits[byte >> 4U], kDigits[byte & 15U]};
-    if (acts_in_url(static_cast<char>(byte))) pieces[byte] = piece_of({escape, sizeof escape});
-  }
-  return pieces;
-}();
-
-// Long texts are looked at in blocks: which bytes of one are special? The answer for each is all bits or none.
-using Block [[gnu::vector_size(16)]] = unsigned char;
-using Hits [[gnu::vector_size(16)]] = signed char;
-Block all(int byte) {
-  return Block{} + static_cast<unsigned char>(byte);
-}
-Hits hits_in_html(const Block& b) {
-  return (b == all('&')) | (b == all('<')) | (b == all('>')) | (b == all('"')) | (b == all('\''));
-}
-Hits hits_in_url(const Block& b) {
-  return ~(((b | all(0x20)) - all('a') < all(26)) | (b - all('0') < all(10)) | (b == all('-')) |
-           (b == all('.')) | (b == all('_')) | (b == all('~')));
-}
-
-// Calls for each block without a special byte, and for each other one and the rest that makes no block.
-template <typename Mixed, typename Plain>
-void walk_blocks(std::string_view text, Hits (*hits)(const Block&), Mixed mixed, Plain plain) {
-  for (; text.size() >= sizeof(Block); text.remove_prefix(sizeof(Block))) {
-    Block block;
-    std::memcpy(&block, text.data(), sizeof block);
-    const Hits found = hits(block);
-    std::uint64_t halves[2];
-    std::memcpy(halves, &found, sizeof halves);
-    const auto part = text.substr(0, sizeof(Block));
-    (halves[0] | halves[1]) != 0 ? mixed(part) : plain(part);
-  }
-  mixed(text);
-}
-
-// Writes a text with its special bytes replaced.
-template <Hits (*hits)(const Block&)>
-Var* replaced(std::string_view text, const Pieces& pieces) {
-  const auto piece = [&pieces](char c) -> const Piece& {
-    return pieces[static_cast<unsigned char>(c)];
-  };
-  std::int64_t length = 0;
-  const auto measure = [&](std::string_view part) {
-    for (const char c : part) length += piece(c).length;
-  };
-  walk_blocks(text, hits, measure, [&](std::string_view) { length += sizeof(Block); });
-  if (length == static_cast<std::int64_t>(text.size())) return TMP_TEXT(text);  // as most are
-  Var* result = TMP_BUFFER(length);
+// A text with its special bytes replaced, of which most have none.
+Var* escaped(std::string_view text, std::int64_t growth,
+             void (*fill)(char* out, std::string_view text)) {
+  if (growth == 0) return TMP_TEXT(text);
+  Var* result = TMP_BUFFER(static_cast<std::int64_t>(text.size()) + growth);
   if (is_error(result)) return empty_text();
-  char* out = result->text;
-  const char* const end = out + length;
-  const auto write = [&](std::string_view part) {
-    for (const char c : part) {
-      const Piece& p = piece(c);
-      if (end - out >= static_cast<std::ptrdiff_t>(sizeof p.bytes))
-        std::memcpy(out, p.bytes,
-                    sizeof p.bytes);  // more than the piece: one store is faster than a few bytes
-      else
-        std::memcpy(out, p.bytes, p.length);
-      out += p.length;
-    }
-  };
-  walk_blocks(text, hits, write, [&](std::string_view part) {
-    std::memcpy(out, part.data(), sizeof(Block));
-    out += sizeof(Block);
-  });
+  fill(result->text, text);
   return result;
 }
 
 // The character that a reference at the front of a text stands for, with its length; 0 when it is none of ours.
 std::size_t reference(std::string_view text, char& character) {
-  for (const Escape& escape : kEscapes)
+  for (const HtmlEscape& escape : kHtmlEscapes)
     if (text.starts_with(escape.html)) {
       character = escape.character;
       return escape.html.size();
@@ -170,7 +66,8 @@ bool is_header_path(std::string_view path) {
 }  // namespace
 
 Var* htmlesc(std::int32_t argc, Var** argv) {
-  return replaced<hits_in_html>(text_argument(argc, argv, 0), kHtmlPieces);
+  const auto text = text_argument(argc, argv, 0);
+  return escaped(text, growth_in_html(text), fill_html);
 }
 
 Var* htmlunesc(std::int32_t argc, Var** argv) {
@@ -191,7 +88,8 @@ Var* htmlunesc(std::int32_t argc, Var** argv) {
 }
 
 Var* urlenc(std::int32_t argc, Var** argv) {
-  return replaced<hits_in_url>(text_argument(argc, argv, 0), kUrlPieces);
+  const auto text = text_argument(argc, argv, 0);
+  return escaped(text, growth_in_url(text), fill_url);
 }
 
 Var* urldec(std::int32_t argc, Var** argv) {

@@ -1,5 +1,6 @@
 #include <string>
 
+#include "lib/escapes.h"
 #include "lib/strings.h"
 #include "lib/values.h"
 #include "tests/lib/call.h"
@@ -19,6 +20,33 @@ TEST_F(Strings, TrimmingTakesBlanksOnlyAndNumbersByTheirText) {
          {"alltrim", {"   "}, "C "},
          {"alltrim", {Date{5}}, "C "},
          {"rtrim", {kNul + " "}, "C " + kNul}});
+}
+
+// Many bytes are looked at together where a text is long enough, and one by one at its end.
+TEST_F(Strings, EscapesOfATextAreThoseOfItsBytes) {
+  std::uint32_t chance = 1;
+  const auto next = [&](std::uint32_t below) {
+    chance = chance * 1103515245 + 12345;
+    return (chance >> 16U) % below;
+  };
+  for (const char* function : {"htmlesc", "urlenc", "json"}) {
+    const auto escaped = [&](const std::string& text) {
+      ByteBuffer out;
+      escape_json(out, text);
+      return std::string(
+          function == std::string_view("json") ? out.text() : text_of(call_cell(function, {text})));
+    };
+    for (std::uint32_t round = 0; round < 300; ++round) {
+      const TempsMark mark;
+      std::string text, expected;
+      for (std::uint32_t left = next(400); left > 0; --left) {
+        const bool special = next(round % 20 + 1) == 0;
+        text += special ? "&<>\"'\\\n\x01\x7f %"[next(11)] : static_cast<char>('a' + next(26));
+        expected += escaped(text.substr(text.size() - 1));
+      }
+      ASSERT_EQ(escaped(text), expected) << function;
+    }
+  }
 }
 
 TEST_F(Strings, PaddingCutsToTheFirstBytesAndTakesAnyValue) {

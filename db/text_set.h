@@ -75,9 +75,6 @@ constexpr char32_t kCarriedByte = 0xdc00;
 // becomes a byte again, or counts as lost, where the text may hold such.
 enum class Carried : std::uint8_t { kNone, kTaken, kLost };
 [[nodiscard]] Unconverted encode(std::string& text, const TextSet& set, Carried carried);
-// An expression in which texts are compared with those of a table. What is no UTF-8 has the table's bytes already.
-// False after a complaint.
-[[nodiscard]] bool encode_expression(std::string& text, const TextSet& set);
 // "€ (U+20AC), which cp437 hasn't"
 std::string words_of(const Unconverted& lost, CodePage page);
 

@@ -1,16 +1,15 @@
-#include "console/text_set.h"
+#include "db/text_set.h"
 
 #include <algorithm>
 #include <map>
 
-#include "console/complaints.h"
 #include "core/classes.h"
 #include "core/text.h"
 #include "db/area.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/format/character_marks.h"
+#include "lib/character_reader.h"
 #include "lib/utf8.h"
-#include "term/glyphs.h"
 
 namespace tarnel {
 namespace {
@@ -86,11 +85,7 @@ Unconverted decode(std::string& out, std::string_view bytes, const TextSet& set)
   if (!lost || !set.assumed) return lost;
   lost.count = 1;  // the text as a whole is another one
   out.resize(before);
-  for (CharacterReader reader(bytes); !reader.at_end();) {
-    const char c = reader.rest().front();
-    const char32_t shown = reader.next();
-    append_utf8(out, c >= 0 && c < ' ' ? static_cast<char32_t>(c) : shown);
-  }
+  out += assumed_utf8(bytes);
   return lost;
 }
 
@@ -169,13 +164,6 @@ Unconverted encode(std::string& text, const TextSet& set, Carried carried) {
   }
   text = std::move(bytes);
   return lost;
-}
-
-bool encode_expression(std::string& text, const TextSet& set) {
-  if (is_ascii(text) || !is_utf8(text)) return true;
-  const Unconverted lost = encode(text, set, Carried::kNone);
-  if (lost) complain("the expression holds " + words_of(lost, set.page));
-  return !lost;
 }
 
 std::string words_of(const Unconverted& lost, CodePage page) {

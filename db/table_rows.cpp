@@ -1,4 +1,4 @@
-#include "console/table_rows.h"
+#include "db/table_rows.h"
 
 #include <algorithm>
 #include <charconv>
@@ -15,9 +15,7 @@
 #include "db/dbfidx/scan/conditions.h"
 #include "db/dbfidx/scan/walk.h"
 #include "db/info_codes.h"
-#include "lib/dates.h"
 #include "lib/utf8.h"
-#include "lib/value_text.h"
 
 namespace tarnel {
 namespace {
@@ -146,7 +144,7 @@ class DbfCells {
   char digits_[12];
 };
 
-bool write_pieces(DbfIdx& dbf, DbfCells& cells, RowWriter& writer, const char* work) {
+bool give_pieces(DbfIdx& dbf, DbfCells& cells, const RowTaker& take, const char* work) {
   if (!leave_record(dbf)) return false;
   RecordPieces pieces(dbf, work);
   const std::size_t size = dbf.recordSize;
@@ -154,24 +152,24 @@ bool write_pieces(DbfIdx& dbf, DbfCells& cells, RowWriter& writer, const char* w
   while (pieces.next())
     for (std::int32_t i = 0; i < pieces.count(); ++i) {
       const std::uint8_t* record = pieces.data() + static_cast<std::size_t>(i) * size;
-      if (!writer.add(cells.of(record, pieces.first() + i)) || !same.holds()) return false;
+      if (!take(cells.of(record, pieces.first() + i)) || !same.holds()) return false;
     }
   return !pieces.failed() && same.holds();
 }
 
-bool write_walk(DbfIdx& dbf, const Scope& scope, const RowRequest& request, DbfCells& cells,
-                RowWriter& writer, const char* work) {
+bool give_walk(DbfIdx& dbf, const Scope& scope, const RowRequest& request, DbfCells& cells,
+               const RowTaker& take, const char* work) {
   if (!request.from_top && dbf.eofFlag == 0 && !visible(dbf)) skip_records(dbf, 1);
   std::int64_t left = request.most;
   ScopeWalk walk(dbf, scope, work);
   for (bool on = left != 0 && walk.begin(); on; on = --left != 0 && walk.next()) {
     if (!refreshRecord(dbf, true) || !walk.same()) return false;
-    if (!writer.add(cells.of(dbf.buffer.data(), dbf.recNo)) || !walk.same()) return false;
+    if (!take(cells.of(dbf.buffer.data(), dbf.recNo)) || !walk.same()) return false;
   }
   return !walk.failed();
 }
 
-bool write_dbf(DbfIdx& dbf, const RowRequest& request, RowWriter& writer, const char* work) {
+bool give_dbf(DbfIdx& dbf, const RowRequest& request, const RowTaker& take, const char* work) {
   const ScanCondition& stored = dbf.scan;
   Scope scope = {request.for_block, request.while_block};
   if (!request.own_scope)
@@ -181,8 +179,8 @@ bool write_dbf(DbfIdx& dbf, const RowRequest& request, RowWriter& writer, const 
   if (scope.count < 0) scope.count = request.from_top ? kScopeAll : kScopeRest;
   DbfCells cells(dbf, request);
   if (request.most < 0 && RecordPieces::suit(dbf, scope))
-    return write_pieces(dbf, cells, writer, work);
-  return write_walk(dbf, scope, request, cells, writer, work);
+    return give_pieces(dbf, cells, take, work);
+  return give_walk(dbf, scope, request, cells, take, work);
 }
 
 // --- Other drivers.
@@ -209,7 +207,7 @@ class ValueCells {
       RowCell& cell = cells_[at + i];
       cell = cell_of_value(send(server_, "fieldget", TMP_INT(request_.fields[i])), texts_[i]);
       if (cell.kind == CellKind::kText)
-        cell.text = conversion_.of(cell.text, rooms_[i], record, std::to_string(i + 1));
+        cell.text = conversion_.of(trim_right(cell.text), rooms_[i], record, std::to_string(i + 1));
     }
     return cells_;
   }
@@ -234,14 +232,14 @@ bool gives_true(Var* server, Var* block) {
   return is_number_or_logical(result) && truth_of(result);
 }
 
-bool write_values(Var* server, const RowRequest& request, RowWriter& writer) {
+bool give_values(Var* server, const RowRequest& request, const RowTaker& take) {
   ValueCells cells(server, request);
   if (request.from_top) send(server, "gotop");
   for (std::int64_t left = request.most; left != 0 && is_there(server);) {
     const TempsMark mark;
     if (!gives_true(server, request.while_block)) break;
     if (gives_true(server, request.for_block)) {
-      if (!writer.add(cells.read())) return false;
+      if (!take(cells.read())) return false;
       --left;
     }
     if (is_there(server)) send(server, "skip");
@@ -261,25 +259,6 @@ RowColumn column_of(Var* server, std::int32_t n) {
 }
 
 }  // namespace
-
-RowCell cell_of_value(const Var* value, std::string& text) {
-  std::string mask;
-  switch (value->type) {
-    case 'D':
-      text = dateToYmd(value->i);
-      return value->i == 0 ? RowCell{} : RowCell{CellKind::kDate, text};
-    case 'L':
-      return {CellKind::kLogical, truth_of(value) ? "T" : "F"};
-    default:
-      if (is_text(value)) {
-        text = trim_right(text_of(value));
-        return {CellKind::kText, text};
-      }
-      varDefaultText(value, mask, text);
-      text = trim_blanks(text);
-      return {is_number(value) ? CellKind::kNumber : CellKind::kText, text};
-  }
-}
 
 RecordCells cells_of_records(DbfIdx& dbf, const RowRequest& request) {
   return [cells = std::make_shared<DbfCells>(dbf, request)](
@@ -301,15 +280,15 @@ std::vector<RowColumn> columns_of(Var* server, const RowRequest& request) {
   return columns;
 }
 
-bool write_records(Var* server, const RowRequest& request, RowWriter& writer, const char* work) {
+bool give_records(Var* server, const RowRequest& request, const RowTaker& take, const char* work) {
   const TempsMark mark;
   const CellHold kept(server);
   Var* stood = TMP_INT(integer_of(get_ivar(server, "recno")));
-  const bool written = class_of(server) == &dbfidx_class()
-                           ? write_dbf(dbf_of(server), request, writer, work)
-                           : write_values(server, request, writer);
+  const bool whole = class_of(server) == &dbfidx_class()
+                         ? give_dbf(dbf_of(server), request, take, work)
+                         : give_values(server, request, take);
   if (truth_of(get_ivar(server, "used"))) send(server, "goto", stood);
-  return written;
+  return whole;
 }
 
 }  // namespace tarnel

@@ -4,12 +4,13 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
-#include "console/row_writer.h"
-#include "console/text_set.h"
 #include "core/var.h"
+#include "db/text_set.h"
+#include "lib/written_rows.h"
 
 namespace tarnel {
 
@@ -31,13 +32,12 @@ struct RowRequest {
 using RecordCells =
     std::function<const std::vector<RowCell>&(const std::uint8_t* record, std::int32_t number)>;
 RecordCells cells_of_records(DbfIdx& dbf, const RowRequest& request);
-// The cell of a value, whose text it puts into `text`; a text as it stands, in the set of its table.
-RowCell cell_of_value(const Var* value, std::string& text);
 
 std::vector<RowColumn> columns_of(Var* server, const RowRequest& request);
-// Gives each record that the request, filter and delete marks let show to the writer, which isn't finished. The cursor
-// ends where it stood. False when the records could not be read to their end or the writer failed. `work` names it
-// where progress is shown.
-bool write_records(Var* server, const RowRequest& request, RowWriter& writer, const char* work);
+// Takes the cells of a record, which last until the next; false when no more are wanted.
+using RowTaker = std::function<bool(std::span<const RowCell> cells)>;
+// Gives each record that the request, filter and delete marks let show. The cursor ends where it stood. False when the
+// records could not be read to their end or the taker wanted no more. `work` names it where progress is shown.
+bool give_records(Var* server, const RowRequest& request, const RowTaker& take, const char* work);
 
 }  // namespace tarnel
