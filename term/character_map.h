@@ -35,9 +35,11 @@ void load_usual_maps();
 // Reads the maps in force again, for another terminal.
 void reload_maps();
 
-#define MAP_BUILTINS(X)                                                                 \
-  X("scrinmap", scrinmap, "scrinmap([cFile], [cTerminal]) -> lActive: the map of keys") \
-  X("scroutmap", scroutmap, "scroutmap([cFile], [cTerminal]) -> lActive: the map of the screen")
+#define MAP_BUILTINS(X)                                                                          \
+  X("scrinmap", scrinmap, "scrinmap([cFile], [cTerminal]) -> lActive: the map of keys",          \
+    "scrinmap() ==> .F.")                                                                        \
+  X("scroutmap", scroutmap, "scroutmap([cFile], [cTerminal]) -> lActive: the map of the screen", \
+    "scroutmap() ==> .F.")
 
 MAP_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kMapBuiltins[] = {MAP_BUILTINS(BUILTIN_ROW)};

@@ -29,8 +29,10 @@ void set_colours(std::string_view text);
   X("_unselecte", slot_unselected, "_unselecte(): selects the colour of unselected fields")     \
   X("colorselec", colorselec, "colorselec(nSlot): selects a colour for output, 0 the standard") \
   X("setcol2get", setcol2get,                                                                   \
-    "setcol2get([cColour]) -> cColour: the colour of entry fields in a text")                   \
-  X("setcolor", setcolor, "setcolor([cColour]) -> cOld: reads or changes the colours")
+    "setcol2get([cColour]) -> cColour: the colour of entry fields in a text",                   \
+    "setcol2get('w/n,r/b') ==> R/B")                                                            \
+  X("setcolor", setcolor, "setcolor([cColour]) -> cOld: reads or changes the colours",          \
+    "{setcolor('w+/b'), left(setcolor(), 4)}[2] ==> W+/B")
 
 COLOUR_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kColourBuiltins[] = {COLOUR_BUILTINS(BUILTIN_ROW)};

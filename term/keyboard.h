@@ -26,16 +26,24 @@ bool run_key_block(int key);
 // Drops what no longer fits into a buffer of a number of keys.
 void shrink_key_buffer(std::int32_t size);
 
-#define KEYBOARD_BUILTINS(X)                                                                    \
-  X("__getfunct", getfunct, "__getfunct(nKey) -> cText: what SET FUNCTION gave a function key") \
-  X("__keyboard", keyboard, "__keyboard([cText], [lClear]): puts keys into the buffer")         \
-  X("__setfunct", setfunct, "__setfunct(nKey, cText): SET FUNCTION, a text for a function key") \
-  X("inkey", inkey, "inkey([nSeconds]) -> nKey: takes a key, waits for one; 0 when none came")  \
-  X("keybytes", keybytes, "keybytes() -> cBytes: what the terminal sent for the key read last") \
-  X("keyname", keyname, "keyname(nKey) -> cName: what people call a key")                       \
-  X("lastkey", lastkey, "lastkey() -> nKey: the key taken last")                                \
-  X("nextkey", nextkey, "nextkey() -> nKey: the key that waits, 0 without one")                 \
-  X("setkey", setkey, "setkey(nKey, [bBlock]) -> bOld: binds a block to a key, NIL unbinds it")
+#define KEYBOARD_BUILTINS(X)                                                                     \
+  X("__getfunct", getfunct, "__getfunct(nKey) -> cText: what SET FUNCTION gave a function key",  \
+    "{__setfunct(2, 'help'), __getfunct(2)}[2] ==> help")                                        \
+  X("__keyboard", keyboard, "__keyboard([cText], [lClear]): puts keys into the buffer",          \
+    "{__keyboard('a'), inkey()}[2] ==> 97")                                                      \
+  X("__setfunct", setfunct, "__setfunct(nKey, cText): SET FUNCTION, a text for a function key",  \
+    "{__setfunct(2, 'help'), __getfunct(2)}[2] ==> help")                                        \
+  X("inkey", inkey, "inkey([nSeconds]) -> nKey: takes a key, waits for one; 0 when none came",   \
+    "{__keyboard('a'), inkey()}[2] ==> 97")                                                      \
+  X("keybytes", keybytes, "keybytes() -> cBytes: what the terminal sent for the key read last",  \
+    "len(keybytes()) ==> 0")                                                                     \
+  X("keyname", keyname, "keyname(nKey) -> cName: what people call a key", "keyname(27) ==> Esc") \
+  X("lastkey", lastkey, "lastkey() -> nKey: the key taken last",                                 \
+    "{__keyboard('a'), inkey(), lastkey()}[3] ==> 97")                                           \
+  X("nextkey", nextkey, "nextkey() -> nKey: the key that waits, 0 without one",                  \
+    "{__keyboard('a'), nextkey()}[2] ==> 97")                                                    \
+  X("setkey", setkey, "setkey(nKey, [bBlock]) -> bOld: binds a block to a key, NIL unbinds it",  \
+    "{setkey(-1, {|| 1}), valtype(setkey(-1))}[2] ==> B")
 
 KEYBOARD_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kKeyboardBuiltins[] = {KEYBOARD_BUILTINS(BUILTIN_ROW)};

@@ -10,7 +10,8 @@ void let_accept_read_input(bool may);
 
 #define PROMPT_BUILTINS(X)                                                                    \
   X("__accept", builtin_accept, "__accept([cPrompt]) -> cLine: ACCEPT, a line that is typed") \
-  X("__acceptst", acceptst, "__acceptst() -> cLine: the line that ACCEPT read last")          \
+  X("__acceptst", acceptst, "__acceptst() -> cLine: the line that ACCEPT read last",          \
+    "empty(__acceptst()) ==> .T.")                                                            \
   X("__wait", builtin_wait, "__wait([cPrompt]) -> cKey: WAIT, the character of one key")
 
 PROMPT_BUILTINS(DECLARE_BUILTIN)

@@ -10,8 +10,9 @@ namespace tarnel {
 // at the first question, which a request hardly asks: the look-up costs a tenth of all else it does.
 bool terminal_known();
 
-#define TERMINAL_BUILTINS(X) \
-  X("termtype", termtype, "termtype() -> cType: the terminal's type, empty when it is not known")
+#define TERMINAL_BUILTINS(X)                                                                      \
+  X("termtype", termtype, "termtype() -> cType: the terminal's type, empty when it is not known", \
+    "termtype() ==> dumb")
 
 TERMINAL_BUILTINS(DECLARE_BUILTIN)
 inline constexpr FunctionEntry kTerminalBuiltins[] = {TERMINAL_BUILTINS(BUILTIN_ROW)};
