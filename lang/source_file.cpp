@@ -10,6 +10,7 @@ namespace tarnel {
 namespace {
 
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+constexpr char kEndMark = '\x1A';  // where some systems end a text
 
 constexpr std::string_view kTooLarge = "has more than 16 MiB";
 constexpr std::string_view kTooMuch = "makes the program larger than 64 MiB";
@@ -65,6 +66,7 @@ std::int32_t SourceFiles::read(const std::string& name, std::string& fault) {
 
 std::int32_t SourceFiles::add(std::string name, std::string text) {
   if (text.starts_with(kUtf8Mark)) text.erase(0, kUtf8Mark.size());
+  if (text.ends_with(kEndMark)) text.pop_back();
   total_ += std::max(text.size(), std::size_t{1});
   files_.push_back({{std::move(name), std::move(text)}, {}});
   return static_cast<std::int32_t>(files_.size()) - 1;

@@ -14,7 +14,7 @@ constexpr std::size_t kLargestProgram = std::size_t{64} << 20;  // bytes of all 
 
 struct SourceFile {
   std::string name;  // as given, or as an include was found
-  std::string text;  // without the mark of UTF-8 at its beginning
+  std::string text;  // without the mark of UTF-8 at its beginning and a control-Z at its end
 };
 
 class SourceFiles {

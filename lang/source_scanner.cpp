@@ -11,9 +11,12 @@ enum Class : std::uint8_t { kOther, kBlank, kLetter, kDigit, kQuote, kSpecial };
 
 constexpr auto kClasses = [] {
   std::array<Class, 256> classes{};
-  for (const unsigned char c : std::string_view(" \t\r\f\v")) classes[c] = kBlank;
-  for (const unsigned char c : std::string_view("'\"`[")) classes[c] = kQuote;
-  for (const unsigned char c : std::string_view("/&;.")) classes[c] = kSpecial;
+  const auto set = [&](std::string_view bytes, Class to) {
+    for (const char c : bytes) classes[static_cast<unsigned char>(c)] = to;
+  };
+  set(" \t\r\f\v", kBlank);
+  set("'\"`[", kQuote);
+  set("/&;.", kSpecial);
   for (unsigned c = '0'; c <= '9'; ++c) classes[c] = kDigit;
   for (unsigned c = 'a'; c <= 'z'; ++c) classes[c] = classes[c - 'a' + 'A'] = kLetter;
   classes['_'] = kLetter;
@@ -61,8 +64,7 @@ constexpr bool is_word_of(std::span<const std::string_view> words, std::string_v
 
 SourceScanner::SourceScanner(const SourceFiles& files, std::int32_t file, Diagnostics& diagnostics)
     : diagnostics_(diagnostics), file_(file) {
-  std::string_view text = files[file].text;
-  if (text.ends_with('\x1A')) text.remove_suffix(1);  // where some systems end a text
+  const std::string_view text = files[file].text;
   at_ = line_begin_ = line_end_ = text.data();
   end_ = text.data() + text.size();
   const bool first = next_line();

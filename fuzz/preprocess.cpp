@@ -1,0 +1,37 @@
+// Any bytes as a program file: reading ends, each statement has text, and each of its bytes stands in a line that
+// the file has.
+#include <cstdlib>
+#include <string>
+
+#include "lang/statements.h"
+
+namespace {
+
+using namespace tarnel;
+
+void expect(bool holds) {
+  if (!holds) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+  SourceFiles files;
+  Diagnostics diagnostics(files);
+  StatementReader reader(files, diagnostics);
+  reader.open(files.add("x.prg", std::string(reinterpret_cast<const char*>(data), size)));
+  PlacedText statement;
+  for (bool raw = false; reader.next(statement); raw = !raw) {
+    expect(!statement.empty() && statement.start().line > 0);
+    for (std::size_t i = 0; i < statement.text().size(); ++i) {
+      const Place place = statement.place_at(i);
+      const std::size_t length = files.line(place.file, place.line).size();
+      expect(place.column > 0 && static_cast<std::size_t>(place.column) <= length);
+    }
+    std::string_view line;
+    Place place;
+    if (raw && reader.raw_line(line, place)) expect(files.line(place.file, place.line) == line);
+  }
+  expect(diagnostics.errors() <= kMostErrors + 1);
+  return 0;
+}
