@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "core/arrays.h"
 #include "core/errors.h"
 #include "core/stacks.h"
 #include "db/area.h"
@@ -37,14 +38,25 @@ Var* extent_of(Var* server, std::int32_t argc, Var** argv, std::int32_t first) {
   return is_number(rest) ? empty_text() : rest;  // a number would be taken for NEXT
 }
 
-Var* scan(std::string_view member, std::int32_t argc, Var** argv, std::int32_t before_extent) {
-  Var* server = front_server(NoArea::kSilent);
+Var* scan(std::string_view member, std::int32_t argc, Var** argv, std::int32_t before_extent,
+          NoArea no_area = NoArea::kSilent) {
+  Var* server = front_server(no_area);
   if (server == nullptr) return false_value();
   const CellHold held(server);
   std::vector<Var*> passed(argv, argv + std::min(argc, before_extent));
   passed.resize(static_cast<std::size_t>(before_extent), nil_value());
   passed.push_back(extent_of(server, argc, argv, before_extent));
   return front_call(server, member, kMethod, before_extent + 1, passed.data());
+}
+
+// Puts what a scan found for each expression into the variables behind its scope.
+Var* into_variables(std::string_view member, std::int32_t argc, Var** argv) {
+  constexpr std::int32_t kFirst = 6;
+  const Var* values = scan(member, std::min(argc, kFirst), argv, 3, NoArea::kError322);
+  if (values->type != 'A') return false_value();
+  for (std::int32_t i = kFirst; i < argc && i - kFirst < element_count(values); ++i)
+    if (argv[i]->sclass != 'C') CPY_VAR(argv[i], element(values, i - kFirst + 1));
+  return true_value();
 }
 
 }  // namespace
@@ -57,6 +69,24 @@ Var* dblocate_statement(std::int32_t argc, Var** argv) {
 }
 Var* dbcontinue_statement(std::int32_t argc, Var** argv) {
   return front_dbcontinue(argc, argv);
+}
+Var* dbreplace_statement(std::int32_t argc, Var** argv) {
+  return scan("replace", argc, argv, 4, NoArea::kError322);
+}
+Var* dbdelete_statement(std::int32_t argc, Var** argv) {
+  return scan("delete", argc, argv, 2, NoArea::kError322);
+}
+Var* dbrecall_statement(std::int32_t argc, Var** argv) {
+  return scan("recall", argc, argv, 2, NoArea::kError322);
+}
+Var* dbcount_statement(std::int32_t argc, Var** argv) {
+  return scan("count", argc, argv, 2, NoArea::kError322);
+}
+Var* dbsum_statement(std::int32_t argc, Var** argv) {
+  return into_variables("sum", argc, argv);
+}
+Var* dbaverage_statement(std::int32_t argc, Var** argv) {
+  return into_variables("average", argc, argv);
 }
 
 Var* dbserver(std::int32_t argc, Var** argv) {

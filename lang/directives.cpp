@@ -29,8 +29,8 @@ const Directives::Row Directives::Row::kAll[] = {
 };
 
 Directives::Directives(SourceFiles& files, Diagnostics& diagnostics,
-                       std::vector<std::string> folders)
-    : files_(files), diagnostics_(diagnostics), folders_(std::move(folders)) {}
+                       std::vector<std::string> folders, const RuleBook* older)
+    : files_(files), diagnostics_(diagnostics), folders_(std::move(folders)), rules_(older) {}
 
 void Directives::open(std::int32_t file) {
   sources_.push_back({SourceScanner(files_, file, diagnostics_), {}});

@@ -12,7 +12,9 @@ constexpr std::size_t kDeepestInclude = 64;  // files that include each other
 // The files that are being read, the constants and rules known so far.
 class Directives {
  public:
-  Directives(SourceFiles& files, Diagnostics& diagnostics, std::vector<std::string> folders);
+  // The rules of `older` come behind all that the files have.
+  Directives(SourceFiles& files, Diagnostics& diagnostics, std::vector<std::string> folders,
+             const RuleBook* older);
 
   void open(std::int32_t file);
   // The next statement that no condition leaves out; false at the end of all files.

@@ -51,12 +51,18 @@ bool ResultMaker::all(const Result& pieces, std::size_t round) {
   return true;
 }
 
+// A round in which none of its markers matched makes nothing: their clause stood within one that did.
 bool ResultMaker::repeated(const ResultPiece& piece) {
   std::size_t rounds = 0;
   for (const std::size_t marker : piece.markers)
     rounds = std::max(rounds, match_.captures[marker].size());
-  for (std::size_t round = 0; round < rounds; ++round)
-    if (!all(piece.pieces, round)) return false;
+  for (std::size_t round = 0; round < rounds; ++round) {
+    const bool matched = std::ranges::any_of(piece.markers, [&](std::size_t marker) {
+      const auto& captures = match_.captures[marker];
+      return captures.size() == rounds && !captures[round].empty();
+    });
+    if (matched && !all(piece.pieces, round)) return false;
+  }
   return true;
 }
 

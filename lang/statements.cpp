@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "lang/commands.h"
 #include "lang/directives.h"
 #include "lang/rule_result.h"
 
@@ -42,7 +43,8 @@ bool is_expression(const SourceTokens& tokens) {
 
 struct StatementReader::State {
   State(SourceFiles& files, Diagnostics& diagnostics, std::vector<std::string> folders)
-      : directives(files, diagnostics, std::move(folders)), rewriting(diagnostics) {}
+      : directives(files, diagnostics, std::move(folders), &command_rules()),
+        rewriting(diagnostics) {}
 
   bool untouched() const;
   bool rewrite();

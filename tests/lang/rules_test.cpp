@@ -23,7 +23,7 @@ TEST(Constants, StandForTokens) {
       {"one through another", "#define a b\n#define b c(\n#define c(x) x * x\nz := a 2)",
        "z := 2 * 2"},
       {"several statements", "#define both a() ; b()\nboth", "a()\nb()"},
-      {"undone and changed", "#define a 1\n#define a 2\n? a\n#undef a\n? a", "? 2\n? a"},
+      {"undone and changed", "#define a 1\n#define a 2\n!a\n#undef a\n!a", "!2\n!a"},
       {"conditions",
        "#define y\n#ifdef y\n1\n#ifndef y\n2\n#else\n3\n#endif\n#else\n4 'x\n#ifdef "
        "y\n5\n#endif\n#junk\n#endif\n6",
@@ -57,10 +57,11 @@ TEST(Rules, MatchAndMakeStatements) {
       {"a clause that repeats",
        "#command r <f> WITH <v> [, <g> WITH <w>] [FOR <c>] => r({|| <f> := <v> [, <g> := <w>]}[, "
        "<{c}>])\n"
-       "r a with 1\nrepl a with 1\nr a with 1, b with c + 1, d with 2 for e with 3",
-       "r({|| a := 1})\nrepl a with 1\nr a with 1, b with c + 1, d with 2 for e with 3"},
+       "r a with 1\nr a with 1, b with c + 1, d with 2 for e",
+       "r({|| a := 1})\nr({|| a := 1, b := c + 1, d := 2}, {|| e})"},
       {"clauses within clauses, in step with each other",
-       "#command k [<a> [AS <b>] ;]  => k([{<a>, <(b)>}])\nk", "k()"},
+       "#command k <a> [, <b> [AS <c>]] => k(<a>[, {<b>, <(c)>}])\nk 1\nk 1, 2, 3 as x, 4",
+       "k(1)\nk(1, {2,}, {3, \"x\"}, {4,})"},
       {"forms of results",
        "#command f <x,...> => #<x>; <\"x\">; <(x)>; <{x}>; <.x.>; <x>\nf a + 1, &b, (c), {|z| z}, "
        "\"d\"",
@@ -120,7 +121,8 @@ TEST(Rules, TellWhatIsWrong) {
       {"#command a => b\n#command b => c\n#command c => a\na", "4:1",
        "a statement that is rewritten more than 256 times, at last by c (x.prg:3), a (x.prg:1), b "
        "(x.prg:2)"},
-      {"#define a b b\n#define b a a\nx := a", "3:1", "a constant that is rewritten more than 256 times, at last by a, b, a"},
+      {"#define a b b\n#define b a a\nx := a", "3:1",
+       "a constant that is rewritten more than 256 times, at last by a, b, a"},
       {"#translate a => (a a)\nx := a", "2:1",
        "a statement that is rewritten more than 256 times, at last by a (x.prg:1), a (x.prg:1), a "
        "(x.prg:1)"},

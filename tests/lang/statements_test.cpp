@@ -17,7 +17,7 @@ TEST(Statements, AreWhatLinesSay) {
        "x := a * b\ny(1, 2)\nz"},
       {"separated", "a();b() ; ; c() ; * d\n;e()\n", "a()\nb()\nc()\ne()"},
       {"a comment within, more behind it", "a ; /* x\n */ b\nc /* y\n */ d\n", "a b\nc d"},
-      {"texts", "? 'a;b' + \"//c\" + [&&d'] + `e[' \n", "? 'a;b' + \"//c\" + [&&d'] + `e['"},
+      {"texts", "x := 'a;b' + \"//c\" + [&&d'] + `e[' \n", "x := 'a;b' + \"//c\" + [&&d'] + `e['"},
       {"subscripts", "a[1] := b [2] + c()[i] + {[1]}[1] + [x;y]\nreturn [a;b]\n return[1]",
        "a[1] := b [2] + c()[i] + {[1]}[1] + [x;y]\nreturn [a;b]\nreturn[1]"},
       {"empty date", "x := {//} + { // }\ny // }\nz{//", "x := {//} + { // }\ny\nz{"},
