@@ -15,6 +15,7 @@
 #include "console/modify_command.h"
 #include "console/open_commands.h"
 #include "console/output_target.h"
+#include "console/program_commands.h"
 #include "console/record_commands.h"
 #include "console/row_commands.h"
 #include "console/session.h"
@@ -69,6 +70,7 @@ constexpr DotCommand kDotCommands[] = {
     {"diff", "TABLE1 TABLE2 [KEY]", "tells in what two tables differ, by a key or record numbers",
      diff_tables},
     {"dir", "[PATTERN]", "shows the tables of a folder", list_folder},
+    {"do", "FILE [ARGUMENT...]", "loads a program and runs its main procedure", do_program},
     {"dump", "[ALIAS]", "writes the lines that make a table, its orders and records anew",
      dump_table},
     {"echo", "on|off", "writes lines before they run, or not", set_echo},
@@ -86,6 +88,7 @@ constexpr DotCommand kDotCommands[] = {
      import_rows},
     {"list", "[N|all] [FIELDS] [for EXPR] [while EXPR]",
      "shows N records from the current one on, 20 by default, or all", list_records},
+    {"load", "FILE", "brings the procedures of a program in, anew if they are there", load_program},
     {"locks", "", "shows who holds which locks on the open tables", list_locks},
     {"locktest", "DIR", "tries whether tables can be shared in a directory", test_directory_locks},
     {"mode", "[MODE]",

@@ -15,6 +15,7 @@
 
 #include "console/complaints.h"
 #include "console/dot_commands.h"
+#include "console/program_commands.h"
 #include "console/session.h"
 #include "console/table_commands.h"
 #include "console/words.h"
@@ -178,12 +179,12 @@ unsigned char complete(EditLine* editor, int) {
   return CC_REDISPLAY;
 }
 
-// A line that only lacks its end: more lines are asked for, up to an empty one.
-bool asks_on = false;
+// A line that only lacks its end: more lines are asked for, of an expression up to an empty one.
+enum class Asks : char { kFirst, kExpression, kStatements } asks = Asks::kFirst;
 
 char* prompt(EditLine*) {
-  static char first[] = "tnsh> ", further[] = "  ...> ";
-  return asks_on ? further : first;
+  static char first[] = "tnsh> ", further[] = "  ...> ", statements[] = "... ";
+  return asks == Asks::kFirst ? first : asks == Asks::kExpression ? further : statements;
 }
 
 bool is_blank(std::string_view text) {
@@ -198,11 +199,12 @@ bool is_comment(const std::string& text, std::string_view line) {
   return fault && !fault->unfinished;
 }
 
-bool is_unfinished(std::string_view text) {
+Asks what_is_missing(std::string_view text) {
   const std::size_t start = text.find_first_not_of(" \t");
-  if (is_blank(text) || text[start] == '#' || is_dot_line(text.substr(start))) return false;
+  if (is_blank(text) || text[start] == '#' || is_dot_line(text.substr(start))) return Asks::kFirst;
+  if (lacks_end(text)) return Asks::kStatements;
   const auto fault = find_syntax_fault(text);
-  return fault && fault->unfinished;
+  return fault && fault->unfinished ? Asks::kExpression : Asks::kFirst;
 }
 
 std::string history_file() {
@@ -258,8 +260,9 @@ class LineEditor {
 
   Typed read_whole(std::string& text) {
     text.clear();
-    const Switched asking(asks_on, false);
-    for (std::string line;; asks_on = true) {
+    const Switched asking(asks, Asks::kFirst);
+    for (std::string line;;) {
+      const bool asks_on = asks != Asks::kFirst;
       if (const Typed typed = get(line); typed != Typed::kLine) {
         if (typed == Typed::kEnd && asks_on) {
           write_fully(STDOUT_FILENO, "\n");
@@ -267,9 +270,11 @@ class LineEditor {
         }
         return asks_on ? Typed::kGivenUp : typed;
       }
-      if (asks_on && is_comment(text, line)) continue;
+      if (asks == Asks::kExpression && is_comment(text, line)) continue;
       text += line;
-      if (is_blank(line) || !is_unfinished(text)) return Typed::kLine;
+      if (is_blank(line) && asks != Asks::kStatements) return Typed::kLine;
+      asks = what_is_missing(text);
+      if (asks == Asks::kFirst) return Typed::kLine;
     }
   }
 

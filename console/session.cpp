@@ -14,6 +14,7 @@
 
 #include "console/dot_commands.h"
 #include "console/output_target.h"
+#include "console/program_commands.h"
 #include "console/screen_session.h"
 #include "console/shown_text.h"
 #include "console/whole_value.h"
@@ -117,6 +118,7 @@ Var* show_error(std::int32_t argc, Var** argv, Var**) {
 }
 
 void run_expression(std::string_view line) {
+  if (run_statements(line) == LineKind::kRun) return;
   const bool right = is_expression(line);
   if (right) make_known(assigned_name(line));
   const Var* value = right ? EXP_EVAL(line) : error_value();
@@ -254,7 +256,12 @@ bool take_bail() {
 bool run_lines(int fd, const char* name) {
   LineReader reader(fd);
   bool goes_on = true;
-  for (std::string line; goes_on && reader.next(line);) goes_on = run_or_bail(line);
+  for (std::string line; goes_on && reader.next(line);) {
+    int further = 0;
+    for (std::string next; lacks_end(line) && reader.next(next); ++further) line += "\n" + next;
+    goes_on = run_or_bail(line);
+    while (further-- > 0) next_line();
+  }
   if (reader.error() != 0) complain(std::string(name) + ": " + system_words(reader.error()));
   return goes_on;
 }

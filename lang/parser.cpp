@@ -71,6 +71,7 @@ void Parser::close() {
 void Parser::end_procedure() {
   while (!open_.empty()) {
     const Open& left = open_.back();
+    ++tree_.without_end;
     error(left.place, std::string(block_words(left.statement.kind).name) + " of line " +
                           std::to_string(left.place.line) + " has no " +
                           std::string(block_words(left.statement.kind).end));
@@ -373,6 +374,7 @@ void Parser::text_statement(StatementLexer& words) {
     if (is_word(trim_blanks(raw), "endtext")) return add(std::move(text));
     text.literal.append(raw).append("\n");
   }
+  ++tree_.without_end;
   error(place_, "TEXT of line " + std::to_string(place_.line) + " has no ENDTEXT");
 }
 

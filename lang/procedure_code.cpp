@@ -29,6 +29,14 @@ std::string fault_words(std::string_view text, const SyntaxFault& fault) {
 
 }  // namespace
 
+namespace {
+bool belongs_to_procedure(StatementKind kind) {
+  return kind == StatementKind::kLocal || kind == StatementKind::kStatic ||
+         kind == StatementKind::kParameters || kind == StatementKind::kField ||
+         kind == StatementKind::kMemvar;
+}
+}  // namespace
+
 // --- Expressions.
 
 void ProcedureCode::compile(Span span, void (Compiler::*piece)()) {
@@ -76,6 +84,13 @@ void ProcedureCode::procedure(const ProcedureTree& procedure) {
   add_nothing();
 }
 
+void ProcedureCode::typed(const Body& statements) {
+  scope_.begin_procedure();
+  typed_ = true;
+  body(statements);
+  add_nothing();
+}
+
 void ProcedureCode::first_values(const std::vector<Declared>& instances) {
   scope_.begin_procedure();
   static_cast<void>(scope_.declare("self", {NameKind::kSlot, 0}));
@@ -108,6 +123,11 @@ void ProcedureCode::statement(const Statement& statement) {
            kind != StatementKind::kMemvar && kind != StatementKind::kIf &&
            kind != StatementKind::kCase && kind != StatementKind::kWhile;
   };
+  if (typed_ && belongs_to_procedure(statement.kind)) {
+    diagnostics_.error({0, statement.line, 1},
+                       "this belongs into a procedure; use PRIVATE or PUBLIC here");
+    return;
+  }
   if (needs_line(statement.kind)) line(statement.line);
   switch (statement.kind) {
     case StatementKind::kExpression:

@@ -26,6 +26,8 @@ class ProcedureCode {
         steps_(steps) {}
 
   void procedure(const ProcedureTree& procedure);
+  // Statements without a procedure of their own: nothing is local to them.
+  void typed(const Body& body);
   // The values that the instances of a new object begin with.
   void first_values(const std::vector<Declared>& instances);
   // STATIC, FIELD and MEMVAR before the first procedure.
@@ -66,7 +68,8 @@ class ProcedureCode {
   void value(Span span);
   std::int32_t new_slot(char type);
   void add_nothing();
-  void line(std::int32_t line) { steps().add(StepKind::kLine, line); }
+  // Statements that are typed have no lines of their own.
+  void line(std::int32_t line) { steps().add(StepKind::kLine, typed_ ? 0 : line); }
   void jump_back(std::size_t to);
   void land(const std::vector<StepPosition>& jumps);
   CodeBuilder& steps() { return *into_; }
@@ -80,6 +83,7 @@ class ProcedureCode {
   CodeBuilder* into_ = &steps_;  // statics_ while their values are compiled
   std::vector<Loop> loops_;
   int sequences_ = 0;
+  bool typed_ = false;
 };
 
 }  // namespace tarnel

@@ -94,6 +94,7 @@ struct ProgramTree {
   std::vector<Statement> declarations;  // STATIC, FIELD and MEMVAR before the first procedure
   std::vector<ProcedureTree> procedures;
   std::vector<ClassTree> classes;
+  int without_end = 0;      // statements that hold others, and lack their end
   std::vector<Span> types;  // words behind AS that have to be classes
 
   std::string_view operator[](Span span) const { return text.text().substr(span.at, span.size); }

@@ -51,6 +51,24 @@ Var* run_procedure(Code& code, std::int32_t argc, Var** argv) {
   return p.result(Machine(code, {}, {argc, argv}, slots.data()).run(), part.result);
 }
 
+void run_in_frame(Code& code) {
+  const Evaluation evaluation;
+  if (!evaluation.possible()) return;
+  Slots slots;
+  for (const char letter : code.part->locals) {
+    slots.add(NEW_VAR('N', 'U'));
+    if (letter != 'U') FIX_VAR(slots[slots.size() - 1], letter);
+  }
+  // A break may leave the run.
+  struct Release {
+    Slots& slots;
+    ~Release() {
+      for (std::size_t i = 0; i < slots.size(); ++i) DEL_VAR(slots[i]);
+    }
+  } const release{slots};
+  Machine(code, {}, {0, nullptr}, slots.data()).run();
+}
+
 Var* make_closure(Code& code, Var* const* slots) {
   SmallList<Var*, 8> cells;
   Var* const place = NEW_VAR('N', 'U');

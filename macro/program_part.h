@@ -61,6 +61,9 @@ struct ProgramUnit {
 // back its result. [back to the height at entry, then 1; 201 204 309 901]
 Var* run_procedure(Code& code, std::int32_t argc, Var** argv);
 
+// Runs the code of statements that have no procedure of their own, in the current frame.
+void run_in_frame(Code& code);
+
 // A compiled block of the code, in a temporary. `slots` are those of the code around it.
 Var* make_closure(Code& code, Var* const* slots);
 
