@@ -216,33 +216,30 @@
 // --- Settings
 
 // What is ON or OFF takes those words, a logical in brackets, or a macro of a text.
-#command __SWITCH <n>, <on: ON, OFF, &>  => set(<n>, <(on)>)
-#command __SWITCH <n>, ( <on> )          => set(<n>, <on>)
-
-#command SET EXACT <*on*>             => __SWITCH 1, <on>
-#command SET FIXED <*on*>             => __SWITCH 2, <on>
-#command SET EXCLUSIVE <*on*>         => __SWITCH 8, <on>
-#command SET SOFTSEEK <*on*>          => __SWITCH 9, <on>
-#command SET UNIQUE <*on*>            => __SWITCH 10, <on>
-#command SET DELETED <*on*>           => __SWITCH 11, <on>
-#command SET CANCEL <*on*>            => __SWITCH 12, <on>
-#command SET DEBUG <*on*>             => __SWITCH 13, <on>
-#command SET CURSOR <*on*>            => __SWITCH 16, <on>
-#command SET CONSOLE <*on*>           => __SWITCH 17, <on>
-#command SET ALTERNATE <*on*>         => __SWITCH 18, <on>
-#command SET EXTRA <*on*>             => __SWITCH 21, <on>
-#command SET PRINTER <*on*>           => __SWITCH 23, <on>
-#command SET BELL <*on*>              => __SWITCH 26, <on>
-#command SET CONFIRM <*on*>           => __SWITCH 27, <on>
-#command SET ESCAPE <*on*>            => __SWITCH 28, <on>
-#command SET INSERT <*on*>            => __SWITCH 29, <on>
-#command SET EXIT <*on*>              => __SWITCH 30, <on>
-#command SET INTENSITY <*on*>         => __SWITCH 31, <on>
-#command SET SCOREBOARD <*on*>        => __SWITCH 32, <on>
-#command SET DELIMITERS <*on*>        => __SWITCH 33, <on>
-#command SET WRAP <*on*>              => __SWITCH 35, <on>
-#command SET MULTILOCKS <*on*>        => __SWITCH 40, <on>
-#command SET CENTURY <*on*>           => __SWITCH 41, <on>
+#command SET EXACT [<on: ON, OFF, &>] [( <is> )]     => set(1, <(on)> <is>)
+#command SET FIXED [<on: ON, OFF, &>] [( <is> )]     => set(2, <(on)> <is>)
+#command SET EXCLUSIVE [<on: ON, OFF, &>] [( <is> )] => set(8, <(on)> <is>)
+#command SET SOFTSEEK [<on: ON, OFF, &>] [( <is> )]  => set(9, <(on)> <is>)
+#command SET UNIQUE [<on: ON, OFF, &>] [( <is> )]    => set(10, <(on)> <is>)
+#command SET DELETED [<on: ON, OFF, &>] [( <is> )]   => set(11, <(on)> <is>)
+#command SET CANCEL [<on: ON, OFF, &>] [( <is> )]    => set(12, <(on)> <is>)
+#command SET DEBUG [<on: ON, OFF, &>] [( <is> )]     => set(13, <(on)> <is>)
+#command SET CURSOR [<on: ON, OFF, &>] [( <is> )]    => set(16, <(on)> <is>)
+#command SET CONSOLE [<on: ON, OFF, &>] [( <is> )]   => set(17, <(on)> <is>)
+#command SET ALTERNATE [<on: ON, OFF, &>] [( <is> )] => set(18, <(on)> <is>)
+#command SET EXTRA [<on: ON, OFF, &>] [( <is> )]     => set(21, <(on)> <is>)
+#command SET PRINTER [<on: ON, OFF, &>] [( <is> )]   => set(23, <(on)> <is>)
+#command SET BELL [<on: ON, OFF, &>] [( <is> )]      => set(26, <(on)> <is>)
+#command SET CONFIRM [<on: ON, OFF, &>] [( <is> )]   => set(27, <(on)> <is>)
+#command SET ESCAPE [<on: ON, OFF, &>] [( <is> )]    => set(28, <(on)> <is>)
+#command SET INSERT [<on: ON, OFF, &>] [( <is> )]    => set(29, <(on)> <is>)
+#command SET EXIT [<on: ON, OFF, &>] [( <is> )]      => set(30, <(on)> <is>)
+#command SET INTENSITY [<on: ON, OFF, &>] [( <is> )] => set(31, <(on)> <is>)
+#command SET SCOREBOARD [<on: ON, OFF, &>] [( <is> )] => set(32, <(on)> <is>)
+#command SET DELIMITERS [<on: ON, OFF, &>] [( <is> )] => set(33, <(on)> <is>)
+#command SET WRAP [<on: ON, OFF, &>] [( <is> )]      => set(35, <(on)> <is>)
+#command SET MULTILOCKS [<on: ON, OFF, &>] [( <is> )] => set(40, <(on)> <is>)
+#command SET CENTURY [<on: ON, OFF, &>] [( <is> )]   => set(41, <(on)> <is>)
 
 #command SET DECIMALS TO              => set(3, 0)
 #command SET DECIMALS TO <n>          => set(3, <n>)

@@ -272,10 +272,6 @@ bool Matcher::may_follow(const Pattern& pattern, std::size_t index, const Follow
 
 bool match_rule(const Rule& rule, std::span<const SourceToken> tokens, Match& match,
                 Rewriting& rewriting) {
-  // Most of the rules with one first word differ in the second.
-  if (rule.pattern.size() > 1 && rule.pattern[1].kind == PatternPiece::Kind::kWord &&
-      (tokens.size() < 2 || !is_word(rule.pattern[1], tokens[1], rule.whole_words)))
-    return false;
   return Matcher(rule, tokens, match, rewriting).match();
 }
 

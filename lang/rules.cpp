@@ -12,7 +12,9 @@ std::size_t beginning(std::uint32_t key) {
 }  // namespace
 
 bool is_word(const PatternPiece& word, const SourceToken& token, bool whole_words) {
-  if (word.key != word_key(token.text) || word.is_name != token.is_name()) return false;
+  if (lower_letter(word.word[0]) != lower_letter(token.text[0]) ||
+      word.key != word_key(token.text) || word.is_name != token.is_name())
+    return false;
   if (whole_words || !word.is_name) return same_letters(word.word, token.text);
   return is_cut_word(token.text, word.word);
 }
@@ -22,7 +24,10 @@ void RuleBook::add(std::unique_ptr<Rule> rule) {
   const std::uint32_t key = rule->pattern.front().key;
   kind.beginnings.set(beginning(key));
   add_words(rule->pattern);
-  kind.rules[key].push_back(std::move(rule));
+  const bool second =
+      rule->pattern.size() > 1 && rule->pattern[1].kind == PatternPiece::Kind::kWord;
+  const std::uint32_t second_key = second ? rule->pattern[1].key : 0;
+  kind.rules[key].push_back({std::move(rule), second_key});
 }
 
 void RuleBook::add_words(const Pattern& pattern) {

@@ -80,19 +80,27 @@ class RuleBook {
   bool has_word(std::string_view name) const;
   bool has_translations() const;
   // Calls for each rule that may begin so, the newest first, until a call returns true. Was there one?
+  // REQUIRES: there is a token.
   template <typename Call>
-  bool any(bool command, const SourceToken& token, Call call) const {
-    const auto& kind = kinds_[command];
-    if (const auto found = kind.rules.find(word_key(token.text)); found != kind.rules.end())
-      for (auto rule = found->second.rbegin(); rule != found->second.rend(); ++rule)
-        if (call(**rule)) return true;
-    return below_ != nullptr && below_->any(command, token, call);
+  bool any(bool command, std::span<const SourceToken> tokens, Call call) const {
+    const std::uint32_t second = tokens.size() > 1 ? word_key(tokens[1].text) : 0;
+    for (const RuleBook* book = this; book != nullptr; book = book->below_) {
+      const auto& rules = book->kinds_[command].rules;
+      const auto found = rules.find(word_key(tokens[0].text));
+      if (found == rules.end()) continue;
+      for (auto entry = found->second.rbegin(); entry != found->second.rend(); ++entry)
+        if ((entry->second == 0 || entry->second == second) && call(*entry->rule)) return true;
+    }
+    return false;
   }
 
  private:
+  struct Entry {
+    std::unique_ptr<Rule> rule;
+    std::uint32_t second;  // the key of the second word, 0 when that may differ
+  };
   struct Kind {
-    std::unordered_map<std::uint32_t, std::vector<std::unique_ptr<Rule>>>
-        rules;  // by the first word
+    std::unordered_map<std::uint32_t, std::vector<Entry>> rules;  // by the first word
     std::bitset<1024> beginnings;
   };
   void add_words(const Pattern& pattern);

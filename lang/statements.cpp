@@ -89,7 +89,8 @@ bool StatementReader::State::translate() {
   if (!rules.has_translations()) return false;
   for (std::size_t at = 0; at < tokens.size(); ++at)
     if (rules.may_begin(false, tokens[at]) &&
-        rules.any(false, tokens[at], [&](const Rule& rule) { return apply(rule, at); }))
+        rules.any(false, std::span(tokens).subspan(at),
+                  [&](const Rule& rule) { return apply(rule, at); }))
       return !rewriting.failed();
   return false;
 }
@@ -97,7 +98,7 @@ bool StatementReader::State::translate() {
 bool StatementReader::State::command() {
   const RuleBook& rules = directives.rules();
   return rules.may_begin(true, tokens[0]) && !is_expression(tokens) &&
-         rules.any(true, tokens[0], [&](const Rule& rule) { return apply(rule, 0); }) &&
+         rules.any(true, tokens, [&](const Rule& rule) { return apply(rule, 0); }) &&
          !rewriting.failed();
 }
 

@@ -103,7 +103,7 @@ TEST(Commands, BecomeCalls) {
        "devpos(1, 2)\ndevout(transform(a, '99'), 'w/n')\ndispbox(r, c, 5, 6, 2,)\n"
        "scroll(1, 2, maxrow(), maxcol())\nsetpos(1, 2)\nk := __wait()\nn := __accept('n')"},
       {"", "set exact on\nset dele (l)\nset softseek &x\nset century junk",
-       "set(1, \"on\")\nset(11, l)\nset(9, x)\n__SWITCH 41, junk"},
+       "set(1, \"on\")\nset(11, l)\nset(9, x)\nset century junk"},
       {"",
        "set path to /a, b\nset path to (p)\nset color to w/n, n/w\nset alte to x.txt addi\nset "
        "shortname on",
