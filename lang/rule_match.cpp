@@ -221,7 +221,7 @@ bool Matcher::operand() {
 // Goes over what belongs to the value before: calls, subscripts, the rest of a name with a macro in it.
 bool Matcher::belongs() {
   const SourceToken& before = tokens_[at_ - 1];
-  if (here().is("[") || (here().is("(") && before.is_name())) {
+  if (here().is("[") || (here().is("(") && (before.is_name() || (before.is("&") && touches())))) {
     skip_brackets();
     return true;
   }

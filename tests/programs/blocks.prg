@@ -6,22 +6,22 @@ function main
     aadd(aCounters, counter(i * 10))
   next
   eval(aCounters[1]); eval(aCounters[1])
-  qout(eval(aCounters[1]), eval(aCounters[2]))
+  ? eval(aCounters[1]), eval(aCounters[2])
 
   b := {|x| eval({|y| x * y + k}, 10)}
-  qout(eval(b, 4))
+  ? eval(b, 4)
   k := 100
-  qout(eval(b, 4), eval({|a, b| valtype(b)}, 1))
+  ? eval(b, 4), eval({|a, b| valtype(b)}, 1)
   i := {}
   aeval({3, 1, 2}, {|x, n| aadd(i, x * n)})
-  qout(i[1], i[2], i[3])
+  ? i[1], i[2], i[3]
   asort(i,,, {|l, r| l > r})
-  qout(i[1], i[2], i[3])
+  ? i[1], i[2], i[3]
   reference(@k)
-  qout(k)
-  qout(eval({|| procname() + " " + ltrim(str(procline()))}))
-  qout(eval({|x| x := 5, x + 1}, 1), eval({||}))
-  qout(loop_blocks())
+  ? k
+  ? eval({|| procname() + " " + ltrim(str(procline()))})
+  ? eval({|x| x := 5, x + 1}, 1), eval({||})
+  ? loop_blocks()
   return
 
 function counter(n)

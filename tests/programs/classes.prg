@@ -23,29 +23,29 @@ procedure main
   local a := accountnew("ann"), s := saver("sue", 10), p := problemnew(), e
   a:pay(5):pay(7)
   s:pay(100)
-  qout(a:owner, a:balance, a:total(), len(a:moves))
-  qout(s:owner, s:balance, s:rate, s:interest(), s:name(), a:name())
+  ? a:owner, a:balance, a:total(), len(a:moves)
+  ? s:owner, s:balance, s:rate, s:interest(), s:name(), a:name()
   a:balance += 1
-  qout(a:balance, len(s:moves), valtype(p), p:where, p:gencode)
+  ? a:balance, len(s:moves), valtype(p), p:where, p:gencode
   p:description := "words"
-  qout(p:description)
+  ? p:description
   errorblock({|o| break(o)})
   begin sequence
     a:owner := 5
   recover using e
-    qout(e:gencode)
+    ? e:gencode
   end
   begin sequence
     a:nothing()
   recover using e
-    qout(e:gencode, e:description)
+    ? e:gencode, e:description
   end
   begin sequence
-    qout(a:rate)
+    ? a:rate
   recover using e
-    qout(e:gencode)
+    ? e:gencode
   end
-  qout(plain(a), plain(s))
+  ? plain(a), plain(s)
   return
 
 function plain(o as account)

@@ -1,7 +1,7 @@
 * What is wrong is told in one pass, and nothing runs.
 procedure main
   local a, b, a
-  qout("never")
+  ? "never"
   if a > (1
     x := 1 +
   endif x

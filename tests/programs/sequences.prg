@@ -7,7 +7,7 @@ procedure main
     deep(3)
     x := 2
   recover using e
-    qout("recovered", e, x, procname())
+    ? "recovered", e, x, procname()
   end sequence
 
   for i := 1 to 4
@@ -23,31 +23,31 @@ procedure main
         endif
         break
       recover using e
-        qout(i, e)
+        ? i, e
         break "outer"
       end
     recover using e
-      qout(i, e)
+      ? i, e
       loop
     endsequence
   next
-  qout(i, inside())
+  ? i, inside()
 
   bOld := errorblock({|o| break(o)})
   begin sequence
-    qout(1 + {})
-    qout("never")
+    ? 1 + {}
+    ? "never"
   recover using e
-    qout(e:gencode, valtype(e), isbegseq())
+    ? e:gencode, valtype(e), isbegseq()
   end
   errorblock({|o| qout("handled", o:gencode), .t.})
   x := 1 + "a"
-  qout("goes on", valtype(x))
+  ? "goes on", valtype(x)
   errorblock(bOld)
   begin sequence
     aeval({1, 2, 3}, {|n| iif(n = 2, break(n), qout(n))})
   recover using e
-    qout("out of aeval with", e)
+    ? "out of aeval with", e
   end
   break "nobody"
   return

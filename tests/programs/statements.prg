@@ -2,22 +2,22 @@
 function main(cFirst, cSecond, cThird)
   local i, j, n := 0, a := {}
 
-  qout(cFirst, cSecond, cThird, pcount())
+  ? cFirst, cSecond, cThird, pcount()
   if n > 0
-    qout("never")
+    ? "never"
   elseif n = 0 .and. .not. empty(cFirst)
-    qout("elseif")
+    ? "elseif"
   else
-    qout("never")
+    ? "never"
   end
 
   for i := 1 to 3
-    qqout(i)
+    ?? i
   next i
   for i = 3 to 1 step -2
-    qqout(i)
+    ?? i
   end for
-  qqout("then", i)
+  ?? "then", i
   for i := 1 to n + 2       && the limit is looked at before each turn
     n := min(n + 1, 2)
     if i = 3
@@ -25,7 +25,7 @@ function main(cFirst, cSecond, cThird)
       loop
     endif
   next
-  qout(i, n)
+  ? i, n
 
   do whil .t.
     n++
@@ -34,27 +34,27 @@ function main(cFirst, cSecond, cThird)
     end if
     exit
   endd
-  qout(n)
+  ? n
   while n > 3
     n -= 1
   end do
-  qout(n)
+  ? n
 
   do case
   case n = 4
-    qout("four")
+    ? "four"
   case n = 3
-    qout("three")
+    ? "three"
     for j := 1 to 9
       if j = 2
         exit
       endif
     next
-    qout(j)
+    ? j
   case n = 3
-    qout("never")
+    ? "never"
   otherwise
-    qout("never")
+    ? "never"
   endcase
 
   for each i in {1, "two", {3}}
@@ -63,19 +63,19 @@ function main(cFirst, cSecond, cThird)
       loop
     endif
   next
-  qout(a[1], a[2], a[3], i[1])
+  ? a[1], a[2], a[3], i[1]
   for each i in a
     if len(a) < 5
       aadd(a, "more")
     endif
   next
-  qout(len(a), i)
+  ? len(a), i
 
   do show with "done", n
   retu nothing() + 3      && the status
 
 procedure show(c, n)
-  qout(c); qqout(n); qqout(pcount())
+  ? c; ?? n; ?? pcount()
   return
 
 function nothing

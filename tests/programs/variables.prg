@@ -8,26 +8,26 @@ procedure start(a)
   private p1 := "private", p2
   public q1
 
-  qout(x, y, z, valtype(y), len(g), len(aList[2]), nCount, "<" + cName + ">")
-  qout(p1, p2, q1, type("p1"), type("x"))
+  ? x, y, z, valtype(y), len(g), len(aList[2]), nCount, "<" + cName + ">"
+  ? p1, p2, q1, type("p1"), type("x")
   do byref with x, (z), g
-  qout(x, z, g[1])
+  ? x, z, g[1]
   byvalue(z, @x)
-  qout(x, z)
+  ? x, z
   a := {1, 2}
   byarray(a)
-  qout(len(a), a[1])
+  ? len(a), a[1]
   count(); count()
-  qout(count(), nCount)
+  ? count(), nCount
   m1 := "private by assignment"
   inner()
-  qout(m1, type("deep"))
+  ? m1, type("deep")
   p1 := 5
   if .t.
     local late := z + 1
-    qout(late)
+    ? late
   endif
-  qout(late)
+  ? late
   typed("wrong")
   return
 
@@ -57,9 +57,9 @@ procedure inner
   parameters one, two
   private m1 := "hidden"
   deep := m1
-  qout(m1, p1, one, deep)
+  ? m1, p1, one, deep
   return
 
 procedure typed(n as numeric)
-  qout("not reached")
+  ? "not reached"
   return
