@@ -1,6 +1,7 @@
 #include "lang/generator.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 #include "core/modules.h"
@@ -161,13 +162,12 @@ class FileGenerator {
   }
 
   void check_name(const ProcedureTree& procedure, const std::string& name) {
-    const NameKey key(name);
-    const auto same = std::ranges::find(names_, key, &std::pair<NameKey, Place>::first);
-    if (same != names_.end())
-      diagnostics_.error(procedure.place, "a second procedure " + name + ", after that of line " +
-                                              std::to_string(same->second.line) +
-                                              " (the first ten characters count)");
-    names_.push_back({key, procedure.place});
+    const auto [same, is_new] =
+        names_.emplace(lower_text(std::string_view(name).substr(0, kNameSize)), procedure.place);
+    if (is_new) return;
+    diagnostics_.error(procedure.place, "a second procedure " + name + ", after that of line " +
+                                            std::to_string(same->second.line) +
+                                            " (the first ten characters count)");
   }
 
   void finish_statics() {
@@ -184,7 +184,7 @@ class FileGenerator {
   std::unique_ptr<FileScope> scope_;
   CodeBuilder statics_;
   ProgramPart* statics_part_ = nullptr;
-  std::vector<std::pair<NameKey, Place>> names_;
+  std::unordered_map<std::string, Place> names_;  // of procedures
 };
 
 }  // namespace

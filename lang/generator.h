@@ -17,7 +17,9 @@ namespace tarnel {
 // A procedure of a file, ready to run. Its code lasts as long as it does.
 class ProgramProcedure final : public LoadedProcedure {
  public:
+  // Takes over the code's reference.
   ProgramProcedure(ProcedureKind kind, Code* code) : kind_(kind), code_(code) {}
+  ~ProgramProcedure() { release_code(code_); }
   ProgramProcedure(const ProgramProcedure&) = delete;
   ProgramProcedure& operator=(const ProgramProcedure&) = delete;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <unordered_map>
 #include <utility>
 
 #include "core/errors.h"
@@ -72,20 +73,14 @@ class Check {
   }
 
  private:
-  struct Name {
-    std::string name;
-    std::size_t file;
-  };
-
   void add(const ProgramProcedure& procedure, Place place, std::size_t file) {
     if (!callable_from_outside(procedure)) return;
     const std::string name = known_name(procedure);
-    const auto same = std::ranges::find(names_, name, &Name::name);
-    if (same != names_.end() && same->file != file)
+    const auto [same, is_new] = names_.emplace(name, file);
+    if (!is_new && same->second != file)
       diagnostics_.error(place, "another file has a procedure " + procedure.part().name + " too");
-    else if (same == names_.end() && FIND_FUNC(name) > 0 && name != "main")
+    else if (is_new && FIND_FUNC(name) > 0 && name != "main")
       diagnostics_.warn(place, procedure.part().name + " takes the place of a builtin function");
-    names_.push_back({name, file});
   }
 
   // A class is known by two functions, which may be one in ten characters.
@@ -94,10 +89,9 @@ class Check {
     for (const std::string& name : constructors_of(*one.made)) {
       if (name == first) continue;
       first = name;
-      if (std::ranges::find(names_, name, &Name::name) != names_.end())
+      if (!names_.emplace(name, file).second)
         diagnostics_.error(one.place, "class " + one.made->name + " makes its objects by " + name +
                                           ", which is something else too");
-      names_.push_back({name, file});
     }
   }
 
@@ -121,7 +115,7 @@ class Check {
 
   void look_for(const GeneratedFile& file, const MentionedCall& call) {
     const std::string name = call.name.substr(0, kNameSize);
-    if (std::ranges::find(names_, name, &Name::name) != names_.end() || file.unit->find_own(name) ||
+    if (names_.contains(name) || file.unit->find_own(name) ||
         find_function(name) || find_function(FULL_NAME(call.name)))
       return;
     diagnostics_.warn(call.place, "there is no function " + call.name);
@@ -129,7 +123,7 @@ class Check {
 
   const std::vector<GeneratedFile>& files_;
   Diagnostics& diagnostics_;
-  std::vector<Name> names_;
+  std::unordered_map<std::string, std::size_t> names_;  // with the number of the file
 };
 
 bool runs(const Frame* frame, const GeneratedFile& file) {
@@ -140,31 +134,56 @@ bool runs(const Frame* frame, const GeneratedFile& file) {
 
 }  // namespace
 
-LoadedProgram* LoadedProgram::read(std::span<const std::string> files,
-                                   const ProgramOptions& options, std::string& report) {
-  SourceFiles sources;
-  Diagnostics diagnostics(sources);
+// Parses files that were read, and looks at them together. Null when there are errors.
+LoadedProgram* LoadedProgram::of_sources(SourceFiles& sources, Diagnostics& diagnostics,
+                                         std::span<const std::int32_t> files,
+                                         const ProgramOptions& options) {
   std::unique_ptr<LoadedProgram> program(new LoadedProgram);
   std::vector<std::vector<Place>> places;
-  for (const std::string& name : files) {
-    std::string fault;
-    const std::int32_t file = sources.read(name, fault);
-    if (file < 0) {
-      report = diagnostics.text() + name + ": " + fault + "\n";
-      return nullptr;
-    }
+  for (const std::int32_t file : files) {
     StatementReader reader(sources, diagnostics, options.include_folders);
     reader.open(file);
-    const ProgramTree tree = parse_program(reader, diagnostics, name_without_ending(name));
+    const ProgramTree tree =
+        parse_program(reader, diagnostics, name_without_ending(sources[file].name));
     program->files_.push_back(generate(tree, sources, diagnostics, options.warn));
     places.emplace_back();
     for (const ProcedureTree& procedure : tree.procedures) places.back().push_back(procedure.place);
   }
   Check(program->files_, diagnostics).run(places);
-  report = diagnostics.text();
   if (diagnostics.errors() > 0) return nullptr;
   if (!program->files_.empty()) program->entry_ = find_entry(program->files_.front());
   return program.release();  // it lasts as long as the run
+}
+
+LoadedProgram* LoadedProgram::read(std::span<const std::string> files,
+                                   const ProgramOptions& options, std::string& report) {
+  SourceFiles sources;
+  Diagnostics diagnostics(sources);
+  std::vector<std::int32_t> numbers;
+  for (const std::string& name : files) {
+    std::string fault;
+    numbers.push_back(sources.read(name, fault));
+    if (numbers.back() >= 0) continue;
+    report = name + ": " + fault + "\n";
+    return nullptr;
+  }
+  LoadedProgram* const program = of_sources(sources, diagnostics, numbers, options);
+  report = diagnostics.text();
+  return program;
+}
+
+LoadedProgram* LoadedProgram::of_text(std::string name, std::string text, std::string& report) {
+  SourceFiles sources;
+  Diagnostics diagnostics(sources);
+  const std::int32_t file = sources.add(std::move(name), std::move(text));
+  LoadedProgram* const program = of_sources(sources, diagnostics, {&file, 1}, {});
+  report = diagnostics.text();
+  return program;
+}
+
+void LoadedProgram::discard() {
+  unload();
+  delete this;
 }
 
 void LoadedProgram::link() {

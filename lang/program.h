@@ -26,6 +26,9 @@ class LoadedProgram {
   static LoadedProgram* read(std::span<const std::string> files, const ProgramOptions& options,
                              std::string& report);
 
+  // The same for a text that isn't in a file.
+  static LoadedProgram* of_text(std::string name, std::string text, std::string& report);
+
   // Makes its procedures known, gives statics their first values, runs INIT procedures. False when one of them
   // gives .F. EXIT procedures run when the run ends.
   [[nodiscard]] bool start();
@@ -35,12 +38,19 @@ class LoadedProgram {
   bool is_running() const;
   // Forgets its procedures. REQUIRES: none runs.
   void unload();
+  // The same, and gives its memory back. REQUIRES: no variable holds a block or object of it.
+  void discard();
 
   // Of all programs that have started, in order.
   static std::vector<const GeneratedFile*> started_files();
 
  private:
   LoadedProgram() = default;
+  ~LoadedProgram() = default;
+  friend std::default_delete<LoadedProgram>;
+  static LoadedProgram* of_sources(SourceFiles& sources, Diagnostics& diagnostics,
+                                   std::span<const std::int32_t> files,
+                                   const ProgramOptions& options);
   void link();
   void link_classes();
 

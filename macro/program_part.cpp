@@ -33,6 +33,10 @@ Var* run_closure(std::int32_t argc, Var** argv, Var** locals) {
 
 }  // namespace
 
+ProgramUnit::~ProgramUnit() {
+  for (Var* cell : statics) DEL_VAR(cell);
+}
+
 Function ProgramUnit::find_own(std::string_view name) const {
   const std::string_view significant = name.substr(0, kNameSize);
   const auto found = std::ranges::find(own, significant, &LoadedName::name);

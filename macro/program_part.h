@@ -53,6 +53,11 @@ struct ProgramUnit {
   std::vector<LoadedName> own;  // STATIC procedures, known in this file only
   std::deque<ProgramPart> parts;
 
+  ProgramUnit() = default;
+  ~ProgramUnit();
+  ProgramUnit(const ProgramUnit&) = delete;
+  ProgramUnit& operator=(const ProgramUnit&) = delete;
+
   // The STATIC procedure of a name in lower case, or none.
   Function find_own(std::string_view name) const;
 };

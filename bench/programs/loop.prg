@@ -1,0 +1,4 @@
+procedure main
+  local i
+  for i := 1 to 10000000
+  next
