@@ -8,7 +8,7 @@ install(FILES examples/www/test.html DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnel
 install(PROGRAMS examples/web-conf DESTINATION ${doc}/examples COMPONENT common)
 file(GLOB server_configurations examples/*.conf.in)
 install(FILES ${server_configurations} examples/swedish.lng DESTINATION ${doc}/examples COMPONENT common)
-install(DIRECTORY examples/screen examples/sites DESTINATION ${doc}/examples COMPONENT common)
+install(DIRECTORY examples/editor examples/screen examples/sites DESTINATION ${doc}/examples COMPONENT common)
 install(DIRECTORY docs DESTINATION ${doc} COMPONENT common)
 
 # Fills in what tells paths of a layout (sites, service, man page, README), below ${CMAKE_BINARY_DIR}/layout.
