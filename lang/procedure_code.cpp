@@ -236,23 +236,35 @@ void ProcedureCode::for_statement(const Statement& statement) {
     value(step);
   loops_.push_back({{}, {steps().add(StepKind::kForStep)}, sequences_});
   steps().add(StepKind::kStore, by);
-  const std::size_t head = steps().size();
+  const StepPosition to_test = steps().add(StepKind::kGo);
+  const std::size_t turn = steps().size();
+  body(statement.arms[0].body);
+  land(loops_.back().loops);
+  steps().add(StepKind::kEndTurn, statement.line);
+  advance(counter, by);
+  steps().land(to_test);
   target();
   steps().begin_keep();
   value(statement.spans[2]);
   steps().add(StepKind::kSlot, by);
-  loops_.back().exits.push_back(steps().add(StepKind::kForTest));
-  body(statement.arms[0].body);
-  land(loops_.back().loops);
-  steps().add(StepKind::kEndTurn, statement.line);
-  target();
-  steps().add(StepKind::kSlot, by);
-  steps().add(StepKind::kAssign, 0, kAddFunction);
-  steps().add(StepKind::kDrop);
-  jump_back(head);
+  steps().add(StepKind::kForTest, static_cast<std::int32_t>(turn));
   land(loops_.back().exits);
   steps().add(StepKind::kEndTurn, statement.line);
   loops_.pop_back();
+}
+
+// counter += by
+void ProcedureCode::advance(Span counter, std::int32_t by) {
+  const NameMeaning meaning = scope_.find(tree_[counter]);
+  if (meaning.kind == NameKind::kSlot) {
+    steps().add(StepKind::kSlot, by);
+    steps().add(StepKind::kAdvance, meaning.index);
+    return;
+  }
+  compile(counter, &Compiler::target);
+  steps().add(StepKind::kSlot, by);
+  steps().add(StepKind::kAssign, 0, kAddFunction);
+  steps().add(StepKind::kDrop);
 }
 
 // The array is held in a slot nobody sees, the position in another.

@@ -45,6 +45,7 @@ class ProcedureCode {
   void if_statement(const Statement& statement);
   void while_statement(const Statement& statement);
   void for_statement(const Statement& statement);
+  void advance(Span counter, std::int32_t by);
   void for_each(const Statement& statement);
   void sequence(const Statement& statement);
   void leave_loop(const Statement& statement);

@@ -81,7 +81,8 @@ namespace tarnel {
   X(Go, "jumps; between statements, where nothing lies on the stack")                \
   X(GoBack, "the same, to step a which was there before")                            \
   X(ForStep, "[step -> step], error 320 for 0 jumps with [->]")                      \
-  X(ForTest, "[counter limit step ->], jumps when the counter is beyond")            \
+  X(ForTest, "[counter limit step ->], jumps unless the counter is beyond")          \
+  X(Advance, "[step ->] added to parameter or local a")                              \
   X(EachOf, "[array -> array], error 312 for another value, which becomes {}")       \
   X(EachNext, "[array index -> element], or jumps with [->]")                        \
   X(Sequence, "runs up to its end; a break goes on at a with [-> value]")            \

@@ -45,6 +45,7 @@ int cells_added(StepKind kind) {
     case StepKind::kUnless:
     case StepKind::kStore:
     case StepKind::kStoreStatic:
+    case StepKind::kAdvance:
     case StepKind::kEachNext:
     case StepKind::kBreak:
     case StepKind::kPrivate:
@@ -139,6 +140,17 @@ void CodeBuilder::add_with_word(StepKind kind, std::string_view word, std::uint8
 void CodeBuilder::land(StepPosition from) {
   if (from != kNowhere)
     steps_[from].a = static_cast<std::int32_t>(steps_.size()) - (fault_ ? 1 : 0);
+}
+
+void CodeBuilder::drop() {
+  Step* const last = steps_.size() > 0 ? &steps_[steps_.size() - 1] : nullptr;
+  if (last != nullptr && last->kind == StepKind::kUnary) {
+    if (last->op == static_cast<std::uint8_t>(UnaryOperator::kIncrement))
+      last->op = static_cast<std::uint8_t>(UnaryOperator::kPreIncrement);
+    if (last->op == static_cast<std::uint8_t>(UnaryOperator::kDecrement))
+      last->op = static_cast<std::uint8_t>(UnaryOperator::kPreDecrement);
+  }
+  add(StepKind::kDrop);
 }
 
 StepPosition CodeBuilder::begin_keep() {

@@ -27,6 +27,9 @@ class CodeBuilder {
   void add_block(Code* block, StepKind kind = StepKind::kBlock);  // takes over the reference
   void add_with_word(StepKind kind, std::string_view word, std::uint8_t op = 0);
 
+  // Drops the value of an expression: what stands before ++ needs no copy of its former value then.
+  void drop();
+
   // The step that is added next takes so many arguments from the machine's stack.
   void take_arguments(std::int32_t count) { cells_now_ -= count; }
 

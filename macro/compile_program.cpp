@@ -89,7 +89,7 @@ void Compiler::statement() {
   at_statement_ = true;
   expression();
   expect(Token::kEnd);
-  code_->add(StepKind::kDrop);
+  code_->drop();
 }
 
 void Compiler::value() {

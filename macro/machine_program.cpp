@@ -7,6 +7,7 @@
 #include "core/frame.h"
 #include "core/operators.h"
 #include "core/sequence.h"
+#include "core/signals.h"
 #include "core/stacks.h"
 #include "macro/evaluator.h"
 #include "macro/machine_state.h"
@@ -112,13 +113,16 @@ void Machine::stepLine(const Step& step) {
 }
 
 void Machine::stepEndTurn(const Step& step) {
+  look_at_signals();
   Frame* const frame = current_frame();
   frame->line = step.a;
   POP_TEMPS(frame->temp_mark);
 }
 
 void Machine::stepUnless(const Step& step) {
-  if (!csifu(pop())) jump(step.a);
+  Var* const condition = pop();
+  if (condition == true_value()) return;
+  if (condition == false_value() || !csifu(condition)) jump(step.a);
 }
 
 void Machine::stepGo(const Step& step) {
@@ -149,7 +153,12 @@ void Machine::stepForTest(const Step& step) {
   } else {
     beyond = !csifu(up ? csulequ(counter, limit) : csugequ(counter, limit));
   }
-  if (beyond) jump(step.a);
+  if (!beyond) jump(step.a);
+}
+
+void Machine::stepAdvance(const Step& step) {
+  Var* const by = pop();
+  csuaddu(slots_[step.a], by, true);
 }
 
 void Machine::stepEachOf(const Step&) {
