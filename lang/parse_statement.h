@@ -108,6 +108,7 @@ class Parser {
   Place place_;           // of the statement that is read
   bool reading_ = false;  // a procedure
   bool in_class_ = false;
+  bool told_ = false;  // that the statement isn't right
   std::vector<Open> open_;
 };
 

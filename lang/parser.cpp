@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "core/signals.h"
 #include "core/text.h"
 #include "lang/parse_statement.h"
 
@@ -16,6 +17,8 @@ ProgramTree parse_program(StatementReader& reader, Diagnostics& diagnostics,
 
 ProgramTree Parser::parse() {
   for (PlacedText statement; !diagnostics_.full() && reader_.next(statement);) {
+    look_at_signals();
+    told_ = false;
     const std::size_t offset = tree_.text.text().size();
     tree_.text.append(statement);
     place_ = statement.start();
@@ -177,10 +180,14 @@ void Parser::expect_end(const StatementLexer& words) {
   if (!words.at_end()) unexpected(words);
 }
 
+// Once in a statement: what follows is wrong for the same reason.
 void Parser::unexpected(const StatementLexer& words) {
-  error(tree_.text.place_at(words.place()),
-        words.at_end() ? "the statement lacks its end"
-                       : "\"" + std::string(words.lexeme()) + "\" isn't expected here");
+  if (std::exchange(told_, true)) return;
+  const std::string_view found =
+      words.lexeme().empty() ? words.rest().substr(0, 1) : words.lexeme();
+  error(tree_.text.place_at(words.place()), words.at_end()
+                                                ? "the statement lacks its end"
+                                                : quoted_token(found) + " isn't expected here");
 }
 
 // --- Conditions.

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "core/text.h"
+#include "lang/statement_lexer.h"
 
 namespace tarnel {
 namespace {
@@ -22,9 +23,8 @@ std::string fault_words(std::string_view text, const SyntaxFault& fault) {
   if (fault.unfinished) return "the text lacks its closing quote";
   Lexer lexer(text);
   lexer.seek(fault.at);
-  return "\"" +
-         std::string(text.substr(fault.at, std::max<std::size_t>(lexer.behind() - fault.at, 1))) +
-         "\" isn't expected here";
+  const std::size_t size = std::max<std::size_t>(lexer.behind() - fault.at, 1);
+  return quoted_token(text.substr(fault.at, size)) + " isn't expected here";
 }
 
 }  // namespace

@@ -115,8 +115,8 @@ class Check {
 
   void look_for(const GeneratedFile& file, const MentionedCall& call) {
     const std::string name = call.name.substr(0, kNameSize);
-    if (names_.contains(name) || file.unit->find_own(name) ||
-        find_function(name) || find_function(FULL_NAME(call.name)))
+    if (names_.contains(name) || file.unit->find_own(name) || find_function(name) ||
+        find_function(FULL_NAME(call.name)))
       return;
     diagnostics_.warn(call.place, "there is no function " + call.name);
   }

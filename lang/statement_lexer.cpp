@@ -35,6 +35,12 @@ bool closes(Token token) {
 
 }  // namespace
 
+std::string quoted_token(std::string_view token) {
+  std::string text = "\"";
+  for (const char c : token) text += static_cast<unsigned char>(c) < ' ' || c == 127 ? '?' : c;
+  return text += '"';
+}
+
 bool is_word(std::string_view name, std::string_view word) {
   if (name.size() > word.size() || name.size() < std::min(word.size(), kShortestWord)) return false;
   return same_letters(name, word.substr(0, name.size()));
@@ -64,7 +70,9 @@ Span StatementLexer::take_expression(std::initializer_list<std::string_view> wor
   std::size_t end = start;
   int depth = 0;
   Token before = Token::kComma;
-  for (; !at_end(); before = token(), end = offset_ + lexer_.behind(), next()) {
+  // What is no token at all stays where it is: the statement is wrong there.
+  for (; !at_end() && token() != Token::kInvalid;
+       before = token(), end = offset_ + lexer_.behind(), next()) {
     if (token() == Token::kLeftBracket && !ends_value(before)) lexer_.bracket_is_quote();
     if (opens(token())) ++depth;
     if (closes(token()) && --depth < 0) break;

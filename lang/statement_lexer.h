@@ -2,12 +2,16 @@
 #pragma once
 
 #include <initializer_list>
+#include <string>
 #include <string_view>
 
 #include "lang/tree.h"
 #include "macro/lexer.h"
 
 namespace tarnel {
+
+// A piece of a program for the words of an error.
+std::string quoted_token(std::string_view token);
 
 // Is a name that word, or its first letters, four at least?
 bool is_word(std::string_view name, std::string_view word);

@@ -18,6 +18,7 @@ procedure main
   next
   loop
   d := {13/45/99}
+  private p[3 ~ 4]
 
 procedure customer_number
   customer_name := 1
