@@ -1,10 +1,14 @@
 #include "db/scan_front.h"
 
 #include <algorithm>
+#include <array>
+#include <string>
 #include <vector>
 
 #include "core/arrays.h"
+#include "core/blocks.h"
 #include "core/errors.h"
+#include "core/frame.h"
 #include "core/stacks.h"
 #include "db/area.h"
 #include "db/front.h"
@@ -12,6 +16,8 @@
 
 namespace tarnel {
 namespace {
+
+constexpr std::size_t kListNumber = 7;  // columns of a record's number
 
 // The driver object of an area by number or alias; null when there is none.
 Var* server_of(const Var* area) {
@@ -59,7 +65,48 @@ Var* into_variables(std::string_view member, std::int32_t argc, Var** argv) {
   return true_value();
 }
 
+// Calls a function of the language by its name; with those of the current area.
+Var* call_named(const char* name, std::int32_t argc, Var** argv) {
+  return CALL_VECTOR(GET_FUNC(name), argc, argv);
+}
+
+// Number, mark of deletion and values of the current record, as a line. Without expressions, all fields.
+Var* list_record(std::int32_t, Var**, Var** locals) {
+  Var* const expressions = locals[0];
+  const TempsMark mark;
+  if (!truth_of(locals[1])) {
+    std::string place = std::to_string(integer_of(call_named("recno", 0, nullptr)));
+    place.insert(0, kListNumber - std::min(place.size(), kListNumber), ' ');
+    Var* text[] = {TMP_TEXT(place + (truth_of(call_named("deleted", 0, nullptr)) ? " *" : "  "))};
+    call_named("qout", 1, text);
+  } else {
+    call_named("qout", 1, std::array{empty_text()}.data());
+  }
+  std::vector<Var*> values;
+  if (element_count(expressions) == 0) {
+    const std::int32_t fields = integer_of(call_named("fcount", 0, nullptr));
+    for (std::int32_t i = 1; i <= fields; ++i) {
+      Var* number[] = {TMP_INT(i)};
+      values.push_back(ARG_VAR(call_named("fieldget", 1, number)));
+    }
+  }
+  for (std::int32_t i = 1; i <= element_count(expressions); ++i)
+    values.push_back(ARG_VAR(EVAL_ANY(element(expressions, i))));
+  call_named("qqout", static_cast<std::int32_t>(values.size()), values.data());
+  return true_value();
+}
+
 }  // namespace
+
+Var* dblist_statement(std::int32_t argc, Var** argv) {
+  constexpr std::int32_t kScope = 6;  // where the last argument stands
+  if (!arg_is(argc, argv, 0, "A")) return RT_ERROR(312, "in __DBLIST()");
+  const bool off = arg_is(argc, argv, kScope, "L") && truth_of(argv[kScope]);
+  std::vector<Var*> passed(argv, argv + std::min(argc, kScope));
+  passed[0] = make_block(list_record, {argv[0], logical(off)});
+  return scan("eval", static_cast<std::int32_t>(passed.size()), passed.data(), 3,
+              NoArea::kError322);
+}
 
 Var* dbeval(std::int32_t argc, Var** argv) {
   return scan("eval", argc, argv, 3);

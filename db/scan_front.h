@@ -18,6 +18,10 @@ namespace tarnel {
   X("__dbdelete", dbdelete_statement,                                                             \
     "__dbdelete([xFor], [xWhile], [nNext], [nRecord], [lRest]) -> lDone: DELETE with a scope",    \
     "{flock(), __dbdelete(, , , 2), deleted()}[3] ==> .T.")                                       \
+  X("__dblist", dblist_statement,                                                                 \
+    "__dblist(aExpr, [xFor], [xWhile], [nNext], [nRecord], [lRest], [lOff]) -> lDone: LIST, a "   \
+    "line for each record: its number unless lOff, and the expressions or all fields",            \
+    "__dblist({}, , , 0, , .F.) ==> .T.")                                                         \
   X("__dblocate", dblocate_statement,                                                             \
     "__dblocate(xFor, [xWhile], [nNext], [nRecord], [lRest]) -> lFound: LOCATE",                  \
     "{__dblocate('people > 50'), name}[2] ==> Lund")                                              \

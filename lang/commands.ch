@@ -92,6 +92,15 @@
 #command PACK               => __dbpack()
 #command ZAP                => __dbzap()
 
+// Lines of records: LIST all of them, DISPLAY the current one.
+#command LIST [<off: OFF>] [<values,...>] ;
+    [FOR <for>] [WHILE <while>] [NEXT <n>] [RECORD <rec>] [<rest: REST>] [ALL] ;
+  => __dblist({<{values}>}, <{for}>, <{while}>, <n>, <rec>, <.rest.>, <.off.>)
+#command DISPLAY [<off: OFF>] [<values,...>] ;
+    [FOR <for>] [WHILE <while>] [NEXT <n>] [RECORD <rec>] [<rest: REST>] [ALL] ;
+  => __dblist({<{values}>}, <{for}>, <{while}>, <n>, <rec>, <.rest.>, <.off.>)
+#command DISPLAY [<off: OFF>] [<values,...>]  => __dblist({<{values}>}, , , 1, , .F., <.off.>)
+
 // --- Sums
 
 #command COUNT [TO <var>] [FOR <for>] [WHILE <while>] [NEXT <n>] [RECORD <rec>] [<rest: REST>] [ALL] ;
