@@ -81,6 +81,7 @@ void ProcedureCode::memory_variables(const Statement& statement) {
     const auto name = [&] { compile(declared.name, &Compiler::name_text); };
     name();
     steps().add(kind);
+    scope_.note_spelling(tree_[declared.name]);
     if (declared.type != 'U')
       diagnostics_.error(tree_.text.place_at(declared.name.at), "a memory variable has no type");
     if (!first_value(declared)) continue;

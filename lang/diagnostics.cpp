@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <tuple>
+#include <utility>
 
 namespace tarnel {
 namespace {
@@ -36,36 +38,48 @@ std::pair<std::size_t, std::string_view> round_column(std::string_view line, std
 
 void Diagnostics::error(Place where, std::string_view words) {
   if (full()) return;
-  if (++errors_ > kMostErrors)
-    text_ += "more errors\n";
-  else
-    tell(where, "error", words);
+  if (++errors_ <= kMostErrors) tell(where, "error", words);
 }
 
 void Diagnostics::warn(Place where, std::string_view words) {
   if (full() || warnings_ > kMostErrors) return;
-  if (++warnings_ > kMostErrors)
-    text_ += "more warnings\n";
-  else
-    tell(where, "warning", words);
+  if (++warnings_ <= kMostErrors) tell(where, "warning", words);
+}
+
+// Lines are read before the statements in them are parsed, and those before their expressions: what is found first
+// need not stand first.
+std::string Diagnostics::text() const {
+  std::vector<const Told*> sorted;
+  for (const Told& one : told_) sorted.push_back(&one);
+  std::ranges::stable_sort(sorted, [](const Told* a, const Told* b) {
+    return std::tie(a->place.file, a->place.line, a->place.column) <
+           std::tie(b->place.file, b->place.line, b->place.column);
+  });
+  std::string all;
+  for (const Told* one : sorted) all += one->text;
+  if (errors_ > kMostErrors) all += "more errors\n";
+  if (warnings_ > kMostErrors) all += "more warnings\n";
+  return all;
 }
 
 void Diagnostics::tell(Place where, std::string_view kind, std::string_view words) {
-  add_shown(text_, files_[where.file].name);
-  text_ += ':' + std::to_string(where.line) + ':' + std::to_string(where.column) + ": ";
-  text_ += kind;
-  text_ += ": ";
-  add_shown(text_, words);
-  text_ += '\n';
+  std::string text;
+  add_shown(text, files_[where.file].name);
+  text += ':' + std::to_string(where.line) + ':' + std::to_string(where.column) + ": ";
+  text += kind;
+  text += ": ";
+  add_shown(text, words);
+  text += '\n';
   const std::string_view line = files_.line(where.file, where.line);
   const std::size_t at =
       std::min(static_cast<std::size_t>(std::max(where.column, 1)) - 1, line.size());
   const auto [first, part] = round_column(line, at);
-  add_shown(text_, part);
-  text_ += '\n';
+  add_shown(text, part);
+  text += '\n';
   for (const char c : part.substr(0, at - first))  // as wide as the bytes above it
-    if (!goes_on(c)) text_ += c == '\t' ? '\t' : ' ';
-  text_ += "^\n";
+    if (!goes_on(c)) text += c == '\t' ? '\t' : ' ';
+  text += "^\n";
+  told_.push_back({where, std::move(text)});
 }
 
 }  // namespace tarnel

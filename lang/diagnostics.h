@@ -1,4 +1,4 @@
-// What is wrong with program files: errors and warnings with their places, in the order found.
+// What is wrong with program files: errors and warnings with their places, in the order of these.
 #pragma once
 
 #include <string>
@@ -26,13 +26,17 @@ class Diagnostics {
   bool full() const { return errors_ > kMostErrors; }
   // FILE:LINE:COLUMN: error: words, the line (160 bytes of it round the column) and a caret under the column, for
   // each; with line feeds. Tabs stay, other control bytes are shown as `?`.
-  const std::string& text() const { return text_; }
+  std::string text() const;
 
  private:
   void tell(Place where, std::string_view kind, std::string_view words);
 
+  struct Told {
+    Place place;
+    std::string text;
+  };
   const SourceFiles& files_;
-  std::string text_;
+  std::vector<Told> told_;
   int errors_ = 0;
   int warnings_ = 0;
 };

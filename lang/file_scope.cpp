@@ -18,6 +18,10 @@ void FileScope::note_call(std::string_view name) {
   calls_.push_back({std::move(lower), place_of(name.data())});
 }
 
+void FileScope::note_no_result(Place place, const std::string& name) {
+  if (warn_) diagnostics_.warn(place, "function " + name + " gives no value");
+}
+
 void FileScope::note_spelling(std::string_view name) {
   const auto [known, is_new] = spellings_.emplace(lower_text(name.substr(0, kNameSize)), name);
   if (is_new || same_letters(known->second, name)) return;

@@ -19,6 +19,8 @@ class FileScope final : public ProgramScope {
 
   void note_undeclared(std::string_view name) override;
   void note_call(std::string_view name) override;
+  // A function has no RETURN with a value.
+  void note_no_result(Place place, const std::string& name);
   // Tells of a name that differs from an earlier one only behind its tenth character.
   void note_spelling(std::string_view name);
 

@@ -81,6 +81,8 @@ void ProcedureCode::procedure(const ProcedureTree& procedure) {
       diagnostics_.error(tree_.text.place_at(parameter.name.at), "a parameter has no first value");
   }
   body(procedure.body);
+  if (procedure.is_function && !part_.is_method && !returns_)
+    scope_.note_no_result(procedure.place, part_.name);
   add_nothing();
 }
 
@@ -332,6 +334,7 @@ void ProcedureCode::sequence(const Statement& statement) {
 }
 
 void ProcedureCode::return_statement(const Statement& statement) {
+  returns_ |= !statement.spans[0].empty();
   if (statement.spans[0].empty())
     steps().add(StepKind::kShared, 0, static_cast<std::uint8_t>(SharedConstant::kNil));
   else

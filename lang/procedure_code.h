@@ -85,6 +85,7 @@ class ProcedureCode {
   std::vector<Loop> loops_;
   int sequences_ = 0;
   bool typed_ = false;
+  bool returns_ = false;  // a value
 };
 
 }  // namespace tarnel

@@ -7,6 +7,7 @@
 
 #include "core/errors.h"
 #include "core/frame.h"
+#include "core/output.h"
 #include "core/stacks.h"
 #include "core/text.h"
 #include "lang/parser.h"
@@ -269,6 +270,7 @@ Var* exit_programs(std::int32_t, Var**) {
         const TempsMark mark;
         procedure->call(0, nullptr);
       }
+  if (!started.empty()) end_last_line();
   return true_value();
 }
 
