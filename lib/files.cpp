@@ -168,11 +168,18 @@ void streamClose(std::FILE* stream) {
     file_warning(102, format_text("Close error (for %d)  ", -1));
 }
 
+// The rights of a file that was written anew. Those of a device stay, whoever writes to it.
+static void give_rights(int fd, mode_t mode) {
+  struct stat status;
+  if (file_ops().fstat(fd, &status) == 0 && S_ISREG(status.st_mode))
+    static_cast<void>(file_ops().fchmod(fd, mode) == 0);  // not ours to change on some file systems
+}
+
 int fileCreate(std::string_view name, mode_t mode, bool report) {
   const std::string path = pathJoin("", name);
   const int fd = open_file(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, mode);
   if (fd >= 0) {
-    static_cast<void>(file_ops().fchmod(fd, mode) == 0);  // not ours to change on some file systems
+    give_rights(fd, mode);
   } else {
     create_warning(path, name, report);
   }

@@ -271,6 +271,7 @@ TEST_F(Files, AFileThatIsWrittenAnewKeepsItsNamesAndRights) {
   EXPECT_EQ(read("missing"), "new");
   EXPECT_EQ(read("second"), "new");
   EXPECT_TRUE(fs::is_character_file("/dev/null"));
+  EXPECT_NE(fs::status("/dev/null").permissions() & fs::perms::others_write, fs::perms::none);
   EXPECT_EQ(write_to("sub"), "L F") << "a directory";
   const int handle = call_cell("fopen", {"own"})->i;
   EXPECT_EQ(call("memowrit", {"own", "again"}), "L T");
