@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <utility>
 
 #include "core/errors.h"
 #include "core/file_ops.h"
@@ -129,7 +130,7 @@ class RecordCheck {
 
 class MemoCheck {
  public:
-  explicit MemoCheck(CheckedTable& table) : table_(table), used_(blocks_of_file()) {
+  explicit MemoCheck(CheckedTable& table) : table_(table) {
     for (const dbf::Field& field : table.fields)
       if (field.type == 'M') fields_.push_back(&field);
     refresh();
@@ -167,7 +168,6 @@ class MemoCheck {
   }
   bool refresh() {
     blocks_ = blocks_of_file();
-    used_.grow(blocks_);
     return dbt::read_next_free(table_.memo_fd, next_free_);
   }
 
@@ -222,8 +222,7 @@ class MemoCheck {
     if (text.found > 0) {
       if (end > next_free_) refresh();
       last_used_ = std::max(last_used_, end);
-      bool twice = false;
-      for (std::uint64_t b = block; b < end; ++b) twice |= used_.mark(b);
+      const bool twice = take(n, field, block, text);
       if (!twice && end <= next_free_) return;
       if (twice) findings.add(Fault::kBlockShared, place_of(n, field, block));
       if (end > next_free_) findings.add(Fault::kBlockBehindFree, place_of(n, field, block));
@@ -235,6 +234,30 @@ class MemoCheck {
     findings.add(Fault::kMemoEndless, place);
   }
 
+  // The blocks of a text are those of a record now: is one of them another memo's?
+  bool take(std::int32_t n, const dbf::Field& field, std::uint32_t block, const Text& text) {
+    owners_.resize(std::max<std::size_t>(owners_.size(), std::size_t{block} + text.blocks), 0);
+    bool shared = false;
+    for (std::size_t b = block; b < block + text.blocks; ++b) {
+      const std::int32_t owner = std::exchange(owners_[b], n);
+      shared |= owner != 0 && lies_in(n, field, b) && (owner == n || lies_in_any(owner, b));
+    }
+    return shared;
+  }
+
+  // Does the memo of a field reach over a block? Looked at anew where others may write: the record was read with
+  // many others, and its memo may have another place by now.
+  bool lies_in(std::int32_t n, const dbf::Field& field, std::size_t b) {
+    if (table_.dbf == nullptr) return true;
+    std::uint32_t block = 0;
+    Text text;
+    return settle(n, field, block, text) && text.found > 0 && b >= block && b < block + text.blocks;
+  }
+  bool lies_in_any(std::int32_t n, std::size_t b) {
+    return std::ranges::any_of(fields_,
+                               [&](const dbf::Field* field) { return lies_in(n, *field, b); });
+  }
+
   static std::string place_of(std::int32_t n, const dbf::Field& field, std::uint32_t block) {
     return "record " + std::to_string(n) + ", field " + field.name + ", block " +
            std::to_string(block);
@@ -242,7 +265,7 @@ class MemoCheck {
 
   CheckedTable& table_;
   std::vector<const dbf::Field*> fields_;
-  Marks used_;
+  std::vector<std::int32_t> owners_;  // of the blocks: the records that name them, 0 none
   std::uint32_t blocks_ = 0, next_free_ = 0;
   std::uint64_t last_used_ = 0;
   std::vector<std::uint8_t> bytes_;
