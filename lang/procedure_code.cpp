@@ -209,7 +209,7 @@ void ProcedureCode::if_statement(const Statement& statement) {
 
 void ProcedureCode::while_statement(const Statement& statement) {
   const Arm& arm = statement.arms[0];
-  const std::size_t head = steps().size();
+  const std::size_t head = steps().mark_landing();
   line(arm.line);
   value(arm.condition);
   loops_.push_back({{}, {steps().add(StepKind::kUnless)}, sequences_});
@@ -239,7 +239,7 @@ void ProcedureCode::for_statement(const Statement& statement) {
   loops_.push_back({{}, {steps().add(StepKind::kForStep)}, sequences_});
   steps().add(StepKind::kStore, by);
   const StepPosition to_test = steps().add(StepKind::kGo);
-  const std::size_t turn = steps().size();
+  const std::size_t turn = steps().mark_landing();
   body(statement.arms[0].body);
   land(loops_.back().loops);
   steps().add(StepKind::kEndTurn, statement.line);
@@ -260,7 +260,7 @@ void ProcedureCode::advance(Span counter, std::int32_t by) {
   const NameMeaning meaning = scope_.find(tree_[counter]);
   if (meaning.kind == NameKind::kSlot) {
     steps().add(StepKind::kSlot, by);
-    steps().add(StepKind::kAdvance, meaning.index);
+    steps().add(StepKind::kUpdateSlot, meaning.index, kAddFunction);
     return;
   }
   compile(counter, &Compiler::target);
@@ -277,7 +277,7 @@ void ProcedureCode::for_each(const Statement& statement) {
   steps().add(StepKind::kStore, array);
   steps().add_number(0);
   steps().add(StepKind::kStore, position);
-  const std::size_t head = steps().size();
+  const std::size_t head = steps().mark_landing();
   compile(statement.spans[0], &Compiler::target);
   steps().begin_keep();
   steps().add(StepKind::kSlot, array);

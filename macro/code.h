@@ -32,6 +32,8 @@ namespace tarnel {
   X(Array, "[elements -> array], from the last kMark on")                            \
   /* Operators. */                                                                   \
   X(Binary, "[x y -> x op y]")                                                       \
+  X(BinaryConstant, "[x -> x op constant a of the code]")                            \
+  X(BinarySlot, "[x -> x op parameter or local a]")                                  \
   X(Unary, "[x -> op x], as in kUnaryOperators")                                     \
   X(Assign, "[target x -> target] by binary operator op, 0 none")                    \
   X(AssignInstance, "[object x -> value] of instance a, by binary operator op")      \
@@ -63,6 +65,8 @@ namespace tarnel {
   X(LeaveArea, "")                                                                   \
   /* Names of programs. */                                                           \
   X(Store, "[x ->] to parameter or local a")                                         \
+  X(UpdateSlot, "[x ->] by binary operator op to parameter or local a")              \
+  X(StepSlot, "unary operator op on parameter or local a")                           \
   X(StoreStatic, "[x ->] to static a of the unit")                                   \
   X(Slot, "[-> parameter, local or detached local a]")                               \
   X(Static, "[-> static a of the unit]")                                             \
@@ -82,7 +86,6 @@ namespace tarnel {
   X(GoBack, "the same, to step a which was there before")                            \
   X(ForStep, "[step -> step], error 320 for 0 jumps with [->]")                      \
   X(ForTest, "[counter limit step ->], jumps unless the counter is beyond")          \
-  X(Advance, "[step ->] added to parameter or local a")                              \
   X(EachOf, "[array -> array], error 312 for another value, which becomes {}")       \
   X(EachNext, "[array index -> element], or jumps with [->]")                        \
   X(Sequence, "runs up to its end; a break goes on at a with [-> value]")            \

@@ -45,7 +45,7 @@ int cells_added(StepKind kind) {
     case StepKind::kUnless:
     case StepKind::kStore:
     case StepKind::kStoreStatic:
-    case StepKind::kAdvance:
+    case StepKind::kUpdateSlot:
     case StepKind::kEachNext:
     case StepKind::kBreak:
     case StepKind::kPrivate:
@@ -138,19 +138,52 @@ void CodeBuilder::add_with_word(StepKind kind, std::string_view word, std::uint8
 }
 
 void CodeBuilder::land(StepPosition from) {
+  landed_ = steps_.size();
   if (from != kNowhere)
     steps_[from].a = static_cast<std::int32_t>(steps_.size()) - (fault_ ? 1 : 0);
 }
 
 void CodeBuilder::drop() {
-  Step* const last = steps_.size() > 0 ? &steps_[steps_.size() - 1] : nullptr;
-  if (last != nullptr && last->kind == StepKind::kUnary) {
-    if (last->op == static_cast<std::uint8_t>(UnaryOperator::kIncrement))
-      last->op = static_cast<std::uint8_t>(UnaryOperator::kPreIncrement);
-    if (last->op == static_cast<std::uint8_t>(UnaryOperator::kDecrement))
-      last->op = static_cast<std::uint8_t>(UnaryOperator::kPreDecrement);
+  if (fault_) return;
+  const std::size_t size = steps_.size();
+  if (size > landed_ + 1 && steps_[size - 1].kind == StepKind::kUnary) {
+    Step& last = steps_[size - 1];
+    if (last.op == static_cast<std::uint8_t>(UnaryOperator::kIncrement))
+      last.op = static_cast<std::uint8_t>(UnaryOperator::kPreIncrement);
+    if (last.op == static_cast<std::uint8_t>(UnaryOperator::kDecrement))
+      last.op = static_cast<std::uint8_t>(UnaryOperator::kPreDecrement);
+    if (steps_[size - 2].kind == StepKind::kSlot) {
+      steps_[size - 2] = {StepKind::kStepSlot, last.op, steps_[size - 2].a};
+      steps_.cut(size - 1);
+      --cells_now_;
+      return;
+    }
   }
   add(StepKind::kDrop);
+}
+
+void CodeBuilder::add_binary(std::uint8_t op) {
+  if (fault_) return;
+  const std::size_t size = steps_.size();
+  Step* const right = size > landed_ ? &steps_[size - 1] : nullptr;
+  if (right == nullptr ||
+      (right->kind != StepKind::kConstant && right->kind != StepKind::kSlot)) {
+    add(StepKind::kBinary, 0, op);
+    return;
+  }
+  right->kind =
+      right->kind == StepKind::kSlot ? StepKind::kBinarySlot : StepKind::kBinaryConstant;
+  right->op = op;
+  --cells_now_;
+}
+
+std::int32_t CodeBuilder::take_slot() {
+  const std::size_t size = steps_.size();
+  if (fault_ || size <= landed_ || steps_[size - 1].kind != StepKind::kSlot) return -1;
+  const std::int32_t slot = steps_[size - 1].a;
+  steps_.cut(size - 1);
+  --cells_now_;
+  return slot;
 }
 
 StepPosition CodeBuilder::begin_keep() {

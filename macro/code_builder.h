@@ -27,8 +27,14 @@ class CodeBuilder {
   void add_block(Code* block, StepKind kind = StepKind::kBlock);  // takes over the reference
   void add_with_word(StepKind kind, std::string_view word, std::uint8_t op = 0);
 
-  // Drops the value of an expression: what stands before ++ needs no copy of its former value then.
+  // Steps that become one with those before them, where no jump lands between: the drop of a value, of which ++
+  // needs no copy then, and a binary operator behind a simple right side.
   void drop();
+  void add_binary(std::uint8_t op);
+  // Takes the step back that has put a slot on the stack: the slot, or -1 when the last step did something else.
+  std::int32_t take_slot();
+  // A jump back will go to the next step.
+  StepPosition mark_landing() { return landed_ = steps_.size(); }
 
   // The step that is added next takes so many arguments from the machine's stack.
   void take_arguments(std::int32_t count) { cells_now_ -= count; }
@@ -58,6 +64,7 @@ class CodeBuilder {
   SmallList<Word, 8> words_;
   SmallList<Code*, 4> blocks_;
   SmallList<char, 128> bytes_;
+  std::size_t landed_ = 0;  // steps before it can't become one with those behind it
   std::int32_t cells_now_ = 0;
   std::int32_t most_cells_ = 0;
   std::optional<SyntaxFault> fault_;

@@ -89,7 +89,7 @@ void Compiler::statement() {
   at_statement_ = true;
   expression();
   expect(Token::kEnd);
-  code_->drop();
+  if (!left_no_value_) code_->drop();
 }
 
 void Compiler::value() {

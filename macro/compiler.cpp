@@ -149,18 +149,23 @@ void Compiler::expression() {
   const bool at_statement = at_statement_;
   const Operand left = binary(kOrLevel);
   if (is_assignment(token()) || (at_statement && token() == Token::kEqual))
-    assignment(left);
+    assignment(left, at_statement);
   else
     load(left);
 }
 
-void Compiler::assignment(const Operand& target) {
+// As a statement to a local it leaves no value.
+void Compiler::assignment(const Operand& target, bool as_statement) {
   if (!target.assignable) return fail(Failure::kSyntax);
   const std::uint8_t op = token() == Token::kEqual ? kNoFunction : assigned_function(token());
-  code_->begin_keep();
+  const std::int32_t slot = as_statement && target.instance.empty() ? code_->take_slot() : -1;
+  if (slot < 0) code_->begin_keep();
   lexer_.next();
   expression();
-  if (target.instance.empty())
+  left_no_value_ = slot >= 0;
+  if (slot >= 0)
+    code_->add(op == kNoFunction ? StepKind::kStore : StepKind::kUpdateSlot, slot, op);
+  else if (target.instance.empty())
     code_->add(StepKind::kAssign, 0, op);
   else
     code_->add_with_word(StepKind::kAssignInstance, lower_text(target.instance), op);
@@ -183,7 +188,7 @@ Compiler::Operand Compiler::binary(int lowest) {
     const StepPosition keep = code_->begin_keep();
     load(binary(op->level + 1));
     code_->end_keep(keep);
-    code_->add(StepKind::kBinary, 0, index_of(*op));
+    code_->add_binary(index_of(*op));
   }
 }
 

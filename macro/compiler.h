@@ -68,7 +68,7 @@ class Compiler {
   void block();
   void body();
   void expression();
-  void assignment(const Operand& target);
+  void assignment(const Operand& target, bool as_statement);
   Operand binary(int lowest);
   void logic(Token op, int level);
   Operand prefix();
@@ -128,6 +128,7 @@ class Compiler {
   CodeBuilder own_;
   CodeBuilder* code_ = &own_;  // of the block literal that is being read
   ProgramScope* const scope_ = nullptr;
+  bool left_no_value_ = false;        // the last assignment was a statement to a local
   bool at_statement_ = false;         // before the first operator of one
   Parameters* parameters_ = nullptr;  // of the block that is being read, if it is one
 };

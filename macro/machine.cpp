@@ -38,6 +38,10 @@ Var* shared_constant(SharedConstant which) {
 
 }  // namespace
 
+UnaryFunction unary_function(std::uint8_t op) {
+  return kUnaryOperators[op];
+}
+
 Var* run_code(Code& code, std::string_view source, const BlockArguments& arguments) {
   assert(code.refs > 0 && code.steps != nullptr);
   return Machine(code, source, arguments).run();
@@ -113,6 +117,14 @@ void Machine::stepBinary(const Step& step) {
   Var* right = pop();
   Var* left = pop();
   push_checked(binary_function(step.op)(left, right, false));
+}
+
+void Machine::stepBinaryConstant(const Step& step) {
+  push_checked(binary_function(step.op)(pop(), &code_.cells[step.a], false));
+}
+
+void Machine::stepBinarySlot(const Step& step) {
+  push_checked(binary_function(step.op)(pop(), slots_[step.a], false));
 }
 
 void Machine::stepUnary(const Step& step) {

@@ -43,6 +43,14 @@ void Machine::stepStore(const Step& step) {
   CPY_VAR(slots_[step.a], pop());
 }
 
+void Machine::stepUpdateSlot(const Step& step) {
+  binary_function(step.op)(slots_[step.a], pop(), true);
+}
+
+void Machine::stepStepSlot(const Step& step) {
+  unary_function(step.op)(slots_[step.a]);
+}
+
 void Machine::stepStoreStatic(const Step& step) {
   CPY_VAR(code_.part->unit->statics[static_cast<std::size_t>(step.a)], pop());
 }
@@ -156,10 +164,7 @@ void Machine::stepForTest(const Step& step) {
   if (!beyond) jump(step.a);
 }
 
-void Machine::stepAdvance(const Step& step) {
-  Var* const by = pop();
-  csuaddu(slots_[step.a], by, true);
-}
+
 
 void Machine::stepEachOf(const Step&) {
   if (top()->type == 'A') return;

@@ -10,6 +10,10 @@
 
 namespace tarnel {
 
+using UnaryFunction = Var* (*)(Var* value);
+// By UnaryOperator.
+UnaryFunction unary_function(std::uint8_t op);
+
 // The Symbol of a name, which becomes known as that of an undefined variable.
 std::int32_t known_name(std::string_view name);
 
