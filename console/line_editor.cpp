@@ -199,10 +199,14 @@ bool is_comment(const std::string& text, std::string_view line) {
   return fault && !fault->unfinished;
 }
 
+std::string_view trim_line_end(std::string_view text) {
+  return text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
+}
+
 Asks what_is_missing(std::string_view text) {
   const std::size_t start = text.find_first_not_of(" \t");
   if (is_blank(text) || text[start] == '#' || is_dot_line(text.substr(start))) return Asks::kFirst;
-  if (lacks_end(text)) return Asks::kStatements;
+  if (lacks_end(trim_line_end(text))) return Asks::kStatements;
   const auto fault = find_syntax_fault(text);
   return fault && fault->unfinished ? Asks::kExpression : Asks::kFirst;
 }

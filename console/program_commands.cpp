@@ -58,6 +58,14 @@ std::string_view first_word(std::string_view text) {
   return lexer.token() == Token::kName ? lexer.lexeme() : std::string_view();
 }
 
+bool opens_block(std::string_view text) {
+  const std::string_view word = first_word(text);
+  return std::ranges::any_of(kOpening, [&](std::string_view w) {
+    return word.size() >= std::min<std::size_t>(w.size(), 4) &&
+           same_letters(w.substr(0, word.size()), word);
+  });
+}
+
 // One name and nothing else: it may be a command.
 bool is_lone_name(std::string_view line) {
   const std::string_view text = trim_blanks(line);
@@ -108,8 +116,8 @@ bool do_program(std::string_view line) {
 
 LineKind run_statements(std::string_view line) {
   if (!may_begin_statement(line)) return LineKind::kExpression;
-  const bool is_expression = !find_syntax_fault(line);
-  if (is_expression && (!is_lone_name(line) || is_known(trim_blanks(line))))
+  const bool could_be = !find_syntax_fault(line) && !opens_block(line);
+  if (could_be && (!is_lone_name(line) || is_known(trim_blanks(line))))
     return LineKind::kExpression;
   TypedStatements statements(line, "tnsh");
   switch (statements.kind()) {
@@ -125,12 +133,9 @@ LineKind run_statements(std::string_view line) {
 }
 
 bool lacks_end(std::string_view text) {
-  const std::string_view word = first_word(text);
-  const bool opens = std::ranges::any_of(kOpening, [&](std::string_view w) {
-    return word.size() >= 2 && same_letters(w.substr(0, word.size()), word);
-  });
-  if (!opens || !find_syntax_fault(text)) return false;
-  return TypedStatements(text, "tnsh").kind() == TypedStatements::Kind::kUnfinished;
+  if (text.ends_with(';')) return true;  // as in a program
+  return opens_block(text) &&
+         TypedStatements(text, "tnsh").kind() == TypedStatements::Kind::kUnfinished;
 }
 
 }  // namespace tarnel

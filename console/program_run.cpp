@@ -13,6 +13,7 @@
 namespace tarnel {
 namespace {
 
+constexpr int kMostFrames = 50;  // that a report tells of
 constexpr int kNothingRan = 2;
 constexpr std::int32_t kDeveloperNotice = 902;
 
@@ -49,8 +50,11 @@ std::string report(Var* error) {
   text.append(std::to_string(number_of_instance(error, "gencode"))).append(": ");
   if (is_text(words)) text.append(text_of(words));
   text += '\n';
+  int frames = 0;
   for (const Frame* frame = at; frame != nullptr && frame->prev != nullptr; frame = frame->prev)
-    if (frame->line >= 0) text.append(place_of(*frame)).append(frame->proc).append("\n");
+    if (frame->line >= 0 && ++frames <= kMostFrames)
+      text.append(place_of(*frame)).append(frame->proc).append("\n");
+  if (frames > kMostFrames) text += std::to_string(frames - kMostFrames) + " more\n";
   return text;
 }
 

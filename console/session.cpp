@@ -253,12 +253,18 @@ bool take_bail() {
   return std::exchange(session.bailed, false);
 }
 
+// Comments and commands are lines of their own.
+static bool goes_on_below(std::string_view line) {
+  line = trimmed(line);
+  return !line.empty() && line.front() != '#' && !is_dot_line(line) && lacks_end(line);
+}
+
 bool run_lines(int fd, const char* name) {
   LineReader reader(fd);
   bool goes_on = true;
   for (std::string line; goes_on && reader.next(line);) {
     int further = 0;
-    for (std::string next; lacks_end(line) && reader.next(next); ++further) line += "\n" + next;
+    for (std::string next; goes_on_below(line) && reader.next(next); ++further) line += "\n" + next;
     goes_on = run_or_bail(line);
     while (further-- > 0) next_line();
   }

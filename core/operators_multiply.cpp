@@ -19,7 +19,7 @@ Var* failed_with_zero(int code, const char* text) {
 // Moves a date, number or integer by one, in place or through its field.
 Var* step(Var* v, std::int32_t by, const char* text) {
   if (!letter_in(v->type, "DFNI")) return RT_ERROR(201, text);
-  if (v->sclass == 'F') {
+  if (upper_class(v->sclass) == 'F') {
     Var* moved = NEW_TEMP();
     moved->type = v->type;
     moved->length = v->length;
@@ -37,8 +37,9 @@ Var* step(Var* v, std::int32_t by, const char* text) {
   return v;
 }
 
+// A field's cell may only point at its value; the new one goes to the record.
 bool can_step(const Var* v) {
-  return letter_in(v->sclass, "SNLVFT");
+  return letter_in(v->sclass, "SNLVFTf");
 }
 
 Var* prefix_step(Var* v, std::int32_t by, const char* text) {

@@ -40,6 +40,8 @@ Var* extent_of(Var* server, std::int32_t argc, Var** argv, std::int32_t first) {
     return int_one();
   }
   if (!is_nil(record)) return record;
+  if (is_number(next) && number_of(next) < 0)
+    return int_zero();  // below 0 stands for ALL and REST there
   if (!is_nil(next)) return next;
   return is_number(rest) ? empty_text() : rest;  // a number would be taken for NEXT
 }

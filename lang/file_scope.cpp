@@ -5,7 +5,6 @@
 namespace tarnel {
 
 void FileScope::note_undeclared(std::string_view name) {
-  note_spelling(name);
   if (!warn_) return;
   if (!undeclared_.emplace(lower_text(name.substr(0, kNameSize)), true).second) return;
   diagnostics_.warn(place_of(name.data()), "nothing declares " + std::string(name));
@@ -23,9 +22,11 @@ void FileScope::note_no_result(Place place, const std::string& name) {
 }
 
 void FileScope::note_spelling(std::string_view name) {
+  if (name.size() <= kNameSize) return;
   const auto [known, is_new] = spellings_.emplace(lower_text(name.substr(0, kNameSize)), name);
   if (is_new || same_letters(known->second, name)) return;
-  if (name.size() > kNameSize && known->second.size() > kNameSize)
+  if (name.size() > kNameSize && known->second.size() > kNameSize &&
+      met_.emplace(known->first, true).second)
     diagnostics_.warn(place_of(name.data()),
                       "the first ten characters count: " + std::string(name) +
                           " is the same name as " + std::string(known->second));

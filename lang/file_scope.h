@@ -17,6 +17,7 @@ class FileScope final : public ProgramScope {
   FileScope(const ProgramTree& tree, ProgramUnit& unit, Diagnostics& diagnostics, bool warn)
       : tree_(tree), unit_(unit), diagnostics_(diagnostics), warn_(warn) {}
 
+  void note_name(std::string_view name) override { note_spelling(name); }
   void note_undeclared(std::string_view name) override;
   void note_call(std::string_view name) override;
   // A function has no RETURN with a value.
@@ -41,7 +42,7 @@ class FileScope final : public ProgramScope {
   const ProgramPart* part_ = nullptr;  // the procedure that is read
   std::map<std::int32_t, int> blocks_of_line_;
   std::unordered_map<std::string, std::string_view> spellings_;  // by the significant characters
-  std::unordered_map<std::string, bool> called_, undeclared_;
+  std::unordered_map<std::string, bool> met_, called_, undeclared_;
   std::vector<MentionedCall> calls_;
 };
 

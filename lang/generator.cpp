@@ -41,6 +41,7 @@ class FileGenerator {
       end_class(tree_.classes[i], made_.classes[i]);
     check_types();
     finish_statics();
+    std::ranges::sort(made_.unit->own, {}, &LoadedName::name);
     made_.calls = scope_->take_calls();
     return std::move(made_);
   }
@@ -73,6 +74,8 @@ class FileGenerator {
       make_method(part, *of_class);
     else
       check_name(procedure, part.name);
+    if (!procedure.name.empty() && of_class == nullptr)
+      scope_->note_spelling(tree_[procedure.name]);
     CodeBuilder steps;
     ProcedureCode(tree_, *scope_, diagnostics_, part, statics_, steps).procedure(procedure);
     auto made = std::make_unique<ProgramProcedure>(procedure.kind, steps.finish({}, false, &part));

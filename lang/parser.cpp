@@ -75,9 +75,9 @@ void Parser::end_procedure() {
   while (!open_.empty()) {
     const Open& left = open_.back();
     ++tree_.without_end;
-    error(left.place, std::string(block_words(left.statement.kind).name) + " of line " +
-                          std::to_string(left.place.line) + " has no " +
-                          std::string(block_words(left.statement.kind).end));
+    error(place_, std::string(block_words(left.statement.kind).name) + " of line " +
+                      std::to_string(left.place.line) + " has no " +
+                      std::string(block_words(left.statement.kind).end));
     open_.pop_back();
   }
   reading_ = false;
@@ -369,7 +369,8 @@ void Parser::return_statement(StatementLexer& words) {
   add({StatementKind::kReturn, line(), {words.rest_span()}});
 }
 void Parser::break_statement(StatementLexer& words) {
-  add({StatementKind::kBreak, line(), {words.rest_span()}});
+  const bool nothing = words.rest() == "()";  // as the function without an argument
+  add({StatementKind::kBreak, line(), {nothing ? Span{} : words.rest_span()}});
 }
 
 // Lines as they stand, up to one of ENDTEXT.

@@ -109,7 +109,8 @@ class Check {
         return;
       }
       if (steps > kDeepestClasses)
-        return diagnostics_.error(one.place, "class " + one.made->name + " inherits from itself");
+        return diagnostics_.error(
+            one.place, "class " + one.made->name + " inherits from itself, or from too many");
       at = above;
     }
   }
@@ -264,11 +265,14 @@ Var* procpath(std::int32_t argc, Var** argv) {
 }
 
 Var* exit_programs(std::int32_t, Var**) {
+  std::int32_t count = 0;
   for (const GeneratedFile* file : LoadedProgram::started_files())
     for (const auto& procedure : file->procedures)
       if (procedure->kind() == ProcedureKind::kExit) {
         const TempsMark mark;
-        procedure->call(0, nullptr);
+        Var* number[] = {TMP_INT(++count)};
+        const Var* const result = procedure->call(1, number);
+        if (is_number_or_logical(result) && !truth_of(result)) return false_value();
       }
   if (!started.empty()) end_last_line();
   return true_value();

@@ -227,8 +227,15 @@ bool Matcher::belongs() {
   }
   if (!touches()) return false;
   const bool macro = before.is_name() && at_ > 1 && tokens_[at_ - 2].is("&");
-  const bool in_name = before.is("&") || (before.is(".") && macro_before_point());
-  if (here().is("++") || here().is("--") || (here().is("&") && before.is_name()) ||
+  const bool behind_point = before.is(".") && macro_before_point();
+  if (behind_point && here().is("(")) {
+    skip_brackets();
+    return true;
+  }
+  const bool in_name = before.is("&") || behind_point;
+  if (here().is("++") || here().is("--") ||
+      (here().is("&") &&
+       (before.is_name() || behind_point || before.kind == SourceKind::kNumber)) ||
       (macro && here().text.starts_with('.')) ||
       (in_name && (here().is_name() || here().kind == SourceKind::kNumber))) {
     ++at_;

@@ -184,6 +184,7 @@ Compiler::Operand Compiler::program_variable(std::string_view name) {
     classes_up_ = 1;
     name = "self";
   }
+  scope_->note_name(name);
   const NameMeaning meaning = scope_->find(name);
   switch (meaning.kind) {
     case NameKind::kSlot:

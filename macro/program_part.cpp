@@ -39,8 +39,8 @@ ProgramUnit::~ProgramUnit() {
 
 Function ProgramUnit::find_own(std::string_view name) const {
   const std::string_view significant = name.substr(0, kNameSize);
-  const auto found = std::ranges::find(own, significant, &LoadedName::name);
-  return found != own.end() ? Function(found->procedure) : Function();
+  const auto found = std::ranges::lower_bound(own, significant, {}, &LoadedName::name);
+  return found != own.end() && found->name == significant ? Function(found->procedure) : Function();
 }
 
 Var* run_procedure(Code& code, std::int32_t argc, Var** argv) {
@@ -49,7 +49,10 @@ Var* run_procedure(Code& code, std::int32_t argc, Var** argv) {
   const ProgramPart& part = *code.part;
   Procedure p(part.file->module.c_str(), part.name.c_str(), part.line, argc);
   Slots slots;
-  if (part.is_method) slots.add(p.self(argv, part.method_scope()));
+  if (part.is_method) {  // a cell of its own: the caller's variable may get another object meanwhile
+    Var* object[] = {argc > 0 && argv[0] != nullptr ? ARG_VAR(argv[0]) : nullptr};
+    slots.add(p.self(object, part.method_scope()));
+  }
   for (const char letter : part.parameters) slots.add(p.param(argv, letter));
   for (const char letter : part.locals) slots.add(p.local(letter));
   return p.result(Machine(code, {}, {argc, argv}, slots.data()).run(), part.result);

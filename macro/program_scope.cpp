@@ -14,10 +14,7 @@ NameKey::NameKey(std::string_view name) {
 }
 
 bool ProgramScope::add(Level& level, std::string_view name, const NameMeaning& meaning) {
-  const NameKey key(name);
-  if (std::ranges::find(level.names, key, &Name::key) != level.names.end()) return false;
-  level.names.push_back({key, meaning});
-  return true;
+  return level.names.emplace(NameKey(name), meaning).second;
 }
 
 bool ProgramScope::declare(std::string_view name, const NameMeaning& meaning) {
@@ -36,10 +33,10 @@ void ProgramScope::begin_procedure() {
 
 NameMeaning ProgramScope::find_at(std::size_t level, std::string_view name) {
   Level& here = levels_[level];
-  const auto found = std::ranges::find(here.names, NameKey(name), &Name::key);
+  const auto found = here.names.find(NameKey(name));
   if (found != here.names.end()) {
-    mentioned_slot_ |= here.block == nullptr && found->meaning.kind == NameKind::kSlot;
-    return found->meaning;
+    mentioned_slot_ |= here.block == nullptr && found->second.kind == NameKind::kSlot;
+    return found->second;
   }
   if (level == 0) return {};
   NameMeaning outer = find_at(level - 1, name);
@@ -47,7 +44,7 @@ NameMeaning ProgramScope::find_at(std::size_t level, std::string_view name) {
   here.block->captures.push_back(outer.index);
   const auto slot = here.block->parameters.size() + here.block->captures.size() - 1;
   const NameMeaning detached{NameKind::kSlot, static_cast<std::int32_t>(slot)};
-  here.names.push_back({NameKey(name), detached});
+  here.names.emplace(NameKey(name), detached);
   return detached;
 }
 

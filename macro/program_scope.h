@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "core/symbols.h"
@@ -18,6 +19,11 @@ class NameKey {
  public:
   explicit NameKey(std::string_view name);
   bool operator==(const NameKey&) const = default;
+  struct Hash {
+    std::size_t operator()(const NameKey& key) const {
+      return std::hash<std::string_view>()({key.letters_, sizeof(key.letters_)});
+    }
+  };
 
  private:
   char letters_[kNameSize + 6] = {};  // compared as two words
@@ -50,6 +56,8 @@ class ProgramScope {
   ProgramPart* begin_block(const char* where);
   void declare_parameter(std::string_view name);
   void end_block();
+  // Every name that is mentioned.
+  virtual void note_name(std::string_view name) = 0;
   // A memory variable or field is mentioned that nothing declares, or a function is called.
   virtual void note_undeclared(std::string_view name) = 0;
   virtual void note_call(std::string_view name) = 0;
@@ -62,12 +70,8 @@ class ProgramScope {
   virtual ProgramPart* new_block(const char* where) = 0;
 
  private:
-  struct Name {
-    NameKey key;
-    NameMeaning meaning;
-  };
   struct Level {
-    std::vector<Name> names;
+    std::unordered_map<NameKey, NameMeaning, NameKey::Hash> names;
     ProgramPart* block = nullptr;
   };
 

@@ -20,7 +20,7 @@ class problem inherit error
 endclass
 
 procedure main
-  local a := accountnew("ann"), s := saver("sue", 10), p := problemnew(), e
+  local a := accountnew("ann"), s := saver("sue", 10), p := problemnew(), e, k
   a:pay(5):pay(7)
   s:pay(100)
   ? a:owner, a:balance, a:total(), len(a:moves)
@@ -46,6 +46,12 @@ procedure main
     ? e:gencode
   end
   ? plain(a), plain(s)
+  k := keeper()
+  k:v := "first"
+  e := k:later()
+  k := keeper()
+  k:v := "second"
+  ? eval(e)
   return
 
 function plain(o as account)
@@ -75,3 +81,12 @@ method name class saver
 
 method interest class saver
   return ::balance * ::rate / 100
+
+* What a method's blocks see of its object stays, whatever becomes of the caller's variable.
+class keeper
+  var v
+  method later
+endclass
+
+method later class keeper
+  return {|| ::v}
