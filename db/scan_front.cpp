@@ -30,7 +30,7 @@ Var* server_of(const Var* area) {
 // The customary scope of a statement, NEXT, RECORD and REST behind FOR and WHILE, as the one argument that
 // the driver takes for the three; RECORD goes to its record first. An argument of a wrong type is handed on
 // for the driver to refuse.
-Var* extent_of(Var* server, std::int32_t argc, Var** argv, std::int32_t first) {
+Var* extent_of(Var* server, std::int32_t argc, Var** argv, std::int32_t first, bool of_command) {
   Var* given[3];
   for (std::int32_t i = 0; i < 3; ++i)
     given[i] = first + i < argc && argv[first + i] != nullptr ? argv[first + i] : nil_value();
@@ -40,8 +40,8 @@ Var* extent_of(Var* server, std::int32_t argc, Var** argv, std::int32_t first) {
     return int_one();
   }
   if (!is_nil(record)) return record;
-  if (is_number(next) && number_of(next) < 0)
-    return int_zero();  // below 0 stands for ALL and REST there
+  // Below 0 stands for ALL and REST there, which a command has words for.
+  if (of_command && is_number(next) && number_of(next) < 0) return int_zero();
   if (!is_nil(next)) return next;
   return is_number(rest) ? empty_text() : rest;  // a number would be taken for NEXT
 }
@@ -53,7 +53,7 @@ Var* scan(std::string_view member, std::int32_t argc, Var** argv, std::int32_t b
   const CellHold held(server);
   std::vector<Var*> passed(argv, argv + std::min(argc, before_extent));
   passed.resize(static_cast<std::size_t>(before_extent), nil_value());
-  passed.push_back(extent_of(server, argc, argv, before_extent));
+  passed.push_back(extent_of(server, argc, argv, before_extent, member != "eval"));
   return front_call(server, member, kMethod, before_extent + 1, passed.data());
 }
 
