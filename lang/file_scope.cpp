@@ -25,12 +25,10 @@ void FileScope::note_spelling(std::string_view name) {
   if (name.size() <= kNameSize) return;
   const auto [known, is_new] = spellings_.emplace(lower_text(name.substr(0, kNameSize)), name);
   if (is_new || same_letters(known->second, name)) return;
-  if (name.size() > kNameSize && known->second.size() > kNameSize &&
-      met_.emplace(known->first, true).second)
+  if (met_.emplace(known->first, true).second)
     diagnostics_.warn(place_of(name.data()),
                       "the first ten characters count: " + std::string(name) +
                           " is the same name as " + std::string(known->second));
-  known->second = name;
 }
 
 ProgramPart* FileScope::new_block(const char* where) {

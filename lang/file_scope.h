@@ -22,7 +22,7 @@ class FileScope final : public ProgramScope {
   void note_call(std::string_view name) override;
   // A function has no RETURN with a value.
   void note_no_result(Place place, const std::string& name);
-  // Tells of a name that differs from an earlier one only behind its tenth character.
+  // Tells, once for each, of a name that differs from an earlier one only behind its tenth character.
   void note_spelling(std::string_view name);
 
   // Blocks belong to the procedure, or method, in which they stand.

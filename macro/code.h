@@ -76,7 +76,7 @@ namespace tarnel {
   X(MacroMemvar, "[text -> memory variable of that name]")                           \
   X(MacroField, "[text -> field of that name in the chosen area]")                   \
   X(CallNamed, "[name arguments -> result]")                                         \
-  X(MethodNamed, "[name object arguments -> result]")                                \
+  X(MethodNamed, "[object name arguments -> result]")                                \
   X(VariableArgument, "[x -> argument]: a field by value, else by reference")        \
   /* Statements of programs. */                                                      \
   X(Line, "a statement of line a begins")                                            \
