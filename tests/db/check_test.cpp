@@ -321,12 +321,13 @@ TEST_F(CheckTest, NothingIsFoundInATableThatOthersChange) {
   ASSERT_TRUE(yes("ordcondset", {text("n > 5")}) &&
               yes("ordcreate", {text("some"), nil_value(), text("n")}));
   call("dbclosearea");
-  int gate[2];
-  ASSERT_EQ(pipe(gate), 0);
+  int gate[2], busy[2];
+  ASSERT_TRUE(pipe(gate) == 0 && pipe(busy) == 0);
   std::vector<pid_t> writers;
   for (int w = 0; w < 3; ++w)
     writers.push_back(start_process([&, w] {
       ::close(gate[1]);
+      ::close(busy[0]);
       fcntl(gate[0], F_SETFL, O_NONBLOCK);
       if (!open("t", Use::kShared) || !yes("ordlistadd", {text("name")}) ||
           !yes("ordlistadd", {text("some")}))
@@ -347,14 +348,23 @@ TEST_F(CheckTest, NothingIsFoundInATableThatOthersChange) {
         if (random() % 4 == 0)
           put("m", text(std::string(random() % 6 * 512 + 1 + random() % 511, 'm')));
         call("dbcommit");
+        if (changes == 100 && ::write(busy[1], "", 1) != 1) _exit(3);
         POP_TEMPS(mark);
         usleep(100);
       }
       call("dbunlock");
-      if (changes < 100) _exit(3);
     }));
   ::close(gate[0]);
-  for (int i = 0; i < 20; ++i) EXPECT_EQ(check(), "");
+  ::close(busy[1]);
+  fcntl(busy[0], F_SETFL, O_NONBLOCK);
+  // The checks go on until each writer has made its hundred changes beside them, or none is left to make any.
+  ssize_t told = -1;
+  for (int i = 0, writing = 3; i < 20 || (writing > 0 && told != 0); ++i) {
+    EXPECT_EQ(check(), "");
+    char c;
+    if ((told = ::read(busy[0], &c, 1)) == 1) --writing;
+  }
+  EXPECT_NE(told, 0);
   ::close(gate[1]);
   for (const pid_t pid : writers) EXPECT_TRUE(ended_well(pid));
   EXPECT_EQ(check(), "");
