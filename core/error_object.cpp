@@ -183,7 +183,7 @@ std::string error_description(int code, std::string_view text) {
 }
 
 void raise_error_object(const RaisedError& raised) {
-  if (error_threshold() > error_entry(raised.code).level) return;
+  if (!raised.always && error_threshold() > error_entry(raised.code).level) return;
   const std::int32_t mark = temp_top();
   Procedure p("overror", "_errcaller", -1, 5);
   evaluate_error_block(build_error(raised));

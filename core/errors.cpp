@@ -136,7 +136,7 @@ Var* raise(const RaisedError& raised) {
   const ErrorGuard guard;
   state.last = raised.code;
   if (state.held) return error_value();
-  const bool silent = error_entry(raised.code).level < state.threshold;
+  const bool silent = !raised.always && error_entry(raised.code).level < state.threshold;
   if (!silent && fails_on_exit_road(raised.code, raised.text)) return error_value();
   if (state.caller != nullptr)
     state.caller(raised);
@@ -163,6 +163,11 @@ Var* RT_WARNING(int code, std::string_view text) {
 
 Var* RT_INTERNAL(int code, std::string_view text, SourceLine where) {
   return raise({code, kInternal, text, where.line, base_name(where.file)});
+}
+
+Var* RT_REFUSED(std::string_view text) {
+  constexpr int kNoCommand = 321;
+  return raise({kNoCommand, kRunTime, text, 0, {}, true});
 }
 
 void RT_FATAL(int code, std::string_view text) {

@@ -19,6 +19,8 @@ Var* RT_ERROR(int code, std::string_view text);
 Var* RT_WARNING(int code, std::string_view text);
 // Carries the source position of the caller: a fault of the program or damaged data, not of input.
 Var* RT_INTERNAL(int code, std::string_view text, SourceLine where = SourceLine::current());
+// Raises 321, which by its level is kept to itself, so that it is told: a program that may not be started.
+Var* RT_REFUSED(std::string_view text);
 // Ends the run through the exit road.
 [[noreturn]] void RT_FATAL(int code, std::string_view text);
 
@@ -62,6 +64,7 @@ struct RaisedError {
   std::string_view text;
   std::int32_t subcode;
   std::string_view subsystem;
+  bool always = false;  // told whatever the level of its code
 };
 void set_error_caller(void (*caller)(const RaisedError&));
 

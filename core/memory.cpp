@@ -33,12 +33,15 @@ constexpr int kTableLevel = 10, kCheckLevel = 20, kTraceLevel = 30, kDumpLevel =
 constexpr unsigned char kGuard[2] = {0, 0xA7};
 constexpr unsigned char kFreed = 0xA7;
 constexpr std::size_t kTableStep = 1024;
+constexpr std::size_t kReserve = std::size_t{1} << 20, kSmallBlock = std::size_t{4} << 10;
 
 struct MemoryState {
   int level = 0;
   int trace_fd = -1;
   std::size_t live_bytes = 0;
   std::uint64_t operations = 0;
+  std::size_t limit = 0;  // of live_bytes, 0 none
+  void (*limit_answer)() = nullptr;
   std::uint64_t until_failure = 0;  // allocations up to the one that fails, 0 none does
   unsigned char** table = nullptr;  // live blocks, free entries null
   std::size_t table_size = 0;
@@ -209,7 +212,18 @@ bool guards_sound(unsigned char* block) {
   return sound;
 }
 
+// Would so many bytes more be too many?
+bool over_limit(std::size_t size) {
+  if (state.limit == 0) return false;
+  const std::size_t kept = size > kSmallBlock ? kReserve : 0;
+  return state.live_bytes + size + kept > state.limit;
+}
+
 [[noreturn]] void report_no_memory(MemPurpose purpose) {
+  if (state.limit != 0) {
+    state.limit = 0;
+    state.limit_answer();
+  }
   const char* text = kPurposes[static_cast<int>(purpose)];
   if (purpose == MemPurpose::kFunctions) {
     write_fully(STDERR_FILENO, text);
@@ -238,7 +252,8 @@ void* admit(unsigned char* block, std::size_t size, Operation op, SourceLine whe
 void* allocate(std::size_t size, MemPurpose purpose, MemSeverity severity, Operation op,
                SourceLine where) {
   ++state.operations;
-  if (size > UINT32_MAX - kMemOverhead || allocation_fails()) return refuse(purpose, severity);
+  if (size > UINT32_MAX - kMemOverhead || over_limit(size) || allocation_fails())
+    return refuse(purpose, severity);
   auto* block = static_cast<unsigned char*>(std::malloc(size + kMemOverhead));
   if (block == nullptr) return refuse(purpose, severity);
   return admit(block, size, op, where);
@@ -276,7 +291,10 @@ void* MEM_REALLOC(void* user, std::size_t size, MemPurpose purpose, MemSeverity 
                   SourceLine where) {
   if (user == nullptr) return MEM_ALLOC(size, purpose, severity, where);
   ++state.operations;
-  if (size > UINT32_MAX - kMemOverhead || allocation_fails()) return refuse(purpose, severity);
+  const bool grows = size > MEM_SIZE(user);
+  if (size > UINT32_MAX - kMemOverhead || (grows && over_limit(size - MEM_SIZE(user))) ||
+      allocation_fails())
+    return refuse(purpose, severity);
   unsigned char* block = block_of(user);
   if (state.level > kTableLevel) leave(block);
   if (state.level > kCheckLevel) MEM_CHECK(user, where);
@@ -324,6 +342,11 @@ int set_memory_trace(int fd) {
   const int old = state.trace_fd;
   state.trace_fd = fd;
   return old;
+}
+
+void set_memory_limit(std::size_t bytes, void (*answer)()) {
+  state.limit = bytes;
+  state.limit_answer = answer;
 }
 
 std::uint64_t fail_allocation(std::uint64_t nth) {

@@ -77,6 +77,11 @@ int set_memory_debug(int level);
 // Descriptor that trace lines go to; -1, the default, drops them. Returns the old one.
 int set_memory_trace(int fd);
 
+// From now on blocks may take so many bytes together, 0: any. Those of more than a few KiB end 1 MiB below that, so
+// that an error of a large one can be told. Where a block that must be is refused, `answer` is called, with no
+// limit any more; when it returns the run ends.
+void set_memory_limit(std::size_t bytes, void (*answer)());
+
 // For tests: the nth allocation or resizing from now on finds no memory; 0: none. Returns how many were
 // still to come until then, 0 when it has come.
 std::uint64_t fail_allocation(std::uint64_t nth);

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <string>
+#include <utility>
 
 #include "core/errors.h"
 #include "core/runtime.h"
@@ -21,6 +22,7 @@ struct OutputState {
   void (*device)(std::string_view) = nullptr;
   std::string (*filter)(std::string_view) = nullptr;
   void (*error_writer)(std::string_view) = nullptr;
+  void (*begin)() = nullptr;
   char last = '\n';     // byte that went to descriptor 1
   bool broken = false;  // a write failed
   bool reader_may_go = false;
@@ -31,6 +33,7 @@ struct OutputState {
 void write_output(std::string_view text) {
   if (state.tee != nullptr) state.tee(text);
   if (state.device != nullptr) return state.device(text);
+  if (state.begin != nullptr && !text.empty()) begin_output();
   if (!text.empty()) state.last = text.back();
   if (state.buffer.capacity() < kFirstSize) state.buffer.reserve(kFirstSize);
   if (state.filter != nullptr)
@@ -38,6 +41,14 @@ void write_output(std::string_view text) {
   else
     state.buffer.append(text);
   if (state.buffer.size() > kBufferLimit) flush_output();
+}
+
+void set_output_beginning(void (*begin)()) {
+  state.begin = begin;
+}
+
+void begin_output() {
+  if (void (*const begin)() = std::exchange(state.begin, nullptr); begin != nullptr) begin();
 }
 
 bool write_gathered() {
@@ -88,6 +99,7 @@ void set_error_writer(void (*writer)(std::string_view text)) {
 }
 
 void write_direct(std::string_view text) {
+  if (!text.empty()) begin_output();
   flush_output();
   state.buffer.append(text);
   flush_output();

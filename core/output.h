@@ -21,6 +21,11 @@ void flush_output();
 void write_direct(std::string_view text);
 void write_direct_line(std::string_view text);  // the text, then one line feed by a second write
 
+// Called once, before the first byte goes to descriptor 1: what it writes stands in front of all else. Null: nothing.
+void set_output_beginning(void (*begin)());
+// Has it called now, if it wasn't yet; for those who write to descriptor 1 themselves.
+void begin_output();
+
 // Where output goes instead of descriptor 1; null: nowhere else. What is gathered should be written first.
 void set_output_device(void (*device)(std::string_view text));
 

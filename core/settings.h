@@ -46,7 +46,8 @@ struct Settings {
   std::int32_t escdelay = 10;  // tenths of a second
   std::string pathdelims = ";;,,";
 
-  bool commands = false;  // may run() start commands of the shell? Programs decide, not options
+  // May run() and exec() start programs, and pipes commands? Programs decide, not options.
+  bool commands = false, pipes = true;
 };
 
 Settings& settings();

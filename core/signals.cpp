@@ -2,9 +2,11 @@
 
 #include <signal.h>
 #include <sys/time.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <utility>
 
 #include "core/descriptors.h"
 #include "core/errors.h"
@@ -20,6 +22,7 @@ namespace {
 
 constexpr std::size_t kSignalStack = 64 * 1024;
 constexpr suseconds_t kTick = 50'000, kFirstWatch = 500'000, kWatch = 100'000;  // microseconds
+constexpr int kTimeSignal = SIGVTALRM, kPatience = 5;                           // seconds
 constexpr int kSignalStatus = 128;  // of a run that a signal ended, and the signal's number
 
 struct SignalState {
@@ -27,6 +30,8 @@ struct SignalState {
   volatile std::sig_atomic_t interrupted = 0;    // SIGINT waits for its answer
   volatile std::sig_atomic_t ending_number = 0;  // SIGTERM or SIGHUP does
   volatile std::sig_atomic_t heeds_interrupt = 0;
+  volatile std::sig_atomic_t time_over = 0;
+  void (*time_answer)() = nullptr;
   InterruptAnswer answer = InterruptAnswer::kPassOver;
   void (*dialogue)() = nullptr;
   const ScreenSignals* screen = nullptr;
@@ -91,7 +96,7 @@ void note_screen_signal(int number) {
 bool any_signal_waits() {
   for (const ScreenSignal& signal : screen_signals)
     if (signal.noted != 0) return true;
-  return state.interrupted != 0 || state.ending_number != 0;
+  return state.interrupted != 0 || state.ending_number != 0 || state.time_over != 0;
 }
 
 bool take_note(ScreenSignalIndex which) {
@@ -188,12 +193,35 @@ void end_by_signal(int number) {
   note_signal();
 }
 
+void set_time_limit(int seconds, void (*answer)()) {
+  state.time_answer = answer;
+  handle(
+      kTimeSignal,
+      [](int) {
+        state.time_over = 1;
+        note_signal();
+      },
+      0);
+  for (const auto& [number, after] :
+       {std::pair{kTimeSignal, seconds}, std::pair{SIGKILL, 2 * seconds + kPatience}}) {
+    sigevent event = {};
+    event.sigev_notify = SIGEV_SIGNAL;
+    event.sigev_signo = number;
+    timer_t timer = {};
+    const itimerspec once = {{0, 0}, {after, 0}};
+    if (timer_create(CLOCK_MONOTONIC, &event, &timer) != 0 ||
+        timer_settime(timer, 0, &once, nullptr) != 0)
+      RT_FATAL(320, "no timer for the limit of the run");
+  }
+}
+
 void set_interrupt_answer(InterruptAnswer answer) {
   state.answer = answer;
   update_heed();
 }
 
 bool interrupt_cancels() {
+  if (state.time_over != 0) return true;
   return state.interrupted != 0 && state.answer == InterruptAnswer::kCancel &&
          state.dialogue == nullptr && inside_sequence();
 }
@@ -215,6 +243,10 @@ void answer_signals() {
   if (state.watcher == nullptr) set_ticks(0, 0);
   detail::signal_noted = 0;  // first: one that comes now is looked at again
   if (const int number = state.ending_number; number != 0) QUIT_RUN(kSignalStatus + number);
+  if (state.time_over != 0) {
+    state.time_over = 0;
+    state.time_answer();
+  }
   answer_screen_signals();
   if (take_interrupt()) answer_interrupt();
   if (state.watcher != nullptr) state.watcher();

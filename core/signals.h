@@ -25,7 +25,7 @@ void set_interrupt_answer(InterruptAnswer answer);
 // Forgets an interrupt that waits: has one come?
 bool take_interrupt();
 
-// Does an interrupt wait that will break off what runs, as soon as nobody holds it? Long work within such a hold may
+// Does an interrupt wait, or is the time over, so that what runs will be broken off as soon as nobody holds it? Long work within such a hold may
 // then end early where it can be taken up again.
 bool interrupt_cancels();
 
@@ -41,6 +41,10 @@ struct ScreenSignals {
   void (*resized)();
 };
 void watch_screen_signals(const ScreenSignals* answers);
+
+// From now on the run may take so many seconds, whatever it waits for. Then `answer`, which doesn't return, is called
+// where signals are answered; after twice as many and five more the system kills the process.
+void set_time_limit(int seconds, void (*answer)());
 
 // For the life of the guard a function is called now and then where signals are answered, first after half a
 // second: it may show how work goes on, and may break. Guards may nest; the outermost one counts.

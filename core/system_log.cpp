@@ -23,6 +23,7 @@ struct SystemLog {
   int options = 0, facility = LOG_USER;
   int fd = -1;
   bool given_up = false;
+  void (*writer)(int, std::string_view) = nullptr;
   time_t second = -1;   // whose text `clock` is
   char clock[26] = {};  // as asctime() writes it
   // The line, in room of its own: some are about memory that there isn't.
@@ -109,6 +110,7 @@ void open_system_log(const char* ident, int options, int facility) {
 }
 
 void write_system_log(int priority, std::string_view text) {
+  if (state.writer != nullptr) return state.writer(priority, text);
   if (state.given_up) return;
   const int error = errno;
   if ((priority & LOG_FACMASK) == 0) priority |= state.facility;
@@ -147,6 +149,10 @@ void log_system(int priority, const char* format, ...) {
   va_start(args, format);
   log_arguments(priority, format, args);
   va_end(args);
+}
+
+void set_system_log_writer(void (*writer)(int priority, std::string_view text)) {
+  state.writer = writer;
 }
 
 const char*& system_log_socket() {

@@ -18,6 +18,9 @@ void write_system_log(int priority, std::string_view text);
 [[gnu::format(printf, 2, 3)]] void log_system(int priority, const char* format, ...);
 [[gnu::format(printf, 2, 0)]] void log_arguments(int priority, const char* format, va_list args);
 
+// Has lines go to a function instead; null: to the log. The text is as it was given.
+void set_system_log_writer(void (*writer)(int priority, std::string_view text));
+
 // Where the log listens, "/dev/log". Tests listen elsewhere.
 const char*& system_log_socket();
 

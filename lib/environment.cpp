@@ -74,7 +74,7 @@ Var* run(std::int32_t argc, Var** argv) {
     return int_minus_one();
   }
   if (!settings().commands) {
-    RT_ERROR(320, "RUN: this program starts no commands");
+    RT_REFUSED("RUN: this program starts no others");
     return int_minus_one();
   }
   int status = 0;

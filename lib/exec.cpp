@@ -133,7 +133,7 @@ Var* exec_function(std::int32_t argc, Var** argv) {
   std::vector<std::string> arguments;
   if (!arg_is(argc, argv, 0, "A") || !texts_of(argv[0], arguments))
     return RT_ERROR(312, "EXEC(): takes an array of texts");
-  if (!settings().commands) return RT_ERROR(320, "EXEC(): this program starts no commands");
+  if (!settings().commands) return RT_REFUSED("EXEC(): this program starts no others");
   const std::string input(text_argument(argc, argv, 1));
   const double seconds = arg_is(argc, argv, 2, kNumber) ? number_of(argv[2]) : 0;
   int status = 0;

@@ -228,7 +228,10 @@ std::int64_t fileRead(int handle, char* buffer, std::size_t n) {
 }
 
 std::int64_t fileWrite(int handle, std::string_view bytes) {
-  if (handle == STDOUT_FILENO) flush_output();
+  if (handle == STDOUT_FILENO) {
+    if (!bytes.empty()) begin_output();
+    flush_output();
+  }
   std::size_t done = 0;
   while (done < bytes.size()) {
     const ssize_t n = write_some(handle, bytes.substr(done));

@@ -297,9 +297,10 @@ void reset_set() {
   close_streams();
   clear_extensions();
   select_language(0);
-  const bool commands = settings().commands;  // the program's affair
+  const bool commands = settings().commands, pipes = settings().pipes;  // the program's affair
   reset_settings();
   settings().commands = commands;
+  settings().pipes = pipes;
   follow_developer();
   if (key_buffer_resized != nullptr) key_buffer_resized(settings().typeahead);
   tell_screen("setcolor", TMP_TEXT(settings().color));

@@ -29,6 +29,7 @@ int start_program(ProgramStart start, pid_t& process) {
   posix_spawnattr_setflags(
       &attributes,
       static_cast<short>(POSIX_SPAWN_SETSIGDEF | (start.own_group ? POSIX_SPAWN_SETPGROUP : 0)));
+  if (start.output < 0) begin_output();
   flush_output();
   const int failure = posix_spawnp(&process, argv[0], &actions, &attributes, argv.data(), environ);
   posix_spawnattr_destroy(&attributes);

@@ -121,7 +121,9 @@ void open_stream(Stream which, std::string_view name, bool append) {
   if (!name.empty()) {
     const std::string kept{name};
     bool opened = false;
-    if (name[0] == '|') {
+    if (name[0] == '|' && !settings().pipes) {
+      RT_REFUSED("a pipe: this program starts no others");
+    } else if (name[0] == '|') {
       stream.fd = open_pipe_to(name.substr(1), stream.reader);
       opened = stream.fd >= 0;
       if (!opened) {
@@ -136,7 +138,7 @@ void open_stream(Stream which, std::string_view name, bool append) {
       opened = open_file_stream(name, append, stream);
     }
     if (opened) stream.name = kept;
-    runtime_hooks().close_files = close_streams;
+    if (runtime_hooks().close_files == nullptr) runtime_hooks().close_files = close_streams;
   }
   route_output();
 }

@@ -153,7 +153,7 @@ TEST_F(Streams, AFileThatCannotBeOpenedTurnsTheSettingOff) {
 }
 
 TEST_F(Set, CommandsOfTheShellNeedTheProgramsLeave) {
-  EXPECT_EQ(call("run", {"exit 3"}), "I -1 !320 RUN: this program starts no commands");
+  EXPECT_EQ(call("run", {"exit 3"}), "I -1 !321 RUN: this program starts no others");
   settings().commands = true;
   EXPECT_EQ(call("run", {"exit 3"}), "I 3");
 }

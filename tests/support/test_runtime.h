@@ -30,7 +30,7 @@ inline std::vector<Raised>& raised_errors() {
 }
 
 inline void record_error(const RaisedError& e) {
-  if (error_entry(e.code).level >= error_threshold())
+  if (e.always || error_entry(e.code).level >= error_threshold())
     raised_errors().push_back({e.code, e.severity, std::string(e.text)});
 }
 
