@@ -3,7 +3,6 @@
 #include "core/classes.h"
 #include "core/descriptors.h"
 #include "core/error_object.h"
-#include "core/errors.h"
 #include "core/frame.h"
 #include "core/output.h"
 #include "core/runtime.h"
@@ -13,49 +12,12 @@
 namespace tarnel {
 namespace {
 
-constexpr int kMostFrames = 50;  // that a report tells of
 constexpr int kNothingRan = 2;
 constexpr std::int32_t kDeveloperNotice = 902;
-
-const char* severity_words(std::int32_t severity) {
-  switch (severity) {
-    case kWarning:
-      return "I/O";
-    case kRunTime:
-      return "Run-time";
-    case kFatal:
-      return "Fatal";
-    default:
-      return "Internal";
-  }
-}
 
 std::int32_t number_of_instance(Var* object, const char* name) {
   const Var* const value = get_ivar(object, name);
   return is_number_or_logical(value) ? integer_of(value) : 0;
-}
-
-std::string place_of(const Frame& frame) {
-  const std::string* const path = source_path(frame);
-  return (path != nullptr ? *path : std::string(frame.module)) + ":" + std::to_string(frame.line) +
-         ": ";
-}
-
-// FILE:LINE: Run-time error 201: words, then a line for each procedure that runs.
-std::string report(Var* error) {
-  const Frame* const at = frame_at(0);
-  std::string text = at != nullptr ? place_of(*at) : std::string();
-  Var* const words = get_ivar(error, "descriptio");
-  text.append(severity_words(number_of_instance(error, "severity"))).append(" error ");
-  text.append(std::to_string(number_of_instance(error, "gencode"))).append(": ");
-  if (is_text(words)) text.append(text_of(words));
-  text += '\n';
-  int frames = 0;
-  for (const Frame* frame = at; frame != nullptr && frame->prev != nullptr; frame = frame->prev)
-    if (frame->line >= 0 && ++frames <= kMostFrames)
-      text.append(place_of(*frame)).append(frame->proc).append("\n");
-  if (frames > kMostFrames) text += std::to_string(frames - kMostFrames) + " more\n";
-  return text;
 }
 
 // The error block of a program: an error that nobody handles ends it. What was written stays, tables are closed.
@@ -64,10 +26,10 @@ Var* end_with_report(std::int32_t argc, Var** argv, Var**) {
   Var* const error = argc > 0 ? argv[0] : nil_value();
   if (class_of(error) != &error_class()) return p.end();
   if (number_of_instance(error, "gencode") == kDeveloperNotice) {
-    if (settings().developer) write_error(report(error));
+    if (settings().developer) write_error(program_report(error));
     return p.end();
   }
-  const std::string text = report(error);
+  const std::string text = program_report(error);
   end_last_line();
   static_cast<void>(write_gathered());
   write_error(text);

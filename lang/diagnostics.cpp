@@ -1,9 +1,12 @@
 #include "lang/diagnostics.h"
 
 #include <algorithm>
+#include <cassert>
 #include <iterator>
 #include <tuple>
 #include <utility>
+
+#include "core/text.h"
 
 namespace tarnel {
 namespace {
@@ -48,18 +51,30 @@ void Diagnostics::warn(Place where, std::string_view words) {
 
 // Lines are read before the statements in them are parsed, and those before their expressions: what is found first
 // need not stand first.
-std::string Diagnostics::text() const {
+std::vector<const Diagnostics::Told*> Diagnostics::sorted() const {
   std::vector<const Told*> sorted;
   for (const Told& one : told_) sorted.push_back(&one);
   std::ranges::stable_sort(sorted, [](const Told* a, const Told* b) {
     return std::tie(a->place.file, a->place.line, a->place.column) <
            std::tie(b->place.file, b->place.line, b->place.column);
   });
+  return sorted;
+}
+
+std::string Diagnostics::text() const {
   std::string all;
-  for (const Told* one : sorted) all += one->text;
+  for (const Told* one : sorted()) all += one->text;
   if (errors_ > kMostErrors) all += "more errors\n";
   if (warnings_ > kMostErrors) all += "more warnings\n";
   return all;
+}
+
+std::string Diagnostics::first_error() const {
+  assert(errors_ > 0);
+  const auto all = sorted();
+  const Told& first = **std::ranges::find_if(all, [](const Told* t) { return !t->words.empty(); });
+  const std::string_view name = files_[first.place.file].name;
+  return std::string(base_name(name)) + ":" + std::to_string(first.place.line) + ": " + first.words;
 }
 
 void Diagnostics::tell(Place where, std::string_view kind, std::string_view words) {
@@ -79,7 +94,7 @@ void Diagnostics::tell(Place where, std::string_view kind, std::string_view word
   for (const char c : part.substr(0, at - first))  // as wide as the bytes above it
     if (!goes_on(c)) text += c == '\t' ? '\t' : ' ';
   text += "^\n";
-  told_.push_back({where, std::move(text)});
+  told_.push_back({where, std::move(text), std::string(kind == "error" ? words : "")});
 }
 
 }  // namespace tarnel

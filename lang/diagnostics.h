@@ -27,6 +27,8 @@ class Diagnostics {
   // FILE:LINE:COLUMN: error: words, the line (160 bytes of it round the column) and a caret under the column, for
   // each; with line feeds. Tabs stay, other control bytes are shown as `?`.
   std::string text() const;
+  // The first error without its line: FILE:LINE: words, of the file its base name. REQUIRES: there is one.
+  std::string first_error() const;
 
  private:
   void tell(Place where, std::string_view kind, std::string_view words);
@@ -34,7 +36,9 @@ class Diagnostics {
   struct Told {
     Place place;
     std::string text;
+    std::string words;  // of an error
   };
+  std::vector<const Told*> sorted() const;
   const SourceFiles& files_;
   std::vector<Told> told_;
   int errors_ = 0;

@@ -1,6 +1,7 @@
 #include "lang/directives.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "core/file_ops.h"
 
@@ -33,7 +34,11 @@ Directives::Directives(SourceFiles& files, Diagnostics& diagnostics,
     : files_(files), diagnostics_(diagnostics), folders_(std::move(folders)), rules_(older) {}
 
 void Directives::open(std::int32_t file) {
-  sources_.push_back({SourceScanner(files_, file, diagnostics_), {}});
+  sources_.push_back({SourceScanner(files_, file, diagnostics_)});
+  if (is_page_name(files_[file].name)) {
+    sources_.back().pieces = page_pieces(files_, file, diagnostics_);
+    sources_.back().scanner.begin_piece({PieceKind::kStatements, 0, 0, {file, 1, 1}});
+  }
   sources_.back().scanner.set_value_words(
       [](const void* rules, std::string_view name) {
         return static_cast<const RuleBook*>(rules)->has_word(name);
@@ -44,17 +49,56 @@ void Directives::open(std::int32_t file) {
 bool Directives::next(SourceTokens& tokens) {
   while (!sources_.empty() && !diagnostics_.full()) {
     switch (sources_.back().scanner.next(tokens)) {
-      case SourceScanner::Found::kEnd:
-        close();
+      case SourceScanner::Found::kEnd: {
+        bool is_text = false;
+        if (!begin_piece(tokens, is_text)) close();
+        if (is_text && taken()) return true;
         break;
+      }
       case SourceScanner::Found::kDirective:
-        carry_out(tokens);
+        if (kind() == PieceKind::kStatements || is_one_expression({})) carry_out(tokens);
         break;
       case SourceScanner::Found::kStatement:
-        if (taken()) return true;
+        if (taken() && (kind() == PieceKind::kStatements || is_one_expression(tokens))) return true;
     }
   }
   return false;
+}
+
+// --- Pages.
+
+// Goes on with the next piece of a page; false at its end. A text is all that its piece has.
+bool Directives::begin_piece(SourceTokens& tokens, bool& is_text) {
+  end_piece();
+  Source& source = sources_.back();
+  if (source.next_piece == source.pieces.size()) return false;
+  const PagePiece& piece = source.pieces[source.next_piece++];
+  source.kind = piece.kind;
+  source.expression_read = false;
+  is_text = piece.kind == PieceKind::kText;
+  const std::size_t end = is_text ? piece.begin : piece.end;
+  source.scanner.begin_piece({piece.kind, piece.begin, end, piece.place});
+  if (is_text)
+    tokens.assign({{std::string_view(files_[piece.place.file].text)
+                        .substr(piece.begin, piece.end - piece.begin),
+                    piece.place, SourceKind::kText}});
+  return true;
+}
+
+// A tag that shows a value has one expression, and no directive.
+bool Directives::is_one_expression(const SourceTokens& tokens) {
+  const bool fits = !tokens.empty() && !std::exchange(sources_.back().expression_read, true);
+  const PagePiece& piece = sources_.back().pieces[sources_.back().next_piece - 1];
+  if (!fits && taken())
+    diagnostics_.error(piece.place, "a tag that shows a value takes one expression");
+  return fits;
+}
+
+void Directives::end_piece() {
+  Source& source = sources_.back();
+  const bool shows = source.kind == PieceKind::kShown || source.kind == PieceKind::kRaw;
+  if (shows && !source.expression_read) static_cast<void>(is_one_expression({}));
+  source.kind = PieceKind::kStatements;
 }
 
 void Directives::close() {

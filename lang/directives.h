@@ -19,6 +19,10 @@ class Directives {
   void open(std::int32_t file);
   // The next statement that no condition leaves out; false at the end of all files.
   bool next(SourceTokens& tokens);
+  // What the last one was: a text or an expression of a page, or a statement. A text is one token.
+  PieceKind kind() const {
+    return sources_.empty() ? PieceKind::kStatements : sources_.back().kind;
+  }
   // The file of the last statement, null before the first.
   SourceScanner* scanner() { return sources_.empty() ? nullptr : &sources_.back().scanner; }
 
@@ -34,10 +38,18 @@ class Directives {
   };
   struct Source {
     SourceScanner scanner;
-    std::vector<Condition> conditions;
+    std::vector<Condition> conditions{};
+    // Of a page:
+    std::vector<PagePiece> pieces{};
+    std::size_t next_piece = 0;
+    PieceKind kind = PieceKind::kStatements;
+    bool expression_read = false;
   };
   struct Row;
 
+  bool begin_piece(SourceTokens& tokens, bool& is_text);
+  bool is_one_expression(const SourceTokens& tokens);
+  void end_piece();
   void carry_out(const SourceTokens& tokens);
   void define(const SourceTokens& tokens);
   void undefine(const SourceTokens& tokens);

@@ -72,6 +72,15 @@ class Parser {
   };
 
   void statement(StatementLexer words);
+
+  // Pages.
+  void begin_page();
+  void end_page();
+  void page_text();
+  void page_value(const StatementLexer& words);
+  ProcedureTree page_procedure() const;
+  bool behind_page() const;
+
   std::int32_t line() const { return place_.line; }
   void error(Place where, std::string_view words) { diagnostics_.error(where, words); }
   void unexpected(const StatementLexer& words);
@@ -108,6 +117,7 @@ class Parser {
   Place place_;           // of the statement that is read
   bool reading_ = false;  // a procedure
   bool in_class_ = false;
+  std::vector<Declared> page_parameters_;
   bool told_ = false;  // that the statement isn't right
   std::vector<Open> open_;
 };

@@ -16,16 +16,26 @@ ProgramTree parse_program(StatementReader& reader, Diagnostics& diagnostics,
 }
 
 ProgramTree Parser::parse() {
+  begin_page();
   for (PlacedText statement; !diagnostics_.full() && reader_.next(statement);) {
     look_at_signals();
     told_ = false;
+    if (reader_.kind() == PieceKind::kText) {
+      place_ = statement.start();
+      page_text();
+      continue;
+    }
     const std::size_t offset = tree_.text.text().size();
     tree_.text.append(statement);
     place_ = statement.start();
     StatementLexer words(tree_.text.text().substr(offset, statement.text().size()), offset);
-    this->statement(words);
+    if (reader_.kind() == PieceKind::kStatements)
+      this->statement(words);
+    else
+      page_value(words);
   }
   end_procedure();
+  end_page();
   return std::move(tree_);
 }
 
@@ -40,7 +50,7 @@ Body& Parser::body() {
 ProcedureTree& Parser::procedure() {
   if (!reading_) {
     if (!tree_.procedures.empty()) error(place_, "a statement outside of a procedure");
-    tree_.procedures.push_back({});
+    tree_.procedures.push_back(reader_.page_start() ? page_procedure() : ProcedureTree{});
     tree_.procedures.back().own_name = name_;
     tree_.procedures.back().place = place_;
     reading_ = true;

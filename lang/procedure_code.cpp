@@ -175,6 +175,8 @@ void ProcedureCode::statement(const Statement& statement) {
       return fields(statement, false);
     case StatementKind::kText:
       return text(statement);
+    case StatementKind::kShow:
+      return show(statement);
   }
 }
 
@@ -341,6 +343,15 @@ void ProcedureCode::return_statement(const Statement& statement) {
     value(statement.spans[0]);
   steps().add(StepKind::kReturn);
   steps().take_arguments(1);
+}
+
+void ProcedureCode::show(const Statement& statement) {
+  steps().add(StepKind::kMark);
+  value(statement.spans[0]);
+  steps().add(StepKind::kByValue, 0, 1);
+  steps().take_arguments(1);
+  steps().add_with_word(StepKind::kCall, statement.literal);
+  steps().add(StepKind::kDrop);
 }
 
 void ProcedureCode::text(const Statement& statement) {

@@ -51,6 +51,7 @@ class ProcedureCode {
   void leave_loop(const Statement& statement);
   void return_statement(const Statement& statement);
   void text(const Statement& statement);
+  void show(const Statement& statement);
 
   // Declarations.
   void parameters(const Statement& statement);

@@ -28,6 +28,8 @@ bool callable_from_outside(const ProgramProcedure& procedure) {
 }
 
 ProgramProcedure* find_entry(const GeneratedFile& file) {
+  for (const auto& procedure : file.procedures)
+    if (procedure->kind() == ProcedureKind::kPage) return procedure.get();
   ProgramProcedure* first = nullptr;
   for (const auto& procedure : file.procedures) {
     if (!callable_from_outside(*procedure)) continue;
@@ -264,6 +266,11 @@ Var* procpath(std::int32_t argc, Var** argv) {
   return path != nullptr ? TMP_TEXT(*path) : empty_text();
 }
 
+bool& programs_end_lines() {
+  static bool ends = true;
+  return ends;
+}
+
 Var* exit_programs(std::int32_t, Var**) {
   std::int32_t count = 0;
   for (const GeneratedFile* file : LoadedProgram::started_files())
@@ -274,7 +281,7 @@ Var* exit_programs(std::int32_t, Var**) {
         const Var* const result = procedure->call(1, number);
         if (is_number_or_logical(result) && !truth_of(result)) return false_value();
       }
-  if (!started.empty()) end_last_line();
+  if (!started.empty() && programs_end_lines()) end_last_line();
   return true_value();
 }
 

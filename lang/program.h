@@ -26,13 +26,17 @@ class LoadedProgram {
   static LoadedProgram* read(std::span<const std::string> files, const ProgramOptions& options,
                              std::string& report);
 
+  // The same for files that were read; what is wrong is told to the diagnostics.
+  static LoadedProgram* of_sources(SourceFiles& sources, Diagnostics& diagnostics,
+                                   std::span<const std::int32_t> files,
+                                   const ProgramOptions& options);
   // The same for a text that isn't in a file.
   static LoadedProgram* of_text(std::string name, std::string text, std::string& report);
 
   // Makes its procedures known, gives statics their first values, runs INIT procedures. False when one of them
   // gives .F. EXIT procedures run when the run ends.
   [[nodiscard]] bool start();
-  // The procedure `main` of the first file, else its first one that can be called from outside; null without one.
+  // The statements of a page; the procedure `main` of the first file, else its first one that can be called from outside; null without one.
   ProgramProcedure* entry() const { return entry_; }
   // Does one of its procedures run?
   bool is_running() const;
@@ -48,15 +52,19 @@ class LoadedProgram {
   LoadedProgram() = default;
   ~LoadedProgram() = default;
   friend std::default_delete<LoadedProgram>;
-  static LoadedProgram* of_sources(SourceFiles& sources, Diagnostics& diagnostics,
-                                   std::span<const std::int32_t> files,
-                                   const ProgramOptions& options);
   void link();
   void link_classes();
 
   std::vector<GeneratedFile> files_;
   ProgramProcedure* entry_ = nullptr;
 };
+
+// Is the last line of output ended where a program ends? Bytes of pages stay as they are.
+bool& programs_end_lines();
+
+// What ended a program, for people who may see it all: FILE:LINE: Run-time error 201: words, then a line for each
+// procedure that runs. To be asked by an error block of which the frame is hidden (its line is -1).
+std::string program_report(Var* error);
 
 // The path of the source file of a frame's procedure, as given; null for one that isn't a program's.
 const std::string* source_path(const Frame& frame);

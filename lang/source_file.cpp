@@ -1,7 +1,9 @@
 #include "lang/source_file.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "core/file_ops.h"
 #include "core/open_files.h"
@@ -32,23 +34,66 @@ bool is_program(const struct stat& status, std::string& fault) {
   return true;
 }
 
-// Looks before it opens: opening alone makes some devices act, and waits at a pipe.
-bool read_whole(const std::string& name, std::string& text, std::string& fault) {
-  struct stat status;
-  if (file_ops().stat(name.c_str(), &status) != 0) return system_refuses(fault);
-  if (!is_program(status, fault)) return false;
-  const File file(name.c_str(), O_RDONLY | O_NONBLOCK);
-  if (!file.opened() || file_ops().fstat(file.fd(), &status) != 0) return system_refuses(fault);
-  if (!is_program(status, fault)) return false;
-  // One byte more than the file has: whether it grows is seen at the same time.
-  text.resize(static_cast<std::size_t>(status.st_size) + 1);
-  const std::int64_t length = read_some_at(file.fd(), text.data(), text.size(), 0);
-  if (length < 0) return system_refuses(fault);
-  text.resize(static_cast<std::size_t>(length));
-  return text.size() <= kLargestSource || refuse(fault, kTooLarge);
+bool same_state(const struct stat& a, const struct stat& b) {
+  const auto same_time = [](const timespec& x, const timespec& y) {
+    return x.tv_sec == y.tv_sec && x.tv_nsec == y.tv_nsec;
+  };
+  return a.st_size == b.st_size && same_time(a.st_mtim, b.st_mtim) &&
+         same_time(a.st_ctim, b.st_ctim);
 }
 
 }  // namespace
+
+bool strangers_may_write(const struct stat& status) {
+  const bool own_group = status.st_gid == status.st_uid;
+  return (status.st_mode & S_IWOTH) != 0 || ((status.st_mode & S_IWGRP) != 0 && !own_group);
+}
+
+bool lies_below(std::string_view path, std::string_view folder) {
+  if (folder.empty() || !path.starts_with(folder)) return false;
+  path.remove_prefix(folder.size());
+  return folder.ends_with('/') ? !path.empty() : path.starts_with('/');
+}
+
+bool SourceFiles::may_read(const struct stat& status, std::string& fault) const {
+  if (!is_program(status, fault)) return false;
+  return within_.empty() || !strangers_may_write(status) ||
+         refuse(fault, "can be written by strangers");
+}
+
+// Looks before it opens: opening alone makes some devices act, and waits at a pipe.
+bool SourceFiles::read_whole(const std::string& name, std::string& text, std::string& fault) const {
+  struct stat status;
+  if (file_ops().stat(name.c_str(), &status) != 0) return system_refuses(fault);
+  if (!may_read(status, fault)) return false;
+  const std::unique_ptr<char, decltype(&std::free)> real(
+      within_.empty() ? nullptr : ::realpath(name.c_str(), nullptr), std::free);
+  if (!within_.empty() && real == nullptr) return system_refuses(fault);
+  if (real != nullptr && std::ranges::none_of(within_, [&](const std::string& folder) {
+        return lies_below(real.get(), folder);
+      }))
+    return refuse(fault, "lies outside of the folders that may be read");
+  const File file(real != nullptr ? real.get() : name.c_str(), O_RDONLY | O_NONBLOCK);
+  if (!file.opened()) return system_refuses(fault);
+  return read_from(file.fd(), text, fault);
+}
+
+// A file that is saved meanwhile is read once more, so that no half of it runs.
+bool SourceFiles::read_from(int fd, std::string& text, std::string& fault) const {
+  for (int tries = 0; tries < 2; ++tries) {
+    struct stat before, after;
+    if (file_ops().fstat(fd, &before) != 0) return system_refuses(fault);
+    if (!may_read(before, fault)) return false;
+    // One byte more than the file has: whether it grows is seen at the same time.
+    text.resize(static_cast<std::size_t>(before.st_size) + 1);
+    const std::int64_t length = read_some_at(fd, text.data(), text.size(), 0);
+    if (length < 0 || file_ops().fstat(fd, &after) != 0) return system_refuses(fault);
+    text.resize(static_cast<std::size_t>(length));
+    if (text.size() > kLargestSource) return refuse(fault, kTooLarge);
+    if (same_state(before, after) && length == before.st_size) return true;
+  }
+  return refuse(fault, "is changed while it is read");
+}
 
 std::int32_t SourceFiles::read(const std::string& name, std::string& fault) {
   const auto found = std::ranges::find(files_, name, [](const Held& h) { return h.file.name; });
@@ -62,6 +107,11 @@ std::int32_t SourceFiles::read(const std::string& name, std::string& fault) {
   if (found == files_.end()) return add(name, std::move(text));
   total_ += std::max(size, std::size_t{1});
   return static_cast<std::int32_t>(found - files_.begin());
+}
+
+std::int32_t SourceFiles::read_open(int fd, const std::string& name, std::string& fault) {
+  std::string text;
+  return read_from(fd, text, fault) ? add(name, std::move(text)) : -1;
 }
 
 std::int32_t SourceFiles::add(std::string name, std::string text) {

@@ -1,10 +1,13 @@
 // The files of a program, read once and kept as long as places in them are told.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <deque>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tarnel {
@@ -17,12 +20,23 @@ struct SourceFile {
   std::string text;  // without the mark of UTF-8 at its beginning and a control-Z at its end
 };
 
+// May others than the owner write a file? A group that has the number of the owner is his own.
+bool strangers_may_write(const struct stat& status);
+// Does a path lie below a folder? Both as realpath() gives them.
+bool lies_below(std::string_view path, std::string_view folder);
+
 class SourceFiles {
  public:
   // Reads a file, of which the number comes back; -1 with words in `fault`, to stand behind its name, for one
   // that can't be read, is no regular file or is too large. A file that was read before is the same one; it
   // counts again, since the whole is what a program makes anyone go through.
   [[nodiscard]] std::int32_t read(const std::string& name, std::string& fault);
+  // The same for a file that is open, which is read from its beginning. The name is for reports, and includes of it
+  // are sought beside it.
+  [[nodiscard]] std::int32_t read_open(int fd, const std::string& name, std::string& fault);
+  // From now on only files below these folders are read, and none that strangers may write: see there. The folders
+  // are given as realpath() does.
+  void keep_within(std::vector<std::string> folders) { within_ = std::move(folders); }
   // A text that isn't in a file, under a name for reports.
   std::int32_t add(std::string name, std::string text);
 
@@ -35,10 +49,14 @@ class SourceFiles {
     SourceFile file;
     mutable std::vector<std::uint32_t> lines;  // where they begin; made when one is asked for
   };
+  bool read_whole(const std::string& name, std::string& text, std::string& fault) const;
+  bool read_from(int fd, std::string& text, std::string& fault) const;
+  bool may_read(const struct stat& status, std::string& fault) const;
   const Held& held(std::int32_t file) const { return files_[static_cast<std::size_t>(file)]; }
 
   std::deque<Held> files_;
   std::size_t total_ = 0;
+  std::vector<std::string> within_;  // empty: anywhere
 };
 
 }  // namespace tarnel

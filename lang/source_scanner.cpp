@@ -1,5 +1,6 @@
 #include "lang/source_scanner.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <span>
@@ -63,12 +64,20 @@ constexpr bool is_word_of(std::span<const std::string_view> words, std::string_v
 }  // namespace
 
 SourceScanner::SourceScanner(const SourceFiles& files, std::int32_t file, Diagnostics& diagnostics)
-    : diagnostics_(diagnostics), file_(file) {
-  const std::string_view text = files[file].text;
-  at_ = line_begin_ = line_end_ = text.data();
-  end_ = text.data() + text.size();
+    : diagnostics_(diagnostics), text_(files[file].text), file_(file) {
+  at_ = line_begin_ = line_end_ = text_.data();
+  end_ = text_.data() + text_.size();
   const bool first = next_line();
-  if (first && text.starts_with("#!")) at_ = line_end_;
+  if (first && text_.starts_with("#!")) at_ = line_end_;
+}
+
+void SourceScanner::begin_piece(const PagePiece& piece) {
+  const std::string_view inner = text_.substr(piece.begin, piece.end - piece.begin);
+  at_ = inner.data();
+  end_ = at_ + inner.size();
+  line_ = piece.place.line;
+  line_begin_ = at_ - (piece.place.column - 1);
+  line_end_ = at_ + std::min(inner.find('\n'), inner.size());
 }
 
 // Goes to the beginning of the next line; false at the end of the file.

@@ -10,6 +10,7 @@
 #pragma once
 
 #include "lang/diagnostics.h"
+#include "lang/page_text.h"
 #include "lang/source_tokens.h"
 
 namespace tarnel {
@@ -26,6 +27,9 @@ class SourceScanner {
   Found next(SourceTokens& tokens);
   // The next line as it stands, false at the end.
   bool raw_line(std::string_view& line, Place& place);
+
+  // Goes on with a piece of its file that is a page, and reads no further.
+  void begin_piece(const PagePiece& piece);
 
   // In parts that a condition leaves out nothing is told of.
   void be_quiet(bool quiet) { quiet_ = quiet; }
@@ -60,6 +64,7 @@ class SourceScanner {
   Diagnostics& diagnostics_;
   ValueWords value_words_ = nullptr;
   const void* context_ = nullptr;
+  std::string_view text_;
   std::int32_t file_;
   std::int32_t line_ = 0;
   const char* at_;

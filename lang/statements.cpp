@@ -42,22 +42,28 @@ bool is_expression(const SourceTokens& tokens) {
 }  // namespace
 
 struct StatementReader::State {
-  State(SourceFiles& files, Diagnostics& diagnostics, std::vector<std::string> folders)
-      : directives(files, diagnostics, std::move(folders), &command_rules()),
+  State(SourceFiles& source_files, Diagnostics& diagnostics, std::vector<std::string> folders)
+      : files(source_files),
+        directives(files, diagnostics, std::move(folders), &command_rules()),
         rewriting(diagnostics) {}
 
   bool untouched() const;
   bool rewrite();
+  bool rewrite_expression();
   bool translate();
   bool command();
   void separate();
   bool apply(const Rule& rule, std::size_t at);
 
+  SourceFiles& files;
   Directives directives;
   Rewriting rewriting;
   SourceTokens tokens;
   std::vector<SourceTokens> rest;  // further statements of a rule, the next one last
   Match match;
+  PieceKind kind = PieceKind::kStatements;
+  std::string_view literal;  // of a page
+  std::optional<Place> page_start;
   SourceTokens made;
 };
 
@@ -81,6 +87,15 @@ bool StatementReader::State::rewrite() {
     separate();
     if (tokens.empty()) return false;
     if (!command()) return !rewriting.failed();
+  }
+}
+
+// The same without commands.
+bool StatementReader::State::rewrite_expression() {
+  for (;;) {
+    if (directives.defines().touch(tokens) && !directives.defines().expand(tokens, rewriting))
+      return false;
+    if (!translate()) return !rewriting.failed() && !tokens.empty();
   }
 }
 
@@ -145,6 +160,7 @@ StatementReader::StatementReader(SourceFiles& files, Diagnostics& diagnostics,
 StatementReader::~StatementReader() = default;
 
 void StatementReader::open(std::int32_t file) {
+  if (is_page_name(state_->files[file].name)) state_->page_start = Place{file, 1, 1};
   state_->directives.open(file);
 }
 
@@ -155,24 +171,42 @@ bool StatementReader::next(PlacedText& statement) {
     if (!s.rest.empty()) {
       s.tokens = std::move(s.rest.back());
       s.rest.pop_back();
+      s.kind = PieceKind::kStatements;
     } else {
       if (!s.directives.next(s.tokens)) return false;
+      s.kind = s.directives.kind();
+      if (s.kind == PieceKind::kText) {
+        statement.begin(s.tokens.front().place);
+        s.literal = s.tokens.front().text;
+        return true;
+      }
       s.rewriting.begin(s.tokens.front().place);
       if (source_length(s.tokens) > kLongestStatement) {
         s.rewriting.fail(s.rewriting.start(), "a statement longer than 1 MiB");
         continue;
       }
-      if (s.untouched()) {
+      if (s.kind == PieceKind::kStatements && s.untouched()) {
         statement.begin(s.rewriting.start());
         add_source(statement, s.tokens);
         return true;
       }
     }
-    if (s.tokens.empty() || !s.rewrite()) continue;
+    const bool expression = s.kind != PieceKind::kStatements;
+    if (s.tokens.empty() || !(expression ? s.rewrite_expression() : s.rewrite())) continue;
     statement.begin(s.rewriting.start());
     add_tokens(statement, s.tokens);
     return true;
   }
+}
+
+PieceKind StatementReader::kind() const {
+  return state_->kind;
+}
+std::string_view StatementReader::literal() const {
+  return state_->literal;
+}
+std::optional<Place> StatementReader::page_start() const {
+  return state_->page_start;
 }
 
 bool StatementReader::raw_line(std::string_view& line, Place& place) {

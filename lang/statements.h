@@ -3,11 +3,13 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "lang/diagnostics.h"
+#include "lang/page_text.h"
 #include "lang/place.h"
 #include "lang/source_file.h"
 
@@ -27,6 +29,11 @@ class StatementReader {
   // The next statement, never an empty one; false at the end of the file that was opened. Faults are told to
   // the diagnostics, and the statement after them comes.
   bool next(PlacedText& statement);
+  // What the last one was. A text of a page is no statement: it is in literal(), and its place in the statement.
+  PieceKind kind() const;
+  std::string_view literal() const;
+  // The beginning of a file that is a page, nothing for another.
+  std::optional<Place> page_start() const;
   // The next line as it stands in the file, without its line feed: for what stands between TEXT and ENDTEXT.
   // False at the end of the file in which the last statement ended.
   bool raw_line(std::string_view& line, Place& place);

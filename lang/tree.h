@@ -55,6 +55,7 @@ enum class StatementKind : std::uint8_t {
   kField,   // declared; spans: alias, or empty
   kMemvar,  // declared
   kText,    // literal
+  kShow,    // spans: an expression; literal: the function that writes its value
 };
 
 struct Statement {
@@ -66,7 +67,7 @@ struct Statement {
   std::string literal{};  // lines of TEXT, each with its line feed
 };
 
-enum class ProcedureKind : std::uint8_t { kPublic, kStatic, kInit, kExit, kMethod };
+enum class ProcedureKind : std::uint8_t { kPublic, kStatic, kInit, kExit, kMethod, kPage };
 
 struct ProcedureTree {
   Span name;
