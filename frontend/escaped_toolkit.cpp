@@ -12,12 +12,13 @@
 #include "lib/web_texts.h"
 
 namespace tarnel {
-namespace {
 
 std::string html_escaped(std::string_view text) {
   const TempsMark mark;
   return std::string(text_of(CALL_SIMPLE(htmlesc, TMP_TEXT(text))));
 }
+
+namespace {
 
 // The text of any value, without blanks around one that is no text; "" for NIL.
 std::string html_escaped_value(Var* value) {

@@ -1,10 +1,16 @@
 // Siblings of the toolkit's writers that escape what they are given, for pages with texts of other people.
 #pragma once
 
+#include <string>
+#include <string_view>
+
 #include "core/modules.h"
 #include "core/var.h"
 
 namespace tarnel {
+
+// A text as it stands in HTML.
+std::string html_escaped(std::string_view text);
 
 #define ESCAPED_TOOLKIT_BUILTINS(X)                                                                \
   X("tnelink", tnelink,                                                                            \

@@ -11,8 +11,8 @@
 
 namespace tarnel {
 
-void open_request_log() {
-  open_system_log("tarnel", LOG_CONS, LOG_LOCAL0);
+void open_request_log(const char* ident) {
+  open_system_log(ident, LOG_CONS, LOG_LOCAL0);
 }
 
 void log_line(const char* format, ...) {

@@ -1,4 +1,4 @@
-// The log of a request: lines to syslog under the ident "tarnel".
+// The log of a request: lines to syslog under the program's ident.
 #pragma once
 
 #include <string>
@@ -8,7 +8,8 @@
 
 namespace tarnel {
 
-void open_request_log();
+// The ident is kept as a pointer.
+void open_request_log(const char* ident = "tarnel");
 // Has a line logged for each order that lacks changes of its table.
 void log_orders();
 // One line at debug priority.

@@ -1,0 +1,128 @@
+// Pages that are files: which file runs, what stands in front of it, what becomes of one that fails.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/webpage/site.h"
+
+namespace tarnel::testing {
+namespace {
+
+constexpr const char* kHello = "? 'hello'\n";
+const std::string kHeader = "Content-type: text/html\n\n";
+
+std::string refusal(const std::string& words) {
+  return "Status: " + words + "\n" + kHeader + "<!DOCTYPE html>\n<title>" + words +
+         "</title>\n<h1>" + words + "</h1>\n";
+}
+const std::string kForbidden = refusal("403 Forbidden"), kAbsent = refusal("404 Not Found");
+
+class PageFiles : public ::testing::Test, public Site {};
+
+TEST_F(PageFiles, APageGetsTheRequestAndWritesBehindTheHeader) {
+  write("root/a.prg",
+        "PROCEDURE main(aEnv, aForm, oState)\n"
+        "? tnlookup(aEnv, 'QUERY_STRING'), len(aForm), aForm[2][2], valtype(oState)\n");
+  EXPECT_EQ(get("a.prg", "QUERY_STRING=x=1", "a=1&b=%41+c"), kHeader + "\nx=1          2 A c O");
+  write("root/quiet.prg", "x := 1\n");
+  EXPECT_EQ(get("quiet.prg"), kHeader);
+  write("root/quit.prg", "?? 'a'\nQUIT\n");
+  EXPECT_EQ(get("quit.prg"), kHeader + "a");
+  write("root/quit.prg", "QUIT\n");
+  EXPECT_EQ(get("quit.prg"), kHeader);
+  write("root/handle.prg", "fwrite(1, 'x')\nqqout('', 'y')\n");
+  EXPECT_EQ(get("handle.prg"), kHeader + "x y");
+}
+
+TEST_F(PageFiles, OnlyWhatTheServerNamesBelowItsRootRuns) {
+  write("root/a.prg", kHello);
+  write("root/sub/b.prg", kHello);
+  write("root/plain.txt", kHello);
+  write("root/writable.prg", kHello, 0666);
+  write("root/group.prg", kHello, 0664);
+  write("rootless/a.prg", kHello);
+  write("data/a.prg", kHello);
+  std::filesystem::create_directory(path("root/folder.prg"));
+  std::filesystem::create_symlink(path("root/sub/b.prg"), path("root/inside.prg"));
+  std::filesystem::create_symlink(path("data/a.prg"), path("root/outside.prg"));
+  std::filesystem::create_symlink("/dev/zero", path("root/zero.prg"));
+  std::filesystem::create_symlink("loop.prg", path("root/loop.prg"));
+  mkfifo(path("root/pipe.prg").c_str(), 0644);
+  const std::string hello = kHeader + "\nhello", root = "DOCUMENT_ROOT=" + path("root") + " ",
+                    itself = root + "SCRIPT_FILENAME=" + program() + " ",
+                    translated = itself + "PATH_TRANSLATED=" + path("root/a.prg") + " ";
+  const bool own_group = getuid() == getgid();
+  const std::pair<std::string, std::string> cases[] = {
+      {root + "SCRIPT_FILENAME=" + path("root/a.prg"), hello},
+      {root + "SCRIPT_FILENAME=" + path("root//./sub/../a.prg"), hello},
+      {root + "SCRIPT_FILENAME=" + path("root/sub/b.prg"), hello},
+      {root + "SCRIPT_FILENAME=" + path("root/inside.prg"), hello},
+      {"DOCUMENT_ROOT=" + path("root/") + " SCRIPT_FILENAME=" + path("root/a.prg"), hello},
+      {root + "SCRIPT_FILENAME=" + path("root/group.prg"), own_group ? hello : kForbidden},
+      {root + "SCRIPT_FILENAME=" + path("root/no.prg"), kAbsent},
+      {root + "SCRIPT_FILENAME=" + path("root/a.prg/no.prg"), kAbsent},
+      {root + "SCRIPT_FILENAME=" + path("root/outside.prg"), kForbidden},
+      {root + "SCRIPT_FILENAME=" + path("root/../data/a.prg"), kForbidden},
+      {root + "SCRIPT_FILENAME=" + path("rootless/a.prg"), kForbidden},
+      {root + "SCRIPT_FILENAME=" + path("root/plain.txt"), kForbidden},
+      {root + "SCRIPT_FILENAME=" + path("root/writable.prg"), kForbidden},
+      {root + "SCRIPT_FILENAME=" + path("root/folder.prg"), kForbidden},
+      {root + "SCRIPT_FILENAME=" + path("root/zero.prg"), kForbidden},
+      {root + "SCRIPT_FILENAME=" + path("root/loop.prg"), kForbidden},
+      {root + "SCRIPT_FILENAME=" + path("root/pipe.prg"), kForbidden},
+      {"SCRIPT_FILENAME=" + path("root/a.prg"), kForbidden},
+      {"DOCUMENT_ROOT= SCRIPT_FILENAME=" + path("root/a.prg"), kForbidden},
+      {"DOCUMENT_ROOT=/none SCRIPT_FILENAME=" + path("root/a.prg"), kForbidden},
+      {root, kForbidden},
+      {root + "PATH_TRANSLATED=" + path("root/a.prg"), kForbidden},
+      {root + "HTTP_SCRIPT_FILENAME=" + path("root/a.prg"), kForbidden},
+      // The program itself: only where the server has passed a request on.
+      {translated, kForbidden},
+      {translated + "REDIRECT_STATUS=200", kForbidden},
+      {translated + "HTTP_REDIRECT_STATUS=200 HTTP_REDIRECT_URL=/a.prg", kForbidden},
+      {translated + "REDIRECT_STATUS=200 REDIRECT_URL=/a.prg", hello},
+      {itself + "REDIRECT_STATUS=200 REDIRECT_URL=/a.prg", kForbidden}};
+  for (const auto& [environment, expected] : cases)
+    EXPECT_EQ(answer(environment), expected) << environment;
+  EXPECT_EQ(answer(root + "SCRIPT_FILENAME=" + path("root/no.prg") + " " + program() + " " +
+                   path("root/a.prg")),
+            kAbsent)
+      << "arguments are a stranger's";
+}
+
+TEST_F(PageFiles, IncludesStayBelowTheRoot) {
+  write("root/inc/hello.ch", "#define HELLO 'hello'\n");
+  write("root/a.prg", "#include \"inc/hello.ch\"\n?? HELLO\n");
+  EXPECT_EQ(get("a.prg"), kHeader + "hello");
+  write("data/secret.ch", "?? 'secret'\n");
+  std::filesystem::create_symlink(path("data/secret.ch"), path("root/link.ch"));
+  write("root/open.ch", "?? 'secret'\n", 0666);
+  for (const std::string name :
+       {"../data/secret.ch", "/etc/passwd", "link.ch", "open.ch", path("data/secret.ch").c_str()}) {
+    write("root/a.prg", "#include \"" + name + "\"\n?? 'on'\n");
+    const std::string page = get("a.prg");
+    EXPECT_TRUE(page.starts_with("Status: 500 Internal Server Error\n" + kHeader)) << page;
+    EXPECT_NE(page.find("<p>a.prg:1: "), std::string::npos) << page;
+    for (const char* not_told : {"secret'", "root:", "/data", "/etc", "'on'"})
+      EXPECT_EQ(page.find(not_told), std::string::npos) << page;
+  }
+}
+
+TEST_F(PageFiles, StrangersSeeThePlaceAndThePlainWordsOfAnError) {
+  write("root/a.prg", "cSecret := 'secret'\nUSE nosuch\n");
+  std::string page = get("a.prg");
+  EXPECT_EQ(page.find(refusal("500 Internal Server Error") + "<p>a.prg:2: file open error</p>\n"),
+            0U)
+      << page;
+  EXPECT_EQ(page.find("nosuch"), std::string::npos) << page;
+  write("root/a.prg", "? 'begun'\n\nx := 1 + {}\n? 'never'\n");
+  EXPECT_EQ(get("a.prg"), kHeader +
+                              "\nbegun\n<h1>The page ends in an error</h1>\n"
+                              "<p>a.prg:3: data type mismatch</p>\n");
+  write("root/a.prg", "? 'begun'\nx := ) secret(\n");
+  EXPECT_EQ(get("a.prg"), refusal("500 Internal Server Error") +
+                              "<p>a.prg:2: &quot;)&quot; isn&#39;t expected here</p>\n");
+}
+
+}  // namespace
+}  // namespace tarnel::testing

@@ -1,0 +1,138 @@
+#include "webpage/page_errors.h"
+
+#include <syslog.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "core/classes.h"
+#include "core/error_object.h"
+#include "core/frame.h"
+#include "core/memory.h"
+#include "core/output.h"
+#include "core/runtime.h"
+#include "core/settings.h"
+#include "core/system_log.h"
+#include "core/text.h"
+#include "frontend/escaped_toolkit.h"
+#include "lang/program.h"
+#include "webpage/page_answer.h"
+
+namespace tarnel {
+namespace {
+
+constexpr int kServerError = 500;
+constexpr std::int32_t kDeveloperNotice = 902;
+
+struct ErrorState {
+  bool shows = false;
+  bool failing = false;  // a page that fails is told of once
+} state;
+
+void log_lines(std::string_view lines) {
+  while (!lines.empty()) {
+    const std::size_t end = std::min(lines.find('\n'), lines.size());
+    write_system_log(LOG_ERR, lines.substr(0, end));
+    lines.remove_prefix(std::min(end + 1, lines.size()));
+  }
+}
+
+std::int32_t number_of(Var* error, const char* name) {
+  const Var* const value = get_ivar(error, name);
+  return is_number_or_logical(value) ? integer_of(value) : 0;
+}
+
+// FILE:LINE: of the innermost procedure that a program has.
+std::string place_of_failure() {
+  for (const Frame* frame = frame_at(0); frame != nullptr; frame = frame->prev)
+    if (const std::string* const path = source_path(*frame); path != nullptr)
+      return std::string(base_name(*path)) + ":" + std::to_string(frame->line) + ": ";
+  return {};
+}
+
+// Descriptions name tables and files: strangers get the words of the code.
+std::string words_for_strangers(std::int32_t code) {
+  return code == 0 ? "an error of the page" : error_entry(code).text;
+}
+
+std::string full_report(Var* error) {
+  std::string report = program_report(error);
+  for (const auto& [title, name] :
+       {std::pair{"Operation: ", "operation"}, {"File: ", "filename"}}) {
+    const Var* const value = get_ivar(error, name);
+    if (is_text(value) && !text_of(value).empty())
+      report.append(title).append(text_of(value)).append("\n");
+  }
+  return report;
+}
+
+// {|oError| errhand(oError)}, in a frame that reports don't show.
+Var* failure_block(std::int32_t argc, Var** argv, Var**) {
+  Procedure p("pageerr", "cb_1_1_1", -1, argc);
+  return p.result(page_failed(argc, argv));
+}
+
+}  // namespace
+
+void show_errors_in_pages(bool may) {
+  state.shows = may;
+}
+
+std::string without_folders(std::string_view text) {
+  std::string kept;
+  while (!text.empty()) {
+    const std::size_t word = std::min(text.find_first_of(" :;,'\"()"), text.size());
+    kept += base_name(text.substr(0, word));
+    kept += text.substr(word, 1);
+    text.remove_prefix(std::min(word + 1, text.size()));
+  }
+  return kept;
+}
+
+void tell_failure(std::string_view for_strangers, std::string_view report) {
+  log_lines(report);
+  const std::string shown = state.shows
+                                ? "<pre>" + html_escaped(report) + "</pre>\n"
+                                : "<p>" + html_escaped(without_folders(for_strangers)) + "</p>\n";
+  if (header_is_out()) return write_standard("\n<h1>The page ends in an error</h1>\n" + shown);
+  answer_refusal(kServerError);
+  write_standard(shown);
+}
+
+void tell_faults(const Diagnostics& diagnostics) {
+  tell_failure(diagnostics.first_error(), diagnostics.text());
+}
+
+Var* page_errorsys(std::int32_t, Var**) {
+  return CALL_SIMPLE(errorblock, TMP_BLOCK(failure_block));
+}
+
+void end_page(std::string_view words) {
+  set_memory_limit(0, nullptr);
+  const std::string text = place_of_failure() + std::string(words);
+  if (std::exchange(state.failing, true))
+    log_lines(text);
+  else
+    tell_failure(text, text);
+  static_cast<void>(write_gathered());
+  pass_over_exit_procedures();
+  QUIT_RUN(0);
+}
+
+Var* page_failed(std::int32_t argc, Var** argv) {
+  Var* const error = argc > 0 ? argv[0] : nil_value();
+  if (class_of(error) != &error_class()) return false_value();
+  const std::int32_t code = number_of(error, "gencode");
+  if (code == kDeveloperNotice && !settings().developer) return false_value();
+  set_memory_limit(0, nullptr);
+  if (std::exchange(state.failing, true)) {
+    log_lines(full_report(error));
+  } else {
+    tell_failure(place_of_failure() + words_for_strangers(code), full_report(error));
+    static_cast<void>(write_gathered());
+  }
+  pass_over_exit_procedures();
+  QUIT_RUN(0);
+}
+
+}  // namespace tarnel
