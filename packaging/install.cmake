@@ -4,11 +4,18 @@ include(GNUInstallDirs)
 set(doc ${CMAKE_INSTALL_DOCDIR})
 
 install(TARGETS tnsh COMPONENT common)
+# Not where servers look for CGI programs: a client could name any page behind it.
+install(TARGETS tnpage DESTINATION lib/tarnel COMPONENT common)
+install(PROGRAMS webpage/tnserve DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT common)
+install(PROGRAMS examples/web-conf DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnel/servers COMPONENT common)
+install(FILES examples/lighttpd.conf.in DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnel/servers COMPONENT common)
+install(FILES examples/sites/lighttpd-pages.conf.in DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnel/servers/sites COMPONENT common)
 install(FILES examples/www/test.html DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnel/www COMPONENT common)
 install(PROGRAMS examples/web-conf DESTINATION ${doc}/examples COMPONENT common)
 file(GLOB server_configurations examples/*.conf.in)
 install(FILES ${server_configurations} examples/swedish.lng DESTINATION ${doc}/examples COMPONENT common)
-install(DIRECTORY examples/editor examples/screen examples/sites DESTINATION ${doc}/examples COMPONENT common)
+install(DIRECTORY examples/app examples/editor examples/screen examples/sites DESTINATION ${doc}/examples COMPONENT common
+        PATTERN examples/app/data EXCLUDE)
 install(DIRECTORY docs DESTINATION ${doc} COMPONENT common)
 
 # Fills in what tells paths of a layout (sites, service, man page, README), below ${CMAKE_BINARY_DIR}/layout.
@@ -17,9 +24,12 @@ function(configure_layout layout prefix tables licence)
   set(PROGRAM ${prefix}/lib/cgi-bin/example0)
   set(FILES ${prefix}/share/tarnel/www)
   set(SOCKET /run/tarnel.socket)
+  set(PAGE_PROGRAM ${prefix}/lib/tarnel/tnpage)
+  set(PAGE_SOCKET /run/fcgiwrap.socket)  # of the system's own service, which may run it
   set(TABLES ${tables})
   foreach(server apache2 lighttpd nginx)
     configure_file(examples/sites/${server}.conf.in ${out}/${server}/tarnel.conf @ONLY)
+    configure_file(examples/sites/${server}-pages.conf.in ${out}/${server}/tarnel-pages.conf @ONLY)
   endforeach()
   foreach(unit tarnel.service tarnel.socket)
     configure_file(packaging/${unit}.in ${out}/systemd/${unit} @ONLY)

@@ -100,18 +100,36 @@ void WebServer::start(const std::vector<std::string>& command) {
   _exit(127);
 }
 
-WebServer::WebServer(const std::string& program, Server kind) : port_(free_port()) {
+namespace {
+
+std::string fresh_directory() {
   char name[] = "/tmp/tarnel-e2e-XXXXXX";
-  directory_ = mkdtemp(name);
-  const std::string examples = TARNEL_SOURCE_DIR "/examples", files = directory_ + "/www",
-                    installed = directory_ + "/example0";
-  std::filesystem::copy(examples + "/www", files);
+  return mkdtemp(name);
+}
+
+}  // namespace
+
+WebServer::WebServer(const std::string& program, Server kind)
+    : port_(free_port()), directory_(fresh_directory()) {
+  const std::string files = directory_ + "/www";
+  std::filesystem::copy(TARNEL_SOURCE_DIR "/examples/www", files);
   for (const char* table : {"/user.dbf", "/user.DBT", "/user1.idx"})
     std::ofstream(files + table) << "no file to fetch";
+  run(program, kind, files, "");
+}
+
+WebServer::WebServer(const std::string& program, Server kind, const std::string& pages)
+    : port_(free_port()), directory_(fresh_directory()) {
+  run(program, kind, pages, " pages");
+}
+
+void WebServer::run(const std::string& program, Server kind, const std::string& files,
+                    const char* site) {
+  const std::string examples = TARNEL_SOURCE_DIR "/examples", installed = directory_ + "/example0";
   std::filesystem::create_symlink(program, installed);
   const ServerProgram server = program_of(kind, directory_);
   const std::string command = examples + "/web-conf " + server.name + " " + std::to_string(port_) +
-                              " " + installed + " " + files + " " + directory_ + " > " +
+                              " " + installed + " " + files + " " + directory_ + site + " > " +
                               directory_ + "/server.conf";
   // A server that drops its rights must still reach its files.
   if (std::system(command.c_str()) != 0 || chmod(directory_.c_str(), 0777) != 0) return;
@@ -138,9 +156,10 @@ WebServer::~WebServer() {
 }
 
 Response WebServer::request(const std::string& method, const std::string& path,
-                            const std::string& body, std::size_t unsent) const {
+                            const std::string& body, std::size_t unsent,
+                            const std::string& headers) const {
   const int fd = connect_to(port_);
-  std::string text = method + " " + path + " HTTP/1.0\r\nHost: localhost\r\n";
+  std::string text = method + " " + path + " HTTP/1.0\r\nHost: localhost\r\n" + headers;
   if (body.size() + unsent > 0)
     text += "Content-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
             std::to_string(body.size() + unsent) + "\r\n";

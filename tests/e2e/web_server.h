@@ -19,18 +19,22 @@ enum class Server { kLighttpd, kApache, kNginx };
 class WebServer {
  public:
   explicit WebServer(const std::string& program = TARNEL_PROGRAM, Server kind = Server::kLighttpd);
+  // The program runs the pages of a folder.
+  WebServer(const std::string& program, Server kind, const std::string& pages);
   ~WebServer();
   WebServer(const WebServer&) = delete;
   WebServer& operator=(const WebServer&) = delete;
 
   bool running() const { return running_; }
   int port() const { return port_; }
-  // Sends one request on a connection of its own and reads the answer to its end. The length that it
+  // Sends one request on a connection of its own and reads the answer to its end. `headers` are further lines, each
+  // with its CR LF. The length that it
   // tells counts `unsent` bytes that never come.
   Response request(const std::string& method, const std::string& path, const std::string& body = "",
-                   std::size_t unsent = 0) const;
+                   std::size_t unsent = 0, const std::string& headers = "") const;
 
  private:
+  void run(const std::string& program, Server kind, const std::string& files, const char* site);
   void start(const std::vector<std::string>& command);
 
   int port_;
