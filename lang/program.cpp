@@ -231,6 +231,12 @@ bool LoadedProgram::start() {
   return true;
 }
 
+bool LoadedProgram::mentions(std::string_view function) const {
+  return std::ranges::any_of(files_, [&](const GeneratedFile& file) {
+    return std::ranges::find(file.calls, function, &MentionedCall::name) != file.calls.end();
+  });
+}
+
 bool LoadedProgram::is_running() const {
   for (const Frame* frame = current_frame(); frame != nullptr; frame = frame->prev)
     if (std::ranges::any_of(files_, [&](const GeneratedFile& file) { return runs(frame, file); }))

@@ -38,6 +38,8 @@ class LoadedProgram {
   [[nodiscard]] bool start();
   // The statements of a page; the procedure `main` of the first file, else its first one that can be called from outside; null without one.
   ProgramProcedure* entry() const { return entry_; }
+  // Does it call a function by that name, in lower case?
+  bool mentions(std::string_view function) const;
   // Does one of its procedures run?
   bool is_running() const;
   // Forgets its procedures. REQUIRES: none runs.

@@ -139,6 +139,7 @@ void run_page(LoadedProgram& program) {
   Var* const form =
       make_form_array(content_length(std::getenv("CONTENT_LENGTH")), FormLog::kNothing);
   close_standard_input();
+  if (program.mentions("tntoken")) welcome_visitor();  // the call may stand behind the first output
   Var* arguments[] = {env, form, CALL_SIMPLE(tnstate)};
   if (program.start())
     program.entry()->call(static_cast<std::int32_t>(std::size(arguments)), arguments);

@@ -69,11 +69,14 @@ bool has_visitor() {
   return !visitor().empty();
 }
 
+void welcome_visitor() {
+  if (has_visitor()) return;
+  state.visitor = text_of(CALL_SIMPLE(randtext, TMP_INT(kVisitorBytes)));
+  if (!set_cookie(cookie_name(), state.visitor, nil_value())) state.visitor.clear();
+}
+
 std::string visitor_token() {
-  if (visitor().empty() && !secret().empty()) {
-    state.visitor = text_of(CALL_SIMPLE(randtext, TMP_INT(kVisitorBytes)));
-    if (!set_cookie(cookie_name(), state.visitor, nil_value())) state.visitor.clear();
-  }
+  welcome_visitor();
   return token_of(state.visitor);
 }
 

@@ -12,6 +12,8 @@ namespace tarnel {
 // Where the secret lies.
 void set_secret_folder(std::string folder);
 
+// Gives a visitor without a cookie one. REQUIRES: the header isn't out.
+void welcome_visitor();
 // Has the visitor a cookie, so that a token needs no header line?
 bool has_visitor();
 // His token, "" when there is no secret and none can be made. A visitor without a cookie gets one.

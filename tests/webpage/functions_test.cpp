@@ -70,7 +70,7 @@ TEST_F(PageFunctions, TheHeaderIsWhatThePageSaysAndNothingElse) {
                               "tnredirect('/', 200)",
                               "qqout('x')\ntnheader('X-A', '1')",
                               "qqout('x')\ntnstatus(404)",
-                              "qqout('x')\ntntoken()",
+                              "qqout('x')\n&('tntoken()')",
                               "qqout('x')\ntncookie('a', 'b')",
                               "qqout('x')\ntnredirect('/')"}) {
     const std::string page = run(std::string(refused) + "\n?? 'on'");
@@ -82,7 +82,7 @@ TEST_F(PageFunctions, TheHeaderIsWhatThePageSaysAndNothingElse) {
 }
 
 TEST_F(PageFunctions, OnlyTheVisitorsOwnTokenIsGood) {
-  const std::string ask = "?? tntoken()", check = "?? tncheck(aForm)";
+  const std::string ask = "?? ''\n?? tntoken()", check = "?? tncheck(aForm)";
   const std::string page = run(ask), mark = "Set-Cookie: tnvisitor=";
   const std::string cookie = page.substr(page.find(mark) + mark.size(), 32),
                     token = page.substr(page.size() - 64);
