@@ -27,20 +27,22 @@ bool text_before(std::string_view a, std::string_view b) {
   });
 }
 
-bool value_before(const Var* a, const Var* b) {
-  const int rank = type_rank(a), other = type_rank(b);
-  if (rank != other) return rank < other;
-  switch (rank) {
-    case 0:
-      return text_before(text_of(a), text_of(b));
-    case 1:
-      return number_of(a) < number_of(b);
-    case 2:
-    case 3:
-      return a->i < b->i;
-    default:
-      return false;
+// A cell beside what it is sorted by: to look that up for each comparison takes longer than to compare.
+struct SortedCell {
+  explicit SortedCell(Var* c) : cell(c), rank(type_rank(c)) {
+    if (rank == 1) number = number_of(c);
+    if (rank == 2 || rank == 3) number = c->i;
   }
+  operator Var*() const { return cell; }
+
+  Var* cell;
+  int rank;
+  double number = 0;
+};
+
+bool value_before(const SortedCell& a, const SortedCell& b) {
+  if (a.rank != b.rank) return a.rank < b.rank;
+  return a.rank == 0 ? text_before(text_of(a.cell), text_of(b.cell)) : a.number < b.number;
 }
 
 // A stretch of elements, kept alive while a block that may change the array runs.
@@ -62,12 +64,12 @@ class Stretch {
 
   std::vector<Var*> cells() const { return before_; }
   // Puts the sorted cells back, unless the array is no longer what it was.
-  void store(const std::vector<Var*>& sorted) {
+  void store(const std::vector<Var*>& order) {
     Var** first = header_->elements + start_;
     if (header_->count < start_ + before_.size() ||
         !std::equal(before_.begin(), before_.end(), first))
       return;
-    std::copy(sorted.begin(), sorted.end(), first);
+    std::copy(order.begin(), order.end(), first);
   }
 
  private:
@@ -77,8 +79,8 @@ class Stretch {
 };
 
 // Merge sort, which any answers of `before` leave within bounds.
-template <typename Before>
-void merge_sort(std::vector<Var*>& cells, std::vector<Var*>& spare, std::size_t from,
+template <typename Cell, typename Before>
+void merge_sort(std::vector<Cell>& cells, std::vector<Cell>& spare, std::size_t from,
                 std::size_t to, const Before& before) {
   if (to - from < 2) return;
   const std::size_t middle = from + (to - from) / 2;
@@ -92,6 +94,14 @@ void merge_sort(std::vector<Var*>& cells, std::vector<Var*>& spare, std::size_t 
   std::copy(spare.begin() + static_cast<std::ptrdiff_t>(from),
             spare.begin() + static_cast<std::ptrdiff_t>(to),
             cells.begin() + static_cast<std::ptrdiff_t>(from));
+}
+
+// The cells in the order that `before` gives.
+template <typename Cell, typename Before>
+std::vector<Var*> sorted(const std::vector<Var*>& cells, const Before& before) {
+  std::vector<Cell> order(cells.begin(), cells.end()), spare = order;
+  merge_sort(order, spare, 0, order.size(), before);
+  return {order.begin(), order.end()};
 }
 
 }  // namespace
@@ -126,7 +136,6 @@ Var* asort(std::int32_t argc, Var** argv) {
   if (count < 2) return array;
   Stretch stretch(array->shared, static_cast<std::size_t>(start - 1),
                   static_cast<std::size_t>(count));
-  std::vector<Var*> cells = stretch.cells(), spare = cells;
   Var* block = arg_is(argc, argv, 3, "Bb") ? argv[3] : nullptr;
   const auto by_block = [block](Var* a, Var* b) {
     const std::int32_t mark = temp_top();
@@ -135,11 +144,8 @@ Var* asort(std::int32_t argc, Var** argv) {
     POP_TEMPS(mark);
     return before;
   };
-  if (block != nullptr)
-    merge_sort(cells, spare, 0, cells.size(), by_block);
-  else
-    merge_sort(cells, spare, 0, cells.size(), value_before);
-  stretch.store(cells);
+  stretch.store(block != nullptr ? sorted<Var*>(stretch.cells(), by_block)
+                                 : sorted<SortedCell>(stretch.cells(), value_before));
   return array;
 }
 
