@@ -23,17 +23,26 @@ double payload_as_double(const Var* v) {
   return v->type == 'I' ? v->i : v->num;
 }
 
-// Makes `cell` the text left + right, where the left text may be the cell's own; a cell that owns a
-// buffer grows it, so that a chain of additions copies each text once.
+// A buffer for `size` bytes that begins with those of the cell's own. A text that has grown long gets room to grow on,
+// so that it isn't moved for each of its many pieces. Null without memory.
+char* grown_buffer(const Var* cell, std::size_t size) {
+  constexpr std::size_t kLong = 256, kMostRoom = 1 << 20;
+  if (MEM_SIZE(cell->text) >= size) return cell->text;
+  const std::size_t room = size < kLong ? 0 : std::min(size / 4, kMostRoom);
+  return static_cast<char*>(
+      MEM_REALLOC(cell->text, size + room, MemPurpose::kText, MemSeverity::kMay));
+}
+
+// Makes `cell` the text left + right, where the left text may be the cell's own: its buffer grows.
 Var* concatenate(Var* cell, std::string_view left, std::string_view right) {
   if (left.size() + right.size() > static_cast<std::size_t>(kMaxTextLength))
     return RT_ERROR(319, "text exceeds 2147483646 bytes");
   const std::size_t size = left.size() + right.size() + 1;
   const bool grows = cell->length != 0 && owns_payload(cell) && is_text(cell);
   const bool right_is_own = grows && right.data() == cell->text;
-  auto* buffer =
-      static_cast<char*>(grows ? MEM_REALLOC(cell->text, size, MemPurpose::kText, MemSeverity::kMay)
-                               : MEM_ALLOC(size, MemPurpose::kText, MemSeverity::kMay));
+  char* const buffer =
+      grows ? grown_buffer(cell, size)
+            : static_cast<char*>(MEM_ALLOC(size, MemPurpose::kText, MemSeverity::kMay));
   if (buffer == nullptr) return RT_ERROR(301, "to concatenate texts");
   if (!grows) std::memcpy(buffer, left.data(), left.size());
   std::memcpy(buffer + left.size(), right_is_own ? buffer : right.data(), right.size());
