@@ -54,6 +54,18 @@ Var* postfix_step(Var* v, std::int32_t by, const char* text) {
   return is_error(step(v, by, text)) ? error_value() : before;
 }
 
+// fmod; whole numbers are divided as such, in a fraction of its time.
+double remainder_of(double dividend, double divisor) {
+  constexpr double kExact =
+      9007199254740992;  // 2 to 53: up to there every whole number is a double
+  if (std::abs(dividend) < kExact && std::abs(divisor) < kExact) {
+    const auto a = static_cast<std::int64_t>(dividend), b = static_cast<std::int64_t>(divisor);
+    if (static_cast<double>(a) == dividend && static_cast<double>(b) == divisor && b != 0)
+      return std::copysign(static_cast<double>(a % b), dividend);
+  }
+  return std::fmod(dividend, divisor);
+}
+
 constexpr const char* kIncrement = "only date numerics can be auto-incremented";
 constexpr const char* kDecrement = "only date numerics can be auto-decremented";
 
@@ -109,13 +121,14 @@ Var* csumodu(Var* left, Var* right, bool in_place) {
     const std::int32_t remainder = right->i == -1 ? 0 : left->i % right->i;
     return finish(left, store_int(cell, remainder), in_place);
   }
-  return finish(left, store_num(cell, std::fmod(dividend, divisor), settings().decimals), in_place);
+  return finish(left, store_num(cell, remainder_of(dividend, divisor), settings().decimals),
+                in_place);
 }
 
 Var* csumodn(Var* left, double right, bool in_place) {
   if (!is_number_or_logical(left)) return failed_with_zero(202, "only numerics can be moduloed");
   if (right == 0) return failed_with_zero(205, kZeroDivision);
-  const double remainder = std::fmod(number_of(left), right);
+  const double remainder = remainder_of(number_of(left), right);
   return finish(left,
                 store_num(result_cell(left, nullptr, in_place), remainder, settings().decimals),
                 in_place);
