@@ -181,7 +181,7 @@ void ProcedureCode::statement(const Statement& statement) {
 }
 
 void ProcedureCode::jump_back(std::size_t to) {
-  steps().add(StepKind::kGoBack, static_cast<std::int32_t>(to));
+  steps().add(StepKind::kGo, static_cast<std::int32_t>(to));
 }
 
 void ProcedureCode::land(const std::vector<StepPosition>& jumps) {
@@ -244,7 +244,7 @@ void ProcedureCode::for_statement(const Statement& statement) {
   const std::size_t turn = steps().mark_landing();
   body(statement.arms[0].body);
   land(loops_.back().loops);
-  steps().add(StepKind::kEndTurn, statement.line);
+  const StepPosition end_turn = steps().add(StepKind::kEndTurn, statement.line);
   advance(counter, by);
   steps().land(to_test);
   target();
@@ -252,6 +252,7 @@ void ProcedureCode::for_statement(const Statement& statement) {
   value(statement.spans[2]);
   steps().add(StepKind::kSlot, by);
   steps().add(StepKind::kForTest, static_cast<std::int32_t>(turn));
+  steps().shorten_turn(end_turn);
   land(loops_.back().exits);
   steps().add(StepKind::kEndTurn, statement.line);
   loops_.pop_back();

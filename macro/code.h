@@ -17,7 +17,7 @@
 
 namespace tarnel {
 
-// X(kind, what it does): `a`, `op` are the step's own; [x y -> z] are cells on the machine's stack.
+// X(kind, what it does): `a`, `b`, `op` are the step's own; [x y -> z] are cells on the machine's stack.
 #define MACRO_STEPS(X)                                                               \
   /* Values. */                                                                      \
   X(Constant, "[-> cell a of the code]")                                             \
@@ -34,6 +34,8 @@ namespace tarnel {
   X(Binary, "[x y -> x op y]")                                                       \
   X(BinaryConstant, "[x -> x op constant a of the code]")                            \
   X(BinarySlot, "[x -> x op parameter or local a]")                                  \
+  X(SlotConstant, "[-> parameter or local b op constant a of the code]")             \
+  X(SlotSlot, "[-> parameter or local b op that of a]")                              \
   X(Unary, "[x -> op x], as in kUnaryOperators")                                     \
   X(Assign, "[target x -> target] by binary operator op, 0 none")                    \
   X(AssignInstance, "[object x -> value] of instance a, by binary operator op")      \
@@ -81,9 +83,9 @@ namespace tarnel {
   /* Statements of programs. */                                                      \
   X(Line, "a statement of line a begins")                                            \
   X(EndTurn, "a turn of the loop at line a ends")                                    \
+  X(ForTurn, "the same, and where numbers allow it what the next six steps do")      \
   X(Unless, "[x ->], jumps unless it is true")                                       \
   X(Go, "jumps; between statements, where nothing lies on the stack")                \
-  X(GoBack, "the same, to step a which was there before")                            \
   X(ForStep, "[step -> step], error 320 for 0 jumps with [->]")                      \
   X(ForTest, "[counter limit step ->], jumps unless the counter is beyond")          \
   X(EachOf, "[array -> array], error 312 for another value, which becomes {}")       \
@@ -99,12 +101,15 @@ namespace tarnel {
   X(Return, "[x]")
 
 #define MACRO_STEP_KIND(name, what) k##name,
-enum class StepKind : std::uint8_t { MACRO_STEPS(MACRO_STEP_KIND) kCount };
+enum class StepKind : std::uint8_t {
+  MACRO_STEPS(MACRO_STEP_KIND) kStop
+};  // the last one ends the run and stands in no code
 #undef MACRO_STEP_KIND
 
 struct Step {
   StepKind kind;
   std::uint8_t op;
+  std::uint16_t b;
   std::int32_t a;
 };
 

@@ -98,7 +98,7 @@ CodeBuilder::~CodeBuilder() {
 
 StepPosition CodeBuilder::add(StepKind kind, std::int32_t a, std::uint8_t op) {
   if (fault_) return kNowhere;
-  steps_.add({kind, op, a});
+  steps_.add({kind, op, 0, a});
   cells_now_ += cells_added(kind);
   most_cells_ = std::max(most_cells_, cells_now_);
   return steps_.size() - 1;
@@ -153,7 +153,7 @@ void CodeBuilder::drop() {
     if (last.op == static_cast<std::uint8_t>(UnaryOperator::kDecrement))
       last.op = static_cast<std::uint8_t>(UnaryOperator::kPreDecrement);
     if (steps_[size - 2].kind == StepKind::kSlot) {
-      steps_[size - 2] = {StepKind::kStepSlot, last.op, steps_[size - 2].a};
+      steps_[size - 2] = {StepKind::kStepSlot, last.op, 0, steps_[size - 2].a};
       steps_.cut(size - 1);
       --cells_now_;
       return;
@@ -165,16 +165,23 @@ void CodeBuilder::drop() {
 void CodeBuilder::add_binary(std::uint8_t op) {
   if (fault_) return;
   const std::size_t size = steps_.size();
-  Step* const right = size > landed_ ? &steps_[size - 1] : nullptr;
-  if (right == nullptr ||
-      (right->kind != StepKind::kConstant && right->kind != StepKind::kSlot)) {
+  const auto kind = [&](std::size_t back) {
+    return size >= landed_ + back ? steps_[size - back].kind : StepKind::kStop;
+  };
+  const bool slot = kind(1) == StepKind::kSlot;
+  if (!slot && kind(1) != StepKind::kConstant) {
     add(StepKind::kBinary, 0, op);
     return;
   }
-  right->kind =
-      right->kind == StepKind::kSlot ? StepKind::kBinarySlot : StepKind::kBinaryConstant;
-  right->op = op;
+  const std::int32_t right = steps_[size - 1].a;
   --cells_now_;
+  if (kind(2) == StepKind::kSlot && steps_[size - 2].a <= UINT16_MAX) {
+    steps_[size - 2] = {slot ? StepKind::kSlotSlot : StepKind::kSlotConstant, op,
+                        static_cast<std::uint16_t>(steps_[size - 2].a), right};
+    steps_.cut(size - 1);
+  } else {
+    steps_[size - 1] = {slot ? StepKind::kBinarySlot : StepKind::kBinaryConstant, op, 0, right};
+  }
 }
 
 std::int32_t CodeBuilder::take_slot() {
@@ -184,6 +191,15 @@ std::int32_t CodeBuilder::take_slot() {
   steps_.cut(size - 1);
   --cells_now_;
   return slot;
+}
+
+void CodeBuilder::shorten_turn(StepPosition end_turn) {
+  if (fault_ || end_turn == kNowhere || steps_.size() != end_turn + 7) return;
+  const Step* const rest = &steps_[end_turn + 1];
+  const bool simple = rest[0].kind == StepKind::kSlot && rest[1].kind == StepKind::kUpdateSlot &&
+                      rest[2].kind == StepKind::kSlot &&
+                      (rest[3].kind == StepKind::kSlot || rest[3].kind == StepKind::kConstant);
+  if (simple) steps_[end_turn].kind = StepKind::kForTurn;
 }
 
 StepPosition CodeBuilder::begin_keep() {

@@ -33,6 +33,8 @@ class CodeBuilder {
   void add_binary(std::uint8_t op);
   // Takes the step back that has put a slot on the stack: the slot, or -1 when the last step did something else.
   std::int32_t take_slot();
+  // Makes a kForTurn of the kEndTurn at a place, if what stands behind it is what that does.
+  void shorten_turn(StepPosition end_turn);
   // A jump back will go to the next step.
   StepPosition mark_landing() { return landed_ = steps_.size(); }
 

@@ -53,22 +53,26 @@ Var* Machine::run() {
   return result_;
 }
 
-// A switch, so that the compiler puts the short steps in line.
+// Behind each step stands a jump of its own to the next one, by which the processor foretells what follows which step;
+// through one jump for all a loop takes twice the time.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpedantic"
 void Machine::run_steps() {
-  while (running_) {
-    const Step& step = *next_++;
-    switch (step.kind) {
-#define MACRO_STEP_CASE(name, what) \
-  case StepKind::k##name:           \
-    step##name(step);               \
-    break;
-      MACRO_STEPS(MACRO_STEP_CASE)
-#undef MACRO_STEP_CASE
-      case StepKind::kCount:
-        assert(false);
-    }
-  }
+#define MACRO_STEP_LABEL(name, what) &&at_##name,
+  static const void* const kActions[] = {MACRO_STEPS(MACRO_STEP_LABEL) && at_stop};
+#undef MACRO_STEP_LABEL
+  const Step* step = next_++;
+  goto* kActions[static_cast<std::uint8_t>(step->kind)];
+#define MACRO_STEP_RUN(name, what) \
+  at_##name : step##name(*step);   \
+  step = next_++;                  \
+  goto* kActions[static_cast<std::uint8_t>(step->kind)];
+  MACRO_STEPS(MACRO_STEP_RUN)
+#undef MACRO_STEP_RUN
+at_stop:
+  return;
 }
+#pragma GCC diagnostic pop
 
 // --- Values.
 
@@ -125,6 +129,14 @@ void Machine::stepBinaryConstant(const Step& step) {
 
 void Machine::stepBinarySlot(const Step& step) {
   push_checked(binary_function(step.op)(pop(), slots_[step.a], false));
+}
+
+void Machine::stepSlotConstant(const Step& step) {
+  push_checked(binary_function(step.op)(slots_[step.b], &code_.cells[step.a], false));
+}
+
+void Machine::stepSlotSlot(const Step& step) {
+  push_checked(binary_function(step.op)(slots_[step.b], slots_[step.a], false));
 }
 
 void Machine::stepUnary(const Step& step) {

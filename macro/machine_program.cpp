@@ -137,10 +137,6 @@ void Machine::stepGo(const Step& step) {
   jump(step.a);
 }
 
-void Machine::stepGoBack(const Step& step) {
-  jump(step.a);
-}
-
 void Machine::stepForStep(const Step& step) {
   if (is_number(top()) && number_of(top()) != 0) return;
   RT_ERROR(320, "step of FOR");
@@ -164,7 +160,22 @@ void Machine::stepForTest(const Step& step) {
   if (!beyond) jump(step.a);
 }
 
-
+// Behind it stand, for a counter and a limit that are simple: the step, its addition to the counter, the counter, the
+// limit, the step, the test. Plain numbers are moved and compared here; what else there may be is left to those.
+void Machine::stepForTurn(const Step& step) {
+  stepEndTurn(step);
+  const Step* const rest = next_;
+  Var* const counter = slots_[rest[1].a];
+  Var* const by = slots_[rest[0].a];
+  const Var* const limit =
+      rest[3].kind == StepKind::kSlot ? slots_[rest[3].a] : &code_.cells[rest[3].a];
+  if (counter->type != 'N' || !letter_in(counter->sclass, "NS") || by->type != 'N' ||
+      limit->type != 'N')
+    return;
+  csuaddu(counter, by, true);
+  const bool beyond = by->num > 0 ? !(counter->num <= limit->num) : !(counter->num >= limit->num);
+  next_ = beyond ? rest + 6 : code_.steps + rest[5].a;
+}
 
 void Machine::stepEachOf(const Step&) {
   if (top()->type == 'A') return;
@@ -195,16 +206,17 @@ void Machine::stepSequence(const Step& step) {
     top_ = stack_.data() + base;
     push(broken);
     jump(step.a);
-    running_ = true;
-    return;
+  } else if (result_ != nullptr || --to_leave_ > 0) {
+    stop_steps();
+  } else {
+    jump(behind_);
   }
-  if (result_ == nullptr) running_ = --to_leave_ == 0;
 }
 
 void Machine::stepLeaveSequences(const Step& step) {
   to_leave_ = step.op;
-  running_ = false;
-  jump(step.a);
+  behind_ = step.a;
+  stop_steps();
 }
 
 void Machine::stepBreak(const Step&) {

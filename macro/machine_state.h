@@ -91,7 +91,12 @@ class Machine {
   void no_area(int code, std::string_view cause);
   void set_result(Var* value) {
     result_ = value;
-    running_ = false;
+    stop_steps();
+  }
+  // Ends run_steps, with the code or with its innermost sequence.
+  void stop_steps() {
+    static constexpr Step kLast{StepKind::kStop, 0, 0, 0};
+    next_ = &kLast;
   }
 
   // Pushes the result of something that gives the error value after an error.
@@ -121,8 +126,8 @@ class Machine {
   Var* result_ = nullptr;
   void* area_ = nullptr;       // the chosen one
   bool broken_ = false;        // failed in a way that no kGuard holds
-  bool running_ = true;        // until the code, or the innermost sequence of it, ends
   std::uint8_t to_leave_ = 0;  // sequences that are being left, from within
+  std::int32_t behind_ = 0;    // and the step where it goes on then
   SmallList<Var*, 16> stack_;
   std::optional<Nested> nested_;
 };

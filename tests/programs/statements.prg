@@ -71,6 +71,7 @@ function main(cFirst, cSecond, cThird)
   next
   ? len(a), i
 
+  turns()
   do show with "done", n
   retu nothing() + 3      && the status
 
@@ -82,3 +83,20 @@ function nothing
   local return := 0       && a word of a statement as a name
   return := return + 1
   return(return + 1)
+
+* Counters of all types, a limit and a counter that change.
+procedure turns
+  local i, n := 4, d as date, k as integer
+  for i := 1 to n
+    n := 3
+    if i = 2
+      i := 2.5
+    endif
+  next
+  ? i
+  for d := {^1999-12-30} to {^2000-01-01}
+    ?? "", d
+  next
+  for k := 3 to 1 step -1
+    ?? k
+  next
