@@ -23,6 +23,9 @@ struct AreaHooks {
   FieldOwner* (*owner)(void* area);  // null: no table open
   void* (*push)(void* area);         // makes it current, returns the former one
   void (*pop)(void* saved);
+  // 0: no area was ever chosen. Chosen, it stands for one without a table.
+  std::int32_t (*current_number)() = nullptr;
+  void (*choose_number)(std::int32_t number) = nullptr;
 };
 void set_area_hooks(const AreaHooks& hooks);
 const AreaHooks& area_hooks();
