@@ -210,8 +210,7 @@ class RunningScript {
 void open_session() {
   assert(current_frame() != nullptr && current_frame() != &session.frame);
   BEGIN_PROC(&session.frame, "tnsh", "tnsh", 0, 0);
-  Var* block[] = {TMP_BLOCK(show_error)};
-  errorblock(1, block);
+  set_default_handler(show_error);
   POP_TEMPS(session.frame.temp_mark);
 }
 

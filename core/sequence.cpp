@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "core/error_object.h"
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/memvars.h"
@@ -58,7 +59,7 @@ bool break_on_its_way() {
 
 void break_sequence(Var* value) {
   if (innermost == nullptr) {
-    RT_ERROR(335, "Break without a BEGIN SEQUENCE");
+    if (!tell_of_handled_error()) RT_ERROR(335, "Break without a BEGIN SEQUENCE");
     QUIT_RUN(1);
   }
   Var* kept = ARG_VAR(value);

@@ -26,7 +26,8 @@ Var* in_sequence(Body&& body) {
 bool inside_sequence();
 // A break is leaving the innermost sequence: guards run, and none of them may break again.
 bool break_on_its_way();
-// Leaves the innermost sequence with a value; outside of one error 335 ends the run.
+// Leaves the innermost sequence with a value. Outside of one error 335 ends the run, or in a handler the error that
+// it has got.
 [[noreturn]] void break_sequence(Var* value);
 
 }  // namespace tarnel

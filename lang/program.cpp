@@ -8,6 +8,7 @@
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/output.h"
+#include "core/runtime.h"
 #include "core/stacks.h"
 #include "core/text.h"
 #include "lang/parser.h"
@@ -278,6 +279,7 @@ bool& programs_end_lines() {
 }
 
 Var* exit_programs(std::int32_t, Var**) {
+  const UsualExitErrors usual;
   std::int32_t count = 0;
   for (const GeneratedFile* file : LoadedProgram::started_files())
     for (const auto& procedure : file->procedures)
