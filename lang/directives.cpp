@@ -189,10 +189,8 @@ std::int32_t Directives::find_include(const std::string& name, std::string& faul
 }
 
 void Directives::rule(const SourceTokens& tokens) {
-  const SourceToken& last = tokens.back();
-  Place end = last.place;
-  end.column += static_cast<std::int32_t>(last.text.size());
-  std::unique_ptr<Rule> rule = parse_rule(std::span(tokens).subspan(2), end, diagnostics_);
+  std::unique_ptr<Rule> rule =
+      parse_rule(std::span(tokens).subspan(2), place_behind(tokens.back()), diagnostics_);
   if (!rule) return;
   const std::string word = lower_text(tokens[1].text);
   rule->is_command = word.ends_with("command");

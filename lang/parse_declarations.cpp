@@ -99,12 +99,14 @@ void Parser::var_statement(StatementLexer& words) {
 // METHOD name[(parameters)] in a class tells of it; behind it, with CLASS name, its statements follow.
 void Parser::method_statement(StatementLexer& words) {
   if (!in_class_) return declaration(words, ProcedureKind::kMethod, true);
+  StatementLexer again = words;
   const Span name = words.take_name();
   if (words.take(Token::kLeftParen)) {
     declared_list(words, Token::kRightParen);
     if (!words.take(Token::kRightParen)) unexpected(words);
   }
   take_type(words);
+  if (words.at_word("class")) return declaration(again, ProcedureKind::kMethod, true);
   expect_end(words);
   tree_.classes.back().methods.push_back(name);
 }

@@ -84,6 +84,7 @@ class Parser {
   std::int32_t line() const { return place_.line; }
   void error(Place where, std::string_view words) { diagnostics_.error(where, words); }
   void unexpected(const StatementLexer& words);
+  void unexpected(Place where, std::string_view token);  // an empty one: the end
   void expect_end(const StatementLexer& words);
 
   Body& body();
