@@ -16,6 +16,9 @@ class Directives {
   Directives(SourceFiles& files, Diagnostics& diagnostics, std::vector<std::string> folders,
              const RuleBook* older);
 
+  // Is it the word of a directive, in any case?
+  static bool has_word(std::string_view word);
+
   void open(std::int32_t file);
   // The next statement that no condition leaves out; false at the end of all files.
   bool next(SourceTokens& tokens);
