@@ -66,6 +66,7 @@ struct StatementReader::State {
   std::optional<Place> page_start;
   SourceTokens made;
   std::optional<Unmatched> unmatched;
+  bool rules_applied = false;
 };
 
 // The quick way of most statements: no constant in them, and no rule begins so.
@@ -131,6 +132,7 @@ bool StatementReader::State::command() {
 bool StatementReader::State::apply(const Rule& rule, std::size_t at) {
   if (!match_rule(rule, std::span(tokens).subspan(at), match, rewriting)) return rewriting.failed();
   made.clear();
+  rules_applied = true;
   if (!rewriting.apply_rule(rule.pattern.front().word, rule.file, rule.line) ||
       !make_result(rule, match, rule.is_command ? rewriting.start() : tokens[at].place, made,
                    rewriting))
@@ -222,6 +224,10 @@ std::optional<Place> StatementReader::page_start() const {
 
 std::optional<Unmatched> StatementReader::unmatched() const {
   return state_->unmatched;
+}
+
+bool StatementReader::rules_applied() const {
+  return state_->rules_applied;
 }
 
 bool StatementReader::raw_line(std::string_view& line, Place& place) {

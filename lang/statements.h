@@ -42,6 +42,8 @@ class StatementReader {
   std::optional<Place> page_start() const;
   // Of the last statement, if it begins as commands do, but is none.
   std::optional<Unmatched> unmatched() const;
+  // Has a rule changed any of the statements?
+  bool rules_applied() const;
   // The next line as it stands in the file, without its line feed: for what stands between TEXT and ENDTEXT.
   // False at the end of the file in which the last statement ended.
   bool raw_line(std::string_view& line, Place& place);
