@@ -106,7 +106,7 @@ class Parser {
   // Declarations.
   void declaration(StatementLexer& words, ProcedureKind kind, bool is_function);
   void variables(StatementKind kind, StatementLexer& words);
-  void file_level(Statement statement);
+  void declare(Statement statement);
   std::vector<Declared> declared_list(StatementLexer& words, Token end);
   Declared declared(StatementLexer& words);
   char take_type(StatementLexer& words);
