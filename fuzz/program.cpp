@@ -70,8 +70,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   static_cast<void>(started);
   const std::int32_t mark = temp_top();
   std::string report;
-  LoadedProgram* const program = LoadedProgram::of_text(
-      "x.prg", std::string(reinterpret_cast<const char*>(data), size), report);
+  LoadedProgram* const program =
+      LoadedProgram::of_text(size > 0 && data[0] == '<' ? "x.tnp" : "x.prg",
+                             std::string(reinterpret_cast<const char*>(data), size), report);
   if (program != nullptr) {
     in_sequence([&] {
       const RunWatch watch(give_up);  // after half a second

@@ -1,31 +1,112 @@
 #include "lang/commands.h"
 
+#include <algorithm>
 #include <cassert>
+#include <utility>
 
 #include "lang/directives.h"
 
 namespace tarnel {
 namespace {
 
-struct Commands {
-  SourceFiles files;
-  Diagnostics diagnostics{files};
-  Directives directives{files, diagnostics, {}, nullptr};
+constexpr std::string_view kDirective = "#command ";
 
-  Commands() {
-    directives.open(files.add("commands.ch", std::string(commands_text())));
-    SourceTokens tokens;
-    while (directives.next(tokens)) {
-    }
-    assert(diagnostics.errors() == 0);
-  }
+// A rule's lines in the text, by the key of its first word.
+struct Piece {
+  std::uint32_t key;
+  std::size_t begin, end;
+  std::int32_t line;
+  bool loaded = false;
 };
+
+const LaterRules& later_rules();
+
+// Most programs use a few of the commands: each is read when a statement may begin with its word.
+class Commands {
+ public:
+  Commands() : directives_(files_, diagnostics_, {}, nullptr, &later_rules()) {
+    file_ = files_.add("commands.ch", std::string(commands_text()));
+    find_pieces(files_[file_].text);
+  }
+
+  const RuleBook& rules() const { return directives_.rules(); }
+
+  static Commands& all();
+
+  bool has(std::uint32_t key) const {
+    return std::ranges::binary_search(pieces_, key, {}, &Piece::key);
+  }
+
+  void load(std::uint32_t key) {
+    for (Piece& piece : std::ranges::equal_range(pieces_, key, {}, &Piece::key)) load(piece);
+  }
+
+  void load_all() {
+    if (std::exchange(all_loaded_, true)) return;
+    for (Piece& piece : pieces_) load(piece);
+  }
+
+ private:
+  void find_pieces(std::string_view text) {
+    std::int32_t line = 1;
+    for (std::size_t at = 0; at < text.size(); ++line) {
+      const std::size_t end = std::min(text.find('\n', at), text.size());
+      if (!text.substr(at).starts_with(kDirective)) {
+        assert(text[at] != '#');
+        at = end + 1;
+        continue;
+      }
+      Piece piece{first_key(text.substr(at + kDirective.size())), at, end, line};
+      for (; text[piece.end - 1] == ';'; ++line)
+        piece.end = std::min(text.find('\n', piece.end + 1), text.size());
+      pieces_.push_back(piece);
+      at = piece.end + 1;
+    }
+    std::ranges::stable_sort(pieces_, {}, &Piece::key);
+  }
+
+  // Of a name, or of one sign.
+  static std::uint32_t first_key(std::string_view rule) {
+    const std::size_t end = std::min(rule.find_first_of(" =<["), rule.size());
+    const bool is_name = rule.front() == '_' ||
+                         (lower_letter(rule.front()) >= 'a' && lower_letter(rule.front()) <= 'z');
+    return word_key(rule.substr(0, is_name ? end : 1));
+  }
+
+  void load(Piece& piece) {
+    if (std::exchange(piece.loaded, true)) return;
+    directives_.open_piece(
+        {PieceKind::kStatements, piece.begin, piece.end, {file_, piece.line, 1}});
+    SourceTokens tokens;
+    while (directives_.next(tokens)) {
+    }
+    assert(diagnostics_.errors() == 0);
+  }
+
+  SourceFiles files_;
+  Diagnostics diagnostics_{files_};
+  Directives directives_;
+  std::int32_t file_ = 0;
+  std::vector<Piece> pieces_;  // sorted by key, those of one key in their order
+  bool all_loaded_ = false;
+};
+
+Commands& Commands::all() {
+  static Commands commands;
+  return commands;
+}
+
+const LaterRules& later_rules() {
+  static constexpr LaterRules kLater = {[](std::uint32_t key) { return Commands::all().has(key); },
+                                        [](std::uint32_t key) { Commands::all().load(key); },
+                                        [] { Commands::all().load_all(); }};
+  return kLater;
+}
 
 }  // namespace
 
 const RuleBook& command_rules() {
-  static const Commands commands;
-  return commands.directives.rules();
+  return Commands::all().rules();
 }
 
 }  // namespace tarnel

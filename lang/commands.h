@@ -9,7 +9,7 @@ namespace tarnel {
 
 // The file commands.ch.
 std::string_view commands_text();
-// Its rules, read once.
+// Its rules, each read when a statement may begin with its word.
 const RuleBook& command_rules();
 
 }  // namespace tarnel

@@ -14,12 +14,11 @@ class Directives {
  public:
   // The rules of `older` come behind all that the files have.
   Directives(SourceFiles& files, Diagnostics& diagnostics, std::vector<std::string> folders,
-             const RuleBook* older);
-
-  // Is it the word of a directive, in any case?
-  static bool has_word(std::string_view word);
+             const RuleBook* older, const LaterRules* later = nullptr);
 
   void open(std::int32_t file);
+  // The same for a piece of it.
+  void open_piece(const PagePiece& piece);
   // The next statement that no condition leaves out; false at the end of all files.
   bool next(SourceTokens& tokens);
   // What the last one was: a text or an expression of a page, or a statement. A text is one token.

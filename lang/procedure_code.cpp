@@ -3,14 +3,12 @@
 #include <string>
 
 #include "core/text.h"
-#include "lang/source_tokens.h"
 #include "lang/statement_lexer.h"
 
 namespace tarnel {
 namespace {
 
-// `made`: a rule made the token where the fault is, which its author then never wrote.
-std::string fault_words(std::string_view text, const SyntaxFault& fault, bool made) {
+std::string fault_words(std::string_view text, const SyntaxFault& fault) {
   switch (fault.cause) {
     case Failure::kTooDeep:
       return "the expression is nested too deeply";
@@ -25,12 +23,13 @@ std::string fault_words(std::string_view text, const SyntaxFault& fault, bool ma
   if (fault.unfinished) return "the text lacks its closing quote";
   Lexer lexer(text);
   lexer.seek(fault.at);
-  const std::string_view token =
-      text.substr(fault.at, std::max<std::size_t>(lexer.behind() - fault.at, 1));
-  if (made && ends_argument(token)) return "the expression lacks its end";
-  return quoted_token(token) + " isn't expected here";
+  const std::size_t size = std::max<std::size_t>(lexer.behind() - fault.at, 1);
+  return quoted_token(text.substr(fault.at, size)) + " isn't expected here";
 }
 
+}  // namespace
+
+namespace {
 bool belongs_to_procedure(StatementKind kind) {
   return kind == StatementKind::kLocal || kind == StatementKind::kStatic ||
          kind == StatementKind::kParameters || kind == StatementKind::kField ||
@@ -55,9 +54,7 @@ std::int32_t ProcedureCode::values(Span span) {
 void ProcedureCode::tell_fault(Span span) {
   const auto fault = steps().fault();
   if (!fault) return;
-  const std::size_t at = span.at + fault->at;
-  diagnostics_.error(tree_.text.place_at(at),
-                     fault_words(tree_[span], *fault, tree_.text.replaces(at)));
+  diagnostics_.error(tree_.text.place_at(span.at + fault->at), fault_words(tree_[span], *fault));
   steps().pass_over_fault();
 }
 

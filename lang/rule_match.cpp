@@ -35,10 +35,9 @@ class Matcher {
   }
 
   bool match() {
-    const bool took = sequence(rule_.pattern, nullptr);
+    if (!sequence(rule_.pattern, nullptr) || rewriting_.failed()) return false;
     match_.length = at_;
-    match_.furthest = std::max(furthest_, at_);
-    return took && !rewriting_.failed() && (!rule_.is_command || at_ == tokens_.size());
+    return !rule_.is_command || at_ == tokens_.size();
   }
 
  private:
@@ -79,7 +78,6 @@ class Matcher {
   Match& match_;
   Rewriting& rewriting_;
   std::size_t at_ = 0;
-  std::size_t furthest_ = 0;  // in clauses that were given up
 };
 
 bool Matcher::sequence(const Pattern& pattern, const Follow* follow) {
@@ -129,10 +127,8 @@ bool Matcher::clause(const PatternPiece& piece, std::size_t which, const Follow&
     else if (captures.size() == counts[i])
       captures.emplace_back();
   }
-  if (took) return true;
-  furthest_ = std::max(furthest_, at_);
-  at_ = begin;
-  return false;
+  if (!took) at_ = begin;
+  return took;
 }
 
 bool Matcher::marker(const Pattern& pattern, std::size_t index, const Follow* follow) {

@@ -43,11 +43,14 @@ void RuleBook::add_words(const Pattern& pattern) {
 
 bool RuleBook::may_begin(bool command, const SourceToken& token) const {
   const Kind& kind = kinds_[command];
-  return kind.beginnings[beginning(word_key(token.text))] ||
+  const std::uint32_t key = word_key(token.text);
+  return kind.beginnings[beginning(key)] ||
+         (command && later_ != nullptr && later_->may_begin(key)) ||
          (below_ != nullptr && below_->may_begin(command, token));
 }
 
 bool RuleBook::has_word(std::string_view name) const {
+  if (later_ != nullptr) later_->load_all();
   const auto found = words_.find(word_key(name));
   if (found != words_.end() &&
       std::ranges::any_of(found->second, [&](auto word) { return is_cut_word(name, word); }))

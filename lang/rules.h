@@ -68,10 +68,18 @@ struct Rule {
 std::unique_ptr<Rule> parse_rule(std::span<const SourceToken> tokens, Place end,
                                  Diagnostics& diagnostics);
 
+// Commands that a book doesn't have before a statement may begin with their word; both take its key.
+struct LaterRules {
+  bool (*may_begin)(std::uint32_t key);
+  void (*load)(std::uint32_t key);  // into the book, those that it hasn't yet
+  void (*load_all)();
+};
+
 class RuleBook {
  public:
   // The rules of `below` are older than all that are added.
-  explicit RuleBook(const RuleBook* below = nullptr) : below_(below) {}
+  explicit RuleBook(const RuleBook* below = nullptr, const LaterRules* later = nullptr)
+      : below_(below), later_(later) {}
 
   void add(std::unique_ptr<Rule> rule);
   // Can a rule begin with the token?
@@ -83,10 +91,12 @@ class RuleBook {
   // REQUIRES: there is a token.
   template <typename Call>
   bool any(bool command, std::span<const SourceToken> tokens, Call call) const {
-    const std::uint32_t second = tokens.size() > 1 ? word_key(tokens[1].text) : 0;
+    const std::uint32_t first = word_key(tokens[0].text),
+                        second = tokens.size() > 1 ? word_key(tokens[1].text) : 0;
     for (const RuleBook* book = this; book != nullptr; book = book->below_) {
+      if (command && book->later_ != nullptr) book->later_->load(first);
       const auto& rules = book->kinds_[command].rules;
-      const auto found = rules.find(word_key(tokens[0].text));
+      const auto found = rules.find(first);
       if (found == rules.end()) continue;
       for (auto entry = found->second.rbegin(); entry != found->second.rend(); ++entry)
         if ((entry->second == 0 || entry->second == second) && call(*entry->rule)) return true;
@@ -106,6 +116,7 @@ class RuleBook {
   void add_words(const Pattern& pattern);
 
   const RuleBook* below_;
+  const LaterRules* later_;
   Kind kinds_[2];  // translations, commands
   std::unordered_map<std::uint32_t, std::vector<std::string_view>> words_;
 };

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include "core/file_ops.h"
 
 #include "tests/lang/read_statements.h"
 
@@ -85,6 +88,31 @@ TEST(Diagnostics, CutLinesRoundTheColumnAndStopAtTwenty) {
   EXPECT_FALSE(diagnostics.full());
   for (int i = 0; i < 3; ++i) diagnostics.error({0, 2, 1}, "e");
   EXPECT_TRUE(diagnostics.full() && diagnostics.text().ends_with("^\nmore errors\n"));
+}
+
+TEST(SourceFiles, AreReadOnceMoreWhenTheyChangeMeanwhile) {
+  static const FileOps real = file_ops();
+  static int looks, changes;
+  file_ops().fstat = [](int fd, struct stat* status) {
+    const int result = real.fstat(fd, status);
+    if (++looks % 2 == 0 && changes-- > 0) status->st_mtim.tv_nsec ^= 1;
+    return result;
+  };
+  const Folder folder;
+  folder.write("x.prg", "a\n");
+  const int fd = open(folder.path("x.prg").c_str(), O_RDONLY);
+  const std::pair<int, std::string> cases[] = {
+      {0, ""}, {1, ""}, {2, "is changed while it is read"}};
+  for (const auto& [times, expected] : cases) {
+    SourceFiles files;
+    looks = 0;
+    changes = times;
+    std::string fault;
+    EXPECT_EQ(expected.empty() ? 0 : -1, files.read_open(fd, "x.prg", fault));
+    EXPECT_EQ(expected, fault);
+  }
+  close(fd);
+  file_ops() = real;
 }
 
 TEST(SourceFiles, RefuseWhatIsNoProgram) {
