@@ -2,6 +2,7 @@
 #include <array>
 
 #include "core/core_modules.h"
+#include "core/errors.h"
 #include "core/runtime.h"
 #include "db/db.h"
 #include "db/db_modules.h"
@@ -39,6 +40,9 @@ int main(int, char** argv) {
   runtime_hooks().setup = [] {
     begin_answer();
     programs_end_lines() = false;
+    set_screen_writer([](std::string_view, std::string_view) {
+      RT_ERROR(320, "a page has no screen to say something on");
+    });
     init_macro();
     init_db();
     log_orders();

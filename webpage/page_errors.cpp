@@ -46,7 +46,7 @@ std::int32_t number_of(Var* error, const char* name) {
 std::string place_of_failure() {
   for (const Frame* frame = frame_at(0); frame != nullptr; frame = frame->prev)
     if (const std::string* const path = source_path(*frame); path != nullptr)
-      return std::string(base_name(*path)) + ":" + std::to_string(frame->line) + ": ";
+      return *path + ":" + std::to_string(frame->line) + ": ";
   return {};
 }
 
@@ -104,7 +104,7 @@ void tell_faults(const Diagnostics& diagnostics) {
 }
 
 Var* page_errorsys(std::int32_t, Var**) {
-  return set_default_handler(failure_block);
+  return CALL_SIMPLE(errorblock, TMP_BLOCK(failure_block));
 }
 
 void end_page(std::string_view words) {

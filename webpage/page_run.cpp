@@ -4,6 +4,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -41,13 +42,19 @@ void refuse(int status, const std::string& reason) {
   answer_refusal(status);
 }
 
+// What is told there may reach a terminal.
+void write_to_standard_error(int priority, std::string_view text) {
+  if (priority > LOG_WARNING) return;
+  std::string line = "tnpage: " + std::string(text);
+  std::ranges::replace_if(
+      line, [](unsigned char c) { return (c < ' ' && c != '\t') || c == 127; }, '?');
+  write_fully(STDERR_FILENO, line + "\n");
+}
+
 void apply(const PageConfig& config) {
   const std::string_view log = config.log;
   if (log == "stderr") {
-    set_system_log_writer([](int priority, std::string_view text) {
-      if (priority <= LOG_WARNING)
-        write_fully(STDERR_FILENO, "tnpage: " + std::string(text) + "\n");
-    });
+    set_system_log_writer(write_to_standard_error);
   } else if (log.starts_with('/')) {
     static const std::string socket = config.log;
     system_log_socket() = socket.c_str();
