@@ -1,8 +1,10 @@
 // What a request costs: the index page beside the floor program, spawn to exit, interleaved; the
-// account look-up on a small and on a large table; requests a second through lighttpd.
+// account look-up on a small and on a large table, and as a page that is a file, beside PHP and Lua over SQLite;
+// requests a second through lighttpd.
 //   bench_request [rounds]
 #include <fcntl.h>
 #include <spawn.h>
+#include <sqlite3.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -28,6 +31,8 @@ struct Request {
   std::string program;
   std::string query = "QUERY_STRING=example0";
   std::string body = "";
+  std::vector<std::string> environment = {};  // more of it
+  std::string argument = "";
 };
 
 // A program as an installation leaves it: copied in one go. The pages of a file that the linker has just
@@ -61,13 +66,18 @@ double run_once(const Request& request, int sink) {
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, sink, STDOUT_FILENO);
-  std::string name = request.program, query = request.query;
-  std::string length = "CONTENT_LENGTH=" + std::to_string(request.body.size());
-  char* argv[] = {name.data(), nullptr};
-  char* env[] = {query.data(), request.body.empty() ? nullptr : length.data(), nullptr};
+  std::string name = request.program, argument = request.argument;
+  std::vector<std::string> environment = request.environment;
+  environment.push_back(request.query);
+  if (!request.body.empty())
+    environment.push_back("CONTENT_LENGTH=" + std::to_string(request.body.size()));
+  std::vector<char*> env;
+  for (std::string& entry : environment) env.push_back(entry.data());
+  env.push_back(nullptr);
+  char* argv[] = {name.data(), argument.empty() ? nullptr : argument.data(), nullptr};
   const auto start = Clock::now();
   pid_t pid = 0;
-  if (posix_spawn(&pid, name.c_str(), &actions, nullptr, argv, env) != 0) std::exit(1);
+  if (posix_spawn(&pid, name.c_str(), &actions, nullptr, argv, env.data()) != 0) std::exit(1);
   int status = 0;
   waitpid(pid, &status, 0);
   const std::chrono::duration<double, std::micro> elapsed = Clock::now() - start;
@@ -149,6 +159,59 @@ void compare_lookups(int rounds) {
               both.first, both.second, both.second / both.first);
 }
 
+// The same accounts for programs that keep them in SQLite.
+void make_database(const std::string& file, int count) {
+  std::filesystem::remove(file);
+  sqlite3* db = nullptr;
+  if (sqlite3_open(file.c_str(), &db) != SQLITE_OK) std::exit(1);
+  const std::string script =
+      "create table user (userid text primary key, firstname text, middlename text, lastname text, "
+      "balance real) without rowid; with recursive n(i) as (select 1 union all select i + 1 from n "
+      "where i < " +
+      std::to_string(count) +
+      ") insert into user select printf('%8d', i), 'First', '', '', 0 from n;";
+  if (sqlite3_exec(db, script.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) std::exit(1);
+  sqlite3_close(db);
+}
+
+void print_ratio(const char* name, const Pair& both) {
+  std::printf("%-30s %7.0f us, the page of a file %7.0f us: ratio %.2f\n", name, both.first,
+              both.second, both.second / both.first);
+}
+
+// The look-up as a page that is a file, beside the compiled one and what else people would take.
+void compare_page_files(int rounds) {
+  constexpr int kAccounts = 100000;
+  make_accounts(LARGE_TABLES, kAccounts);
+  const std::string folder = std::filesystem::path(LARGE_TABLES).parent_path() / "pages/",
+                    documents = folder + "root/", database = folder + "user.db";
+  std::filesystem::create_directories(documents);
+  for (const auto& page : std::filesystem::directory_iterator(TARNEL_SOURCE_DIR "/bench/pages"))
+    std::filesystem::copy(page, documents, std::filesystem::copy_options::overwrite_existing);
+  make_database(database, kAccounts);
+  const std::string tnpage = installed(PAGE_PROGRAM);
+  std::ofstream(std::filesystem::path(tnpage).parent_path() / "tnpage.conf")
+      << "data = " << LARGE_TABLES << "\n";
+  const auto request = [&](const std::string& program, const char* page) {
+    return Request{program,
+                   "QUERY_STRING=",
+                   "ACCOUNT=65432",
+                   {"DOCUMENT_ROOT=" + documents, "SCRIPT_FILENAME=" + documents + page,
+                    "REQUEST_METHOD=POST", "CONTENT_TYPE=application/x-www-form-urlencoded",
+                    "REDIRECT_STATUS=200", "DATABASE=" + database},
+                   page == std::string("lookup.lua") ? documents + page : ""};
+  };
+  const Request page = request(tnpage, "lookup.prg");
+  print_ratio("the compiled page",
+              take_turns({installed(LARGE_PROGRAM), "QUERY_STRING=example3", "ACCOUNT=65432"}, page,
+                         rounds));
+  print_ratio("as .tnp", take_turns(request(tnpage, "lookup.tnp"), page, rounds));
+  for (const auto& [program, file] :
+       {std::pair{"/usr/bin/php-cgi", "lookup.php"}, std::pair{"/usr/bin/lua5.4", "lookup.lua"}})
+    if (std::filesystem::exists(program))
+      print_ratio(file, take_turns(request(program, file), page, rounds / 4));
+}
+
 double requests_a_second(const char* program) {
   const tarnel::testing::WebServer server(installed(program));
   constexpr int kClients = 4;
@@ -172,6 +235,7 @@ int main(int argc, char** argv) {
   const tarnel::testing::LogSink log("/dev/log");
   compare_index(rounds);
   compare_lookups(rounds / 2);
+  compare_page_files(rounds / 2);
   const double floor = requests_a_second(FLOOR_PROGRAM), index = requests_a_second(TARNEL_PROGRAM);
   std::printf("lighttpd      %7.0f index pages a second, floor %7.0f: ratio %.2f\n", index, floor,
               index / floor);
