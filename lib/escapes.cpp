@@ -7,7 +7,7 @@
 #include <cstring>
 
 #ifdef __SSE2__
-#include <emmintrin.h>
+#include <immintrin.h>
 #endif
 
 namespace tarnel {
@@ -248,8 +248,71 @@ void fill_replaced(char* out, std::string_view text) {
   std::copy(static_cast<const char*>(last), end, out);
 }
 
+// --- Texts without a special byte, as most are.
+
+// A byte is special when the entries of its two halves have a bit in common: one for each set of lower halves that an
+// upper half may have.
+struct HalfTables {
+  std::array<std::uint8_t, 16> low{}, high{};
+};
+constexpr HalfTables half_tables(const Pieces& pieces) {
+  HalfTables tables;
+  std::array<unsigned, 8> sets{};
+  for (unsigned high = 0; high < 16; ++high) {
+    unsigned set = 0;
+    for (unsigned low = 0; low < 16; ++low)
+      if (pieces[high * 16 + low].length != 1) set |= 1U << low;
+    if (set == 0) continue;
+    const auto free_or_same =
+        std::ranges::find_if(sets, [&](unsigned s) { return s == 0 || s == set; });
+    *free_or_same = set;  // more than eight sets don't compile
+    const auto bit = static_cast<std::uint8_t>(1U << (free_or_same - sets.begin()));
+    tables.high[high] = bit;
+    for (unsigned low = 0; low < 16; ++low)
+      if ((set >> low & 1U) != 0)
+        tables.low[low] = static_cast<std::uint8_t>(tables.low[low] | bit);
+  }
+  return tables;
+}
+
+#ifdef __x86_64__
+// How many bytes at the beginning have nothing special among them; some more may follow.
+template <typename Notation>
+[[gnu::target("avx2")]] std::size_t plain_bytes_by_halves(std::string_view text) {
+  static constexpr HalfTables kTables = half_tables(Notation::kPieces);
+  const auto* const halves = reinterpret_cast<const __m128i*>(&kTables);
+  const __m256i low = _mm256_broadcastsi128_si256(_mm_loadu_si128(halves)),
+                high = _mm256_broadcastsi128_si256(_mm_loadu_si128(halves + 1)),
+                half = _mm256_set1_epi8(15);
+  constexpr std::size_t kStep = 128;
+  std::size_t at = 0;
+  for (; text.size() - at >= kStep; at += kStep) {
+    __m256i special = _mm256_setzero_si256();
+    for (std::size_t i = 0; i < kStep; i += sizeof special) {
+      const __m256i bytes =
+          _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text.data() + at + i));
+      const __m256i upper = _mm256_and_si256(_mm256_srli_epi16(bytes, 4), half);
+      special = _mm256_or_si256(
+          special, _mm256_and_si256(_mm256_shuffle_epi8(low, _mm256_and_si256(bytes, half)),
+                                    _mm256_shuffle_epi8(high, upper)));
+    }
+    if (!_mm256_testz_si256(special, special)) break;
+  }
+  return at;
+}
+#endif
+
+template <typename Notation>
+std::size_t plain_bytes(std::string_view text) {
+#ifdef __x86_64__
+  if (__builtin_cpu_supports("avx2")) return plain_bytes_by_halves<Notation>(text);
+#endif
+  return 0;
+}
+
 template <typename Notation>
 std::int64_t growth_of(std::string_view text) {
+  text.remove_prefix(plain_bytes<Notation>(text));
   constexpr int kMostBlocks = 255 / Notation::kMostGrowth;  // whose growth a byte can count
   std::int64_t growth = 0;
   while (text.size() >= sizeof(Block)) {
