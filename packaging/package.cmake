@@ -13,8 +13,8 @@ function(install_packaged kind from to)
   install(${kind} ${from} DESTINATION ${to} ${ARGN} COMPONENT package EXCLUDE_FROM_ALL)
 endfunction()
 install_packaged(TARGETS tarnel_packaged lib/cgi-bin)
-install_packaged(FILES console/tnsh.1 share/man/man1)
-install_packaged(FILES ${layout}/tarnel.8 share/man/man8)
+install_packaged(FILES "console/tnsh.1;webpage/tnserve.1" share/man/man1)
+install_packaged(FILES "${layout}/tarnel.8;webpage/tnpage.8" share/man/man8)
 install_packaged(FILES ${layout}/README.md share/doc/tarnel)
 install_packaged(FILES ${debian}/changelog share/doc/tarnel RENAME changelog.Debian)
 install_packaged(FILES ${debian}/copyright share/doc/tarnel)
@@ -28,7 +28,8 @@ foreach(site tarnel tarnel-pages)
 endforeach()
 install(CODE "
   set(share \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/share\")
-  execute_process(COMMAND gzip -9nf \"\${share}/man/man1/tnsh.1\" \"\${share}/man/man8/tarnel.8\"
+  execute_process(COMMAND gzip -9nf \"\${share}/man/man1/tnsh.1\" \"\${share}/man/man1/tnserve.1\"
+    \"\${share}/man/man8/tarnel.8\" \"\${share}/man/man8/tnpage.8\"
     \"\${share}/doc/tarnel/changelog.Debian\" COMMAND_ERROR_IS_FATAL ANY)" COMPONENT package EXCLUDE_FROM_ALL)
 
 set(CPACK_GENERATOR DEB)
