@@ -6,6 +6,7 @@
 
 #include "core/classes.h"
 #include "core/errors.h"
+#include "core/signals.h"
 #include "db/dataserver.h"
 #include "lib/arguments.h"
 
@@ -37,6 +38,7 @@ Var* try_lock(std::int32_t argc, Var** argv, const char* member, Var* record, co
   for (;;) {
     if (truth_of(csdometh(member, server_slot(member), 0, count, passed))) return true_value();
     if (Clock::now() >= deadline) break;
+    look_at_signals();
     usleep(kPause);
   }
   RT_ERROR(325, std::string(title) + ";" + failure + alias_of(argv[0]));
