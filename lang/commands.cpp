@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cctype>
 #include <utility>
 
 #include "lang/directives.h"
@@ -11,9 +12,10 @@ namespace {
 
 constexpr std::string_view kDirective = "#command ";
 
-// A rule's lines in the text, by the key of its first word.
+// A rule's lines in the text, by the keys of its first words.
 struct Piece {
   std::uint32_t key;
+  std::uint32_t second;  // 0 when that may differ
   std::size_t begin, end;
   std::int32_t line;
   bool loaded = false;
@@ -37,8 +39,9 @@ class Commands {
     return std::ranges::binary_search(pieces_, key, {}, &Piece::key);
   }
 
-  void load(std::uint32_t key) {
-    for (Piece& piece : std::ranges::equal_range(pieces_, key, {}, &Piece::key)) load(piece);
+  void load(std::uint32_t key, std::uint32_t second) {
+    for (Piece& piece : std::ranges::equal_range(pieces_, key, {}, &Piece::key))
+      if (piece.second == 0 || piece.second == second) load(piece);
   }
 
   void load_all() {
@@ -56,7 +59,9 @@ class Commands {
         at = end + 1;
         continue;
       }
-      Piece piece{first_key(text.substr(at + kDirective.size())), at, end, line};
+      std::string_view rule = text.substr(at + kDirective.size());
+      const std::uint32_t key = take_key(rule), second = take_key(rule);
+      Piece piece{key, second, at, end, line};
       for (; text[piece.end - 1] == ';'; ++line)
         piece.end = std::min(text.find('\n', piece.end + 1), text.size());
       pieces_.push_back(piece);
@@ -65,12 +70,18 @@ class Commands {
     std::ranges::stable_sort(pieces_, {}, &Piece::key);
   }
 
-  // Of a name, or of one sign.
-  static std::uint32_t first_key(std::string_view rule) {
-    const std::size_t end = std::min(rule.find_first_of(" =<["), rule.size());
-    const bool is_name = rule.front() == '_' ||
-                         (lower_letter(rule.front()) >= 'a' && lower_letter(rule.front()) <= 'z');
-    return word_key(rule.substr(0, is_name ? end : 1));
+  // The key of the name or sign that stands here, which is taken; 0 where a marker, a clause or the result begins.
+  static std::uint32_t take_key(std::string_view& rule) {
+    rule.remove_prefix(std::min(rule.find_first_not_of(' '), rule.size()));
+    if (rule.empty() || rule.starts_with("=>") || rule[0] == '<' || rule[0] == '[') return 0;
+    const auto in_name = [](char c) {
+      return c == '_' || std::isalnum(static_cast<unsigned char>(c)) != 0;
+    };
+    std::size_t end = 1;
+    while (in_name(rule[0]) && end < rule.size() && in_name(rule[end])) ++end;
+    const std::uint32_t key = word_key(rule.substr(0, end));
+    rule.remove_prefix(end);
+    return key;
   }
 
   void load(Piece& piece) {
@@ -97,9 +108,10 @@ Commands& Commands::all() {
 }
 
 const LaterRules& later_rules() {
-  static constexpr LaterRules kLater = {[](std::uint32_t key) { return Commands::all().has(key); },
-                                        [](std::uint32_t key) { Commands::all().load(key); },
-                                        [] { Commands::all().load_all(); }};
+  static constexpr LaterRules kLater = {
+      [](std::uint32_t key) { return Commands::all().has(key); },
+      [](std::uint32_t first, std::uint32_t second) { Commands::all().load(first, second); },
+      [] { Commands::all().load_all(); }};
   return kLater;
 }
 

@@ -27,7 +27,12 @@ void RuleBook::add(std::unique_ptr<Rule> rule) {
   const bool second =
       rule->pattern.size() > 1 && rule->pattern[1].kind == PatternPiece::Kind::kWord;
   const std::uint32_t second_key = second ? rule->pattern[1].key : 0;
-  kind.rules[key].push_back({std::move(rule), second_key});
+  std::vector<Entry>& entries = kind.rules[key];
+  const auto at =
+      later_ == nullptr
+          ? entries.end()
+          : std::ranges::upper_bound(entries, rule->line, {}, [](auto& e) { return e.rule->line; });
+  entries.insert(at, {std::move(rule), second_key});
 }
 
 void RuleBook::add_words(const Pattern& pattern) {

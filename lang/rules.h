@@ -68,10 +68,11 @@ struct Rule {
 std::unique_ptr<Rule> parse_rule(std::span<const SourceToken> tokens, Place end,
                                  Diagnostics& diagnostics);
 
-// Commands that a book doesn't have before a statement may begin with their word; both take its key.
+// Commands that a book doesn't have before a statement may begin so. They come into it by their lines.
 struct LaterRules {
-  bool (*may_begin)(std::uint32_t key);
-  void (*load)(std::uint32_t key);  // into the book, those that it hasn't yet
+  bool (*may_begin)(std::uint32_t first);
+  // Those that may begin with words of these keys, as far as the book hasn't them yet.
+  void (*load)(std::uint32_t first, std::uint32_t second);
   void (*load_all)();
 };
 
@@ -94,7 +95,7 @@ class RuleBook {
     const std::uint32_t first = word_key(tokens[0].text),
                         second = tokens.size() > 1 ? word_key(tokens[1].text) : 0;
     for (const RuleBook* book = this; book != nullptr; book = book->below_) {
-      if (command && book->later_ != nullptr) book->later_->load(first);
+      if (command && book->later_ != nullptr) book->later_->load(first, second);
       const auto& rules = book->kinds_[command].rules;
       const auto found = rules.find(first);
       if (found == rules.end()) continue;
