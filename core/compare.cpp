@@ -102,6 +102,13 @@ Var* compare(Relation relation, Var* left, Var* right) {
   }
 }
 
+// The usual case first.
+[[gnu::always_inline]] inline Var* compare_cells(Relation relation, Var* left, Var* right) {
+  if (left->type == 'N' && right->type == 'N')
+    return logical(holds(relation, left->num, right->num));
+  return compare(relation, left, right);
+}
+
 // A literal text beside a cell. `failure` is the text of a mismatch, which is not always that of
 // the relation. Null: the cell is a text and the caller compares.
 Var* refuse_text_operand(Relation relation, const Var* v, const char* failure) {
@@ -182,25 +189,25 @@ int nastrcmp(const char* a, const char* b, std::int32_t la, std::int32_t lb) {
 }
 
 Var* csuequu(Var* left, Var* right) {
-  return compare(kEqual, left, right);
+  return compare_cells(kEqual, left, right);
 }
 Var* csueequu(Var* left, Var* right) {
-  return compare(kExactlyEqual, left, right);
+  return compare_cells(kExactlyEqual, left, right);
 }
 Var* csunequ(Var* left, Var* right) {
-  return compare(kNotEqual, left, right);
+  return compare_cells(kNotEqual, left, right);
 }
 Var* csugtu(Var* left, Var* right) {
-  return compare(kGreater, left, right);
+  return compare_cells(kGreater, left, right);
 }
 Var* csultu(Var* left, Var* right) {
-  return compare(kLess, left, right);
+  return compare_cells(kLess, left, right);
 }
 Var* csugequ(Var* left, Var* right) {
-  return compare(kGreaterEqual, left, right);
+  return compare_cells(kGreaterEqual, left, right);
 }
 Var* csulequ(Var* left, Var* right) {
-  return compare(kLessEqual, left, right);
+  return compare_cells(kLessEqual, left, right);
 }
 
 Var* csuequc(Var* left, const char* right) {

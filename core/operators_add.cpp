@@ -127,6 +127,8 @@ Var* shift_by_literal(Var* v, double amount, int decimals, bool in_place) {
 }  // namespace
 
 Var* csuaddu(Var* left, Var* right, bool in_place) {
+  if (Var* const cell = plain_result(left, right, in_place); cell != nullptr)
+    return store_plain(cell, left->num + right->num, greater_decimals(left, right));
   notice_logicals(left, right, "addition on logicals");
   switch (left->type) {
     case 'C':
@@ -173,6 +175,8 @@ Var* csnaddu(double left, int decimals, Var* right, bool in_place) {
 }
 
 Var* csusubu(Var* left, Var* right, bool in_place) {
+  if (Var* const cell = plain_result(left, right, in_place); cell != nullptr)
+    return store_plain(cell, left->num - right->num, greater_decimals(left, right));
   notice_logicals(left, right, "subtraction on logicals");
   switch (left->type) {
     case 'C':

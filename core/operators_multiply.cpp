@@ -1,4 +1,5 @@
 // Multiplication, division, modulo, power, and the operators of one operand.
+#include <algorithm>
 #include <cmath>
 
 #include "core/operator_cells.h"
@@ -72,6 +73,9 @@ constexpr const char* kDecrement = "only date numerics can be auto-decremented";
 }  // namespace
 
 Var* csumulu(Var* left, Var* right, bool in_place) {
+  if (Var* const cell = plain_result(left, right, in_place); cell != nullptr)
+    return store_plain(cell, left->num * right->num,
+                       std::min(left->decimals + right->decimals, 255));
   if (!is_number_or_logical(left) || !is_number_or_logical(right))
     return RT_ERROR(202, "only numerics can be multiplied");
   Var* cell = result_cell(left, right, in_place);
