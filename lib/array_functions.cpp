@@ -40,10 +40,10 @@ struct SortedCell {
   double number = 0;
 };
 
-bool value_before(const SortedCell& a, const SortedCell& b) {
+constexpr auto value_before = [](const SortedCell& a, const SortedCell& b) {
   if (a.rank != b.rank) return a.rank < b.rank;
   return a.rank == 0 ? text_before(text_of(a.cell), text_of(b.cell)) : a.number < b.number;
-}
+};
 
 // A stretch of elements, kept alive while a block that may change the array runs.
 class Stretch {
