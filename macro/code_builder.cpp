@@ -9,9 +9,10 @@
 namespace tarnel {
 namespace {
 
-// How many cells more a step leaves on the machine's stack, arguments apart.
+// How many cells more a step leaves on the machine's stack, arguments apart. A result comes where kMark was.
 int cells_added(StepKind kind) {
   switch (kind) {
+    case StepKind::kMark:
     case StepKind::kConstant:
     case StepKind::kShared:
     case StepKind::kName:
@@ -21,16 +22,11 @@ int cells_added(StepKind kind) {
     case StepKind::kMacroText:
     case StepKind::kDate:
     case StepKind::kBlock:
-    case StepKind::kArray:
-    case StepKind::kCall:
-    case StepKind::kMethod:
     case StepKind::kField:
     case StepKind::kSlot:
     case StepKind::kStatic:
     case StepKind::kClosure:
     case StepKind::kJoinTexts:
-    case StepKind::kCallNamed:
-    case StepKind::kMethodNamed:
       return 1;
     case StepKind::kBinary:
     case StepKind::kAssign:

@@ -1,5 +1,6 @@
 #include "macro/machine.h"
 
+#include <bit>
 #include <cassert>
 #include <string>
 
@@ -214,8 +215,7 @@ void Machine::stepJump(const Step& step) {
 
 void Machine::stepGuard(const Step& step) {
   Nested& in = nested();
-  in.guards.add({step.a, cells(), static_cast<std::uint32_t>(in.lists.size()),
-                 static_cast<std::uint32_t>(in.areas.size())});
+  in.guards.add({step.a, cells(), list_, static_cast<std::uint32_t>(in.areas.size())});
 }
 
 void Machine::stepUnguard(const Step&) {
@@ -230,7 +230,7 @@ void Machine::fail() {
     return;
   }
   const Guarded back = nested_->guards.take_last();
-  nested_->lists.cut(back.lists);
+  list_ = back.list;
   leave_areas(back.areas);
   top_ = stack_.data() + back.cells;
   push(error_value());
@@ -267,11 +267,12 @@ Var* Machine::fresh(Var* cell) {
 }
 
 Machine::Arguments Machine::take_arguments() {
-  const List list = nested_->lists.take_last();
-  Var** const first = stack_.data() + list.base;
-  const auto count = static_cast<std::int32_t>(top_ - first);
-  top_ = first;
-  return {list.mark, count, first};
+  Var** const place = stack_.data() + list_;
+  const auto mark = std::bit_cast<ListMark>(*place);
+  const auto count = static_cast<std::int32_t>(top_ - place) - 1;
+  top_ = place;
+  list_ = mark.outer;
+  return {mark.temps, count, place + 1};
 }
 
 }  // namespace tarnel

@@ -1,5 +1,7 @@
 // The steps of the machine that look for something by its name: variables, fields, areas, functions,
 // methods; and the literals that run code.
+#include <algorithm>
+#include <bit>
 #include <string>
 
 #include "core/arrays.h"
@@ -101,7 +103,11 @@ void Machine::stepArray(const Step&) {
 // --- Calls.
 
 void Machine::stepMark(const Step& step) {
-  nested().lists.add({temp_top(), cells() - step.a});
+  Var** const place = top_ - step.a;
+  std::copy_backward(place, top_, top_ + 1);
+  ++top_;
+  *place = std::bit_cast<Var*>(ListMark{temp_top(), list_});
+  list_ = static_cast<std::int32_t>(place - stack_.data());
 }
 
 // A copy, but for a text's array, which goes as it is.

@@ -194,13 +194,11 @@ void Machine::stepEachNext(const Step& step) {
 
 // The steps of the sequence run within, so that a break finds its way back here.
 void Machine::stepSequence(const Step& step) {
-  const std::int32_t base = cells();
-  const Nested& before = nested();
-  const std::size_t lists = before.lists.size(), guards = before.guards.size(),
-                    areas = before.areas.size();
+  const std::int32_t base = cells(), list = list_;
+  const std::size_t guards = nested().guards.size(), areas = nested().areas.size();
   Var* const broken = in_sequence([this] { run_steps(); });
   if (broken != nullptr) {
-    nested().lists.cut(lists);
+    list_ = list;
     nested().guards.cut(guards);
     leave_areas(areas);
     top_ = stack_.data() + base;

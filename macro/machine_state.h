@@ -34,20 +34,21 @@ class Machine {
   Var* run();
 
  private:
-  // A list of arguments that is being made.
-  struct List {
-    std::int32_t mark;  // of the temporaries before it
-    std::int32_t base;  // where it begins on the stack
+  // Lies on the stack in front of a list of arguments that is being made.
+  struct ListMark {
+    std::int32_t temps;  // the temporaries before it
+    std::int32_t outer;  // the list around it, as list_
   };
+  static_assert(sizeof(ListMark) == sizeof(Var*));
   // What a failure within kGuard and kUnguard goes back to.
   struct Guarded {
     std::int32_t target;
     std::int32_t cells;
-    std::uint32_t lists, areas;
+    std::int32_t list;
+    std::uint32_t areas;
   };
   // What has begun and not ended yet. A plain comparison has nothing of it.
   struct Nested {
-    SmallList<List, 6> lists;
     SmallList<Guarded, 2> guards;
     SmallList<void*, 2> areas;  // which were current before
   };
@@ -124,6 +125,7 @@ class Machine {
   const Step* next_ = nullptr;
   Var** top_ = nullptr;  // behind the last cell on the stack
   Var* result_ = nullptr;
+  std::int32_t list_ = -1;     // where the mark of the innermost list lies on the stack
   void* area_ = nullptr;       // the chosen one
   bool broken_ = false;        // failed in a way that no kGuard holds
   std::uint8_t to_leave_ = 0;  // sequences that are being left, from within
