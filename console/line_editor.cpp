@@ -26,6 +26,7 @@
 #include "core/switched.h"
 #include "core/symbols.h"
 #include "core/text.h"
+#include "lang/typed_statements.h"
 #include "macro/evaluator.h"
 #include "term/user_locale.h"
 
@@ -205,8 +206,10 @@ std::string_view trim_line_end(std::string_view text) {
 
 Asks what_is_missing(std::string_view text) {
   const std::size_t start = text.find_first_not_of(" \t");
-  if (is_blank(text) || text[start] == '#' || is_dot_line(text.substr(start))) return Asks::kFirst;
+  if (is_blank(text) || is_dot_line(text.substr(start))) return Asks::kFirst;
+  if (text[start] == '#' && !is_directive(text.substr(start))) return Asks::kFirst;
   if (lacks_end(trim_line_end(text))) return Asks::kStatements;
+  if (text[start] == '#') return Asks::kFirst;
   const auto fault = find_syntax_fault(text);
   return fault && fault->unfinished ? Asks::kExpression : Asks::kFirst;
 }

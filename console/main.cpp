@@ -30,6 +30,7 @@
 #include "db/db.h"
 #include "db/db_modules.h"
 #include "db/open_manner.h"
+#include "frontend/state_object.h"
 #include "lib/lib_modules.h"
 #include "lib/streams.h"
 #include "macro/evaluator.h"
@@ -268,7 +269,8 @@ Var* console_main(std::int32_t, Var**) {
 
 constexpr FunctionEntry kMainFunctions[] = {{"main", console_main, nullptr}};
 constexpr ModuleRecord kMainModule{.name = "console", .functions = kMainFunctions};
-constexpr std::array kConsoleModules = {&kMainModule, &kProgramModule};
+// The state object is that of pages: what a page's procedures do can be tried here.
+constexpr std::array kConsoleModules = {&kMainModule, &kProgramModule, &kStateModule};
 constexpr auto kModules = join_modules(kConsoleModules, kTermModules, kDbModules, kLibModules,
                                        kBorrowedModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);

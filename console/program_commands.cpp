@@ -66,12 +66,6 @@ bool opens_block(std::string_view text) {
   });
 }
 
-// One name and nothing else: it may be a command.
-bool is_lone_name(std::string_view line) {
-  const std::string_view text = trim_blanks(line);
-  return first_word(text).size() == text.size() && !text.empty();
-}
-
 // A word, ? or @; what begins otherwise can only be an expression.
 bool may_begin_statement(std::string_view line) {
   const Lexer lexer(line);
@@ -79,10 +73,17 @@ bool may_begin_statement(std::string_view line) {
          trim_blanks(line).starts_with('?');
 }
 
-bool is_known(std::string_view name) {
-  const std::int32_t sym = FIND_SYMBOL(name);
-  return sym > 0 && !is_undefined(RESOLVE_NAME(sym));
+// Does a sign begin the line, or a name that is no function, variable or field? It may be that of a command: SKIP -1.
+bool begins_with_unknown(std::string_view line) {
+  const Lexer lexer(line);
+  if (lexer.token() != Token::kName) return true;
+  if (lexer.next_is('(')) return false;
+  const std::int32_t sym = FIND_SYMBOL(lexer.lexeme());
+  return sym <= 0 || is_undefined(RESOLVE_NAME(sym));
 }
+
+// #define and others of the session's lines, one a line.
+std::string directives;
 
 }  // namespace
 
@@ -114,28 +115,44 @@ bool do_program(std::string_view line) {
   return true;
 }
 
-LineKind run_statements(std::string_view line) {
-  if (!may_begin_statement(line)) return LineKind::kExpression;
-  const bool could_be = !find_syntax_fault(line) && !opens_block(line);
-  if (could_be && (!is_lone_name(line) || is_known(trim_blanks(line))))
-    return LineKind::kExpression;
-  TypedStatements statements(line, "tnsh");
+TypedLine run_statements(std::string_view line) {
+  TypedLine typed{.expression = std::string(line)};
+  const bool may_be_rewritten = !directives.empty();
+  if (!may_be_rewritten && !may_begin_statement(line)) return typed;
+  typed.is_right = !find_syntax_fault(line);
+  const bool could_be = typed.is_right && !opens_block(line) && !begins_with_unknown(line);
+  if (could_be && !may_be_rewritten) return typed;
+  TypedStatements statements(line, "tnsh", directives);
   switch (statements.kind()) {
     case TypedStatements::Kind::kExpression:
-      return LineKind::kExpression;
+      typed.is_right &= statements.expression() == typed.expression;
+      typed.expression = statements.expression();
+      typed.has_run = typed.expression.empty();  // comments
+      return typed;
     case TypedStatements::Kind::kStatements:
       statements.run();
-      return LineKind::kRun;
+      break;
     default:
       complain(without_end(statements.report()));
-      return LineKind::kRun;
   }
+  typed.has_run = true;
+  return typed;
 }
 
 bool lacks_end(std::string_view text) {
   if (text.ends_with(';')) return true;  // as in a program
   return opens_block(text) &&
-         TypedStatements(text, "tnsh").kind() == TypedStatements::Kind::kUnfinished;
+         TypedStatements(text, "tnsh", directives).kind() == TypedStatements::Kind::kUnfinished;
+}
+
+void take_directive(std::string_view line) {
+  const TypedStatements read(line, "tnsh", directives);
+  if (!read.report().empty())
+    complain(without_end(read.report()));
+  else if (read.kind() != TypedStatements::Kind::kExpression || !read.expression().empty())
+    complain("statements of a file belong into a program: .load FILE");
+  else
+    directives.append(line).append("\n");
 }
 
 }  // namespace tarnel

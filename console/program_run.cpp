@@ -37,12 +37,6 @@ Var* end_with_report(std::int32_t argc, Var** argv, Var**) {
   QUIT_RUN(1);
 }
 
-void set_error_block() {
-  const TempsMark mark;
-  Var* block[] = {TMP_BLOCK(end_with_report)};
-  errorblock(1, block);
-}
-
 LoadedProgram* read_programs(const std::vector<std::string>& files, const ProgramOptions& options) {
   std::string told;
   LoadedProgram* const program = LoadedProgram::read(files, options, told);
@@ -64,7 +58,7 @@ void run_programs(const std::vector<std::string>& files, const ProgramOptions& o
     write_error(files.front() + ": there is no procedure to begin with\n");
     return set_exit_status(kNothingRan);
   }
-  set_error_block();
+  set_default_handler(end_with_report);
   if (!program->start()) return set_exit_status(1);
   std::vector<Var*> cells;
   for (const char* argument : arguments) cells.push_back(TMP_TEXT(argument));

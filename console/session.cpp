@@ -32,6 +32,7 @@
 #include "core/switched.h"
 #include "core/symbols.h"
 #include "db/written_records.h"
+#include "lang/typed_statements.h"
 #include "lib/value_text.h"
 #include "macro/evaluator.h"
 #include "macro/machine.h"
@@ -118,8 +119,10 @@ Var* show_error(std::int32_t argc, Var** argv, Var**) {
 }
 
 void run_expression(std::string_view line) {
-  if (run_statements(line) == LineKind::kRun) return;
-  const bool right = is_expression(line);
+  const TypedLine typed = run_statements(line);
+  if (typed.has_run) return;
+  line = typed.expression;
+  const bool right = typed.is_right || is_expression(line);
   if (right) make_known(assigned_name(line));
   const Var* value = right ? EXP_EVAL(line) : error_value();
   if (screen_open()) return;  // there the script alone decides what is shown
@@ -210,8 +213,7 @@ class RunningScript {
 void open_session() {
   assert(current_frame() != nullptr && current_frame() != &session.frame);
   BEGIN_PROC(&session.frame, "tnsh", "tnsh", 0, 0);
-  Var* block[] = {TMP_BLOCK(show_error)};
-  errorblock(1, block);
+  set_default_handler(show_error);
   POP_TEMPS(session.frame.temp_mark);
 }
 
@@ -219,7 +221,9 @@ static bool run_accounted(std::string_view line) {
   const RunningLine running;
   const LineAccount account;
   bool goes_on = true;
-  if (is_dot_line(line))
+  if (line.front() == '#')
+    take_directive(line);
+  else if (is_dot_line(line))
     goes_on = run_dot_line(line.substr(1));
   else
     run_expression(line);
@@ -231,7 +235,7 @@ bool run_line(std::string_view line) {
   look_at_signals();
   line = trimmed(line);
   session.frame.line = next_line();
-  if (line.empty() || line.front() == '#') return true;
+  if (line.empty() || (line.front() == '#' && !is_directive(line))) return true;
   if (session.switches.echo) write_output(std::string(line) + "\n");
   const bool goes_on = run_accounted(line);
   end_of_line();
@@ -256,7 +260,8 @@ bool take_bail() {
 // Comments and commands are lines of their own.
 static bool goes_on_below(std::string_view line) {
   line = trimmed(line);
-  return !line.empty() && line.front() != '#' && !is_dot_line(line) && lacks_end(line);
+  if (line.empty() || is_dot_line(line)) return false;
+  return line.front() == '#' ? is_directive(line) && line.ends_with(';') : lacks_end(line);
 }
 
 bool run_lines(int fd, const char* name) {

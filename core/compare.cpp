@@ -71,6 +71,18 @@ bool comparable(const Var* left, const Var* right) {
   return left->type == right->type || (is_text(left) && is_text(right));
 }
 
+// Blocks of one piece of code are the same, whatever locals they have. Those that an evaluator runs share its
+// function, and their first detached local is where their code stands.
+bool same_code(const Var* left, const Var* right) {
+  if (left->function != right->function) return false;
+  const auto code = [](const Var* block) -> const void* {
+    const SharedHeader* locals = block->shared;
+    if (locals == nullptr || locals->count == 0 || locals->elements[0]->type != '?') return nullptr;
+    return locals->elements[0]->raw;
+  };
+  return code(left) == code(right);
+}
+
 Var* compare(Relation relation, Var* left, Var* right) {
   if (is_number_or_logical(left) && is_number_or_logical(right))
     return logical(numbers_hold(relation, left, right));
@@ -91,7 +103,7 @@ Var* compare(Relation relation, Var* left, Var* right) {
     case 'b':
       return logical(identity_holds(relation, left->raw == right->raw));
     case 'B':
-      return logical(identity_holds(relation, left->function == right->function));
+      return logical(identity_holds(relation, same_code(left, right)));
     case 'C':
     case 'M':
       return logical(texts_hold(relation, text_of(left), text_of(right)));

@@ -1,6 +1,7 @@
 #include "core/error_object.h"
 
 #include <array>
+#include <utility>
 #include <vector>
 
 #include "core/arrays.h"
@@ -10,6 +11,8 @@
 #include "core/runtime.h"
 #include "core/sequence.h"
 #include "core/settings.h"
+#include "core/stacks.h"
+#include "core/switched.h"
 #include "core/text.h"
 
 namespace tarnel {
@@ -22,11 +25,13 @@ namespace {
   X(argtypereq, 'C')                                                                           \
   X(callfuncsy, 'C')                                                                           \
   X(candefault, 'L')                                                                           \
-  X(canretry, 'L') X(cansubstit, 'L') X(cargo, 'U') X(choice, 'I') X(descriptio, 'C')          \
-      X(filehandle, 'I') X(filename, 'C') X(funcptr, 'B') X(funcsym, 'C') X(gencode, 'I')      \
-          X(maxsize, 'N') X(methodself, 'O') X(operation, 'C') X(oscode, 'I') X(severity, 'I') \
-              X(subcode, 'I') X(subcodetex, 'C') X(subsystem, 'C') X(substitute, 'C')          \
-                  X(tries, 'I')
+  X(canretry, 'L')                                                                             \
+  X(cansubstit, 'L')                                                                           \
+  X(cargo, 'U')                                                                                \
+  X(choice, 'I') X(descriptio, 'C') X(filehandle, 'I') X(filename, 'C') X(funcptr, 'B')        \
+      X(funcsym, 'C') X(gencode, 'I') X(maxsize, 'N') X(methodself, 'O') X(operation, 'C')     \
+          X(oscode, 'I') X(severity, 'I') X(subcode, 'I') X(subcodetex, 'C') X(subsystem, 'C') \
+              X(substitute, 'C') X(tries, 'I')
 #define INSTANCE_ROW(name, type) {#name, type},
 #define INSTANCE_NAME(name, type) k_##name,
 constexpr InstanceEntry kInstances[] = {ERROR_INSTANCES(INSTANCE_ROW)};
@@ -43,6 +48,12 @@ struct ErrorObjectState {
   Var* block = nullptr;  // made at the first use
   std::int32_t (*alert)(std::string_view, Var*, Var*) = nullptr;
   Var* last_error = nullptr;
+  BlockFunction handler = nullptr;  // the default one
+  struct Handled {
+    Var* error;  // null: no error block runs
+    Frame* frame;
+    std::int32_t vars;
+  } handled{};
 } state;
 
 Var* block_cell() {
@@ -200,12 +211,28 @@ void evaluate_error_block(Var* error) {
   }
   Var* block = block_cell();
   if (!is_block(block)) block = TMP_BLOCK(default_block);
+  const Switched<ErrorObjectState::Handled> handled(state.handled,
+                                                    {error, current_frame(), varstack_top()});
   // An error of a guard that a break runs on its way: the handler hears of it, but can't break again.
   if (break_on_its_way())
     in_sequence([&] { run_block_with(block, error); });
   else
     run_block_with(block, error);
-  if (is_quitting()) QUIT_RUN();
+  if (is_quitting() && !in_exit_procedure()) QUIT_RUN();
+}
+
+Var* set_default_handler(BlockFunction handler) {
+  state.handler = handler;
+  return CALL_SIMPLE(errorblock, TMP_BLOCK(handler));
+}
+
+bool tell_of_handled_error() {
+  const auto [error, frame, vars] = std::exchange(state.handled, {});
+  if (error == nullptr) return false;
+  leave_procedures(frame, vars);
+  Var* argv[] = {error, nullptr};
+  (state.handler != nullptr ? state.handler : default_block)(1, argv, nullptr);
+  return true;
 }
 
 std::string error_report(Var* error) {

@@ -17,10 +17,16 @@ const ClassDescriptor& error_class();
 std::string error_description(int code, std::string_view text);
 // Builds the error object of a raise and evaluates the error block with it.
 void raise_error_object(const RaisedError& raised);
-// Evaluates the error block, or the default handler where none is set, with an error object. A handler
+// Evaluates the error block, or the default one where none is set, with an error object. A handler
 // that has shut the runtime down ends the run: nothing of what failed goes on. Every road to the
 // error block leads through here.
 void evaluate_error_block(Var* error);
+// Makes a native block the error block. It is also run for the error of a handler that breaks where there is no
+// sequence. Result: the former error block.
+Var* set_default_handler(BlockFunction handler);
+// Has the default handler tell of the error that the error block has got, as if it ran in its place. False: no error
+// block runs.
+bool tell_of_handled_error();
 // One line for people: severity word, code, place and description of an error object.
 std::string error_report(Var* error);
 

@@ -60,7 +60,7 @@ void BEGIN_PROC(Frame* frame, const char* module, const char* proc, std::int32_t
 // `expected` ('U': any). Ends the bindings of the procedure. REQUIRES: `frame` is the current one.
 Var* END_PROC(Frame* frame, char expected);
 // [0..1, 201 204 901] The cell that is parameter i, or a fresh local (count 0, null vector). It lies below
-// the mark to which the procedure's loops cut the temporaries.
+// the mark to which the procedure's loops cut the temporaries. Errors count from 1, without a method's object.
 Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter);
 
 // [0] Records a source line and answers the signals that came, which may end the run or break.

@@ -240,7 +240,9 @@ Var* mclear(std::int32_t, Var**) {
 }
 
 Var* mrelease(std::int32_t argc, Var** argv) {
-  if (arg_is(argc, argv, 0, "CM"))
+  if (arg_is(argc, argv, 0, "CM") && arg_is(argc, argv, 1, "L"))
+    RELEASE_CHOSEN({text_of(argv[0]), truth_of(argv[1])});
+  else if (arg_is(argc, argv, 0, "CM"))
     RELEASE_NAME(text_of(argv[0]), false);
   else
     RELEASE_ALL(false);

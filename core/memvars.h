@@ -23,6 +23,9 @@ struct AreaHooks {
   FieldOwner* (*owner)(void* area);  // null: no table open
   void* (*push)(void* area);         // makes it current, returns the former one
   void (*pop)(void* saved);
+  // 0: no area was ever chosen. Chosen, it stands for one without a table.
+  std::int32_t (*current_number)() = nullptr;
+  void (*choose_number)(std::int32_t number) = nullptr;
 };
 void set_area_hooks(const AreaHooks& hooks);
 const AreaHooks& area_hooks();
@@ -52,7 +55,9 @@ std::string_view cschrarg(Var* v, const char* label);
     "_procvar(cName, [cKind], [nDepth], [xNew]) -> xValue: a local or static by name")             \
   X("__mclear", mclear, "__mclear(): CLEAR MEMORY, unbinds all memory variables",                  \
     "{__mvpublic('x'), __mclear(), type('x')}[3] ==> U")                                           \
-  X("__mrelease", mrelease, "__mrelease([cName]): RELEASE, one variable or all of this level")     \
+  X("__mrelease", mrelease,                                                                        \
+    "__mrelease([cName], [lLike]): RELEASE, one variable or all of this level; with lLike those "  \
+    "with names like a pattern, or unlike it")                                                     \
   X("__mvpublic", mvpublic, "__mvpublic(cName, ...): PUBLIC",                                      \
     "{__mvpublic('total'), type('total')}[2] ==> L")                                               \
   X("__mvprivate", mvprivate, "__mvprivate(cName, ...): PRIVATE",                                  \

@@ -29,6 +29,7 @@ struct RunState {
   std::size_t exit_steps = 0;  // steps of the exit road that have begun
   bool in_exit_road = false;
   bool exit_failed = false;
+  bool usual_exit_errors = false;
   int exit_status = 0;
   bool table_written = false;
 } state;
@@ -158,8 +159,15 @@ bool on_exit_road() {
   return state.in_exit_road;
 }
 
+UsualExitErrors::UsualExitErrors() : usual_(state.usual_exit_errors, true) {}
+
+// A handler that ends the run leaves the guard behind, but not the procedures.
+bool in_exit_procedure() {
+  return state.in_exit_road && state.usual_exit_errors && state.exit_steps == kExitProcedures;
+}
+
 bool fails_on_exit_road(int code, std::string_view text) {
-  if (!state.in_exit_road) return false;
+  if (!state.in_exit_road || in_exit_procedure()) return false;
   if (errors_in_progress() > 1)
     log_system(LOG_ERR, "error %d while the run ends: %.*s", code, static_cast<int>(text.size()),
                text.data());

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "core/modules.h"
+#include "core/switched.h"
 
 namespace tarnel {
 
@@ -35,11 +36,21 @@ void shutdown_runtime();
 bool is_quitting();
 // A step of the exit road runs.
 bool on_exit_road();
-// To be asked by each raise. Inside the exit road no error reaches the error block: it is told once, and
+// To be asked by each raise. Inside the exit road, but for UsualExitErrors, no error reaches the error block: it is told once, and
 // the run ends with status 1. An EXIT procedure is broken off; the closing of tables goes on, so that one
 // that fails doesn't keep the others open. A road that an error handler walks only logs what fails, since
 // the handler has reported the cause.
 [[nodiscard]] bool fails_on_exit_road(int code, std::string_view text);
+// While it lives what fails in an EXIT procedure reaches the error block, as in other procedures.
+class UsualExitErrors {
+ public:
+  UsualExitErrors();
+
+ private:
+  Switched<bool> usual_;
+};
+// An EXIT procedure runs whose errors reach the error block.
+bool in_exit_procedure();
 
 // A run that an error ends has no EXIT procedures.
 void pass_over_exit_procedures();

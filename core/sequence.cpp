@@ -2,8 +2,10 @@
 
 #include <unistd.h>
 
+#include "core/error_object.h"
 #include "core/errors.h"
 #include "core/frame.h"
+#include "core/memvars.h"
 #include "core/runtime.h"
 
 namespace tarnel {
@@ -13,17 +15,27 @@ namespace {
 struct Sequence {
   Sequence* const outer;
   Frame* const frame;
-  const std::int32_t temps, vars;
+  const std::int32_t temps, vars, area;
   Var* value;  // null until a break is on its way
 };
 Sequence* innermost = nullptr;
 
 struct BreakSignal {};
 
+std::int32_t current_area_number() {
+  return area_hooks().current_number != nullptr ? area_hooks().current_number() : 0;
+}
+
+// What was selected on the way goes with it: the statements behind RECOVER mean the table of those before.
+void choose_area(std::int32_t number) {
+  if (area_hooks().choose_number != nullptr) area_hooks().choose_number(number);
+}
+
 }  // namespace
 
 Var* run_sequence(void (*body)(void* context), void* context) {
-  Sequence sequence{innermost, current_frame(), temp_top(), varstack_top(), nullptr};
+  Sequence sequence{innermost,      current_frame(),       temp_top(),
+                    varstack_top(), current_area_number(), nullptr};
   innermost = &sequence;
   try {
     body(context);
@@ -33,6 +45,7 @@ Var* run_sequence(void (*body)(void* context), void* context) {
   if (sequence.value == nullptr) return nullptr;
   POP_VARSTACK(sequence.vars);  // what ran while the procedures were left may have bound names
   POP_TEMPS(sequence.temps);
+  choose_area(sequence.area);
   return PUSH_TEMP(sequence.value);
 }
 
@@ -46,7 +59,7 @@ bool break_on_its_way() {
 
 void break_sequence(Var* value) {
   if (innermost == nullptr) {
-    RT_ERROR(335, "Break without a BEGIN SEQUENCE");
+    if (!tell_of_handled_error()) RT_ERROR(335, "Break without a BEGIN SEQUENCE");
     QUIT_RUN(1);
   }
   Var* kept = ARG_VAR(value);

@@ -6,7 +6,8 @@
 //
 // A break first takes the procedures that it leaves off the chain, with their bindings, while their
 // frames are still there. Then it travels, and the guards on its way run under the frame and level of
-// the sequence. RECOVER cuts both stacks back to where the sequence began.
+// the sequence. RECOVER cuts both stacks back to where the sequence began, and the work area that was
+// current there is so again.
 #pragma once
 
 #include "core/var.h"
@@ -14,7 +15,7 @@
 namespace tarnel {
 
 // Runs body(context) as a sequence. Null when it ended by itself, otherwise the value of the break,
-// which lies on the temporary stack; frame, level and stacks are those of the caller.
+// which lies on the temporary stack; frame, level, stacks and work area are those of the caller.
 Var* run_sequence(void (*body)(void* context), void* context);
 
 template <typename Body>
@@ -25,7 +26,8 @@ Var* in_sequence(Body&& body) {
 bool inside_sequence();
 // A break is leaving the innermost sequence: guards run, and none of them may break again.
 bool break_on_its_way();
-// Leaves the innermost sequence with a value; outside of one error 335 ends the run.
+// Leaves the innermost sequence with a value. Outside of one error 335 ends the run, or in a handler the error that
+// it has got.
 [[noreturn]] void break_sequence(Var* value);
 
 }  // namespace tarnel

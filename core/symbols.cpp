@@ -1,5 +1,7 @@
 #include "core/symbols.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 
 #include "core/checks.h"
@@ -230,6 +232,19 @@ void RELEASE_NAME(std::string_view name, bool any) {
   const CellHold kept(v);
   v = CPY_VAR(v, nil_value());
   if (!is_error(v)) v->sclass = 'U';
+}
+
+NameChoice::NameChoice(std::string_view pattern, bool like)
+    : pattern_(upper_text(pattern)), like_(like) {}
+
+bool NameChoice::takes(const char* name) const {
+  return (fnmatch(pattern_.c_str(), name, FNM_NOESCAPE) == 0) == like_;
+}
+
+void RELEASE_CHOSEN(const NameChoice& choice) {
+  for (std::int32_t i = 1; i < state.next_free; ++i)
+    if (state.table[i].name[0] != 0 && choice.takes(state.table[i].name))
+      RELEASE_NAME(state.table[i].name, false);
 }
 
 void RELEASE_ALL(bool all) {

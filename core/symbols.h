@@ -67,4 +67,17 @@ void RELEASE_NAME(std::string_view name, bool any);
 // all.
 void RELEASE_ALL(bool all);
 
+// Names that are like a pattern with * and ?, in any case, or all others.
+class NameChoice {
+ public:
+  NameChoice(std::string_view pattern, bool like);
+  bool takes(const char* name) const;  // as the table stores it
+
+ private:
+  std::string pattern_;
+  bool like_;
+};
+// RELEASE ALL of some: those of this level.
+void RELEASE_CHOSEN(const NameChoice& choice);
+
 }  // namespace tarnel

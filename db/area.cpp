@@ -272,6 +272,18 @@ void* hook_push(void* area) {
 void hook_pop(void* saved) {
   if (saved != nullptr) ogpopar(static_cast<WorkArea*>(saved));
 }
+std::int32_t hook_current_number() {
+  return state.current != nullptr ? state.current->number : 0;
+}
+// Looks at no record, as a selection by a program does: nothing that this might run is wanted here.
+void hook_choose_number(std::int32_t number) {
+  if (number == 0 && state.current == nullptr) return;
+  if (number == 0) number = lowest_free_number();
+  if (WorkArea* area = area_by_number(number); area != nullptr)
+    make_current(area);
+  else if (hook_current_number() != number)
+    create_area(number);
+}
 FieldOwner* hook_current_owner() {
   return state.current != nullptr && state.current->server() != nullptr ? &state.current->owner
                                                                         : nullptr;
@@ -420,7 +432,8 @@ bool bbneterr(bool set) {
 }
 
 void init_areas() {
-  set_area_hooks({hook_current, hook_by_name, hook_by_number, hook_owner, hook_push, hook_pop});
+  set_area_hooks({hook_current, hook_by_name, hook_by_number, hook_owner, hook_push, hook_pop,
+                  hook_current_number, hook_choose_number});
   set_current_owner_hook(hook_current_owner);
   runtime_hooks().close_areas = close_all_areas;
 }

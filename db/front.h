@@ -34,9 +34,6 @@ enum class NoArea : bool { kSilent, kError322 };
   X(dbclearfil, "clearfilter", kMethod, kNone, kSilent, kFalse,                                    \
     "dbclearfilter() -> lDone: shows all records again",                                           \
     "{dbsetfilter('people > 50'), dbclearfilter(), dbcount()}[3] ==> 3")                           \
-  X(dbclearrel, "clearrelation", kMethod, kNone, kSilent, kFalse,                                  \
-    "dbclearrelation() -> lDone: no table follows the cursor any more",                            \
-    "dbclearrelation() ==> .T.")                                                                   \
   X(dbcloseare, "close", kMethod, kNone, kSilent, kFalse,                                          \
     "dbclosearea(): closes the table of the current area", "{dbclosearea(), used()}[2] ==> .F.")   \
   X(dbcommit, "commit", kMethod, kNone, kSilent, kFalse,                                           \

@@ -144,9 +144,8 @@ Var* dbserver(std::int32_t argc, Var** argv) {
   return server != nullptr ? ARG_VAR(server) : nil_value();
 }
 
-Var* dbsetrelat(std::int32_t argc, Var** argv) {
-  Var* server = front_server(NoArea::kError322);
-  if (server == nullptr) return false_value();
+// Calls a method with the table of an area, which may be told as such, by its alias or number, as first argument.
+static Var* call_with_table(Var* server, FrontMember method, std::int32_t argc, Var** argv) {
   const CellHold held(server);  // the look for the area commits, and a handler may close
   std::vector<Var*> passed(argv, argv + argc);
   if (arg_is(argc, argv, 0, "CMNFI")) {
@@ -154,7 +153,18 @@ Var* dbsetrelat(std::int32_t argc, Var** argv) {
     if (area == nullptr) return false_value();
     passed[0] = area->server() != nullptr ? area->server() : nil_value();
   }
-  return front_call(server, {"setrelation", kMethod}, argc, passed.data());
+  return front_call(server, method, argc, passed.data());
+}
+
+Var* dbsetrelat(std::int32_t argc, Var** argv) {
+  Var* server = front_server(NoArea::kError322);
+  return server != nullptr ? call_with_table(server, {"setrelation", kMethod}, argc, argv)
+                           : false_value();
+}
+Var* dbclearrel(std::int32_t argc, Var** argv) {
+  Var* server = front_server(NoArea::kSilent);
+  return server != nullptr ? call_with_table(server, {"clearrelation", kMethod}, argc, argv)
+                           : false_value();
 }
 
 Var* dbrselect(std::int32_t argc, Var** argv) {

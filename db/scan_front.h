@@ -37,6 +37,10 @@ namespace tarnel {
     "__dbsum(xExpr, [xFor], [xWhile], [nNext], [nRecord], [lRest], [@nSum, ...]) -> lDone: SUM, " \
     "puts the sums of the expressions into variables",                                            \
     "{__mvpublic('n'), __dbsum({{|| people}}, , , , , .F., @n), n}[3] ==> 288")                   \
+  X("dbclearrelation", dbclearrel,                                                                \
+    "dbclearrelation([xArea]) -> lDone: no table follows the cursor any more, or not that of an " \
+    "area",                                                                                       \
+    "dbclearrelation() ==> .T.")                                                                  \
   X("dbeval", dbeval,                                                                             \
     "dbeval(bBlock, [xFor], [xWhile], [xNext], [nRecord], [lRest]) -> lDone: runs a block for "   \
     "each record of a scope, all by default",                                                     \

@@ -90,7 +90,7 @@ Var* errorsys(std::int32_t argc, Var**) {
   LINE_HOOK(12);
   CALL_SIMPLE(tnsyslog, TMP_INT(7), TMP_STR("error handler set"));
   LINE_HOOK(14);
-  return p.result(CALL_SIMPLE(errorblock, TMP_BLOCK(handler_block)));
+  return p.result(set_default_handler(handler_block));
 }
 
 Var* throwerror(std::int32_t argc, Var** argv) {

@@ -1,5 +1,5 @@
-// Any bytes as a program file, or as a page if they begin like one: reading ends, each statement has text, and each of its bytes stands in a line that
-// the file has.
+// Any bytes as a program file, or as a page if they begin like one: reading ends, each statement has text, and each of
+// its bytes stands in a line that the file has, or behind it.
 #include <cstdlib>
 #include <string>
 
@@ -30,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     for (std::size_t i = 0; i < statement.text().size(); ++i) {
       const Place place = statement.place_at(i);
       const std::size_t length = files.line(place.file, place.line).size();
-      expect(place.column > 0 && static_cast<std::size_t>(place.column) <= length);
+      expect(place.column > 0 && static_cast<std::size_t>(place.column) <= length + 1);
     }
     std::string_view line;
     Place place;

@@ -176,12 +176,15 @@
   => dbclearrelation() ; dbsetrelation(<(area)>, <{key}>, <"key">) [; dbsetrelation(<(other)>, <{more}>, <"more">)]
 #command SET RELATION TO <key> INTO <(area)> [, [TO] <more> INTO <(other)>] ADDITIVE ;
   => dbsetrelation(<(area)>, <{key}>, <"key">) [; dbsetrelation(<(other)>, <{more}>, <"more">)]
+#command SET RELATION OFF INTO <(area)> [, <(more)>]  => dbclearrelation(<(area)>) [; dbclearrelation(<(more)>)]
 
 // --- Variables
 
 #command STORE <value> TO <var> [, <more>]  => <var> := [<more> :=] <value>
 #command RELEASE <var> [, <more>]           => __mrelease(<"var">) [; __mrelease(<"more">)]
 #command RELEASE ALL                        => __mrelease()
+#command RELEASE ALL LIKE <(names)>         => __mrelease(<(names)>, .T.)
+#command RELEASE ALL EXCEPT <(names)>       => __mrelease(<(names)>, .F.)
 #command SAVE TO <(file)>                   => __mvsave(<(file)>)
 #command SAVE TO <(file)> ALL LIKE <(names)>    => __mvsave(<(file)>, <(names)>, .T.)
 #command SAVE TO <(file)> ALL EXCEPT <(names)>  => __mvsave(<(file)>, <(names)>, .F.)
@@ -302,14 +305,15 @@
 #command SET FUNCTION <n> TO <keys>   => __setfunct(<n>, <keys>)
 
 // The named options, on and off or with a value.
-#command SET <option: DEVELOPER, LOWERFILES, UPPERFILES, MEMCOMPAT, PATHLOWER, PATHUPPER, SHORTNAME, ZEROBYTE, LOCK40COMP, INTVAR> ON ;
+#command SET <option: DEVELOPER, TYPEAHEAD, LOWERFILES, UPPERFILES, MEMCOMPAT, PATHLOWER, PATHUPPER, SHORTNAME, ZEROBYTE, LOCK40COMP, INTVAR> ON ;
   => ov_set(<(option)>, .T.)
-#command SET <option: DEVELOPER, LOWERFILES, UPPERFILES, MEMCOMPAT, PATHLOWER, PATHUPPER, SHORTNAME, ZEROBYTE, LOCK40COMP, INTVAR> OFF ;
+#command SET <option: DEVELOPER, TYPEAHEAD, LOWERFILES, UPPERFILES, MEMCOMPAT, PATHLOWER, PATHUPPER, SHORTNAME, ZEROBYTE, LOCK40COMP, INTVAR> OFF ;
   => ov_set(<(option)>, .F.)
-#command SET <option: DEVELOPER, LOWERFILES, UPPERFILES, MEMCOMPAT, PATHLOWER, PATHUPPER, SHORTNAME, ZEROBYTE, LOCK40COMP, INTVAR> ( <on> ) ;
+#command SET <option: DEVELOPER, TYPEAHEAD, LOWERFILES, UPPERFILES, MEMCOMPAT, PATHLOWER, PATHUPPER, SHORTNAME, ZEROBYTE, LOCK40COMP, INTVAR> ( <on> ) ;
   => ov_set(<(option)>, <on>)
-#command SET <option: DEBUGKEY, BREAKKEY, ESCDELAY, PATHDELIMS, OUTMAP, INMAP, TERMINAL> TO <value> ;
+#command SET <option: DEBUGKEY, BREAKKEY, ESCDELAY, PATHDELIMS, MAPPING, OUTMAP, INMAP, TERMINAL> TO <value> ;
   => ov_set(<(option)>, <value>)
 #command SET LANGUAGE TO <n>                      => ov_set("setlanguage", <n>)
+#command SET LANGUAGE FROM <(file)>                => ov_set("loadlanguage", <(file)>)
 #command SET EXTENSION <(from)> TO <(extension)>  => ov_set("translext", <(from)>, <(extension)>)
 #command SET ENVIRONMENT <(name)> TO <value>      => ov_set("setenvir", <(name)>, <value>)

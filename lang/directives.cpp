@@ -1,11 +1,33 @@
 #include "lang/directives.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <utility>
 
 #include "core/file_ops.h"
 
 namespace tarnel {
+namespace {
+
+// share/tarnel/include where the program was installed, as bin/tnsh or in a folder deeper.
+const std::vector<std::string>& installed_folders() {
+  static const std::vector<std::string> folders = [] {
+    char path[4096];
+    const ssize_t size = ::readlink("/proc/self/exe", path, sizeof(path));
+    std::string prefix(path, size > 0 ? static_cast<std::size_t>(size) : 0);
+    const auto up = [&] { prefix.erase(std::min(prefix.rfind('/'), prefix.size())); };
+    std::vector<std::string> found;
+    for (up(); found.size() < 2;) {
+      up();
+      found.push_back(prefix + "/share/tarnel/include");
+    }
+    return found;
+  }();
+  return folders;
+}
+
+}  // namespace
 
 // Their words are written whole, in any case.
 struct Directives::Row {
@@ -28,6 +50,11 @@ const Directives::Row Directives::Row::kAll[] = {
     {"xcommand", &Directives::rule},
     {"xtranslate", &Directives::rule},
 };
+
+bool Directives::has_word(std::string_view word) {
+  return std::ranges::any_of(Row::kAll,
+                             [&](const Row& row) { return same_letters(word, row.word); });
+}
 
 Directives::Directives(SourceFiles& files, Diagnostics& diagnostics,
                        std::vector<std::string> folders, const RuleBook* older,
@@ -118,7 +145,7 @@ void Directives::close() {
 
 void Directives::carry_out(const SourceTokens& tokens) {
   const std::string_view word = tokens.size() > 1 ? tokens[1].text : "";
-  const auto row = std::ranges::find_if(
+  const auto* const row = std::ranges::find_if(
       Row::kAll, [&](const Row& known) { return same_letters(word, known.word); });
   if (row == std::end(Row::kAll)) {
     if (taken()) fail(tokens[0], "an unknown directive");
@@ -190,7 +217,8 @@ std::int32_t Directives::find_include(const std::string& name, std::string& faul
   const std::string own = including.substr(0, including.rfind('/') + 1);
   std::vector<std::string> paths = {name.starts_with('/') ? name : own + name};
   if (!name.starts_with('/'))
-    for (const std::string& folder : folders_) paths.push_back(folder + '/' + name);
+    for (const auto& folders : {folders_, installed_folders()})
+      for (const std::string& folder : folders) paths.push_back(folder + '/' + name);
   struct stat status;
   const auto there = std::ranges::find_if(
       paths, [&](const std::string& path) { return file_ops().stat(path.c_str(), &status) == 0; });
@@ -198,10 +226,8 @@ std::int32_t Directives::find_include(const std::string& name, std::string& faul
 }
 
 void Directives::rule(const SourceTokens& tokens) {
-  const SourceToken& last = tokens.back();
-  Place end = last.place;
-  end.column += static_cast<std::int32_t>(last.text.size());
-  std::unique_ptr<Rule> rule = parse_rule(std::span(tokens).subspan(2), end, diagnostics_);
+  std::unique_ptr<Rule> rule =
+      parse_rule(std::span(tokens).subspan(2), place_behind(tokens.back()), diagnostics_);
   if (!rule) return;
   const std::string word = lower_text(tokens[1].text);
   rule->is_command = word.ends_with("command");

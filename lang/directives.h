@@ -16,6 +16,9 @@ class Directives {
   Directives(SourceFiles& files, Diagnostics& diagnostics, std::vector<std::string> folders,
              const RuleBook* older, const LaterRules* later = nullptr);
 
+  // Is it the word of a directive, in any case?
+  static bool has_word(std::string_view word);
+
   void open(std::int32_t file);
   // The same for a piece of it.
   void open_piece(const PagePiece& piece);

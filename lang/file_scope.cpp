@@ -6,14 +6,14 @@ namespace tarnel {
 
 void FileScope::note_undeclared(std::string_view name) {
   if (!warn_) return;
-  if (!undeclared_.emplace(lower_text(name.substr(0, kNameSize)), true).second) return;
+  if (!undeclared_.insert(lower_text(name.substr(0, kNameSize))).second) return;
   diagnostics_.warn(place_of(name.data()), "nothing declares " + std::string(name));
 }
 
 void FileScope::note_call(std::string_view name) {
   note_spelling(name);
   std::string lower = lower_text(name);
-  if (!called_.emplace(lower, true).second) return;
+  if (!called_.insert(lower).second) return;
   calls_.push_back({std::move(lower), place_of(name.data())});
 }
 
@@ -25,7 +25,7 @@ void FileScope::note_spelling(std::string_view name) {
   if (name.size() <= kNameSize) return;
   const auto [known, is_new] = spellings_.emplace(lower_text(name.substr(0, kNameSize)), name);
   if (is_new || same_letters(known->second, name)) return;
-  if (met_.emplace(known->first, true).second)
+  if (met_.insert(known->first).second)
     diagnostics_.warn(place_of(name.data()),
                       "the first ten characters count: " + std::string(name) +
                           " is the same name as " + std::string(known->second));

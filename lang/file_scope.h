@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "lang/generator.h"
@@ -42,7 +43,7 @@ class FileScope final : public ProgramScope {
   const ProgramPart* part_ = nullptr;  // the procedure that is read
   std::map<std::int32_t, int> blocks_of_line_;
   std::unordered_map<std::string, std::string_view> spellings_;  // by the significant characters
-  std::unordered_map<std::string, bool> met_, called_, undeclared_;
+  std::unordered_set<std::string> met_, called_, undeclared_;
   std::vector<MentionedCall> calls_;
 };
 

@@ -82,7 +82,7 @@ class FileGenerator {
     if (of_class != nullptr) add_method(procedure, *of_class, *made);
     if (procedure.kind == ProcedureKind::kStatic)
       made_.unit->own.push_back({lower_text(part.name.substr(0, kNameSize)), made.get()});
-    made_.procedures.push_back(std::move(made));
+    made_.procedures.push_back({std::move(made), procedure.place});
   }
 
   // --- Classes.
@@ -142,6 +142,10 @@ class FileGenerator {
       if (std::ranges::find(declared, method.name) == declared.end())
         diagnostics_.error(tree.place,
                            "class " + of_class.name + " doesn't declare its method " + method.name);
+    if (std::ranges::all_of(tree.instances, [](const Declared& instance) {
+          return instance.value.empty() && instance.dimensions.empty();
+        }))
+      return;
     ProgramPart& part = new_part(tree.place);
     part.name = of_class.name;
     make_method(part, of_class);

@@ -38,6 +38,11 @@ struct MentionedCall {
   Place place;
 };
 
+struct GeneratedProcedure {
+  std::unique_ptr<ProgramProcedure> made;
+  Place place;
+};
+
 struct GeneratedClass {
   std::unique_ptr<ProgramClass> made;
   Place place;
@@ -45,7 +50,7 @@ struct GeneratedClass {
 
 struct GeneratedFile {
   std::unique_ptr<ProgramUnit> unit;
-  std::vector<std::unique_ptr<ProgramProcedure>> procedures;  // in the order of the file
+  std::vector<GeneratedProcedure> procedures;  // in the order of the file
   std::vector<GeneratedClass> classes;
   std::vector<std::unique_ptr<ProgramProcedure>> initials;  // of classes
   std::unique_ptr<ProgramProcedure> statics;  // gives them their first values; may be null

@@ -99,12 +99,14 @@ void Parser::var_statement(StatementLexer& words) {
 // METHOD name[(parameters)] in a class tells of it; behind it, with CLASS name, its statements follow.
 void Parser::method_statement(StatementLexer& words) {
   if (!in_class_) return declaration(words, ProcedureKind::kMethod, true);
+  StatementLexer again = words;
   const Span name = words.take_name();
   if (words.take(Token::kLeftParen)) {
     declared_list(words, Token::kRightParen);
     if (!words.take(Token::kRightParen)) unexpected(words);
   }
   take_type(words);
+  if (words.at_word("class")) return declaration(again, ProcedureKind::kMethod, true);
   expect_end(words);
   tree_.classes.back().methods.push_back(name);
 }
@@ -148,12 +150,18 @@ void Parser::variables(StatementKind kind, StatementLexer& words) {
   Statement made{kind, line()};
   made.declared = declared_list(words, Token::kEnd);
   expect_end(words);
-  const bool for_file = !reading_ && tree_.procedures.empty() &&
-                        (kind == StatementKind::kStatic || kind == StatementKind::kMemvar);
-  if (for_file)
-    tree_.declarations.push_back(std::move(made));
+  if (kind == StatementKind::kStatic || kind == StatementKind::kMemvar)
+    declare(std::move(made));
   else
     add(std::move(made));
+}
+
+// In a procedure for the procedure, before the first one for the file.
+void Parser::declare(Statement statement) {
+  if (!reading_ && tree_.procedures.empty())
+    tree_.declarations.push_back(std::move(statement));
+  else
+    add(std::move(statement));
 }
 
 // FIELD names [IN alias]
@@ -169,10 +177,7 @@ void Parser::field_statement(StatementLexer& words) {
     if (made.spans[0].empty()) return unexpected(words);
   }
   expect_end(words);
-  if (!reading_ && tree_.procedures.empty())
-    tree_.declarations.push_back(std::move(made));
-  else
-    add(std::move(made));
+  declare(std::move(made));
 }
 
 std::vector<Declared> Parser::declared_list(StatementLexer& words, Token end) {

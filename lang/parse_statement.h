@@ -84,6 +84,7 @@ class Parser {
   std::int32_t line() const { return place_.line; }
   void error(Place where, std::string_view words) { diagnostics_.error(where, words); }
   void unexpected(const StatementLexer& words);
+  void unexpected(Place where, std::string_view token);  // an empty one: the end
   void expect_end(const StatementLexer& words);
 
   Body& body();
@@ -105,7 +106,7 @@ class Parser {
   // Declarations.
   void declaration(StatementLexer& words, ProcedureKind kind, bool is_function);
   void variables(StatementKind kind, StatementLexer& words);
-  void file_level(Statement statement);
+  void declare(Statement statement);
   std::vector<Declared> declared_list(StatementLexer& words, Token end);
   Declared declared(StatementLexer& words);
   char take_type(StatementLexer& words);

@@ -152,6 +152,23 @@ static constexpr Word kWords[] = {
     {"endclass", &Parser::end_class, Word::kAlone},
 };
 
+// What begins as a command does may be an expression only if a sign follows its first word: a name alone does nothing.
+static bool may_be_expression(const StatementLexer& words) {
+  if (words.token() != Token::kName) return false;
+  switch (words.following().token()) {
+    case Token::kEnd:
+    case Token::kName:
+    case Token::kNumber:
+    case Token::kText:
+    case Token::kTrue:
+    case Token::kFalse:
+    case Token::kInvalid:
+      return false;
+    default:
+      return true;
+  }
+}
+
 // Is the word followed by what its statement goes on with?
 static bool goes_on(const Word& word, StatementLexer words) {
   const bool call = words.before_paren();
@@ -172,6 +189,9 @@ static bool goes_on(const Word& word, StatementLexer words) {
 }
 
 void Parser::statement(StatementLexer words) {
+  if (in_class_ &&
+      (words.at_word("procedure") || words.at_word("function") || words.at_word("class")))
+    end_procedure();  // tells that the class lacks its end
   if (in_class_ && !words.at_word("method") && !words.at_word("var") && !words.at_word("endclass"))
     return error(place_, "only VAR and METHOD may stand between CLASS and ENDCLASS");
   if (words.token() == Token::kName) {
@@ -182,6 +202,8 @@ void Parser::statement(StatementLexer words) {
       return (this->*known->read)(words);
     }
   }
+  if (const auto unmatched = reader_.unmatched(); unmatched && !may_be_expression(words))
+    return unexpected(unmatched->place, unmatched->token);
   add({StatementKind::kExpression, line(), {words.rest_span()}});
 }
 
@@ -190,14 +212,17 @@ void Parser::expect_end(const StatementLexer& words) {
   if (!words.at_end()) unexpected(words);
 }
 
-// Once in a statement: what follows is wrong for the same reason.
 void Parser::unexpected(const StatementLexer& words) {
-  if (std::exchange(told_, true)) return;
   const std::string_view found =
       words.lexeme().empty() ? words.rest().substr(0, 1) : words.lexeme();
-  error(tree_.text.place_at(words.place()), words.at_end()
-                                                ? "the statement lacks its end"
-                                                : quoted_token(found) + " isn't expected here");
+  unexpected(tree_.text.place_at(words.place()), words.at_end() ? std::string_view() : found);
+}
+
+// Once in a statement: what follows is wrong for the same reason.
+void Parser::unexpected(Place where, std::string_view token) {
+  if (std::exchange(told_, true)) return;
+  error(where, token.empty() ? "the statement lacks its end"
+                             : quoted_token(token) + " isn't expected here");
 }
 
 // --- Conditions.

@@ -4,15 +4,24 @@
 
 namespace tarnel {
 
+// The one that a byte belongs to, or null.
+const PlacedText::Mark* PlacedText::mark_of(std::size_t offset) const {
+  const auto behind = std::ranges::upper_bound(marks_, offset, {}, &Mark::offset);
+  return behind == marks_.begin() ? nullptr : &*(behind - 1);
+}
+
 Place PlacedText::place_at(std::size_t offset) const {
-  const auto behind =
-      std::ranges::upper_bound(marks_, std::min(offset, text_.size()), {}, &Mark::offset);
-  if (behind == marks_.begin()) return {};
-  const Mark& mark = *(behind - 1);
-  Place place = mark.place;
-  if (!mark.fixed)
-    place.column += static_cast<std::int32_t>(std::min(offset, text_.size()) - mark.offset);
+  offset = std::min(offset, text_.size());
+  const Mark* const mark = mark_of(offset);
+  if (mark == nullptr) return {};
+  Place place = mark->place;
+  if (!mark->fixed) place.column += static_cast<std::int32_t>(offset - mark->offset);
   return place;
+}
+
+bool PlacedText::replaces(std::size_t offset) const {
+  const Mark* const mark = mark_of(offset);
+  return mark != nullptr && mark->fixed;
 }
 
 void PlacedText::clear() {

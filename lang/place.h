@@ -25,6 +25,9 @@ class PlacedText {
   // The place of a byte; behind the text that of its end.
   Place place_at(std::size_t offset) const;
 
+  // Does the byte stand for a piece of the source, whose place it has?
+  bool replaces(std::size_t offset) const;
+
   // Where the statement stands whose text this is: a rule's statements all where the rule is used, whatever pieces
   // of other lines they begin with. Run-time errors and the call stack tell its line.
   Place start() const { return start_; }
@@ -45,6 +48,8 @@ class PlacedText {
     Place place;
     bool fixed;  // by add_at
   };
+  const Mark* mark_of(std::size_t offset) const;
+
   Place start_;
   std::string text_;
   std::vector<Mark> marks_;

@@ -3,12 +3,14 @@
 #include <string>
 
 #include "core/text.h"
+#include "lang/source_tokens.h"
 #include "lang/statement_lexer.h"
 
 namespace tarnel {
 namespace {
 
-std::string fault_words(std::string_view text, const SyntaxFault& fault) {
+// `made`: a rule made the token where the fault is, which its author then never wrote.
+std::string fault_words(std::string_view text, const SyntaxFault& fault, bool made) {
   switch (fault.cause) {
     case Failure::kTooDeep:
       return "the expression is nested too deeply";
@@ -23,13 +25,12 @@ std::string fault_words(std::string_view text, const SyntaxFault& fault) {
   if (fault.unfinished) return "the text lacks its closing quote";
   Lexer lexer(text);
   lexer.seek(fault.at);
-  const std::size_t size = std::max<std::size_t>(lexer.behind() - fault.at, 1);
-  return quoted_token(text.substr(fault.at, size)) + " isn't expected here";
+  const std::string_view token =
+      text.substr(fault.at, std::max<std::size_t>(lexer.behind() - fault.at, 1));
+  if (made && ends_argument(token)) return "the expression lacks its end";
+  return quoted_token(token) + " isn't expected here";
 }
 
-}  // namespace
-
-namespace {
 bool belongs_to_procedure(StatementKind kind) {
   return kind == StatementKind::kLocal || kind == StatementKind::kStatic ||
          kind == StatementKind::kParameters || kind == StatementKind::kField ||
@@ -54,7 +55,9 @@ std::int32_t ProcedureCode::values(Span span) {
 void ProcedureCode::tell_fault(Span span) {
   const auto fault = steps().fault();
   if (!fault) return;
-  diagnostics_.error(tree_.text.place_at(span.at + fault->at), fault_words(tree_[span], *fault));
+  const std::size_t at = span.at + fault->at;
+  diagnostics_.error(tree_.text.place_at(at),
+                     fault_words(tree_[span], *fault, tree_.text.replaces(at)));
   steps().pass_over_fault();
 }
 

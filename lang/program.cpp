@@ -8,6 +8,7 @@
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/output.h"
+#include "core/runtime.h"
 #include "core/stacks.h"
 #include "core/text.h"
 #include "lang/parser.h"
@@ -29,12 +30,12 @@ bool callable_from_outside(const ProgramProcedure& procedure) {
 
 ProgramProcedure* find_entry(const GeneratedFile& file) {
   for (const auto& procedure : file.procedures)
-    if (procedure->kind() == ProcedureKind::kPage) return procedure.get();
+    if (procedure.made->kind() == ProcedureKind::kPage) return procedure.made.get();
   ProgramProcedure* first = nullptr;
   for (const auto& procedure : file.procedures) {
-    if (!callable_from_outside(*procedure)) continue;
-    if (same_letters(procedure->part().name, "main")) return procedure.get();
-    if (first == nullptr) first = procedure.get();
+    if (!callable_from_outside(*procedure.made)) continue;
+    if (same_letters(procedure.made->part().name, "main")) return procedure.made.get();
+    if (first == nullptr) first = procedure.made.get();
   }
   return first;
 }
@@ -63,10 +64,9 @@ class Check {
   Check(const std::vector<GeneratedFile>& files, Diagnostics& diagnostics)
       : files_(files), diagnostics_(diagnostics) {}
 
-  void run(std::span<const std::vector<Place>> places) {
+  void run() {
     for (std::size_t i = 0; i < files_.size(); ++i)
-      for (std::size_t k = 0; k < files_[i].procedures.size(); ++k)
-        add(*files_[i].procedures[k], places[i][k], i);
+      for (const GeneratedProcedure& one : files_[i].procedures) add(*one.made, one.place, i);
     for (std::size_t i = 0; i < files_.size(); ++i)
       for (const GeneratedClass& one : files_[i].classes) add(one, i);
     for (const GeneratedFile& file : files_)
@@ -143,17 +143,14 @@ LoadedProgram* LoadedProgram::of_sources(SourceFiles& sources, Diagnostics& diag
                                          std::span<const std::int32_t> files,
                                          const ProgramOptions& options) {
   std::unique_ptr<LoadedProgram> program(new LoadedProgram);
-  std::vector<std::vector<Place>> places;
   for (const std::int32_t file : files) {
     StatementReader reader(sources, diagnostics, options.include_folders);
     reader.open(file);
     const ProgramTree tree =
         parse_program(reader, diagnostics, name_without_ending(sources[file].name));
     program->files_.push_back(generate(tree, sources, diagnostics, options.warn));
-    places.emplace_back();
-    for (const ProcedureTree& procedure : tree.procedures) places.back().push_back(procedure.place);
   }
-  Check(program->files_, diagnostics).run(places);
+  Check(program->files_, diagnostics).run();
   if (diagnostics.errors() > 0) return nullptr;
   if (!program->files_.empty()) program->entry_ = find_entry(program->files_.front());
   return program.release();  // it lasts as long as the run
@@ -194,8 +191,8 @@ void LoadedProgram::link() {
   std::vector<LoadedName> names;
   for (const GeneratedFile& file : files_)
     for (const auto& procedure : file.procedures)
-      if (callable_from_outside(*procedure))
-        names.push_back({known_name(*procedure), procedure.get()});
+      if (callable_from_outside(*procedure.made))
+        names.push_back({known_name(*procedure.made), procedure.made.get()});
   for (const GeneratedFile& file : files_)
     for (const GeneratedClass& one : file.classes)
       for (std::string& name : constructors_of(*one.made))
@@ -224,8 +221,8 @@ bool LoadedProgram::start() {
     if (file.statics != nullptr) file.statics->call(0, nullptr);
   for (const GeneratedFile& file : files_)
     for (const auto& procedure : file.procedures) {
-      if (procedure->kind() != ProcedureKind::kInit) continue;
-      const Var* const result = procedure->call(0, nullptr);
+      if (procedure.made->kind() != ProcedureKind::kInit) continue;
+      const Var* const result = procedure.made->call(0, nullptr);
       if (is_number_or_logical(result) && !truth_of(result)) return false;
     }
   return true;
@@ -246,7 +243,7 @@ bool LoadedProgram::is_running() const {
 
 void LoadedProgram::unload() {
   for (const GeneratedFile& file : files_) {
-    for (const auto& procedure : file.procedures) REMOVE_PROCEDURE(procedure.get());
+    for (const auto& procedure : file.procedures) REMOVE_PROCEDURE(procedure.made.get());
     for (const GeneratedClass& one : file.classes) REMOVE_PROCEDURE(one.made.get());
   }
   std::erase(started, this);
@@ -278,13 +275,14 @@ bool& programs_end_lines() {
 }
 
 Var* exit_programs(std::int32_t, Var**) {
+  const UsualExitErrors usual;
   std::int32_t count = 0;
   for (const GeneratedFile* file : LoadedProgram::started_files())
     for (const auto& procedure : file->procedures)
-      if (procedure->kind() == ProcedureKind::kExit) {
+      if (procedure.made->kind() == ProcedureKind::kExit) {
         const TempsMark mark;
         Var* number[] = {TMP_INT(++count)};
-        const Var* const result = procedure->call(1, number);
+        const Var* const result = procedure.made->call(1, number);
         if (is_number_or_logical(result) && !truth_of(result)) return false_value();
       }
   if (!started.empty() && programs_end_lines()) end_last_line();

@@ -35,9 +35,10 @@ class Matcher {
   }
 
   bool match() {
-    if (!sequence(rule_.pattern, nullptr) || rewriting_.failed()) return false;
+    const bool took = sequence(rule_.pattern, nullptr);
     match_.length = at_;
-    return !rule_.is_command || at_ == tokens_.size();
+    match_.furthest = std::max(furthest_, at_);
+    return took && !rewriting_.failed() && (!rule_.is_command || at_ == tokens_.size());
   }
 
  private:
@@ -78,6 +79,7 @@ class Matcher {
   Match& match_;
   Rewriting& rewriting_;
   std::size_t at_ = 0;
+  std::size_t furthest_ = 0;  // in clauses that were given up
 };
 
 bool Matcher::sequence(const Pattern& pattern, const Follow* follow) {
@@ -127,8 +129,10 @@ bool Matcher::clause(const PatternPiece& piece, std::size_t which, const Follow&
     else if (captures.size() == counts[i])
       captures.emplace_back();
   }
-  if (!took) at_ = begin;
-  return took;
+  if (took) return true;
+  furthest_ = std::max(furthest_, at_);
+  at_ = begin;
+  return false;
 }
 
 bool Matcher::marker(const Pattern& pattern, std::size_t index, const Follow* follow) {

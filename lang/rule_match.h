@@ -7,7 +7,8 @@
 namespace tarnel {
 
 struct Match {
-  std::size_t length = 0;  // in tokens
+  std::size_t length = 0;    // in tokens
+  std::size_t furthest = 0;  // the token up to which the pattern, or a clause of it, went
   // For each marker what matched it, once for each time that its clause did; an empty one where the clause did
   // without it.
   std::vector<std::vector<std::span<const SourceToken>>> captures;

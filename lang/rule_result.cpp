@@ -20,8 +20,11 @@ class ResultMaker {
   bool text(Tokens tokens);
   bool smart_text(Tokens tokens);
   void block(Tokens tokens);
+  // What closes or separates stands behind what it follows: there an argument lacks its end.
   void own(std::string_view text, SourceKind kind = SourceKind::kSign) {
-    made_.push_back({text, where_, kind, SourceGap::kNone, 0, true});
+    const bool behind = ends_argument(text) && !made_.empty();
+    made_.push_back(
+        {text, behind ? place_behind(made_.back()) : where_, kind, SourceGap::kNone, 0, true});
   }
   void matched(Tokens tokens) { made_.insert(made_.end(), tokens.begin(), tokens.end()); }
 

@@ -1,6 +1,13 @@
 #include "lang/source_tokens.h"
 
 namespace tarnel {
+
+Place place_behind(const SourceToken& token) {
+  Place place = token.place;
+  if (!token.made) place.column += static_cast<std::int32_t>(token.text.size());
+  return place;
+}
+
 int nesting(const SourceToken& token) {
   if (token.kind != SourceKind::kSign || token.text.size() != 1) return 0;
   switch (token.text[0]) {

@@ -55,6 +55,14 @@ constexpr std::uint32_t word_key(std::string_view word) {
   return key;
 }
 
+// The byte behind a token; of one that a rule made where it stands.
+Place place_behind(const SourceToken& token);
+
+// A sign that stands behind an argument.
+constexpr bool ends_argument(std::string_view sign) {
+  return sign == ")" || sign == "]" || sign == "}" || sign == ",";
+}
+
 // 1 for a bracket that opens, -1 for one that closes.
 int nesting(const SourceToken& token);
 

@@ -65,6 +65,8 @@ struct StatementReader::State {
   std::string_view literal;  // of a page
   std::optional<Place> page_start;
   SourceTokens made;
+  std::optional<Unmatched> unmatched;
+  bool rules_applied = false;
 };
 
 // The quick way of most statements: no constant in them, and no rule begins so.
@@ -112,15 +114,25 @@ bool StatementReader::State::translate() {
 
 bool StatementReader::State::command() {
   const RuleBook& rules = directives.rules();
-  return rules.may_begin(true, tokens[0]) && !is_expression(tokens) &&
-         rules.any(true, tokens, [&](const Rule& rule) { return apply(rule, 0); }) &&
-         !rewriting.failed();
+  if (!rules.may_begin(true, tokens[0]) || is_expression(tokens)) return false;
+  std::size_t furthest = 0;
+  if (rules.any(true, tokens, [&](const Rule& rule) {
+        const bool done = apply(rule, 0);
+        furthest = std::max(furthest, match.furthest);
+        return done;
+      }))
+    return !rewriting.failed();
+  if (furthest > 0)
+    unmatched = furthest < tokens.size() ? Unmatched{tokens[furthest].place, tokens[furthest].text}
+                                         : Unmatched{place_behind(tokens.back()), {}};
+  return false;
 }
 
 // Applies a rule where it matches. True also when that failed, so that no other is tried.
 bool StatementReader::State::apply(const Rule& rule, std::size_t at) {
   if (!match_rule(rule, std::span(tokens).subspan(at), match, rewriting)) return rewriting.failed();
   made.clear();
+  rules_applied = true;
   if (!rewriting.apply_rule(rule.pattern.front().word, rule.file, rule.line) ||
       !make_result(rule, match, rule.is_command ? rewriting.start() : tokens[at].place, made,
                    rewriting))
@@ -167,6 +179,7 @@ void StatementReader::open(std::int32_t file) {
 bool StatementReader::next(PlacedText& statement) {
   State& s = *state_;
   for (;;) {
+    s.unmatched.reset();
     if (s.rewriting.failed()) s.rest.clear();
     if (!s.rest.empty()) {
       s.tokens = std::move(s.rest.back());
@@ -207,6 +220,14 @@ std::string_view StatementReader::literal() const {
 }
 std::optional<Place> StatementReader::page_start() const {
   return state_->page_start;
+}
+
+std::optional<Unmatched> StatementReader::unmatched() const {
+  return state_->unmatched;
+}
+
+bool StatementReader::rules_applied() const {
+  return state_->rules_applied;
 }
 
 bool StatementReader::raw_line(std::string_view& line, Place& place) {

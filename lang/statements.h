@@ -15,6 +15,12 @@
 
 namespace tarnel {
 
+// The token at which no command goes on.
+struct Unmatched {
+  Place place;
+  std::string_view token;  // empty: the end; it stays up to the next statement
+};
+
 class StatementReader {
  public:
   // `include_folders` are searched behind the including file's own.
@@ -34,6 +40,10 @@ class StatementReader {
   std::string_view literal() const;
   // The beginning of a file that is a page, nothing for another.
   std::optional<Place> page_start() const;
+  // Of the last statement, if it begins as commands do, but is none.
+  std::optional<Unmatched> unmatched() const;
+  // Has a rule changed any of the statements?
+  bool rules_applied() const;
   // The next line as it stands in the file, without its line feed: for what stands between TEXT and ENDTEXT.
   // False at the end of the file in which the last statement ended.
   bool raw_line(std::string_view& line, Place& place);

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "core/text.h"
+#include "lang/directives.h"
 #include "lang/file_scope.h"
 #include "lang/parser.h"
 #include "lang/procedure_code.h"
@@ -10,28 +11,34 @@
 namespace tarnel {
 namespace {
 
-// Is the text one expression that no rule has changed?
-bool is_expression_alone(const ProgramTree& tree, std::string_view text) {
-  if (tree.procedures.empty() && tree.declarations.empty()) return true;  // comments
+// Is the text one expression, or nothing?
+bool is_expression_alone(const ProgramTree& tree) {
+  if (tree.procedures.empty()) return tree.declarations.empty();
   if (tree.procedures.size() != 1 || !tree.declarations.empty()) return false;
   const ProcedureTree& procedure = tree.procedures.front();
-  if (procedure.own_name.empty() || procedure.body.size() != 1) return false;
-  const Statement& only = procedure.body.front();
-  return only.kind == StatementKind::kExpression && tree[only.spans[0]] == trim_blanks(text);
+  return !procedure.own_name.empty() && procedure.body.size() == 1 &&
+         procedure.body.front().kind == StatementKind::kExpression;
 }
 
 }  // namespace
 
-TypedStatements::TypedStatements(std::string_view text, const std::string& name) {
+TypedStatements::TypedStatements(std::string_view text, const std::string& name,
+                                 std::string_view directives) {
   SourceFiles files;
   Diagnostics diagnostics(files);
-  const std::int32_t file = files.add(name, std::string(text));
   StatementReader reader(files, diagnostics);
+  const std::int32_t file = files.add(name, std::string(text));  // the first: errors tell of it
+  if (!directives.empty()) {
+    reader.open(files.add(name, std::string(directives)));
+    for (PlacedText statement; reader.next(statement);)
+      diagnostics.error(statement.start(), "a statement among directives");
+  }
   reader.open(file);
   const ProgramTree tree = parse_program(reader, diagnostics, name);
   if (diagnostics.errors() > 0 && diagnostics.errors() == tree.without_end) {
     kind_ = Kind::kUnfinished;
-  } else if (diagnostics.errors() == 0 && is_expression_alone(tree, text)) {
+  } else if (diagnostics.errors() == 0 && !reader.rules_applied() && is_expression_alone(tree)) {
+    if (!tree.procedures.empty()) expression_ = tree[tree.procedures.front().body.front().spans[0]];
     return;
   } else {
     generate_code(tree, diagnostics);
@@ -73,6 +80,12 @@ void TypedStatements::generate_code(const ProgramTree& tree, Diagnostics& diagno
 
 void TypedStatements::run() {
   run_in_frame(*code_);
+}
+
+bool is_directive(std::string_view line) {
+  if (!line.starts_with('#')) return false;
+  const Lexer lexer(line.substr(1));
+  return lexer.token() == Token::kName && Directives::has_word(lexer.lexeme());
 }
 
 }  // namespace tarnel

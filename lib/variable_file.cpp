@@ -1,7 +1,6 @@
 #include "lib/variable_file.h"
 
 #include <fcntl.h>
-#include <fnmatch.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -194,19 +193,10 @@ bool read_whole(std::string_view name, std::string& bytes) {
 }
 
 // Which variables an argument and the one behind it ask for: those whose names match, or all others.
-class Choice {
- public:
-  Choice(std::int32_t argc, Var** argv, std::int32_t i)
-      : pattern_(upper_text(text_argument(argc, argv, i, "*"))),
-        like_(!arg_is(argc, argv, i + 1, kNumeric) || truth_of(argv[i + 1])) {}
-  bool takes(const std::string& name) const {
-    return (fnmatch(pattern_.c_str(), name.c_str(), FNM_NOESCAPE) == 0) == like_;
-  }
-
- private:
-  std::string pattern_;
-  bool like_;
-};
+NameChoice name_choice(std::int32_t argc, Var** argv, std::int32_t i) {
+  return {text_argument(argc, argv, i, "*"),
+          !arg_is(argc, argv, i + 1, kNumeric) || truth_of(argv[i + 1])};
+}
 
 // The name of the file in argument 0; empty when it is none.
 std::string file_argument(std::int32_t argc, Var** argv) {
@@ -223,7 +213,7 @@ std::string file_argument(std::int32_t argc, Var** argv) {
 Var* mvsave(std::int32_t argc, Var** argv) {
   const std::string file = file_argument(argc, argv);
   if (file.empty()) return int_minus_one();
-  const Choice choice(argc, argv, 1);
+  const NameChoice choice = name_choice(argc, argv, 1);
   std::string out{kMark};
   std::int32_t count = 0;
   for (std::int32_t i = 1; i < symbol_count(); ++i) {
@@ -245,10 +235,10 @@ Var* mvsave(std::int32_t argc, Var** argv) {
 namespace {
 
 // Takes variables over; their number.
-std::int32_t restore(const Variables& variables, const Choice& choice) {
+std::int32_t restore(const Variables& variables, const NameChoice& choice) {
   std::int32_t count = 0;
   for (const auto& [name, value] : variables) {
-    const std::int32_t sym = choice.takes(name) ? ADD_SYMBOL(name) : -1;
+    const std::int32_t sym = choice.takes(name.c_str()) ? ADD_SYMBOL(name) : -1;
     if (sym < 0) continue;
     if (is_nil(symbol_var(sym))) DECLARE_PRIVATE(sym);
     CPY_VAR(symbol_var(sym), value);
@@ -266,11 +256,11 @@ Var* mvrestore(std::int32_t argc, Var** argv) {
   std::int32_t count = -1;
   {
     const TempsMark mark;
-    const Choice choice(argc, argv, 2);
+    const NameChoice choice = name_choice(argc, argv, 2);
     const bool additive = arg_is(argc, argv, 1, kNumeric) && truth_of(argv[1]);
     Variables variables;
     if (read_variables(bytes, variables)) {
-      if (!additive) RELEASE_ALL(true);
+      if (!additive) RELEASE_ALL(false);
       count = restore(variables, choice);
     }
   }

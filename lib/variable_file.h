@@ -14,14 +14,14 @@
 
 namespace tarnel {
 
-#define VARIABLE_FILE_BUILTINS(X)                                                             \
-  X("__mvrestore", mvrestore,                                                                 \
-    "__mvrestore(cFile, [lAdditive], [cNames], [lLike]) -> nCount: RESTORE, in place of all " \
-    "variables unless additive; -1 and nothing on failure",                                   \
-    "{__mvpublic('flag'), __mvsave('a'), __mvrestore('a'), type('flag')}[4] ==> L")           \
-  X("__mvsave", mvsave,                                                                       \
-    "__mvsave(cFile, [cNames], [lLike]) -> nCount: SAVE, the variables with names like a "    \
-    "pattern, or unlike it; -1 on failure",                                                   \
+#define VARIABLE_FILE_BUILTINS(X)                                                               \
+  X("__mvrestore", mvrestore,                                                                   \
+    "__mvrestore(cFile, [lAdditive], [cNames], [lLike]) -> nCount: RESTORE, in place of those " \
+    "of this level unless additive; -1 and nothing on failure",                                 \
+    "{__mvpublic('flag'), __mvsave('a'), __mvrestore('a'), type('flag')}[4] ==> L")             \
+  X("__mvsave", mvsave,                                                                         \
+    "__mvsave(cFile, [cNames], [lLike]) -> nCount: SAVE, the variables with names like a "      \
+    "pattern, or unlike it; -1 on failure",                                                     \
     "{__mvpublic('flag'), __mvsave('a', 'f*')}[2] ==> 1")
 
 VARIABLE_FILE_BUILTINS(DECLARE_BUILTIN)

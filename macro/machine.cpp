@@ -151,8 +151,11 @@ void Machine::stepUnary(const Step& step) {
 void Machine::stepAssign(const Step& step) {
   Var* value = pop();
   Var* target = pop();
-  // An error that a handler passed over is no value for a record.
-  if (is_error(value) && upper_class(target->sclass) == 'F') return push(value);
+  // What is undefined, or an error that a handler passed over, is no value for a record.
+  if (upper_class(target->sclass) == 'F') {
+    if (is_undefined(value) && is_undefined(ARG_VAR(value))) value = error_value();
+    if (is_error(value)) return push(value);
+  }
   push_checked(step.op == kNoFunction ? CPY_VAR(target, value)
                                       : binary_function(step.op)(target, value, true));
 }

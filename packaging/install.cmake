@@ -11,6 +11,7 @@ install(PROGRAMS examples/web-conf DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnel/s
 install(FILES examples/lighttpd.conf.in DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnel/servers COMPONENT common)
 install(FILES examples/sites/lighttpd-pages.conf.in DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnel/servers/sites COMPONENT common)
 install(FILES examples/www/test.html DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnel/www COMPONENT common)
+install(FILES lang/commands.ch DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnel/include COMPONENT common)
 install(PROGRAMS examples/web-conf DESTINATION ${doc}/examples COMPONENT common)
 file(GLOB server_configurations examples/*.conf.in)
 install(FILES ${server_configurations} examples/swedish.lng DESTINATION ${doc}/examples COMPONENT common)

@@ -104,7 +104,7 @@ void tell_faults(const Diagnostics& diagnostics) {
 }
 
 Var* page_errorsys(std::int32_t, Var**) {
-  return CALL_SIMPLE(errorblock, TMP_BLOCK(failure_block));
+  return set_default_handler(failure_block);
 }
 
 void end_page(std::string_view words) {

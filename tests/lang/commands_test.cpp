@@ -94,6 +94,9 @@ TEST(Commands, BecomeCalls) {
        "dbclearrelation()\ndbsetrelation(\"u\", {|| a}, \"a\")\ndbsetrelation(\"v\", {|| b}, "
        "\"b\")\n"
        "dbsetfilter({|| a > 1}, \"a > 1\")\ndbsetfilter(c, c)\ndbsetorder(2)"},
+      {"", "set rela off into u, (v)\nrelease all like a*\nrelease all exce ?b",
+       "dbclearrelation(\"u\")\ndbclearrelation((v))\n__mrelease(\"a*\", .T.)\n"
+       "__mrelease(\"?b\", .F.)"},
       {"", "store 1 + 2 to a, b\nrelease a, b\nsave to f all like a*\nrest from f addi",
        "a :=b := 1 + 2\n__mrelease(\"a\")\n__mrelease(\"b\")\n__mvsave(\"f\", \"a*\", "
        ".T.)\n__mvrestore(\"f\", .T.)"},
@@ -115,6 +118,14 @@ TEST(Commands, BecomeCalls) {
 }
 
 // Runs the statements one after the other.
+TEST(Commands, SetEverySetting) {
+  constexpr int kColour = 15, kAlwaysOn = 38, kLast = 41;  // by setcolor(); it changes nothing
+  for (int n = 1; n <= kLast; ++n)
+    EXPECT_TRUE(n == kColour || n == kAlwaysOn ||
+                commands_text().find("set(" + std::to_string(n) + ",") != std::string_view::npos)
+        << n;
+}
+
 class CommandRun : public TableTest {
  protected:
   static std::string does(const std::string& program) {

@@ -40,6 +40,17 @@ TEST_P(Programs, WriteWhatTheyShould) {
   fs::remove_all(folder);
 }
 
+TEST(Program, FindsWhatIsInstalledWithIt) {
+  const fs::path folder = fs::temp_directory_path() / ("installed_" + std::to_string(getpid()));
+  fs::create_directories(folder / "bin");
+  fs::create_directories(folder / "share/tarnel/include");
+  fs::copy_file(TARNEL_CONSOLE, folder / "bin/tnsh");
+  std::ofstream(folder / "share/tarnel/include/own.ch") << "#define WORDS \"installed\"\n";
+  std::ofstream(folder / "x.prg") << "#include \"own.ch\"\n?? WORDS\n";
+  EXPECT_EQ(output_of(folder.string() + "/bin/tnsh " + folder.string() + "/x.prg"), "installed\n");
+  fs::remove_all(folder);
+}
+
 std::vector<fs::path> programs() {
   std::vector<fs::path> found;
   for (const auto& entry : fs::directory_iterator(kPrograms))

@@ -71,7 +71,7 @@ TEST_F(National, CaseClassesAndNamesComeFromTheLanguage) {
 
 TEST_F(National, WrongCallsNameTheirReason) {
   use_swedish();
-  const std::string wrong = TARNEL_SOURCE_DIR "/examples/user.tn";
+  const std::string wrong = TARNEL_SOURCE_DIR "/examples/user.prg";
   EXPECT_EQ(call("loadlang", {3, wrong}).substr(0, 9), "L F !320 ");
   check({{"upper", {"\xE5"}, "C \xC5"},
          {"cdow", {Date{719163}}, "C torsdag"},

@@ -19,6 +19,10 @@ class problem inherit error
   var where := "here"
 endclass
 
+class bag inherit tnstate
+  var kept := "kept"
+endclass
+
 procedure main
   local a := accountnew("ann"), s := saver("sue", 10), p := problemnew(), e, k
   a:pay(5):pay(7)
@@ -52,7 +56,22 @@ procedure main
   k := keeper()
   k:v := "second"
   ? eval(e)
+  e := bagnew()
+  e:colour := "red"
+  ? e:kept, e:colour, e:shape
+  k := typed()
+  begin sequence
+    k:set("five")
+  recover using e
+    ? e:description
+  end
   return
+
+class typed
+  method set(n)
+endclass
+
+method set(n as numeric) class typed
 
 function plain(o as account)
   return o:owner

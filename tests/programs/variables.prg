@@ -28,7 +28,23 @@ procedure start(a)
     ? late
   endif
   ? late
+  restoring()
+  ? p1
   typed("wrong")
+  return
+
+* RESTORE takes the place of what is private here.
+procedure restoring
+  private own := "own", other := 1, ober := 2
+  save to own all like own
+  own := "changed"
+  restore from own
+  ? own, type("other"), p1
+  own := other := ober := 1
+  release all like o?er
+  ? own, type("other"), type("ober")
+  release all except o*
+  ? own
   return
 
 procedure byref(u, v, w)

@@ -98,8 +98,14 @@ struct ExpectedLine {
   std::size_t number;  // in the transcript
 };
 
+struct Input {
+  std::string text;
+  std::size_t expected;  // the first line that it shows
+};
+
 struct Transcript {
   std::string input;
+  std::vector<Input> inputs;
   std::vector<ExpectedLine> expected;
   bool with_errors = false;
 };
@@ -136,6 +142,7 @@ Transcript read_transcript(const fs::path& path) {
       end = line.find(kShows);
       input = line.substr(2, end - 2);
       transcript.input += input + "\n";
+      transcript.inputs.push_back({input, transcript.expected.size()});
       begin = end + kShows.size();
     }
     for (; end != std::string::npos; begin = end + kShows.size()) {
@@ -175,6 +182,74 @@ TEST_P(Transcripts, ShowsTheExpectedLines) {
   EXPECT_EQ(transcript.with_errors ? 1 : 0, run.status);
 }
 
+// Where programs differ from texts: their integers are numbers, their dates have an order of their own, an array as
+// an argument is a variable of its own, a macro is an operand, and a statement shows a text as its bytes are.
+constexpr std::string_view kOtherInPrograms[] = {
+    "aeval(w, {|x| w := 0, seen := x})",
+    "eval({|x| x := 3}, @t[1])",
+    "t[1]",
+    "eval(show, {eval(m), eval(m, \"new\"), v, memvarblock(\"nothing\"), memvarblock(5)})",
+    "eval(show, {acopy(a, a, 1, 3, 2)[4], a[2], acopy(a, a, 2, 3, 1)[3], acopy({7, 8}, a, 2, 99, "
+    "4)[4], len(a)})",
+    "eval(show, {acopy(a, {}), acopy(a, {9}, -5, -5)[1], acopy(a, {9}, 99)[1], acopy(5, a), "
+    "acopy(a)})",
+    "eval(show, {abs(-5), abs(.t.), abs('x')})",
+    "eval(show, {min(1, 1.00), max(5), max(5, 'x')})",
+    "eval(show, {max(5, .t.), max()})",
+    "eval(show, {ov_set('intvar', .T.), valtype(5), ov_set('intvar', .F.)})",
+    "strtran(memoread(\"copy.txt\"), chr(10), \"/\")",  // the copy of all output
+    "eval(show, {do(\"upper\", \"abc\"), do(\" UPPER\", \"abc\"), do({|a, b| a + b}, 2, 3), "
+    "do(\"repl\", \"x\", 2)})",
+    "&a &op",
+    "eval(k)",  // a block with a macro in it
+    "e:gencode += 1",
+    "e:gencode++",
+    "e:gencode",
+    "2147483647 + 1",
+    "eval(show, {.t. * 5, 65536 * 65536, 7 / 2})",
+    "eval(show, {7 % 2, -7 % 2, 7.5 % 2})",
+    "eval(show, {2 ** 10, 2 ^ 0.5, 2 ^ -1})",
+    "eval(show, {-2 ^ 2, 2 ** 3 ** 2, 2 * 3 ^ 2})",
+    "7 - 2 * 3 % 4",
+    "eval(show, {{02/30/99} = {//}, {6/3/1}, len({6/3, 1})})",
+    "{31.12.1999}",
+    "x // once more",  // the mark behind it would be a comment
+};
+
+// What each input shows that is an expression without an error: the one line of its value.
+TEST_P(Transcripts, AreTheSameInPrograms) {
+  if (GetParam() == "charset") GTEST_SKIP() << "a statement shows the bytes of a text";
+  const Transcript transcript =
+      read_transcript(fs::path(TARNEL_SOURCE_DIR "/tests/transcripts") / (GetParam() + ".tr"));
+  const auto mark = [](std::size_t i) { return "\n(" + std::to_string(i) + ")\n"; };
+  std::string script;
+  std::vector<std::size_t> values;
+  for (std::size_t i = 0; i < transcript.inputs.size(); ++i) {
+    const auto& [text, first] = transcript.inputs[i];
+    const bool last = i + 1 == transcript.inputs.size();
+    const std::size_t end = last ? transcript.expected.size() : transcript.inputs[i + 1].expected;
+    const bool command = text.starts_with('?') || text.starts_with('#') ||
+                         (text.size() > 2 && text[0] == '.' && text[2] != '.');
+    if (end != first + 1 || command || is_error_line(transcript.expected[first].text)) {
+      script += text + "\n";
+      continue;
+    }
+    values.push_back(i);
+    script += "?? " + text + "; ?? chr(10) + '(" + std::to_string(i) + ")' + chr(10)\n";
+  }
+  const ScratchDirectory scratch;
+  const std::string output = "\n" + run_tnsh(scratch.path(), {}, script).output;
+  for (const std::size_t i : values) {
+    const auto& [text, first] = transcript.inputs[i];
+    if (std::ranges::find(kOtherInPrograms, text) != std::end(kOtherInPrograms)) continue;
+    const std::size_t at = output.find(mark(i));
+    ASSERT_NE(at, output.npos) << text;
+    const std::string expected = "\n" + transcript.expected[first].text;
+    EXPECT_TRUE(output.substr(0, at).ends_with(expected))
+        << text << " ==>" << output.substr(at - std::min<std::size_t>(at, 80), 80);
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Files, Transcripts, ::testing::ValuesIn(transcript_names()),
                          [](const auto& suite) { return suite.param; });
 
@@ -184,40 +259,39 @@ TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
     const char *input, *output;
     int status;
   };
-  const Case cases[] = {
-      {{"-e", "{|a,b| a+b}"}, "7", "CODEBLOCK\n", 0},
-      {{"-e", "x := 2", "-e", "x * 3"}, "7", "         2\n         6\n", 0},
-      {{"-e", "x := 2", "script"}, "7", "         2\n         3\n.T.\n", 0},
-      {{"script"}, "7", "script:1:\nerror 307: ", 1},
-      {{"-e", "1 # \"1\"", "-e", "__quit()"}, "", "error 201: ", 1},
-      {{"-e", "1 # \"1\"", "-e", "__quit(7)"}, "", "error 201: ", 7},
-      {{"-e", "1/0"}, "", "         0\n", 0},
-      {{"no such file"}, "7", "no such file: no such file\n", 1},
-      {{"-e", ".quit", "-e", "1"}, "7", "", 0},
-      {{}, "  # skipped\n\n 7 \r\n.quit\n8", "         7\n", 0},
-      {{}, "8", "         8\n", 0},
-      {{"-e", "dbcreate('t', {{'n', 'N', 3, 0}})"}, "", ".T.\n", 0},
-      {{"T.DBF", "t.dbf", "-e", "alias()", "-e", "2->n"}, "", "T\n  0\n", 0},
-      {{"t.dbf", "script"}, "", "script:1:\nerror 307: ", 1},
-      {{"arguments", "a", "-b"}, "", "         2\n-b\n", 0},
-      {{"-w", "t.dbf", "-e", ".tables"},
-       "",
-       "area  alias  records  use     locked  file\n"
-       "1*    T            0  shared  -       t.dbf\n",
-       0},
-      {{"-x", "-readonly", "t.dbf", "-e", "7"},
-       "",
-       "t.dbf: this session only reads\n         7\n",
-       1},
-      {{"-readonly", "-e", "dbusearea(.t., , 't', , .f.)", "-e", ".copy u"},
-       "",
-       ".T.\nwarning 105: ",
-       1},
-      {{"-e", ".help chr"},
-       "",
-       "chr(nCode) -> cText: the character of a code 0 to 255\n  chr(65) ==> A\n",
-       0},
-      {{"-y"}, "7", TARNEL_CONSOLE ": unrecognized option", 2}};
+  const Case cases[] = {{{"-e", "{|a,b| a+b}"}, "7", "CODEBLOCK\n", 0},
+                        {{"-e", "x := 2", "-e", "x * 3"}, "7", "         2\n         6\n", 0},
+                        {{"-e", "x := 2", "script"}, "7", "         2\n         3\n.T.\n", 0},
+                        {{"script"}, "7", "script:1:\nerror 307: ", 1},
+                        {{"-e", "1 # \"1\"", "-e", "__quit()"}, "", "error 201: ", 1},
+                        {{"-e", "1 # \"1\"", "-e", "__quit(7)"}, "", "error 201: ", 7},
+                        {{"-e", "1/0"}, "", "         0\n", 0},
+                        {{"no such file"}, "7", "no such file: no such file\n", 1},
+                        {{"-e", ".quit", "-e", "1"}, "7", "", 0},
+                        {{}, "  # skipped\n\n 7 \r\n.quit\n8", "         7\n", 0},
+                        {{}, "8", "         8\n", 0},
+                        {{"-e", "dbcreate('t', {{'n', 'N', 3, 0}})"}, "", ".T.\n", 0},
+                        {{"T.DBF", "t.dbf", "-e", "alias()", "-e", "2->n"}, "", "T\n  0\n", 0},
+                        {{"t.dbf", "script"}, "", "script:1:\nerror 307: ", 1},
+                        {{"arguments", "a", "-b"}, "", "         2\n-b\n", 0},
+                        {{"-w", "t.dbf", "-e", ".tables"},
+                         "",
+                         "area  alias  records  use     locked  file\n"
+                         "1*    T            0  shared  -       t.dbf\n",
+                         0},
+                        {{"-x", "-readonly", "t.dbf", "-e", "7"},
+                         "",
+                         "t.dbf: this session only reads\n         7\n",
+                         1},
+                        {{"-readonly", "-e", "dbusearea(.t., , 't', , .f.)", "-e", ".copy u"},
+                         "",
+                         ".T.\nwarning 105: ",
+                         1},
+                        {{"-e", ".help chr"},
+                         "",
+                         "chr(nCode) -> cText: the character of a code 0 to 255\n  chr(65) ==> A\n",
+                         0},
+                        {{"-y"}, "7", TARNEL_CONSOLE ": unrecognized option", 2}};
   const ScratchDirectory scratch;
   std::ofstream(scratch.path() / "script") << "x + 1\n.t.\n";
   std::ofstream(scratch.path() / "arguments") << "len(aArgs)\naArgs[2]\n";

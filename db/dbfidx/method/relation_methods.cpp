@@ -28,8 +28,10 @@ Var* di_setrelation(std::int32_t argc, Var** argv) {
                               arg_is(argc, argv, 3, kText) ? argv[3] : nullptr));
 }
 
-Var* di_clearrelation(std::int32_t, Var** argv) {
-  clear_relations(dbf_of(argv[0]));
+Var* di_clearrelation(std::int32_t argc, Var** argv) {
+  const Var* child = argument_or_nil(argc, argv, 1);
+  if (!is_nil(child) && child->type != 'O') return false_value();
+  clear_relations(dbf_of(argv[0]), is_nil(child) ? nullptr : child);
   return true_value();
 }
 

@@ -103,9 +103,15 @@ bool add_relation(DbfIdx& dbf, Var* child, Var* key, Var* text) {
   return same.holds();
 }
 
-void clear_relations(DbfIdx& dbf) {
-  dbf.relations.on = false;
-  for (Relation& relation : std::exchange(dbf.relations.list, {}))
+void clear_relations(DbfIdx& dbf, const Var* child) {
+  auto& list = dbf.relations.list;
+  const auto gone = std::ranges::stable_partition(list, [&](const Relation& relation) {
+    return child != nullptr && relation.child->shared != child->shared;
+  });
+  std::vector<Relation> given_up(gone.begin(), gone.end());
+  list.erase(gone.begin(), gone.end());
+  dbf.relations.on = dbf.relations.on && !list.empty();
+  for (Relation& relation : given_up)
     for (Var** slot : {&relation.child, &relation.keyBlock, &relation.text}) UNHOLD_VAR(slot);
 }
 

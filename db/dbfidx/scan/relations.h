@@ -18,7 +18,7 @@ inline void runRelations(DbfIdx& dbf) {
 // there is to show. False after error 313: the child is no other open table, its relations lead back here,
 // or the key, a block, a text or an array of texts to be joined, makes no block.
 bool add_relation(DbfIdx& dbf, Var* child, Var* key, Var* text);
-// Gives up all relations, without moving a child.
-void clear_relations(DbfIdx& dbf);
+// Gives up the relations into a table, null: all, without moving a child.
+void clear_relations(DbfIdx& dbf, const Var* child = nullptr);
 
 }  // namespace tarnel

@@ -1,0 +1,14 @@
+* A handler that breaks where there is no sequence: the error is told that it has got.
+procedure main
+  errorblock({|o| handle(o)})
+  fail({})
+  ? "never"
+  return
+
+procedure fail(n)
+  ? 1 + n
+  return
+
+procedure handle(o)
+  break o:gencode
+  return
