@@ -1,6 +1,7 @@
 #include "lang/commands.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cassert>
 #include <cctype>
 #include <utility>
@@ -36,12 +37,13 @@ class Commands {
   static Commands& all();
 
   bool has(std::uint32_t key) const {
-    return std::ranges::binary_search(pieces_, key, {}, &Piece::key);
+    return beginnings_[bit(key)] && std::ranges::find(pieces_, key, &Piece::key) != pieces_.end();
   }
 
   void load(std::uint32_t key, std::uint32_t second) {
-    for (Piece& piece : std::ranges::equal_range(pieces_, key, {}, &Piece::key))
-      if (piece.second == 0 || piece.second == second) load(piece);
+    if (!beginnings_[bit(key)]) return;
+    for (Piece& piece : pieces_)
+      if (piece.key == key && (piece.second == 0 || piece.second == second)) load(piece);
   }
 
   void load_all() {
@@ -51,24 +53,27 @@ class Commands {
 
  private:
   void find_pieces(std::string_view text) {
+    pieces_.reserve(256);
     std::int32_t line = 1;
     for (std::size_t at = 0; at < text.size(); ++line) {
       const std::size_t end = std::min(text.find('\n', at), text.size());
-      if (!text.substr(at).starts_with(kDirective)) {
-        assert(text[at] != '#');
+      if (text[at] != '#') {
         at = end + 1;
         continue;
       }
+      assert(text.substr(at).starts_with(kDirective));
       std::string_view rule = text.substr(at + kDirective.size());
       const std::uint32_t key = take_key(rule), second = take_key(rule);
       Piece piece{key, second, at, end, line};
       for (; text[piece.end - 1] == ';'; ++line)
         piece.end = std::min(text.find('\n', piece.end + 1), text.size());
       pieces_.push_back(piece);
+      beginnings_.set(bit(key));
       at = piece.end + 1;
     }
-    std::ranges::stable_sort(pieces_, {}, &Piece::key);
   }
+
+  static std::size_t bit(std::uint32_t key) { return key * 0x9E3779B1U >> 22; }
 
   // The key of the name or sign that stands here, which is taken; 0 where a marker, a clause or the result begins.
   static std::uint32_t take_key(std::string_view& rule) {
@@ -98,7 +103,8 @@ class Commands {
   Diagnostics diagnostics_{files_};
   Directives directives_;
   std::int32_t file_ = 0;
-  std::vector<Piece> pieces_;  // sorted by key, those of one key in their order
+  std::vector<Piece> pieces_;     // in the order of their lines
+  std::bitset<1024> beginnings_;  // most words are told apart by it
   bool all_loaded_ = false;
 };
 
