@@ -105,11 +105,11 @@ bool add_relation(DbfIdx& dbf, Var* child, Var* key, Var* text) {
 
 void clear_relations(DbfIdx& dbf, const Var* child) {
   auto& list = dbf.relations.list;
-  const auto gone = std::ranges::stable_partition(list, [&](const Relation& relation) {
+  const auto gone = std::stable_partition(list.begin(), list.end(), [&](const Relation& relation) {
     return child != nullptr && relation.child->shared != child->shared;
   });
-  std::vector<Relation> given_up(gone.begin(), gone.end());
-  list.erase(gone.begin(), gone.end());
+  std::vector<Relation> given_up(gone, list.end());
+  list.erase(gone, list.end());
   dbf.relations.on = dbf.relations.on && !list.empty();
   for (Relation& relation : given_up)
     for (Var** slot : {&relation.child, &relation.keyBlock, &relation.text}) UNHOLD_VAR(slot);
