@@ -103,14 +103,15 @@
 
 // --- Sums
 
-#command COUNT [TO <var>] [FOR <for>] [WHILE <while>] [NEXT <n>] [RECORD <rec>] [<rest: REST>] [ALL] ;
+#command COUNT [FOR <for>] [WHILE <while>] [NEXT <n>] [RECORD <rec>] [<rest: REST>] [ALL] TO <var> ;
+    [FOR <for>] [WHILE <while>] [NEXT <n>] [RECORD <rec>] [<rest: REST>] [ALL] ;
   => <var> := __dbcount(<{for}>, <{while}>, <n>, <rec>, <.rest.>)
 #command SUM <values,...> [TO <var> [, <more>]] ;
     [FOR <for>] [WHILE <while>] [NEXT <n>] [RECORD <rec>] [<rest: REST>] [ALL] ;
-  => __dbsum({<{values}>}, <{for}>, <{while}>, <n>, <rec>, <.rest.>, @<var> [, @<more>])
+  => __dbsum({<{values}>}, <{for}>, <{while}>, <n>, <rec>, <.rest.> [, @<var>] [, @<more>])
 #command AVERAGE <values,...> [TO <var> [, <more>]] ;
     [FOR <for>] [WHILE <while>] [NEXT <n>] [RECORD <rec>] [<rest: REST>] [ALL] ;
-  => __dbaverage({<{values}>}, <{for}>, <{while}>, <n>, <rec>, <.rest.>, @<var> [, @<more>])
+  => __dbaverage({<{values}>}, <{for}>, <{while}>, <n>, <rec>, <.rest.> [, @<var>] [, @<more>])
 
 // --- Sets of records
 

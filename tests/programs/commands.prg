@@ -12,6 +12,8 @@ procedure main
   set softseek maybe
   go 1 +
   seek
+  count for a
+  sum a
 
 class c
   var x
