@@ -151,6 +151,7 @@ void Machine::stepUnary(const Step& step) {
 void Machine::stepAssign(const Step& step) {
   Var* value = pop();
   Var* target = pop();
+  if (is_error(target) && code_.goes_on()) return push(target);  // a field that isn't there: told
   // What is undefined, or an error that a handler passed over, is no value for a record.
   if (upper_class(target->sclass) == 'F') {
     if (is_undefined(value) && is_undefined(ARG_VAR(value))) value = error_value();

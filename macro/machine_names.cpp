@@ -182,7 +182,10 @@ void Machine::stepAreaNamed(const Step& step) {
 }
 
 void Machine::stepAreaCurrent(const Step&) {
-  area_ = area_hooks().current != nullptr ? area_hooks().current() : nullptr;
+  const AreaHooks& areas = area_hooks();
+  area_ = areas.current != nullptr ? areas.current() : nullptr;
+  if (code_.goes_on() && (area_ == nullptr || areas.owner(area_) == nullptr))
+    no_area(322, format_text("in work area %d", area_ != nullptr ? areas.current_number() : 1));
 }
 
 void Machine::stepAreaOf(const Step&) {
@@ -195,6 +198,7 @@ void Machine::stepAreaOf(const Step&) {
   if (!is_number(which)) return no_area(342, "variable has wrong type");
   const auto by_number = area_hooks().by_number;
   area_ = by_number != nullptr ? by_number(integer_of(which)) : nullptr;
+  if (area_ == nullptr && code_.goes_on()) no_area(342, "no such area");
 }
 
 void Machine::stepField(const Step& step) {

@@ -38,6 +38,14 @@ procedure main
   recover using e
     ? e:gencode, k
   end
+  // Without a table each tells it once.
+  errorblock({|o| qout(o:gencode)})
+  close all
+  replace k with 1
+  select 3
+  replace k with 1
+  ? field->k
+  (7)->k := 1
   return
 
 procedure leave(cHow, bHow)
