@@ -225,6 +225,7 @@
 #command WAIT [<prompt>]              => __wait(<prompt>)
 #command WAIT [<prompt>] TO <var>     => <var> := __wait(<prompt>)
 #command ACCEPT [<prompt>] TO <var>   => <var> := __accept(<prompt>)
+#command INPUT [<prompt>] TO <var>    => <var> := __input(<prompt>)
 
 // --- Settings
 

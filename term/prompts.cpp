@@ -8,8 +8,10 @@
 #include "core/descriptors.h"
 #include "core/output.h"
 #include "core/settings.h"
+#include "core/text.h"
 #include "lib/arguments.h"
 #include "lib/value_text.h"
+#include "macro/evaluator.h"
 #include "term/colours.h"
 #include "term/keyboard.h"
 #include "term/line_field.h"
@@ -53,6 +55,13 @@ std::string line_of_input() {
   return line;
 }
 
+// What is answered to the prompt; empty where nobody can.
+std::string answered_line(std::int32_t argc, Var** argv) {
+  write_prompt(text_argument(argc, argv, 0));
+  if (screen_open()) return line_of_screen();
+  return state.may_read_input ? line_of_input() : std::string();
+}
+
 }  // namespace
 
 void let_accept_read_input(bool may) {
@@ -66,13 +75,15 @@ Var* builtin_wait(std::int32_t argc, Var** argv) {
 }
 
 Var* builtin_accept(std::int32_t argc, Var** argv) {
-  write_prompt(text_argument(argc, argv, 0));
-  state.line.clear();
-  if (screen_open())
-    state.line = line_of_screen();
-  else if (state.may_read_input)
-    state.line = line_of_input();
+  state.line = answered_line(argc, argv);
   return TMP_TEXT(state.line);
+}
+
+// Only a person at the terminal, or who started the program, gets a line evaluated: where input is
+// somebody else's there is none.
+Var* builtin_input(std::int32_t argc, Var** argv) {
+  const std::string line = answered_line(argc, argv);
+  return trim_blanks(line).empty() ? empty_text() : EXP_EVAL(line);
 }
 
 Var* acceptst(std::int32_t, Var**) {

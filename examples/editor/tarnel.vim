@@ -11,7 +11,7 @@ syntax keyword tnDeclaration procedure function init local static private public
 syntax keyword tnDeclaration class inherit var method endclass
 syntax keyword tnCommand use select go goto skip seek locate continue replace append delete recall pack zap copy sort
 syntax keyword tnCommand total join update count sum average index reindex set close commit unlock store release save
-syntax keyword tnCommand restore erase rename clear say wait accept quit run list display
+syntax keyword tnCommand restore erase rename clear say wait accept input quit run list display
 syntax keyword tnType numeric integer character logical date array block object
 syntax keyword tnConstant nil self super
 syntax match tnConstant "\.[tfyn]\."

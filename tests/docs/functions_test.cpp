@@ -212,10 +212,10 @@ TEST_F(Examples, ShowWhatTheySay) {
 // What ends the run, needs somebody to answer or a screen, or tells of the caller's variables: a function that is
 // added has an example.
 constexpr std::string_view kWithoutExample[] = {
-    "_deferror", "_displpriv", "_displpubl", "_displvar",  "_errcaller", "_procvar",   "__mrelease",
-    "__quit",    "__shutdown", "break",      "erralert",   "__accept",   "__wait",     "_enhanced",
-    "_pop_tty",  "_push_tty",  "_standard",  "_unselecte", "alert",      "colorselec", "dispbox",
-    "refresh",   "restscreen", "savescreen", "scroll",
+    "_deferror", "_displpriv", "_displpubl", "_displvar",  "_errcaller", "_procvar", "__mrelease",
+    "__quit",    "__shutdown", "break",      "erralert",   "__accept",   "__input",  "__wait",
+    "_enhanced", "_pop_tty",   "_push_tty",  "_standard",  "_unselecte", "alert",    "colorselec",
+    "dispbox",   "refresh",    "restscreen", "savescreen", "scroll",
 };
 
 TEST_F(Examples, EveryFunctionHasOne) {

@@ -102,9 +102,10 @@ TEST(Commands, BecomeCalls) {
        ".T.)\n__mvrestore(\"f\", .T.)"},
       {"",
        "@ 1, 2 say a pict '99' color 'w/n'\n@ r, c to 5, 6 double\n@ 1,2 clear\nwait to k\naccept "
-       "'n' to n",
+       "'n' to n\ninput to z",
        "devpos(1, 2)\ndevout(transform(a, '99'), 'w/n')\ndispbox(r, c, 5, 6, 2,)\n"
-       "scroll(1, 2, maxrow(), maxcol())\nsetpos(1, 2)\nk := __wait()\nn := __accept('n')"},
+       "scroll(1, 2, maxrow(), maxcol())\nsetpos(1, 2)\nk := __wait()\nn := __accept('n')\nz := "
+       "__input()"},
       {"", "set exact on\nset dele (l)\nset softseek &x\nset century junk",
        "set(1, \"on\")\nset(11, l)\nset(9, x)\nset century junk"},
       {"",

@@ -289,6 +289,10 @@ TEST_F(Screen, ALineIsEdited) {
     EXPECT_EQ(call("__acceptst", {}), row.line);
   }
   EXPECT_EQ(picture(), "> a|> bc|> xybz|> 567890");
+  shown.typed = {'2', '*', '3', kKeyEnter};
+  EXPECT_EQ(call("__input", {"> "}), "I 6");
+  shown.typed = {' ', kKeyEnter};
+  EXPECT_EQ(call("__input", {"> "}), "C ");
 }
 
 // The bell of a refused byte is the moment at which the row is looked at.

@@ -117,8 +117,9 @@ TEST_F(PageFunctions, BodiesThatAreNoFormsAreRefused) {
 }
 
 TEST_F(PageFunctions, NothingIsReadFromTheConsoleAndNoProgramStarted) {
-  EXPECT_EQ(run("ACCEPT 'a?' TO x\nWAIT 'w?' TO y\n?? '[' + x + y + ']', inkey(0)", "", "a=1"),
-            kHeader + "\na?\nw?[]          0");
+  EXPECT_EQ(run("ACCEPT 'a?' TO x\nWAIT 'w?' TO y\nINPUT TO z\n?? '[' + x + y + z + ']', inkey(0)",
+                "", "__quit()"),
+            kHeader + "\na?\nw?\n[]          0");
   EXPECT_NE(run("@ 1, 1 SAY 'x'").find("<p>p.prg:2: Illegal value</p>"), std::string::npos);
   for (const char* starts : {"RUN echo ran", "exec({'echo', 'ran'})",
                              "SET ALTERNATE TO '|cat >ran'", "set(24, '|echo ran >ran')"}) {
