@@ -65,10 +65,11 @@ class TagScan {
 
   // To its end, or to the end of the tag in it.
   void skip_comment() {
-    const bool over_lines = text_.substr(at_).starts_with("/*");
-    const std::size_t end = over_lines ? text_.find("*/", at_ + 2) : text_.find('\n', at_);
-    at_ = std::min({end == std::string_view::npos ? text_.size() : end + (over_lines ? 2 : 0),
-                    text_.find(kClose, at_), text_.size()});
+    if (tag_end_ < at_) tag_end_ = std::min(text_.find(kClose, at_), text_.size());
+    const std::string_view rest = text_.substr(0, tag_end_);
+    const bool over_lines = rest.substr(at_).starts_with("/*");
+    const std::size_t end = over_lines ? rest.find("*/", at_ + 2) : rest.find('\n', at_);
+    at_ = end == std::string_view::npos ? tag_end_ : end + (over_lines ? 2 : 0);
   }
 
   static bool opens_text(char c, char before) {
@@ -81,12 +82,24 @@ class TagScan {
 
   // A quote that isn't closed in its line opens no text.
   void skip_text(char close) {
-    const std::size_t end = text_.find(close, at_ + 1);
-    at_ = end < text_.find('\n', at_) ? end + 1 : at_ + 1;
+    if (line_end_ <= at_) {
+      line_end_ = std::min(text_.find('\n', at_), text_.size());
+      unclosed_.clear();
+    }
+    ++at_;
+    if (unclosed_.find(close) != std::string::npos) return;
+    const std::size_t end = text_.substr(0, line_end_).find(close, at_);
+    if (end == std::string_view::npos)
+      unclosed_ += close;
+    else
+      at_ = end + 1;
   }
 
   std::string_view text_;
   std::size_t at_;
+  // What was found lying ahead, so that nothing is gone over for each sign anew.
+  std::size_t tag_end_ = 0, line_end_ = 0;
+  std::string unclosed_;  // quotes that the rest of the line doesn't have
 };
 
 class PageCutter {
