@@ -106,10 +106,11 @@ void close_files() {
 constexpr void (*kExitRoad[])() = {run_exit_procedures, close_areas,   finish_output, sync_tables,
                                    close_files,         finish_output, close_terminal};
 constexpr std::size_t kExitProcedures = 1;  // the steps begun while they run
+constexpr std::size_t kTablesClosed = 2;
 
-void walk_exit_road() {
+void walk_exit_road(std::size_t steps = std::size(kExitRoad)) {
   state.in_exit_road = true;
-  while (state.exit_steps < std::size(kExitRoad)) kExitRoad[state.exit_steps++]();
+  while (state.exit_steps < steps) kExitRoad[state.exit_steps++]();
   state.in_exit_road = false;
 }
 
@@ -179,6 +180,11 @@ bool fails_on_exit_road(int code, std::string_view text) {
 
 void pass_over_exit_procedures() {
   state.exit_steps = std::max(state.exit_steps, kExitProcedures);
+}
+
+void leave_tables() {
+  pass_over_exit_procedures();
+  walk_exit_road(kTablesClosed);
 }
 
 int exit_status() {

@@ -54,6 +54,8 @@ bool in_exit_procedure();
 
 // A run that an error ends has no EXIT procedures.
 void pass_over_exit_procedures();
+// The same, and its tables are closed now: for a run that tells why it ends, to a reader who may not listen.
+void leave_tables();
 
 // The status with which a run ends that nobody gives another: 0 until it is set.
 int exit_status();

@@ -237,8 +237,16 @@ void set_interrupt_dialogue(void (*dialogue)()) {
   update_heed();
 }
 
+// Of all signals the end of the time counts there.
+static void answer_in_exit_procedure() {
+  if (state.time_over == 0 || !in_exit_procedure()) return;
+  state.time_over = 0;
+  state.time_answer();
+}
+
 void answer_signals() {
-  if (state.held > 0 || on_exit_road()) return;
+  if (state.held > 0) return;
+  if (on_exit_road()) return answer_in_exit_procedure();
   // A tick that comes when the signal is answered would break off the next call that blocks.
   if (state.watcher == nullptr) set_ticks(0, 0);
   detail::signal_noted = 0;  // first: one that comes now is looked at again

@@ -81,6 +81,13 @@ bool header_is_out() {
   return state.out;
 }
 
+bool answer_is_html() {
+  return std::ranges::any_of(state.lines, [](const HeaderLine& line) {
+    return same_letters(line.name, "content-type") &&
+           lower_text(line.value).starts_with("text/html");
+  });
+}
+
 void set_answer_status(int status, std::string_view words) {
   assert(!state.out && status >= 200 && status <= 599);
   state.status = status;

@@ -12,6 +12,8 @@ void begin_answer();
 // Has the header out if nothing was written.
 void end_answer();
 bool header_is_out();
+// Is the answer HTML, as its header says or will say?
+bool answer_is_html();
 
 // A status from 200 to 599, with words or the usual ones. REQUIRES: the header isn't out.
 void set_answer_status(int status, std::string_view words = {});

@@ -78,22 +78,29 @@ void show_errors_in_pages(bool may) {
   state.shows = may;
 }
 
-std::string without_folders(std::string_view text) {
+std::string for_strangers(std::string_view text) {
+  const std::size_t first = text.find('"'), last = text.rfind('"');
+  if (first != last)
+    return for_strangers(std::string(text.substr(0, first)) + "something" +
+                         std::string(text.substr(last + 1)));
   std::string kept;
   while (!text.empty()) {
-    const std::size_t word = std::min(text.find_first_of(" :;,'\"()"), text.size());
-    kept += base_name(text.substr(0, word));
+    const std::size_t word = std::min(text.find_first_of(" :;,'()"), text.size());
+    kept += (text.starts_with('/') || text.starts_with('.')) ? base_name(text.substr(0, word))
+                                                             : text.substr(0, word);
     kept += text.substr(word, 1);
     text.remove_prefix(std::min(word + 1, text.size()));
   }
   return kept;
 }
 
-void tell_failure(std::string_view for_strangers, std::string_view report) {
+void tell_failure(std::string_view words, std::string_view report) {
   log_lines(report);
-  const std::string shown = state.shows
-                                ? "<pre>" + html_escaped(report) + "</pre>\n"
-                                : "<p>" + html_escaped(without_folders(for_strangers)) + "</p>\n";
+  const std::string told = state.shows ? std::string(report) : for_strangers(words);
+  if (header_is_out() && !answer_is_html())
+    return write_standard("\nThe page ends in an error\n" + told + "\n");
+  const std::string shown = state.shows ? "<pre>" + html_escaped(told) + "</pre>\n"
+                                        : "<p>" + html_escaped(told) + "</p>\n";
   if (header_is_out()) return write_standard("\n<h1>The page ends in an error</h1>\n" + shown);
   answer_refusal(kServerError);
   write_standard(shown);
@@ -110,12 +117,11 @@ Var* page_errorsys(std::int32_t, Var**) {
 void end_page(std::string_view words) {
   set_memory_limit(0, nullptr);
   const std::string text = place_of_failure() + std::string(words);
+  leave_tables();
   if (std::exchange(state.failing, true))
     log_lines(text);
   else
     tell_failure(text, text);
-  static_cast<void>(write_gathered());
-  pass_over_exit_procedures();
   QUIT_RUN(0);
 }
 
@@ -125,13 +131,13 @@ Var* page_failed(std::int32_t argc, Var** argv) {
   const std::int32_t code = number_of(error, "gencode");
   if (code == kDeveloperNotice && !settings().developer) return false_value();
   set_memory_limit(0, nullptr);
-  if (std::exchange(state.failing, true)) {
-    log_lines(full_report(error));
-  } else {
-    tell_failure(place_of_failure() + words_for_strangers(code), full_report(error));
-    static_cast<void>(write_gathered());
-  }
-  pass_over_exit_procedures();
+  const std::string words = place_of_failure() + words_for_strangers(code);
+  const std::string report = full_report(error);
+  leave_tables();
+  if (std::exchange(state.failing, true))
+    log_lines(report);
+  else
+    tell_failure(words, report);
   QUIT_RUN(0);
 }
 

@@ -15,14 +15,14 @@ void show_errors_in_pages(bool may);
 
 // What is wrong with a page that can't be run: an answer with status 500, or the end of the page.
 void tell_faults(const Diagnostics& diagnostics);
-// The same for other reasons. `for_strangers` goes into the page in any case, `report`, of lines, with show_errors.
-void tell_failure(std::string_view for_strangers, std::string_view report);
+// The same for other reasons. `words` go into the page as strangers may see them, `report`, of lines, with show_errors.
+void tell_failure(std::string_view words, std::string_view report);
 
 // The page ends here: an error that no handler hears of.
 [[noreturn]] void end_page(std::string_view words);
 
-// A text whose paths are cut to the names of the files.
-std::string without_folders(std::string_view text);
+// A text whose paths are cut to the names of the files, without what it quotes of a source.
+std::string for_strangers(std::string_view text);
 
 #define PAGE_ERROR_BUILTINS(X)                                                      \
   X("errhand", page_failed, "errhand(oError): tells of an error and ends the page") \

@@ -84,13 +84,13 @@ int refused_body(const PageConfig& config) {
 bool enter_data_folder(const PageConfig& config, const std::string& root) {
   const std::string named = config.data.starts_with('/') ? config.data : root + "/" + config.data;
   const std::string folder = real_path(named);
-  if (!folder.empty() && (folder == root || lies_below(folder, root))) {
+  if (!folder.empty() && (folder == root || lies_below(folder, root) || lies_below(root, folder))) {
     tell_failure("The configuration isn't right",
-                 folder + ": tables among the documents could be fetched");
+                 folder + ": tables among the documents, or round them, could be fetched");
     return false;
   }
   if (folder.empty() || chdir(folder.c_str()) != 0) {
-    log_system(LOG_NOTICE, "no folder of tables %s: %s", named.c_str(), std::strerror(errno));
+    log_system(LOG_WARNING, "no folder of tables %s: %s", named.c_str(), std::strerror(errno));
     if (chdir("/") != 0) return false;
   }
   set_secret_folder(folder);
@@ -141,15 +141,19 @@ LoadedProgram* read_page(const PageChoice& page, const PageConfig& config) {
   return nullptr;
 }
 
-void run_page(LoadedProgram& program) {
+void run_page(LoadedProgram& program, const std::string& path) {
   Var* const env = make_environment_array();
   Var* const form =
       make_form_array(content_length(std::getenv("CONTENT_LENGTH")), FormLog::kNothing);
   close_standard_input();
   if (program.mentions("tntoken")) welcome_visitor();  // the call may stand behind the first output
   Var* arguments[] = {env, form, CALL_SIMPLE(tnstate)};
-  if (program.start())
-    program.entry()->call(static_cast<std::int32_t>(std::size(arguments)), arguments);
+  if (!program.start()) {
+    const std::string words = path + ": an INIT procedure wants the page to end";
+    return tell_failure(words, words);
+  }
+  program.entry()->call(static_cast<std::int32_t>(std::size(arguments)), arguments);
+  look_at_signals();  // what was broken off last is told of too
 }
 
 }  // namespace
@@ -162,11 +166,13 @@ void end_page_files() {
 Var* page_main(std::int32_t, Var**) {
   open_request_log("tnpage");
   PageConfig config;
-  if (std::string fault; !read_page_config(config, fault)) {
+  std::string fault;
+  const bool right = read_page_config(config, fault);
+  apply(config);
+  if (!right) {
     tell_failure("The configuration isn't right", fault);
     return nil_value();
   }
-  apply(config);
   if (const int status = refused_body(config); status != 0) {
     refuse(status, "a body of another kind or length than forms have");
     return nil_value();
@@ -179,7 +185,7 @@ Var* page_main(std::int32_t, Var**) {
   log_line("page %s", page.path.c_str());
   LoadedProgram* const program = read_page(page, config);
   if (program == nullptr || !enter_data_folder(config, page.root)) return nil_value();
-  run_page(*program);
+  run_page(*program, page.path);
   return nil_value();
 }
 

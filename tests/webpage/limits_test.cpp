@@ -37,7 +37,8 @@ TEST_F(Limits, APageThatTakesTooLongEnds) {
        {"DO WHILE .T.\nENDDO", "FOR i := 1 TO 2 STEP 0.0000000001\nNEXT", "inkey(20)", "sleep(20)",
         "dbcreate('t', {{'A', 'C', 1, 0}})\nUSE t SHARED\nAPPEND BLANK\nSELECT 0\n"
         "USE t SHARED ALIAS again\nautorlock(dbserver(), 100)",
-        "x := {|| 1}\nDO WHILE .T.\neval(x)\nENDDO"}) {
+        "x := {|| 1}\nDO WHILE .T.\neval(x)\nENDDO",
+        "RETURN\nEXIT PROCEDURE last\nDO WHILE .T.\nENDDO"}) {
     const std::string page = run(std::string("?? 'a'\n") + loop + "\n?? 'on'");
     EXPECT_NE(page.find(": the page took too long</p>"), std::string::npos) << loop << page;
     EXPECT_TRUE(page.starts_with(kHeader + "a")) << loop << page;

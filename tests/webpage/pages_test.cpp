@@ -119,9 +119,20 @@ TEST_F(PageFiles, StrangersSeeThePlaceAndThePlainWordsOfAnError) {
   EXPECT_EQ(get("a.prg"), kHeader +
                               "\nbegun\n<h1>The page ends in an error</h1>\n"
                               "<p>a.prg:3: data type mismatch</p>\n");
-  write("root/a.prg", "? 'begun'\nx := ) secret(\n");
+  for (const char* fault :
+       {"x := ) secret(", "x := 1 'secret'", "#define S \"secret\"\nx := S S"}) {
+    write("root/a.prg", std::string("? 'begun'\n") + fault + "\n");
+    const std::string place = std::string("<p>a.prg:") + (fault[0] == '#' ? '3' : '2');
+    EXPECT_EQ(get("a.prg"), refusal("500 Internal Server Error") + place +
+                                ": something isn&#39;t expected here</p>\n");
+  }
+  write("root/a.prg", "?? 'begun'\nRETURN\nINIT PROCEDURE no\nRETURN .F.\n");
   EXPECT_EQ(get("a.prg"), refusal("500 Internal Server Error") +
-                              "<p>a.prg:2: &quot;)&quot; isn&#39;t expected here</p>\n");
+                              "<p>a.prg: an INIT procedure wants the page to end</p>\n");
+  write("root/a.prg", "tnheader('Content-type', 'text/csv')\n?? 'begun'\nx := 1 + {}\n");
+  EXPECT_EQ(get("a.prg"),
+            "Content-type: text/csv\n\nbegun\nThe page ends in an error\n"
+            "a.prg:3: data type mismatch\n");
 }
 
 }  // namespace
