@@ -91,6 +91,7 @@ bool read_file(const std::string& name, PageConfig& config, std::string& fault) 
     return fail(fault, name, std::string(": ") + std::strerror(errno));
   if (!S_ISREG(status.st_mode)) return fail(fault, name, " is no regular file");
   if (strangers_may_write(status)) return fail(fault, name, " can be written by strangers");
+  if (status.st_size > static_cast<off_t>(kMostBytes)) return fail(fault, name, " is too long");
   std::string text(kMostBytes, '\0');
   const std::int64_t length = read_some_at(file.fd(), text.data(), text.size(), 0);
   if (length < 0) return fail(fault, name, std::string(": ") + std::strerror(errno));
@@ -110,7 +111,10 @@ bool read_page_config(PageConfig& config, std::string& fault) {
   struct stat status;
   for (const std::string& name :
        {beside_the_program(), std::string(TARNEL_CONFIG_DIR "/") + kName}) {
-    if (file_ops().stat(name.c_str(), &status) == 0) return read_file(name, config, fault);
+    // A link that leads nowhere was meant to be one.
+    char first;
+    if (file_ops().stat(name.c_str(), &status) == 0 || ::readlink(name.c_str(), &first, 1) > 0)
+      return read_file(name, config, fault);
     if (errno != ENOENT && errno != ENOTDIR)
       return fail(fault, name, std::string(": ") + std::strerror(errno));
   }

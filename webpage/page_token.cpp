@@ -1,5 +1,6 @@
 #include "webpage/page_token.h"
 
+#include <syslog.h>
 #include <unistd.h>
 
 #include <utility>
@@ -7,6 +8,7 @@
 #include "core/file_ops.h"
 #include "core/frame.h"
 #include "core/open_files.h"
+#include "core/system_log.h"
 #include "lib/digests.h"
 
 namespace tarnel {
@@ -42,6 +44,9 @@ const std::string& secret() {
   if (!state.secret.empty() || state.folder.empty()) return state.secret;
   const std::string name = state.folder + kSecretFile;
   const File file(name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR);
+  if (file.opened() && !is_private(file.fd()))
+    write_system_log(LOG_ERR,
+                     name + ": must belong to the account of the server, and to it alone (0600)");
   if (!file.opened() || !is_private(file.fd()) ||
       !lock_range(file.fd(), F_WRLCK, 0, 0, LockWait::kYes))
     return state.secret;

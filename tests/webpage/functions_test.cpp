@@ -143,7 +143,7 @@ TEST_F(PageFunctions, TablesLieInTheFolderOfTheConfiguration) {
   configure("data = " + path("nowhere"));
   EXPECT_EQ(run("?? 1"), kHeader + "         1") << "a page without tables";
   EXPECT_TRUE(run(make).starts_with("Status: 500")) << "a table has no place";
-  for (const char* among : {"data = .", "data = sub"}) {
+  for (const char* among : {"data = .", "data = sub", "data = .."}) {
     write("root/sub/keep", "");
     configure(among);
     EXPECT_TRUE(run(make).starts_with("Status: 500")) << among;
@@ -159,6 +159,12 @@ TEST_F(PageFunctions, AConfigurationThatIsNotRightServesNothing) {
     EXPECT_TRUE(page.starts_with("Status: 500 Internal Server Error\n")) << lines << page;
     EXPECT_EQ(page.find("tnpage.conf"), std::string::npos) << page;
   }
+  configure(std::string(70000, '#') + "\ndatas = x");
+  EXPECT_TRUE(run("?? 'on'").starts_with("Status: 500")) << "it isn't read whole";
+  std::filesystem::remove(path("bin/tnpage.conf"));
+  std::filesystem::create_symlink("nowhere", path("bin/tnpage.conf"));
+  EXPECT_TRUE(run("?? 'on'").starts_with("Status: 500")) << "a link that leads nowhere";
+  std::filesystem::remove(path("bin/tnpage.conf"));
   write("bin/tnpage.conf", "", 0666);
   EXPECT_TRUE(run("?? 'on'").starts_with("Status: 500")) << "others may write it";
 }
