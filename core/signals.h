@@ -25,8 +25,8 @@ void set_interrupt_answer(InterruptAnswer answer);
 // Forgets an interrupt that waits: has one come?
 bool take_interrupt();
 
-// Does an interrupt wait, or is the time over, so that what runs will be broken off as soon as nobody holds it? Long work within such a hold may
-// then end early where it can be taken up again.
+// Does an interrupt wait, or is the time over, so that what runs will be broken off as soon as nobody holds it? Long work
+// within such a hold may then end early where it can be taken up again.
 bool interrupt_cancels();
 
 // A program that has a screen may ask there whether to leave. Null, as long as none asks: the answer above.
