@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/signals.h"
+
 namespace tarnel {
 namespace {
 
@@ -31,6 +33,7 @@ bool Rewriting::apply_rule(std::string_view name, std::string_view file, std::in
 }
 
 bool Rewriting::make(std::size_t bytes) {
+  look_at_signals();
   bytes_ += bytes;
   return bytes_ <= kLongestStatement || too_much("a statement that becomes longer than 1 MiB");
 }
