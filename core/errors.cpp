@@ -124,6 +124,7 @@ void print_fatal_report() {
   for (f = f->prev; f != nullptr && f->prev != nullptr; f = f->prev)
     if (f->line >= 0) report += format_text("%10s %3d: %10s()\r\n", f->module, f->line, f->proc);
   report += "Press return ...\r\n";
+  if (runtime_hooks().tell_fatal != nullptr) return runtime_hooks().tell_fatal(report);
   static_cast<void>(write_gathered());
   if (runtime_hooks().close_terminal != nullptr) runtime_hooks().close_terminal();
   write_fully(STDERR_FILENO, report);

@@ -109,9 +109,8 @@ constexpr std::size_t kExitProcedures = 1;  // the steps begun while they run
 constexpr std::size_t kTablesClosed = 2;
 
 void walk_exit_road(std::size_t steps = std::size(kExitRoad)) {
-  state.in_exit_road = true;
+  const Switched<bool> walking(state.in_exit_road, true);
   while (state.exit_steps < steps) kExitRoad[state.exit_steps++]();
-  state.in_exit_road = false;
 }
 
 }  // namespace

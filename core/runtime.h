@@ -14,6 +14,7 @@ struct RuntimeHooks {
   void (*setup)() = nullptr;           // the executable's own, called after programini
   void (*open_terminal)() = nullptr;   // of a program that has a screen from the start
   void (*close_terminal)() = nullptr;  // gives it back, may be called again
+  void (*tell_fatal)(std::string_view report) = nullptr;  // of a fatal error, in place of standard error
   void (*close_areas)() = nullptr;     // closes all work areas
   void (*close_files)() = nullptr;     // alternate, extra and print files
 };
@@ -36,8 +37,8 @@ void shutdown_runtime();
 bool is_quitting();
 // A step of the exit road runs.
 bool on_exit_road();
-// To be asked by each raise. Inside the exit road, but for UsualExitErrors, no error reaches the error block: it is told once, and
-// the run ends with status 1. An EXIT procedure is broken off; the closing of tables goes on, so that one
+// To be asked by each raise. Inside the exit road, but for UsualExitErrors, no error reaches the error block: it is told
+// once, and the run ends with status 1. An EXIT procedure is broken off; the closing of tables goes on, so that one
 // that fails doesn't keep the others open. A road that an error handler walks only logs what fails, since
 // the handler has reported the cause.
 [[nodiscard]] bool fails_on_exit_road(int code, std::string_view text);

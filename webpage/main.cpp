@@ -48,6 +48,7 @@ int main(int, char** argv) {
     log_orders();
   };
   runtime_hooks().close_files = end_page_files;
+  runtime_hooks().tell_fatal = tell_fatal;
   // A query without an equals sign comes as arguments: they are a stranger's.
   START_RUNTIME(1, argv, {kFunctions.table(), kModules});
 }

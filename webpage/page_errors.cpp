@@ -114,6 +114,17 @@ Var* page_errorsys(std::int32_t, Var**) {
   return set_default_handler(failure_block);
 }
 
+void tell_fatal(std::string_view report) {
+  std::string lines(report);
+  std::erase(lines, '\r');
+  leave_tables();
+  if (std::exchange(state.failing, true))
+    log_lines(lines);
+  else
+    tell_failure(place_of_failure() + "a fatal error", lines);
+  QUIT_RUN(0);
+}
+
 void end_page(std::string_view words) {
   set_memory_limit(0, nullptr);
   const std::string text = place_of_failure() + std::string(words);

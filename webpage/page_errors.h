@@ -18,6 +18,9 @@ void tell_faults(const Diagnostics& diagnostics);
 // The same for other reasons. `words` go into the page as strangers may see them, `report`, of lines, with show_errors.
 void tell_failure(std::string_view words, std::string_view report);
 
+// The same for a fatal error, that of an error block for instance that fails itself.
+[[noreturn]] void tell_fatal(std::string_view report);
+
 // The page ends here: an error that no handler hears of.
 [[noreturn]] void end_page(std::string_view words);
 

@@ -126,6 +126,8 @@ TEST_F(PageFiles, StrangersSeeThePlaceAndThePlainWordsOfAnError) {
     EXPECT_EQ(get("a.prg"), refusal("500 Internal Server Error") + place +
                                 ": something isn&#39;t expected here</p>\n");
   }
+  write("root/a.prg", "errorblock({|e| 1 + {}})\nx := 1 + {}\n");
+  EXPECT_TRUE(get("a.prg").starts_with(refusal("500 Internal Server Error") + "<p>a.prg:1: "));
   write("root/a.prg", "?? 'begun'\nRETURN\nINIT PROCEDURE no\nRETURN .F.\n");
   EXPECT_EQ(get("a.prg"), refusal("500 Internal Server Error") +
                               "<p>a.prg: an INIT procedure wants the page to end</p>\n");
