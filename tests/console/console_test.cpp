@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -60,6 +61,11 @@ class Console : public ::testing::Test {
   }
   void type(const std::string& text) {
     ASSERT_EQ(write(in_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  // The prompt comes before the terminal takes keys one by one: until then a control character is its own.
+  void wait_for_editing() const {
+    termios modes;
+    while (tcgetattr(in_, &modes) == 0 && (modes.c_lflag & ICANON) != 0) usleep(1000);
   }
   // What it writes until a text comes, or its end.
   std::string read_to(const std::string& end) {
@@ -287,6 +293,7 @@ TEST_F(Console, ThePromptAsksOnAndCompletes) {
     type(line.substr(0, control));
     if (control < line.size()) {
       read_to("...> ");
+      wait_for_editing();
       type(line.substr(control));
     }
     const std::string answer = read_to("\r\ntnsh> ");
