@@ -73,6 +73,7 @@ TEST_P(EachServer, LetsNoScriptRunNoTableBeFetchedAndNoBodyBeEndless) {
   }
   for (const char* path : {"/user.dbf", "/user.DBT", "/user1.idx"})
     EXPECT_EQ(each.request("GET", path).status, 403) << path;
+  EXPECT_GE(each.request("GET", "/user.dbf/x").status, 403) << "a path behind the table";
   EXPECT_EQ(each.request("POST", "/cgi-bin/example0", "a=1", 32U << 20U).status, 413);
 }
 INSTANTIATE_TEST_SUITE_P(Samples, EachServer,
