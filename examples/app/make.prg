@@ -6,7 +6,8 @@ PROCEDURE main
     ? "The table is there already"
     RETURN 1
   ENDIF
-  dbcreate("account", {{"NUMBER", "N", 8, 0}, {"NAME", "C", 40, 0}, {"EMAIL", "C", 60, 0}, ;
+  // Four bytes for each letter that the pages allow: the most that one takes in UTF-8.
+  dbcreate("account", {{"NUMBER", "N", 8, 0}, {"NAME", "C", 160, 0}, {"EMAIL", "C", 240, 0}, ;
                        {"BALANCE", "N", 12, 2}, {"VERSION", "N", 8, 0}})
   USE account EXCLUSIVE
   INDEX ON str(number, 8) TO account1

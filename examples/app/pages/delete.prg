@@ -6,7 +6,7 @@ PROCEDURE main(aEnv, aForm)
     RETURN
   ENDIF
   open_accounts()
-  IF find(val(one(tnform(aForm, "number"))))
+  IF find(one(tnform(aForm, "number")))
     IF !rlock() .or. version != val(one(tnform(aForm, "version")))
       tnstatus(409)
       ?? "Somebody else is changing this account, or has changed it."

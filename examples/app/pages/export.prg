@@ -14,6 +14,6 @@ RETURN
 
 // A spreadsheet would take such a text for a formula.
 FUNCTION safe(cText)
-RETURN iif(left(cText, 1) $ "=+-@" .and. !empty(cText), "'" + cText, cText)
+RETURN iif(left(cText, 1) $ "=+-@" + chr(9) + chr(13) .and. !(cText == ""), "'" + cText, cText)
 
 #include "accounts.ch"
