@@ -39,6 +39,18 @@ std::string Site::get(const std::string& page, const std::string& environment,
                 body);
 }
 
+std::string Site::post(const std::string& page, const std::string& fields,
+                       const std::string& query) const {
+  const std::string open = get(page), cookie = "Set-Cookie: tnvisitor=", field = "value=\"";
+  const auto behind = [&](const std::string& mark, std::size_t from, std::size_t length) {
+    return open.substr(open.find(mark, from) + mark.size(), length);
+  };
+  return get(page,
+             "REQUEST_METHOD=POST HTTP_COOKIE=tnvisitor=" + behind(cookie, 0, 32) +
+                 " QUERY_STRING='" + query + "'",
+             fields + "&tntoken=" + behind(field, open.find("name=\"tntoken\""), 64));
+}
+
 std::string Site::answer(const std::string& environment, const std::string& body) const {
   int status = -1;
   const std::string text =

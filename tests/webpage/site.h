@@ -23,6 +23,9 @@ class Site {
   // What a request for a page of root/ answers; further entries of the environment stand behind.
   std::string get(const std::string& page, const std::string& environment = "",
                   const std::string& body = "") const;
+  // What it answers to a form with these fields, sent by a visitor who has the page open without a query.
+  std::string post(const std::string& page, const std::string& fields,
+                   const std::string& query = "") const;
   // The answer to just this environment.
   std::string answer(const std::string& environment, const std::string& body = "") const;
   // What the last answers wrote to standard error.
