@@ -162,8 +162,10 @@ class PageCutter {
 
   // Places are asked for in ascending order.
   Place place_of(std::size_t offset) {
-    for (std::size_t feed; (feed = text_.find('\n', line_begin_)) < offset; ++line_)
-      line_begin_ = feed + 1;
+    for (; line_end_ < offset; ++line_) {
+      line_begin_ = line_end_ + 1;
+      line_end_ = text_.find('\n', line_begin_);
+    }
     return {file_, line_, static_cast<std::int32_t>(offset - line_begin_) + 1};
   }
 
@@ -172,7 +174,7 @@ class PageCutter {
   Diagnostics& diagnostics_;
   std::vector<PagePiece> pieces_;
   std::size_t at_ = 0;
-  std::size_t line_begin_ = 0;
+  std::size_t line_begin_ = 0, line_end_ = text_.find('\n');
   std::int32_t line_ = 1;
 };
 
