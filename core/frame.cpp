@@ -71,11 +71,11 @@ Var* END_PROC(Frame* frame, char expected) {
 Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter) {
   const char type = static_cast<char>(letter & 127);
   const bool quiet = (letter & 128) != 0;
-  const bool of_method = state.current->method_scope != base_frame()->method_scope;
   Var* c = i < argc ? argv[i] : nullptr;
   if (c == nullptr) {
     c = empty_parameter(NEW_TEMP(), type);
   } else if (!parameter_type_fits(c->type, type)) {
+    const bool of_method = state.current->method_scope != state.base.method_scope;
     if (!quiet)
       RT_ERROR(201, format_text("for parameter #%d;expected %c - received %c;defaulting to empty "
                                 "parameter of type %c",
