@@ -1,14 +1,9 @@
 // A person's way through the example application, and a second one who meets him at the same record.
 //   node accounts.mjs http://127.0.0.1:PORT [SCREENSHOT]
 import assert from "node:assert/strict";
-import { chromium } from "playwright-core";
+import { browser } from "./chromium.mjs";
 
 const [base, screenshot] = process.argv.slice(2);
-const browser = await chromium.launch({
-  executablePath: "/usr/bin/chromium",
-  args: ["--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
-         "--disable-background-networking", "--disable-component-update", "--disable-sync"],
-});
 
 try {
   const open = async () => (await browser.newContext({ viewport: { width: 900, height: 500 } })).newPage();

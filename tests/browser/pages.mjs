@@ -2,14 +2,9 @@
 // the list and the browser page, and comes back through the static page.
 //   node pages.mjs http://127.0.0.1:PORT [SCREENSHOT]
 import assert from "node:assert/strict";
-import { chromium } from "playwright-core";
+import { browser } from "./chromium.mjs";
 
 const [base, screenshot] = process.argv.slice(2);
-const browser = await chromium.launch({
-  executablePath: "/usr/bin/chromium",
-  args: ["--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
-         "--disable-background-networking", "--disable-component-update", "--disable-sync"],
-});
 
 try {
   const page = await browser.newPage({ viewport: { width: 900, height: 1000 } });

@@ -212,7 +212,7 @@ TEST_F(Pages, AFullDiskGivesOneReportAndNoRegistration) {
 
 TEST_F(Pages, ABrowserFollowsTheLinksAndSubmitsTheForms) {
   const std::string command = "cd " BROWSER_MODULES " && cp " TARNEL_SOURCE_DIR
-                              "/tests/browser/pages.mjs . && node pages.mjs http://127.0.0.1:" +
+                              "/tests/browser/*.mjs . && node pages.mjs http://127.0.0.1:" +
                               std::to_string(server_.port());
   EXPECT_EQ(std::system(command.c_str()), 0);
 }

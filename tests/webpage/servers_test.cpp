@@ -91,10 +91,9 @@ TEST_P(Servers, TheAccountsWorkInABrowser) {
       0);
   const WebServer server(program(), GetParam(), path("root"));
   ASSERT_TRUE(server.running()) << "the server did not start";
-  const std::string command =
-      "cd " BROWSER_MODULES " && cp " TARNEL_SOURCE_DIR
-      "/tests/browser/accounts.mjs . && node accounts.mjs http://127.0.0.1:" +
-      std::to_string(server.port());
+  const std::string command = "cd " BROWSER_MODULES " && cp " TARNEL_SOURCE_DIR
+                              "/tests/browser/*.mjs . && node accounts.mjs http://127.0.0.1:" +
+                              std::to_string(server.port());
   EXPECT_EQ(std::system(command.c_str()), 0);
   EXPECT_EQ(
       std::system(
