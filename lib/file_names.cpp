@@ -141,6 +141,13 @@ std::string fileNameMap(std::string_view name, std::size_t limit) {
   return mapped;
 }
 
+std::string program_folder() {
+  char path[kNameLimit];
+  const ssize_t length = ::readlink("/proc/self/exe", path, sizeof path);
+  const std::string_view program(path, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+  return std::string(program.substr(0, program.rfind('/') + 1));
+}
+
 std::string extensionMap(std::string_view from) {
   const std::string key = extension_key(from);
   return key.empty() ? key : pair_text(find_pair(key));

@@ -19,6 +19,9 @@ constexpr std::size_t kFoundNameLimit = 250;  // of a name passed back to a call
 // whose result would not be shorter than `limit`; the name then stays as it was before that step.
 std::string fileNameMap(std::string_view name, std::size_t limit = kNameLimit);
 
+// The folder of the running program, with a / at its end.
+std::string program_folder();
+
 // The extension table of ten pairs. Gives the pair "from.to", or the empty text for an unknown one.
 std::string extensionMap(std::string_view from);
 // Adds or replaces a pair and gives the old one; the empty text when it was new or all ten are

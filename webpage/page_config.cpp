@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <climits>
 #include <cstring>
 #include <variant>
 
@@ -13,6 +12,7 @@
 #include "core/open_files.h"
 #include "core/text.h"
 #include "lang/source_file.h"
+#include "lib/file_names.h"
 #include "lib/strings.h"
 
 namespace tarnel {
@@ -72,13 +72,6 @@ bool store_line(PageConfig& config, std::string_view line) {
          store(config, *row, trim_blanks(line.substr(equals + 1)));
 }
 
-std::string beside_the_program() {
-  char path[PATH_MAX];
-  const ssize_t length = ::readlink("/proc/self/exe", path, sizeof path);
-  const std::string_view program(path, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-  return std::string(program.substr(0, program.rfind('/') + 1)) + kName;
-}
-
 bool fail(std::string& fault, const std::string& file, std::string_view words) {
   fault = file + std::string(words);
   return false;
@@ -110,7 +103,7 @@ bool read_file(const std::string& name, PageConfig& config, std::string& fault) 
 bool read_page_config(PageConfig& config, std::string& fault) {
   struct stat status;
   for (const std::string& name :
-       {beside_the_program(), std::string(TARNEL_CONFIG_DIR "/") + kName}) {
+       {program_folder() + kName, std::string(TARNEL_CONFIG_DIR "/") + kName}) {
     // A link that leads nowhere was meant to be one.
     char first;
     if (file_ops().stat(name.c_str(), &status) == 0 || ::readlink(name.c_str(), &first, 1) > 0)
