@@ -15,25 +15,20 @@ namespace {
 constexpr int kNothingRan = 2;
 constexpr std::int32_t kDeveloperNotice = 902;
 
-std::int32_t number_of_instance(Var* object, const char* name) {
-  const Var* const value = get_ivar(object, name);
-  return is_number_or_logical(value) ? integer_of(value) : 0;
-}
-
 // The error block of a program: an error that nobody handles ends it. What was written stays, tables are closed.
 Var* end_with_report(std::int32_t argc, Var** argv, Var**) {
   Procedure p("tnsh", "cb_1_1_1", -1, argc);
   Var* const error = argc > 0 ? argv[0] : nil_value();
   if (class_of(error) != &error_class()) return p.end();
-  if (number_of_instance(error, "gencode") == kDeveloperNotice) {
+  if (get_integer_ivar(error, "gencode") == kDeveloperNotice) {
     if (settings().developer) write_error(program_report(error));
     return p.end();
   }
   const std::string text = program_report(error);
+  leave_tables();
   end_last_line();
   static_cast<void>(write_gathered());
   write_error(text);
-  pass_over_exit_procedures();
   QUIT_RUN(1);
 }
 

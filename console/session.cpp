@@ -87,7 +87,7 @@ void make_known(std::string_view name) {
   if (sym > 0) symbol_var(sym)->sclass = 'U';
 }
 
-const char* severity_word(std::int32_t severity) {
+const char* line_word(std::int32_t severity) {
   switch (severity) {
     case kWarning:
       return "warning";
@@ -100,20 +100,15 @@ const char* severity_word(std::int32_t severity) {
   }
 }
 
-std::int32_t integer_instance(Var* object, const char* name) {
-  Var* value = get_ivar(object, name);
-  return is_number_or_logical(value) ? integer_of(value) : 0;
-}
-
 // The error block. It returns, so the run goes on as the language says.
 Var* show_error(std::int32_t argc, Var** argv, Var**) {
   Procedure p("tnsh", "cb_1_1_1", -1, argc);
   Var* error = argc > 0 ? argv[0] : nil_value();
   if (class_of(error) != &error_class()) return p.end();
-  const std::int32_t code = integer_instance(error, "gencode");
+  const std::int32_t code = get_integer_ivar(error, "gencode");
   Var* description = get_ivar(error, "descriptio");
   if ((code != kDeveloperNotice || settings().developer) && is_text(description))
-    complain(format_text("%s %d: ", severity_word(integer_instance(error, "severity")), code)
+    complain(format_text("%s %d: ", line_word(get_integer_ivar(error, "severity")), code)
                  .append(text_of(description)));
   return p.end();
 }

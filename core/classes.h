@@ -150,6 +150,11 @@ Var* csnoivar(Var* object, std::string_view name, std::int32_t super_depth, Var*
 inline Var* get_ivar(Var* object, std::string_view name) {
   return csnoivar(object, name, 0, nullptr);
 }
+// An instance that is a number or logical, cut to an integer; 0 for another.
+inline std::int32_t get_integer_ivar(Var* object, std::string_view name) {
+  const Var* const value = get_ivar(object, name);
+  return is_number_or_logical(value) ? integer_of(value) : 0;
+}
 inline Var* put_ivar(Var* object, std::string_view name, Var* value) {
   return csnoivar(object, name, 0, value);
 }

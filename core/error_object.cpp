@@ -19,19 +19,20 @@ namespace tarnel {
 namespace {
 
 // Instances of class error, in their order, with the type of their defaults.
-#define ERROR_INSTANCES(X)                                                                     \
-  X(argnum, 'I')                                                                               \
-  X(args, 'U')                                                                                 \
-  X(argtypereq, 'C')                                                                           \
-  X(callfuncsy, 'C')                                                                           \
-  X(candefault, 'L')                                                                           \
-  X(canretry, 'L')                                                                             \
-  X(cansubstit, 'L')                                                                           \
-  X(cargo, 'U')                                                                                \
-  X(choice, 'I') X(descriptio, 'C') X(filehandle, 'I') X(filename, 'C') X(funcptr, 'B')        \
-      X(funcsym, 'C') X(gencode, 'I') X(maxsize, 'N') X(methodself, 'O') X(operation, 'C')     \
-          X(oscode, 'I') X(severity, 'I') X(subcode, 'I') X(subcodetex, 'C') X(subsystem, 'C') \
-              X(substitute, 'C') X(tries, 'I')
+#define ERROR_INSTANCES(X)                                                                         \
+  X(argnum, 'I')                                                                                   \
+  X(args, 'U')                                                                                     \
+  X(argtypereq, 'C')                                                                               \
+  X(callfuncsy, 'C')                                                                               \
+  X(candefault, 'L')                                                                               \
+  X(canretry, 'L')                                                                                 \
+  X(cansubstit, 'L')                                                                               \
+  X(cargo, 'U')                                                                                    \
+  X(choice, 'I')                                                                                   \
+  X(descriptio, 'C') X(filehandle, 'I') X(filename, 'C') X(funcptr, 'B') X(funcsym, 'C')           \
+      X(gencode, 'I') X(maxsize, 'N') X(methodself, 'O') X(operation, 'C') X(oscode, 'I')          \
+          X(severity, 'I') X(subcode, 'I') X(subcodetex, 'C') X(subsystem, 'C') X(substitute, 'C') \
+              X(tries, 'I')
 #define INSTANCE_ROW(name, type) {#name, type},
 #define INSTANCE_NAME(name, type) k_##name,
 constexpr InstanceEntry kInstances[] = {ERROR_INSTANCES(INSTANCE_ROW)};
@@ -235,14 +236,24 @@ bool tell_of_handled_error() {
   return true;
 }
 
+const char* severity_word(std::int32_t severity) {
+  switch (severity) {
+    case kFatal:
+      return "Fatal";
+    case kRunTime:
+      return "Run-time";
+    case kWarning:
+      return "I/O";
+    default:
+      return "Internal";
+  }
+}
+
 std::string error_report(Var* error) {
   if (!is_error_object(error)) return "UNKNOWN ERROR";
   const std::int32_t severity = int_instance(error, k_severity),
                      code = int_instance(error, k_gencode);
-  std::string report = severity == kFatal     ? "Fatal"
-                       : severity == kRunTime ? "Run-time"
-                       : severity == kWarning ? "I/O"
-                                              : "Internal";
+  std::string report = severity_word(severity);
   report += " error ";
   report += code == kDeveloperNotice ? "(Developer warning) " : format_text("%3d", code);
   report += " in ";

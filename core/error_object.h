@@ -27,6 +27,8 @@ Var* set_default_handler(BlockFunction handler);
 // Has the default handler tell of the error that the error block has got, as if it ran in its place. False: no error
 // block runs.
 bool tell_of_handled_error();
+// "Run-time" and the like.
+const char* severity_word(std::int32_t severity);
 // One line for people: severity word, code, place and description of an error object.
 std::string error_report(Var* error);
 

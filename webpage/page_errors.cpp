@@ -37,11 +37,6 @@ void log_lines(std::string_view lines) {
   }
 }
 
-std::int32_t number_of(Var* error, const char* name) {
-  const Var* const value = get_ivar(error, name);
-  return is_number_or_logical(value) ? integer_of(value) : 0;
-}
-
 // FILE:LINE: of the innermost procedure that a program has.
 std::string place_of_failure() {
   for (const Frame* frame = frame_at(0); frame != nullptr; frame = frame->prev)
@@ -139,7 +134,7 @@ void end_page(std::string_view words) {
 Var* page_failed(std::int32_t argc, Var** argv) {
   Var* const error = argc > 0 ? argv[0] : nil_value();
   if (class_of(error) != &error_class()) return false_value();
-  const std::int32_t code = number_of(error, "gencode");
+  const std::int32_t code = get_integer_ivar(error, "gencode");
   if (code == kDeveloperNotice && !settings().developer) return false_value();
   set_memory_limit(0, nullptr);
   const std::string words = place_of_failure() + words_for_strangers(code);
