@@ -1,23 +1,18 @@
 #include "lang/directives.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <utility>
 
 #include "core/file_ops.h"
+#include "lib/file_names.h"
 
 namespace tarnel {
-namespace {
 
-// share/tarnel/include where the program was installed, as bin/tnsh or in a folder deeper.
-const std::vector<std::string>& installed_folders() {
+const std::vector<std::string>& installed_include_folders() {
   static const std::vector<std::string> folders = [] {
-    char path[4096];
-    const ssize_t size = ::readlink("/proc/self/exe", path, sizeof(path));
-    std::string prefix(path, size > 0 ? static_cast<std::size_t>(size) : 0);
-    const auto up = [&] { prefix.erase(std::min(prefix.rfind('/'), prefix.size())); };
+    std::string prefix = program_folder();
     std::vector<std::string> found;
+    const auto up = [&] { prefix.erase(std::min(prefix.rfind('/'), prefix.size())); };
     for (up(); found.size() < 2;) {
       up();
       found.push_back(prefix + "/share/tarnel/include");
@@ -26,8 +21,6 @@ const std::vector<std::string>& installed_folders() {
   }();
   return folders;
 }
-
-}  // namespace
 
 // Their words are written whole, in any case.
 struct Directives::Row {
@@ -208,7 +201,18 @@ void Directives::include(const SourceTokens& tokens) {
   std::string fault;
   const std::int32_t file = find_include(name, fault);
   if (file < 0) return fail(tokens[2], name + ' ' + fault);
+  const Place included_at = tokens[0].place;
   open(file);
+  sources_.back().included_at = included_at;
+}
+
+Place Directives::seen_from(std::int32_t file, Place place) const {
+  Place seen = place;
+  for (std::size_t i = sources_.size(); i > 0; --i) {
+    if (sources_[i - 1].scanner.file() == file) return seen;
+    seen = sources_[i - 1].included_at;
+  }
+  return place;
 }
 
 // The first that is there: in the folder of the file that includes it, then in the others.
@@ -217,7 +221,7 @@ std::int32_t Directives::find_include(const std::string& name, std::string& faul
   const std::string own = including.substr(0, including.rfind('/') + 1);
   std::vector<std::string> paths = {name.starts_with('/') ? name : own + name};
   if (!name.starts_with('/'))
-    for (const auto& folders : {folders_, installed_folders()})
+    for (const auto& folders : {folders_, installed_include_folders()})
       for (const std::string& folder : folders) paths.push_back(folder + '/' + name);
   struct stat status;
   const auto there = std::ranges::find_if(

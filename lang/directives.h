@@ -9,6 +9,9 @@ namespace tarnel {
 
 constexpr std::size_t kDeepestInclude = 64;  // files that include each other
 
+// share/tarnel/include where the program was installed, as bin/tnsh or in a folder deeper: sought last.
+const std::vector<std::string>& installed_include_folders();
+
 // The files that are being read, the constants and rules known so far.
 class Directives {
  public:
@@ -22,6 +25,11 @@ class Directives {
   void open(std::int32_t file);
   // The same for a piece of it.
   void open_piece(const PagePiece& piece);
+  // The file that all others are included from.
+  std::int32_t outermost() const { return sources_.front().scanner.file(); }
+  // Where a place of the innermost file is for one of those around it: at the directive that leads there. For another
+  // file it stays.
+  Place seen_from(std::int32_t file, Place place) const;
   // The next statement that no condition leaves out; false at the end of all files.
   bool next(SourceTokens& tokens);
   // What the last one was: a text or an expression of a page, or a statement. A text is one token.
@@ -43,6 +51,7 @@ class Directives {
   };
   struct Source {
     SourceScanner scanner;
+    Place included_at{};  // the directive, of all but the first
     std::vector<Condition> conditions{};
     // Of a page:
     std::vector<PagePiece> pieces{};

@@ -81,7 +81,7 @@ class Parser {
   ProcedureTree page_procedure() const;
   bool behind_page() const;
 
-  std::int32_t line() const { return place_.line; }
+  std::int32_t line() const;
   void error(Place where, std::string_view words) { diagnostics_.error(where, words); }
   void unexpected(const StatementLexer& words);
   void unexpected(Place where, std::string_view token);  // an empty one: the end

@@ -39,6 +39,13 @@ ProgramTree Parser::parse() {
   return std::move(tree_);
 }
 
+// A statement that an included text puts into a procedure is where that is included.
+std::int32_t Parser::line() const {
+  std::optional<std::int32_t> file;
+  if (reading_) file = tree_.procedures.back().place.file;
+  return reader_.seen_from(file, place_).line;
+}
+
 // --- Bodies and blocks.
 
 Body& Parser::body() {
@@ -52,7 +59,8 @@ ProcedureTree& Parser::procedure() {
     if (!tree_.procedures.empty()) error(place_, "a statement outside of a procedure");
     tree_.procedures.push_back(reader_.page_start() ? page_procedure() : ProcedureTree{});
     tree_.procedures.back().own_name = name_;
-    tree_.procedures.back().place = place_;
+    tree_.procedures.back().place =
+        reader_.page_start().value_or(reader_.seen_from(std::nullopt, place_));
     reading_ = true;
   }
   return tree_.procedures.back();

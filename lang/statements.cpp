@@ -222,6 +222,9 @@ std::optional<Place> StatementReader::page_start() const {
   return state_->page_start;
 }
 
+Place StatementReader::seen_from(std::optional<std::int32_t> file, Place place) const {
+  return state_->directives.seen_from(file.value_or(state_->directives.outermost()), place);
+}
 std::optional<Unmatched> StatementReader::unmatched() const {
   return state_->unmatched;
 }

@@ -40,6 +40,9 @@ class StatementReader {
   std::string_view literal() const;
   // The beginning of a file that is a page, nothing for another.
   std::optional<Place> page_start() const;
+  // Where the last statement is for its procedure, which began in a file: at the directive that includes its own.
+  // Without a procedure for the file that was opened.
+  Place seen_from(std::optional<std::int32_t> file, Place place) const;
   // Of the last statement, if it begins as commands do, but is none.
   std::optional<Unmatched> unmatched() const;
   // Has a rule changed any of the statements?

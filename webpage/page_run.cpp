@@ -23,6 +23,7 @@
 #include "frontend/log.h"
 #include "frontend/request_arrays.h"
 #include "frontend/state_object.h"
+#include "lang/directives.h"
 #include "lang/program.h"
 #include "lib/streams.h"
 #include "webpage/page_answer.h"
@@ -124,6 +125,8 @@ LoadedProgram* read_page(const PageChoice& page, const PageConfig& config) {
     options.include_folders = {config.include};
     folders.push_back(real_path(config.include));
   }
+  for (const std::string& folder : installed_include_folders())
+    if (std::string real = real_path(folder); !real.empty()) folders.push_back(std::move(real));
   sources.keep_within(std::move(folders));
   std::string fault;
   const std::int32_t number = sources.read_open(file.fd(), page.path, fault);

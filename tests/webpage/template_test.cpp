@@ -85,8 +85,11 @@ TEST_F(Templates, FaultsHaveTheLinesOfTheFile) {
       {"<% FUNCTION f()\nRETURN 1 %>\n<%= 1 %>",
        "list.tnp:3: procedures and classes stand behind all that a page shows"},
       {"a\n<%= {} %>", "list.tnp:2: illegal data type"},
+      {"a\n<%\nx := 1\n#include \"wrong.tnp\"\n%>", "list.tnp:4: data type mismatch"},
+      {"\n<% #include \"wrong.tnp\" %>", "list.tnp:2: data type mismatch"},
       {"a\n\n<% IF .T. %>\n\n<%= 1 + {} %><% ENDIF %>", "list.tnp:5: data type mismatch"}};
   configure("show_errors = no");
+  write("root/wrong.tnp", "b\n<% x := 2 %>\n\n\n\n<% x := 1 + {} %>");
   for (const auto& [text, words] : cases) {
     std::string page = body(text);
     for (const auto& [html, plain] : {std::pair{"&quot;", "\""}, {"&#39;", "'"}, {"&gt;", ">"}})
