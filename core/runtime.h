@@ -14,9 +14,10 @@ struct RuntimeHooks {
   void (*setup)() = nullptr;           // the executable's own, called after programini
   void (*open_terminal)() = nullptr;   // of a program that has a screen from the start
   void (*close_terminal)() = nullptr;  // gives it back, may be called again
-  void (*tell_fatal)(std::string_view report) = nullptr;  // of a fatal error, in place of standard error
-  void (*close_areas)() = nullptr;     // closes all work areas
-  void (*close_files)() = nullptr;     // alternate, extra and print files
+  void (*tell_fatal)(std::string_view report) =
+      nullptr;                      // of a fatal error, in place of standard error
+  void (*close_areas)() = nullptr;  // closes all work areas
+  void (*close_files)() = nullptr;  // alternate, extra and print files
 };
 RuntimeHooks& runtime_hooks();
 

@@ -352,18 +352,19 @@ void ProcedureCode::return_statement(const Statement& statement) {
 void ProcedureCode::show(const Statement& statement) {
   steps().add(StepKind::kMark);
   value(statement.spans[0]);
-  steps().add(StepKind::kByValue, 0, 1);
-  steps().take_arguments(1);
-  steps().add_with_word(StepKind::kCall, statement.literal);
-  steps().add(StepKind::kDrop);
+  write_by(statement.literal);
 }
 
 void ProcedureCode::text(const Statement& statement) {
   steps().add(StepKind::kMark);
   steps().add_text(statement.literal);
+  write_by("qqout");
+}
+
+void ProcedureCode::write_by(std::string_view function) {
   steps().add(StepKind::kByValue, 0, 1);
   steps().take_arguments(1);
-  steps().add_with_word(StepKind::kCall, "qqout");
+  steps().add_with_word(StepKind::kCall, function);
   steps().add(StepKind::kDrop);
 }
 
