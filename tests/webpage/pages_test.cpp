@@ -3,6 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <string>
+#include <vector>
+
 #include "tests/webpage/site.h"
 
 namespace tarnel::testing {
@@ -97,8 +100,8 @@ TEST_F(PageFiles, IncludesStayBelowTheRoot) {
   write("data/secret.ch", "?? 'secret'\n");
   std::filesystem::create_symlink(path("data/secret.ch"), path("root/link.ch"));
   write("root/open.ch", "?? 'secret'\n", 0666);
-  for (const std::string name :
-       {"../data/secret.ch", "/etc/passwd", "link.ch", "open.ch", path("data/secret.ch").c_str()}) {
+  for (const std::string& name : std::vector<std::string>{
+           "../data/secret.ch", "/etc/passwd", "link.ch", "open.ch", path("data/secret.ch")}) {
     write("root/a.prg", "#include \"" + name + "\"\n?? 'on'\n");
     const std::string page = get("a.prg");
     EXPECT_TRUE(page.starts_with("Status: 500 Internal Server Error\n" + kHeader)) << page;
