@@ -15,12 +15,13 @@ namespace {
 // Calls until it is done, has failed, or a signal waits for its answer.
 template <typename Call>
 ssize_t insist(int fd, short event, Call call) {
+  Wait other_end;
   return retried(call, [&] {
     if (errno == EAGAIN || errno == EWOULDBLOCK) {
       pollfd ready = {fd, event, 0};
       if (poll(&ready, 1, -1) >= 0) return true;
     }
-    return errno == EINTR && !signal_waits();
+    return errno == EINTR && other_end.undisturbed();
   });
 }
 
@@ -37,6 +38,7 @@ ssize_t read_some(int fd, void* buffer, std::size_t n) {
     const ssize_t got = insist(fd, POLLIN, [&] { return file_ops().read(fd, buffer, n); });
     if (got >= 0 || errno != EINTR) return got;
     look_at_signals();
+    if (waits_are_given_up()) return got;
   }
 }
 

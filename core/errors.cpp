@@ -11,6 +11,7 @@
 #include "core/frame.h"
 #include "core/output.h"
 #include "core/runtime.h"
+#include "core/signals.h"
 #include "core/system_log.h"
 #include "core/text.h"
 
@@ -134,6 +135,7 @@ void print_fatal_report() {
 
 // Until the error objects are live, or while errors are held, the code is all that is kept.
 Var* raise(const RaisedError& raised) {
+  if (!state.held) answer_given_up_wait();
   const ErrorGuard guard;
   state.last = raised.code;
   if (state.held) return error_value();

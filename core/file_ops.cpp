@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "core/runtime.h"
+#include "core/signals.h"
 
 namespace tarnel {
 namespace {
@@ -131,8 +132,11 @@ bool lock_range(int fd, short type, std::int64_t start, std::int64_t length, Loc
   range.l_whence = SEEK_SET;
   range.l_start = start;
   range.l_len = length;
+  Wait others;
   const int command = wait == LockWait::kYes ? F_SETLKW : F_SETLK;
-  return retried([&] { return file_ops().lock(fd, command, &range); }) >= 0;
+  return retried([&] { return file_ops().lock(fd, command, &range); },
+                 [&] { return errno == EINTR && (wait == LockWait::kNo || others.goes_on()); }) >=
+         0;
 }
 
 bool range_is_free(int fd, std::int64_t start, std::int64_t length) {

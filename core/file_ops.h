@@ -72,7 +72,7 @@ void flush_directory(const char* file);
 void sync_now_and_then();
 
 // POSIX range locks: type F_RDLCK, F_WRLCK or F_UNLCK; length 0 reaches to the end. False when the
-// system or another process refuses.
+// system or another process refuses, or when a signal ends the wait (core/signals.h).
 enum class LockWait : bool { kNo, kYes };
 bool lock_range(int fd, short type, std::int64_t start, std::int64_t length,
                 LockWait wait = LockWait::kNo);

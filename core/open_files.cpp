@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/file_ops.h"
+#include "core/signals.h"
 
 namespace tarnel {
 namespace {
@@ -85,7 +86,9 @@ int open_file(const char* path, int flags, mode_t mode, Share share) {
     Descriptor* d = usable(status, flags, share);
     if (d != nullptr) return take_up(*d, flags, share) ? d->fd : -1;
   }
-  const int fd = retried([&] { return file_ops().open(path, flags | O_CLOEXEC, mode); });
+  Wait other_end;  // that of a pipe
+  const int fd = retried([&] { return file_ops().open(path, flags | O_CLOEXEC, mode); },
+                         [&] { return errno == EINTR && other_end.goes_on(); });
   return fd >= 0 && enter(fd, flags, share) ? fd : -1;
 }
 

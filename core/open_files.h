@@ -14,7 +14,7 @@ namespace tarnel {
 enum class Share : bool { kNo, kYes };
 
 // Opens close-on-exec. The descriptor, at its beginning, for close_file; -1 with errno set. It is above 2,
-// which start-up sees to.
+// which start-up sees to. A pipe waits for its other end, until a signal ends the wait.
 [[nodiscard]] int open_file(const char* path, int flags, mode_t mode = 0, Share share = Share::kNo);
 // Gives a use of a descriptor back. False, with errno set, when the system could not close or the
 // descriptor is not in use; it is gone all the same.

@@ -72,7 +72,7 @@ void flush_output() {
       RT_WARNING(104, "Write error on standard output");
     } else {
       look_at_signals();
-      if (on_exit_road()) return;
+      if (on_exit_road() || waits_are_given_up()) return;
     }
   }
 }

@@ -168,7 +168,7 @@ bool in_exit_procedure() {
 
 bool fails_on_exit_road(int code, std::string_view text) {
   if (!state.in_exit_road || in_exit_procedure()) return false;
-  if (errors_in_progress() > 1)
+  if (errors_in_progress() > 1 || waits_are_given_up())
     log_system(LOG_ERR, "error %d while the run ends: %.*s", code, static_cast<int>(text.size()),
                text.data());
   else

@@ -40,8 +40,8 @@ bool is_quitting();
 bool on_exit_road();
 // To be asked by each raise. Inside the exit road, but for UsualExitErrors, no error reaches the error block: it is told
 // once, and the run ends with status 1. An EXIT procedure is broken off; the closing of tables goes on, so that one
-// that fails doesn't keep the others open. A road that an error handler walks only logs what fails, since
-// the handler has reported the cause.
+// that fails doesn't keep the others open. A road that an error handler walks, or on which waits were given up, only
+// logs what fails, since the cause has been reported.
 [[nodiscard]] bool fails_on_exit_road(int code, std::string_view text);
 // While it lives what fails in an EXIT procedure reaches the error block, as in other procedures.
 class UsualExitErrors {

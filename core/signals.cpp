@@ -5,6 +5,8 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <utility>
 
@@ -22,7 +24,9 @@ namespace {
 
 constexpr std::size_t kSignalStack = 64 * 1024;
 constexpr suseconds_t kTick = 50'000, kFirstWatch = 500'000, kWatch = 100'000;  // microseconds
-constexpr int kTimeSignal = SIGVTALRM, kPatience = 5;                           // seconds
+constexpr int kTimeSignal = SIGVTALRM;
+// Nanoseconds that work which has begun may still wait for others.
+constexpr std::int64_t kGrace = 500'000'000;
 constexpr int kSignalStatus = 128;  // of a run that a signal ended, and the signal's number
 
 struct SignalState {
@@ -31,6 +35,9 @@ struct SignalState {
   volatile std::sig_atomic_t ending_number = 0;  // SIGTERM or SIGHUP does
   volatile std::sig_atomic_t heeds_interrupt = 0;
   volatile std::sig_atomic_t time_over = 0;
+  volatile std::sig_atomic_t ended = 0;  // a signal or the time has ended the run
+  bool gave_up = false;                  // a wait
+  bool grace_is_over = false;            // one that was in the middle of work
   void (*time_answer)() = nullptr;
   InterruptAnswer answer = InterruptAnswer::kPassOver;
   void (*dialogue)() = nullptr;
@@ -69,9 +76,9 @@ void set_ticks(suseconds_t period, suseconds_t first) {
 }
 
 void on_tick(int) {
-  if (state.watcher != nullptr)
+  if (state.watcher != nullptr && state.ended == 0)
     detail::signal_noted = 1;  // the watcher is called where signals are looked at
-  else if (detail::signal_noted == 0)
+  else if (detail::signal_noted == 0 && state.ended == 0)
     set_ticks(0, 0);
 }
 
@@ -193,7 +200,12 @@ void end_by_signal(int number) {
   note_signal();
 }
 
-void set_time_limit(int seconds, void (*answer)()) {
+static timespec timespec_of(double seconds) {
+  const double whole = std::floor(seconds);
+  return {static_cast<time_t>(whole), static_cast<long>((seconds - whole) * 1e9)};
+}
+
+void set_time_limit(double seconds, void (*answer)(), double killed) {
   state.time_answer = answer;
   handle(
       kTimeSignal,
@@ -203,12 +215,12 @@ void set_time_limit(int seconds, void (*answer)()) {
       },
       0);
   for (const auto& [number, after] :
-       {std::pair{kTimeSignal, seconds}, std::pair{SIGKILL, 2 * seconds + kPatience}}) {
+       {std::pair{kTimeSignal, seconds}, std::pair{SIGKILL, killed}}) {
     sigevent event = {};
     event.sigev_notify = SIGEV_SIGNAL;
     event.sigev_signo = number;
     timer_t timer = {};
-    const itimerspec once = {{0, 0}, {after, 0}};
+    const itimerspec once = {{0, 0}, timespec_of(after)};
     if (timer_create(CLOCK_MONOTONIC, &event, &timer) != 0 ||
         timer_settime(timer, 0, &once, nullptr) != 0)
       RT_FATAL(320, "no timer for the limit of the run");
@@ -220,15 +232,20 @@ void set_interrupt_answer(InterruptAnswer answer) {
   update_heed();
 }
 
+static bool interrupt_leaves() {
+  if (state.interrupted == 0 || state.dialogue != nullptr) return false;
+  return state.answer == InterruptAnswer::kLeave ||
+         (state.answer == InterruptAnswer::kCancel && inside_sequence());
+}
+
 bool interrupt_cancels() {
-  if (state.time_over != 0) return true;
-  return state.interrupted != 0 && state.answer == InterruptAnswer::kCancel &&
-         state.dialogue == nullptr && inside_sequence();
+  return state.time_over != 0 || (state.answer == InterruptAnswer::kCancel && interrupt_leaves());
 }
 
 bool take_interrupt() {
   const bool came = state.interrupted != 0;
   state.interrupted = 0;
+  if (came) state.gave_up = state.grace_is_over = false;
   return came;
 }
 
@@ -237,27 +254,88 @@ void set_interrupt_dialogue(void (*dialogue)()) {
   update_heed();
 }
 
-// Of all signals the end of the time counts there.
-static void answer_in_exit_procedure() {
-  if (state.time_over == 0 || !in_exit_procedure()) return;
+static void answer_time() {
+  state.ended = 1;
   state.time_over = 0;
   state.time_answer();
 }
 
-void answer_signals() {
-  if (state.held > 0) return;
+// Of all signals the end of the time counts there.
+static void answer_in_exit_procedure() {
+  if (state.time_over != 0 && in_exit_procedure()) answer_time();
+}
+
+static void answer_all_signals() {
   if (on_exit_road()) return answer_in_exit_procedure();
-  // A tick that comes when the signal is answered would break off the next call that blocks.
-  if (state.watcher == nullptr) set_ticks(0, 0);
+  // A tick that comes when the signal is answered would break off the next call that blocks. Where the run ends they go
+  // on: it may wait for others on its way.
+  const bool leaves = state.answer == InterruptAnswer::kLeave && interrupt_leaves();
+  if (state.ending_number != 0 || state.time_over != 0 || leaves)
+    state.ended = 1;
+  else if (state.watcher == nullptr && state.ended == 0)
+    set_ticks(0, 0);
   detail::signal_noted = 0;  // first: one that comes now is looked at again
-  if (const int number = state.ending_number; number != 0) QUIT_RUN(kSignalStatus + number);
-  if (state.time_over != 0) {
-    state.time_over = 0;
-    state.time_answer();
+  if (const int number = state.ending_number; number != 0) {
+    state.ending_number = 0;
+    QUIT_RUN(kSignalStatus + number);
   }
+  if (state.time_over != 0) answer_time();
   answer_screen_signals();
   if (take_interrupt()) answer_interrupt();
   if (state.watcher != nullptr) state.watcher();
+}
+
+void answer_signals() {
+  if (state.held == 0) answer_all_signals();
+}
+
+// What begins to end the run, or breaks off what runs, is not to be waited for any longer. EXIT procedures are as
+// others are.
+static bool must_leave() {
+  if (state.time_over != 0 || state.ending_number != 0) return true;
+  if (is_quitting()) return state.ended != 0 && !in_exit_procedure();
+  return interrupt_leaves();
+}
+
+static std::int64_t now() {
+  timespec time = {};
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+bool Wait::goes_on() {
+  const int reason = std::exchange(errno, EINTR);
+  if (must_leave()) {
+    const bool has_begun = state.held > 0 || is_quitting();
+    if (begin_ == 0) begin_ = now();
+    if (has_begun && now() - begin_ >= kGrace) state.grace_is_over = true;
+    if (!has_begun || state.grace_is_over) {
+      state.gave_up = true;
+      return false;
+    }
+  } else if (state.held == 0 && !is_quitting()) {
+    // Those come back.
+    answer_screen_signals();
+    if (state.dialogue != nullptr && take_interrupt()) state.dialogue();
+  }
+  errno = reason;
+  return true;
+}
+
+void pause_run(double seconds) {
+  timespec left = timespec_of(seconds);
+  Wait wait;
+  while (nanosleep(&left, &left) != 0 && wait.undisturbed()) {
+  }
+  look_at_signals();
+}
+
+void answer_given_up_wait() {
+  if (state.gave_up && !is_quitting()) answer_all_signals();
+}
+
+bool waits_are_given_up() {
+  return state.gave_up;
 }
 
 RunWatch::RunWatch(void (*watcher)()) : outermost_(state.watcher == nullptr) {

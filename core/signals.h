@@ -10,6 +10,7 @@
 #pragma once
 
 #include <csignal>
+#include <cstdint>
 
 namespace tarnel {
 
@@ -43,8 +44,11 @@ struct ScreenSignals {
 void watch_screen_signals(const ScreenSignals* answers);
 
 // From now on the run may take so many seconds, whatever it waits for. Then `answer`, which doesn't return, is called
-// where signals are answered; after twice as many and five more the system kills the process.
-void set_time_limit(int seconds, void (*answer)());
+// where signals are answered. A run that looks at none is killed by the system, after `killed` seconds.
+constexpr double killed_after(double seconds) {
+  return 2 * seconds + 5;
+}
+void set_time_limit(double seconds, void (*answer)(), double killed);
 
 // For the life of the guard a function is called now and then where signals are answered, first after half a
 // second: it may show how work goes on, and may break. Guards may nest; the outermost one counts.
@@ -71,5 +75,27 @@ inline void look_at_signals() {
 }
 // A signal was noted and may be answered now, or came while the run ends: what waits must give way.
 bool signal_waits();
+
+// A wait for others: for their locks, for the other end of a pipe, for a program to end. Whatever waits asks one of
+// these, each time that a signal broke it off or a while has passed, and fails as if the others had refused, with
+// EINTR, when it says no. That failure isn't told: the raise of its error answers the signal instead.
+class Wait {
+ public:
+  // In the middle of work, which no answer may leave: false when a signal ends the run or breaks off what runs. While
+  // interrupts are held and tables are closed that is put off a little, for those who wait only for a moment: what
+  // has begun is finished then.
+  [[nodiscard]] bool goes_on();
+  // Where any answer may be given: false when any signal waits for one.
+  [[nodiscard]] bool undisturbed() { return goes_on() && !signal_waits(); }
+
+ private:
+  std::int64_t begin_ = 0;  // when it was told first to end, in nanoseconds; 0 not yet
+};
+// Sleeps until the time is over or a signal was answered, which may leave it.
+void pause_run(double seconds);
+// What failed because a wait was given up answers the signal, before it tells of an error.
+void answer_given_up_wait();
+// Have all waits been given up? What tries again must not do so for ever.
+bool waits_are_given_up();
 
 }  // namespace tarnel

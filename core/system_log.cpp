@@ -12,6 +12,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/signals.h"
+
 namespace tarnel {
 namespace {
 
@@ -57,10 +59,10 @@ void close_log() {
 }
 
 bool send_line(std::string_view line) {
-  for (;;) {
+  for (Wait reader;;) {
     const ssize_t sent = send(state.fd, line.data(), line.size(), MSG_NOSIGNAL);
     if (sent >= 0) return true;
-    if (errno != EINTR) return false;
+    if (errno != EINTR || !reader.goes_on()) return false;
   }
 }
 

@@ -1,7 +1,5 @@
 #include "db/autolock.h"
 
-#include <unistd.h>
-
 #include <chrono>
 
 #include "core/classes.h"
@@ -17,7 +15,7 @@ using Clock = std::chrono::steady_clock;
 
 // Other processes hold their automatic locks for the time of one write: a short patience is enough.
 constexpr std::int32_t kUsualSeconds = 1;
-constexpr useconds_t kPause = 2000;  // microseconds between two tries
+constexpr double kPause = 0.002;  // seconds between two tries
 
 bool is_server(std::int32_t argc, Var** argv) {
   return arg_is(argc, argv, 0, "O") && is_server_class(class_of(argv[0]));
@@ -38,8 +36,7 @@ Var* try_lock(std::int32_t argc, Var** argv, const char* member, Var* record, co
   for (;;) {
     if (truth_of(csdometh(member, server_slot(member), 0, count, passed))) return true_value();
     if (Clock::now() >= deadline) break;
-    look_at_signals();
-    usleep(kPause);
+    pause_run(kPause);
   }
   RT_ERROR(325, std::string(title) + ";" + failure + alias_of(argv[0]));
   return false_value();

@@ -97,9 +97,10 @@ void Child::write_input() {
 
 bool Child::exchange(double seconds) {
   const auto until = Clock::now() + std::chrono::duration<double>(seconds);
+  Wait wait;
   // One may close its outputs and go on: then the wait is for its end, looked at now and then.
   while (out_.read >= 0 || err_.read >= 0 || !has_ended()) {
-    if (signal_waits() || (seconds > 0 && Clock::now() >= until)) return false;
+    if (!wait.undisturbed() || (seconds > 0 && Clock::now() >= until)) return false;
     pollfd ends[] = {{in_.write, POLLOUT, 0}, {out_.read, POLLIN, 0}, {err_.read, POLLIN, 0}};
     const bool only_end = out_.read < 0 && err_.read < 0;
     if (::poll(ends, std::size(ends), only_end ? kLookForEnd : kLookEvery) < 0 && errno != EINTR)

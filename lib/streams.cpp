@@ -55,10 +55,11 @@ int start_shell(std::string_view command, int input, pid_t& child) {
                        child);
 }
 
-// Waits for a process to end, until a signal asks for something.
-pid_t wait_for(pid_t child, int* status) {
+// Waits for a process to end, until a signal asks for something: false.
+bool wait_for(pid_t child, int* status) {
+  Wait wait;
   return retried([&] { return waitpid(child, status, 0); },
-                 [] { return errno == EINTR && !signal_waits(); });
+                 [&] { return errno == EINTR && wait.undisturbed(); }) >= 0;
 }
 
 // Opens a plain file; a missing one is created. A failure has been reported.
@@ -105,7 +106,7 @@ int run_command(std::string_view command, int& status) {
   if (trim_left(command).empty()) return ENOENT;
   if (const int failure = start_shell(command, -1, child); failure != 0) return failure;
   int ended = 0;
-  if (wait_for(child, &ended) < 0) return errno;
+  if (!wait_for(child, &ended)) return errno;
   status = WIFEXITED(ended) ? WEXITSTATUS(ended) : 128 + WTERMSIG(ended);
   return 0;
 }

@@ -149,12 +149,7 @@ Var* sleep_function(std::int32_t argc, Var** argv) {
   constexpr double kLongest = 1e9;
   const double seconds = arg_is(argc, argv, 0, kNumeric) ? number_of(argv[0]) : 0;
   if (!(seconds > 0)) return nil_value();
-  const double whole = std::floor(std::min(seconds, kLongest));
-  timespec left{static_cast<std::time_t>(whole),
-                static_cast<long>((std::min(seconds, kLongest) - whole) * 1e9)};
-  while (nanosleep(&left, &left) != 0 && !signal_waits()) {
-  }
-  look_at_signals();
+  pause_run(std::min(seconds, kLongest));
   return nil_value();
 }
 

@@ -65,7 +65,8 @@ void apply(const PageConfig& config) {
   show_errors_in_pages(config.show_errors);
   settings().commands = settings().pipes = config.allow_run;
   if (config.seconds > 0)
-    set_time_limit(config.seconds, [] { end_page("the page took too long"); });
+    set_time_limit(
+        config.seconds, [] { end_page("the page took too long"); }, killed_after(config.seconds));
   if (config.memory > 0)
     set_memory_limit(static_cast<std::size_t>(config.memory) << 20,
                      [] { end_page("no memory available"); });

@@ -8,6 +8,7 @@
 #include "core/file_ops.h"
 #include "core/frame.h"
 #include "core/open_files.h"
+#include "core/signals.h"
 #include "core/system_log.h"
 #include "lib/digests.h"
 
@@ -47,9 +48,11 @@ const std::string& secret() {
   if (file.opened() && !is_private(file.fd()))
     write_system_log(LOG_ERR,
                      name + ": must belong to the account of the server, and to it alone (0600)");
-  if (!file.opened() || !is_private(file.fd()) ||
-      !lock_range(file.fd(), F_WRLCK, 0, 0, LockWait::kYes))
+  if (!file.opened() || !is_private(file.fd())) return state.secret;
+  if (!lock_range(file.fd(), F_WRLCK, 0, 0, LockWait::kYes)) {
+    answer_given_up_wait();
     return state.secret;
+  }
   std::string digits(kSecretSize, '\0');
   const auto size = static_cast<std::size_t>(kSecretSize);
   if (!read_at(file.fd(), digits.data(), size, 0)) {

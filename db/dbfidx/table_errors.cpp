@@ -7,6 +7,7 @@
 #include "core/errors.h"
 #include "core/frame.h"
 #include "core/settings.h"
+#include "core/signals.h"
 #include "core/text.h"
 #include "db/dbfidx/dbfidx.h"
 
@@ -94,6 +95,7 @@ std::string table_error_text(TableError which, std::initializer_list<Fact> facts
 }
 
 void dxerror(DbfIdx& dbf, TableError which, std::initializer_list<Fact> facts, SourceLine where) {
+  if (!errors_held()) answer_given_up_wait();
   const ErrorGuard guard;
   set_last_error(row(which).code);
   if (errors_held() || dbf.object->type != 'O') return;

@@ -12,6 +12,8 @@
 #include <fstream>
 #include <string>
 
+#include "core/file_ops.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -121,6 +123,34 @@ TEST_F(Console, SignalsLeaveByTheExitRoadWithTablesAndOutput) {
         EXPECT_EQ(end(), 128 + number);
         EXPECT_EQ(records(), kKept);
       }
+}
+
+// This process holds the internal lock of the table all the time.
+TEST_F(Console, AWaitForALockGivesWayToSignals) {
+  for (const auto& [number, terminal] :
+       {std::pair{SIGTERM, false}, {SIGINT, false}, {SIGTERM, true}, {SIGINT, true}}) {
+    SCOPED_TRACE(std::to_string(number) + (terminal ? " at a prompt" : ""));
+    start("rm -f t.dbf; exec " TARNEL_CONSOLE, terminal);
+    type(kMakeTable);
+    if (terminal) read_to("kept      ");
+    type("dbcloseall()\n're' + 'ady'\n");
+    read_to("ready");
+    const int fd = open((directory_ / "t.dbf").c_str(), O_RDWR);
+    ASSERT_TRUE(tarnel::lock_range(fd, F_WRLCK, 0, 2));
+    type("dbusearea(.f., , 't', , .t.)\n");
+    usleep(100'000);
+    kill(child_, number);
+    if (terminal && number == SIGINT) {
+      read_to("interrupted");
+      type("'go' + 'es on'\n");
+      read_to("goes on");
+      kill(child_, SIGTERM);
+    }
+    read_to("");
+    EXPECT_EQ(end(), 128 + (terminal ? SIGTERM : number));
+    close(fd);
+    EXPECT_EQ(records(), kKept);
+  }
 }
 
 // The condition takes nearly all of the time, however fast the machine is.

@@ -133,6 +133,18 @@ TEST_F(RuntimeDeathTest, LongWorkOnArraysAnswersSignals) {
         ::testing::ExitedWithCode(0), "^asked done$");
 }
 
+TEST_F(RuntimeDeathTest, WhatLooksAtNoSignalIsKilled) {
+  static_assert(killed_after(30) == 65);
+  EXPECT_EXIT(
+      {
+        install_signal_handlers();
+        set_time_limit(
+            0.05, [] { _exit(0); }, 0.2);
+        for (;;) pause();
+      },
+      ::testing::KilledBySignal(SIGKILL), "");
+}
+
 // A timer that went on would break off the read of the next prompt, which would take that for the end.
 TEST_F(RuntimeDeathTest, AWatchLeavesNoTimerAndNoSignalBehind) {
   const auto ticking = [] {

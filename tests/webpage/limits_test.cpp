@@ -1,16 +1,31 @@
 // Pages that take too long or want too much, also in the middle of a change.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <future>
 
+#include "core/file_ops.h"
 #include "tests/webpage/site.h"
 
 namespace tarnel::testing {
 namespace {
 
 const std::string kHeader = "Content-type: text/html\n\n";
+
+using Clock = std::chrono::steady_clock;
+
+bool comes(const std::string& path) {
+  const auto end = Clock::now() + std::chrono::seconds(20);
+  while (!std::filesystem::exists(path) && Clock::now() < end) usleep(10000);
+  return std::filesystem::exists(path);
+}
 
 class Limits : public ::testing::Test, public Site {
  protected:
@@ -43,6 +58,95 @@ TEST_F(Limits, APageThatTakesTooLongEnds) {
     EXPECT_NE(page.find(": the page took too long</p>"), std::string::npos) << loop << page;
     EXPECT_TRUE(page.starts_with(kHeader + "a")) << loop << page;
   }
+}
+
+// All of them wait at once: for locks that this process holds, for a pipe that nobody writes to.
+TEST_F(Limits, APageThatWaitsForOthersEnds) {
+  write("data/make.prg",
+        "dbcreate('t', {{'NAME', 'C', 20, 0}})\nUSE t\nAPPEND BLANK\n"
+        "APPEND BLANK\nAPPEND BLANK\nINDEX ON name TO t1\nUSE\ndbcreate('memos', {{'TEXT', 'M', "
+        "10, 0}})\n"
+        "dbcreate('other', {{'NAME', 'C', 20, 0}})\nRETURN 0\n");
+  EXPECT_EQ(console("make.prg"), "");
+  write("data/.tnsecret", "", 0600);
+  mkfifo(path("data/pipe").c_str(), 0600);
+  const std::string table = "USE t SHARED\n", order = "USE t SHARED INDEX t1\n",
+                    memo = "USE memos SHARED\nAPPEND BLANK\n",
+                    older = "ov_set('lock40comp', .T.)\n" + table;
+  const std::pair<std::string, std::string> waits[] = {
+      {"", table},
+      {"", "tntoken()"},
+      {table, "APPEND BLANK"},
+      {table, "GO BOTTOM"},
+      {table, "rlock()"},
+      {"USE other SHARED\n", "flock()"},
+      {table + "GO 3\n", "autorlock(dbserver(), 100)"},
+      {table + "GO 2\nrlock()\n", "REPLACE name WITH 'x'\nCOMMIT"},
+      {memo, "REPLACE text WITH 'x'\nCOMMIT"},
+      {order, "SEEK 'a'"},
+      {older, "GO BOTTOM"},
+      {"", "fopen('pipe')"},
+      {"", "COPY FILE pipe TO piped"}};
+  configure("seconds = 1\nlog = stderr\nallow_run = yes");
+  std::vector<std::future<std::string>> pages;
+  for (std::size_t i = 0; i < std::size(waits); ++i) {
+    const std::string number = std::to_string(i);
+    write("root/p" + number + ".prg", "PROCEDURE main\n" + waits[i].first + "memowrit('ready" +
+                                          number + "', '')\nDO WHILE !file('go')\nsleep(0.01)\n" +
+                                          "ENDDO\n?? 'a'\n" + waits[i].second + "\n?? 'on'\n");
+    pages.push_back(
+        std::async(std::launch::async, [this, number] { return get("p" + number + ".prg"); }));
+  }
+  for (std::size_t i = 0; i < std::size(waits); ++i)
+    EXPECT_TRUE(comes(path("data/ready" + std::to_string(i)))) << waits[i].first;
+  const struct {
+    const char* file;
+    std::int64_t start, length;
+  } locks[] = {{"t.dbf", 0, 2},
+               {"other.dbf", 0, 2},
+               {"t.dbf", 0x3FFFFC01, 0x3FF},
+               {"memos.dbt", 0, 4},
+               {".tnsecret", 0, 0}};
+  std::vector<int> held;
+  for (const auto& [file, start, length] : locks) {
+    held.push_back(open(path(std::string("data/") + file).c_str(), O_RDWR));
+    EXPECT_TRUE(lock_range(held.back(), F_WRLCK, start, length)) << file;
+  }
+  write("data/go", "");
+  const auto start = Clock::now();
+  for (std::size_t i = 0; i < std::size(waits); ++i) {
+    const std::string page = pages[i].get();
+    EXPECT_NE(page.find("\n\na\n<h1>"), std::string::npos) << waits[i].second << page;
+    EXPECT_NE(page.find(": the page took too long</p>"), std::string::npos)
+        << waits[i].second << page;
+  }
+  EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
+  for (const int fd : held) close(fd);
+  for (const char* name : {"t", "memos"})
+    EXPECT_NE(console(std::string("-e '.check ") + name + "'").find(".dbf: good"),
+              std::string::npos);
+}
+
+// Its tables are closed before anything is told, and what is told isn't waited for.
+TEST_F(Limits, APageWhoseReaderDoesNotReadKeepsItsRecords) {
+  write("root/p.prg",
+        "PROCEDURE main\ndbcreate('t', {{'NAME', 'C', 20, 0}})\nUSE t EXCLUSIVE\n"
+        "INDEX ON name TO t1\nFOR i := 1 TO 100\nAPPEND BLANK\n"
+        "REPLACE name WITH str(i * 7 % 100)\nNEXT\nDO WHILE .T.\n?? replicate('x', 1000)\nENDDO\n");
+  configure("seconds = 1\nlog = stderr");
+  const auto start = Clock::now();
+  std::FILE* const unread = popen(("exec 2>" + path("errors") + "; DOCUMENT_ROOT=" + path("root") +
+                                   " SCRIPT_FILENAME=" + path("root/p.prg") + " " + program() +
+                                   " </dev/null; touch " + path("ended"))
+                                      .c_str(),
+                                  "r");
+  EXPECT_TRUE(comes(path("ended")));
+  EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
+  pclose(unread);
+  EXPECT_NE(errors().find("p.prg:10: the page took too long"), std::string::npos) << errors();
+  const std::string check = console("-e '.check t' -e 'use t' -e '? lastrec()'");
+  EXPECT_NE(check.find("t.dbf: good"), std::string::npos) << check;
+  EXPECT_NE(check.find("100"), std::string::npos) << check;
 }
 
 TEST_F(Limits, APageThatWantsTooMuchMemoryEnds) {

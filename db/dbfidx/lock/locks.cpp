@@ -11,6 +11,7 @@
 #include "core/checks.h"
 #include "core/file_ops.h"
 #include "core/runtime.h"
+#include "core/signals.h"
 #include "db/dbfidx/dbfidx.h"
 #include "db/dbfidx/lock/lock_ranges.h"
 #include "db/dbfidx/table_errors.h"
@@ -65,9 +66,13 @@ bool place_read_40(DbfIdx& dbf) {
   const short type = lock_type(dbf);
   if (!wait_for(dbf.dbfFd, type, kGate40, 1)) return false;
   // The slots turn round as often as it takes: readers leave theirs without passing the gate.
-  for (std::int64_t slot = kReader40; !lock_range(dbf.dbfFd, type, slot, 1);)
-    if (++slot == kReader40End) slot = kReader40;
-  return lock_range(dbf.dbfFd, F_UNLCK, kGate40, 1);
+  Wait wait;
+  bool placed = false;
+  for (std::int64_t slot = kReader40; !placed && wait.goes_on(); ++slot) {
+    if (slot == kReader40End) slot = kReader40;
+    placed = lock_range(dbf.dbfFd, type, slot, 1);
+  }
+  return lock_range(dbf.dbfFd, F_UNLCK, kGate40, 1) && placed;
 }
 
 // The internal locks of this process on one file are one lock to the system, whichever area placed
