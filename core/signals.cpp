@@ -232,6 +232,10 @@ void set_interrupt_answer(InterruptAnswer answer) {
   update_heed();
 }
 
+bool has_time_limit() {
+  return state.time_answer != nullptr;
+}
+
 static bool interrupt_leaves() {
   if (state.interrupted == 0 || state.dialogue != nullptr) return false;
   return state.answer == InterruptAnswer::kLeave ||

@@ -49,6 +49,7 @@ constexpr double killed_after(double seconds) {
   return 2 * seconds + 5;
 }
 void set_time_limit(double seconds, void (*answer)(), double killed);
+bool has_time_limit();
 
 // For the life of the guard a function is called now and then where signals are answered, first after half a
 // second: it may show how work goes on, and may break. Guards may nest; the outermost one counts.

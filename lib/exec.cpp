@@ -113,8 +113,10 @@ bool Child::exchange(double seconds) {
 }
 
 int Child::stop() {
-  ::kill(-process_, SIGKILL);
-  while (!ended_) ended_ = ::waitpid(process_, &status_, 0) == process_ || errno != EINTR;
+  const bool by_itself = has_ended();
+  const int status_of_end = end_program(process_);
+  if (!by_itself) status_ = status_of_end;
+  ended_ = true;
   return status();
 }
 

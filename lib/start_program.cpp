@@ -2,9 +2,12 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <ctime>
 
 #include "core/output.h"
 
@@ -36,6 +39,22 @@ int start_program(ProgramStart start, pid_t& process) {
   posix_spawn_file_actions_destroy(&actions);
   if (failure != 0) process = -1;
   return failure;
+}
+
+int end_program(pid_t process) {
+  constexpr int kLooks = 50;
+  constexpr timespec kPause = {0, 10'000'000};
+  int status = 0;
+  bool ended = false;
+  ::kill(-process, SIGTERM);
+  for (int i = 0; i < kLooks; ++i) {
+    if (!ended) ended = ::waitpid(process, &status, WNOHANG) != 0;
+    if (ended && ::kill(-process, 0) != 0) return status;  // the last of them
+    nanosleep(&kPause, nullptr);
+  }
+  ::kill(-process, SIGKILL);
+  while (!ended) ended = ::waitpid(process, &status, 0) == process || errno != EINTR;
+  return status;
 }
 
 bool Pipe::open() {

@@ -15,11 +15,15 @@ struct ProgramStart {
   // Descriptors that become its standard ones, -1: those of this process. No other is inherited but what was
   // opened without close-on-exec.
   int input = -1, output = -1, errors = -1;
-  bool own_group = false;  // so that it can be ended with all that it starts
+  bool own_group =
+      false;  // so that it can be ended with all that it starts; it then can't read the terminal
 };
 // The system's number of what failed, else 0 and the process, which the caller waits for. What is written here waits
 // no longer: it comes before what the program writes.
 [[nodiscard]] int start_program(ProgramStart start, pid_t& process);
+// Ends a program that has a group of its own, with all that it started: asks first, and half a second later doesn't.
+// The status of its end, as the system has it.
+int end_program(pid_t process);
 
 // A pipe whose ends are closed at the latest with it.
 class Pipe {

@@ -49,17 +49,24 @@ void close_stream(OpenStream& stream) {
 }
 
 // Starts a shell on the command, with a descriptor as its standard input, or that of this process for -1. Result: 0 or
-// the system's number.
+// the system's number. Where the time is limited nobody sits at a terminal: there it has a group of its own.
 int start_shell(std::string_view command, int input, pid_t& child) {
-  return start_program({.arguments = {"/bin/sh", "-c", "--", std::string(command)}, .input = input},
+  return start_program({.arguments = {"/bin/sh", "-c", "--", std::string(command)},
+                        .input = input,
+                        .own_group = has_time_limit()},
                        child);
 }
 
-// Waits for a process to end, until a signal asks for something: false.
+// Waits for a process to end, until a signal asks for something: false. What runs for longer than it may is ended.
 bool wait_for(pid_t child, int* status) {
   Wait wait;
-  return retried([&] { return waitpid(child, status, 0); },
-                 [&] { return errno == EINTR && wait.undisturbed(); }) >= 0;
+  const pid_t ended = retried([&] { return waitpid(child, status, 0); },
+                              [&] { return errno == EINTR && wait.undisturbed(); });
+  if (ended < 0 && errno == EINTR && has_time_limit()) {
+    end_program(child);
+    errno = EINTR;
+  }
+  return ended >= 0;
 }
 
 // Opens a plain file; a missing one is created. A failure has been reported.

@@ -60,7 +60,8 @@ TEST_F(Limits, APageThatTakesTooLongEnds) {
   }
 }
 
-// All of them wait at once: for locks that this process holds, for a pipe that nobody writes to.
+// All of them wait at once: for locks that this process holds, for a pipe that nobody writes to, for programs, of which
+// none is left.
 TEST_F(Limits, APageThatWaitsForOthersEnds) {
   write("data/make.prg",
         "dbcreate('t', {{'NAME', 'C', 20, 0}})\nUSE t\nAPPEND BLANK\n"
@@ -86,7 +87,10 @@ TEST_F(Limits, APageThatWaitsForOthersEnds) {
       {order, "SEEK 'a'"},
       {older, "GO BOTTOM"},
       {"", "fopen('pipe')"},
-      {"", "COPY FILE pipe TO piped"}};
+      {"", "COPY FILE pipe TO piped"},
+      {"", "run('sleep 30 & echo $! > pid1; wait')"},
+      {"", "exec({'sh', '-c', 'trap \"\" TERM; echo $$ > pid2; sleep 30 & wait; sleep 30'})"},
+      {"", "SET ALTERNATE TO '|echo $$ > pid3; sleep 30'\nSET ALTERNATE TO"}};
   configure("seconds = 1\nlog = stderr\nallow_run = yes");
   std::vector<std::future<std::string>> pages;
   for (std::size_t i = 0; i < std::size(waits); ++i) {
@@ -122,6 +126,13 @@ TEST_F(Limits, APageThatWaitsForOthersEnds) {
   }
   EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
   for (const int fd : held) close(fd);
+  for (const char* name : {"data/pid1", "data/pid2", "data/pid3"}) {
+    std::string pid, status, word;
+    std::ifstream(path(name)) >> pid;
+    EXPECT_NE(pid, "");
+    std::ifstream in("/proc/" + pid + "/stat");
+    EXPECT_TRUE(!(in >> pid >> word >> status) || status == "Z") << name << word;
+  }
   for (const char* name : {"t", "memos"})
     EXPECT_NE(console(std::string("-e '.check ") + name + "'").find(".dbf: good"),
               std::string::npos);
