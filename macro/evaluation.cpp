@@ -40,7 +40,7 @@ bool stack_is_short() {
 Evaluation::Evaluation() : possible_(!leaving_deep_evaluation()) {
   ++state.depth;
   if (!possible_ || !stack_is_short()) return;
-  RT_ERROR(309, "evaluations are nested too deeply");
+  RT_ERROR(309, kNestedTooDeeply);
   state.leaving = true;
   possible_ = false;
 }

@@ -1,7 +1,12 @@
 // How deep evaluations and procedures of programs are nested: as deep as the stack allows.
 #pragma once
 
+#include <string_view>
+
 namespace tarnel {
+
+// The words of error 309 where the nesting is too deep.
+inline constexpr std::string_view kNestedTooDeeply = "evaluations are nested too deeply";
 
 // One that runs. Within too deep a nesting it isn't possible.
 class Evaluation {

@@ -16,6 +16,7 @@
 #include "core/text.h"
 #include "frontend/escaped_toolkit.h"
 #include "lang/program.h"
+#include "macro/evaluation.h"
 #include "webpage/page_answer.h"
 
 namespace tarnel {
@@ -45,9 +46,32 @@ std::string place_of_failure() {
   return {};
 }
 
+// What the words of a code say to nobody but who writes programs.
+struct PlainWords {
+  std::int32_t code;
+  const char* words;
+};
+constexpr const char* kSomeError = "an error of the page";
+constexpr PlainWords kPlainWords[] = {
+    {0, kSomeError},
+    {309, "an expression isn't understood"},
+    {310, "an expression has no value"},
+    {332, "a value of another type is expected"},
+    {335, "a break that leads nowhere"},
+    {901, "a name or value that can't be used"},
+    {902, kSomeError},
+};
+
 // Descriptions name tables and files: strangers get the words of the code.
-std::string words_for_strangers(std::int32_t code) {
-  return code == 0 ? "an error of the page" : error_entry(code).text;
+std::string words_for_strangers(Var* error) {
+  const Var* const description = get_ivar(error, "descriptio");
+  if (is_text(description) && text_of(description).ends_with(kNestedTooDeeply))
+    return "calls are nested too deeply";
+  const std::int32_t code = get_integer_ivar(error, "gencode");
+  const auto* const plain = std::ranges::find(kPlainWords, code, &PlainWords::code);
+  if (plain != std::end(kPlainWords)) return plain->words;
+  const std::string words = error_entry(code).text;
+  return words == "???" ? kSomeError : words;
 }
 
 std::string full_report(Var* error) {
@@ -137,7 +161,7 @@ Var* page_failed(std::int32_t argc, Var** argv) {
   const std::int32_t code = get_integer_ivar(error, "gencode");
   if (code == kDeveloperNotice && !settings().developer) return false_value();
   set_memory_limit(0, nullptr);
-  const std::string words = place_of_failure() + words_for_strangers(code);
+  const std::string words = place_of_failure() + words_for_strangers(error);
   const std::string report = full_report(error);
   leave_tables();
   if (std::exchange(state.failing, true))

@@ -129,6 +129,14 @@ TEST_F(PageFiles, StrangersSeeThePlaceAndThePlainWordsOfAnError) {
     EXPECT_EQ(get("a.prg"), refusal("500 Internal Server Error") + place +
                                 ": something isn&#39;t expected here</p>\n");
   }
+  for (const auto& [statement, words] :
+       {std::pair{"main()", "calls are nested too deeply"},
+        {"x := &('1 +')", "an expression isn&#39;t understood"},
+        {"x := nosuch = 5", "a name or value that can&#39;t be used"}}) {
+    write("root/a.prg", std::string("PROCEDURE main\nLOCAL x\n") + statement + "\n");
+    EXPECT_EQ(get("a.prg"),
+              refusal("500 Internal Server Error") + "<p>a.prg:3: " + words + "</p>\n");
+  }
   write("root/a.prg", "errorblock({|e| 1 + {}})\nx := 1 + {}\n");
   EXPECT_TRUE(get("a.prg").starts_with(refusal("500 Internal Server Error") + "<p>a.prg:1: "));
   write("root/a.prg", "?? 'begun'\nRETURN\nINIT PROCEDURE no\nRETURN .F.\n");
