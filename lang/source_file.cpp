@@ -1,5 +1,7 @@
 #include "lang/source_file.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -44,9 +46,21 @@ bool same_state(const struct stat& a, const struct stat& b) {
 
 }  // namespace
 
-bool strangers_may_write(const struct stat& status) {
-  const bool own_group = status.st_gid == status.st_uid;
-  return (status.st_mode & S_IWOTH) != 0 || ((status.st_mode & S_IWGRP) != 0 && !own_group);
+std::string open_to_strangers(const struct stat& file, const std::string& path) {
+  const bool own_group = file.st_gid == file.st_uid;
+  if ((file.st_mode & S_IWOTH) != 0 || ((file.st_mode & S_IWGRP) != 0 && !own_group))
+    return "can be written by strangers";
+  struct stat folder;
+  const std::size_t slash = std::min(path.rfind('/'), path.size());
+  if (file_ops().stat(path.substr(0, slash + 1).c_str(), &folder) != 0)
+    return std::string("has a folder that can't be looked at: ") + std::strerror(errno);
+  if (file.st_uid != 0 && file.st_uid != ::geteuid() && file.st_uid != folder.st_uid)
+    return "belongs to a stranger: neither to root, nor to this account, nor to the owner of its "
+           "folder";
+  // Where everybody may put files and nobody may take another's away (the sticky bit) it stays what it is.
+  if ((folder.st_mode & S_IWOTH) != 0 && (folder.st_mode & S_ISVTX) == 0)
+    return "lies in a folder that strangers may write to";
+  return {};
 }
 
 bool lies_below(std::string_view path, std::string_view folder) {
@@ -55,17 +69,18 @@ bool lies_below(std::string_view path, std::string_view folder) {
   return folder.ends_with('/') ? !path.empty() : path.starts_with('/');
 }
 
-bool SourceFiles::may_read(const struct stat& status, std::string& fault) const {
+bool SourceFiles::may_read(const struct stat& status, const std::string& path,
+                           std::string& fault) const {
   if (!is_program(status, fault)) return false;
-  return within_.empty() || !strangers_may_write(status) ||
-         refuse(fault, "can be written by strangers");
+  if (!within_.empty()) fault = open_to_strangers(status, path);
+  return within_.empty() || fault.empty();
 }
 
 // Looks before it opens: opening alone makes some devices act, and waits at a pipe.
 bool SourceFiles::read_whole(const std::string& name, std::string& text, std::string& fault) const {
   struct stat status;
   if (file_ops().stat(name.c_str(), &status) != 0) return system_refuses(fault);
-  if (!may_read(status, fault)) return false;
+  if (!is_program(status, fault)) return false;
   const std::unique_ptr<char, decltype(&std::free)> real(
       within_.empty() ? nullptr : ::realpath(name.c_str(), nullptr), std::free);
   if (!within_.empty() && real == nullptr) return system_refuses(fault);
@@ -73,17 +88,19 @@ bool SourceFiles::read_whole(const std::string& name, std::string& text, std::st
         return lies_below(real.get(), folder);
       }))
     return refuse(fault, "lies outside of the folders that may be read");
-  const File file(real != nullptr ? real.get() : name.c_str(), O_RDONLY | O_NONBLOCK);
+  const std::string path = real != nullptr ? real.get() : name;
+  const File file(path.c_str(), O_RDONLY | O_NONBLOCK);
   if (!file.opened()) return system_refuses(fault);
-  return read_from(file.fd(), text, fault);
+  return read_from(file.fd(), path, text, fault);
 }
 
 // A file that is saved meanwhile is read once more, so that no half of it runs.
-bool SourceFiles::read_from(int fd, std::string& text, std::string& fault) const {
+bool SourceFiles::read_from(int fd, const std::string& path, std::string& text,
+                            std::string& fault) const {
   for (int tries = 0; tries < 2; ++tries) {
     struct stat before, after;
     if (file_ops().fstat(fd, &before) != 0) return system_refuses(fault);
-    if (!may_read(before, fault)) return false;
+    if (!may_read(before, path, fault)) return false;
     // One byte more than the file has: whether it grows is seen at the same time.
     text.resize(static_cast<std::size_t>(before.st_size) + 1);
     const std::int64_t length = read_some_at(fd, text.data(), text.size(), 0);
@@ -111,7 +128,7 @@ std::int32_t SourceFiles::read(const std::string& name, std::string& fault) {
 
 std::int32_t SourceFiles::read_open(int fd, const std::string& name, std::string& fault) {
   std::string text;
-  return read_from(fd, text, fault) ? add(name, std::move(text)) : -1;
+  return read_from(fd, name, text, fault) ? add(name, std::move(text)) : -1;
 }
 
 std::int32_t SourceFiles::add(std::string name, std::string text) {

@@ -20,8 +20,10 @@ struct SourceFile {
   std::string text;  // without the mark of UTF-8 at its beginning and a control-Z at its end
 };
 
-// May others than the owner write a file? A group that has the number of the owner is his own.
-bool strangers_may_write(const struct stat& status);
+// How strangers could change what a file holds, in words to stand behind its name; empty when they can't. Root, the
+// account that runs and the owner of the folder are none, and a group that has the number of the owner is his own. The
+// path is as realpath() gives it.
+std::string open_to_strangers(const struct stat& file, const std::string& path);
 // Does a path lie below a folder? Both as realpath() gives them.
 bool lies_below(std::string_view path, std::string_view folder);
 
@@ -31,8 +33,8 @@ class SourceFiles {
   // that can't be read, is no regular file or is too large. A file that was read before is the same one; it
   // counts again, since the whole is what a program makes anyone go through.
   [[nodiscard]] std::int32_t read(const std::string& name, std::string& fault);
-  // The same for a file that is open, which is read from its beginning. The name is for reports, and includes of it
-  // are sought beside it.
+  // The same for a file that is open, which is read from its beginning. The name, its path as realpath() gives it, is
+  // for reports, and includes of it are sought beside it.
   [[nodiscard]] std::int32_t read_open(int fd, const std::string& name, std::string& fault);
   // From now on only files below these folders are read, and none that strangers may write: see there. The folders
   // are given as realpath() does.
@@ -50,8 +52,8 @@ class SourceFiles {
     mutable std::vector<std::uint32_t> lines;  // where they begin; made when one is asked for
   };
   bool read_whole(const std::string& name, std::string& text, std::string& fault) const;
-  bool read_from(int fd, std::string& text, std::string& fault) const;
-  bool may_read(const struct stat& status, std::string& fault) const;
+  bool read_from(int fd, const std::string& path, std::string& text, std::string& fault) const;
+  bool may_read(const struct stat& status, const std::string& path, std::string& fault) const;
   const Held& held(std::int32_t file) const { return files_[static_cast<std::size_t>(file)]; }
 
   std::deque<Held> files_;

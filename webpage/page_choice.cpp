@@ -80,11 +80,11 @@ PageChoice choose_page() {
   return below_root(variable("PATH_TRANSLATED"));
 }
 
-std::string unfit_page(int fd) {
+std::string unfit_page(int fd, const std::string& path) {
   struct stat status;
   if (file_ops().fstat(fd, &status) != 0) return std::strerror(errno);
   if (!S_ISREG(status.st_mode)) return "is no regular file";
-  return strangers_may_write(status) ? "can be written by strangers" : "";
+  return open_to_strangers(status, path);
 }
 
 }  // namespace tarnel

@@ -22,7 +22,7 @@ std::string real_path(const std::string& path);
 
 PageChoice choose_page();
 
-// Why the file of a page that was opened must not be run, "" if it may.
-std::string unfit_page(int fd);
+// Why the file of a page that was opened by its path must not be run, "" if it may.
+std::string unfit_page(int fd, const std::string& path);
 
 }  // namespace tarnel

@@ -14,6 +14,7 @@
 #include "lang/source_file.h"
 #include "lib/file_names.h"
 #include "lib/strings.h"
+#include "webpage/page_choice.h"
 
 namespace tarnel {
 namespace {
@@ -83,7 +84,8 @@ bool read_file(const std::string& name, PageConfig& config, std::string& fault) 
   if (!file.opened() || file_ops().fstat(file.fd(), &status) != 0)
     return fail(fault, name, std::string(": ") + std::strerror(errno));
   if (!S_ISREG(status.st_mode)) return fail(fault, name, " is no regular file");
-  if (strangers_may_write(status)) return fail(fault, name, " can be written by strangers");
+  if (const std::string how = open_to_strangers(status, real_path(name)); !how.empty())
+    return fail(fault, name, " " + how);
   if (status.st_size > static_cast<off_t>(kMostBytes)) return fail(fault, name, " is too long");
   std::string text(kMostBytes, '\0');
   const std::int64_t length = read_some_at(file.fd(), text.data(), text.size(), 0);

@@ -115,7 +115,7 @@ LoadedProgram* read_page(const PageChoice& page, const PageConfig& config) {
     refuse(kForbidden, page.path + ": " + std::strerror(errno));
     return nullptr;
   }
-  if (const std::string fault = unfit_page(file.fd()); !fault.empty()) {
+  if (const std::string fault = unfit_page(file.fd(), page.path); !fault.empty()) {
     refuse(kForbidden, page.path + " " + fault);
     return nullptr;
   }

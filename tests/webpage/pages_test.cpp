@@ -93,6 +93,52 @@ TEST_F(PageFiles, OnlyWhatTheServerNamesBelowItsRootRuns) {
       << "arguments are a stranger's";
 }
 
+// Root, who runs here, may give files away.
+TEST_F(PageFiles, WhatStrangersCouldChangeIsRefused) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  constexpr uid_t kOne = 65533, kOther = 65534;
+  const struct {
+    uid_t folder, file;
+    int mode;  // of the folder
+    const char* told;
+  } cases[] = {{0, 0, 0755, ""},
+               {kOne, kOne, 0755, ""},
+               {kOne, 0, 0755, ""},
+               {0, 0, 0775, ""},
+               {0, 0, 01777, ""},
+               {0, kOne, 0755, "belongs to a stranger"},
+               {kOne, kOther, 0755, "belongs to a stranger"},
+               {0, kOther, 01777, "belongs to a stranger"},
+               {0, 0, 0777, "lies in a folder that strangers may write to"},
+               {kOne, kOne, 0757, "lies in a folder that strangers may write to"}};
+  const struct {
+    const char *folder, *file, *page;
+  } places[] = {{"root/sub", "root/sub/a.prg", "sub/a.prg"},
+                {"root/inc", "root/inc/a.ch", "including.prg"},
+                {"bin", "bin/tnpage.conf", "plain.prg"}};
+  write("root/sub/a.prg", kHello);
+  write("root/inc/a.ch", kHello);
+  write("root/including.prg", "#include \"inc/a.ch\"\n");
+  write("root/plain.prg", kHello);
+  configure("log = stderr\nshow_errors = yes");
+  for (const auto& [folder, file, page] : places) {
+    for (const auto& [folder_owner, owner, mode, told] : cases) {
+      EXPECT_EQ(chown(path(folder).c_str(), folder_owner, 0), 0);
+      EXPECT_EQ(chown(path(file).c_str(), owner, 0), 0);
+      EXPECT_EQ(chmod(path(folder).c_str(), static_cast<mode_t>(mode)), 0);
+      const std::string answered = get(page);
+      EXPECT_EQ(answered == kHeader + "\nhello", *told == 0)
+          << file << folder_owner << owner << mode;
+      // A configuration that is refused says nothing of where the log is.
+      const std::string all = answered + (folder == places[2].folder ? told : errors());
+      EXPECT_NE(all.find(told), std::string::npos) << file << mode << all;
+    }
+    EXPECT_EQ(chmod(path(folder).c_str(), 0755), 0);
+    EXPECT_EQ(chown(path(folder).c_str(), 0, 0), 0);
+    EXPECT_EQ(chown(path(file).c_str(), 0, 0), 0);
+  }
+}
+
 TEST_F(PageFiles, IncludesStayBelowTheRoot) {
   write("root/inc/hello.ch", "#define HELLO 'hello'\n");
   write("root/a.prg", "#include \"inc/hello.ch\"\n?? HELLO\n");
