@@ -141,14 +141,19 @@ void shutdown_runtime() {
   if (!is_quitting()) walk_exit_road();
 }
 
-void QUIT_RUN(int status) {
+static void walk_to_the_end() {
   ::signal(SIGINT, SIG_IGN);
   walk_exit_road();
   finish_output();
+}
+
+void QUIT_RUN(int status) {
+  walk_to_the_end();
   _exit(state.exit_failed ? 1 : status);
 }
 void QUIT_RUN() {
-  QUIT_RUN(state.exit_status);
+  walk_to_the_end();
+  _exit(state.exit_failed ? 1 : state.exit_status);
 }
 
 bool is_quitting() {
@@ -200,7 +205,8 @@ void note_table_write() {
 // Both write the output first: a failure is an error that a program can still hear of.
 Var* builtin_quit(std::int32_t argc, Var** argv) {
   flush_output();
-  QUIT_RUN(arg_is(argc, argv, 0, "INF") ? integer_of(argv[0]) & 255 : state.exit_status);
+  if (!arg_is(argc, argv, 0, "INF")) QUIT_RUN();
+  QUIT_RUN(integer_of(argv[0]) & 255);
 }
 
 Var* builtin_shutdown(std::int32_t, Var**) {

@@ -31,7 +31,7 @@ void start_library(const Program& program);
 // Each step begins at most once: whoever quits inside the road goes on behind the step that he broke
 // off.
 [[noreturn]] void QUIT_RUN(int status);
-[[noreturn]] void QUIT_RUN();  // with exit_status()
+[[noreturn]] void QUIT_RUN();  // with exit_status(), as EXIT procedures leave it
 // All of the exit road but the end of the process. After it a raise ends the run.
 void shutdown_runtime();
 // The shutdown has begun or is done.

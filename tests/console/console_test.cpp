@@ -153,6 +153,19 @@ TEST_F(Console, AWaitForALockGivesWayToSignals) {
   }
 }
 
+TEST_F(Console, AnErrorInAnExitProcedureCounts) {
+  std::ofstream(directory_ / "e.prg") << "EXIT PROCEDURE fails\n? 1 + {}\n";
+  std::ofstream(directory_ / "n.prg") << "EXIT PROCEDURE chooses\nerrorlevel(7)\n";
+  for (const auto& [lines, status] :
+       {std::pair{".load e.prg\n", 1}, {".load e.prg\nQUIT\n", 1}, {".load n.prg\n", 7}}) {
+    start(std::string("exec " TARNEL_CONSOLE " 2>&1"));
+    type(lines);
+    close(std::exchange(in_, -1));
+    read_to("");
+    EXPECT_EQ(end(), status) << lines;
+  }
+}
+
 // The condition takes nearly all of the time, however fast the machine is.
 TEST_F(Console, ASignalWaitsForTheKeysOfAChangeAndOfABuild) {
   for (const std::string work : {"dbappend()", "dbreindex()"}) {
