@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -17,14 +18,16 @@
 
 #include "core/core_modules.h"
 #include "db/db_modules.h"
+#include "lang/program.h"
 #include "lib/lib_modules.h"
 #include "term/term_modules.h"
 
 namespace tarnel {
 namespace {
 
-constexpr auto kModules =
-    join_modules(kTermModules, kDbModules, kLibModules, kBorrowedModules, kCoreModules);
+constexpr std::array kProgramModules = {&kProgramModule};
+constexpr auto kModules = join_modules(kProgramModules, kTermModules, kDbModules, kLibModules,
+                                       kBorrowedModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 
 // "- `name(x) -> y`: what it does"
