@@ -141,6 +141,8 @@ enum class NoArea : bool { kSilent, kError322 };
 
 // Those with a rule of their own.
 #define FRONT_SPECIALS(X)                                                                          \
+  X("__dbtable", dbtable, "__dbtable() -> lOpen: is a table open; error 322 if not",               \
+    "__dbtable() ==> .T.")                                                                         \
   X("afields", afields,                                                                            \
     "afields([aNames], [aTypes], [aLengths], [aDecimals]) -> nFields: fills arrays with the "      \
     "structure",                                                                                   \

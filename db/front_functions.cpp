@@ -182,6 +182,10 @@ Var* dbcreate(std::int32_t argc, Var** argv) {
   return with_neterr(front_call(object, {"createdb", kMethod}, argc < 2 ? argc : 3, passed));
 }
 
+Var* dbtable(std::int32_t, Var**) {
+  return logical(front_server(NoArea::kError322) != nullptr);
+}
+
 Var* dbcloseall(std::int32_t, Var**) {
   close_all_areas();
   return true_value();

@@ -114,10 +114,10 @@ Var* dbeval(std::int32_t argc, Var** argv) {
   return scan("eval", argc, argv, 3);
 }
 Var* dblocate_statement(std::int32_t argc, Var** argv) {
-  return scan("locate", argc, argv, 2);
+  return scan("locate", argc, argv, 2, NoArea::kError322);
 }
 Var* dbcontinue_statement(std::int32_t argc, Var** argv) {
-  return front_dbcontinue(argc, argv);
+  return front_server(NoArea::kError322) != nullptr ? front_dbcontinue(argc, argv) : false_value();
 }
 Var* dbreplace_statement(std::int32_t argc, Var** argv) {
   return scan("replace", argc, argv, 4, NoArea::kError322);

@@ -19,6 +19,8 @@
 #command ? [<values,...>]   => qout(<values>)
 #command ?? [<values,...>]  => qqout(<values>)
 
+// Commands that need a table begin with __dbtable() where their function would say nothing without one.
+
 // --- Areas
 
 // Opens as SET EXCLUSIVE says, unless it tells. No order is opened beside a table that could not be.
@@ -66,7 +68,7 @@
 
 // --- Records
 
-#command APPEND BLANK       => dbappend()
+#command APPEND BLANK       => __dbtable() ; dbappend()
 
 // A scope may stand before the fields.
 #command REPLACE ALL <*replacements*>           => REPLACE <replacements> ALL
@@ -84,10 +86,10 @@
 
 #command DELETE [FOR <for>] [WHILE <while>] [NEXT <n>] [RECORD <rec>] [<rest: REST>] [ALL] ;
   => __dbdelete(<{for}>, <{while}>, <n>, <rec>, <.rest.>)
-#command DELETE             => dbdelete()
+#command DELETE             => __dbtable() ; dbdelete()
 #command RECALL [FOR <for>] [WHILE <while>] [NEXT <n>] [RECORD <rec>] [<rest: REST>] [ALL] ;
   => __dbrecall(<{for}>, <{while}>, <n>, <rec>, <.rest.>)
-#command RECALL             => dbrecall()
+#command RECALL             => __dbtable() ; dbrecall()
 
 #command PACK               => __dbpack()
 #command ZAP                => __dbzap()
@@ -163,8 +165,8 @@
 #command REINDEX                            => ordlistrebuild()
 
 #command SET INDEX TO                              => ordlistclear()
-#command SET INDEX TO <(index)> [, <(more)>]       => ordlistclear() ; dbsetindex(<(index)>) [; dbsetindex(<(more)>)]
-#command SET INDEX TO <(index)> [, <(more)>] ADDITIVE  => dbsetindex(<(index)>) [; dbsetindex(<(more)>)]
+#command SET INDEX TO <(index)> [, <(more)>]       => __dbtable() ; ordlistclear() ; dbsetindex(<(index)>) [; dbsetindex(<(more)>)]
+#command SET INDEX TO <(index)> [, <(more)>] ADDITIVE  => __dbtable() ; dbsetindex(<(index)>) [; dbsetindex(<(more)>)]
 #command SET ORDER TO                              => dbsetorder(0)
 #command SET ORDER TO <n>                          => dbsetorder(<n>)
 

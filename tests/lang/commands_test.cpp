@@ -70,7 +70,8 @@ TEST(Commands, BecomeCalls) {
        "__dbreplace({\"a\", \"b\"}, {{|| a + 1}, {|| 'x'}}, {|| a > 1}, {|| ! eof()},,, .F.)\n"
        "__dbreplace({\"a\"}, {{|| 0}},,, 5,, .F.)\n__dbreplace({\"all\"}, {{|| 1}},,,,, .F.)"},
       {"", "delete\ndelete all\nreca record 3 for x\ndelete file a.txt",
-       "dbdelete()\n__dbdelete(,,,, .F.)\n__dbrecall({|| x},,, 3, .F.)\nferase(\"a.txt\")"},
+       "__dbtable()\ndbdelete()\n__dbdelete(,,,, .F.)\n__dbrecall({|| x},,, 3, "
+       ".F.)\nferase(\"a.txt\")"},
       {"", "count to n for a\nsum a, b + 1 to x, y while z",
        "n := __dbcount({|| a},,,, .F.)\n"
        "__dbsum({{|| a},{|| b + 1}},, {|| z},,, .F., @x, @y)"},
@@ -81,7 +82,7 @@ TEST(Commands, BecomeCalls) {
        "__dbdelim(.T., \"x.txt\", \"blank\", {},,,,, .F.)\n__dbcopyst(\"e\", "
        "{})\n__copyfile(\"a\", \"b\")"},
       {"", "append blank\nappe from f sdf for x\nsort on a/D, b to s\ntotal on a to t fields b",
-       "dbappend()\n__dbsdf(.F., \"f\", {}, {|| x},,,, .F.)\n"
+       "__dbtable()\ndbappend()\n__dbsdf(.F., \"f\", {}, {|| x},,,, .F.)\n"
        "__dbsort(\"s\", {\"a/D\",\"b\"},,,,, .F.)\n__dbtotal(\"t\", {|| a}, {\"b\"},,,,, .F.)"},
       {"", "update from u on k replace a with u->a, b with 0 random",
        "__dbupdate(\"u\", {|| k}, .T., {|| field->a := u->a, field->b := 0})"},
@@ -167,6 +168,34 @@ TEST_F(CommandRun, ScopesAreWhatCommandsSay) {
     const std::string got = does(c.text);
     EXPECT_TRUE(got.starts_with(c.statements)) << c.text << "\n" << got;
   }
+}
+
+TEST_F(CommandRun, OneThatNeedsATableSaysSo) {
+  for (const char* command : {"append blank",
+                              "delete",
+                              "delete all",
+                              "recall",
+                              "recall all",
+                              "replace all a with 1",
+                              "go top",
+                              "skip",
+                              "seek 1",
+                              "locate for .t.",
+                              "continue",
+                              "pack",
+                              "zap",
+                              "list",
+                              "copy to x",
+                              "sort to x on a",
+                              "index on a to x",
+                              "reindex",
+                              "set index to x",
+                              "set index to x additive",
+                              "set order to 1",
+                              "set filter to a"})
+    EXPECT_NE(does(command).find("322"), std::string::npos) << command;
+  for (const char* nothing_to_do : {"use", "close", "commit", "unlock", "set index to"})
+    EXPECT_EQ(does(nothing_to_do).find("322"), std::string::npos) << nothing_to_do;
 }
 
 }  // namespace
