@@ -13,6 +13,7 @@
 #include "core/function.h"
 #include "core/symbols.h"
 #include "core/var.h"
+#include "macro/operations.h"
 #include "macro/small_list.h"
 
 namespace tarnel {
@@ -146,9 +147,7 @@ struct SyntaxFault {
 struct Word {
   std::uint32_t at;  // in the code's bytes
   std::uint32_t size;
-  std::int32_t sym;         // -1: no such name
-  std::uint64_t stamp;      // names_stamp() when sym and field were found; 0: not yet
-  Var* field;               // the cell of that name in the area that was current then, or null
+  FoundName found;
   Function function;        // none: not yet found
   std::uint32_t functions;  // functions_stamp() when it was found
 };

@@ -129,7 +129,7 @@ void CodeBuilder::add_block(Code* block, StepKind kind) {
 }
 
 void CodeBuilder::add_with_word(StepKind kind, std::string_view word, std::uint8_t op) {
-  words_.add({add_bytes(word), static_cast<std::uint32_t>(word.size()), -1, 0, nullptr, {}, 0});
+  words_.add({add_bytes(word), static_cast<std::uint32_t>(word.size()), {}, {}, 0});
   add(kind, static_cast<std::int32_t>(words_.size()) - 1, op);
 }
 

@@ -22,6 +22,9 @@ class Evaluation {
   bool possible_;
 };
 
+// An evaluation was too deep, and all around it end.
+bool leaving_deep_evaluation();
+
 // To be called once, from main's own depth of the stack, before the first evaluation.
 void measure_stack();
 

@@ -151,8 +151,8 @@ void Machine::stepUnary(const Step& step) {
 void Machine::stepAssign(const Step& step) {
   Var* value = pop();
   Var* target = pop();
-  if (is_error(target) && code_.goes_on()) return push(target);  // a field that isn't there: told
-  // What is undefined, or an error that a handler passed over, is no value for a record.
+  if (code_.goes_on()) return push(ASSIGN(target, value, binary_function(step.op)));
+  // What is undefined is no value for a record.
   if (upper_class(target->sclass) == 'F') {
     if (is_undefined(value) && is_undefined(ARG_VAR(value))) value = error_value();
     if (is_error(value)) return push(value);
@@ -259,9 +259,7 @@ void Machine::report(int code, std::string_view cause) {
 // --- What steps share.
 
 Var* Machine::keep_alive(Var* cell) {
-  if (letter_in(cell->sclass, "TtC")) return cell;
-  ++cell->refs;
-  return PUSH_TEMP(cell);
+  return KEEP(cell);
 }
 
 // A cell that may be written to and outlives the code: for a constant of the code a temporary like it.

@@ -22,7 +22,4 @@ Var* run_code(Code& code, std::string_view source, const BlockArguments& argumen
 // Raises the error that the code of a wrong text ends with.
 void report_syntax_fault(std::string_view text, const SyntaxFault& fault);
 
-// True while a nesting of evaluations that was too deep is being left; nothing is evaluated then.
-bool leaving_deep_evaluation();
-
 }  // namespace tarnel

@@ -17,33 +17,21 @@ namespace tarnel {
 
 // --- Names.
 
-std::int32_t known_name(std::string_view name) {
-  if (const std::int32_t found = FIND_SYMBOL(name); found > 0) return found;
-  const std::int32_t sym = ADD_SYMBOL(name);
-  if (sym > 0) symbol_var(sym)->sclass = 'U';
-  return sym;
-}
-
 // -1 when there is no such name; every name of a program is known.
 std::int32_t Machine::symbol_of(Word& word) {
-  if (word.stamp == names_stamp()) return word.sym;
+  FoundName& found = word.found;
+  if (found.stamp == names_stamp()) return found.sym;
   const std::string_view name{code_.bytes + word.at, word.size};
-  word.sym = FIND_SYMBOL(name);
-  if (word.sym < 0 && code_.goes_on()) word.sym = known_name(name);
-  word.field = nullptr;
-  word.stamp = word.sym > 0 ? names_stamp() : 0;
-  return word.sym;
+  found = {code_.goes_on() ? known_name(name) : FIND_SYMBOL(name), 0, nullptr};
+  found.stamp = found.sym > 0 ? names_stamp() : 0;
+  return found.sym;
 }
 
-// The field is looked for again when another area is the current one.
 void Machine::stepName(const Step& step) {
   Word& word = code_.words[step.a];
-  const std::int32_t sym = symbol_of(word);
-  if (sym < 0)
+  if (symbol_of(word) < 0)
     return report(307, "access of undefined variable " + std::string(code_.word(step.a)));
-  if (word.field == nullptr || word.field->owner != current_field_owner())
-    word.field = find_current_field(sym);
-  push_checked(word.field != nullptr ? FIELD_GET(word.field) : symbol_var(sym));
+  push_checked(NAMED_VALUE(word.found));
 }
 
 void Machine::stepMemvar(const Step& step) {
@@ -117,17 +105,12 @@ void Machine::stepByValue(const Step& step) {
 
 void Machine::stepByReference(const Step& step) {
   Var* cell = top();
-  if (upper_class(cell->sclass) == 'F' && code_.goes_on()) {
-    top() = ARG_VAR(cell);
-    RT_ERROR(320, "cannot pass field by reference " + std::string(code_.word(step.a)));
-    return;
-  }
-  if (upper_class(cell->sclass) == 'F')
-    return report(320, "cannot pass field by reference " + std::string(code_.word(step.a)));
   if (cell->type == 'E')
     pop();
+  else if (code_.goes_on() || upper_class(cell->sclass) != 'F')
+    top() = BY_REFERENCE(cell, code_.word(step.a));
   else
-    keep_alive(cell);
+    report(320, "cannot pass field by reference " + std::string(code_.word(step.a)));
 }
 
 // A text's name is the full one of a builtin already.
@@ -164,48 +147,48 @@ void Machine::stepMethod(const Step& step) {
 
 // --- Areas.
 
+// Of a text: what it chooses must be there, or it ends.
 void Machine::no_area(int code, std::string_view cause) {
   area_ = nullptr;
-  if (code_.goes_on())
-    RT_ERROR(code, cause);
-  else
-    report(code, cause);
+  report(code, cause);
 }
 
 void Machine::stepAreaNamed(const Step& step) {
+  if (code_.goes_on()) {
+    area_ = AREA_NAMED(code_.word(step.a));
+    return;
+  }
   area_ = AREA_BY_NAME(code_.word(step.a));
-  if (area_ != nullptr) return;
-  if (code_.goes_on())
-    no_area(342, code_.word(step.a));
-  else
-    no_area(337, "unknown alias");
+  if (area_ == nullptr) no_area(337, "unknown alias");
 }
 
 void Machine::stepAreaCurrent(const Step&) {
   const AreaHooks& areas = area_hooks();
-  area_ = areas.current != nullptr ? areas.current() : nullptr;
-  if (code_.goes_on() && (area_ == nullptr || areas.owner(area_) == nullptr))
-    no_area(322, format_text("in work area %d", area_ != nullptr ? areas.current_number() : 1));
+  area_ = code_.goes_on() ? AREA_CURRENT() : areas.current != nullptr ? areas.current() : nullptr;
 }
 
 void Machine::stepAreaOf(const Step&) {
-  Var* which = pop();
+  Var* const which = pop();
+  if (code_.goes_on()) {
+    area_ = AREA_OF(which);
+    return;
+  }
+  const auto by_number = area_hooks().by_number;
   if (is_text(which)) {
     area_ = AREA_BY_NAME(text_of(which));
     if (area_ == nullptr) no_area(337, "unknown alias");
-    return;
+  } else if (is_number(which)) {
+    area_ = by_number != nullptr ? by_number(integer_of(which)) : nullptr;
+  } else {
+    no_area(342, "variable has wrong type");
   }
-  if (!is_number(which)) return no_area(342, "variable has wrong type");
-  const auto by_number = area_hooks().by_number;
-  area_ = by_number != nullptr ? by_number(integer_of(which)) : nullptr;
-  if (area_ == nullptr && code_.goes_on()) no_area(342, "no such area");
 }
 
 void Machine::stepField(const Step& step) {
   if (area_ == nullptr && code_.goes_on()) return push(error_value());
   const std::int32_t sym = symbol_of(code_.words[step.a]);
-  Var* cell = sym > 0 ? GET_FIELD_IN(area_, sym) : nil_value();
-  if (cell == nil_value() && code_.goes_on()) return push(error_value());  // 306 was raised
+  if (code_.goes_on()) return push(FIELD_BY_SYMBOL(area_, sym));
+  Var* const cell = sym > 0 ? GET_FIELD_IN(area_, sym) : nil_value();
   if (cell == nil_value())
     return report(307, "access of undefined field " + std::string(code_.word(step.a)));
   push_checked(cell);

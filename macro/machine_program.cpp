@@ -13,17 +13,6 @@
 #include "macro/machine_state.h"
 
 namespace tarnel {
-namespace {
-
-bool is_plain_name(std::string_view text) {
-  const auto letter = [](char c) { return c == '_' || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z'); };
-  if (text.empty() || !letter(text.front())) return false;
-  for (const char c : text)
-    if (!letter(c) && (c < '0' || c > '9')) return false;
-  return true;
-}
-
-}  // namespace
 
 // --- Names.
 
@@ -58,39 +47,20 @@ void Machine::stepStoreStatic(const Step& step) {
 // --- Macros.
 
 void Machine::stepJoinTexts(const Step& step) {
-  std::string joined;
-  Var** const first = top_ - step.a;
-  for (Var** piece = first; piece < top_; ++piece) {
-    Var* const text = *piece;
-    // What a field holds is that of its record.
-    joined +=
-        cschrarg(upper_class(text->sclass) == 'F' ? ARG_VAR(text) : text, "when expanding macro");
-  }
-  top_ = first;
-  push_checked(TMP_TEXT(joined));
+  top_ -= step.a;
+  push_checked(JOIN_TEXTS(step.a, top_));
 }
 
-// A name alone is known from then on, so that it may be assigned to.
 void Machine::stepMacroValue(const Step&) {
-  Var* const text = pop();
-  const std::string_view source = is_text(text) ? text_of(text) : std::string_view();
-  if (is_plain_name(source)) known_name(source);
-  push_returned(EXP_EVAL(source));
+  push_returned(MACRO_VALUE(pop()));
 }
 
 void Machine::stepMacroMemvar(const Step&) {
-  Var* const text = pop();
-  const std::int32_t sym = is_text(text) ? known_name(text_of(text)) : -1;
-  if (sym <= 0) return report(320, "no name of a variable");
-  push(symbol_var(sym));
+  push(MACRO_MEMVAR(pop()));
 }
 
 void Machine::stepMacroField(const Step&) {
-  Var* const text = pop();
-  if (area_ == nullptr) return push(error_value());
-  const std::int32_t sym = is_text(text) ? known_name(text_of(text)) : -1;
-  Var* const cell = sym > 0 ? GET_FIELD_IN(area_, sym) : nil_value();
-  push(cell == nil_value() ? error_value() : cell);
+  push(MACRO_FIELD(area_, pop()));
 }
 
 void Machine::stepCallNamed(const Step&) {
@@ -111,7 +81,7 @@ void Machine::stepMethodNamed(const Step&) {
 }
 
 void Machine::stepVariableArgument(const Step&) {
-  top() = upper_class(top()->sclass) == 'F' ? ARG_VAR(top()) : keep_alive(top());
+  top() = VARIABLE_ARGUMENT(top());
 }
 
 // --- Statements.
@@ -138,26 +108,15 @@ void Machine::stepGo(const Step& step) {
 }
 
 void Machine::stepForStep(const Step& step) {
-  if (is_number(top()) && number_of(top()) != 0) return;
-  RT_ERROR(320, "step of FOR");
+  if (IS_STEP(top())) return;
   pop();
   jump(step.a);
 }
 
-// Numbers as a rule; what else can be compared, dates for instance, by the operators.
 void Machine::stepForTest(const Step& step) {
   Var* const by = pop();
   Var* const limit = pop();
-  Var* const counter = pop();
-  const bool up = number_of(by) > 0;
-  bool beyond;
-  if (is_number(counter) && is_number(limit)) {
-    const double at = number_of(counter), end = number_of(limit);
-    beyond = up ? !(at <= end) : !(at >= end);
-  } else {
-    beyond = !csifu(up ? csulequ(counter, limit) : csugequ(counter, limit));
-  }
-  if (!beyond) jump(step.a);
+  if (!IS_BEYOND(pop(), limit, by)) jump(step.a);
 }
 
 // Behind it stand, for a counter and a limit that are simple: the step, its addition to the counter, the counter, the
@@ -178,18 +137,14 @@ void Machine::stepForTurn(const Step& step) {
 }
 
 void Machine::stepEachOf(const Step&) {
-  if (top()->type == 'A') return;
-  RT_ERROR(312, "FOR EACH wants an array");
-  top() = cscreara(NEW_TEMP(), 0, kAllNil);
+  top() = EACH_OF(top());
 }
 
 void Machine::stepEachNext(const Step& step) {
-  Var* const index = pop();
-  Var* const array = pop();
-  const std::int32_t next = integer_of(index) + 1;
-  if (array->type != 'A' || next > element_count(array)) return jump(step.a);
-  SET_INT(index, next);
-  push(element(array, next));
+  Var* const position = pop();
+  Var* const next = EACH_NEXT(pop(), position);
+  if (next == nullptr) return jump(step.a);
+  push(next);
 }
 
 // The steps of the sequence run within, so that a break finds its way back here.
@@ -222,13 +177,11 @@ void Machine::stepBreak(const Step&) {
 }
 
 void Machine::stepPrivate(const Step&) {
-  Var* const name = pop();
-  if (const std::int32_t sym = known_name(text_of(name)); sym > 0) DECLARE_PRIVATE(sym);
+  PRIVATE_NAMED(pop());
 }
 
 void Machine::stepPublic(const Step&) {
-  Var* const name = pop();
-  if (const std::int32_t sym = known_name(text_of(name)); sym > 0) DECLARE_PUBLIC(sym);
+  PUBLIC_NAMED(pop());
 }
 
 void Machine::stepBindName(const Step& step) {

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "core/memvars.h"
+#include "macro/evaluation.h"
 #include "macro/machine.h"
 #include "macro/program_part.h"
 #include "macro/small_list.h"
@@ -13,9 +14,6 @@ namespace tarnel {
 using UnaryFunction = Var* (*)(Var* value);
 // By UnaryOperator.
 UnaryFunction unary_function(std::uint8_t op);
-
-// The Symbol of a name, which becomes known as that of an undefined variable.
-std::int32_t known_name(std::string_view name);
 
 class Machine {
  public:
