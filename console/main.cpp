@@ -34,6 +34,7 @@
 #include "lib/lib_modules.h"
 #include "lib/streams.h"
 #include "macro/evaluator.h"
+#include "macro/program_files.h"
 #include "term/term_modules.h"
 
 namespace tarnel {
@@ -270,7 +271,8 @@ Var* console_main(std::int32_t, Var**) {
 constexpr FunctionEntry kMainFunctions[] = {{"main", console_main, nullptr}};
 constexpr ModuleRecord kMainModule{.name = "console", .functions = kMainFunctions};
 // The state object is that of pages: what a page's procedures do can be tried here.
-constexpr std::array kConsoleModules = {&kMainModule, &kProgramModule, &kStateModule};
+constexpr std::array kConsoleModules = {&kMainModule, &kProgramModule, &kProgramFilesModule,
+                                        &kStateModule};
 constexpr auto kModules = join_modules(kConsoleModules, kTermModules, kDbModules, kLibModules,
                                        kBorrowedModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);

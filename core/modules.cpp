@@ -41,11 +41,11 @@ std::vector<LoadedName>::iterator loaded_place(std::string_view name) {
   return std::ranges::lower_bound(state.loaded, significant(name), {}, &LoadedName::name);
 }
 
-LoadedProcedure* find_loaded(std::string_view name) {
-  if (state.loaded.empty()) return nullptr;
+Function find_loaded(std::string_view name) {
+  if (state.loaded.empty()) return {};
   const auto found = loaded_place(name);
-  return found != state.loaded.end() && found->name == significant(name) ? found->procedure
-                                                                         : nullptr;
+  const bool there = found != state.loaded.end() && found->name == significant(name);
+  return there ? found->procedure : Function();
 }
 
 void refuse_version() {
@@ -156,7 +156,7 @@ void ADD_PROCEDURES(std::span<const LoadedName> procedures) {
   ++state.stamp;
 }
 
-void REMOVE_PROCEDURE(const LoadedProcedure* procedure) {
+void REMOVE_PROCEDURE(Function procedure) {
   std::erase_if(state.loaded, [&](const LoadedName& n) { return n.procedure == procedure; });
   ++state.stamp;
 }
@@ -169,7 +169,7 @@ std::uint32_t functions_stamp() {
 Function find_function(std::string_view name) {
   name.remove_prefix(std::min(name.find_first_not_of(" \t"), name.size()));
   name = name.substr(0, name.find(' '));
-  if (LoadedProcedure* loaded = find_loaded(name); loaded != nullptr) return loaded;
+  if (const Function loaded = find_loaded(name); loaded) return loaded;
   const std::int32_t at = FIND_FUNC(name);
   return at > 0 ? Function(state.functions.entries[at].function) : Function();
 }

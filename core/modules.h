@@ -143,16 +143,16 @@ struct Program {
 void LINK_MODULES(const Program& program);
 const FunctionTable& function_table();
 
-// --- Procedures of programs. They come before the functions that the executable was linked with, as those of
+// --- Procedures of programs, loaded or translated. They come before the functions that the executable was linked with, as those of
 // an application's modules do.
 struct LoadedName {
   std::string name;  // lower case; ten characters are significant
-  LoadedProcedure* procedure;
+  Function procedure;
 };
 // Adds procedures, or puts them in the place of those of the same names.
 void ADD_PROCEDURES(std::span<const LoadedName> procedures);
 // Forgets the names under which a procedure is known.
-void REMOVE_PROCEDURE(const LoadedProcedure* procedure);
+void REMOVE_PROCEDURE(Function procedure);
 // Changes whenever a name may mean another function. Never 0.
 std::uint32_t functions_stamp();
 

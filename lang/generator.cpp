@@ -13,11 +13,6 @@
 namespace tarnel {
 namespace {
 
-std::string module_of(std::string_view path) {
-  std::string_view base = path.substr(path.find_last_of('/') + 1);
-  return lower_text(base.substr(0, std::min(base.rfind('.'), base.size())));
-}
-
 // Makes the code of a whole file.
 class FileGenerator {
  public:
@@ -52,7 +47,7 @@ class FileGenerator {
     std::deque<ProgramFile>& known = made_.unit->files;
     const auto found = std::ranges::find(known, path, &ProgramFile::path);
     if (found != known.end()) return &*found;
-    return &known.emplace_back(ProgramFile{module_of(path), path});
+    return &known.emplace_back(program_file(path));
   }
 
   ProgramPart& new_part(Place place) {

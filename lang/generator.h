@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "lang/diagnostics.h"
-#include "lang/program_class.h"
 #include "lang/tree.h"
 #include "macro/code.h"
+#include "macro/program_class.h"
 #include "macro/program_part.h"
 
 namespace tarnel {

@@ -12,6 +12,7 @@
 #include "core/stacks.h"
 #include "core/text.h"
 #include "lang/parser.h"
+#include "macro/program_files.h"
 
 namespace tarnel {
 namespace {
@@ -146,9 +147,9 @@ LoadedProgram* LoadedProgram::of_sources(SourceFiles& sources, Diagnostics& diag
   for (const std::int32_t file : files) {
     StatementReader reader(sources, diagnostics, options.include_folders);
     reader.open(file);
-    const ProgramTree tree =
-        parse_program(reader, diagnostics, name_without_ending(sources[file].name));
+    ProgramTree tree = parse_program(reader, diagnostics, name_without_ending(sources[file].name));
     program->files_.push_back(generate(tree, sources, diagnostics, options.warn));
+    if (options.trees != nullptr) options.trees->push_back(std::move(tree));
   }
   Check(program->files_, diagnostics).run();
   if (diagnostics.errors() > 0) return nullptr;
@@ -160,6 +161,12 @@ LoadedProgram* LoadedProgram::read(std::span<const std::string> files,
                                    const ProgramOptions& options, std::string& report) {
   SourceFiles sources;
   Diagnostics diagnostics(sources);
+  return read(files, options, sources, diagnostics, report);
+}
+
+LoadedProgram* LoadedProgram::read(std::span<const std::string> files,
+                                   const ProgramOptions& options, SourceFiles& sources,
+                                   Diagnostics& diagnostics, std::string& report) {
   std::vector<std::int32_t> numbers;
   for (const std::string& name : files) {
     std::string fault;
@@ -199,6 +206,8 @@ void LoadedProgram::link() {
         names.push_back({std::move(name), one.made.get()});
   link_classes();
   ADD_PROCEDURES(names);
+  for (const GeneratedFile& file : files_)
+    for (const ProgramFile& source : file.unit->files) add_program_file(source);
   started.push_back(this);
 }
 
@@ -245,6 +254,7 @@ void LoadedProgram::unload() {
   for (const GeneratedFile& file : files_) {
     for (const auto& procedure : file.procedures) REMOVE_PROCEDURE(procedure.made.get());
     for (const GeneratedClass& one : file.classes) REMOVE_PROCEDURE(one.made.get());
+    for (const ProgramFile& source : file.unit->files) forget_program_file(source);
   }
   std::erase(started, this);
 }
@@ -254,19 +264,6 @@ std::vector<const GeneratedFile*> LoadedProgram::started_files() {
   for (const LoadedProgram* program : started)
     for (const GeneratedFile& file : program->files_) files.push_back(&file);
   return files;
-}
-
-const std::string* source_path(const Frame& frame) {
-  for (const GeneratedFile* file : LoadedProgram::started_files())
-    for (const ProgramFile& source : file->unit->files)
-      if (frame.module == source.module.c_str()) return &source.path;
-  return nullptr;
-}
-
-Var* procpath(std::int32_t argc, Var** argv) {
-  const Frame* const frame = frame_at(arg_is(argc, argv, 0, "INFL") ? integer_of(argv[0]) : 0);
-  const std::string* const path = frame != nullptr ? source_path(*frame) : nullptr;
-  return path != nullptr ? TMP_TEXT(*path) : empty_text();
 }
 
 bool& programs_end_lines() {

@@ -16,6 +16,7 @@ namespace tarnel {
 struct ProgramOptions {
   std::vector<std::string> include_folders{};
   bool warn = false;  // of names that nothing declares, and functions without a value
+  std::vector<ProgramTree>* trees = nullptr;  // receives what the files were read as
 };
 
 // The procedures of some files. It lasts to the end of the run: variables may hold its blocks.
@@ -25,6 +26,10 @@ class LoadedProgram {
   // warnings, as lines.
   static LoadedProgram* read(std::span<const std::string> files, const ProgramOptions& options,
                              std::string& report);
+
+  // The same, for who wants to know more of them.
+  static LoadedProgram* read(std::span<const std::string> files, const ProgramOptions& options,
+                             SourceFiles& sources, Diagnostics& diagnostics, std::string& report);
 
   // The same for files that were read; what is wrong is told to the diagnostics.
   static LoadedProgram* of_sources(SourceFiles& sources, Diagnostics& diagnostics,
@@ -64,24 +69,8 @@ class LoadedProgram {
 // Is the last line of output ended where a program ends? Bytes of pages stay as they are.
 bool& programs_end_lines();
 
-// What ended a program, for people who may see it all: FILE:LINE: Run-time error 201: words, then a line for each
-// procedure that runs. To be asked by an error block of which the frame is hidden (its line is -1).
-std::string program_report(Var* error);
-
-// The path of the source file of a frame's procedure, as given; null for one that isn't a program's.
-const std::string* source_path(const Frame& frame);
-
-#define PROGRAM_BUILTINS(X)                                                                  \
-  X("procpath", procpath, "procpath([nLevel]) -> cPath: source file of a program, as given", \
-    "procpath() ==> ")
-
-PROGRAM_BUILTINS(DECLARE_BUILTIN)
-inline constexpr FunctionEntry kProgramBuiltins[] = {PROGRAM_BUILTINS(BUILTIN_ROW)};
 Var* exit_programs(std::int32_t argc, Var** argv);
 inline constexpr FunctionEntry kProgramExit[] = {{"exitprogra", exit_programs, nullptr}};
-inline constexpr ModuleRecord kProgramModule{.name = "program",
-                                             .subject = "Blocks, names and calls",
-                                             .functions = kProgramBuiltins,
-                                             .exit = kProgramExit};
+inline constexpr ModuleRecord kProgramModule{.name = "program", .exit = kProgramExit};
 
 }  // namespace tarnel

@@ -14,6 +14,7 @@
 #include "lang/program.h"
 #include "lib/lib_modules.h"
 #include "macro/macro.h"
+#include "macro/program_files.h"
 #include "term/term_modules.h"
 #include "webpage/page_answer.h"
 #include "webpage/page_errors.h"
@@ -24,9 +25,10 @@ namespace {
 
 using namespace tarnel;
 
-constexpr std::array<const ModuleRecord*, 9> kPageModules = {
-    &kPageFunctionsModule,  &kPageRunModule, &kPageErrorsModule, &kLogModule,    &kToolkitModule,
-    &kEscapedToolkitModule, &kStateModule,   &kErrorPageModule,  &kProgramModule};
+constexpr std::array<const ModuleRecord*, 10> kPageModules = {
+    &kPageFunctionsModule, &kPageRunModule,        &kPageErrorsModule, &kLogModule,
+    &kToolkitModule,       &kEscapedToolkitModule, &kStateModule,      &kErrorPageModule,
+    &kProgramModule,       &kProgramFilesModule};
 // Those of other libraries that cost a page nothing before it calls them.
 constexpr std::array<const ModuleRecord*, 3> kBorrowed = {&kDigestsModule, &kJsonModule,
                                                           &kUtf8Module};

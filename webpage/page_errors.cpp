@@ -17,6 +17,7 @@
 #include "frontend/escaped_toolkit.h"
 #include "lang/program.h"
 #include "macro/evaluation.h"
+#include "macro/program_files.h"
 #include "webpage/page_answer.h"
 
 namespace tarnel {

@@ -18,14 +18,14 @@
 
 #include "core/core_modules.h"
 #include "db/db_modules.h"
-#include "lang/program.h"
 #include "lib/lib_modules.h"
+#include "macro/program_files.h"
 #include "term/term_modules.h"
 
 namespace tarnel {
 namespace {
 
-constexpr std::array kProgramModules = {&kProgramModule};
+constexpr std::array kProgramModules = {&kProgramFilesModule};
 constexpr auto kModules = join_modules(kProgramModules, kTermModules, kDbModules, kLibModules,
                                        kBorrowedModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);

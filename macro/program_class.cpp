@@ -1,4 +1,4 @@
-#include "lang/program_class.h"
+#include "macro/program_class.h"
 
 #include <algorithm>
 
@@ -46,7 +46,7 @@ bool ProgramClass::link(const ProgramClass* base_class) {
 
 void ProgramClass::give_first_values(Var* object) const {
   if (parent_ != nullptr) parent_->give_first_values(object);
-  if (initial != nullptr) initial->call(1, &object);
+  if (initial) initial(1, &object);
 }
 
 Var* ProgramClass::call(std::int32_t argc, Var** argv) {

@@ -16,7 +16,7 @@ class ProgramClass final : public LoadedProcedure {
   // `names` outlive it: those of the methods stay where they are.
   struct Method {
     std::string name;  // lower case
-    LoadedProcedure* procedure;
+    Function procedure;
   };
 
   std::string name;                    // lower case
@@ -24,8 +24,7 @@ class ProgramClass final : public LoadedProcedure {
   std::vector<std::string> instances;  // lower case, the significant characters
   std::string types;                   // a letter for each of them
   std::vector<Method> methods;
-  LoadedProcedure* initial =
-      nullptr;  // gives the instances of an object their first values; null: none has one
+  Function initial;  // gives the instances of an object their first values; none: none has one
 
   // Puts the class together with its base, which is linked before it. False when the base is no class.
   [[nodiscard]] bool link(const ProgramClass* base_class);
