@@ -1,5 +1,5 @@
 // Programs with what they write beside them: tests/programs/NAME.prg and NAME.out, which holds standard output and
-// errors as they come and, unless it is 0, the status.
+// errors as they come and, unless it is 0, the status. They run from their source and translated.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -26,18 +26,39 @@ std::string output_of(const std::string& command) {
   return output;
 }
 
-// Each in a folder of its own, where it finds the other programs beside it.
-class Programs : public testing::TestWithParam<fs::path> {};
-
-TEST_P(Programs, WriteWhatTheyShould) {
+// What a command writes in a folder of its own, where it finds all programs.
+std::string output_beside_programs(const std::string& command) {
   const fs::path folder = fs::temp_directory_path() / ("programs_" + std::to_string(getpid()));
   fs::remove_all(folder);
   fs::copy(kPrograms, folder);
-  const std::string command = "cd " + folder.string() + " && " + TARNEL_CONSOLE + " " +
-                              GetParam().filename().string() + " one 'two words' 2>&1; s=$?; " +
-                              "[ $s = 0 ] || echo status $s";
-  EXPECT_EQ(output_of(command), file_text(fs::path(GetParam()).replace_extension(".out")));
+  const std::string output = output_of("cd " + folder.string() + " && (" + command +
+                                       ") 2>&1; s=$?; [ $s = 0 ] || echo status $s");
   fs::remove_all(folder);
+  return output;
+}
+
+class Programs : public testing::TestWithParam<fs::path> {
+ protected:
+  static std::string expected() {
+    return file_text(fs::path(GetParam()).replace_extension(".out"));
+  }
+};
+constexpr const char* kArguments = " one 'two words'";
+
+TEST_P(Programs, WriteWhatTheyShould) {
+  EXPECT_EQ(output_beside_programs(std::string(TARNEL_CONSOLE) + " " +
+                                   GetParam().filename().string() + kArguments),
+            expected());
+}
+
+// The translator complains of the same, and writes nothing then; else the program was made of what it writes.
+TEST_P(Programs, DoTheSameTranslated) {
+  const std::string name = GetParam().stem().string();
+  const std::string made = std::string(TRANSLATED_PROGRAMS) + "/" + name;
+  EXPECT_EQ(output_beside_programs(std::string(TARNEL_TRANSLATOR) + " " + name + ".prg -o " + name +
+                                   ".cpp && " + made + kArguments + " || (s=$?; [ -e " + made +
+                                   " ] || ! [ -e " + name + ".cpp ]; exit $s)"),
+            expected());
 }
 
 TEST(Program, FindsWhatIsInstalledWithIt) {

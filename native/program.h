@@ -1,0 +1,361 @@
+// What translated programs are written in: the shape of their procedures and blocks, and the operations that their
+// expressions are made of. With core/frame.h, core/operators.h and macro/operations.h it is all they call.
+//
+//   const ProgramFile file_1{"fib", "fib.prg"};
+//
+//   Var* fib(std::int32_t argc, Var** argv) {
+//     Activation p(file_1, "fib", 1, argc);                  // file, procedure, line
+//     Var* n = p.param(argv);                                // parameters in order, then locals
+//     p.line(2);
+//     if (csifu(csultu(n, NUM(2)))) return p.result(n);
+//     p.line(3);
+//     return p.result(IN_ORDER(csuaddu, KEEP(CALL(fib, csusubu(n, NUM(1), false))),
+//                              CALL(fib, csusubu(n, NUM(2), false))));
+//   }
+//
+// In brackets, as in operators.h: [temporaries pushed, errors raised]; "value" stands for what the function, block or
+// record in question raises and pushes.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <type_traits>
+
+#include "core/arrays.h"
+#include "core/blocks.h"
+#include "core/classes.h"
+#include "core/frame.h"
+#include "core/modules.h"
+#include "core/operators.h"
+#include "core/sequence.h"
+#include "core/signals.h"
+#include "macro/evaluation.h"
+#include "macro/operations.h"
+#include "macro/program_files.h"
+
+namespace tarnel {
+
+// --- Constants: cells of class C, made by the compiler.
+
+constexpr Var number_constant(double value, std::uint8_t decimals = 0) {
+  Var cell{};
+  cell.type = 'N';
+  cell.sclass = 'C';
+  cell.decimals = decimals;
+  cell.length = -1;
+  cell.refs = 1;
+  cell.name = -1;
+  cell.num = value;
+  return cell;
+}
+constexpr Var date_constant(std::uint32_t day) {
+  Var cell = number_constant(0);
+  cell.type = 'D';
+  cell.length = 8;
+  cell.bits = day;
+  return cell;
+}
+// `size` counts the NUL.
+constexpr Var text_constant(const char* text, std::size_t size) {
+  Var cell = number_constant(0);
+  cell.type = 'C';
+  cell.length = static_cast<std::int32_t>(size);
+  cell.text = const_cast<char*>(text);  // nobody writes to a constant
+  return cell;
+}
+#define CONSTANT(...)                            \
+  ([]() -> Var* {                                \
+    static constinit Var constant = __VA_ARGS__; \
+    return &constant;                            \
+  }())
+// [0] A number with its decimals, the day of a date, the bytes of a literal.
+#define NUM(...) CONSTANT(::tarnel::number_constant(__VA_ARGS__))
+#define DATE(day) CONSTANT(::tarnel::date_constant(day))
+#define TEXT(literal) CONSTANT(::tarnel::text_constant(literal, sizeof(literal)))
+
+// --- Procedures and blocks.
+
+// A procedure or block that runs. When procedures are nested too deeply the run ends behind the handler of error 309.
+class Activation : public Procedure {
+ public:
+  Activation(const ProgramFile& file, const char* name, std::int32_t line, std::int32_t argc)
+      : Procedure(file.module.c_str(), name, line, argc) {
+    if (!evaluation_.possible()) end_of_deep_run();
+  }
+
+  // [0] A statement of that line begins: answers the signals that came.
+  void line(std::int32_t number) {
+    frame().line = number;
+    look_at_signals();
+    if (leaving_deep_evaluation()) end_of_deep_run();
+  }
+  // [back to the mark] A turn of the loop at that line ends.
+  void end_turn(std::int32_t number) {
+    look_at_signals();
+    next_iteration(number);
+  }
+  // Binds the object of a method, in a cell of its own: the caller's variable may get another one meanwhile.
+  Var* own_self(Var** argv, std::int32_t level) {
+    Var* object[] = {frame().argc > 0 && argv[0] != nullptr ? ARG_VAR(argv[0]) : nullptr};
+    return self(object, level);
+  }
+
+ private:
+  [[noreturn]] static void end_of_deep_run();
+
+  const Evaluation evaluation_;
+};
+
+// [1] A block of the function with the cells as its detached locals.
+#define BLOCK(function, ...) ::tarnel::make_translated_block(function, ::tarnel::Cells{__VA_ARGS__})
+
+// How the statements of a sequence were left, when not by a break.
+enum class Left : std::uint8_t { kEnd, kReturn, kLoop, kExit };
+
+// --- Operands.
+
+// Cells in a row, with a null behind them. They are made from left to right.
+template <std::size_t N>
+struct Cells {
+  Var* at[N + 1];
+};
+template <typename... T>
+Cells(T...) -> Cells<sizeof...(T)>;
+
+// The result of a binary operation of which the left side is evaluated before the right one.
+template <auto operation>
+struct Ordered {
+  Ordered(Var* left, Var* right) {
+    if constexpr (std::is_invocable_v<decltype(operation), Var*, Var*, bool>)
+      value = operation(left, right, false);
+    else
+      value = operation(left, right);
+  }
+  operator Var*() const { return value; }
+  Var* value;
+};
+#define IN_ORDER(operation, left, right) (::tarnel::Ordered<operation>{left, right}.value)
+// The same for an assignment.
+template <BinaryOperation by = nullptr>
+struct OrderedAssignment {
+  OrderedAssignment(Var* target, Var* from) : value(ASSIGN(target, from, by)) {}
+  Var* value;
+};
+struct InstanceAssignment {
+  InstanceAssignment(Var* object, Var* from, const char* name, BinaryOperation by = nullptr)
+      : value(ASSIGN_INSTANCE(object, name, from, by)) {}
+  Var* value;
+};
+// [0.., value] An instance variable of an object; it gets a value, or by a binary operation one made of its own.
+#define INSTANCE(object, name) ::tarnel::get_ivar(object, name)
+#define SET_INSTANCE(object, from, ...) \
+  (::tarnel::InstanceAssignment{object, from, __VA_ARGS__}.value)
+#define ASSIGN_IN_ORDER(target, from) (::tarnel::OrderedAssignment<>{target, from}.value)
+#define UPDATE_IN_ORDER(by, target, from) (::tarnel::OrderedAssignment<by>{target, from}.value)
+
+// [0..] Only the chosen alternative runs; without a condition that is a number or logical the result is false.
+template <typename First, typename Second>
+Var* iif_of(Var* condition, First first, Second second) {
+  if (!is_number_or_logical(condition)) return false_value();
+  return truth_of(condition) ? first() : second();
+}
+#define IIF(condition, first, second) \
+  ::tarnel::iif_of(                   \
+      condition, [&]() -> Var* { return first; }, [&]() -> Var* { return second; })
+// [0..] The right side runs only where it decides; its value is then the result as it is.
+#define AND(left, right) (::tarnel::csifu(left) ? right : ::tarnel::false_value())
+#define OR(left, right) (::tarnel::csifu(left) ? ::tarnel::true_value() : right)
+
+// [0.., 342 and value] An expression for which an area is the current one.
+class AreaEntered {
+ public:
+  explicit AreaEntered(void* area);
+  ~AreaEntered();
+  AreaEntered(const AreaEntered&) = delete;
+  AreaEntered& operator=(const AreaEntered&) = delete;
+
+ private:
+  void* former_ = nullptr;
+  bool entered_ = false;
+};
+#define IN_AREA(area, expression)              \
+  ([&]() -> Var* {                             \
+    const ::tarnel::AreaEntered entered{area}; \
+    return expression;                         \
+  }())
+
+struct MacroFieldOf {
+  MacroFieldOf(void* area, Var* text) : value(MACRO_FIELD(area, text)) {}
+  Var* value;
+};
+#define MACRO_FIELD_IN_ORDER(area, text) (::tarnel::MacroFieldOf{area, text}.value)
+
+// --- Calls: [1, value] the result, which may be a variable or constant and isn't popped with the arguments.
+
+// A function that is linked or loaded by its name.
+struct Called {
+  const char* name;
+  Function function{};
+  std::uint32_t stamp = 0;  // functions_stamp() when it was found
+};
+
+class Call {
+ public:
+  explicit Call(Callable function) : native_(function) {}
+  explicit Call(Called& named) : named_(&named) {}
+  template <std::size_t N>
+  Var* with(Cells<N> arguments) {
+    constexpr auto count = static_cast<std::int32_t>(N);
+    Var* const result = native_ != nullptr ? native_(count, arguments.at)
+                                           : call_named(*named_, count, arguments.at);
+    return keep_temp(mark_, result);
+  }
+
+ private:
+  // 308 for a function that is nowhere, 320 for one that gives nothing.
+  static Var* call_named(Called& named, std::int32_t argc, Var** argv);
+
+  const std::int32_t mark_ = temp_top();
+  Callable native_ = nullptr;
+  Called* named_ = nullptr;
+};
+#define CALL(function, ...) ::tarnel::Call(function).with(::tarnel::Cells{__VA_ARGS__})
+
+// By a name that is known when it runs; error 308.
+class MacroCall {
+ public:
+  explicit MacroCall(Var* name) : name_(name) {}
+  template <std::size_t N>
+  Var* with(Cells<N> arguments) {
+    return keep_temp(mark_, call(static_cast<std::int32_t>(N), arguments.at));
+  }
+
+ private:
+  Var* call(std::int32_t argc, Var** argv);
+
+  Var* const name_;
+  const std::int32_t mark_ = temp_top();
+};
+#define CALL_MACRO(name, ...) ::tarnel::MacroCall(name).with(::tarnel::Cells{__VA_ARGS__})
+
+// Of a method, `up` classes above that of the running one; by name, or by a name that is known when it runs.
+class MethodCall {
+ public:
+  MethodCall(Var* object, const char* name, std::int32_t up = 0)
+      : object_(object), name_(name), up_(up) {}
+  MethodCall(Var* object, Var* name) : object_(object), macro_(name) {}
+  template <std::size_t N>
+  Var* with(Cells<N> arguments) {
+    Cells<N + 1> all{};
+    all.at[0] = object_;
+    for (std::size_t i = 0; i < N; ++i) all.at[i + 1] = arguments.at[i];
+    return keep_temp(mark_, call(static_cast<std::int32_t>(N + 1), all.at));
+  }
+
+ private:
+  Var* call(std::int32_t argc, Var** argv);
+
+  Var* const object_;
+  const char* name_ = nullptr;
+  Var* macro_ = nullptr;
+  std::int32_t up_ = 0;
+  const std::int32_t mark_ = temp_top();
+};
+#define METHOD(object, name, ...) \
+  ::tarnel::MethodCall{object, name}.with(::tarnel::Cells{__VA_ARGS__})
+#define SUPER_METHOD(object, name, ...) \
+  ::tarnel::MethodCall{object, name, 1}.with(::tarnel::Cells{__VA_ARGS__})
+
+// [1, 409] An array of copies of the values.
+class ArrayLiteral {
+ public:
+  template <std::size_t N>
+  Var* of(Cells<N> values) {
+    Var* const array = cscreara(NEW_TEMP(), static_cast<std::int32_t>(N), kCopyValues, values.at);
+    return is_error(array) ? array : keep_temp(mark_, array);
+  }
+
+ private:
+  const std::int32_t mark_ = temp_top();
+};
+#define ARRAY(...) ::tarnel::ArrayLiteral().of(::tarnel::Cells{__VA_ARGS__})
+
+template <std::size_t N>
+Var* join_texts(Cells<N> pieces) {
+  return JOIN_TEXTS(static_cast<std::int32_t>(N), pieces.at);
+}
+#define TEXT_OF(...) ::tarnel::join_texts(::tarnel::Cells{__VA_ARGS__})
+
+template <std::size_t N>
+Var* make_translated_block(BlockFunction function, Cells<N> locals) {
+  return TMP_BLOCK(function, locals.at, static_cast<std::int32_t>(N));
+}
+
+// --- FOR: the counter moves by a step that is evaluated once.
+class Steps {
+ public:
+  // [0, 320] A step of 0, or that is no number, ends the loop before its first turn.
+  explicit Steps(Var* step) : valid_(IS_STEP(step)) {
+    if (valid_) by_ = number_constant(number_of(step), step->decimals);
+    if (valid_ && step->type == 'I') {
+      by_.type = 'I';
+      put_word(&by_, step->i);
+    }
+  }
+  // [0, value] Is there another turn?
+  bool reach(Var* counter, Var* limit) {
+    if (!valid_) return false;
+    if (counter->type != 'N' || limit->type != 'N') return !IS_BEYOND(counter, limit, &by_);
+    return number_of(&by_) > 0 ? counter->num <= limit->num : counter->num >= limit->num;
+  }
+  // [0.., value] The next turn, of a counter that is a local, or any variable.
+  void advance(Var* counter) { csuaddu(counter, &by_, true); }
+  void advance_variable(Var* counter) { ASSIGN(counter, &by_, csuaddu); }
+
+ private:
+  Var by_{};
+  const bool valid_;
+};
+// The operands of reach() where the counter is evaluated before the limit.
+struct Reached {
+  Reached(Steps& steps, Var* counter, Var* limit) : again(steps.reach(counter, limit)) {}
+  const bool again;
+};
+#define REACH_IN_ORDER(steps, counter, limit) (::tarnel::Reached{steps, counter, limit}.again)
+
+// FOR EACH: [0.., value] the variable gets the next element; false behind the last.
+inline bool ASSIGN_NEXT(Var* variable, Var* array, Var* position) {
+  Var* const next = EACH_NEXT(array, position);
+  if (next != nullptr) ASSIGN(variable, next);
+  return next != nullptr;
+}
+
+// --- A program as a whole.
+
+struct TranslatedClass {
+  const char* name;  // in lower case, as all that follow
+  const char* base;  // empty: none
+  std::span<const InstanceEntry> instances;
+  std::span<const MethodEntry> methods;
+  Callable initial;     // gives an object's instances their first values; may be null
+  std::int32_t* level;  // receives its place in the line of inheritance
+};
+
+struct TranslatedProgram {
+  const ModuleRecord&
+      module;  // procedures that can be called from outside, INIT and EXIT procedures
+  std::span<const ProgramFile* const> files;
+  std::span<const TranslatedClass> classes;
+  void (*statics)();  // gives statics their first values; may be null
+  Callable entry;     // null: none
+};
+
+// Makes the procedures and classes of a program known, gives statics their first values and runs INIT procedures.
+// False when one of them gives .F.; EXIT procedures run when the run ends.
+[[nodiscard]] bool start_translated(const TranslatedProgram& program);
+
+Var* exit_translated(std::int32_t argc, Var** argv);
+inline constexpr FunctionEntry kTranslatedExit[] = {{"exittransl", exit_translated, nullptr}};
+inline constexpr ModuleRecord kTranslatedModule{.name = "translated", .exit = kTranslatedExit};
+
+}  // namespace tarnel

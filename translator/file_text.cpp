@@ -1,0 +1,96 @@
+#include "translator/file_text.h"
+
+#include <algorithm>
+
+#include "core/symbols.h"
+#include "core/text.h"
+
+namespace tarnel {
+namespace {
+
+constexpr std::size_t kLongestLine = 100;
+
+std::string key_of(std::string_view name) {
+  return lower_text(name.substr(0, kNameSize));
+}
+
+// The last place before `limit` where a line may be broken: behind a comma, or between two literals.
+std::size_t break_before(std::string_view line, std::size_t limit) {
+  bool quoted = false;
+  std::size_t best = 0;
+  for (std::size_t i = 0; i < line.size() && (i < limit || best == 0); ++i) {
+    if (line[i] == '\\' && quoted)
+      ++i;
+    else if (line[i] == '"')
+      quoted = !quoted;
+    else if (!quoted && line[i] == ' ' && i > 0 && (line[i - 1] == ',' || line[i - 1] == '"'))
+      best = i;
+  }
+  return best;
+}
+
+}  // namespace
+
+std::string code_line(std::string_view text, int depth) {
+  const std::string indent(static_cast<std::size_t>(2 * depth), ' ');
+  std::string lines, before = indent;
+  while (before.size() + text.size() > kLongestLine) {
+    const std::size_t at = break_before(text, kLongestLine - before.size());
+    if (at == 0) break;
+    lines.append(before).append(text.substr(0, at)).append("\n");
+    text.remove_prefix(at + 1);
+    before = indent + "    ";
+  }
+  return lines.append(before).append(text).append("\n");
+}
+
+std::string FileText::add_procedure(std::string_view name, int file, bool is_static) {
+  const std::string made = identifiers_.add(name);
+  procedures_[(is_static ? std::to_string(file) + ":" : ":") + key_of(name)] = made;
+  return made;
+}
+
+std::string FileText::function(std::string_view name, int file) {
+  for (const std::string& scope : {std::to_string(file) + ":", std::string(":")})
+    if (const auto found = procedures_.find(scope + key_of(name)); found != procedures_.end())
+      return found->second;
+  return called_.of(name);
+}
+
+std::string FileText::add_static(std::string_view name) {
+  std::string made = "Static_" + lower_text(name);
+  for (int i = 2; statics_.contains(made); ++i)
+    made = "Static_" + lower_text(name) + "_" + std::to_string(i);
+  statics_.emplace(made, name);
+  return made;
+}
+
+std::string FileText::source(const ProgramFile& file) {
+  for (const auto& [identifier, known] : sources_)
+    if (known->path == file.path) return identifier;
+  sources_.emplace_back("Source_" + std::to_string(sources_.size() + 1), &file);
+  return sources_.back().first;
+}
+
+std::string FileText::cells() const {
+  std::string text;
+  for (const auto& [identifier, file] : sources_)
+    text += code_line("const ProgramFile " + identifier + "{" + literal(file->module) + ", " +
+                          literal(file->path) + "};",
+                      0);
+  for (const auto& [identifier, name] : names_.all())
+    text += "Name " + identifier + "{" + literal(name) + "};\n";
+  for (const auto& [identifier, name] : called_.all())
+    text += "Called " + identifier + "{" + literal(name) + "};\n";
+  for (const auto& [identifier, name] : statics_) text += "Var* " + identifier + ";\n";
+  return text;
+}
+
+std::string FileText::sources_list() const {
+  std::string text;
+  for (const auto& [identifier, file] : sources_)
+    text.append(text.empty() ? "&" : ", &").append(identifier);
+  return text;
+}
+
+}  // namespace tarnel
