@@ -19,7 +19,7 @@ class Browse : public OnTerminal {
           "fieldput(4, i = 1), fieldput(5, replicate('ab', 30)), iif(i = 2, fieldput(6, 'one "
           "two'), 0)}\n"
           "aeval({'delta', 'alpha', 'echo', 'bravo', 'golf', 'hotel', 'india', 'kilo'}, put)\n");
-    output_of("cd " + directory_.string() + "; " TARNEL_CONSOLE " make");
+    output_of("cd " + path("") + "; " TARNEL_CONSOLE " make");
   }
   // Browses with the order, in shared use unless told otherwise; then tells where the table is left.
   void browse(const std::string& arguments = "", const std::string& before = "",
@@ -31,7 +31,7 @@ class Browse : public OnTerminal {
     start(TARNEL_CONSOLE " -s script");
   }
   std::string records(const std::string& expressions) {
-    return output_of("cd " + directory_.string() +
+    return output_of("cd " + path("") +
                      "; " TARNEL_CONSOLE " -e \"dbusearea(.f., , 't', , .t.)\" " + expressions +
                      " 2>&1 | tail -1");
   }
@@ -147,9 +147,9 @@ TEST_F(Browse, ARecordThatAnotherUserHoldsIsLeftAlone) {
   write("holder",
         "dbusearea(.f., , 't', , .t.)\nt->(dbgoto(2))\nt->(rlock(2))\n"
         "memowrit('held', '')\nt->size := 99\ninkey(30)\n");
-  const pid_t holder = std::stoi(output_of(
-      "cd " + directory_.string() + "; " TARNEL_CONSOLE " holder > /dev/null 2>&1 & echo $!"));
-  ASSERT_TRUE(becomes([&] { return std::filesystem::exists(directory_ / "held"); }));
+  const pid_t holder = std::stoi(
+      output_of("cd " + path("") + "; " TARNEL_CONSOLE " holder > /dev/null 2>&1 & echo $!"));
+  ASSERT_TRUE(becomes([&] { return std::filesystem::exists(path("held")); }));
   type("Enter");
   wait_for("record 2 is locked by another user");
   EXPECT_NE(picture().find("     2 ! alpha"), std::string::npos) << picture();

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "core/file_ops.h"
+#include "tests/support/files.h"
 
 namespace {
 
@@ -24,16 +25,9 @@ constexpr const char* kMakeTable =
     "'kept'\n";
 constexpr const char* kEndless = "aeval(array(60000), {|| aeval(array(60000), {|| 1})})\n";
 
-class Console : public ::testing::Test {
+class Console : public ::testing::Test, protected tarnel::testing::Folder {
  protected:
-  Console() {
-    std::string pattern = (fs::temp_directory_path() / "console.XXXXXX").string();
-    directory_ = mkdtemp(pattern.data());
-  }
-  ~Console() override {
-    end();
-    fs::remove_all(directory_);
-  }
+  ~Console() override { end(); }
 
   // Starts it by the shell in the test's directory, its input and output a pipe each or a terminal.
   void start(const std::string& command, bool terminal = false) {
@@ -51,8 +45,8 @@ class Console : public ::testing::Test {
         if (fd > STDERR_FILENO) close(fd);
       alarm(kSeconds);
       setenv("TERM", "dumb", 1);
-      setenv("HOME", directory_.c_str(), 1);
-      const std::string text = "cd " + directory_.string() + "\n" + command;
+      setenv("HOME", path().c_str(), 1);
+      const std::string text = "cd " + path("") + "\n" + command;
       execl("/bin/sh", "sh", "-c", text.c_str(), static_cast<char*>(nullptr));
       _exit(127);
     }
@@ -62,7 +56,7 @@ class Console : public ::testing::Test {
     out_ = terminal ? dup(master) : from[0];
   }
   void type(const std::string& text) {
-    ASSERT_EQ(write(in_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    ASSERT_EQ(::write(in_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
   // The prompt comes before the terminal takes keys one by one: until then a control character is its own.
   void wait_for_editing() const {
@@ -73,7 +67,7 @@ class Console : public ::testing::Test {
   std::string read_to(const std::string& end) {
     std::string all;
     char c;
-    while ((end.empty() || !all.ends_with(end)) && read(out_, &c, 1) == 1) all += c;
+    while ((end.empty() || !all.ends_with(end)) && ::read(out_, &c, 1) == 1) all += c;
     return all;
   }
   // Its exit status, below 0 a signal's number.
@@ -95,7 +89,6 @@ class Console : public ::testing::Test {
                      " -e \"dbusearea(.f., , 't', , .t.)\" -e 'reccount()' -e 't->a'");
   }
 
-  fs::path directory_;
   pid_t child_ = -1;
   int in_ = -1, out_ = -1;
 };
@@ -135,7 +128,7 @@ TEST_F(Console, AWaitForALockGivesWayToSignals) {
     if (terminal) read_to("kept      ");
     type("dbcloseall()\n're' + 'ady'\n");
     read_to("ready");
-    const int fd = open((directory_ / "t.dbf").c_str(), O_RDWR);
+    const int fd = open(path("t.dbf").c_str(), O_RDWR);
     ASSERT_TRUE(tarnel::lock_range(fd, F_WRLCK, 0, 2));
     type("dbusearea(.f., , 't', , .t.)\n");
     usleep(100'000);
@@ -154,8 +147,8 @@ TEST_F(Console, AWaitForALockGivesWayToSignals) {
 }
 
 TEST_F(Console, AnErrorInAnExitProcedureCounts) {
-  std::ofstream(directory_ / "e.prg") << "EXIT PROCEDURE fails\n? 1 + {}\n";
-  std::ofstream(directory_ / "n.prg") << "EXIT PROCEDURE chooses\nerrorlevel(7)\n";
+  write("e.prg", "EXIT PROCEDURE fails\n? 1 + {}\n");
+  write("n.prg", "EXIT PROCEDURE chooses\nerrorlevel(7)\n");
   for (const auto& [lines, status] :
        {std::pair{".load e.prg\n", 1}, {".load e.prg\nQUIT\n", 1}, {".load n.prg\n", 7}}) {
     start(std::string("exec " TARNEL_CONSOLE " 2>&1"));
@@ -263,7 +256,7 @@ TEST_F(Console, ATerminalIsAskedBeforeAllRecordsGo) {
 }
 
 TEST_F(Console, AReaderThatGoesAwayIsAnErrorAndNotAnEnd) {
-  std::ofstream(directory_ / "script") << kMakeTable;
+  std::ofstream(path("script")) << kMakeTable;
   EXPECT_EQ(output_of("mkfifo gone; { (read x < gone; " TARNEL_CONSOLE " script; echo $? >&2) |"
                       " { exec <&-; echo > gone; }; } 2>&1"),
             "warning 104: file write error;Write error on standard output\n1\n");
@@ -290,15 +283,15 @@ TEST_F(Console, OddDescriptorsAreRead) {
        "mine\n"},
       {TARNEL_CONSOLE " -e '__shutdown()' -e '1 # \"1\"' -e 5 2>/dev/null; echo $?", "NIL\n1\n"},
   };
-  ASSERT_EQ(mkfifo((directory_ / "fifo").c_str(), 0600), 0);
+  ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
   for (const auto& [command, output] : cases) EXPECT_EQ(output_of(command), output) << command;
 }
 
 TEST_F(Console, ATableInUseIsOpenedAsFarAsOthersLetIt) {
   const std::string busy = "t.dbf: in use by another program\n";
   for (const bool alone : {true, false}) {
-    std::ofstream(directory_ / "script")
-        << kMakeTable << (alone ? "" : ".close\n.open t\n") << "'re' + 'ady'\n";
+    std::ofstream(path("script")) << kMakeTable << (alone ? "" : ".close\n.open t\n")
+                                  << "'re' + 'ady'\n";
     EXPECT_EQ(
         output_of("rm -f t.dbf in; mkfifo in; " TARNEL_CONSOLE " < in > first & exec 3> in; "
                   "cat script >&3; until grep -q ready first; do sleep 0.02; done; " TARNEL_CONSOLE
@@ -311,9 +304,9 @@ TEST_F(Console, ATableInUseIsOpenedAsFarAsOthersLetIt) {
 
 // Each line is typed at once, as a paste does it; a tab completes what stands before it.
 TEST_F(Console, ThePromptAsksOnAndCompletes) {
-  std::ofstream(directory_ / ".tnshrc") << "mine := 41\n.nix\n";
-  std::ofstream(directory_ / "two words.csv") << "a\n7\n";
-  std::ofstream(directory_ / "script") << "'ran ' + 'it'\n";
+  write(".tnshrc", "mine := 41\n.nix\n");
+  write("two words.csv", "a\n7\n");
+  write("script", "'ran ' + 'it'\n");
   start("exec " TARNEL_CONSOLE, true);
   EXPECT_NE(read_to("tnsh> ").find(".tnshrc:2:\r\nunknown command .nix"), std::string::npos);
   const std::pair<const char*, const char*> cases[] = {
@@ -373,7 +366,7 @@ TEST_F(Console, WhatHasFailedIsInColourAtATerminalThatHasAny) {
 }
 
 TEST_F(Console, OutputGoesToFilesAndCommandsForAsLongAsItIsTold) {
-  std::ofstream(directory_ / "script") << kMakeTable << ".mode csv\n";
+  std::ofstream(path("script")) << kMakeTable << ".mode csv\n";
   const std::pair<const char*, const char*> cases[] = {
       {"-e '.once x' -e 5 -e 6; cat x", "         6\n         5\n"},
       {"-e '.output x' -e 5 -e .output -e 6; cat x", "         6\n         5\n"},
@@ -391,7 +384,7 @@ TEST_F(Console, OutputGoesToFilesAndCommandsForAsLongAsItIsTold) {
       {"-bail -e '.read fails' -e 6 2>&1; echo $?",
        "fails:1:\n.open needs the name of a table\n1\n"},
       {"--version", "tnsh 1.10\n"}};
-  std::ofstream(directory_ / "fails") << ".open\n7\n";
+  write("fails", ".open\n7\n");
   output_of(TARNEL_CONSOLE " script");
   for (const auto& [arguments, output] : cases) {
     const std::string shown = output_of(TARNEL_CONSOLE " " + std::string(arguments) + " 2>&1");
@@ -417,9 +410,8 @@ TEST_F(Console, AnImportThatCanNotGoOnTellsHowFarItCame) {
        " -e '.open -w t' -e '.import -append t.csv' 2>&1; echo $?; exec 3>&-; wait",
        "t.csv:2: the table is in use by another program\n"
        "t.csv:2: broken off, 0 records were added\n1\n"}};
-  std::ofstream(directory_ / "script")
-      << kMakeTable << ".close\n.open -w t\nflock()\n're' + 'ady'\n";
-  std::ofstream(directory_ / "t.csv") << "a\nx\ny\n";
+  std::ofstream(path("script")) << kMakeTable << ".close\n.open -w t\nflock()\n're' + 'ady'\n";
+  write("t.csv", "a\nx\ny\n");
   output_of(
       "seq 100000 200000 | sed '1i n' > n.csv;"
       "seq 999 | tr '\\n' ' ' | fold -w 300 > w; for i in 1 2 3; do cat w w; done |"
@@ -441,8 +433,7 @@ TEST_F(Console, AnInterruptedImportTellsHowFarItCame) {
 }
 
 TEST_F(Console, AStructureIsChangedByTheUsersEditor) {
-  std::ofstream(directory_ / "edit")
-      << "#!/bin/sh\nsed -i 's/C 10/C 3/' \"$1\"\nls -l \"$1\" > ran\n";
+  write("edit", "#!/bin/sh\nsed -i 's/C 10/C 3/' \"$1\"\nls -l \"$1\" > ran\n");
   start("chmod +x edit; TMPDIR=. EDITOR=./edit exec " TARNEL_CONSOLE, true);
   type(kMakeTable + std::string(".close\n"));
   for (const std::string answer : {"n", "y"}) {
@@ -463,8 +454,8 @@ TEST_F(Console, AStructureIsChangedByTheUsersEditor) {
 
 // A full disk leaves the former table, and nothing beside it.
 TEST_F(Console, AModificationThatIsBrokenOffLeavesTheTable) {
-  std::ofstream(directory_ / "s") << ".create t a C 200, m M\n";
-  std::ofstream(directory_ / "wide") << ".create t m M, a C 250\n";
+  write("s", ".create t a C 200, m M\n");
+  write("wide", ".create t m M, a C 250\n");
   output_of("for i in $(seq 6000); do echo '.row [\"x\", \"memo\"]'; done >> s; " TARNEL_CONSOLE
             " s; sha1sum t.* > sums");
   const std::string after =
@@ -479,8 +470,7 @@ TEST_F(Console, AModificationThatIsBrokenOffLeavesTheTable) {
 }
 
 TEST_F(Console, LettersAreThoseOfTheCLocaleAlsoAtThePrompt) {
-  ASSERT_EQ(system(("localedef -i de_DE -f ISO-8859-1 " + (directory_ / "latin").string()).c_str()),
-            0);
+  ASSERT_EQ(system(("localedef -i de_DE -f ISO-8859-1 " + path("latin")).c_str()), 0);
   start("LOCPATH=. LC_ALL=latin exec " TARNEL_CONSOLE, true);
   read_to("tnsh> ");
   type("asc(upper(chr(228)))\n");

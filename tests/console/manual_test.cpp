@@ -2,11 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
 #include <string>
+
+#include "tests/support/files.h"
 
 namespace {
 
@@ -20,8 +20,7 @@ std::set<std::string> found(const std::string& text, const char* pattern) {
 }
 
 TEST(Manual, NamesTheCommandsOfTheConsole) {
-  std::ifstream in(TARNEL_SOURCE_DIR "/console/tnsh.1");
-  const std::string page{std::istreambuf_iterator<char>(in), {}};
+  const std::string page = tarnel::testing::read_file(TARNEL_SOURCE_DIR "/console/tnsh.1");
   std::string help;
   FILE* console = popen(TARNEL_CONSOLE " -e .help", "r");
   ASSERT_NE(console, nullptr);

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "lib/code_pages.h"
+#include "tests/support/files.h"
 
 namespace {
 
@@ -25,24 +26,15 @@ bool is_utf8(const std::string& text) {
   return !tarnel::to_utf8(ignored, text, tarnel::CodePage::kUtf8);
 }
 
-class RoundTrip : public ::testing::Test {
+class RoundTrip : public ::testing::Test, protected tarnel::testing::Folder {
  protected:
   RoundTrip() {
-    std::string pattern = (fs::temp_directory_path() / "round.XXXXXX").string();
-    directory_ = mkdtemp(pattern.data());
-    fs::create_directories(directory_ / "a");
-    fs::create_directories(directory_ / "b");
+    for (const char* name : {"a", "b"}) fs::create_directory(path(name));
   }
-  ~RoundTrip() override { fs::remove_all(directory_); }
 
   int run(const std::string& folder, const std::string& arguments) {
     return system(
-        ("cd " + (directory_ / folder).string() + " && timeout 60 " TARNEL_CONSOLE " " + arguments)
-            .c_str());
-  }
-  std::string read(const std::string& file) {
-    std::ifstream stream(directory_ / file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+        ("cd " + path(folder) + " && timeout 60 " TARNEL_CONSOLE " " + arguments).c_str());
   }
   int below(int n) { return static_cast<int>(random_() % static_cast<unsigned>(n)); }
 
@@ -112,7 +104,6 @@ class RoundTrip : public ::testing::Test {
            "ordcreate('j', , 'str(recno())', , .T.)\nordlistadd('i')\n";
   }
 
-  fs::path directory_;
   bool odd_numbers_ = true;  // and delete marks, which only a dump has
   std::mt19937 random_{20};
 };
@@ -120,9 +111,9 @@ class RoundTrip : public ::testing::Test {
 TEST_F(RoundTrip, ADumpMakesTheSameBytes) {
   for (int i = 0; i < 20; ++i) {
     const std::string lines = script();
-    std::ofstream(directory_ / "a/script", std::ios::binary) << lines << ".output ../dump\n.dump\n";
+    std::ofstream(path("a/script"), std::ios::binary) << lines << ".output ../dump\n.dump\n";
     for (const char* folder : {"a", "b"})
-      for (const char* file : {"t.dbf", "t.dbt"}) fs::remove(directory_ / folder / file);
+      for (const char* file : {"t.dbf", "t.dbt"}) fs::remove(path() / folder / file);
     ASSERT_EQ(run("a", "script > log 2>&1"), 0) << lines << read("a/log");
     ASSERT_EQ(run("b", "../dump > log 2>&1"), 0) << read("dump") << read("b/log");
     ASSERT_TRUE(is_utf8(read("dump"))) << lines;
@@ -140,16 +131,16 @@ TEST_F(RoundTrip, AnExportIsImportedAsTheSameBytes) {
   for (int i = 0; i < 12; ++i)
     for (const std::string name : {"t.csv", "t.tsv"}) {
       for (const char* folder : {"a", "b"}) {
-        fs::remove_all(directory_ / folder);
-        fs::create_directory(directory_ / folder);
+        fs::remove_all(path() / folder);
+        fs::create_directory(path() / folder);
       }
       const std::string lines = script();
-      std::ofstream(directory_ / "a/script", std::ios::binary)
+      std::ofstream(path("a/script"), std::ios::binary)
           << lines << ".once ../schema\n.schema\n.charset " << kWholePages[i % 4] << "\n.export ../"
           << name << "\n";
       ASSERT_EQ(run("a", "script > log 2>&1"), 0) << lines << read("a/log");
       ASSERT_TRUE(is_utf8(read(name)));
-      std::ofstream(directory_ / "b/script")
+      std::ofstream(path("b/script"))
           << ".bail on\n"
           << read("schema").substr(0, read("schema").find('\n')) << "\n.charset "
           << kWholePages[i % 4] << "\n.import -append ../" << name << "\n";
@@ -169,8 +160,8 @@ TEST_F(RoundTrip, AnImportOfAnyBytesEnds) {
       std::string text = i % 2 == 0 ? "" : "{\"a\":1}\n";
       for (int n = below(60); n > 0; --n)
         text += pieces[below(static_cast<int>(std::size(pieces)))];
-      fs::remove(directory_ / "a/t.dbf");
-      std::ofstream(directory_ / "a" / name, std::ios::binary) << text;
+      fs::remove(path("a/t.dbf"));
+      std::ofstream(path() / "a" / name, std::ios::binary) << text;
       const int status = run("a", std::string("-e '.import ") + name + "' > log 2>&1");
       ASSERT_TRUE(status == 0 || status == 0x100) << name << ": " << text << read("a/log");
     }
@@ -178,10 +169,10 @@ TEST_F(RoundTrip, AnImportOfAnyBytesEnds) {
 
 // What breaks an export off leaves the file that was there, and nothing else.
 TEST_F(RoundTrip, AnExportThatFailsLeavesTheFormerFile) {
-  std::ofstream(directory_ / "a/script")
+  std::ofstream(path("a/script"))
       << ".create t C C 250\nlen(aeval(array(20000), {|| dbappend()}))\n";
   ASSERT_EQ(run("a", "script > log"), 0);
-  std::ofstream(directory_ / "a/t.csv") << "former";
+  std::ofstream(path("a/t.csv")) << "former";
   const char* kFailing[] = {
       "t.dbf -e '.export t.csv for recno() < 30000 .and. iif(recno() = 15000, __quit(3), .t.)'",
       "t.dbf -e '.export t.csv for iif(recno() = 15000, 1 + {}, .t.)'"};
@@ -189,14 +180,14 @@ TEST_F(RoundTrip, AnExportThatFailsLeavesTheFormerFile) {
     EXPECT_NE(run("a", arguments + std::string(" > log 2>&1")), 0) << arguments;
     EXPECT_EQ(read("a/t.csv"), "former") << arguments;
   }
-  ASSERT_EQ(system(("cd " + directory_.string() +
+  ASSERT_EQ(system(("cd " + path("") +
                     "/a && (ulimit -f 10; trap '' XFSZ; exec " TARNEL_CONSOLE
                     " t.dbf -e '.export t.csv') 2> log")
                        .c_str()),
             0x100);
   EXPECT_EQ(read("a/log"), "t.csv: file too large\n");
   EXPECT_EQ(read("a/t.csv"), "former");
-  EXPECT_EQ(std::distance(fs::directory_iterator(directory_ / "a"), fs::directory_iterator()), 4);
+  EXPECT_EQ(std::distance(fs::directory_iterator(path("a")), fs::directory_iterator()), 4);
 }
 
 }  // namespace

@@ -140,8 +140,7 @@ TEST_F(OnScreen, AnInterruptIsAskedAboutAndASecondOneEnds) {
 
 TEST_F(OnScreen, WithoutATerminalForItNothingIsWritten) {
   write("script", "qout('shown')\n");
-  const std::string run = "cd " + directory_.string() + "; ",
-                    screen = TARNEL_CONSOLE " --screen script";
+  const std::string run = "cd " + path("") + "; ", screen = TARNEL_CONSOLE " --screen script";
   EXPECT_EQ(output_of(run + "setsid -w " + screen + " 2>&1 < /dev/null; echo $?"),
             "tnsh: there is no terminal for a screen\n2\n");
   start("TERM=dumb " + screen + "; echo $?; TERM=none " + screen + " > out; echo $?; ls -s out");

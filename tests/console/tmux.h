@@ -2,50 +2,33 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <utility>
 
+#include "tests/support/files.h"
+
 namespace tarnel::testing {
 
-class OnTerminal : public ::testing::Test {
+class OnTerminal : public ::testing::Test, protected Folder {
  protected:
   static constexpr auto kPatience = std::chrono::seconds(10);  // on a busy machine
 
-  OnTerminal() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "term.XXXXXX").string();
-    directory_ = mkdtemp(pattern.data());
-  }
-  ~OnTerminal() override {
-    tmux("kill-server");
-    std::filesystem::remove_all(directory_);
-  }
-
-  void write(const std::string& name, const std::string& text) {
-    std::ofstream(directory_ / name, std::ios::binary) << text;
-  }
-  std::string read(const std::string& name) {
-    std::ifstream file(directory_ / name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  ~OnTerminal() override { tmux("kill-server"); }
 
   // Runs shell commands in the test's directory on a terminal of that size.
   void start(const std::string& commands, int columns = 70, int rows = 10) {
-    write("run.sh", "cd " + directory_.string() + "\nexport HOME=. LC_ALL=C.UTF-8 TERM=tmux-256color\n" + commands +
-                        "\necho over; exec sleep 1000\n");
+    write("run.sh", "cd " + path("") + "\nexport HOME=. LC_ALL=C.UTF-8 TERM=tmux-256color\n" +
+                        commands + "\necho over; exec sleep 1000\n");
     tmux("kill-server");
     ++server_;  // the one before may still be ending
     tmux("-f /dev/null -u new-session -d -x " + std::to_string(columns) + " -y " +
-         std::to_string(rows) + " 'exec bash " + (directory_ / "run.sh").string() + "'");
+         std::to_string(rows) + " 'exec bash " + path("run.sh") + "'");
     tmux("set-option -g status off");
     tmux("set-option -s escape-time 0");
   }
@@ -89,11 +72,10 @@ class OnTerminal : public ::testing::Test {
     return all;
   }
   std::string tmux(const std::string& command) {
-    return output_of("env -u TMUX tmux -S " + (directory_ / "socket").string() +
-                     std::to_string(server_) + " " + command + " 2>&1");
+    return output_of("env -u TMUX tmux -S " + path("socket") + std::to_string(server_) + " " +
+                     command + " 2>&1");
   }
 
-  std::filesystem::path directory_;
   int server_ = 0;
 };
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <set>
+
+#include "tests/support/files.h"
 
 namespace tarnel::testing {
 namespace {
@@ -100,8 +100,7 @@ class Walker {
 
 IdxFile check_idx(const std::string& path) {
   IdxFile f{};
-  std::ifstream in(path, std::ios::binary);
-  f.bytes.assign(std::istreambuf_iterator<char>(in), {});
+  f.bytes = read_file(path);
   if (f.bytes.size() < 1536) {
     f.fault = "too short";
     return f;

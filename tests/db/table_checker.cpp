@@ -4,21 +4,18 @@
 #include <cctype>
 #include <cstdint>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <regex>
 #include <set>
 #include <vector>
 
+#include "tests/support/files.h"
+
 namespace tarnel::testing {
 namespace {
 
 struct Bytes : std::string {
-  explicit Bytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    assign(std::istreambuf_iterator<char>(in), {});
-  }
+  explicit Bytes(const std::string& path) : std::string(read_file(path)) {}
   std::size_t u(std::size_t at, int bytes = 1) const {
     std::size_t value = 0;
     for (int i = bytes; i-- > 0;)

@@ -3,11 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
 #include "core/blocks.h"
 #include "core/core_modules.h"
 #include "core/error_object.h"
@@ -101,14 +96,6 @@ DbfIdx& table() {
   return dbf_of(current_server());
 }
 
-std::string read_file(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-void write_file(const std::string& path, std::string_view bytes) {
-  std::ofstream(path, std::ios::binary)
-      .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
 std::string le16(unsigned value) {
   return {static_cast<char>(value & 255), static_cast<char>(value >> 8 & 255)};
 }
@@ -154,17 +141,12 @@ bool ended_well(pid_t pid) {
   return waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-TableTest::TableTest() : former_(std::filesystem::current_path()) {
-  std::string name = std::filesystem::temp_directory_path() / "tables-XXXXXX";
-  directory_ = mkdtemp(name.data());
-  std::filesystem::current_path(directory_);
+TableTest::TableTest() {
   call("errorblock", {TMP_BLOCK(record_object)});
 }
 
 TableTest::~TableTest() {
   close_all_areas();
-  std::filesystem::current_path(former_);
-  std::filesystem::remove_all(directory_);
 }
 
 }  // namespace tarnel::testing

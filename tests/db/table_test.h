@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "db/dbfidx/dbfidx.h"
+#include "tests/support/files.h"
 #include "tests/support/test_runtime.h"
 
 namespace tarnel::testing {
@@ -45,8 +46,6 @@ enum class Use { kShared, kExclusive, kReadOnly };
 bool open(const char* file, Use use, const char* alias = nullptr);
 DbfIdx& table();  // the private record of the current area's driver
 
-std::string read_file(const std::string& path);
-void write_file(const std::string& path, std::string_view bytes);
 std::string le16(unsigned value);
 std::string le32(unsigned value);
 
@@ -62,11 +61,10 @@ class TableTest : public RuntimeTest {
  protected:
   TableTest();
   ~TableTest() override;
-  const std::string& directory() const { return directory_; }
+  std::string directory() const { return folder_.path(); }
 
  private:
-  std::string directory_;
-  std::string former_;
+  const CurrentFolder folder_;
 };
 
 }  // namespace tarnel::testing

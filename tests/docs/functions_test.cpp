@@ -21,9 +21,12 @@
 #include "lib/lib_modules.h"
 #include "macro/program_files.h"
 #include "term/term_modules.h"
+#include "tests/support/files.h"
 
 namespace tarnel {
 namespace {
+
+using testing::Folder, testing::read_file;
 
 constexpr std::array kProgramModules = {&kProgramFilesModule};
 constexpr auto kModules = join_modules(kProgramModules, kTermModules, kDbModules, kLibModules,
@@ -102,11 +105,6 @@ std::string functions_page() {
   return page;
 }
 
-std::string read_file(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
 TEST(FunctionsPage, IsTheOneInDocs) {
   const std::string page = functions_page();
   std::ofstream("functions.md", std::ios::binary) << page;
@@ -170,9 +168,7 @@ std::string shown_for(const fs::path& directory, std::vector<std::string> argume
 class Examples : public ::testing::Test {
  protected:
   Examples() {
-    std::string pattern = (fs::temp_directory_path() / "examples.XXXXXX").string();
-    scratch_ = mkdtemp(pattern.data());
-    const fs::path table = scratch_ / "table";
+    const fs::path table = scratch_.path("table");
     fs::create_directory(table);
     std::ofstream script(table / "script");
     for (const std::string_view line : kTable) script << line << '\n';
@@ -181,18 +177,17 @@ class Examples : public ::testing::Test {
     fs::remove(table / "script");
     fs::remove(table / "shown");
   }
-  ~Examples() override { fs::remove_all(scratch_); }
 
   // In a directory that has only the table.
   std::string evaluate(const std::string& expression) const {
-    const fs::path room = scratch_ / "room";
+    const fs::path room = scratch_.path("room");
     fs::remove_all(room);
-    fs::copy(scratch_ / "table", room);
+    fs::copy(scratch_.path("table"), room);
     return shown_for(room, {"-w", "towns.dbf", "-e", expression});
   }
 
  private:
-  fs::path scratch_;
+  const Folder scratch_;
 };
 
 TEST_F(Examples, ShowWhatTheySay) {

@@ -2,17 +2,16 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
+
+#include "tests/support/files.h"
 
 namespace tarnel {
 namespace {
 
 TEST(Map, NamesEveryFile) {
   const std::filesystem::path root = TARNEL_SOURCE_DIR;
-  std::ifstream in(root / "docs/architecture.md");
-  const std::string page{std::istreambuf_iterator<char>(in), {}};
+  const std::string page = testing::read_file(root / "docs/architecture.md");
   int files = 0;
   for (const char* room :
        {"core", "macro", "lib", "term", "db", "frontend", "pages", "console", "lang", "webpage"})

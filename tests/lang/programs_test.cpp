@@ -6,15 +6,14 @@
 #include <array>
 #include <cstdio>
 
+#include "tests/support/files.h"
+
 namespace {
 
 namespace fs = std::filesystem;
+using tarnel::testing::Folder;
+using tarnel::testing::read_file;
 const fs::path kPrograms = fs::path(TARNEL_SOURCE_DIR) / "tests/programs";
-
-std::string file_text(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 std::string output_of(const std::string& command) {
   std::FILE* const pipe = popen(command.c_str(), "r");
@@ -28,19 +27,16 @@ std::string output_of(const std::string& command) {
 
 // What a command writes in a folder of its own, where it finds all programs.
 std::string output_beside_programs(const std::string& command) {
-  const fs::path folder = fs::temp_directory_path() / ("programs_" + std::to_string(getpid()));
-  fs::remove_all(folder);
-  fs::copy(kPrograms, folder);
-  const std::string output = output_of("cd " + folder.string() + " && (" + command +
-                                       ") 2>&1; s=$?; [ $s = 0 ] || echo status $s");
-  fs::remove_all(folder);
-  return output;
+  const Folder folder;
+  fs::copy(kPrograms, folder.path());
+  return output_of("cd " + folder.path("") + " && (" + command +
+                   ") 2>&1; s=$?; [ $s = 0 ] || echo status $s");
 }
 
 class Programs : public testing::TestWithParam<fs::path> {
  protected:
   static std::string expected() {
-    return file_text(fs::path(GetParam()).replace_extension(".out"));
+    return read_file(fs::path(GetParam()).replace_extension(".out"));
   }
 };
 constexpr const char* kArguments = " one 'two words'";
@@ -62,14 +58,13 @@ TEST_P(Programs, DoTheSameTranslated) {
 }
 
 TEST(Program, FindsWhatIsInstalledWithIt) {
-  const fs::path folder = fs::temp_directory_path() / ("installed_" + std::to_string(getpid()));
-  fs::create_directories(folder / "bin");
-  fs::create_directories(folder / "share/tarnel/include");
-  fs::copy_file(TARNEL_CONSOLE, folder / "bin/tnsh");
-  std::ofstream(folder / "share/tarnel/include/own.ch") << "#define WORDS \"installed\"\n";
-  std::ofstream(folder / "x.prg") << "#include \"own.ch\"\n?? WORDS\n";
-  EXPECT_EQ(output_of(folder.string() + "/bin/tnsh " + folder.string() + "/x.prg"), "installed\n");
-  fs::remove_all(folder);
+  const Folder folder;
+  for (const char* name : {"bin", "share/tarnel/include"})
+    fs::create_directories(folder.path(name));
+  fs::copy_file(TARNEL_CONSOLE, folder.path("bin/tnsh"));
+  folder.write("share/tarnel/include/own.ch", "#define WORDS \"installed\"\n");
+  folder.write("x.prg", "#include \"own.ch\"\n?? WORDS\n");
+  EXPECT_EQ(output_of(folder.path("bin/tnsh") + " " + folder.path("x.prg")), "installed\n");
 }
 
 std::vector<fs::path> programs() {

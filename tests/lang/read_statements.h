@@ -1,13 +1,10 @@
 // What the reader of statements makes of a text.
 #pragma once
 
-#include <stdlib.h>
-
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "lang/statements.h"
+#include "tests/support/files.h"
 
 namespace tarnel::testing {
 
@@ -31,25 +28,5 @@ inline std::string read(const std::string& text, const std::string& name = "x.pr
   }
   return diagnostics.text().empty() ? all : all + '\n' + diagnostics.text();
 }
-
-// A folder that goes with its files.
-class Folder {
- public:
-  Folder() {
-    char name[] = "/tmp/tarnel-lang-XXXXXX";
-    path_ = mkdtemp(name);
-  }
-  ~Folder() { std::filesystem::remove_all(path_); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  std::string path(const std::string& name) const { return path_ + '/' + name; }
-  void write(const std::string& name, const std::string& text) const {
-    std::ofstream(path(name), std::ios::binary) << text;
-  }
-
- private:
-  std::string path_;
-};
 
 }  // namespace tarnel::testing

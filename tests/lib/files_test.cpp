@@ -6,13 +6,13 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 
 #include "lib/file_names.h"
 #include "lib/set.h"
 #include "tests/lib/call.h"
 #include "tests/support/fail_nth.h"
+#include "tests/support/files.h"
 
 namespace tarnel::testing {
 namespace {
@@ -20,31 +20,15 @@ namespace {
 namespace fs = std::filesystem;
 
 // Works in an empty directory of its own.
-class Files : public LibTest {
+class Files : public LibTest, protected CurrentFolder {
  protected:
-  Files() : before_(fs::current_path()) {
-    char name[] = "/tmp/tarnel_files_XXXXXX";
-    directory_ = mkdtemp(name);
-    fs::current_path(directory_);
+  Files() {
     fs::create_directory("sub");
     reset_set();
   }
-  ~Files() override {
-    fs::current_path(before_);
-    fs::remove_all(directory_);
-    reset_set();
-  }
-  static void write(const std::string& name, const std::string& text) {
-    std::ofstream(name, std::ios::binary) << text;
-  }
-  static std::string read(const std::string& name) {
-    std::ifstream in(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
-  std::string directory_;
+  ~Files() override { reset_set(); }
 
  private:
-  fs::path before_;
 };
 
 TEST_F(Files, NamesAreMappedToThisSystem) {
@@ -100,7 +84,7 @@ TEST_F(Files, FullPathsAndExtensions) {
   EXPECT_EQ(fullPath("a/../b"), "/tmp/b");
   EXPECT_EQ(fullPath("/x//y/././z/../w"), "/x/y/w");
   EXPECT_EQ(fullPath("/../../x"), "/x");
-  fs::current_path(directory_);
+  fs::current_path(path());
   std::string target = "old";
   EXPECT_TRUE(defaultExtension(target, " a ", ".txt", 500));
   EXPECT_EQ(target, "a.txt");

@@ -4,12 +4,11 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 #include "core/output.h"
 #include "lib/streams.h"
 #include "tests/lib/call.h"
+#include "tests/support/files.h"
 
 namespace tarnel::testing {
 namespace {
@@ -29,13 +28,9 @@ TEST_F(Set, PathsAreCutAtTheDelimiters) {
 }
 
 // Output of qout is copied to the alternate, extra and print files, which may be commands.
-class Streams : public LibTest {
+class Streams : public LibTest, protected CurrentFolder {
  protected:
   Streams() {
-    char name[] = "/tmp/tarnel_streams_XXXXXX";
-    directory_ = mkdtemp(name);
-    before_ = std::filesystem::current_path();
-    std::filesystem::current_path(directory_);
     saved_ = dup(STDOUT_FILENO);
     std::signal(SIGPIPE, SIG_IGN);
     flush_output();
@@ -46,20 +41,12 @@ class Streams : public LibTest {
     flush_output();
     dup2(saved_, STDOUT_FILENO);
     close(saved_);
-    std::filesystem::current_path(before_);
-    std::filesystem::remove_all(directory_);
-  }
-  std::string read(const std::string& name) const {
-    std::ifstream in(directory_ + "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
   }
   Arg path(const std::string& prefix, const char* name) const {
-    return prefix + directory_ + "/" + name;
+    return prefix + CurrentFolder::path(name);
   }
-  std::string directory_;
 
  private:
-  std::filesystem::path before_;
   int saved_;
 };
 
@@ -117,7 +104,7 @@ TEST_F(Streams, AlternateFileCopiesWhileItIsOn) {
 
 TEST_F(Streams, PrintFileTakesDevoutOnDevicePrint) {
   call("set", {24, path(">", "spool")});
-  EXPECT_EQ(call("ov_set", {"printfilename"}), "C >" + directory_ + "/spool");
+  EXPECT_EQ(call("ov_set", {"printfilename"}), "C >" + CurrentFolder::path("spool"));
   call("set", {20, "PRINT"});
   check({{"devout", {1234.5}, "U"},
          {"devout", {Nil{}}, "U"},

@@ -25,37 +25,20 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/files.h"
+
 namespace {
 
 namespace fs = std::filesystem;
+using tarnel::testing::Folder;
+using tarnel::testing::read_file;
 
 constexpr unsigned kSeconds = 120;  // of one run of tnsh; a sanitized one takes a few
-
-// A directory that is there while the value lives.
-class ScratchDirectory {
- public:
-  ScratchDirectory() {
-    std::string pattern = (fs::temp_directory_path() / "tnsh.XXXXXX").string();
-    path_ = mkdtemp(pattern.data());
-  }
-  ~ScratchDirectory() { fs::remove_all(path_); }
-  ScratchDirectory(const ScratchDirectory&) = delete;
-  ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
 
 struct Finished {
   int status;  // of the exit, -1 after a signal
   std::string output;
 };
-
-std::string read_file(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 // In the child: never returns.
 [[noreturn]] void start_tnsh(const fs::path& directory, std::vector<std::string>& arguments) {
@@ -169,7 +152,7 @@ TEST_P(Transcripts, ShowsTheExpectedLines) {
   const std::string file = GetParam() + ".tr";
   const Transcript transcript =
       read_transcript(fs::path(TARNEL_SOURCE_DIR "/tests/transcripts") / file);
-  const ScratchDirectory scratch;
+  const Folder scratch;
   const Finished run = run_tnsh(scratch.path(), {}, transcript.input);
   const std::vector<std::string> actual = lines_of(run.output);
   for (std::size_t i = 0; i < std::max(actual.size(), transcript.expected.size()); ++i) {
@@ -245,7 +228,7 @@ TEST_P(TranscriptValues, AreTheSameInPrograms) {
     values.push_back(i);
     script += "?? " + text + "; ?? chr(10) + '(" + std::to_string(i) + ")' + chr(10)\n";
   }
-  const ScratchDirectory scratch;
+  const Folder scratch;
   const std::string output = "\n" + run_tnsh(scratch.path(), {}, script).output;
   for (const std::size_t i : values) {
     const auto& [text, first] = transcript.inputs[i];
@@ -302,7 +285,7 @@ TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
                          "chr(nCode) -> cText: the character of a code 0 to 255\n  chr(65) ==> A\n",
                          0},
                         {{"-y"}, "7", TARNEL_CONSOLE ": unrecognized option", 2}};
-  const ScratchDirectory scratch;
+  const Folder scratch;
   std::ofstream(scratch.path() / "script") << "x + 1\n.t.\n";
   std::ofstream(scratch.path() / "arguments") << "len(aArgs)\naArgs[2]\n";
   for (const Case& c : cases) {
@@ -316,7 +299,7 @@ TEST(CommandLine, ChoosesWhatIsEvaluatedAndTheExitStatus) {
 
 // The line with the fault, cut where it is long, and nothing of it has run.
 TEST(CommandLine, AScriptTellsWhereItIsWrong) {
-  const ScratchDirectory scratch;
+  const Folder scratch;
   const std::string script = "b := 1\n\n.read deep\n\tmax(\x01 +, b := 2)\nb\n1 +\n" +
                              std::string(300, '(') + "*\naeval({1, 2, 3, 4, 5}, {|n| n + \"\"})\n";
   std::ofstream(scratch.path() / "script") << script;
@@ -341,7 +324,7 @@ TEST(CommandLine, AScriptTellsWhereItIsWrong) {
 }
 
 TEST(CommandLine, AFileThatReadsItselfIsAComplaint) {
-  const ScratchDirectory scratch;
+  const Folder scratch;
   std::ofstream(scratch.path() / "loop") << ".read loop\n";
   const Finished run = run_tnsh(scratch.path(), {"loop"}, "");
   EXPECT_EQ("loop:1:\nloop: files read each other too deeply\n", run.output);

@@ -2,9 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
+#include "tests/support/files.h"
 #include "tests/webpage/site.h"
 #include "webpage/page_functions.h"
 
@@ -12,8 +11,7 @@ namespace tarnel::testing {
 namespace {
 
 std::string document() {
-  std::ifstream in(TARNEL_SOURCE_DIR "/docs/pages.md", std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
+  return read_file(TARNEL_SOURCE_DIR "/docs/pages.md");
 }
 
 class Documents : public ::testing::Test, public Site {};

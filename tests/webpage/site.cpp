@@ -2,30 +2,21 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <fstream>
 
 #include "tests/e2e/web_server.h"
 
 namespace tarnel::testing {
 
 Site::Site() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "site.XXXXXX").string();
-  folder_ = std::filesystem::canonical(mkdtemp(pattern.data()));
-  for (const char* name : {"root", "data", "bin"})
-    std::filesystem::create_directory(folder_ / name);
+  for (const char* name : {"root", "data", "bin"}) std::filesystem::create_directory(path(name));
   std::filesystem::copy_file(PAGE_PROGRAM, program());
-}
-Site::~Site() {
-  std::filesystem::remove_all(folder_);
 }
 
 void Site::write(const std::string& name, const std::string& text, int mode) const {
-  std::filesystem::create_directories((folder_ / name).parent_path());
-  std::ofstream(folder_ / name, std::ios::binary) << text;
-  chmod((folder_ / name).c_str(), static_cast<mode_t>(mode));
+  const std::filesystem::path file = path(name);
+  std::filesystem::create_directories(file.parent_path());
+  write_file(file, text);
+  chmod(file.c_str(), static_cast<mode_t>(mode));
 }
 
 void Site::configure(const std::string& lines) const {
@@ -57,11 +48,6 @@ std::string Site::answer(const std::string& environment, const std::string& body
       run_program(environment, body, &status, program(), "exec 2>" + path("errors"));
   EXPECT_EQ(status, 0) << environment << errors();
   return text;
-}
-
-std::string Site::errors() const {
-  std::ifstream in(folder_ / "errors", std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
 }
 
 }  // namespace tarnel::testing

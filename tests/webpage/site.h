@@ -1,23 +1,21 @@
 // A folder of pages with the program beside it, as an administrator lays it out, and requests by hand.
 #pragma once
 
-#include <filesystem>
 #include <string>
+
+#include "tests/support/files.h"
 
 namespace tarnel::testing {
 
 class Site {
  public:
   Site();
-  ~Site();
-  Site(const Site&) = delete;
-  Site& operator=(const Site&) = delete;
 
   // Writes a file below the site: documents lie in root/, tables in data/.
   void write(const std::string& name, const std::string& text, int mode = 0644) const;
   // A program that answers by the lines of a configuration.
   void configure(const std::string& lines) const;
-  std::string path(const std::string& name) const { return folder_ / name; }
+  std::string path(const std::string& name) const { return folder_.path(name); }
   std::string program() const { return path("bin/tnpage"); }
 
   // What a request for a page of root/ answers; further entries of the environment stand behind.
@@ -29,10 +27,10 @@ class Site {
   // The answer to just this environment.
   std::string answer(const std::string& environment, const std::string& body = "") const;
   // What the last answers wrote to standard error.
-  std::string errors() const;
+  std::string errors() const { return folder_.read("errors"); }
 
  private:
-  std::filesystem::path folder_;
+  Folder folder_;
 };
 
 }  // namespace tarnel::testing
