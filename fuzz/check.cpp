@@ -1,60 +1,29 @@
 // A table of which one file has any content, checked and mended. The first byte chooses the file, the rest is
 // what it holds. A check writes nothing; behind a repair the record file has no fault but values that are none
 // of their type, which a repair leaves as they are.
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <string>
 
 #include "core/arrays.h"
-#include "core/core_modules.h"
 #include "core/file_ops.h"
-#include "core/runtime.h"
-#include "core/stacks.h"
 #include "db/area.h"
-#include "db/db.h"
-#include "db/db_modules.h"
 #include "db/dbfidx/check/check.h"
 #include "db/dbfidx/check/repair.h"
-#include "lib/lib_modules.h"
-#include "macro/macro.h"
+#include "fuzz/tables.h"
 
 namespace {
 
 using namespace tarnel;
+using testing::read_file, testing::write_file;
 
-constexpr auto kModules = join_modules(kDbModules, kLibModules, kCoreModules);
-constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 constexpr int kRecords = 30;
 constexpr const char* kFiles[] = {"t.dbf", "t.dbt", "t.idx"};
 constexpr std::string_view kStays[] = {": no number",       ": no date",
                                        ": neither T nor F", ": a name that another field has",
                                        ": note: ",          " more: "};
-
-Var* call(const char* function, std::initializer_list<Var*> arguments = {}) {
-  std::array<Var*, 8> argv{};
-  std::copy(arguments.begin(), arguments.end(), argv.begin());
-  return GET_FUNC(function)(static_cast<std::int32_t>(arguments.size()), argv.data());
-}
-
-Var* go_on(std::int32_t, Var**, Var**) {
-  return nil_value();
-}
-
-std::string read(const char* file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-void write(const std::string& file, std::string_view bytes) {
-  std::ofstream(file, std::ios::binary)
-      .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
 
 void create_table() {
   constexpr struct {
@@ -89,9 +58,9 @@ void prepare() {
   close_all_areas();
   const char* seeds = std::getenv("FUZZ_SEEDS");
   for (std::size_t i = 0; i < std::size(kFiles); ++i) {
-    sound[i] = read(kFiles[i]);
+    sound[i] = read_file(kFiles[i]);
     if (seeds != nullptr)
-      write(std::string(seeds) + "/" + kFiles[i], static_cast<char>(i) + sound[i]);
+      write_file(std::string(seeds) + "/" + kFiles[i], static_cast<char>(i) + sound[i]);
   }
 }
 
@@ -114,9 +83,9 @@ void insist(bool holds, const char* what) {
 }
 
 void check_and_mend(std::size_t which) {
-  const std::string bytes = read(kFiles[which]);
+  const std::string bytes = read_file(kFiles[which]);
   static_cast<void>(left_over());
-  insist(read(kFiles[which]) == bytes, "a check wrote");
+  insist(read_file(kFiles[which]) == bytes, "a check wrote");
   bool mended = false;
   {
     TableRepair repair("t", [](const std::string&) {});
@@ -128,13 +97,7 @@ void check_and_mend(std::size_t which) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  init_macro();
-  start_library({kFunctions.table(), kModules});
-  init_db();
-  static std::string directory = std::filesystem::temp_directory_path() / "fuzz-check-XXXXXX";
-  if (mkdtemp(directory.data()) == nullptr || chdir(directory.c_str()) != 0) std::abort();
-  std::atexit([] { std::filesystem::remove_all(directory); });
-  call("errorblock", {TMP_BLOCK(go_on)});
+  start_in_folder();
   file_ops().fsync = [](int) { return 0; };  // what reaches the disk is not looked at here
   prepare();
   return 0;
@@ -144,8 +107,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size < 2) return 0;
   const std::int32_t mark = temp_top();
   const std::size_t which = data[0] % std::size(kFiles);
-  for (std::size_t i = 0; i < std::size(kFiles); ++i) write(kFiles[i], sound[i]);
-  write(kFiles[which], {reinterpret_cast<const char*>(data) + 1, size - 1});
+  for (std::size_t i = 0; i < std::size(kFiles); ++i) write_file(kFiles[i], sound[i]);
+  write_file(kFiles[which], {reinterpret_cast<const char*>(data) + 1, size - 1});
   check_and_mend(which);
   POP_TEMPS(mark);
   return 0;

@@ -1,51 +1,20 @@
 // Any bytes as a table with its memo file: opened, walked, read, changed and closed. The input is
 // two bytes, the size of the memo file little-endian, then the memo file, then the table.
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <initializer_list>
-#include <string>
-#include <vector>
+#include <string_view>
 
-#include "core/blocks.h"
-#include "core/core_modules.h"
-#include "core/error_object.h"
-#include "core/stacks.h"
 #include "db/area.h"
 #include "db/codec.h"
-#include "db/db.h"
-#include "db/db_modules.h"
-#include "lib/lib_modules.h"
+#include "fuzz/tables.h"
 
 using namespace tarnel;
 
 namespace {
 
-constexpr auto kModules = join_modules(kDbModules, kLibModules, kCoreModules);
-constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 constexpr int kSteps = 40, kFields = 40;
-
-Var* ignore_error(std::int32_t, Var**, Var**) {
-  return nil_value();
-}
-
-Var* call(const char* function, std::initializer_list<Var*> arguments = {}) {
-  std::vector<Var*> argv(arguments);
-  argv.push_back(nullptr);
-  return GET_FUNC(function)(static_cast<std::int32_t>(arguments.size()), argv.data());
-}
 
 bool yes(const char* function) {
   return truth_of(call(function));
-}
-
-void write_file(const char* name, const std::uint8_t* bytes, std::size_t n) {
-  std::FILE* file = std::fopen(name, "wb");
-  if (file == nullptr || std::fwrite(bytes, 1, n, file) != n) std::abort();
-  std::fclose(file);
 }
 
 void read_record(std::int32_t fields) {
@@ -87,22 +56,17 @@ void use_table(bool shared) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  init_db();
-  start_library({kFunctions.table(), kModules});
-  call("errorblock", {TMP_BLOCK(ignore_error)});
-  static std::string directory = std::filesystem::temp_directory_path() / "fuzz-dbf-XXXXXX";
-  if (mkdtemp(directory.data()) == nullptr) return 1;
-  std::filesystem::current_path(directory);
-  std::atexit([] { std::filesystem::remove_all(directory); });
+  start_in_folder();
   return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 2) return 0;
+  const std::string_view files(reinterpret_cast<const char*>(data) + 2, size - 2);
   const std::size_t memo = std::min<std::size_t>(get_u16le(data), size - 2);
   for (const bool shared : {true, false}) {
-    write_file("fuzz.dbt", data + 2, memo);
-    write_file("fuzz.dbf", data + 2 + memo, size - 2 - memo);
+    testing::write_file("fuzz.dbt", files.substr(0, memo));
+    testing::write_file("fuzz.dbf", files.substr(memo));
     use_table(shared);
   }
   return 0;

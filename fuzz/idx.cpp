@@ -1,43 +1,18 @@
 // An index file of any content beside a sound table: an error with a number or some answer, but no
 // crash and no hang. The first byte chooses how the table is used, the rest is the file.
-#include <unistd.h>
-
-#include <array>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "core/arrays.h"
-#include "core/core_modules.h"
-#include "core/error_object.h"
-#include "core/runtime.h"
-#include "core/stacks.h"
 #include "db/area.h"
-#include "db/db.h"
-#include "db/db_modules.h"
-#include "lib/lib_modules.h"
-#include "macro/macro.h"
+#include "fuzz/tables.h"
 
 namespace {
 
 using namespace tarnel;
+using testing::read_file, testing::write_file;
 
-constexpr auto kModules = join_modules(kDbModules, kLibModules, kCoreModules);
-constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
 constexpr int kRecords = 60, kSteps = 300;
-
-Var* call(const char* function, std::initializer_list<Var*> arguments = {}) {
-  std::array<Var*, 8> argv{};
-  std::copy(arguments.begin(), arguments.end(), argv.begin());
-  return GET_FUNC(function)(static_cast<std::int32_t>(arguments.size()), argv.data());
-}
-
-Var* go_on(std::int32_t, Var**, Var**) {
-  return nil_value();
-}
 
 void fill_record(int i) {
   CPY_VAR(RESOLVE_NAME(ADD_SYMBOL("c")), TMP_TEXT(std::to_string(i * 7 % 100)));
@@ -69,14 +44,13 @@ void prepare() {
     for (const char* key : {"c", "n", "c + str(n)", "space(228) + c", "n > 5"}) {
       call("dbcreatein", {TMP_TEXT("fuzz"), TMP_TEXT(key), nil_value(), logical(n % 2 != 0)});
       call("ordlistcle");
-      std::ifstream in("fuzz.idx", std::ios::binary);
-      std::ofstream out(std::string(seeds) + "/order" + std::to_string(n), std::ios::binary);
-      out << static_cast<char>(n++ % 3) << in.rdbuf();
+      write_file(std::string(seeds) + "/order" + std::to_string(n),
+                 static_cast<char>(n % 3) + read_file("fuzz.idx"));
+      ++n;
     }
   }
   close_all_areas();
-  std::ifstream in("fuzz.dbf", std::ios::binary);
-  table_bytes.assign(std::istreambuf_iterator<char>(in), {});
+  table_bytes = read_file("fuzz.dbf");
 }
 
 void use_order(unsigned use) {
@@ -107,13 +81,7 @@ void use_order(unsigned use) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  init_macro();
-  start_library({kFunctions.table(), kModules});
-  init_db();
-  static std::string directory = std::filesystem::temp_directory_path() / "fuzz-idx-XXXXXX";
-  if (mkdtemp(directory.data()) == nullptr || chdir(directory.c_str()) != 0) std::abort();
-  std::atexit([] { std::filesystem::remove_all(directory); });
-  call("errorblock", {TMP_BLOCK(go_on)});
+  start_in_folder();
   prepare();
   return 0;
 }
@@ -121,9 +89,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 2) return 0;
   const std::int32_t mark = temp_top();
-  std::ofstream("fuzz.dbf", std::ios::binary) << table_bytes;
-  std::ofstream("fuzz.idx", std::ios::binary)
-      .write(reinterpret_cast<const char*>(data) + 1, static_cast<std::streamsize>(size - 1));
+  write_file("fuzz.dbf", table_bytes);
+  write_file("fuzz.idx", {reinterpret_cast<const char*>(data) + 1, size - 1});
   use_order(data[0]);
   POP_TEMPS(mark);
   return 0;
