@@ -307,6 +307,14 @@ static std::int64_t now() {
   return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
+// The dialogue comes back. It waits for a second interrupt, so the first must not be noted any longer.
+static void ask_in_place() {
+  if (state.dialogue == nullptr || !take_interrupt()) return;
+  detail::signal_noted = 0;
+  state.dialogue();
+  if (any_signal_waits()) note_signal();
+}
+
 bool Wait::goes_on() {
   const int reason = std::exchange(errno, EINTR);
   if (must_leave()) {
@@ -318,9 +326,8 @@ bool Wait::goes_on() {
       return false;
     }
   } else if (state.held == 0 && !is_quitting()) {
-    // Those come back.
     answer_screen_signals();
-    if (state.dialogue != nullptr && take_interrupt()) state.dialogue();
+    ask_in_place();
   }
   errno = reason;
   return true;
@@ -380,7 +387,7 @@ void HOLD_INTERRUPT() {
 // Other answers than a dialogue can leave the procedure: they wait for the next look.
 void RELEASE_INTERRUPT() {
   if (state.held > 0) --state.held;
-  if (state.held == 0 && state.dialogue != nullptr && take_interrupt()) state.dialogue();
+  if (state.held == 0) ask_in_place();
 }
 
 }  // namespace tarnel

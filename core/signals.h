@@ -30,7 +30,8 @@ bool take_interrupt();
 // within such a hold may then end early where it can be taken up again.
 bool interrupt_cancels();
 
-// A program that has a screen may ask there whether to leave. Null, as long as none asks: the answer above.
+// A program that has a screen may ask there whether to leave, by end_by_signal(). Null, as long as none asks: the answer
+// above.
 void set_interrupt_dialogue(void (*dialogue)());
 
 // What a program with a screen does for the signals of terminals. While it is set SIGTSTP, SIGCONT and

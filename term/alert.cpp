@@ -193,7 +193,7 @@ void ask_about_interrupt() {
     poll(
         nullptr, 0,
         static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count()));
-  if (take_interrupt()) QUIT_RUN(128 + SIGINT);
+  if (take_interrupt()) end_by_signal(SIGINT);
 }
 
 Var* alert(std::int32_t argc, Var** argv) {

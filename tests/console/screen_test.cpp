@@ -1,6 +1,8 @@
 // tnsh with a screen, on a terminal that shows what it paints.
+#include <fcntl.h>
 #include <signal.h>
 
+#include "core/file_ops.h"
 #include "tests/console/tmux.h"
 
 namespace tarnel::testing {
@@ -136,6 +138,23 @@ TEST_F(OnScreen, AnInterruptIsAskedAboutAndASecondOneEnds) {
             std::string::npos);
   type("C-c");
   wait_for("status 130");
+}
+
+// Neither the question nor the end waits for the lock.
+TEST_F(OnScreen, AnInterruptIsAskedAboutWhileALockIsWaitedFor) {
+  run_script(
+      "dbcreate('t', {{'a', 'C', 1, 0}})\ndbusearea(.f., , 't', , .t.)\nqout('open')\ninkey(0)\n"
+      "dbgobottom()\n");
+  wait_for("open");
+  const int fd = open(path("t.dbf").c_str(), O_RDWR);
+  ASSERT_TRUE(lock_range(fd, F_WRLCK, 0, 2));
+  type("x");
+  usleep(100'000);
+  type("C-c");
+  wait_for("Waiting 5 seconds !!!");
+  type("C-c");
+  wait_for("status 130");
+  close(fd);
 }
 
 TEST_F(OnScreen, WithoutATerminalForItNothingIsWritten) {
