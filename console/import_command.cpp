@@ -375,7 +375,7 @@ bool read_source(std::string_view& line, Source& source) {
   }
   if (source.page) {
     const std::string bytes = std::exchange(source.text, {});
-    decode_exactly(source.text, bytes, *source.page);
+    to_utf8_exactly(source.text, bytes, *source.page);
   }
   const ImportReader head(source.text, source.form);
   if (!head.fault().empty()) complain(place_of(source, head) + head.fault());

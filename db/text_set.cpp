@@ -1,6 +1,5 @@
 #include "db/text_set.h"
 
-#include <algorithm>
 #include <map>
 
 #include "core/classes.h"
@@ -127,18 +126,6 @@ static bool is_typed(std::string_view text, CodePage page) {
 std::string ValueTexts::readable(std::string_view text) const {
   const bool stays = set_.assumed || is_ascii(text) || (!is_field_ && is_typed(text, set_.page));
   return stays ? std::string(text) : decoded(text, set_);
-}
-
-void decode_exactly(std::string& out, std::string_view bytes, CodePage page) {
-  for (std::size_t at = 0; at < bytes.size();) {
-    const std::size_t plain = ascii_length(bytes.substr(at));
-    out.append(bytes, at, plain);
-    if ((at += plain) == bytes.size()) break;
-    char32_t c = 0;
-    const std::size_t n = character_at(bytes.substr(at), page, c);
-    append_utf8(out, n > 0 ? c : kCarriedByte + static_cast<unsigned char>(bytes[at]));
-    at += std::max<std::size_t>(n, 1);
-  }
 }
 
 Unconverted encode(std::string& text, const TextSet& set, Carried carried) {

@@ -66,13 +66,8 @@ class ValueTexts {
   bool is_field_ = false;
 };
 
-// The same without loss: a byte that is no character becomes half of a surrogate pair, U+DC00 and the byte, which
-// no text has.
-void decode_exactly(std::string& out, std::string_view bytes, CodePage page);
-constexpr char32_t kCarriedByte = 0xdc00;
-
-// Bytes of the set for a text in UTF-8, which stays as it is in an assumed one. What decode_exactly() carries over
-// becomes a byte again, or counts as lost, where the text may hold such.
+// Bytes of the set for a text in UTF-8, which stays as it is in an assumed one. What to_utf8_exactly() carries
+// over becomes a byte again, or counts as lost, where the text may hold such.
 enum class Carried : std::uint8_t { kNone, kTaken, kLost };
 [[nodiscard]] Unconverted encode(std::string& text, const TextSet& set, Carried carried);
 // "€ (U+20AC), which cp437 hasn't"

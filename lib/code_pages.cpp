@@ -97,6 +97,24 @@ void note(Unconverted& lost, std::size_t position, char32_t character, bool is_b
   if (lost.count++ == 0) lost = {1, position, character, is_byte};
 }
 
+// UTF-8 of a text in a page; of a byte that is no character becomes what stand_in() gives.
+template <typename StandIn>
+Unconverted converted(std::string& out, std::string_view bytes, CodePage page, StandIn stand_in) {
+  Unconverted lost;
+  for (std::size_t at = 0; at < bytes.size();) {
+    const std::size_t plain = ascii_length(bytes.substr(at));
+    out.append(bytes, at, plain);
+    if ((at += plain) == bytes.size()) break;
+    char32_t c = 0;
+    const std::size_t n = character_at(bytes.substr(at), page, c);
+    const auto byte = static_cast<unsigned char>(bytes[at]);
+    if (n == 0) note(lost, at, byte, true);
+    append_utf8(out, n > 0 ? c : stand_in(byte));
+    at += std::max<std::size_t>(n, 1);
+  }
+  return lost;
+}
+
 }  // namespace
 
 std::string_view name_of(CodePage page) {
@@ -147,18 +165,11 @@ std::string words_of(const Unconverted& lost) {
 }
 
 Unconverted to_utf8(std::string& out, std::string_view bytes, CodePage page) {
-  Unconverted lost;
-  for (std::size_t at = 0; at < bytes.size();) {
-    const std::size_t plain = ascii_length(bytes.substr(at));
-    out.append(bytes, at, plain);
-    if ((at += plain) == bytes.size()) break;
-    char32_t c = 0;
-    const std::size_t n = character_at(bytes.substr(at), page, c);
-    if (n == 0) note(lost, at, static_cast<unsigned char>(bytes[at]), true);
-    append_utf8(out, n > 0 ? c : kNone);
-    at += std::max<std::size_t>(n, 1);
-  }
-  return lost;
+  return converted(out, bytes, page, [](unsigned char) { return char32_t{kNone}; });
+}
+
+void to_utf8_exactly(std::string& out, std::string_view bytes, CodePage page) {
+  converted(out, bytes, page, [](unsigned char byte) { return kCarriedByte + byte; });
 }
 
 Unconverted from_utf8(std::string& out, std::string_view text, CodePage page) {

@@ -53,6 +53,9 @@ std::string words_of(const Unconverted& lost);
 
 // UTF-8 of a text in a page. A byte that is no character becomes U+FFFD.
 [[nodiscard]] Unconverted to_utf8(std::string& out, std::string_view bytes, CodePage page);
+// The same without loss: such a byte becomes half of a surrogate pair, U+DC00 and the byte, which no text has.
+void to_utf8_exactly(std::string& out, std::string_view bytes, CodePage page);
+constexpr char32_t kCarriedByte = 0xdc00;
 // The bytes of a text in UTF-8. What the page hasn't becomes a question mark, and so does, each by itself, a byte
 // that is no UTF-8; of these UTF-8 makes U+FFFD.
 [[nodiscard]] Unconverted from_utf8(std::string& out, std::string_view text, CodePage page);

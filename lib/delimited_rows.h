@@ -16,7 +16,7 @@ enum class InputKind : std::uint8_t { kNothing, kText, kNumber, kTrue, kFalse };
 struct InputValue {
   InputKind kind = InputKind::kNothing;
   std::string text;      // of texts and numbers
-  bool carries = false;  // bytes that are no characters, see decode_exactly()
+  bool carries = false;  // bytes that are no characters, see to_utf8_exactly()
 };
 
 // A place in a text, which must last, and the number of its line.
