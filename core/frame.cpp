@@ -11,13 +11,13 @@
 #include "core/text.h"
 
 namespace tarnel {
-namespace {
 
-struct FrameState {
-  Frame base{-1, 0, 0, -1, -1, nullptr, "", "", 0, 0, nullptr, nullptr, nullptr, -2};
-  Frame* current = &base;
-  std::int32_t level = 0;
-} state;
+namespace detail {
+Frame base_frame{-1, 0, 0, -1, -1, nullptr, "", "", 0, 0, nullptr, nullptr, nullptr, -2};
+Frame* frame = &base_frame;
+}  // namespace detail
+
+namespace {
 
 bool parameter_type_fits(char received, char declared) {
   return declared == 'U' || types_compatible(received, declared);
@@ -26,56 +26,28 @@ bool parameter_type_fits(char received, char declared) {
 // The cell of a parameter without a usable argument: empty, of the declared type.
 Var* empty_parameter(Var* c, char type) {
   if (upper_class(c->sclass) != 'T') c = NEW_TEMP();
-  state.current->temp_mark = temp_top();
+  detail::frame->temp_mark = temp_top();
   if (type != 'U' && letter_in(type, "ABCDILNOu?")) FIX_VAR(c, type);
   return c;
 }
 
 }  // namespace
 
-Frame* current_frame() {
-  return state.current;
-}
-Frame* base_frame() {
-  return &state.base;
-}
-std::int32_t activation_level() {
-  return state.level;
-}
-
-void BEGIN_PROC(Frame* frame, const char* module, const char* proc, std::int32_t line,
-                std::int32_t argc) {
-  const std::int32_t temps = temp_top(), vars = varstack_top();
-  *frame = {line, temps,       temps, vars,          vars,    nil_value(), module,
-            proc, state.level, argc,  state.current, nullptr, nullptr,     -2};
-  ++state.level;
-  state.current = frame;
-}
-
-Var* END_PROC(Frame* frame, char expected) {
-  assert(frame == state.current);
-  if (kChecked) check_runtime();
-  Var* result = frame->result;
-  ++result->refs;
-  POP_VARSTACK(frame->var_entry);
-  POP_TEMPS(frame->temp_entry);
-  PUSH_TEMP(result);
-  state.level = frame->saved_level;
-  state.current = frame->prev;
-  if (expected != 'U' && !types_compatible(result->type, expected))
+Var* detail::tell_wrong_result(Var* result, char expected) {
+  if (!types_compatible(result->type, expected))
     RT_ERROR(201,
              format_text("Illegal return type, expected %c - received %c", expected, result->type));
   return result;
 }
 
-Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter) {
+Var* detail::bind_parameter(std::int32_t argc, std::int32_t i, Var** argv, char letter) {
   const char type = static_cast<char>(letter & 127);
   const bool quiet = (letter & 128) != 0;
   Var* c = i < argc ? argv[i] : nullptr;
   if (c == nullptr) {
     c = empty_parameter(NEW_TEMP(), type);
   } else if (!parameter_type_fits(c->type, type)) {
-    const bool of_method = state.current->method_scope != state.base.method_scope;
+    const bool of_method = detail::frame->method_scope != detail::base_frame.method_scope;
     if (!quiet)
       RT_ERROR(201, format_text("for parameter #%d;expected %c - received %c;defaulting to empty "
                                 "parameter of type %c",
@@ -86,7 +58,7 @@ Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter) {
     case 'C':  // a private copy, which like every parameter outlives the loops
       c = ARG_VAR(c);
       c->sclass = 'N';
-      state.current->temp_mark = temp_top();
+      detail::frame->temp_mark = temp_top();
       return c;
     case 'F':
     case 'f':
@@ -106,11 +78,6 @@ Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter) {
   }
 }
 
-void LINE_HOOK(std::int32_t line) {
-  if (line > 0) state.current->line = line;
-  look_at_signals();
-}
-
 Var* DEFAULT_IVAR(Var* object, std::int32_t i, char letter, Var* init) {
   if (!letter_in(object->type, "Ou") || i < 1 || i > element_count(object)) return nil_value();
   Var* cell = element(object, i);
@@ -124,17 +91,17 @@ Var* null_result() {
 }
 
 Frame* frame_at(std::int32_t n) {
-  for (Frame* f = state.current; f->prev != nullptr; f = f->prev)
+  for (Frame* f = detail::frame; f->prev != nullptr; f = f->prev)
     if (f->line >= 0 && --n < 0) return f;
   return nullptr;
 }
 
 void leave_procedures(Frame* frame, std::int32_t vars) {
   // Bindings go while the level is still that of a procedure inside the sequence, innermost first.
-  while (state.current != frame) {
-    POP_VARSTACK(state.current->var_entry);
-    state.level = state.current->saved_level;
-    state.current = state.current->prev;
+  while (detail::frame != frame) {
+    POP_VARSTACK(detail::frame->var_entry);
+    detail::level = detail::frame->saved_level;
+    detail::frame = detail::frame->prev;
   }
   POP_VARSTACK(vars);
 }
@@ -165,7 +132,7 @@ Var* procfile(std::int32_t argc, Var** argv) {
 }
 
 Var* pcount(std::int32_t, Var**) {
-  const std::int32_t count = state.current->argc;
+  const std::int32_t count = detail::frame->argc;
   return count != 0 ? TMP_INT(count) : num_zero();
 }
 

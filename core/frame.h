@@ -13,10 +13,13 @@
 //   }
 #pragma once
 
+#include <cassert>
 #include <cstdint>
 #include <string>
 
+#include "core/checks.h"
 #include "core/function.h"
+#include "core/signals.h"
 #include "core/stacks.h"
 #include "core/var.h"
 
@@ -49,22 +52,67 @@ constexpr char kQuiet = '\x80';  // flag in a parameter's type letter: no messag
 
 // In brackets, here as in operators.h: [temporaries pushed, errors raised].
 
-Frame* current_frame();
-Frame* base_frame();
-std::int32_t activation_level();
+namespace detail {
+extern Frame base_frame;
+extern Frame* frame;
+Var* bind_parameter(std::int32_t argc, std::int32_t i, Var** argv, char letter);
+Var* tell_wrong_result(Var* result, char expected);
+}  // namespace detail
+
+inline Frame* current_frame() {
+  return detail::frame;
+}
+inline Frame* base_frame() {
+  return &detail::base_frame;
+}
+inline std::int32_t activation_level() {
+  return detail::level;
+}
 
 // [0] `frame` becomes the current one and must stay where it is up to END_PROC.
-void BEGIN_PROC(Frame* frame, const char* module, const char* proc, std::int32_t line,
-                std::int32_t argc);
+inline void BEGIN_PROC(Frame* frame, const char* module, const char* proc, std::int32_t line,
+                       std::int32_t argc) {
+  const std::int32_t temps = temp_top(), vars = varstack_top();
+  *frame = {line, temps,         temps, vars,          vars,    nil_value(), module,
+            proc, detail::level, argc,  detail::frame, nullptr, nullptr,     -2};
+  ++detail::level;
+  detail::frame = frame;
+}
 // [back to the height at entry, then 1: the result; 201] The error is for a result of another type than
 // `expected` ('U': any). Ends the bindings of the procedure. REQUIRES: `frame` is the current one.
-Var* END_PROC(Frame* frame, char expected);
+inline Var* END_PROC(Frame* frame, char expected) {
+  assert(frame == detail::frame);
+  if (kChecked) check_runtime();
+  Var* const result = frame->result;
+  ++result->refs;
+  if (varstack_top() > frame->var_entry) POP_VARSTACK(frame->var_entry);
+  POP_TEMPS(frame->temp_entry);
+  PUSH_TEMP(result);
+  detail::level = frame->saved_level;
+  detail::frame = frame->prev;
+  return expected == 'U' ? result : detail::tell_wrong_result(result, expected);
+}
 // [0..1, 201 204 901] The cell that is parameter i, or a fresh local (count 0, null vector). It lies below
 // the mark to which the procedure's loops cut the temporaries. Errors count from 1, without a method's object.
-Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter);
+inline Var* BIND_PARAM(std::int32_t argc, std::int32_t i, Var** argv, char letter) {
+  if (letter != 'U') return detail::bind_parameter(argc, i, argv, letter);
+  Var* const cell = i < argc ? argv[i] : nullptr;
+  if (cell == nullptr) {
+    Var* const fresh = NEW_TEMP();
+    detail::frame->temp_mark = temp_top();
+    fresh->sclass = 'N';
+    return fresh;
+  }
+  if (cell->sclass != 'T') return detail::bind_parameter(argc, i, argv, letter);
+  cell->sclass = 'N';
+  return cell;
+}
 
 // [0] Records a source line and answers the signals that came, which may end the run or break.
-void LINE_HOOK(std::int32_t line);
+inline void LINE_HOOK(std::int32_t line) {
+  if (line > 0) detail::frame->line = line;
+  look_at_signals();
+}
 
 // [0..2, 332] Gives element i (from 1) of an object a fixed type and an initial value, which may be null.
 // Result: the element, or NIL when there is no such element.

@@ -33,9 +33,16 @@ Var* csumodn(Var* left, double right, bool in_place);                // [0..1, 2
 Var* csupowu(Var* left, Var* right, bool in_place);                  // [0..1, 202]
 Var* csupown(Var* left, double right, bool in_place);                // [0..1, 202]
 
+namespace detail {
+bool condition(Var* v);
+}
+// [0, 202] Condition of a compiled if; the error gives false.
+inline bool csifu(Var* v) {
+  return v == true_value() || (v != false_value() && detail::condition(v));
+}
+
 Var* csminusu(Var* v);  // [0..1, 202]
 Var* csnotu(Var* v);    // [0, 202]
-bool csifu(Var* v);     // [0, 202] condition of a compiled if; the error gives false
 Var* csincu(Var* v);    // [0..1, 201] prefix: the operand itself
 Var* csdecu(Var* v);    // [0..1, 201]
 Var* csuinc(Var* v);    // [0..2, 201] postfix: a copy of the old value

@@ -115,6 +115,10 @@ Var* csudivn(Var* left, double right, bool in_place) {
 }
 
 Var* csumodu(Var* left, Var* right, bool in_place) {
+  if (right->type == 'N' && right->num != 0)
+    if (Var* const cell = plain_result(left, right, in_place); cell != nullptr)
+      return store_plain(cell, remainder_of(left->num, right->num),
+                         std::min(settings().decimals, 255));
   if (!is_number_or_logical(left) || !is_number_or_logical(right))
     return failed_with_zero(202, kOnlyDivided);
   const double dividend = number_of(left), divisor = number_of(right);
@@ -178,13 +182,17 @@ Var* csnotu(Var* v) {
   return logical(!truth_of(v));
 }
 
-bool csifu(Var* v) {
+bool detail::condition(Var* v) {
   if (is_number_or_logical(v)) return truth_of(v);
   RT_ERROR(202, "expected logical for condition");
   return false;
 }
 
 Var* csincu(Var* v) {
+  if (v->type == 'N' && v->sclass == 'N') {  // the usual case
+    v->num += 1;
+    return v;
+  }
   return prefix_step(v, 1, kIncrement);
 }
 Var* csdecu(Var* v) {

@@ -6,19 +6,10 @@
 #include "core/symbols.h"
 
 namespace tarnel {
-namespace {
 
-struct TempStack {
-  Var** slots = nullptr;
-  std::int32_t capacity = 0;
-  std::int32_t top = 0;
-} temps;
-
-struct VarStack {
-  VarStackEntry* entries = nullptr;  // made at the first push
-  std::int32_t capacity = 0;
-  std::int32_t top = -1;
-} vars;
+namespace detail {
+TempStack temps{};
+std::int32_t varstack_top = -1;
 
 // The capacity last: without memory the exit road runs, which pushes too.
 [[gnu::noinline]] void more_temps() {
@@ -27,12 +18,17 @@ struct VarStack {
       temps.slots, static_cast<std::size_t>(capacity) * sizeof(Var*), MemPurpose::kTemporaries));
   temps.capacity = capacity;
 }
+}  // namespace detail
 
-// The rare parts are kept out of what runs at each step of an expression.
-[[gnu::noinline]] void pop_down_to(std::int32_t mark) {
-  for (std::int32_t i = mark; i < temps.top; ++i) DROP_TEMP(i);
-  temps.top = mark;
-}
+namespace {
+
+using detail::temps;
+
+struct VarStack {
+  VarStackEntry* entries = nullptr;  // made at the first push
+  std::int32_t capacity = 0;
+  std::int32_t& top = detail::varstack_top;
+} vars;
 
 }  // namespace
 
@@ -42,44 +38,6 @@ void init_stacks() {
   temps.slots = static_cast<Var**>(MEM_ALLOC(kTempStep * sizeof(Var*), MemPurpose::kTemporaries));
 }
 
-std::int32_t temp_top() {
-  return temps.top;
-}
-
-Var* temp_at(std::int32_t slot) {
-  return temps.slots[slot];
-}
-
-Var* NEW_TEMP() {
-  return PUSH_TEMP(NEW_VAR('T', 'U'));
-}
-
-Var* PUSH_TEMP(Var* var) {
-  if (temps.top + 1 == temps.capacity) more_temps();
-  return temps.slots[temps.top++] = var;
-}
-
-void POP_TEMPS(std::int32_t mark) {
-  if (mark < temps.top) pop_down_to(mark);
-}
-
-// The slot is emptied first: releasing an object runs its destructor, which uses the stack.
-void DROP_TEMP(std::int32_t slot) {
-  Var* var = temps.slots[slot];
-  temps.slots[slot] = nullptr;
-  if (var != nullptr) DEL_VAR(var);
-}
-
-Var* keep_temp(std::int32_t mark, Var* result) {
-  if (mark + 1 == temps.top && temps.slots[mark] == result) return result;
-  ++result->refs;
-  POP_TEMPS(mark);
-  return PUSH_TEMP(result);
-}
-
-std::int32_t varstack_top() {
-  return vars.top;
-}
 VarStackEntry& varstack_entry(std::int32_t i) {
   return vars.entries[i];
 }

@@ -10,16 +10,50 @@ namespace tarnel {
 
 void init_stacks();
 
+namespace detail {
+struct TempStack {
+  Var** slots;
+  std::int32_t capacity, top;
+};
+extern TempStack temps;
+extern std::int32_t varstack_top;
+void more_temps();
+}  // namespace detail
+
 // --- Temporary stack. Marks are stack heights.
-std::int32_t temp_top();
-Var* temp_at(std::int32_t slot);  // null for a slot that was dropped
-Var* NEW_TEMP();                  // class T, type U
-Var* PUSH_TEMP(Var* var);         // the stack takes over one reference
-void POP_TEMPS(std::int32_t mark);
-void DROP_TEMP(std::int32_t slot);  // releases one slot; the top does not move
+inline std::int32_t temp_top() {
+  return detail::temps.top;
+}
+inline Var* temp_at(std::int32_t slot) {  // null for a slot that was dropped
+  return detail::temps.slots[slot];
+}
+inline Var* PUSH_TEMP(Var* var) {  // the stack takes over one reference
+  if (detail::temps.top + 1 == detail::temps.capacity) detail::more_temps();
+  return detail::temps.slots[detail::temps.top++] = var;
+}
+inline Var* NEW_TEMP() {  // class T, type U
+  return PUSH_TEMP(NEW_VAR('T', 'U'));
+}
+// Releases one slot; the top does not move. It is emptied first: releasing an object runs its destructor, which uses
+// the stack.
+inline void DROP_TEMP(std::int32_t slot) {
+  Var* const var = detail::temps.slots[slot];
+  detail::temps.slots[slot] = nullptr;
+  if (var != nullptr) DEL_VAR(var);
+}
+inline void POP_TEMPS(std::int32_t mark) {
+  if (mark >= detail::temps.top) return;
+  for (std::int32_t i = mark; i < detail::temps.top; ++i) DROP_TEMP(i);
+  detail::temps.top = mark;
+}
 
 // Cuts the temporaries back to `mark` but keeps `result`, which ends on top. temps: mark + 1.
-Var* keep_temp(std::int32_t mark, Var* result);
+inline Var* keep_temp(std::int32_t mark, Var* result) {
+  if (mark + 1 == detail::temps.top && detail::temps.slots[mark] == result) return result;
+  ++result->refs;
+  POP_TEMPS(mark);
+  return PUSH_TEMP(result);
+}
 
 // Drops the temporaries made while it lives.
 class TempsMark {
@@ -41,7 +75,9 @@ struct VarStackEntry {
   std::int32_t new_level;
   Var* shadowed;
 };
-std::int32_t varstack_top();  // -1 when empty
+inline std::int32_t varstack_top() {  // -1 when empty
+  return detail::varstack_top;
+}
 VarStackEntry& varstack_entry(std::int32_t i);
 
 // Binds `var` to the Symbol until POP_VARSTACK passes the entry. Returns sym.

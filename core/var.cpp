@@ -15,31 +15,22 @@
 #include "core/symbols.h"
 
 namespace tarnel {
+
+namespace detail {
+Var constants[kConstantCount]{};
+Var* free_cells = nullptr;
+std::int32_t level = 0;
+}  // namespace detail
+
 namespace {
 
-enum Constant {
-  kErrorValue,
-  kTrue,
-  kFalse,
-  kEmptyText,
-  kEmptyDate,
-  kNumZero,
-  kIntZero,
-  kIntOne,
-  kIntMinusOne,
-  kNil,
-  kEmptyBlock,
-  kTrueBlock,
-  kConstantCount
-};
+using namespace detail;
 
 constexpr unsigned char kPoison = 0xA7;  // in freed cells of the checks build
 
 struct CellState {
-  Var* free_list = nullptr;  // linked through the first payload word
   Var* last_free = nullptr;  // the checks build's list is a queue
   std::size_t quarantined = 0;
-  Var constants[kConstantCount]{};
   WindowHooks windows{nullptr, nullptr};
   int release_depth = 0;
   int clone_depth = 0;
@@ -56,7 +47,7 @@ Var* truth_block(std::int32_t, Var**, Var**) {
 }
 
 void make_constant(Constant which, char type, std::int32_t length, std::int32_t word = 0) {
-  Var& c = state.constants[which];
+  Var& c = constants[which];
   c = Var{};
   c.type = type;
   c.sclass = 'C';
@@ -68,9 +59,9 @@ void make_constant(Constant which, char type, std::int32_t length, std::int32_t 
 
 void make_block_constant(Constant which, BlockFunction function) {
   make_constant(which, 'U', 0);
-  state.constants[which].sclass = 'N';
-  SET_BLOCK(&state.constants[which], function, 0);
-  state.constants[which].sclass = 'C';
+  constants[which].sclass = 'N';
+  SET_BLOCK(&constants[which], function, 0);
+  constants[which].sclass = 'C';
 }
 
 void free_window(Var* v) {
@@ -136,17 +127,6 @@ Var* define_private(Var* undefined) {
   Var* fresh = NEW_VAR('N', 'U');
   PUSH_VARSTACK(undefined->name, fresh);
   return fresh;
-}
-
-void quarantine(Var* cell) {
-  std::memset(static_cast<void*>(cell), kPoison, sizeof *cell);
-  cell->raw = nullptr;
-  if (state.free_list == nullptr)
-    state.free_list = cell;
-  else
-    state.last_free->raw = cell;
-  state.last_free = cell;
-  ++state.quarantined;
 }
 
 // A cell that was written to after it was freed shows it.
@@ -218,23 +198,10 @@ void copy_into_fixed(Var* target, const Var* source) {
     target->num = number_of(source);
 }
 
-// A value that lies in its cell alone.
-bool is_plain(const Var* v) {
-  return is_number_or_logical(v) || v->type == 'D' || (v->type == 'U' && v->sclass != 'U');
-}
-
 void copy_plain(Var* target, const Var* source) {
   target->type = source->type;
   target->bits = source->bits;
   target->bits2 = source->bits2;
-}
-
-// The same with the form in which it is shown.
-Var* copy_shown(Var* target, const Var* source) {
-  copy_plain(target, source);
-  target->length = source->length;
-  target->decimals = source->decimals;
-  return target;
 }
 
 // The elements of a body at one moment, kept alive; a null pointer ends them.
@@ -266,50 +233,13 @@ Var* report_undefined(Var* target, const Var* source) {
 
 }  // namespace
 
-Var* error_value() {
-  return &state.constants[kErrorValue];
-}
-Var* true_value() {
-  return &state.constants[kTrue];
-}
-Var* false_value() {
-  return &state.constants[kFalse];
-}
-Var* empty_text() {
-  return &state.constants[kEmptyText];
-}
-Var* empty_date() {
-  return &state.constants[kEmptyDate];
-}
-Var* num_zero() {
-  return &state.constants[kNumZero];
-}
-Var* int_zero() {
-  return &state.constants[kIntZero];
-}
-Var* int_one() {
-  return &state.constants[kIntOne];
-}
-Var* int_minus_one() {
-  return &state.constants[kIntMinusOne];
-}
-Var* nil_value() {
-  return &state.constants[kNil];
-}
-Var* empty_block() {
-  return &state.constants[kEmptyBlock];
-}
-Var* true_block() {
-  return &state.constants[kTrueBlock];
-}
-
 void init_constants() {
-  if (state.constants[kErrorValue].sclass == 'C') return;
+  if (constants[kErrorValue].sclass == 'C') return;
   make_constant(kErrorValue, 'E', -1);
   make_constant(kTrue, 'L', 1, 1);
   make_constant(kFalse, 'L', 1);
   make_constant(kEmptyText, 'C', 1);
-  state.constants[kEmptyText].text = empty_buffer;
+  constants[kEmptyText].text = empty_buffer;
   make_constant(kEmptyDate, 'D', 8);
   make_constant(kNumZero, 'N', -1);
   make_constant(kIntZero, 'I', -1);
@@ -354,40 +284,29 @@ bool types_compatible(char a, char b) {
 }
 
 // Cells are made a slab at a time and never returned to the heap.
-Var* GET_CELL() {
-  if (state.free_list == nullptr || (kChecked && state.quarantined <= kQuarantine)) {
+Var* detail::new_cell() {
+  if (free_cells == nullptr || (kChecked && state.quarantined <= kQuarantine)) {
     auto* slab = static_cast<Var*>(MEM_ALLOC_VAR(kSlabCells * sizeof(Var)));
     for (std::size_t i = kSlabCells; i > 0; --i) PUT_CELL(slab + i - 1);
   }
-  Var* cell = state.free_list;
-  state.free_list = static_cast<Var*>(cell->raw);
+  Var* cell = free_cells;
+  free_cells = static_cast<Var*>(cell->raw);
   if (kChecked) end_quarantine(cell);
   return cell;
 }
 
-void PUT_CELL(Var* cell) {
-  if (kChecked) return quarantine(cell);
-  cell->raw = state.free_list;
-  state.free_list = cell;
+void detail::quarantine(Var* cell) {
+  std::memset(static_cast<void*>(cell), kPoison, sizeof *cell);
+  cell->raw = nullptr;
+  if (free_cells == nullptr)
+    free_cells = cell;
+  else
+    state.last_free->raw = cell;
+  state.last_free = cell;
+  ++state.quarantined;
 }
 
-Var* NEW_VAR(char sclass, char type) {
-  Var* v = GET_CELL();
-  v->type = type;
-  v->sclass = sclass;
-  v->decimals = 0;
-  v->length = 0;
-  v->refs = 1;
-  v->name = -1;
-  v->owner = nullptr;
-  v->level = activation_level();
-  v->bits = 0;
-  v->bits2 = 0;
-  return v;
-}
-
-Var* ARG_VAR(Var* v) {
-  if (v->sclass == 'T') return v;
+Var* detail::argument_copy(Var* v) {
   Var* temp = NEW_TEMP();
   if (is_plain(v)) return copy_shown(temp, v);
   CPY_VAR(temp, v);
@@ -429,7 +348,7 @@ Var* CLR_VAR(Var* var, char type) {
   return var;
 }
 
-Var* CPY_VAR(Var* target, Var* source) {
+Var* detail::assign(Var* target, Var* source) {
   if (target == source) return target;
   if (target == nullptr || source == nullptr)
     return RT_INTERNAL(407, format_text("CPY_VAR: received null pointer (%lx, %lx)",

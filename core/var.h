@@ -16,6 +16,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "core/checks.h"
+
 namespace tarnel {
 
 struct Var;
@@ -74,19 +76,69 @@ static_assert(sizeof(Var) <= 40, "a cell is at most 40 bytes");
 
 constexpr std::int32_t kMaxTextLength = 0x7FFFFFFE;  // bytes without the NUL
 
+// What the usual cases of the functions below need where they are called: they run at each step of a program.
+namespace detail {
+enum Constant {
+  kErrorValue,
+  kTrue,
+  kFalse,
+  kEmptyText,
+  kEmptyDate,
+  kNumZero,
+  kIntZero,
+  kIntOne,
+  kIntMinusOne,
+  kNil,
+  kEmptyBlock,
+  kTrueBlock,
+  kConstantCount
+};
+extern Var constants[kConstantCount];
+extern Var* free_cells;      // linked through their first payload words
+extern std::int32_t level;   // of the running procedure
+Var* new_cell();             // where there is no free one, and in the checks build
+void quarantine(Var* cell);  // in the checks build
+Var* argument_copy(Var* v);
+Var* assign(Var* target, Var* source);
+}  // namespace detail
+
 // --- Constant cells: class C, never written to. Operations that fail return one of them.
-Var* error_value();
-Var* true_value();
-Var* false_value();
-Var* empty_text();
-Var* empty_date();
-Var* num_zero();
-Var* int_zero();
-Var* int_one();
-Var* int_minus_one();
-Var* nil_value();
-Var* empty_block();
-Var* true_block();
+inline Var* error_value() {
+  return &detail::constants[detail::kErrorValue];
+}
+inline Var* true_value() {
+  return &detail::constants[detail::kTrue];
+}
+inline Var* false_value() {
+  return &detail::constants[detail::kFalse];
+}
+inline Var* empty_text() {
+  return &detail::constants[detail::kEmptyText];
+}
+inline Var* empty_date() {
+  return &detail::constants[detail::kEmptyDate];
+}
+inline Var* num_zero() {
+  return &detail::constants[detail::kNumZero];
+}
+inline Var* int_zero() {
+  return &detail::constants[detail::kIntZero];
+}
+inline Var* int_one() {
+  return &detail::constants[detail::kIntOne];
+}
+inline Var* int_minus_one() {
+  return &detail::constants[detail::kIntMinusOne];
+}
+inline Var* nil_value() {
+  return &detail::constants[detail::kNil];
+}
+inline Var* empty_block() {
+  return &detail::constants[detail::kEmptyBlock];
+}
+inline Var* true_block() {
+  return &detail::constants[detail::kTrueBlock];
+}
 
 inline Var* logical(bool b) {
   return b ? true_value() : false_value();
@@ -158,16 +210,54 @@ std::int32_t truncate_to_int(double d);
 // numbers and logicals among themselves, the two kinds of block, and O with u.
 bool types_compatible(char a, char b);
 
+// A value that lies in its cell alone.
+inline bool is_plain(const Var* v) {
+  return is_number_or_logical(v) || v->type == 'D' || (v->type == 'U' && v->sclass != 'U');
+}
+// A plain value with the form in which it is shown.
+inline Var* copy_shown(Var* target, const Var* source) {
+  target->type = source->type;
+  target->bits = source->bits;
+  target->bits2 = source->bits2;
+  target->length = source->length;
+  target->decimals = source->decimals;
+  return target;
+}
+
 // --- Cell life.
-Var* GET_CELL();
-void PUT_CELL(Var* cell);
+inline Var* GET_CELL() {
+  if (kChecked || detail::free_cells == nullptr) return detail::new_cell();
+  Var* const cell = detail::free_cells;
+  detail::free_cells = static_cast<Var*>(cell->raw);
+  return cell;
+}
+inline void PUT_CELL(Var* cell) {
+  if (kChecked) return detail::quarantine(cell);
+  cell->raw = detail::free_cells;
+  detail::free_cells = cell;
+}
 
 // A cell of the given class and type with one reference, level = activation level, no name.
-Var* NEW_VAR(char sclass, char type);
+inline Var* NEW_VAR(char sclass, char type) {
+  Var* const v = GET_CELL();
+  v->type = type;
+  v->sclass = sclass;
+  v->decimals = 0;
+  v->length = 0;
+  v->refs = 1;
+  v->name = -1;
+  v->owner = nullptr;
+  v->level = detail::level;
+  v->bits = 0;
+  v->bits2 = 0;
+  return v;
+}
 
 // The by-value form of an argument: a cell of class exactly T as it is, any other copied into a new
 // temporary. An undefined variable raises 307, and the temporary's class is then U.
-Var* ARG_VAR(Var* v);
+inline Var* ARG_VAR(Var* v) {
+  return v->sclass == 'T' ? v : detail::argument_copy(v);
+}
 
 // Releases the contents of `var` before a value of type `type` is stored; the gate of every
 // assignment. Returns the cell to write into (another one when `var` is an undefined name), or the
@@ -175,13 +265,21 @@ Var* ARG_VAR(Var* v);
 Var* CLR_VAR(Var* var, char type);
 
 // Assignment. Returns the cell written (target for fields), or the error value after an error.
-Var* CPY_VAR(Var* target, Var* source);
+inline Var* CPY_VAR(Var* target, Var* source) {
+  if (target != nullptr && source != nullptr && target->sclass == 'N' && is_plain(source) &&
+      is_plain(target))
+    return copy_shown(target, source);
+  return detail::assign(target, source);
+}
 
 void drop_last_reference(Var* var);  // the rare part of DEL_VAR
 // Drops one reference; at the last one the contents die, for an object after its method axit.
 inline void DEL_VAR(Var* var) {
   if (var != nullptr && var->refs > 1)
     --var->refs;
+  else if (var != nullptr && !kChecked && var->refs == 1 && is_plain(var) &&
+           (var->sclass == 'T' || var->sclass == 'N'))
+    PUT_CELL(var);
   else
     drop_last_reference(var);
 }

@@ -6,7 +6,6 @@
 #include <cstddef>
 
 #include "core/errors.h"
-#include "macro/machine.h"
 
 namespace tarnel {
 namespace {
@@ -16,49 +15,46 @@ constexpr std::size_t kUsualStack = std::size_t{8} << 20;
 // called. The handler may evaluate texts itself, in half of it.
 constexpr std::size_t kReserve = std::size_t{1} << 20;
 
-struct EvaluatorState {
-  const char* stack_base = nullptr;
-  const char* room_above = nullptr;  // a frame that is not below it has room in every case
-  std::size_t stack_size = kUsualStack;
-  int depth = 0;
-  bool leaving = false;  // an evaluation was too deep: all around it end without a further error
-} state;
+std::size_t stack_size = kUsualStack;
 
 std::size_t reserve() {
-  return std::min(kReserve, state.stack_size / 2);
+  return std::min(kReserve, stack_size / 2);
 }
 
 bool stack_is_short() {
   const char* here = static_cast<const char*>(__builtin_frame_address(0));
-  if (here >= state.room_above) return false;
-  const auto used = static_cast<std::size_t>(std::max<std::ptrdiff_t>(state.stack_base - here, 0));
-  return used > state.stack_size - reserve() / (errors_in_progress() > 0 ? 2 : 1);
+  if (here >= detail::evaluator.room_above) return false;
+  const auto used =
+      static_cast<std::size_t>(std::max<std::ptrdiff_t>(detail::evaluator.stack_base - here, 0));
+  return used > stack_size - reserve() / (errors_in_progress() > 0 ? 2 : 1);
 }
 
 }  // namespace
 
-Evaluation::Evaluation() : possible_(!leaving_deep_evaluation()) {
-  ++state.depth;
-  if (!possible_ || !stack_is_short()) return;
+namespace detail {
+
+EvaluatorState evaluator{};
+
+bool may_evaluate() {
+  if (leaving_deep_evaluation()) return false;
+  if (!stack_is_short()) return true;
   RT_ERROR(309, kNestedTooDeeply);
-  state.leaving = true;
-  possible_ = false;
+  evaluator.leaving = true;
+  return false;
 }
 
-Evaluation::~Evaluation() {
-  if (--state.depth == 0) state.leaving = false;
+bool is_left() {
+  return errors_in_progress() == 0;
 }
 
-bool leaving_deep_evaluation() {
-  return state.leaving && errors_in_progress() == 0;
-}
+}  // namespace detail
 
 void measure_stack() {
-  state.stack_base = static_cast<const char*>(__builtin_frame_address(0));
+  detail::evaluator.stack_base = static_cast<const char*>(__builtin_frame_address(0));
   rlimit limit{};
   if (getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY)
-    state.stack_size = std::min<std::size_t>(limit.rlim_cur, kUsualStack);
-  state.room_above = state.stack_base - (state.stack_size - reserve());
+    stack_size = std::min<std::size_t>(limit.rlim_cur, kUsualStack);
+  detail::evaluator.room_above = detail::evaluator.stack_base - (stack_size - reserve());
 }
 
 }  // namespace tarnel

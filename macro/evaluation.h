@@ -8,11 +8,35 @@ namespace tarnel {
 // The words of error 309 where the nesting is too deep.
 inline constexpr std::string_view kNestedTooDeeply = "evaluations are nested too deeply";
 
+namespace detail {
+struct EvaluatorState {
+  const char* stack_base;
+  const char* room_above;  // a frame that is not below it has room in every case
+  int depth;
+  bool leaving;  // an evaluation was too deep: all around it end without a further error
+};
+extern EvaluatorState evaluator;
+bool may_evaluate();  // may raise 309
+bool is_left();
+}  // namespace detail
+
+// An evaluation was too deep, and all around it end.
+inline bool leaving_deep_evaluation() {
+  return detail::evaluator.leaving && detail::is_left();
+}
+
 // One that runs. Within too deep a nesting it isn't possible.
 class Evaluation {
  public:
-  Evaluation();  // may raise 309
-  ~Evaluation();
+  Evaluation() {  // may raise 309
+    ++detail::evaluator.depth;
+    const char* const here = static_cast<const char*>(__builtin_frame_address(0));
+    possible_ = (!detail::evaluator.leaving && here >= detail::evaluator.room_above) ||
+                detail::may_evaluate();
+  }
+  ~Evaluation() {
+    if (--detail::evaluator.depth == 0) detail::evaluator.leaving = false;
+  }
   Evaluation(const Evaluation&) = delete;
   Evaluation& operator=(const Evaluation&) = delete;
 
@@ -21,9 +45,6 @@ class Evaluation {
  private:
   bool possible_;
 };
-
-// An evaluation was too deep, and all around it end.
-bool leaving_deep_evaluation();
 
 // To be called once, from main's own depth of the stack, before the first evaluation.
 void measure_stack();
