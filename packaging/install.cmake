@@ -19,6 +19,21 @@ install(DIRECTORY examples/app examples/editor examples/screen examples/sites DE
         PATTERN examples/app/data EXCLUDE)
 install(DIRECTORY docs DESTINATION ${doc} COMPONENT common)
 
+# For programs of one's own: the translator, the headers that its code includes, and what it links.
+set(headers
+  core/arrays.h core/blocks.h core/checks.h core/classes.h core/frame.h core/function.h core/memvars.h core/modules.h
+  core/operators.h core/sequence.h core/signals.h core/stacks.h core/symbols.h core/var.h
+  macro/evaluation.h macro/operations.h macro/program_files.h native/program.h)
+foreach(header IN LISTS headers)
+  get_filename_component(folder ${header} DIRECTORY)
+  install(FILES ${header} DESTINATION include/tarnel/${folder} COMPONENT development)
+endforeach()
+install(TARGETS tnc tarnel_console_main tarnel_cgi_main tarnel_native tarnel_frontend tarnel_runtime ${runtime_parts}
+        EXPORT TarnelTargets ARCHIVE DESTINATION lib/tarnel COMPONENT development
+        RUNTIME COMPONENT development)
+install(EXPORT TarnelTargets NAMESPACE Tarnel:: DESTINATION lib/cmake/Tarnel COMPONENT development)
+install(FILES packaging/TarnelConfig.cmake packaging/TarnelAddProgram.cmake DESTINATION lib/cmake/Tarnel COMPONENT development)
+
 # Fills in what tells paths of a layout (sites, service, man page, README), below ${CMAKE_BINARY_DIR}/layout.
 function(configure_layout layout prefix tables licence)
   set(out ${CMAKE_BINARY_DIR}/layout/${layout})
