@@ -13,5 +13,7 @@ function(tarnel_add_program name)
   add_custom_command(OUTPUT ${code} COMMAND Tarnel::tnc ${program_UNPARSED_ARGUMENTS} -o ${code}
                      DEPENDS Tarnel::tnc ${files} WORKING_DIRECTORY ${folder} VERBATIM)
   add_executable(${name} ${code})
+  target_compile_features(${name} PRIVATE cxx_std_20)
+  target_compile_options(${name} PRIVATE -fno-strict-aliasing)
   target_link_libraries(${name} PRIVATE Tarnel::$<IF:$<BOOL:${program_CGI}>,cgi,console>_main)
 endfunction()

@@ -31,6 +31,7 @@ endforeach()
 install(TARGETS tnc tarnel_console_main tarnel_cgi_main tarnel_native tarnel_frontend tarnel_runtime ${runtime_parts}
         EXPORT TarnelTargets ARCHIVE DESTINATION lib/tarnel COMPONENT development
         RUNTIME COMPONENT development)
+install(FILES translator/tnc.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT development)
 install(EXPORT TarnelTargets NAMESPACE Tarnel:: DESTINATION lib/cmake/Tarnel COMPONENT development)
 install(FILES packaging/TarnelConfig.cmake packaging/TarnelAddProgram.cmake DESTINATION lib/cmake/Tarnel COMPONENT development)
 
