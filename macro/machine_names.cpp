@@ -105,12 +105,13 @@ void Machine::stepByValue(const Step& step) {
 
 void Machine::stepByReference(const Step& step) {
   Var* cell = top();
-  if (cell->type == 'E')
+  if (!code_.goes_on() && upper_class(cell->sclass) == 'F' && cell->type != 'E')
+    return report(320, "cannot pass field by reference " + std::string(code_.word(step.a)));
+  Var* const variable = BY_REFERENCE(cell, code_.word(step.a));
+  if (variable == nullptr)
     pop();
-  else if (code_.goes_on() || upper_class(cell->sclass) != 'F')
-    top() = BY_REFERENCE(cell, code_.word(step.a));
   else
-    report(320, "cannot pass field by reference " + std::string(code_.word(step.a)));
+    top() = variable;
 }
 
 // A text's name is the full one of a builtin already.

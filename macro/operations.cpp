@@ -153,6 +153,7 @@ Var* SIGN(Var* value) {
 // --- Arguments.
 
 Var* BY_REFERENCE(Var* cell, std::string_view name) {
+  if (cell->type == 'E') return nullptr;
   if (!is_field(cell)) return KEEP(cell);
   Var* const value = ARG_VAR(cell);
   RT_ERROR(320, "cannot pass field by reference " + std::string(name));

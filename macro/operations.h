@@ -90,7 +90,8 @@ Var* SIGN(Var* value);
 
 // --- Arguments. Lists of them end with a null.
 
-// [0..1, 320] The variable itself; a field can't be one and goes as its value.
+// [0..1, 320] The variable itself; a field can't be one and goes as its value. Null for a variable that holds an error:
+// such an argument isn't there.
 Var* BY_REFERENCE(Var* cell, std::string_view name);
 // [0..1] An argument of DO: a variable goes by reference, a field by value.
 Var* VARIABLE_ARGUMENT(Var* cell);

@@ -17,6 +17,7 @@
 // record in question raises and pushes.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <type_traits>
@@ -114,13 +115,31 @@ enum class Left : std::uint8_t { kEnd, kReturn, kLoop, kExit };
 
 // --- Operands.
 
-// Cells in a row, with a null behind them. They are made from left to right.
-template <std::size_t N>
+// Cells in a row, with a null behind them. They are made from left to right. Those that go by reference may be missing.
+template <std::size_t N, bool refers = false>
 struct Cells {
   Var* at[N + 1];
+
+  // How many there are; the missing ones are left out.
+  std::int32_t count() {
+    if (!refers) return static_cast<std::int32_t>(N);
+    std::int32_t there = 0;
+    for (std::size_t i = 0; i < N; ++i)
+      if (at[i] != nullptr) at[there++] = at[i];
+    at[there] = nullptr;
+    return there;
+  }
+};
+struct Referred {
+  operator Var*() const { return cell; }
+  Var* cell;
 };
 template <typename... T>
-Cells(T...) -> Cells<sizeof...(T)>;
+Cells(T...) -> Cells<sizeof...(T), (std::is_same_v<T, Referred> || ...)>;
+#define REFERENCE(cell, name)          \
+  ::tarnel::Referred {                 \
+    ::tarnel::BY_REFERENCE(cell, name) \
+  }
 
 // The result of a binary operation of which the left side is evaluated before the right one.
 template <auto operation>
@@ -203,9 +222,9 @@ class Call {
  public:
   explicit Call(Callable function) : native_(function) {}
   explicit Call(Called& named) : named_(&named) {}
-  template <std::size_t N>
-  Var* with(Cells<N> arguments) {
-    constexpr auto count = static_cast<std::int32_t>(N);
+  template <std::size_t N, bool refers>
+  Var* with(Cells<N, refers> arguments) {
+    const std::int32_t count = arguments.count();
     Var* const result = native_ != nullptr ? native_(count, arguments.at)
                                            : call_named(*named_, count, arguments.at);
     return keep_temp(mark_, result);
@@ -225,9 +244,9 @@ class Call {
 class MacroCall {
  public:
   explicit MacroCall(Var* name) : name_(name) {}
-  template <std::size_t N>
-  Var* with(Cells<N> arguments) {
-    return keep_temp(mark_, call(static_cast<std::int32_t>(N), arguments.at));
+  template <std::size_t N, bool refers>
+  Var* with(Cells<N, refers> arguments) {
+    return keep_temp(mark_, call(arguments.count(), arguments.at));
   }
 
  private:
@@ -244,12 +263,12 @@ class MethodCall {
   MethodCall(Var* object, const char* name, std::int32_t up = 0)
       : object_(object), name_(name), up_(up) {}
   MethodCall(Var* object, Var* name) : object_(object), macro_(name) {}
-  template <std::size_t N>
-  Var* with(Cells<N> arguments) {
-    Cells<N + 1> all{};
-    all.at[0] = object_;
-    for (std::size_t i = 0; i < N; ++i) all.at[i + 1] = arguments.at[i];
-    return keep_temp(mark_, call(static_cast<std::int32_t>(N + 1), all.at));
+  template <std::size_t N, bool refers>
+  Var* with(Cells<N, refers> arguments) {
+    const std::int32_t count = arguments.count();
+    Var* all[N + 2] = {object_};
+    std::copy_n(arguments.at, N, all + 1);
+    return keep_temp(mark_, call(count + 1, all));
   }
 
  private:

@@ -273,7 +273,7 @@ bool ExpressionText::step_call(const Step& one) {
     }
     case StepKind::kByReference: {
       const std::string variable = pop().text;
-      push("BY_REFERENCE(" + variable + ", " + literal(word(one)) + ")");
+      push("REFERENCE(" + variable + ", " + literal(word(one)) + ")");
       return true;
     }
     case StepKind::kVariableArgument: {

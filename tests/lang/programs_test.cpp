@@ -57,6 +57,16 @@ TEST_P(Programs, DoTheSameTranslated) {
             expected());
 }
 
+// Errors, breaks, loops, blocks and calls in any order: what the source does is what it should do.
+TEST(Translated, RandomProgramsDoTheSame) {
+  for (const std::string name : {"random_1", "random_2", "random_3"}) {
+    const std::string in = std::string("cd ") + TRANSLATED_PROGRAMS + " && timeout 60 ";
+    const std::string expected = output_of(in + TARNEL_CONSOLE + " " + name + ".prg 2>&1");
+    EXPECT_GT(expected.size(), 1000u);
+    EXPECT_EQ(output_of(in + "./" + name + " 2>&1"), expected) << name;
+  }
+}
+
 TEST(Program, FindsWhatIsInstalledWithIt) {
   const Folder folder;
   for (const char* name : {"bin", "share/tarnel/include"})
