@@ -3,9 +3,11 @@
 #include <array>
 #include <cassert>
 #include <charconv>
+#include <cmath>
 #include <utility>
 
-#include "core/arrays.h"
+#include "core/operators.h"
+#include "core/stacks.h"
 
 namespace tarnel {
 namespace {
@@ -124,7 +126,7 @@ void ExpressionText::step(const Step& one) {
 bool ExpressionText::step_value(const Step& one) {
   switch (one.kind) {
     case StepKind::kConstant:
-      stack_.push_back({constant(one.a), true, true});
+      stack_.push_back(constant(one.a));
       return true;
     case StepKind::kShared:
       push(kSharedNames[one.op], true);
@@ -166,13 +168,13 @@ bool ExpressionText::step_operator(const Step& one) {
       return true;
     }
     case StepKind::kBinaryConstant:
-      binary(one.op, pop(), {constant(one.a), true});
+      binary(one.op, pop(), constant(one.a));
       return true;
     case StepKind::kBinarySlot:
       binary(one.op, pop(), {slots_.use(one.a), true});
       return true;
     case StepKind::kSlotConstant:
-      binary(one.op, {slots_.use(one.b), true}, {constant(one.a), true});
+      binary(one.op, {slots_.use(one.b), true}, constant(one.a));
       return true;
     case StepKind::kSlotSlot:
       binary(one.op, {slots_.use(one.b), true}, {slots_.use(one.a), true});
@@ -308,6 +310,7 @@ bool ExpressionText::step_call(const Step& one) {
 
 void ExpressionText::binary(std::uint8_t op, const ExpressionValue& left,
                             const ExpressionValue& right) {
+  if (fold(op, left, right)) return;
   const OperatorName& known = kOperators[op];
   if (left.simple || right.simple)
     push(std::string(known.function) + "(" + left.text + ", " + right.text +
@@ -319,7 +322,7 @@ void ExpressionText::binary(std::uint8_t op, const ExpressionValue& left,
 // Those that change their operand need a cell that may be written to.
 void ExpressionText::unary(UnaryOperator op) {
   const ExpressionValue value = pop();
-  const bool copied = value.constant && op >= UnaryOperator::kPreIncrement;
+  const bool copied = value.constant != nullptr && op >= UnaryOperator::kPreIncrement;
   push(std::string(kUnaryNames[static_cast<std::size_t>(op)]) + "(" +
        (copied ? "CPY_VAR(NEW_TEMP(), " + value.text + ")" : value.text) + ")");
 }
@@ -350,12 +353,29 @@ std::string ExpressionText::list(std::size_t from) {
   return text;
 }
 
-std::string ExpressionText::constant(std::int32_t i) const {
-  const Var& cell = code_->cells[i];
-  if (cell.type == 'C') return "TEXT(" + literal(text_of(&cell)) + ")";
-  if (cell.type == 'D') return "DATE(" + std::to_string(cell.i) + ")";
-  const std::string number = number_text(number_of(&cell));
-  return "NUM(" + number + (cell.decimals > 0 ? ", " + std::to_string(cell.decimals) : "") + ")";
+ExpressionValue ExpressionText::constant_of(const Var& cell) {
+  if (cell.type == 'C') return {"TEXT(" + literal(text_of(&cell)) + ")", true, &cell};
+  if (cell.type == 'D') return {"DATE(" + std::to_string(cell.i) + ")", true, &cell};
+  const std::string decimals = cell.decimals > 0 ? ", " + std::to_string(cell.decimals) : "";
+  return {"NUM(" + number_text(number_of(&cell)) + decimals + ")", true, &cell};
+}
+
+// Two numbers become one, by the operator itself.
+bool ExpressionText::fold(std::uint8_t op, const ExpressionValue& left,
+                          const ExpressionValue& right) {
+  const auto is_double = [](const Var* cell) { return cell != nullptr && cell->type == 'N'; };
+  const BinaryFunction apply = binary_function(op);
+  if (!is_double(left.constant) || !is_double(right.constant) ||
+      (apply != csuaddu && apply != csusubu && apply != csumulu))
+    return false;
+  const TempsMark mark;
+  Var first = *left.constant, second = *right.constant;
+  const Var* const result = apply(&first, &second, false);
+  if (!std::isfinite(result->num)) return false;
+  folded_.push_back(*result);
+  folded_.back().sclass = 'C';
+  stack_.push_back(constant_of(folded_.back()));
+  return true;
 }
 
 // Writes the function of a block. Its detached locals are slots of the code around it.

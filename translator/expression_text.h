@@ -1,6 +1,7 @@
 // The code of an expression or simple statement as C++.
 #pragma once
 
+#include <deque>
 #include <span>
 #include <string>
 #include <vector>
@@ -29,7 +30,7 @@ struct SlotNames {
 struct ExpressionValue {
   std::string text;
   bool simple = false;
-  bool constant = false;
+  const Var* constant = nullptr;  // as long as its code is translated
 };
 
 class ExpressionText {
@@ -63,7 +64,9 @@ class ExpressionText {
   ExpressionValue pop();
   std::string list(std::size_t from);
   std::size_t begin_of_list();
-  std::string constant(std::int32_t i) const;
+  bool fold(std::uint8_t op, const ExpressionValue& left, const ExpressionValue& right);
+  ExpressionValue constant(std::int32_t i) const { return constant_of(code_->cells[i]); }
+  static ExpressionValue constant_of(const Var& cell);
   std::string_view word(const Step& step) const { return code_->word(step.a); }
 
   FileText& file_;
@@ -73,6 +76,7 @@ class ExpressionText {
   const std::string_view level_;
   const Code* code_ = nullptr;
   std::vector<ExpressionValue> stack_;
+  std::deque<Var> folded_;          // constants made of others
   std::vector<std::size_t> lists_;  // where their first cells lie
   std::string area_;                // the chosen one
   std::vector<std::string> statements_;
