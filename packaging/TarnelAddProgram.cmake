@@ -15,5 +15,8 @@ function(tarnel_add_program name)
   add_executable(${name} ${code})
   target_compile_features(${name} PRIVATE cxx_std_20)
   target_compile_options(${name} PRIVATE -fno-strict-aliasing)
+  # The library can be optimised with the program, which takes half a minute: for who asks for it.
+  target_link_options(${name} PRIVATE
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:${name},INTERPROCEDURAL_OPTIMIZATION>>>:-fno-lto>)
   target_link_libraries(${name} PRIVATE Tarnel::$<IF:$<BOOL:${program_CGI}>,cgi,console>_main)
 endfunction()
