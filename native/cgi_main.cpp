@@ -3,7 +3,6 @@
 #include <array>
 
 #include "core/core_modules.h"
-#include "core/errors.h"
 #include "core/runtime.h"
 #include "db/db.h"
 #include "db/db_modules.h"
@@ -25,8 +24,6 @@ namespace tarnel {
 namespace {
 
 Var* answer_request(std::int32_t argc, Var** argv) {
-  if (translated_program.entry == nullptr)
-    return RT_ERROR(308, "there is no procedure to begin with");
   return start_translated(translated_program) ? translated_program.entry(argc, argv) : nil_value();
 }
 

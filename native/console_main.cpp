@@ -30,11 +30,6 @@ std::span<char*> arguments;
 Var* program_main(std::int32_t, Var**) {
   set_interrupt_answer(InterruptAnswer::kLeave);
   settings().commands = true;
-  if (translated_program.entry == nullptr) {
-    write_error("there is no procedure to begin with\n");
-    set_exit_status(2);
-    return nil_value();
-  }
   set_default_handler(end_with_report);
   if (!start_translated(translated_program)) {
     set_exit_status(1);

@@ -366,7 +366,7 @@ struct TranslatedProgram {
   std::span<const ProgramFile* const> files;
   std::span<const TranslatedClass> classes;
   void (*statics)();  // gives statics their first values; may be null
-  Callable entry;     // null: none
+  Callable entry;
 };
 
 // Makes the procedures and classes of a program known, gives statics their first values and runs INIT procedures.

@@ -1,5 +1,6 @@
 // tnc, which turns program files into C++.
 #include <getopt.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -39,7 +40,6 @@ constexpr const char* kUsage =
     "  --version   tells which version this is\n";
 constexpr const char* kVersion = "tnc 1.10\n";
 constexpr int kWrong = 2;
-constexpr mode_t kFileMode = 0666;
 
 struct CommandLine {
   std::vector<std::string> programs;
@@ -77,6 +77,12 @@ void parse(int argc, char** argv) {
   if (line.programs.empty() || line.target.empty()) tell_and_leave(STDERR_FILENO, kUsage, kWrong);
 }
 
+mode_t usual_mode() {
+  const mode_t mask = umask(0);
+  umask(mask);
+  return 0666 & ~mask;
+}
+
 Var* translator_main(std::int32_t, Var**) {
   SourceFiles sources;
   Diagnostics diagnostics(sources);
@@ -88,10 +94,13 @@ Var* translator_main(std::int32_t, Var**) {
   write_error(told);
   set_exit_status(kWrong);
   if (program == nullptr) return nil_value();
-  const std::string entry = program->entry() != nullptr ? program->entry()->part().name : "";
-  const std::string text = translate(trees, sources, entry, line.target);
+  if (program->entry() == nullptr) {
+    write_error(line.programs.front() + ": there is no procedure to begin with\n");
+    return nil_value();
+  }
+  const std::string text = translate(trees, sources, program->entry()->part().name, line.target);
   ReplacementFile file(line.target, ".tnc");
-  if (file.create(kFileMode) && file.append(text.data(), text.size()) && file.flush(false) &&
+  if (file.create(usual_mode()) && file.append(text.data(), text.size()) && file.flush(false) &&
       file.take_place())
     set_exit_status(0);
   else

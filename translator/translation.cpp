@@ -207,15 +207,14 @@ class Translation {
             code_line("constexpr const ProgramFile* kFiles[] = {" + file_.sources_list() + "};", 0);
     text += class_tables_;
     if (!classes_.empty()) text += "constexpr TranslatedClass kClasses[] = {\n" + classes_ + "};\n";
-    if (!statics_.empty()) text += "void statics() {\n" + statics_ + "}\n";
-    const std::string first = entry.empty() ? "nullptr" : file_.function(entry, 0);
+    if (!statics_.empty()) text += "void Statics() {\n" + statics_ + "}\n";
     text += "\n}  // namespace\n}  // namespace program\n\n";
     text +=
         "const tarnel::TranslatedProgram translated_program = {\n    program::kModule, "
         "program::kFiles,\n    " +
         std::string(classes_.empty() ? "{}" : "program::kClasses") + ", " +
-        (statics_.empty() ? "nullptr" : "program::statics") + ", " +
-        (entry.empty() ? "nullptr" : "program::" + first) + "};\n";
+        (statics_.empty() ? "nullptr" : "program::Statics") + ", " +
+        "program::" + file_.function(entry, 0) + "};\n";
     return text;
   }
 

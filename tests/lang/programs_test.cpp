@@ -57,6 +57,21 @@ TEST_P(Programs, DoTheSameTranslated) {
             expected());
 }
 
+TEST(Translated, NothingIsWrittenUnlessAllIsGood) {
+  const std::string tnc = std::string(TARNEL_TRANSLATOR) + " ";
+  for (const auto& [files, told] :
+       {std::pair{"nowhere.prg", "nowhere.prg: can't be read: No such file or directory\nold\n"},
+        {"lists.prg faults.prg", "old\n"},
+        {"empty.prg", "empty.prg: there is no procedure to begin with\nold\n"}}) {
+    const std::string output =
+        output_beside_programs("echo old > x.cpp; > empty.prg; " + tnc + files +
+                               " -o x.cpp; s=$?; cat x.cpp; ls | grep '^new'; exit $s");
+    EXPECT_TRUE(output.ends_with(std::string(told) + "status 2\n")) << output;
+  }
+  EXPECT_EQ(output_beside_programs("umask 027; " + tnc + "lists.prg -o y.cpp; stat -c %a y.cpp"),
+            "640\n");
+}
+
 // Errors, breaks, loops, blocks and calls in any order: what the source does is what it should do.
 TEST(Translated, RandomProgramsDoTheSame) {
   for (const std::string name : {"random_1", "random_2", "random_3"}) {
