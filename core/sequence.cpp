@@ -20,7 +20,10 @@ struct Sequence {
 };
 Sequence* innermost = nullptr;
 
+Sequence* program = nullptr;  // what leave_program() goes back to
+
 struct BreakSignal {};
+struct LeaveSignal {};
 
 std::int32_t current_area_number() {
   return area_hooks().current_number != nullptr ? area_hooks().current_number() : 0;
@@ -33,6 +36,35 @@ void choose_area(std::int32_t number) {
 
 }  // namespace
 
+// Back to where a sequence or program began.
+static void go_back_to(const Sequence& began) {
+  innermost = began.outer;
+  POP_VARSTACK(began.vars);  // what ran while the procedures were left may have bound names
+  POP_TEMPS(began.temps);
+  choose_area(began.area);
+}
+
+bool run_program(void (*body)(void* context), void* context) {
+  Sequence began{innermost,      current_frame(),       temp_top(),
+                 varstack_top(), current_area_number(), nullptr};
+  program = &began;
+  try {
+    body(context);
+  } catch (const LeaveSignal&) {
+    program = nullptr;
+    go_back_to(began);
+    return false;
+  }
+  program = nullptr;
+  return true;
+}
+
+void leave_program() {
+  if (program == nullptr) QUIT_RUN(0);
+  leave_procedures(program->frame, program->vars);
+  throw LeaveSignal{};
+}
+
 Var* run_sequence(void (*body)(void* context), void* context) {
   Sequence sequence{innermost,      current_frame(),       temp_top(),
                     varstack_top(), current_area_number(), nullptr};
@@ -43,9 +75,7 @@ Var* run_sequence(void (*body)(void* context), void* context) {
   }
   innermost = sequence.outer;
   if (sequence.value == nullptr) return nullptr;
-  POP_VARSTACK(sequence.vars);  // what ran while the procedures were left may have bound names
-  POP_TEMPS(sequence.temps);
-  choose_area(sequence.area);
+  go_back_to(sequence);
   return PUSH_TEMP(sequence.value);
 }
 

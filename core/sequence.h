@@ -23,6 +23,17 @@ Var* in_sequence(Body&& body) {
   return run_sequence([](void* context) { (*static_cast<Body*>(context))(); }, &body);
 }
 
+// Runs body as a program, which can be left from anywhere in it: false then; frame, level, stacks and work area are
+// those of the caller. Programs don't nest.
+bool run_program(void (*body)(void* context), void* context);
+
+template <typename Body>
+bool in_program(Body&& body) {
+  return run_program([](void* context) { (*static_cast<Body*>(context))(); }, &body);
+}
+// Leaves the program, whatever sequences it is in; outside of one the run ends with status 0.
+[[noreturn]] void leave_program();
+
 bool inside_sequence();
 // A break is leaving the innermost sequence: guards run, and none of them may break again.
 bool break_on_its_way();

@@ -15,6 +15,13 @@
 
 namespace tarnel {
 
+namespace {
+
+char not_entered;
+void* const kNotEntered = &not_entered;  // in the place of a former area
+
+}  // namespace
+
 // --- Names.
 
 // -1 when there is no such name; every name of a program is known.
@@ -197,8 +204,11 @@ void Machine::stepField(const Step& step) {
 
 void Machine::stepEnterArea(const Step&) {
   if (area_ == nullptr && code_.goes_on()) area_ = area_hooks().current();
-  if (area_ == nullptr) return report(342, "during evaluation");
-  if (area_hooks().push != nullptr) nested().areas.add(area_hooks().push(area_));
+  if (area_ == nullptr && !code_.goes_on()) return report(342, "during evaluation");
+  if (area_ == nullptr) RT_ERROR(342, "during evaluation");
+  // Without an area a program evaluates the expression where it is.
+  const bool pushes = area_ != nullptr && area_hooks().push != nullptr;
+  nested().areas.add(pushes ? area_hooks().push(area_) : kNotEntered);
 }
 
 void Machine::stepLeaveArea(const Step&) {
@@ -206,7 +216,9 @@ void Machine::stepLeaveArea(const Step&) {
 }
 
 void Machine::leave_areas(std::size_t count) {
-  while (nested_->areas.size() > count) area_hooks().pop(nested_->areas.take_last());
+  while (nested_->areas.size() > count)
+    if (void* const former = nested_->areas.take_last(); former != kNotEntered)
+      area_hooks().pop(former);
 }
 
 }  // namespace tarnel

@@ -24,7 +24,8 @@ namespace tarnel {
 namespace {
 
 Var* answer_request(std::int32_t argc, Var** argv) {
-  return start_translated(translated_program) ? translated_program.entry(argc, argv) : nil_value();
+  return start_translated(translated_program) ? run_translated(translated_program, argc, argv)
+                                              : nil_value();
 }
 
 constexpr FunctionEntry kRequestEntry[] = {{"tarnelmain", answer_request, nullptr}};

@@ -38,7 +38,7 @@ Var* program_main(std::int32_t, Var**) {
   std::vector<Var*> cells;
   for (const char* argument : arguments) cells.push_back(TMP_TEXT(argument));
   const Var* const result =
-      translated_program.entry(static_cast<std::int32_t>(cells.size()), cells.data());
+      run_translated(translated_program, static_cast<std::int32_t>(cells.size()), cells.data());
   end_last_line();
   set_exit_status(status_of(result));
   return nil_value();

@@ -59,10 +59,6 @@ bool says_no(const Var* result) {
 
 }  // namespace
 
-void Activation::end_of_deep_run() {
-  QUIT_RUN(0);
-}
-
 AreaEntered::AreaEntered(void* area) {
   const AreaHooks& areas = area_hooks();
   if (area == nullptr && areas.current != nullptr) area = areas.current();
@@ -118,6 +114,12 @@ bool start_translated(const TranslatedProgram& program) {
   for (const FunctionEntry& procedure : program.module.init)
     if (says_no(procedure.function(0, nullptr))) return false;
   return true;
+}
+
+Var* run_translated(const TranslatedProgram& program, std::int32_t argc, Var** argv) {
+  Var* result = nil_value();
+  static_cast<void>(in_program([&] { result = program.entry(argc, argv); }));
+  return result;
 }
 
 Var* exit_translated(std::int32_t, Var**) {

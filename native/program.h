@@ -66,8 +66,8 @@ constexpr Var text_constant(const char* text, std::size_t size) {
 }
 #define CONSTANT(...)                            \
   ([]() -> Var* {                                \
-    static constinit Var constant = __VA_ARGS__; \
-    return &constant;                            \
+    static constinit Var Constant = __VA_ARGS__; \
+    return &Constant;                            \
   }())
 // [0] A number with its decimals, the day of a date, the bytes of a literal.
 #define NUM(...) CONSTANT(::tarnel::number_constant(__VA_ARGS__))
@@ -76,19 +76,20 @@ constexpr Var text_constant(const char* text, std::size_t size) {
 
 // --- Procedures and blocks.
 
-// A procedure or block that runs. When procedures are nested too deeply the run ends behind the handler of error 309.
-class Activation : public Procedure {
+// A procedure or block that runs. When procedures are nested too deeply the program ends behind the handler of error 309,
+// of which the caller is the place.
+class Activation : private Evaluation, public Procedure {
  public:
   Activation(const ProgramFile& file, const char* name, std::int32_t line, std::int32_t argc)
       : Procedure(file.module.c_str(), name, line, argc) {
-    if (!evaluation_.possible()) end_of_deep_run();
+    if (!possible()) leave_program();
   }
 
   // [0] A statement of that line begins: answers the signals that came.
   void line(std::int32_t number) {
     frame().line = number;
     look_at_signals();
-    if (leaving_deep_evaluation()) end_of_deep_run();
+    if (leaving_deep_evaluation()) leave_program();
   }
   // [back to the mark] A turn of the loop at that line ends.
   void end_turn(std::int32_t number) {
@@ -100,11 +101,6 @@ class Activation : public Procedure {
     Var* object[] = {frame().argc > 0 && argv[0] != nullptr ? ARG_VAR(argv[0]) : nullptr};
     return self(object, level);
   }
-
- private:
-  [[noreturn]] static void end_of_deep_run();
-
-  const Evaluation evaluation_;
 };
 
 // [1] A block of the function with the cells as its detached locals.
@@ -197,11 +193,12 @@ class AreaEntered {
   void* former_ = nullptr;
   bool entered_ = false;
 };
-#define IN_AREA(area, expression)              \
-  ([&]() -> Var* {                             \
-    const ::tarnel::AreaEntered entered{area}; \
-    return expression;                         \
-  }())
+template <typename Expression>
+Var* in_area_of(void* area, Expression expression) {
+  const AreaEntered entered(area);
+  return expression();
+}
+#define IN_AREA(area, expression) ::tarnel::in_area_of(area, [&]() -> Var* { return expression; })
 
 struct MacroFieldOf {
   MacroFieldOf(void* area, Var* text) : value(MACRO_FIELD(area, text)) {}
@@ -321,9 +318,10 @@ class Steps {
       put_word(&by_, step->i);
     }
   }
-  // [0, value] Is there another turn?
+  // With such a step not even the limit is evaluated.
+  bool valid() const { return valid_; }
+  // [0, value] Is there another turn? REQUIRES: the step is valid.
   bool reach(Var* counter, Var* limit) {
-    if (!valid_) return false;
     if (counter->type != 'N' || limit->type != 'N') return !IS_BEYOND(counter, limit, &by_);
     return number_of(&by_) > 0 ? counter->num <= limit->num : counter->num >= limit->num;
   }
@@ -368,6 +366,9 @@ struct TranslatedProgram {
   void (*statics)();  // gives statics their first values; may be null
   Callable entry;
 };
+
+// Calls the entry of a program. NIL where it was left since procedures were nested too deeply.
+Var* run_translated(const TranslatedProgram& program, std::int32_t argc, Var** argv);
 
 // Makes the procedures and classes of a program known, gives statics their first values and runs INIT procedures.
 // False when one of them gives .F.; EXIT procedures run when the run ends.
