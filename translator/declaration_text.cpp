@@ -46,25 +46,25 @@ void ProcedureText::locals(const Statement& statement) {
   }
 }
 
-// The cells are made, and get their values, before the INIT procedures run.
+// The cells are all made, and then get their values, before the INIT procedures run.
 void ProcedureText::statics(const Statement& statement, bool in_file) {
   for (const Declared& declared : statement.declared) {
     const Switched text(text_, std::string());
     const Switched depth(depth_, 1);
     const std::string cell = unit_.file.add_static(unit_.tree[declared.name]);
     unit_.statics.push_back(cell);
-    write(cell + " = NEW_VAR('N', 'U');");
+    unit_.statics_made += code_line(cell + " = NEW_VAR('N', 'U');", 1);
     if (declared.type != 'U')
-      write("FIX_VAR(" + cell + ", '" + std::string(1, declared.type) + "');");
-    const std::size_t made = text_.size();
+      unit_.statics_made +=
+          code_line("FIX_VAR(" + cell + ", '" + std::string(1, declared.type) + "');", 1);
     const std::string first = first_value(declared);
     if (!first.empty()) {
-      text_.insert(made, line_mark(statement.line) + code_line(line_text(statement.line) + ";", 1));
+      text_.insert(0, line_mark(statement.line) + code_line(line_text(statement.line) + ";", 1));
       write("CPY_VAR(" + cell + ", " + first + ");");
     }
     declare(declared.name, {NameKind::kStatic, static_cast<std::int32_t>(unit_.statics.size()) - 1},
             in_file);
-    unit_.statics_body += text_;
+    unit_.statics_filled += text_;
   }
 }
 

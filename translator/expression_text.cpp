@@ -32,7 +32,10 @@ constexpr const char* kSharedNames[] = {"nil_value()", "true_value()", "false_va
 std::string number_text(double number) {
   std::array<char, 40> digits;
   const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-  return {digits.data(), end};
+  std::string text(digits.data(), end);
+  // Many digits alone would be an integer, which ends long before.
+  if (text.find_first_of(".e") == std::string::npos && text.size() > 9) text += ".0";
+  return text;
 }
 
 // What is called for what it does needs no word that its value isn't wanted.
@@ -394,7 +397,7 @@ std::string ExpressionText::block(const Code& code) {
   ExpressionText inner(file_, number_, slots, statics_, level_);
   inner.translate(code);
   const std::size_t parameters = part.parameter_names.size();
-  std::string text = "#line " + std::to_string(part.line) + " " + literal(part.file->path) + "\n";
+  std::string text = line_directive(part.line, part.file->path);
   text += "Var* " + function + "(std::int32_t argc, Var**" + (parameters > 0 ? " argv" : "") +
           ", Var**" + (cells.empty() ? "" : " locals") + ") {\n";
   text += code_line("Activation p(" + file_.source(*part.file) + ", " + literal(part.name) + ", " +

@@ -31,6 +31,17 @@ std::size_t break_before(std::string_view line, std::size_t limit) {
 
 }  // namespace
 
+std::string shown_path(std::string_view path) {
+  std::string shown(path);
+  std::ranges::replace_if(
+      shown, [](unsigned char c) { return c < ' ' || c == 127; }, '?');
+  return shown;
+}
+
+std::string line_directive(std::int64_t line, std::string_view path) {
+  return "#line " + std::to_string(line) + " " + literal(shown_path(path)) + "\n";
+}
+
 std::string code_line(std::string_view text, int depth) {
   const std::string indent(static_cast<std::size_t>(2 * depth), ' ');
   std::string lines, before = indent;

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "core/symbols.h"
 #include "macro/code.h"
 #include "macro/program_part.h"
 #include "translator/identifiers.h"
@@ -38,13 +39,18 @@ class FileText {
 
  private:
   Identifiers identifiers_;
-  NamedCells names_{"Name_"}, called_{"Called_"};
+  NamedCells names_{"Name_", kNameSize};
+  NamedCells called_{"Called_", std::string::npos};  // errors tell them whole
   std::map<std::string, std::string> statics_;
   std::vector<std::pair<std::string, const ProgramFile*>> sources_;
   std::unordered_map<std::string, std::string>
       procedures_;  // by the significant characters, behind the file of STATIC ones
 };
 
+// A name of a file for people, in one line.
+std::string shown_path(std::string_view path);
+// What follows stands in that line of a source file.
+std::string line_directive(std::int64_t line, std::string_view path);
 // A line of code at a depth, broken where it is long.
 std::string code_line(std::string_view text, int depth);
 

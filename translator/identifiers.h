@@ -24,7 +24,8 @@ class Identifiers {
 // Cells of the file that are known by a name of the language: "Name_" and "total" give Name_total, once.
 class NamedCells {
  public:
-  explicit NamedCells(std::string prefix) : prefix_(std::move(prefix)) {}
+  NamedCells(std::string prefix, std::size_t significant)
+      : prefix_(std::move(prefix)), significant_(significant) {}
   // For the significant characters of a name. The full one is kept as it came first.
   const std::string& of(std::string_view name);
   // By identifier, with the name as it came.
@@ -32,6 +33,7 @@ class NamedCells {
 
  private:
   const std::string prefix_;
+  const std::size_t significant_;
   std::map<std::string, std::string> identifiers_, names_;
 };
 

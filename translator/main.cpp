@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -77,6 +78,15 @@ void parse(int argc, char** argv) {
   if (line.programs.empty() || line.target.empty()) tell_and_leave(STDERR_FILENO, kUsage, kWrong);
 }
 
+bool is_a_source(const std::string& target) {
+  struct stat there, source;
+  return stat(target.c_str(), &there) == 0 &&
+         std::ranges::any_of(line.programs, [&](const std::string& program) {
+           return stat(program.c_str(), &source) == 0 && source.st_dev == there.st_dev &&
+                  source.st_ino == there.st_ino;
+         });
+}
+
 mode_t usual_mode() {
   const mode_t mask = umask(0);
   umask(mask);
@@ -96,6 +106,10 @@ Var* translator_main(std::int32_t, Var**) {
   if (program == nullptr) return nil_value();
   if (program->entry() == nullptr) {
     write_error(line.programs.front() + ": there is no procedure to begin with\n");
+    return nil_value();
+  }
+  if (is_a_source(line.target)) {
+    write_error("tnc: " + line.target + ": is one of the programs\n");
     return nil_value();
   }
   const std::string text = translate(trees, sources, program->entry()->part().name, line.target);

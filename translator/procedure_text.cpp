@@ -48,7 +48,7 @@ std::string ProcedureText::own_name(const char* what, std::int32_t line) {
 }
 
 std::string ProcedureText::line_mark(std::int32_t line) const {
-  return "#line " + std::to_string(line) + " " + literal(part_.file->path) + "\n";
+  return line_directive(line, part_.file->path);
 }
 
 void ProcedureText::begin_line(std::int32_t line) {
@@ -154,7 +154,7 @@ void ProcedureText::statement(const Statement& one) {
     case StatementKind::kReturn:
       return return_statement(one);
     case StatementKind::kBreak:
-      return write("break_sequence(" +
+      return write("tarnel::break_sequence(" +
                    (one.spans[0].empty() ? "nil_value()" : value(one.spans[0])) + ");");
     case StatementKind::kParameters:
       return parameters(one);
@@ -183,8 +183,8 @@ void ProcedureText::if_statement(const Statement& statement) {
   for (const Arm& arm : statement.arms) {
     const bool first = &arm == &statement.arms.front();
     if (first) text_ += line_mark(arm.line);
-    if (arm.condition.empty()) {
-      write("} else {");
+    if (arm.condition.empty()) {  // of a DO CASE it may be the only one
+      write(first ? "{" : "} else {");
       ++depth_;
       begin_line(arm.line);
       --depth_;
@@ -196,7 +196,7 @@ void ProcedureText::if_statement(const Statement& statement) {
     body(arm.body);
     --depth_;
   }
-  write("}");
+  if (!statement.arms.empty()) write("}");
   ends_ = false;
 }
 
@@ -237,9 +237,9 @@ void ProcedureText::for_statement(const Statement& statement) {
                                   ? by + ".reach(" + counter.text + ", " + limit.text + ")"
                                   : "REACH_IN_ORDER(" + operands + ")";
   const std::string end_turn = "p.end_turn(" + std::to_string(statement.line) + ")";
-  write("for (Steps " + by + "(" + (step.empty() ? "NUM(1)" : value(step)) + "); " + reached +
-        "; " + end_turn + ", " + by + (counter.simple ? ".advance(" : ".advance_variable(") +
-        counter.text + ")) {");
+  write("for (Steps " + by + "(" + (step.empty() ? "NUM(1)" : value(step)) + "); " + by +
+        ".valid() && " + reached + "; " + end_turn + ", " + by +
+        (counter.simple ? ".advance(" : ".advance_variable(") + counter.text + ")) {");
   loop_body(statement.arms[0].body);
   write(end_turn + ";");
 }
@@ -298,7 +298,7 @@ void ProcedureText::sequence(const Statement& statement) {
   const std::string inside = std::exchange(text_, before);
   const bool asks = sequence.returns || sequence.loop_leaves;
   if (asks) write("Left " + left + " = Left::kEnd;");
-  write("Var* const " + broken + " = in_sequence([&] {");
+  write("Var* const " + broken + " = tarnel::in_sequence([&] {");
   text_ += inside;
   write("});");
   write("if (" + broken + " != nullptr) {");

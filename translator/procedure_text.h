@@ -19,7 +19,8 @@ struct UnitText {
   FileText& file;
   int number;                        // of the file, among those translated together
   std::vector<std::string> statics;  // cells, by number
-  std::string statics_body;          // what makes and fills them
+  std::string statics_made;          // what makes them, before any gets its value
+  std::string statics_filled;        // what gives them their values
 };
 
 class ProcedureText {

@@ -101,7 +101,7 @@ class Translation {
     Unit& unit = units_.emplace_back();
     unit.scope = std::make_unique<FileScope>(tree, unit.unit, diagnostics_, false);
     unit.text = std::make_unique<UnitText>(
-        UnitText{tree, *unit.scope, file_, static_cast<int>(number), {}, {}});
+        UnitText{tree, *unit.scope, file_, static_cast<int>(number), {}, {}, {}});
     const Place begin = tree.procedures.empty() ? Place{} : tree.procedures[0].place;
     ProgramPart& statics = new_part(unit, begin, "(statics)");
     {
@@ -119,20 +119,18 @@ class Translation {
       procedures_ += text.procedure(procedure, functions_[number][i]);
     }
     for (const ClassTree& one : tree.classes) add_class(unit, number, one);
-    if (!unit.text->statics_body.empty()) add_statics(unit, statics);
+    statics_made_ += unit.text->statics_made;
+    if (!unit.text->statics_filled.empty()) add_statics(unit, statics);
   }
 
   void add_statics(Unit& unit, const ProgramPart& part) {
     const std::string name = "Statics_" + std::to_string(units_.size());
-    const bool needs_frame = unit.text->statics_body.find("p.line(") != std::string::npos;
-    procedures_ += "static void " + name + "() {\n";
-    if (needs_frame)
-      procedures_ += code_line("Activation p(" + file_.source(*part.file) + ", \"(statics)\", " +
-                                   std::to_string(part.line) + ", 0);",
-                               1);
-    procedures_ += unit.text->statics_body;
-    if (needs_frame) procedures_ += code_line("static_cast<void>(p.end());", 1);
-    procedures_ += "}\n\n";
+    procedures_ += "static void " + name + "() {\n" +
+                   code_line("Activation p(" + file_.source(*part.file) + ", \"(statics)\", " +
+                                 std::to_string(part.line) + ", 0);",
+                             1) +
+                   unit.text->statics_filled + code_line("static_cast<void>(p.end());", 1) +
+                   "}\n\n";
     statics_ += code_line(name + "();", 1);
   }
 
@@ -188,7 +186,7 @@ class Translation {
 
   std::string put_together(const std::string& entry, const std::string& target) {
     std::string text = "// Translated from";
-    for (const ProgramTree& tree : trees_) text += " " + sources_[file_of(tree)].name;
+    for (const ProgramTree& tree : trees_) text += " " + shown_path(sources_[file_of(tree)].name);
     text +=
         ". Changes belong there.\n#include \"native/program.h\"\n\nextern const "
         "tarnel::TranslatedProgram translated_program;\n\nnamespace program {\n\nusing namespace "
@@ -196,7 +194,7 @@ class Translation {
         declarations_ + "\nnamespace {\n\n" + file_.cells() + "\n" + file_.blocks +
         "}  // namespace\n\n" + procedures_;
     const auto lines = std::ranges::count(text, '\n');
-    text += "#line " + std::to_string(lines + 2) + " " + literal(target) + "\n";
+    text += line_directive(lines + 2, target);
     text += "namespace {\n\n" + table("kFunctions", outside_) + table("kInit", inits_) +
             table("kExit", exits_);
     text += "constexpr ModuleRecord kModule{.name = " + literal(module_name());
@@ -207,13 +205,14 @@ class Translation {
             code_line("constexpr const ProgramFile* kFiles[] = {" + file_.sources_list() + "};", 0);
     text += class_tables_;
     if (!classes_.empty()) text += "constexpr TranslatedClass kClasses[] = {\n" + classes_ + "};\n";
-    if (!statics_.empty()) text += "void Statics() {\n" + statics_ + "}\n";
+    const std::string statics = statics_made_ + statics_;
+    if (!statics.empty()) text += "void Statics() {\n" + statics + "}\n";
     text += "\n}  // namespace\n}  // namespace program\n\n";
     text +=
         "const tarnel::TranslatedProgram translated_program = {\n    program::kModule, "
         "program::kFiles,\n    " +
         std::string(classes_.empty() ? "{}" : "program::kClasses") + ", " +
-        (statics_.empty() ? "nullptr" : "program::Statics") + ", " +
+        (statics.empty() ? "nullptr" : "program::Statics") + ", " +
         "program::" + file_.function(entry, 0) + "};\n";
     return text;
   }
@@ -234,7 +233,7 @@ class Translation {
   std::deque<Unit> units_;
   std::vector<std::vector<std::string>> functions_;  // of each file's procedures
   std::vector<std::pair<std::string, std::string>> outside_, inits_, exits_;
-  std::string declarations_, procedures_, class_tables_, classes_, statics_;
+  std::string declarations_, procedures_, class_tables_, classes_, statics_made_, statics_;
 };
 
 }  // namespace
