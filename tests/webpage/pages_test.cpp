@@ -93,9 +93,11 @@ TEST_F(PageFiles, OnlyWhatTheServerNamesBelowItsRootRuns) {
       << "arguments are a stranger's";
 }
 
-// Root, who runs here, may give files away.
+// 0 is the account that runs here. Only root may give files away; whoever else runs this tries what it can.
 TEST_F(PageFiles, WhatStrangersCouldChangeIsRefused) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  const auto give = [&](const char* name, uid_t owner) {
+    return geteuid() != 0 ? owner == 0 : chown(path(name).c_str(), owner, 0) == 0;
+  };
   constexpr uid_t kOne = 65533, kOther = 65534;
   const struct {
     uid_t folder, file;
@@ -123,8 +125,10 @@ TEST_F(PageFiles, WhatStrangersCouldChangeIsRefused) {
   configure("log = stderr\nshow_errors = yes");
   for (const auto& [folder, file, page] : places) {
     for (const auto& [folder_owner, owner, mode, told] : cases) {
-      EXPECT_EQ(chown(path(folder).c_str(), folder_owner, 0), 0);
-      EXPECT_EQ(chown(path(file).c_str(), owner, 0), 0);
+      if (!give(folder, folder_owner) || !give(file, owner)) {
+        EXPECT_NE(geteuid(), 0u);
+        continue;
+      }
       EXPECT_EQ(chmod(path(folder).c_str(), static_cast<mode_t>(mode)), 0);
       const std::string answered = get(page);
       EXPECT_EQ(answered == kHeader + "\nhello", *told == 0)
@@ -134,8 +138,7 @@ TEST_F(PageFiles, WhatStrangersCouldChangeIsRefused) {
       EXPECT_NE(all.find(told), std::string::npos) << file << mode << all;
     }
     EXPECT_EQ(chmod(path(folder).c_str(), 0755), 0);
-    EXPECT_EQ(chown(path(folder).c_str(), 0, 0), 0);
-    EXPECT_EQ(chown(path(file).c_str(), 0, 0), 0);
+    EXPECT_TRUE(give(folder, 0) && give(file, 0));
   }
 }
 
