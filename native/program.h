@@ -146,7 +146,6 @@ struct Ordered {
     else
       value = operation(left, right);
   }
-  operator Var*() const { return value; }
   Var* value;
 };
 #define IN_ORDER(operation, left, right) (::tarnel::Ordered<operation>{left, right}.value)
