@@ -136,13 +136,14 @@ std::int32_t FIND_FUNC(std::string_view name) {
   if (name.empty() || name.front() == 0 || table.index == nullptr) return 0;
   char key[kNameSize + 1] = {};
   std::memcpy(key, name.data(), name.size());
-  std::int32_t at = table.index[static_cast<unsigned char>(key[0])];
-  for (; at < table.count; ++at) {
-    const int order = compare_names(table.entries[at].name, key);
-    if (order == 0) return at;
-    if (order > 0) break;
-  }
-  return -at;
+  const auto first = static_cast<unsigned char>(key[0]);
+  const FunctionEntry* const end =
+      table.entries + (first < 255 ? table.index[first + 1] : table.count);
+  const FunctionEntry* const at = std::lower_bound(
+      table.entries + table.index[first], end, key,
+      [](const FunctionEntry& entry, const char* k) { return compare_names(entry.name, k) < 0; });
+  const auto position = static_cast<std::int32_t>(at - table.entries);
+  return at != end && compare_names(at->name, key) == 0 ? position : -position;
 }
 
 void ADD_PROCEDURES(std::span<const LoadedName> procedures) {
