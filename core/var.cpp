@@ -1,6 +1,7 @@
 #include "core/var.h"
 
 #include <cmath>
+#include <optional>
 #include <vector>
 
 #include "core/arrays.h"
@@ -362,8 +363,11 @@ Var* detail::assign(Var* target, Var* source) {
     return target;
   }
   if (is_undefined(source)) return report_undefined(target, source);
-  // It may live inside what target is about to release (an element of target's own array).
-  const CellHold held(source);
+  // It may live inside what target is about to release (an element of target's own array). Else it isn't even counted: a
+  // page of the program's file with constants that nothing writes to needs no copy of its own.
+  std::optional<CellHold> held;
+  if (!letter_in(target->sclass, "NTV") || !(is_plain(target) || is_text(target)))
+    held.emplace(source);
   Var* d = CLR_VAR(target, source->type);
   if (!is_error(d)) {
     Var* stored = d;
