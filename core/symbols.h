@@ -36,8 +36,8 @@ void FORGET_NAME(std::string_view name);
 // The current cell of a name, which is created when unknown.
 Var* GET_MEMVAR(std::string_view name);
 
-// Changes whenever a name is forgotten or a field cell comes under a name or goes, so that what was found
-// under a name is still there as long as it stays. Never 0.
+// Changes whenever a name is forgotten, a field cell comes under a name or goes, or an area gets or loses its
+// alias, so that what was found under a name or alias is still there as long as it stays. Never 0.
 std::uint64_t names_stamp();
 void note_names_changed();
 

@@ -70,6 +70,7 @@ void set_alias(WorkArea* area, std::string_view alias) {
   std::fill(std::begin(area->alias), std::end(area->alias), '\0');
   std::copy(alias.begin(), alias.end(), area->alias);
   area->named = true;
+  note_names_changed();
 }
 
 // --- Records of areas.
@@ -349,6 +350,7 @@ void ogdelare(WorkArea* area) {
   if (area->registered) clear_slot(area);
   std::fill(std::begin(area->alias), std::end(area->alias), '\0');
   area->named = false;
+  note_names_changed();
   area->next = nullptr;
   area->owner.get = area->owner.put = nullptr;
   area->methods = nullptr;

@@ -71,6 +71,14 @@ void* AREA_NAMED(std::string_view alias) {
   return area != nullptr ? area : no_area(342, alias);
 }
 
+// A letter alone may stand for the current area or a number.
+void* AREA_NAMED(AliasName& alias) {
+  if (alias.stamp == names_stamp()) return alias.area;
+  alias.area = AREA_NAMED(std::string_view(alias.text));
+  alias.stamp = alias.area != nullptr && alias.text[1] != '\0' ? names_stamp() : 0;
+  return alias.area;
+}
+
 void* AREA_CURRENT() {
   const AreaHooks& areas = area_hooks();
   void* const area = areas.current != nullptr ? areas.current() : nullptr;

@@ -50,6 +50,13 @@ Var* MEMVAR(Name& name);
 
 // [0, 342] The area of an alias in lower case.
 void* AREA_NAMED(std::string_view alias);
+// An alias that translated code mentions, with its area as long as it is known to have it.
+struct AliasName {
+  const char* text;
+  void* area = nullptr;
+  std::uint64_t stamp = 0;  // names_stamp() of the moment in which it was found, 0: not yet
+};
+void* AREA_NAMED(AliasName& alias);
 // [0, 322] The current area.
 void* AREA_CURRENT();
 // [0, 337 342] The area of an alias or number.

@@ -222,7 +222,7 @@ bool ExpressionText::step_name(const Step& one) {
            (one.op == 0 ? "0" : std::string("'") + static_cast<char>(one.op) + "'") + ")");
       return true;
     case StepKind::kAreaNamed:
-      area_ = "AREA_NAMED(" + literal(word(one)) + ")";
+      area_ = "AREA_NAMED(" + file_.alias(word(one)) + ")";
       return true;
     case StepKind::kAreaCurrent:
       area_ = "AREA_CURRENT()";

@@ -91,6 +91,8 @@ std::string FileText::cells() const {
                       0);
   for (const auto& [identifier, name] : names_.all())
     text += "Name " + identifier + "{" + literal(name) + "};\n";
+  for (const auto& [identifier, name] : aliases_.all())
+    text += "AliasName " + identifier + "{" + literal(name) + "};\n";
   for (const auto& [identifier, name] : called_.all())
     text += "Called " + identifier + "{" + literal(name) + "};\n";
   for (const auto& [identifier, name] : statics_) text += "Var* " + identifier + ";\n";

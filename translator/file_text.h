@@ -24,6 +24,7 @@ class FileText {
 
   // --- Cells.
   const std::string& field_or_variable(std::string_view name) { return names_.of(name); }
+  const std::string& alias(std::string_view name) { return aliases_.of(name); }
   std::string add_static(std::string_view name);
   // The variable that knows a source file, by its path.
   std::string source(const ProgramFile& file);
@@ -40,6 +41,7 @@ class FileText {
  private:
   Identifiers identifiers_;
   NamedCells names_{"Name_", kNameSize};
+  NamedCells aliases_{"Alias_", std::string::npos};
   NamedCells called_{"Called_", std::string::npos};  // errors tell them whole
   std::map<std::string, std::string> statics_;
   std::vector<std::pair<std::string, const ProgramFile*>> sources_;

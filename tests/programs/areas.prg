@@ -46,6 +46,17 @@ procedure main
   replace k with 1
   ? field->k
   (7)->k := 1
+  // An alias means the table that has it now.
+  use ta alias t
+  show()
+  use tb alias t
+  show()
+  close all
+  show()
+  return
+
+procedure show
+  ? t->k, t->(reccount())
   return
 
 procedure leave(cHow, bHow)
