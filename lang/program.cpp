@@ -207,7 +207,8 @@ void LoadedProgram::link() {
   link_classes();
   ADD_PROCEDURES(names);
   for (const GeneratedFile& file : files_)
-    for (const ProgramFile& source : file.unit->files) add_program_file(source);
+    for (const ProgramFile& source : file.unit->files)
+      add_program_file(source.module.c_str(), source.path);
   started.push_back(this);
 }
 
@@ -254,7 +255,7 @@ void LoadedProgram::unload() {
   for (const GeneratedFile& file : files_) {
     for (const auto& procedure : file.procedures) REMOVE_PROCEDURE(procedure.made.get());
     for (const GeneratedClass& one : file.classes) REMOVE_PROCEDURE(one.made.get());
-    for (const ProgramFile& source : file.unit->files) forget_program_file(source);
+    for (const ProgramFile& source : file.unit->files) forget_program_file(source.module.c_str());
   }
   std::erase(started, this);
 }

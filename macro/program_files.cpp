@@ -19,7 +19,11 @@ namespace {
 constexpr int kMostFrames = 50;  // that a report tells of
 constexpr std::int32_t kDeveloperNotice = 902;
 
-std::vector<const ProgramFile*> known_files;
+struct KnownFile {
+  const char* module;
+  std::string path;
+};
+std::vector<KnownFile> known_files;
 
 std::string place_of(const Frame& frame) {
   const std::string* const path = source_path(frame);
@@ -35,17 +39,17 @@ ProgramFile program_file(std::string path) {
   return {std::move(module), std::move(path)};
 }
 
-void add_program_file(const ProgramFile& file) {
-  known_files.push_back(&file);
+void add_program_file(const char* module, std::string_view path) {
+  known_files.push_back({module, std::string(path)});
 }
 
-void forget_program_file(const ProgramFile& file) {
-  std::erase(known_files, &file);
+void forget_program_file(const char* module) {
+  std::erase_if(known_files, [&](const KnownFile& file) { return file.module == module; });
 }
 
 const std::string* source_path(const Frame& frame) {
-  for (const ProgramFile* file : known_files)
-    if (frame.module == file->module.c_str()) return &file->path;
+  for (const KnownFile& file : known_files)
+    if (frame.module == file.module) return &file.path;
   return nullptr;
 }
 

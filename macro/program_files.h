@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "core/frame.h"
 #include "core/modules.h"
@@ -18,9 +19,9 @@ struct ProgramFile {
 
 ProgramFile program_file(std::string path);
 
-// A file of which procedures run from now on, until it is forgotten; it stays where it is.
-void add_program_file(const ProgramFile& file);
-void forget_program_file(const ProgramFile& file);
+// A file of which procedures run from now on, until it is forgotten. Frames point at the letters of its module.
+void add_program_file(const char* module, std::string_view path);
+void forget_program_file(const char* module);
 
 // The path of the source file of a frame's procedure, as given; null for one that isn't a program's.
 const std::string* source_path(const Frame& frame);

@@ -15,6 +15,7 @@
 #include "lib/lib_modules.h"
 #include "lib/streams.h"
 #include "macro/macro.h"
+#include "macro/program_files.h"
 #include "native/program.h"
 #include "term/term_modules.h"
 

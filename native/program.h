@@ -1,10 +1,11 @@
 // What translated programs are written in: the shape of their procedures and blocks, and the operations that their
 // expressions are made of. With core/frame.h, core/operators.h and macro/operations.h it is all they call.
 //
-//   const ProgramFile file_1{"fib", "fib.prg"};
+//   constexpr char Module_Source_1[] = "fib";
+//   constexpr TranslatedFile Source_1{Module_Source_1, "fib.prg"};
 //
 //   Var* fib(std::int32_t argc, Var** argv) {
-//     Activation p(file_1, "fib", 1, argc);                  // file, procedure, line
+//     Activation p(Source_1, "fib", 1, argc);                // file, procedure, line
 //     Var* n = p.param(argv);                                // parameters in order, then locals
 //     p.line(2);
 //     if (csifu(csultu(n, NUM(2)))) return p.result(n);
@@ -32,7 +33,6 @@
 #include "core/signals.h"
 #include "macro/evaluation.h"
 #include "macro/operations.h"
-#include "macro/program_files.h"
 
 namespace tarnel {
 
@@ -64,10 +64,13 @@ constexpr Var text_constant(const char* text, std::size_t size) {
   cell.text = const_cast<char*>(text);  // nobody writes to a constant
   return cell;
 }
-#define CONSTANT(...)                            \
-  ([]() -> Var* {                                \
-    static constinit Var Constant = __VA_ARGS__; \
-    return &Constant;                            \
+// They and what a program finds by name lie apart from what the runtime writes to at each start, which has fewer pages of
+// memory then.
+#define CELL [[gnu::section("tarnel_cells")]]
+#define CONSTANT(...)                                                                 \
+  ([]() -> Var* {                                                                     \
+    [[gnu::section("tarnel_constants")]] static constinit Var Constant = __VA_ARGS__; \
+    return &Constant;                                                                 \
   }())
 // [0] A number with its decimals, the day of a date, the bytes of a literal.
 #define NUM(...) CONSTANT(::tarnel::number_constant(__VA_ARGS__))
@@ -76,12 +79,18 @@ constexpr Var text_constant(const char* text, std::size_t size) {
 
 // --- Procedures and blocks.
 
+// A source file. Its module, the base name in lower case without its ending, has letters of its own: they tell the file.
+struct TranslatedFile {
+  const char* module;
+  const char* path;  // as given
+};
+
 // A procedure or block that runs. When procedures are nested too deeply the program ends behind the handler of error 309,
 // of which the caller is the place.
 class Activation : private Evaluation, public Procedure {
  public:
-  Activation(const ProgramFile& file, const char* name, std::int32_t line, std::int32_t argc)
-      : Procedure(file.module.c_str(), name, line, argc) {
+  Activation(const TranslatedFile& file, const char* name, std::int32_t line, std::int32_t argc)
+      : Procedure(file.module, name, line, argc) {
     if (!possible()) leave_program();
   }
 
@@ -211,7 +220,7 @@ struct MacroFieldOf {
 struct Called {
   const char* name;
   Function function{};
-  std::uint32_t stamp = 0;  // functions_stamp() when it was found
+  std::uint32_t stamp = 0;  // functions_stamp() when it was found, 0: not yet
 };
 
 class Call {
@@ -227,8 +236,13 @@ class Call {
   }
 
  private:
-  // 308 for a function that is nowhere, 320 for one that gives nothing.
-  static Var* call_named(Called& named, std::int32_t argc, Var** argv);
+  static Var* call_named(Called& named, std::int32_t argc, Var** argv) {
+    if (named.stamp != functions_stamp() && !find(named)) return nil_value();
+    Var* const result = named.function(argc, argv);
+    return result != nullptr ? result : no_result(named);
+  }
+  [[nodiscard]] static bool find(Called& named);  // 308
+  static Var* no_result(const Called& named);     // 320
 
   const std::int32_t mark_ = temp_top();
   Callable native_ = nullptr;
@@ -321,8 +335,9 @@ class Steps {
   bool valid() const { return valid_; }
   // [0, value] Is there another turn? REQUIRES: the step is valid.
   bool reach(Var* counter, Var* limit) {
-    if (counter->type != 'N' || limit->type != 'N') return !IS_BEYOND(counter, limit, &by_);
-    return number_of(&by_) > 0 ? counter->num <= limit->num : counter->num >= limit->num;
+    if (!is_number(counter) || !is_number(limit)) return !IS_BEYOND(counter, limit, &by_);
+    const double at = number_of(counter), end = number_of(limit);
+    return number_of(&by_) > 0 ? at <= end : at >= end;
   }
   // [0.., value] The next turn, of a counter that is a local, or any variable.
   void advance(Var* counter) { csuaddu(counter, &by_, true); }
@@ -360,7 +375,7 @@ struct TranslatedClass {
 struct TranslatedProgram {
   const ModuleRecord&
       module;  // procedures that can be called from outside, INIT and EXIT procedures
-  std::span<const ProgramFile* const> files;
+  std::span<const TranslatedFile* const> files;
   std::span<const TranslatedClass> classes;
   void (*statics)();  // gives statics their first values; may be null
   Callable entry;

@@ -23,7 +23,7 @@ install(DIRECTORY docs DESTINATION ${doc} COMPONENT common)
 set(headers
   core/arrays.h core/blocks.h core/checks.h core/classes.h core/frame.h core/function.h core/memvars.h core/modules.h
   core/operators.h core/sequence.h core/signals.h core/stacks.h core/symbols.h core/var.h
-  macro/evaluation.h macro/operations.h macro/program_files.h native/program.h)
+  macro/evaluation.h macro/operations.h native/program.h)
 foreach(header IN LISTS headers)
   get_filename_component(folder ${header} DIRECTORY)
   install(FILES ${header} DESTINATION include/tarnel/${folder} COMPONENT development)

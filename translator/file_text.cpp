@@ -85,16 +85,19 @@ std::string FileText::source(const ProgramFile& file) {
 
 std::string FileText::cells() const {
   std::string text;
-  for (const auto& [identifier, file] : sources_)
-    text += code_line("const ProgramFile " + identifier + "{" + literal(file->module) + ", " +
-                          literal(file->path) + "};",
-                      0);
+  for (const auto& [identifier, file] : sources_) {
+    const std::string module = "Module_" + identifier;
+    text += code_line("constexpr char " + module + "[] = " + literal(file->module) + ";", 0);
+    text += code_line(
+        "constexpr TranslatedFile " + identifier + "{" + module + ", " + literal(file->path) + "};",
+        0);
+  }
   for (const auto& [identifier, name] : names_.all())
-    text += "Name " + identifier + "{" + literal(name) + "};\n";
+    text += "CELL Name " + identifier + "{" + literal(name) + "};\n";
   for (const auto& [identifier, name] : aliases_.all())
-    text += "AliasName " + identifier + "{" + literal(name) + "};\n";
+    text += "CELL AliasName " + identifier + "{" + literal(name) + "};\n";
   for (const auto& [identifier, name] : called_.all())
-    text += "Called " + identifier + "{" + literal(name) + "};\n";
+    text += "CELL Called " + identifier + "{" + literal(name) + "};\n";
   for (const auto& [identifier, name] : statics_) text += "Var* " + identifier + ";\n";
   return text;
 }

@@ -202,7 +202,7 @@ class Translation {
     if (!inits_.empty()) text += ", .init = kInit";
     if (!exits_.empty()) text += ", .exit = kExit";
     text += "};\n" +
-            code_line("constexpr const ProgramFile* kFiles[] = {" + file_.sources_list() + "};", 0);
+            code_line("constexpr const TranslatedFile* kFiles[] = {" + file_.sources_list() + "};", 0);
     text += class_tables_;
     if (!classes_.empty()) text += "constexpr TranslatedClass kClasses[] = {\n" + classes_ + "};\n";
     const std::string statics = statics_made_ + statics_;
