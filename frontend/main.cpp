@@ -16,7 +16,7 @@
 #include "lib/streams.h"
 #include "macro/macro.h"
 #include "pages/pages.h"
-#include "pages/table_access.h"
+#include "pages/programs.cpp"  // as a whole, since the compiler makes the table of functions
 #include "term/term_modules.h"
 
 namespace {
@@ -24,8 +24,8 @@ namespace {
 using namespace tarnel;
 
 constexpr std::array<const ModuleRecord*, 8> kFrontEnd = {
-    &kRequestModule, &kLogModule,       &kToolkitModule, &kEscapedToolkitModule,
-    &kStateModule,   &kErrorPageModule, &kPagesModule,   &kPageTablesModule};
+    &kRequestModule, &kLogModule,       &kToolkitModule,   &kEscapedToolkitModule,
+    &kStateModule,   &kErrorPageModule, &program::kModule, &kPagesModule};
 constexpr auto kModules =
     join_modules(kFrontEnd, kTermModules, kDbModules, kLibModules, kCoreModules);
 constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);

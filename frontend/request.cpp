@@ -68,8 +68,4 @@ Var* cursesinit(std::int32_t, Var**) {
   return nil_value();
 }
 
-Var* fastcgi(std::int32_t, Var**) {
-  return false_value();
-}
-
 }  // namespace tarnel

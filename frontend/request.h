@@ -6,11 +6,10 @@
 
 namespace tarnel {
 
-#define REQUEST_BUILTINS(X)                                                                     \
-  X("cursesinit", cursesinit, nullptr)                                                          \
-  X("fastcgi", fastcgi, "fastcgi() -> lPersistent: always false, each request has its process") \
-  X("main", request_main, nullptr)                                                              \
-  X("programini", programini, nullptr)                                                          \
+#define REQUEST_BUILTINS(X)            \
+  X("cursesinit", cursesinit, nullptr) \
+  X("main", request_main, nullptr)     \
+  X("programini", programini, nullptr) \
   X("tndirect", tndirect, "tndirect() -> lFalse: decodes the request and calls tarnelmain")
 
 REQUEST_BUILTINS(DECLARE_BUILTIN)

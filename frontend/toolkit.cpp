@@ -47,14 +47,8 @@ void write_line(Var* value) {
   write_line(varToText(value, buffer));
 }
 
-void write_page_text(std::string_view text) {
-  std::string expanded;
-  const bool macros = text.find('&') != std::string_view::npos && macro_hooks().expand != nullptr;
-  write_line(macros && macro_hooks().expand(text, expanded, 0) ? expanded : text);
-}
-
-Var* lookup_pair(Var* pairs, const char* key) {
-  return CALL_SIMPLE(tnlookup, pairs, TMP_STR(key));
+Var* fastcgi(std::int32_t, Var**) {
+  return false_value();
 }
 
 Var* tnhtml(std::int32_t argc, Var** argv) {

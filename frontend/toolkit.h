@@ -11,13 +11,9 @@ namespace tarnel {
 // The `?` statement of the pages: the value's default text, then one line feed.
 void write_line(Var* value);
 void write_line(std::string_view text);
-// The same for a literal text of a page, through the language's macro expansion.
-void write_page_text(std::string_view text);
-
-// The value of a name in aEnv or aForm, "" when there is none.
-Var* lookup_pair(Var* pairs, const char* key);
 
 #define TOOLKIT_BUILTINS(X)                                                                     \
+  X("fastcgi", fastcgi, "fastcgi() -> lPersistent: always false, each request has its process") \
   X("tnbody", tnbody, "tnbody(): writes <BODY>")                                                \
   X("tnbodyend", tnbodyend, "tnbodyend(): writes </BODY>")                                      \
   X("tnem", tnem, "tnem(cText): writes a text with emphasis")                                   \

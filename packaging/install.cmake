@@ -69,6 +69,7 @@ install(FILES ${layout}/tarnel.8 webpage/tnpage.8 DESTINATION ${CMAKE_INSTALL_MA
 install(DIRECTORY ${layout}/apache2 ${layout}/lighttpd ${layout}/nginx ${layout}/systemd
         DESTINATION ${doc}/examples COMPONENT local)
 install(FILES ${layout}/README.md LICENSE DESTINATION ${doc} COMPONENT local)
+install(FILES ${page_files} DESTINATION ${TARNEL_EXAMPLES_DIR} COMPONENT local)
 # Tables that are there hold somebody's records: they stay.
 install(CODE "
   set(tables \"\$ENV{DESTDIR}${TARNEL_EXAMPLES_DIR}\")

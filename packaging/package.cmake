@@ -20,6 +20,7 @@ install_packaged(FILES ${debian}/changelog share/doc/tarnel RENAME changelog.Deb
 install_packaged(FILES ${debian}/copyright share/doc/tarnel)
 install_packaged(FILES ${debian}/lintian-overrides share/lintian/overrides RENAME tarnel)
 install_packaged(DIRECTORY ${CMAKE_BINARY_DIR}/examples share/tarnel)
+install_packaged(FILES "${page_files}" share/tarnel/examples)
 install_packaged(FILES "${layout}/systemd/tarnel.service;${layout}/systemd/tarnel.socket" /lib/systemd/system)
 foreach(site tarnel tarnel-pages)
   install_packaged(FILES ${layout}/apache2/${site}.conf /etc/apache2/conf-available)

@@ -10,7 +10,6 @@
 #include "lib/value_text.h"
 #include "lib/values.h"
 #include "pages/pages.h"
-#include "pages/table_access.h"
 
 namespace tarnel {
 namespace {
@@ -64,7 +63,8 @@ Var* example6(std::int32_t argc, Var**) {
   CALL_SIMPLE(tnhtml);
   CALL_SIMPLE(tnbody);
   LINE_HOOK(41);
-  open_table(Area::kSame, "user", true_value(), true);
+  CALL_SIMPLE(dbusearea, false_value(), nil_value(), TMP_STR("user"), nil_value(), true_value(),
+              true_value());
   LINE_HOOK(43);
   CALL_SIMPLE(qout, TMP_STR("<table>"));
   CALL_SIMPLE(qout, TMP_STR("<caption>Example table-browser output</caption>"));
@@ -74,7 +74,7 @@ Var* example6(std::int32_t argc, Var**) {
     write_cell("<th>", CALL_SIMPLE(front_fieldname, TMP_INT(i)), "</th>");
     p.next_iteration(45);
   }
-  while (!at_end()) {
+  while (!csifu(CALL_SIMPLE(front_eof))) {
     LINE_HOOK(49);
     CALL_SIMPLE(qout, TMP_STR("<tr>"));
     for (std::int32_t i = 1; i <= fields; ++i) {
@@ -85,7 +85,7 @@ Var* example6(std::int32_t argc, Var**) {
     }
     LINE_HOOK(53);
     CALL_SIMPLE(qout, TMP_STR("</tr>"));
-    skip_record();
+    CALL_SIMPLE(front_dbskip, TMP_INT(1));
     p.next_iteration(48);
   }
   LINE_HOOK(57);

@@ -12,7 +12,6 @@ void end_page_files();
 
 #define PAGE_RUN_BUILTINS(X)           \
   X("cursesinit", cursesinit, nullptr) \
-  X("fastcgi", fastcgi, nullptr)       \
   X("main", page_main, nullptr)        \
   X("programini", programini, nullptr)
 

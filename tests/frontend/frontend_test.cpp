@@ -185,9 +185,9 @@ TEST_F(FrontEnd, ValuesThatAreNoTextsFailInTheConcatenation) {
 TEST_F(FrontEnd, LookupFindsUpperCaseNamesOnly) {
   Var* pairs =
       cscrearr(NEW_TEMP(), 2, kCopyValues, {texts({"PATH_INFO", "/x"}), texts({"low", "1"})});
-  EXPECT_EQ(show(lookup_pair(pairs, " path_info ")), "C /x");
-  EXPECT_EQ(show(lookup_pair(pairs, "low")), "C ");
-  EXPECT_EQ(show(lookup_pair(texts({}), "X")), "C ");
+  EXPECT_EQ(show(CALL_SIMPLE(tnlookup, pairs, TMP_STR(" path_info "))), "C /x");
+  EXPECT_EQ(show(CALL_SIMPLE(tnlookup, pairs, TMP_STR("low"))), "C ");
+  EXPECT_EQ(show(CALL_SIMPLE(tnlookup, texts({}), TMP_STR("X"))), "C ");
 }
 
 // --- State object.
