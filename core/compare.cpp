@@ -11,7 +11,7 @@ namespace {
 
 const unsigned char* weights = nullptr;
 
-enum Relation { kEqual, kExactlyEqual, kNotEqual, kGreater, kLess, kGreaterEqual, kLessEqual };
+using namespace detail;  // the relations
 
 struct RelationTexts {
   const char* mismatch;   // two types that can't be compared
@@ -26,26 +26,6 @@ constexpr RelationTexts kTexts[] = {
     {"in greater than or equal '>=' operation", nullptr},
     {"in less than or equal '<=' operation", nullptr},
 };
-
-template <typename T>
-bool holds(Relation relation, T a, T b) {
-  switch (relation) {
-    case kEqual:
-    case kExactlyEqual:
-      return a == b;
-    case kNotEqual:
-      return a != b;
-    case kGreater:
-      return a > b;
-    case kLess:
-      return a < b;
-    case kGreaterEqual:
-      return a >= b;
-    case kLessEqual:
-      return a <= b;
-  }
-  return false;
-}
 
 // For arrays, objects, windows and blocks > and < mean "another one", >= and <= "the same".
 bool identity_holds(Relation relation, bool same) {
@@ -81,44 +61,6 @@ bool same_code(const Var* left, const Var* right) {
     return locals->elements[0]->raw;
   };
   return code(left) == code(right);
-}
-
-Var* compare(Relation relation, Var* left, Var* right) {
-  if (is_number_or_logical(left) && is_number_or_logical(right))
-    return logical(numbers_hold(relation, left, right));
-  const RelationTexts& texts = kTexts[relation];
-  if (texts.undefined != nullptr) {
-    if (left->sclass == 'U' || right->sclass == 'U') {
-      RT_ERROR(901, texts.undefined);
-      return false_value();
-    }
-    if (is_nil(left) || is_nil(right))
-      return logical((left->type == right->type) == (relation != kNotEqual));
-  }
-  if (!comparable(left, right)) return RT_ERROR(201, texts.mismatch);
-  switch (left->type) {
-    case 'A':
-    case 'O':
-    case 'S':
-    case 'b':
-      return logical(identity_holds(relation, left->raw == right->raw));
-    case 'B':
-      return logical(identity_holds(relation, same_code(left, right)));
-    case 'C':
-    case 'M':
-      return logical(texts_hold(relation, text_of(left), text_of(right)));
-    case 'D':
-      return logical(holds(relation, left->i, right->i));
-    default:
-      return error_value();
-  }
-}
-
-// The usual case first.
-[[gnu::always_inline]] inline Var* compare_cells(Relation relation, Var* left, Var* right) {
-  if (left->type == 'N' && right->type == 'N')
-    return logical(holds(relation, left->num, right->num));
-  return compare(relation, left, right);
 }
 
 // A literal text beside a cell. `failure` is the text of a mismatch, which is not always that of
@@ -200,26 +142,35 @@ int nastrcmp(const char* a, const char* b, std::int32_t la, std::int32_t lb) {
   return difference != 0 ? difference : tail;
 }
 
-Var* csuequu(Var* left, Var* right) {
-  return compare_cells(kEqual, left, right);
-}
-Var* csueequu(Var* left, Var* right) {
-  return compare_cells(kExactlyEqual, left, right);
-}
-Var* csunequ(Var* left, Var* right) {
-  return compare_cells(kNotEqual, left, right);
-}
-Var* csugtu(Var* left, Var* right) {
-  return compare_cells(kGreater, left, right);
-}
-Var* csultu(Var* left, Var* right) {
-  return compare_cells(kLess, left, right);
-}
-Var* csugequ(Var* left, Var* right) {
-  return compare_cells(kGreaterEqual, left, right);
-}
-Var* csulequ(Var* left, Var* right) {
-  return compare_cells(kLessEqual, left, right);
+Var* detail::compare(Relation relation, Var* left, Var* right) {
+  if (is_number_or_logical(left) && is_number_or_logical(right))
+    return logical(numbers_hold(relation, left, right));
+  const RelationTexts& texts = kTexts[relation];
+  if (texts.undefined != nullptr) {
+    if (left->sclass == 'U' || right->sclass == 'U') {
+      RT_ERROR(901, texts.undefined);
+      return false_value();
+    }
+    if (is_nil(left) || is_nil(right))
+      return logical((left->type == right->type) == (relation != kNotEqual));
+  }
+  if (!comparable(left, right)) return RT_ERROR(201, texts.mismatch);
+  switch (left->type) {
+    case 'A':
+    case 'O':
+    case 'S':
+    case 'b':
+      return logical(identity_holds(relation, left->raw == right->raw));
+    case 'B':
+      return logical(identity_holds(relation, same_code(left, right)));
+    case 'C':
+    case 'M':
+      return logical(texts_hold(relation, text_of(left), text_of(right)));
+    case 'D':
+      return logical(holds(relation, left->i, right->i));
+    default:
+      return error_value();
+  }
 }
 
 Var* csuequc(Var* left, const char* right) {

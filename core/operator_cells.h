@@ -45,22 +45,6 @@ inline Var* store_num(Var* cell, double value, int decimals) {
   return cell;
 }
 
-// The usual case of an arithmetic operator, told before all others: two doubles, and a result in a temporary or in a
-// plain variable. Null: it is another case.
-[[gnu::always_inline]] inline Var* plain_result(Var* left, Var* right, bool in_place) {
-  if (left->type != 'N' || right->type != 'N') return nullptr;
-  if (left->sclass == 'T' || (in_place && left->sclass == 'N')) return left;
-  if (in_place) return nullptr;
-  return right->sclass == 'T' ? right : NEW_TEMP();
-}
-[[gnu::always_inline]] inline Var* store_plain(Var* cell, double value, int decimals) {
-  cell->type = 'N';
-  cell->length = -1;
-  cell->decimals = static_cast<std::uint8_t>(decimals);
-  cell->num = value;
-  return cell;
-}
-
 inline Var* store_int(Var* cell, std::int32_t value) {
   cell = store(cell, 'I', -1, 0);
   if (!is_error(cell)) put_word(cell, value);

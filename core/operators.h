@@ -12,19 +12,98 @@
 // may raise 332, on a field what the record raises, on texts 301 and 319.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
+#include "core/stacks.h"
 #include "core/var.h"
 
 namespace tarnel {
 
-Var* csuaddu(Var* left, Var* right, bool in_place);                  // [0..1, 201 902]
+// The usual cases, of two doubles, stand where they are called; all others are functions.
+namespace detail {
+Var* add(Var* left, Var* right, bool in_place);
+Var* subtract(Var* left, Var* right, bool in_place);
+Var* multiply(Var* left, Var* right, bool in_place);
+
+// The cell of a result that is a temporary or a plain variable. Null: it is another case.
+[[gnu::always_inline]] inline Var* plain_result(Var* left, Var* right, bool in_place) {
+  if (left->type != 'N' || right->type != 'N') return nullptr;
+  if (left->sclass == 'T' || (in_place && left->sclass == 'N')) return left;
+  if (in_place) return nullptr;
+  return right->sclass == 'T' ? right : NEW_TEMP();
+}
+[[gnu::always_inline]] inline Var* store_plain(Var* cell, double value, int decimals) {
+  cell->type = 'N';
+  cell->length = -1;
+  cell->decimals = static_cast<std::uint8_t>(decimals);
+  cell->num = value;
+  return cell;
+}
+
+enum Relation : std::uint8_t {
+  kEqual,
+  kExactlyEqual,
+  kNotEqual,
+  kGreater,
+  kLess,
+  kGreaterEqual,
+  kLessEqual
+};
+Var* compare(Relation relation, Var* left, Var* right);
+
+template <typename T>
+bool holds(Relation relation, T a, T b) {
+  switch (relation) {
+    case kEqual:
+    case kExactlyEqual:
+      return a == b;
+    case kNotEqual:
+      return a != b;
+    case kGreater:
+      return a > b;
+    case kLess:
+      return a < b;
+    case kGreaterEqual:
+      return a >= b;
+    case kLessEqual:
+      return a <= b;
+  }
+  return false;
+}
+
+[[gnu::always_inline]] inline Var* compare_cells(Relation relation, Var* left, Var* right) {
+  if (left->type == 'N' && right->type == 'N')
+    return logical(holds(relation, left->num, right->num));
+  return compare(relation, left, right);
+}
+}  // namespace detail
+
+// [0..1, 201 902]
+inline Var* csuaddu(Var* left, Var* right, bool in_place) {
+  if (Var* const cell = detail::plain_result(left, right, in_place); cell != nullptr)
+    return detail::store_plain(cell, left->num + right->num,
+                               std::max(left->decimals, right->decimals));
+  return detail::add(left, right, in_place);
+}
 Var* csuaddc(Var* left, const char* right, bool in_place);           // [0..1, 201]
 Var* cscaddu(const char* left, Var* right);                          // [1, 201]
 Var* csnaddu(double left, int decimals, Var* right, bool in_place);  // [0..1, 201]
-Var* csusubu(Var* left, Var* right, bool in_place);                  // [0..2, 201 902]
+// [0..2, 201 902]
+inline Var* csusubu(Var* left, Var* right, bool in_place) {
+  if (Var* const cell = detail::plain_result(left, right, in_place); cell != nullptr)
+    return detail::store_plain(cell, left->num - right->num,
+                               std::max(left->decimals, right->decimals));
+  return detail::subtract(left, right, in_place);
+}
 Var* csusubn(Var* left, double right, int decimals, bool in_place);  // [0..1, 202]
-Var* csumulu(Var* left, Var* right, bool in_place);                  // [0..1, 202]
+// [0..1, 202]
+inline Var* csumulu(Var* left, Var* right, bool in_place) {
+  if (Var* const cell = detail::plain_result(left, right, in_place); cell != nullptr)
+    return detail::store_plain(cell, left->num * right->num,
+                               std::min(left->decimals + right->decimals, 255));
+  return detail::multiply(left, right, in_place);
+}
 Var* csnmulu(double left, int decimals, Var* right, bool in_place);  // [0..1, 202]
 Var* csudivu(Var* left, Var* right, bool in_place);                  // [0..1, 202 902]
 Var* csudivn(Var* left, double right, bool in_place);                // [0..1, 202 902]
@@ -50,23 +129,28 @@ Var* csudec(Var* v);    // [0..2, 201]
 
 // Comparisons: the true or the false constant, or the error value. Those of two cells by =, == and # are
 // false after 901, which an undefined variable raises.
-Var* csuequu(Var* left, Var* right);          // [0, 201 901]
+#define COMPARISON_OF_CELLS(name, relation)              \
+  inline Var* name(Var* left, Var* right) {              \
+    return detail::compare_cells(relation, left, right); \
+  }
+COMPARISON_OF_CELLS(csuequu, detail::kEqual)          // [0, 201 901]
+COMPARISON_OF_CELLS(csueequu, detail::kExactlyEqual)  // [0, 201 901]
+COMPARISON_OF_CELLS(csunequ, detail::kNotEqual)       // [0, 201 901]
+COMPARISON_OF_CELLS(csugtu, detail::kGreater)         // [0, 201]
+COMPARISON_OF_CELLS(csultu, detail::kLess)            // [0, 201]
+COMPARISON_OF_CELLS(csugequ, detail::kGreaterEqual)   // [0, 201]
+COMPARISON_OF_CELLS(csulequ, detail::kLessEqual)      // [0, 201]
+#undef COMPARISON_OF_CELLS
 Var* csuequc(Var* left, const char* right);   // [0, 201]
 Var* cscequu(const char* left, Var* right);   // [0, 201]
 Var* csnequu(double left, Var* right);        // [0, 201]
-Var* csueequu(Var* left, Var* right);         // [0, 201 901]
 Var* csceequu(const char* left, Var* right);  // [0, 201]
-Var* csunequ(Var* left, Var* right);          // [0, 201 901]
 Var* csuneqc(Var* left, const char* right);   // [0, 201]
 Var* csnequ(double left, Var* right);         // [0, 201]
-Var* csugtu(Var* left, Var* right);           // [0, 201]
 Var* cscgtu(const char* left, Var* right);    // [0, 201]
 Var* csngtu(double left, Var* right);         // [0, 201]
-Var* csultu(Var* left, Var* right);           // [0, 201]
 Var* csnltu(double left, Var* right);         // [0, 201]
-Var* csugequ(Var* left, Var* right);          // [0, 201]
 Var* csngequ(double left, Var* right);        // [0, 201]
-Var* csulequ(Var* left, Var* right);          // [0, 201]
 Var* csnlequ(double left, Var* right);        // [0, 201]
 Var* csuinu(Var* left, Var* right);           // [0, 201]
 Var* csucontc(Var* left, const char* right);  // [0, 201]

@@ -126,9 +126,7 @@ Var* shift_by_literal(Var* v, double amount, int decimals, bool in_place) {
 
 }  // namespace
 
-Var* csuaddu(Var* left, Var* right, bool in_place) {
-  if (Var* const cell = plain_result(left, right, in_place); cell != nullptr)
-    return store_plain(cell, left->num + right->num, greater_decimals(left, right));
+Var* detail::add(Var* left, Var* right, bool in_place) {
   notice_logicals(left, right, "addition on logicals");
   switch (left->type) {
     case 'C':
@@ -174,9 +172,7 @@ Var* csnaddu(double left, int decimals, Var* right, bool in_place) {
   return finish(right, shift_by_literal(right, left, decimals, in_place), in_place);
 }
 
-Var* csusubu(Var* left, Var* right, bool in_place) {
-  if (Var* const cell = plain_result(left, right, in_place); cell != nullptr)
-    return store_plain(cell, left->num - right->num, greater_decimals(left, right));
+Var* detail::subtract(Var* left, Var* right, bool in_place) {
   notice_logicals(left, right, "subtraction on logicals");
   switch (left->type) {
     case 'C':

@@ -72,10 +72,7 @@ constexpr const char* kDecrement = "only date numerics can be auto-decremented";
 
 }  // namespace
 
-Var* csumulu(Var* left, Var* right, bool in_place) {
-  if (Var* const cell = plain_result(left, right, in_place); cell != nullptr)
-    return store_plain(cell, left->num * right->num,
-                       std::min(left->decimals + right->decimals, 255));
+Var* detail::multiply(Var* left, Var* right, bool in_place) {
   if (!is_number_or_logical(left) || !is_number_or_logical(right))
     return RT_ERROR(202, "only numerics can be multiplied");
   Var* cell = result_cell(left, right, in_place);
@@ -116,9 +113,9 @@ Var* csudivn(Var* left, double right, bool in_place) {
 
 Var* csumodu(Var* left, Var* right, bool in_place) {
   if (right->type == 'N' && right->num != 0)
-    if (Var* const cell = plain_result(left, right, in_place); cell != nullptr)
-      return store_plain(cell, remainder_of(left->num, right->num),
-                         std::min(settings().decimals, 255));
+    if (Var* const cell = detail::plain_result(left, right, in_place); cell != nullptr)
+      return detail::store_plain(cell, remainder_of(left->num, right->num),
+                                 std::min(settings().decimals, 255));
   if (!is_number_or_logical(left) || !is_number_or_logical(right))
     return failed_with_zero(202, kOnlyDivided);
   const double dividend = number_of(left), divisor = number_of(right);
