@@ -10,6 +10,7 @@ namespace tarnel {
 namespace {
 
 constexpr int kEnd = -1;
+constexpr std::size_t kBufferSize = 16384;
 
 }  // namespace
 
@@ -23,8 +24,9 @@ std::int32_t content_length(const char* text) {
 int FormReader::next_byte() {
   if (position_ == buffered_) {
     // Never past the length: what lies behind it is not ours to take.
-    const std::size_t wanted = std::min(sizeof buffer_, static_cast<std::size_t>(remaining_));
-    const ssize_t n = read_some(fd_, buffer_, wanted);
+    const std::size_t wanted = std::min(kBufferSize, static_cast<std::size_t>(remaining_));
+    if (buffer_ == nullptr) buffer_ = std::make_unique_for_overwrite<char[]>(kBufferSize);
+    const ssize_t n = read_some(fd_, buffer_.get(), wanted);
     if (n <= 0) {
       at_end_ = true;
       return kEnd;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -32,7 +33,7 @@ class FormReader {
   const bool cut_;
   bool at_end_ = false;
   std::size_t buffered_ = 0, position_ = 0;
-  char buffer_[16384];
+  std::unique_ptr<char[]> buffer_;  // for a body that isn't empty
 };
 
 }  // namespace tarnel
