@@ -132,10 +132,18 @@ std::int32_t SourceFiles::read_open(int fd, const std::string& name, std::string
 }
 
 std::int32_t SourceFiles::add(std::string name, std::string text) {
-  if (text.starts_with(kUtf8Mark)) text.erase(0, kUtf8Mark.size());
-  if (text.ends_with(kEndMark)) text.pop_back();
-  total_ += std::max(text.size(), std::size_t{1});
-  files_.push_back({{std::move(name), std::move(text)}, {}});
+  const std::int32_t file = add_constant(std::move(name), {});
+  Held& held = files_.back();
+  held.text = std::move(text);
+  held.file.text = held.text;
+  if (held.file.text.starts_with(kUtf8Mark)) held.file.text.remove_prefix(kUtf8Mark.size());
+  if (held.file.text.ends_with(kEndMark)) held.file.text.remove_suffix(1);
+  total_ += std::max(held.file.text.size(), std::size_t{1});
+  return file;
+}
+
+std::int32_t SourceFiles::add_constant(std::string name, std::string_view text) {
+  files_.push_back({{std::move(name), text}, {}, {}});
   return static_cast<std::int32_t>(files_.size()) - 1;
 }
 

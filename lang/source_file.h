@@ -16,8 +16,8 @@ constexpr std::size_t kLargestSource = std::size_t{16} << 20;   // bytes of one 
 constexpr std::size_t kLargestProgram = std::size_t{64} << 20;  // bytes of all that is read
 
 struct SourceFile {
-  std::string name;  // as given, or as an include was found
-  std::string text;  // without the mark of UTF-8 at its beginning and a control-Z at its end
+  std::string name;       // as given, or as an include was found
+  std::string_view text;  // without the mark of UTF-8 at its beginning and a control-Z at its end
 };
 
 // How strangers could change what a file holds, in words to stand behind its name; empty when they can't. Root, the
@@ -41,6 +41,8 @@ class SourceFiles {
   void keep_within(std::vector<std::string> folders) { within_ = std::move(folders); }
   // A text that isn't in a file, under a name for reports.
   std::int32_t add(std::string name, std::string text);
+  // One that outlives this.
+  std::int32_t add_constant(std::string name, std::string_view text);
 
   const SourceFile& operator[](std::int32_t file) const { return held(file).file; }
   // A line without its line feed (and carriage return before it), empty when there is none.
@@ -49,6 +51,7 @@ class SourceFiles {
  private:
   struct Held {
     SourceFile file;
+    std::string text;                          // where this keeps it
     mutable std::vector<std::uint32_t> lines;  // where they begin; made when one is asked for
   };
   bool read_whole(const std::string& name, std::string& text, std::string& fault) const;
