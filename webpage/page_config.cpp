@@ -87,7 +87,7 @@ bool read_file(const std::string& name, PageConfig& config, std::string& fault) 
   if (const std::string how = open_to_strangers(status, real_path(name)); !how.empty())
     return fail(fault, name, " " + how);
   if (status.st_size > static_cast<off_t>(kMostBytes)) return fail(fault, name, " is too long");
-  std::string text(kMostBytes, '\0');
+  std::string text(static_cast<std::size_t>(status.st_size), '\0');
   const std::int64_t length = read_some_at(file.fd(), text.data(), text.size(), 0);
   if (length < 0) return fail(fault, name, std::string(": ") + std::strerror(errno));
   std::string_view rest = std::string_view(text).substr(0, static_cast<std::size_t>(length));
