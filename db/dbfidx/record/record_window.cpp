@@ -10,7 +10,8 @@
 namespace tarnel {
 namespace {
 
-constexpr std::size_t kWindowBytes = 64 * 1024, kMostBytes = 64 * 1024 * 1024;
+// The first window is small: most that reads the first record goes elsewhere then.
+constexpr std::size_t kFirstBytes = 4096, kWindowBytes = 64 * 1024, kMostBytes = 64 * 1024 * 1024;
 constexpr std::int64_t kSmallTable =
     1024 * 1024;                            // bytes of a table that a walk through it may keep
 constexpr std::int64_t kBytesAJump = 4096;  // read in the time that one jump takes
@@ -42,13 +43,13 @@ bool RecordWindow::load(DbfIdx& dbf, std::int32_t n, std::size_t bytes) {
   return count_ > 0;
 }
 
-// Fills the window for a walk that came to record n: once it has passed a window of a small table, with
+// Fills the window for a walk that came to record n: once it has passed one with more, and of a small table with
 // all of it, since it may well be walked again.
 bool RecordWindow::load_for_walk(DbfIdx& dbf, std::int32_t n) {
   const bool passed = count_ > 0 && n == first_ + count_;
   const bool small = std::int64_t{dbf.recordSize} * dbf.lastRec <= kSmallTable;
   if (passed && small && load(dbf, 1, kMostBytes) && holds(n)) return true;
-  return load(dbf, n, kWindowBytes);
+  return load(dbf, n, passed ? kWindowBytes : kFirstBytes);
 }
 
 // After many jumps through a table that is not too large, as a walk along an order makes them, all
@@ -87,13 +88,11 @@ bool RecordWindow::write(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from) 
 bool RecordWindow::append(DbfIdx& dbf, std::int32_t n, const std::uint8_t* from) {
   const std::int32_t room = records_in(dbf, kWindowBytes);
   if (unwritten_ != 0 && count_ >= room && !flush(dbf)) return false;
-  if (unwritten_ == 0) {
-    flush_changes(dbf);
-    first_ = unwritten_ = n;
-    count_ = 0;
-    bytes_.resize(static_cast<std::size_t>(room) * dbf.recordSize);
-  }
-  ++count_;
+  if (unwritten_ == 0) flush_changes(dbf);
+  const std::int32_t count = unwritten_ == 0 ? 1 : count_ + 1;
+  bytes_.resize(std::max(bytes_.size(), static_cast<std::size_t>(count) * dbf.recordSize));
+  if (unwritten_ == 0) first_ = unwritten_ = n;
+  count_ = count;
   std::memcpy(at(dbf, n), from, dbf.recordSize);
   return true;
 }
