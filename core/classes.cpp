@@ -68,7 +68,8 @@ bool name_less(const ClassEntry& a, const ClassEntry& b) {
 
 ClassDescriptor::ClassDescriptor(const char* name, std::span<const InstanceEntry> instances,
                                  std::span<const MethodEntry> methods,
-                                 std::span<const PropertyEntry> properties)
+                                 std::span<const PropertyEntry> properties,
+                                 std::span<const std::int16_t> order)
     : name_(name),
       declared_(instances),
       declared_methods_(methods),
@@ -80,17 +81,25 @@ ClassDescriptor::ClassDescriptor(const char* name, std::span<const InstanceEntry
     instances_.push_back({std::string_view(instance.name).substr(0, kNameSize),
                           static_cast<std::int32_t>(instances_.size()) + kFirstInstance, 0,
                           kExported});
-  for (const MethodEntry& method : methods) {
+  for (std::int32_t slot = 0; const MethodEntry& method : methods) {
     functions_.push_back(method.function.native());
-    methods_.push_back(
-        {method.name, static_cast<std::int32_t>(methods_.size()), method.level, method.kind});
+    if (order.empty()) methods_.push_back({method.name, slot++, method.level, method.kind});
+  }
+  for (const std::int16_t slot : order) {
+    const MethodEntry& method = methods[static_cast<std::size_t>(slot)];
+    methods_.push_back({method.name, slot, method.level, method.kind});
   }
   property_of_.assign(instances.size(), -1);
+  auto next = instances_.begin();  // most come in the order of the instances
   for (const PropertyEntry& entry : properties) {
-    const auto at = std::find_if(instances_.begin(), instances_.end(), [&](const ClassEntry& e) {
-      return e.name == std::string_view(entry.instance).substr(0, kNameSize);
-    });
-    if (at == instances_.end()) continue;
+    const auto is_its = [name = std::string_view(entry.instance).substr(0, kNameSize)](
+                            const ClassEntry& e) { return e.name == name; };
+    auto at = std::find_if(next, instances_.end(), is_its);
+    if (at == instances_.end()) {
+      at = std::find_if(instances_.begin(), next, is_its);
+      if (at == next) continue;
+    }
+    next = at + 1;
     property_of_[static_cast<std::size_t>(at - instances_.begin())] =
         static_cast<std::int32_t>(property_table_.size());
     property_table_.push_back(entry.property);
@@ -104,7 +113,8 @@ ClassDescriptor::ClassDescriptor(const char* name, std::span<const InstanceEntry
       make_method_block(method_array_->shared->elements[slot], method, no_locals);
   release_shared(no_locals);
   std::sort(instances_.begin(), instances_.end(), name_less);
-  std::stable_sort(methods_.begin(), methods_.end(), name_less);
+  if (order.empty()) std::stable_sort(methods_.begin(), methods_.end(), name_less);
+  assert(std::is_sorted(methods_.begin(), methods_.end(), name_less));
 }
 
 Var* ClassDescriptor::make() const {

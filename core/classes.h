@@ -7,8 +7,11 @@
 //   kMethods); return c; }
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cassert>
 #include <cstdint>
+#include <numeric>
 #include <span>
 #include <string>
 #include <string_view>
@@ -56,6 +59,21 @@ struct PropertyEntry {
   Property property;
 };
 
+// The places of methods in the order of their names; those of one name by level and place. For classes with many, of
+// which each request would sort them.
+template <std::size_t N>
+consteval std::array<std::int16_t, N> order_by_name(const std::array<MethodEntry, N>& methods) {
+  std::array<std::int16_t, N> order;
+  std::iota(order.begin(), order.end(), std::int16_t{0});
+  std::ranges::sort(order, [&](std::int16_t a, std::int16_t b) {
+    const MethodEntry &left = methods[static_cast<std::size_t>(a)],
+                      &right = methods[static_cast<std::size_t>(b)];
+    const int names = std::string_view(left.name).compare(right.name);
+    return names != 0 ? names < 0 : left.level != right.level ? left.level < right.level : a < b;
+  });
+  return order;
+}
+
 // One name entry of a descriptor.
 struct ClassEntry {
   std::string_view name;  // of the literal in the class's tables
@@ -66,12 +84,13 @@ struct ClassEntry {
 
 // A linked class: sorted name entries, and the method array that its objects share. Slots are the
 // places in the list of methods given, instances those in the list of instances. The tables given must
-// last as long as the class.
+// last as long as the class. The order is that of order_by_name(); without it the class sorts.
 class ClassDescriptor {
  public:
   ClassDescriptor(const char* name, std::span<const InstanceEntry> instances,
                   std::span<const MethodEntry> methods,
-                  std::span<const PropertyEntry> properties = {});
+                  std::span<const PropertyEntry> properties = {},
+                  std::span<const std::int16_t> order = {});
   ClassDescriptor(const ClassDescriptor&) = delete;
   ClassDescriptor& operator=(const ClassDescriptor&) = delete;
 

@@ -58,41 +58,33 @@ const char* answering_member(char kind) {
   return kind == kAccess ? "noivarget" : kind == kAssign ? "noivarput" : "nomethod";
 }
 
-template <std::size_t Slot>
-Var* absent_member(std::int32_t argc, Var** argv) {
-  constexpr ServerMember member = kServerMembers[Slot];
+constexpr bool is_property(const char* name) {
+  return server_slot(name, kAccess) >= 0 || server_slot(name, kAssign) >= 0;
+}
+constexpr auto kProperties = [] {
+  std::array<PropertyEntry, std::ranges::count_if(kServerInstances, is_property)> entries{};
+  auto next = entries.begin();
+  for (const char* name : kServerInstances)
+    if (is_property(name))
+      *next++ = {name, {-1, server_slot(name, kAccess), server_slot(name, kAssign)}};
+  return entries;
+}();
+
+}  // namespace
+
+Var* answer_for_absent(std::size_t slot, std::int32_t argc, Var** argv) {
+  const ServerMember& member = kServerMembers[slot];
+  const std::string_view name = member.name;
+  if (name == "noivarget" || name == "noivarput") return base_instance(argc, argv);
+  if (name == "nomethod") return base_method(argc, argv);
   const char* answering = answering_member(member.kind);
   std::vector<Var*> passed = {argv[0], TMP_STR(member.name)};
   passed.insert(passed.end(), argv + 1, argv + argc);
   return csdometh(answering, server_slot(answering), 0, argc + 1, passed.data());
 }
 
-template <std::size_t... Slots>
-constexpr std::array<Callable, kServerSlots> absent_members(std::index_sequence<Slots...>) {
-  std::array<Callable, kServerSlots> table = {absent_member<Slots>...};
-  for (const char* name : {"noivarget", "noivarput"})
-    table[static_cast<std::size_t>(server_slot(name))] = base_instance;
-  table[static_cast<std::size_t>(server_slot("nomethod"))] = base_method;
-  return table;
-}
-constexpr auto kFallBacks = absent_members(std::make_index_sequence<kServerSlots>());
-
-}  // namespace
-
-Callable fall_back(std::size_t slot) {
-  return kFallBacks[slot];
-}
-
 std::span<const PropertyEntry> server_properties() {
-  static const std::vector<PropertyEntry> properties = [] {
-    std::vector<PropertyEntry> entries;
-    for (const char* name : kServerInstances) {
-      const std::int32_t access = server_slot(name, kAccess), assign = server_slot(name, kAssign);
-      if (access >= 0 || assign >= 0) entries.push_back({name, {-1, access, assign}});
-    }
-    return entries;
-  }();
-  return properties;
+  return kProperties;
 }
 
 bool types_agree(char value, char place) {

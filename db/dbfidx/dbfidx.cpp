@@ -56,8 +56,10 @@ void retire(DbfIdx* dbf) {
 
 const ClassDescriptor& dbfidx_class() {
   static const auto instances = all_instances();
-  static const auto methods = driver_methods(kMembers);
-  static const ClassDescriptor descriptor("dbfidx", instances, methods, server_properties());
+  static constexpr auto kMethods = driver_methods(kMembers);
+  static constexpr auto kOrder = order_by_name(kMethods);
+  static const ClassDescriptor descriptor("dbfidx", instances, kMethods, server_properties(),
+                                          kOrder);
   static const bool registered = (register_server_class(descriptor), true);
   static_cast<void>(registered);
   return descriptor;

@@ -146,7 +146,7 @@ Var* as_axit(std::int32_t, Var** argv) {
 
 // What the driver can't do: the answer of the member that a class leaves out.
 Var* absent(std::int32_t argc, Var** argv, const char* member) {
-  return fall_back(static_cast<std::size_t>(server_slot(member)))(argc, argv);
+  return answer_for_absent(static_cast<std::size_t>(server_slot(member)), argc, argv);
 }
 
 Var* as_skip(std::int32_t argc, Var** argv) {
@@ -252,8 +252,10 @@ std::vector<InstanceEntry> all_instances() {
 
 const ClassDescriptor& ascirdd_class() {
   static const auto instances = all_instances();
-  static const auto methods = driver_methods(kMembers);
-  static const ClassDescriptor descriptor("ascirdd", instances, methods, server_properties());
+  static constexpr auto kMethods = driver_methods(kMembers);
+  static constexpr auto kOrder = order_by_name(kMethods);
+  static const ClassDescriptor descriptor("ascirdd", instances, kMethods, server_properties(),
+                                          kOrder);
   static const bool registered = (register_server_class(descriptor), true);
   static_cast<void>(registered);
   return descriptor;
