@@ -355,7 +355,7 @@ Var* TMP_LOG(bool value);
 Var* TMP_DATE(std::int32_t day);
 Var* TMP_STR(const char* text);        // points at the caller's text
 Var* TMP_TEXT(std::string_view text);  // owns a copy
-Var* TMP_BUFFER(std::int64_t n);       // owns n zero bytes for the caller to fill
+Var* TMP_BUFFER(std::int64_t n);       // owns n bytes, all of which the caller fills
 Var* TMP_WIN(Window* window);
 Var* TMP_BLOCK(BlockFunction function, Var* const* locals = nullptr, std::int32_t count = 0);
 

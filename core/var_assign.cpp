@@ -1,4 +1,6 @@
 // Typed assignments and temporaries.
+#include <algorithm>
+
 #include "core/classes.h"
 #include "core/errors.h"
 #include "core/memory.h"
@@ -56,10 +58,12 @@ Var* set_word(Var* var, char type, std::int32_t length, std::int32_t word) {
   return v;
 }
 
+constexpr const char* kTooLong = "text exceeds 2147483646 bytes";
+
 // A buffer of n + 1 bytes with a NUL at its end, or null after raising an error.
 char* text_buffer(std::int64_t n) {
   if (n > kMaxTextLength) {
-    RT_ERROR(319, "text exceeds 2147483646 bytes");
+    RT_ERROR(319, kTooLong);
     return nullptr;
   }
   auto* buffer = static_cast<char*>(
@@ -71,6 +75,7 @@ char* text_buffer(std::int64_t n) {
 // The cell's own buffer cut or stretched in place.
 Var* resize_own_text(Var* var, std::int64_t n) {
   if (n + 1 == var->length) return var;
+  if (n > kMaxTextLength) return RT_ERROR(319, kTooLong);
   auto* buffer = static_cast<char*>(MEM_REALLOC(var->text, static_cast<std::size_t>(n) + 1,
                                                 MemPurpose::kText, MemSeverity::kMay));
   if (buffer == nullptr) return RT_ERROR(301, "to copy text");
@@ -246,7 +251,15 @@ Var* TMP_TEXT(std::string_view text) {
   return SET_STR(NEW_TEMP(), text);
 }
 Var* TMP_BUFFER(std::int64_t n) {
-  return SET_STR(NEW_TEMP(), nullptr, n < 0 ? 0 : n);
+  n = std::max<std::int64_t>(n, 0);
+  char* const buffer = text_buffer(n);
+  if (buffer == nullptr) return error_value();
+  buffer[n] = 0;
+  Var* v = NEW_TEMP();
+  v->type = 'C';
+  v->length = static_cast<std::int32_t>(n + 1);
+  v->text = buffer;
+  return v;
 }
 Var* TMP_WIN(Window* window) {
   return SET_WIN(NEW_TEMP(), window);

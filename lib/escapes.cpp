@@ -276,9 +276,10 @@ constexpr HalfTables half_tables(const Pieces& pieces) {
 }
 
 #ifdef __x86_64__
-// How many bytes at the beginning have nothing special among them; some more may follow.
+// Copies what begins a text and has nothing special among it, some bytes of which may be left. What lies behind them in
+// `out` may be written to, as far as the text is long.
 template <typename Notation>
-[[gnu::target("avx2")]] std::size_t plain_bytes_by_halves(std::string_view text) {
+[[gnu::target("avx2")]] std::size_t copy_plain_by_halves(char* out, std::string_view text) {
   static constexpr HalfTables kTables = half_tables(Notation::kPieces);
   const auto* const halves = reinterpret_cast<const __m128i*>(&kTables);
   const __m256i low = _mm256_broadcastsi128_si256(_mm_loadu_si128(halves)),
@@ -291,6 +292,7 @@ template <typename Notation>
     for (std::size_t i = 0; i < kStep; i += sizeof special) {
       const __m256i bytes =
           _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text.data() + at + i));
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + at + i), bytes);
       const __m256i upper = _mm256_and_si256(_mm256_srli_epi16(bytes, 4), half);
       special = _mm256_or_si256(
           special, _mm256_and_si256(_mm256_shuffle_epi8(low, _mm256_and_si256(bytes, half)),
@@ -303,16 +305,15 @@ template <typename Notation>
 #endif
 
 template <typename Notation>
-std::size_t plain_bytes(std::string_view text) {
+std::size_t copy_plain(char* out, std::string_view text) {
 #ifdef __x86_64__
-  if (__builtin_cpu_supports("avx2")) return plain_bytes_by_halves<Notation>(text);
+  if (__builtin_cpu_supports("avx2")) return copy_plain_by_halves<Notation>(out, text);
 #endif
   return 0;
 }
 
 template <typename Notation>
 std::int64_t growth_of(std::string_view text) {
-  text.remove_prefix(plain_bytes<Notation>(text));
   constexpr int kMostBlocks = 255 / Notation::kMostGrowth;  // whose growth a byte can count
   std::int64_t growth = 0;
   while (text.size() >= sizeof(Block)) {
@@ -354,6 +355,12 @@ void escape_sql(ByteBuffer& out, std::string_view text) {
   }
 }
 
+std::size_t copy_plain_html(char* out, std::string_view text) {
+  return copy_plain<Html>(out, text);
+}
+std::size_t copy_plain_url(char* out, std::string_view text) {
+  return copy_plain<Url>(out, text);
+}
 std::int64_t growth_in_html(std::string_view text) {
   return growth_of<Html>(text);
 }

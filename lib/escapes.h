@@ -32,8 +32,10 @@ void escape_tsv(ByteBuffer& out, std::string_view text);
 void escape_sql(ByteBuffer& out, std::string_view text);
 void escape_markdown(ByteBuffer& out, std::string_view text);
 
-// For a text that is written to its place at once: how many bytes longer it becomes, and its writing to a place of just
-// that room.
+// For a text that is written to its place at once: what it begins with and has nothing special in it is copied, up to the
+// number of bytes that comes back; the rest, how many bytes longer it becomes, and its writing to a place of just that room.
+std::size_t copy_plain_html(char* out, std::string_view text);
+std::size_t copy_plain_url(char* out, std::string_view text);
 std::int64_t growth_in_html(std::string_view text);
 std::int64_t growth_in_url(std::string_view text);
 void fill_html(char* out, std::string_view text);

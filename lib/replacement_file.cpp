@@ -55,7 +55,7 @@ void ReplacementFile::drop() {
 bool ReplacementFile::create(mode_t mode) {
   replaces_ = file_ops().stat(target_.c_str(), &former_) == 0;
   if (replaces_ && !S_ISREG(former_.st_mode)) {
-    errno = EINVAL;
+    errno = S_ISDIR(former_.st_mode) ? EISDIR : EINVAL;
     return false;
   }
   const std::string start =

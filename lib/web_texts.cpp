@@ -14,13 +14,25 @@
 namespace tarnel {
 namespace {
 
+struct Escapes {
+  std::size_t (*copy_plain)(char* out, std::string_view text);
+  std::int64_t (*growth_in)(std::string_view text);
+  void (*fill)(char* out, std::string_view text);
+};
+
 // A text with its special bytes replaced, of which most have none.
-Var* escaped(std::string_view text, std::int64_t growth,
-             void (*fill)(char* out, std::string_view text)) {
-  if (growth == 0) return TMP_TEXT(text);
-  Var* result = TMP_BUFFER(static_cast<std::int64_t>(text.size()) + growth);
+Var* escaped(std::string_view text, const Escapes& escapes) {
+  const auto size = static_cast<std::int64_t>(text.size());
+  Var* result = TMP_BUFFER(size);
   if (is_error(result)) return empty_text();
-  fill(result->text, text);
+  const std::size_t plain = escapes.copy_plain(result->text, text);
+  text.remove_prefix(plain);
+  const std::int64_t growth = escapes.growth_in(text);
+  if (growth != 0 && is_error(SET_STR(result, result->text, size + growth))) return empty_text();
+  if (growth == 0)
+    std::copy(text.begin(), text.end(), result->text + plain);
+  else
+    escapes.fill(result->text + plain, text);
   return result;
 }
 
@@ -66,8 +78,7 @@ bool is_header_path(std::string_view path) {
 }  // namespace
 
 Var* htmlesc(std::int32_t argc, Var** argv) {
-  const auto text = text_argument(argc, argv, 0);
-  return escaped(text, growth_in_html(text), fill_html);
+  return escaped(text_argument(argc, argv, 0), {copy_plain_html, growth_in_html, fill_html});
 }
 
 Var* htmlunesc(std::int32_t argc, Var** argv) {
@@ -88,8 +99,7 @@ Var* htmlunesc(std::int32_t argc, Var** argv) {
 }
 
 Var* urlenc(std::int32_t argc, Var** argv) {
-  const auto text = text_argument(argc, argv, 0);
-  return escaped(text, growth_in_url(text), fill_url);
+  return escaped(text_argument(argc, argv, 0), {copy_plain_url, growth_in_url, fill_url});
 }
 
 Var* urldec(std::int32_t argc, Var** argv) {
