@@ -58,6 +58,8 @@ class RuleParser {
 
 std::unique_ptr<Rule> RuleParser::parse() {
   std::vector<std::size_t> markers;
+  rule_->pattern.reserve(8);  // pieces are large to move
+  rule_->result.reserve(16);
   if (!pattern(rule_->pattern, markers, 0)) return nullptr;
   if (!eat("=>")) return fail("a rule has => between its pattern and its result"), nullptr;
   if (rule_->pattern.empty() || rule_->pattern.front().kind != PatternPiece::Kind::kWord)

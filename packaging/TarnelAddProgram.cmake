@@ -14,7 +14,8 @@ function(tarnel_add_program name)
                      DEPENDS Tarnel::tnc ${files} WORKING_DIRECTORY ${folder} VERBATIM)
   add_executable(${name} ${code})
   target_compile_features(${name} PRIVATE cxx_std_20)
-  target_compile_options(${name} PRIVATE -fno-strict-aliasing)
+  # A sum of many operands is nested as deeply.
+  target_compile_options(${name} PRIVATE -fno-strict-aliasing $<$<CXX_COMPILER_ID:Clang>:-fbracket-depth=100000>)
   # The library can be optimised with the program, which takes half a minute: for who asks for it.
   target_link_options(${name} PRIVATE
     $<$<NOT:$<BOOL:$<TARGET_PROPERTY:${name},INTERPROCEDURAL_OPTIMIZATION>>>:-fno-lto>)

@@ -187,8 +187,13 @@ class Translation {
   std::string put_together(const std::string& entry, const std::string& target) {
     std::string text = "// Translated from";
     for (const ProgramTree& tree : trees_) text += " " + shown_path(sources_[file_of(tree)].name);
+    text += ". Changes belong there.\n";
+    // Not every compiler has to take one so long; both that are used do.
+    constexpr std::size_t kLongestText = 65536;
+    if (procedures_.size() > kLongestText)
+      text += "#pragma GCC diagnostic ignored \"-Woverlength-strings\"\n";
     text +=
-        ". Changes belong there.\n#include \"native/program.h\"\n\nextern const "
+        "#include \"native/program.h\"\n\nextern const "
         "tarnel::TranslatedProgram translated_program;\n\nnamespace program {\n\nusing namespace "
         "tarnel;\n\n" +
         declarations_ + "\nnamespace {\n\n" + file_.cells() + "\n" + file_.blocks +
