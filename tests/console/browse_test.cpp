@@ -169,7 +169,7 @@ TEST_F(Browse, MemosAreShownAndEditedByTheUsersEditor) {
   wait_for("│one two");
   type("Enter");
   wait_for("?=help");
-  EXPECT_EQ(read("mode"), "600\n");
+  EXPECT_TRUE(becomes([&] { return read("mode") == "600\n"; })) << read("mode");
   type("Enter");
   wait_for("│three two");
   type("q");
