@@ -63,13 +63,22 @@ class Stretch {
   Stretch& operator=(const Stretch&) = delete;
 
   std::vector<Var*> cells() const { return before_; }
-  // Puts the sorted cells back, unless the array is no longer what it was.
+  // Puts the sorted cells back, unless the array is no longer what it was. Cells that nobody else knows stay where they
+  // are and change their contents: who walks through the array then goes through memory in its order.
   void store(const std::vector<Var*>& order) {
     Var** first = header_->elements + start_;
     if (header_->count < start_ + before_.size() ||
         !std::equal(before_.begin(), before_.end(), first))
       return;
-    std::copy(order.begin(), order.end(), first);
+    constexpr std::uint32_t kOurs = 2;  // the array's and this one's
+    if (!std::ranges::all_of(order, [](const Var* cell) { return cell->refs == kOurs; })) {
+      std::copy(order.begin(), order.end(), first);
+      return;
+    }
+    std::vector<Var> contents;
+    contents.reserve(order.size());
+    for (const Var* cell : order) contents.push_back(*cell);
+    for (std::size_t i = 0; i < contents.size(); ++i) *first[i] = contents[i];
   }
 
  private:
