@@ -116,8 +116,7 @@ class Commands {
     const Piece& piece = kPieces[i];
     directives_.open_piece(
         {PieceKind::kStatements, piece.begin, piece.end, {file_, piece.line, 1}});
-    SourceTokens tokens;
-    while (directives_.next(tokens)) {
+    while (directives_.next(tokens_)) {
     }
     assert(diagnostics_.errors() == 0);
   }
@@ -125,6 +124,7 @@ class Commands {
   SourceFiles files_;
   Diagnostics diagnostics_{files_};
   Directives directives_;
+  SourceTokens tokens_;  // of the last one, whose room the next one takes
   std::int32_t file_ = 0;
   std::bitset<kPieces.size()> loaded_;
   bool all_loaded_ = false;

@@ -51,7 +51,7 @@ class Matcher {
 
   bool sequence(const Pattern& pattern, const Follow* follow);
   void clauses(const Pattern& pattern, std::size_t piece, const Follow* follow);
-  bool clause(const PatternPiece& piece, std::size_t which, const Follow& follow);
+  bool take(const Clause& clause, const Follow& follow);
   bool marker(const Pattern& pattern, std::size_t piece, const Follow* follow);
   bool restricted(const PatternPiece& piece);
   void run();
@@ -109,21 +109,20 @@ void Matcher::clauses(const Pattern& pattern, std::size_t index, const Follow* f
   for (bool again = true; again && !rewriting_.failed();) {
     again = false;
     for (std::size_t i = 0; i < piece.clauses.size() && !at_end() && !again; ++i) {
-      if ((used[i] && !piece.repeats[i]) || !clause(piece, i, behind)) continue;
+      if ((used[i] && !piece.clauses[i].repeats) || !take(piece.clauses[i], behind)) continue;
       used[i] = again = true;
     }
   }
 }
 
 // Takes the clause, or nothing of it.
-bool Matcher::clause(const PatternPiece& piece, std::size_t which, const Follow& follow) {
+bool Matcher::take(const Clause& clause, const Follow& follow) {
   const std::size_t begin = at_;
   std::vector<std::size_t> counts;
-  for (const std::size_t marker : piece.markers[which])
-    counts.push_back(match_.captures[marker].size());
-  const bool took = sequence(piece.clauses[which], &follow) && at_ > begin;
+  for (const std::size_t marker : clause.markers) counts.push_back(match_.captures[marker].size());
+  const bool took = sequence(clause.pattern, &follow) && at_ > begin;
   for (std::size_t i = 0; i < counts.size(); ++i) {
-    auto& captures = match_.captures[piece.markers[which][i]];
+    auto& captures = match_.captures[clause.markers[i]];
     if (!took)
       captures.resize(counts[i]);
     else if (captures.size() == counts[i])
@@ -259,8 +258,8 @@ bool Matcher::begins(const PatternPiece& piece, const SourceToken& token) const 
   if (piece.kind == PatternPiece::Kind::kWord) return is_word(piece, token, rule_.whole_words);
   if (piece.kind == PatternPiece::Kind::kMarker)
     return std::ranges::any_of(piece.among, [&](auto& word) { return is_word(word, token, true); });
-  return std::ranges::any_of(piece.clauses, [&](const Pattern& clause) {
-    for (const PatternPiece& inner : clause) {
+  return std::ranges::any_of(piece.clauses, [&](const Clause& clause) {
+    for (const PatternPiece& inner : clause.pattern) {
       if (begins(inner, token)) return true;
       if (inner.kind != PatternPiece::Kind::kClauses) break;
     }

@@ -58,8 +58,6 @@ class RuleParser {
 
 std::unique_ptr<Rule> RuleParser::parse() {
   std::vector<std::size_t> markers;
-  rule_->pattern.reserve(8);  // pieces are large to move
-  rule_->result.reserve(16);
   if (!pattern(rule_->pattern, markers, 0)) return nullptr;
   if (!eat("=>")) return fail("a rule has => between its pattern and its result"), nullptr;
   if (rule_->pattern.empty() || rule_->pattern.front().kind != PatternPiece::Kind::kWord)
@@ -90,7 +88,7 @@ bool RuleParser::pattern(Pattern& pieces, std::vector<std::size_t>& markers, int
     } else {
       const SourceToken token = literal();
       pieces.push_back(
-          {.key = word_key(token.text), .word = token.text, .is_name = token.is_name()});
+          {.is_name = token.is_name(), .key = word_key(token.text), .word = token.text});
     }
   }
   return true;
@@ -100,17 +98,14 @@ bool RuleParser::pattern(Pattern& pieces, std::vector<std::size_t>& markers, int
 bool RuleParser::clause(Pattern& pieces, std::vector<std::size_t>& markers, int depth) {
   if (depth == kDeepestClause) return fail("clauses in more than 32 clauses");
   ++at_;
-  Pattern inner;
-  std::vector<std::size_t> inside;
-  if (!pattern(inner, inside, depth + 1)) return false;
+  Clause clause;
+  if (!pattern(clause.pattern, clause.markers, depth + 1)) return false;
   if (!eat("]")) return fail("a clause without its closing ]");
-  if (inner.empty()) return fail("an empty clause");
+  if (clause.pattern.empty()) return fail("an empty clause");
   if (pieces.empty() || pieces.back().kind != PatternPiece::Kind::kClauses)
     pieces.push_back({.kind = PatternPiece::Kind::kClauses});
-  markers.insert(markers.end(), inside.begin(), inside.end());
-  pieces.back().clauses.push_back(std::move(inner));
-  pieces.back().markers.push_back(std::move(inside));
-  pieces.back().repeats.push_back(false);
+  markers.insert(markers.end(), clause.markers.begin(), clause.markers.end());
+  pieces.back().clauses.push_back(std::move(clause));
   return true;
 }
 
@@ -150,7 +145,7 @@ bool RuleParser::marker_kind(PatternPiece& piece) {
     if (!has() || is(">") || is(",")) return false;
     const SourceToken& token = tokens_[at_++];
     piece.among.push_back(
-        {.key = word_key(token.text), .word = token.text, .is_name = token.is_name()});
+        {.is_name = token.is_name(), .key = word_key(token.text), .word = token.text});
   } while (eat(","));
   return true;
 }
@@ -159,13 +154,13 @@ bool RuleParser::result(Result& pieces, std::vector<std::size_t>& markers, bool 
   while (has() && !(repeated && is("]"))) {
     if (is("[")) {
       if (repeated) return fail("a repeated part within one");
-      ResultPiece part{.kind = ResultPiece::Kind::kRepeated};
+      auto part = std::make_unique<RepeatedPart>();
       ++at_;
-      if (!result(part.pieces, part.markers, true)) return false;
+      if (!result(part->result, part->markers, true)) return false;
       if (!eat("]")) return fail("a repeated part without its closing ]");
-      if (part.markers.empty()) return fail("a repeated part without a marker");
-      repeated_.insert(repeated_.end(), part.markers.begin(), part.markers.end());
-      pieces.push_back(std::move(part));
+      if (part->markers.empty()) return fail("a repeated part without a marker");
+      repeated_.insert(repeated_.end(), part->markers.begin(), part->markers.end());
+      pieces.push_back({.kind = ResultPiece::Kind::kRepeated, .part = std::move(part)});
       continue;
     }
     const std::size_t before = at_;
@@ -221,11 +216,11 @@ std::optional<ResultPiece> RuleParser::result_marker() {
 
 void RuleParser::let_clauses_repeat(Pattern& pieces) {
   for (PatternPiece& piece : pieces)
-    for (std::size_t i = 0; i < piece.clauses.size(); ++i) {
-      piece.repeats[i] = std::ranges::any_of(piece.markers[i], [this](std::size_t marker) {
+    for (Clause& clause : piece.clauses) {
+      clause.repeats = std::ranges::any_of(clause.markers, [this](std::size_t marker) {
         return std::ranges::find(repeated_, marker) != repeated_.end();
       });
-      let_clauses_repeat(piece.clauses[i]);
+      let_clauses_repeat(clause.pattern);
     }
 }
 

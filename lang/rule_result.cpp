@@ -16,7 +16,7 @@ class ResultMaker {
 
  private:
   bool marker(const ResultPiece& piece, std::size_t round);
-  bool repeated(const ResultPiece& piece);
+  bool repeated(const RepeatedPart& part);
   bool text(Tokens tokens);
   bool smart_text(Tokens tokens);
   void block(Tokens tokens);
@@ -38,7 +38,7 @@ bool ResultMaker::all(const Result& pieces, std::size_t round) {
   for (const ResultPiece& piece : pieces) {
     const std::size_t first = made_.size();
     if (piece.kind == ResultPiece::Kind::kRepeated) {
-      if (!repeated(piece)) return false;
+      if (!repeated(*piece.part)) return false;
       continue;
     }
     if (piece.kind == ResultPiece::Kind::kToken) {
@@ -55,16 +55,16 @@ bool ResultMaker::all(const Result& pieces, std::size_t round) {
 }
 
 // A round in which none of its markers matched makes nothing: their clause stood within one that did.
-bool ResultMaker::repeated(const ResultPiece& piece) {
+bool ResultMaker::repeated(const RepeatedPart& part) {
   std::size_t rounds = 0;
-  for (const std::size_t marker : piece.markers)
+  for (const std::size_t marker : part.markers)
     rounds = std::max(rounds, match_.captures[marker].size());
   for (std::size_t round = 0; round < rounds; ++round) {
-    const bool matched = std::ranges::any_of(piece.markers, [&](std::size_t marker) {
+    const bool matched = std::ranges::any_of(part.markers, [&](std::size_t marker) {
       const auto& captures = match_.captures[marker];
       return captures.size() == rounds && !captures[round].empty();
     });
-    if (matched && !all(piece.pieces, round)) return false;
+    if (matched && !all(part.result, round)) return false;
   }
   return true;
 }

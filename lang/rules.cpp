@@ -42,7 +42,7 @@ void RuleBook::add_words(const Pattern& pattern) {
       if (std::ranges::find(same, piece.word) == same.end()) same.push_back(piece.word);
     }
     add_words(piece.among);
-    for (const Pattern& clause : piece.clauses) add_words(clause);
+    for (const Clause& clause : piece.clauses) add_words(clause.pattern);
   }
 }
 

@@ -26,22 +26,28 @@ enum class MarkerKind : std::uint8_t { kExpression, kList, kRestricted, kWild, k
 struct PatternPiece;
 using Pattern = std::vector<PatternPiece>;
 
+struct Clause {
+  Pattern pattern;
+  std::vector<std::size_t> markers;  // in it
+  bool repeats = false;              // may it match more than once?
+};
+
+// Small, since a page reads a dozen rules with ten pieces each.
 struct PatternPiece {
   enum class Kind : std::uint8_t { kWord, kMarker, kClauses } kind = Kind::kWord;
   MarkerKind marker_kind = MarkerKind::kExpression;
-  std::uint32_t key = 0;       // of the word
-  std::string_view word = {};  // a word or sign
   bool is_name = false;
-  std::size_t marker = 0;                              // its number
-  Pattern among = {};                                  // the words of a restricted marker
-  std::vector<Pattern> clauses = {};                   // that stand side by side, in any order
-  std::vector<std::vector<std::size_t>> markers = {};  // in each of them
-  std::vector<bool> repeats = {};                      // may the clause match more than once?
+  std::uint32_t key = 0;             // of the word
+  std::string_view word = {};        // a word or sign
+  std::size_t marker = 0;            // its number
+  Pattern among = {};                // the words of a restricted marker
+  std::vector<Clause> clauses = {};  // that stand side by side, in any order
 };
 
 enum class ResultForm : std::uint8_t { kAsItIs, kText, kTexts, kSmartTexts, kBlocks, kLogical };
 
 struct ResultPiece;
+struct RepeatedPart;
 using Result = std::vector<ResultPiece>;
 
 struct ResultPiece {
@@ -49,8 +55,12 @@ struct ResultPiece {
   ResultForm form = ResultForm::kAsItIs;
   SourceToken token = {};  // of a marker its gap
   std::size_t marker = 0;
-  Result pieces = {};                     // of a repeated part
-  std::vector<std::size_t> markers = {};  // in it
+  std::unique_ptr<RepeatedPart> part = {};
+};
+
+struct RepeatedPart {
+  Result result;
+  std::vector<std::size_t> markers;  // in it
 };
 
 struct Rule {
