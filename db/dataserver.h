@@ -252,11 +252,13 @@ inline constexpr auto kFallBacks = []<std::size_t... Slots>(std::index_sequence<
 }
 (std::make_index_sequence<kServerSlots>());
 
-// One member that a driver implements. A null function: planned, the fall-back stands meanwhile.
+// One member that a driver implements. One that isn't given is planned: the fall-back stands meanwhile. (Its null function
+// doesn't tell: with sanitizers the compiler compares no function with null.)
 struct DriverMember {
   const char* name;
   char kind;
   Callable function;
+  bool given = true;
 };
 
 // Number of slots of a driver: those of dataserver, and one more for each of its members.
@@ -294,7 +296,7 @@ consteval std::array<MethodEntry, kServerSlots + N> driver_methods(
     if (slot >= 0) {
       const auto at = static_cast<std::size_t>(slot);
       methods[kServerSlots + i] = methods[at];
-      if (m.function != nullptr) methods[at] = {m.name, m.function, m.kind, 1};
+      if (m.given) methods[at] = {m.name, m.function, m.kind, 1};
     } else {
       methods[kServerSlots + i] = {m.name, m.function, m.kind, 1};
     }

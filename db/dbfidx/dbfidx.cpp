@@ -11,7 +11,7 @@ namespace tarnel {
 namespace {
 
 #define MEMBER_ROW(name, kind, function) {name, kind, function},
-#define PLANNED_ROW(name, kind) {name, kind, nullptr},
+#define PLANNED_ROW(name, kind) {name, kind, nullptr, false},
 constexpr DriverMember kMembers[] = {DBFIDX_MEMBERS(MEMBER_ROW, PLANNED_ROW)};
 #undef MEMBER_ROW
 #undef PLANNED_ROW
