@@ -29,6 +29,9 @@ bool lies_below(std::string_view path, std::string_view folder);
 
 class SourceFiles {
  public:
+  SourceFiles() = default;
+  SourceFiles(const SourceFiles&) = delete;  // places and tokens point into its texts
+  SourceFiles& operator=(const SourceFiles&) = delete;
   // Reads a file, of which the number comes back; -1 with words in `fault`, to stand behind its name, for one
   // that can't be read, is no regular file or is too large. A file that was read before is the same one; it
   // counts again, since the whole is what a program makes anyone go through.

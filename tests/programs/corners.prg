@@ -24,6 +24,7 @@ PROCEDURE main
   RECOVER USING y
     ? y
   END
+  elements()
   dbcreate("one", {{"N", "N", 5, 0}})
   dbcreate("two", {{"N", "N", 5, 0}})
   dbusearea(.t., , "one")
@@ -53,3 +54,9 @@ EXIT PROCEDURE e2
   ? "e2"
 FUNCTION statics
 RETURN 1
+* An element that an expression has taken goes with its value where the rest of the expression sorts.
+PROCEDURE elements
+  LOCAL p := {3, 1, 2}, q := {3, 1, 2}, r := {3, 1, 2}, s := {3, 1, 2}
+  q[1] += asort(q)[3]
+  r[1] := asort(r)[2]
+  ? p[1] + asort(p)[1], q[3], r[3], {s[1], asort(s)[1]}[1], max(s[3], asort(s, , , {|x, y| x > y})[3])
