@@ -91,6 +91,7 @@ class ClassDescriptor {
                   std::span<const MethodEntry> methods,
                   std::span<const PropertyEntry> properties = {},
                   std::span<const std::int16_t> order = {});
+  ~ClassDescriptor() { DEL_VAR(method_array_); }  // objects that there still are share its body
   ClassDescriptor(const ClassDescriptor&) = delete;
   ClassDescriptor& operator=(const ClassDescriptor&) = delete;
 
