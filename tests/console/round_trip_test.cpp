@@ -16,8 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kPages[] = {"auto",  "utf-8",  "latin1", "cp437", "cp850",
-                                  "cp852", "cp1250", "cp1251", "cp1252"};
 constexpr const char* kWholePages[] = {"cp437", "latin1", "cp852",
                                        "cp866"};  // in which all bytes are characters
 
