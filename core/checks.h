@@ -6,7 +6,7 @@
 //                                      again, so that a stale pointer meets the poison
 //   kMaxReleaseDepth                   bodies are put off instead of released by recursion
 //   kMostKeysAPage                     pages of orders are split at three keys
-//   KeyTree::check_tree                keys and their count, after each change of a small tree
+//   KeyTree::check_tree                keys and their count, after each change of a small tree; not for damaged_orders
 //   check_runtime                      cells, stacks and frames, at the end of each procedure
 //   RecordBuffer::check_invariant      the record in memory, after each of its transitions
 //   check_table (lock/locks.cpp)       what is believed of a shared table, when its lock is given back
@@ -30,6 +30,9 @@ inline constexpr std::size_t kSlabCells = kChecked ? 3 : 64;
 inline constexpr std::size_t kQuarantine = kChecked ? 5000 : 0;
 inline constexpr std::uint32_t kMostKeysAPage = kChecked ? 3 : 0xFFFFFFFF;
 inline constexpr int kMaxReleaseDepth = kChecked ? 3 : 200;
+
+// Orders are damaged on purpose: nobody knows what keys are then in them.
+inline bool damaged_orders = false;
 
 // Says what does not hold, and aborts.
 [[noreturn]] void check_failed(const char* what);

@@ -14,14 +14,7 @@
 #include "core/runtime.h"
 #include "core/text.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define TARNEL_POISON_GUARDS 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TARNEL_POISON_GUARDS 1
-#endif
-#endif
-#ifdef TARNEL_POISON_GUARDS
+#ifdef TARNEL_SANITIZE
 #include <sanitizer/asan_interface.h>
 #endif
 
@@ -82,7 +75,7 @@ std::uint32_t size_of(const unsigned char* block) {
 
 // The guards lie inside the block that the sanitizer knows, so it is told that they are off limits.
 void guard_access(unsigned char* block, bool open) {
-#ifdef TARNEL_POISON_GUARDS
+#ifdef TARNEL_SANITIZE
   unsigned char* guard = user_of(block) + size_of(block);
   if (open)
     __asan_unpoison_memory_region(guard, 2);

@@ -6,6 +6,7 @@
 #include <initializer_list>
 
 #include "core/blocks.h"
+#include "core/checks.h"
 #include "core/core_modules.h"
 #include "core/error_object.h"
 #include "core/stacks.h"
@@ -26,6 +27,7 @@ inline Var* call(const char* function, std::initializer_list<Var*> arguments = {
 inline void start_in_folder() {
   static constexpr auto kModules = join_modules(kDbModules, kLibModules, kCoreModules);
   static constexpr auto kFunctions = link_functions<count_functions(kModules)>(kModules);
+  damaged_orders = true;
   init_macro();
   start_library({kFunctions.table(), kModules});
   init_db();

@@ -30,7 +30,7 @@ TEST(Memory, WhatCannotBeHadGivesNullAndLeavesTheOldBlock) {
   MEM_FREE(block);
 }
 
-#ifndef __SANITIZE_ADDRESS__  // the sanitizer stops these faults before the guards see them
+#ifndef TARNEL_SANITIZE  // the sanitizer stops these faults before the guards see them
 std::string trace_of(void (*work)()) {
   int ends[2];
   if (pipe(ends) != 0) return "no pipe";

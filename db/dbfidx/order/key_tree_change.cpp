@@ -172,7 +172,9 @@ bool KeyTree::set_record(std::uint32_t recno) {
 // The checks build walks small trees after each change.
 void KeyTree::check_tree() {
   constexpr std::uint32_t kMost = 200;
-  if (failed_ >= 0 || foreign_ || header_.keyCount > kMost || collation_ != collation()) return;
+  if (damaged_orders || failed_ >= 0 || foreign_ || header_.keyCount > kMost ||
+      collation_ != collation())
+    return;
   std::uint8_t before[idx::kEntryHead + idx::kMaxKeyBytes];
   std::uint32_t n = 0;
   for (bool on = go_first(); on; on = exclusive() ? step_anywhere() : step_forward(), ++n) {
