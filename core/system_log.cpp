@@ -20,6 +20,9 @@ namespace {
 constexpr std::size_t kMostBytes = 32 * 1024;  // of a line
 constexpr std::size_t kTimeBytes = 15;         // "Nov 26 01:45:00"
 
+// The line, in room of its own: some are about memory that there isn't. Apart from the state, of which each run needs all.
+char log_room[kMostBytes + 512];
+
 struct SystemLog {
   const char* ident = program_invocation_short_name;
   int options = 0, facility = LOG_USER;
@@ -28,20 +31,18 @@ struct SystemLog {
   void (*writer)(int, std::string_view) = nullptr;
   time_t second = -1;   // whose text `clock` is
   char clock[26] = {};  // as asctime() writes it
-  // The line, in room of its own: some are about memory that there isn't.
-  char line[kMostBytes + 512];
   std::size_t length = 0;
 
   void append(std::string_view text) {
-    const std::size_t n = std::min(text.size(), sizeof line - length);
-    std::memcpy(line + length, text.data(), n);
+    const std::size_t n = std::min(text.size(), sizeof log_room - length);
+    std::memcpy(log_room + length, text.data(), n);
     length += n;
   }
   void append_number(long number) {
     char digits[24];
     append({digits, static_cast<std::size_t>(std::snprintf(digits, sizeof digits, "%ld", number))});
   }
-  std::string_view text() const { return {line, length}; }
+  std::string_view text() const { return {log_room, length}; }
 } state;
 
 bool connect_log() {
