@@ -42,7 +42,6 @@ bool texts_hold(Relation relation, std::string_view a, std::string_view b) {
 }
 
 bool numbers_hold(Relation relation, const Var* left, const Var* right) {
-  if (left->type == 'I' && right->type == 'I') return holds(relation, left->i, right->i);
   if (left->type == 'L') return holds<int>(relation, left->i, truth_of(right) ? 1 : 0);
   return holds(relation, number_of(left), number_of(right));
 }

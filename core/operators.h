@@ -72,9 +72,16 @@ bool holds(Relation relation, T a, T b) {
   return false;
 }
 
+// Of the two usual kinds of number, which are fields and constants of texts.
+inline bool is_plain_number(const Var* v) {
+  return v->type == 'N' || v->type == 'I';
+}
+inline double plain_number(const Var* v) {
+  return v->type == 'N' ? v->num : v->i;
+}
 [[gnu::always_inline]] inline Var* compare_cells(Relation relation, Var* left, Var* right) {
-  if (left->type == 'N' && right->type == 'N')
-    return logical(holds(relation, left->num, right->num));
+  if (is_plain_number(left) && is_plain_number(right))
+    return logical(holds(relation, plain_number(left), plain_number(right)));
   return compare(relation, left, right);
 }
 }  // namespace detail

@@ -94,7 +94,11 @@ Var* EVAL_BLOCK(std::int32_t argc, Var** argv) {
       argv[i]->sclass = argv[i]->sclass == 'T' ? 'N' : 'n';
   if (code->expands) return evaluate(code->text(), true, arguments);
   const std::int32_t mark = temp_top();
-  return keep_temp(mark, run_code(*code, code->text(), arguments));
+  Var* const result = run_code(*code, code->text(), arguments);
+  // What a condition gives needs no place among the temporaries: scans come here for each record.
+  if (result->sclass != 'C') return keep_temp(mark, result);
+  POP_TEMPS(mark);
+  return result;
 }
 
 void init_macro() {
