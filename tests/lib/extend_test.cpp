@@ -1,5 +1,10 @@
 #include "lib/extend.h"
 
+#include <algorithm>
+#include <limits>
+#include <utility>
+#include <vector>
+
 #include "lib/array_functions.h"
 #include "tests/lib/call.h"
 
@@ -70,6 +75,35 @@ TEST_F(Extend, WalksEndAtTheTenthLevel) {
   }
   const ExtendCall call(1, &array);
   EXPECT_EQ(PARINFA(1, {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1}) & kParArray, kParArray);
+}
+
+// Their decimals tell equal ones apart.
+TEST_F(Extend, ManyNumbersAreSortedAsFewAre) {
+  constexpr double kHuge = std::numeric_limits<double>::infinity();
+  constexpr double kValues[] = {0, -0.0, 1, -1, 0.1, -0.1, 5e-324, -1e308, 1e308, -kHuge, kHuge, 7};
+  for (const std::int32_t count : {100, 3000}) {
+    Var* array = cscreara(NEW_TEMP(), count, kAllNil);
+    std::vector<std::pair<double, int>> sorted;
+    unsigned random = 1;
+    for (std::int32_t i = 1; i <= count; ++i) {
+      random = random * 1103515245 + 12345;
+      const unsigned choice = random >> 16;
+      const bool common = choice % 3 == 0;
+      const double value = common ? kValues[choice / 3 % std::size(kValues)] : choice % 700 - 350.0;
+      if (common)
+        SET_NUM(element(array, i), value, i % 10);
+      else
+        SET_INT(element(array, i), static_cast<std::int32_t>(value));
+      sorted.emplace_back(value, common ? i % 10 : 0);
+    }
+    std::ranges::stable_sort(sorted, {}, &std::pair<double, int>::first);
+    asort(1, &array);
+    for (std::int32_t i = 1; i <= count; ++i) {
+      const auto& [value, decimals] = sorted[static_cast<std::size_t>(i - 1)];
+      ASSERT_EQ(number_of(element(array, i)), value) << i;
+      ASSERT_EQ(element(array, i)->decimals, decimals) << i;
+    }
+  }
 }
 
 TEST_F(Extend, SortingKeepsElementsWhateverTheBlockSays) {
