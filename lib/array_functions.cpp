@@ -122,8 +122,8 @@ struct NumberCell {
   Var* cell;
 };
 
-// Byte by byte from the lowest, which leaves equal ones as they stand: a twentieth of the time of comparisons, of which
-// the processor foresees none.
+// Byte by byte from the lowest, which leaves equal ones as they stand. Comparisons take longer: the processor foresees
+// none of them.
 std::vector<Var*> sorted_numbers(const std::vector<Var*>& cells) {
   std::vector<NumberCell> order(cells.begin(), cells.end()), other = order;
   for (int shift = 0; shift < 64; shift += 8) {
