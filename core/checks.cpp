@@ -78,7 +78,7 @@ void check_runtime() {
     check_cell(entry.shadowed);
     check_cell(symbol_var(entry.sym));
   }
-  check_cell(f->result);
+  if (f->result != nullptr) check_cell(f->result);
 }
 
 }  // namespace tarnel

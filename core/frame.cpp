@@ -13,7 +13,7 @@
 namespace tarnel {
 
 namespace detail {
-Frame base_frame{-1, 0, 0, -1, -1, nullptr, "", "", 0, 0, nullptr, nullptr, nullptr, -2};
+Frame base_frame{-1, 0, 0, -1, "", nullptr, "", 0, -2, 0, nullptr, nullptr, nullptr};
 Frame* frame = &base_frame;
 }  // namespace detail
 
@@ -32,6 +32,13 @@ Var* empty_parameter(Var* c, char type) {
 }
 
 }  // namespace
+
+// The result may be bound. It is among the temporaries then.
+void detail::end_bindings(const Frame* ended, Var* result) {
+  PUSH_TEMP(result);
+  ++result->refs;
+  POP_VARSTACK(ended->var_entry);
+}
 
 Var* detail::tell_wrong_result(Var* result, char expected) {
   if (!types_compatible(result->type, expected))

@@ -35,17 +35,16 @@ struct Frame {
   std::int32_t line;  // -1: of the runtime's own library, hidden from walks of the chain
   std::int32_t temp_mark;
   std::int32_t temp_entry;
-  std::int32_t var_top;
   std::int32_t var_entry;
-  Var* result;
   const char* module;
+  Frame* prev;
   const char* proc;
   std::int32_t saved_level;
+  std::int32_t method_scope;  // -2 outside methods
   std::int32_t argc;
-  Frame* prev;
+  Var* result;  // of a procedure that ends without RETURN; null: NIL
   const FrameName* local_names;
   const FrameName* static_names;
-  std::int32_t method_scope;  // -2 outside methods
 };
 
 constexpr char kQuiet = '\x80';  // flag in a parameter's type letter: no message, fields allowed
@@ -56,6 +55,7 @@ namespace detail {
 extern Frame base_frame;
 extern Frame* frame;
 Var* bind_parameter(std::int32_t argc, std::int32_t i, Var** argv, char letter);
+void end_bindings(const Frame* ended, Var* result);
 Var* tell_wrong_result(Var* result, char expected);
 }  // namespace detail
 
@@ -72,22 +72,34 @@ inline std::int32_t activation_level() {
 // [0] `frame` becomes the current one and must stay where it is up to END_PROC.
 inline void BEGIN_PROC(Frame* frame, const char* module, const char* proc, std::int32_t line,
                        std::int32_t argc) {
-  const std::int32_t temps = temp_top(), vars = varstack_top();
-  *frame = {line, temps,         temps, vars,          vars,    nil_value(), module,
-            proc, detail::level, argc,  detail::frame, nullptr, nullptr,     -2};
-  ++detail::level;
+  const std::int32_t temps = temp_top(), level = detail::level;
+  *frame = {.line = line,
+            .temp_mark = temps,
+            .temp_entry = temps,
+            .var_entry = varstack_top(),
+            .module = module,
+            .prev = detail::frame,
+            .proc = proc,
+            .saved_level = level,
+            .method_scope = -2,
+            .argc = argc,
+            .result = nullptr,
+            .local_names = nullptr,
+            .static_names = nullptr};
+  detail::level = level + 1;
   detail::frame = frame;
 }
 // [back to the height at entry, then 1: the result; 201] The error is for a result of another type than
 // `expected` ('U': any). Ends the bindings of the procedure. REQUIRES: `frame` is the current one.
-inline Var* END_PROC(Frame* frame, char expected) {
+inline Var* END_PROC(Frame* frame, Var* result, char expected) {
   assert(frame == detail::frame);
   if (kChecked) check_runtime();
-  Var* const result = frame->result;
-  ++result->refs;
-  if (varstack_top() > frame->var_entry) POP_VARSTACK(frame->var_entry);
-  POP_TEMPS(frame->temp_entry);
-  PUSH_TEMP(result);
+  if (varstack_top() > frame->var_entry) detail::end_bindings(frame, result);
+  const std::int32_t entry = frame->temp_entry;
+  if (temp_top() > entry && temp_at(entry) == result) [[likely]]
+    POP_TEMPS(entry + 1);
+  else
+    detail::keep_one(entry, result);
   detail::level = frame->saved_level;
   detail::frame = frame->prev;
   return expected == 'U' ? result : detail::tell_wrong_result(result, expected);
@@ -137,6 +149,14 @@ Frame* frame_at(std::int32_t n);
 // are then those of `frame`. To be called before the native stack is left, since the frames lie in it.
 void leave_procedures(Frame* frame, std::int32_t vars);
 
+namespace detail {
+// The by-value form of a result: ARG_VAR, with the usual case where it is called.
+inline Var* own_result(Var* value) {
+  if (value->sclass != 'N' || !has_plain_type(value)) return ARG_VAR(value);
+  return init_cell(push_cell(), 'T', value->type, value->length, value->decimals, value->bits);
+}
+}  // namespace detail
+
 // A procedure that runs. When a break leaves it nothing is left to be done: its frame was taken off
 // the chain before the break began to travel.
 class Procedure {
@@ -168,10 +188,11 @@ class Procedure {
 
   // RETURN x, and falling off the end. To be called once, last. A constant needs no copy: nobody writes to it.
   Var* result(Var* value, char expected = 'U') {
-    frame_.result = value->sclass == 'C' ? value : ARG_VAR(value);
-    return END_PROC(&frame_, expected);
+    return END_PROC(&frame_, value->sclass == 'C' ? value : detail::own_result(value), expected);
   }
-  Var* end(char expected = 'U') { return END_PROC(&frame_, expected); }
+  Var* end(char expected = 'U') {
+    return END_PROC(&frame_, frame_.result != nullptr ? frame_.result : nil_value(), expected);
+  }
 
  private:
   Frame frame_;

@@ -75,7 +75,6 @@ void start(const Program& program) {
   init_stacks();
   init_symbols();
   init_constants();
-  base_frame()->result = nil_value();
   LINK_MODULES(program);
   call_hook("programini");
   run(state.hooks.setup);

@@ -18,6 +18,13 @@ std::int32_t varstack_top = -1;
       temps.slots, static_cast<std::size_t>(capacity) * sizeof(Var*), MemPurpose::kTemporaries));
   temps.capacity = capacity;
 }
+
+Var* keep_one(std::int32_t mark, Var* result) {
+  if (temps.top == mark + 1 && temps.slots[mark] == result) return result;
+  ++result->refs;
+  POP_TEMPS(mark);
+  return PUSH_TEMP(result);
+}
 }  // namespace detail
 
 namespace {
@@ -59,7 +66,6 @@ std::int32_t PUSH_VARSTACK(std::int32_t sym, Var* var) {
     var->level = activation_level();
   }
   symbol_at(sym).var = var;
-  current_frame()->var_top = vars.top;
   return sym;
 }
 

@@ -2,6 +2,7 @@
 // bound to another cell for the time of a procedure.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 #include "core/var.h"
@@ -18,6 +19,7 @@ struct TempStack {
 extern TempStack temps;
 extern std::int32_t varstack_top;
 void more_temps();
+Var* keep_one(std::int32_t mark, Var* result);
 }  // namespace detail
 
 // --- Temporary stack. Marks are stack heights.
@@ -28,11 +30,23 @@ inline Var* temp_at(std::int32_t slot) {  // null for a slot that was dropped
   return detail::temps.slots[slot];
 }
 inline Var* PUSH_TEMP(Var* var) {  // the stack takes over one reference
-  if (detail::temps.top + 1 == detail::temps.capacity) detail::more_temps();
+  if (detail::temps.top == detail::temps.capacity) detail::more_temps();
   return detail::temps.slots[detail::temps.top++] = var;
 }
+namespace detail {
+inline Var* push_cell() {
+  if (temps.top == temps.capacity) [[unlikely]]
+    more_temps();
+  return temps.slots[temps.top++] = GET_CELL();
+}
+}  // namespace detail
 inline Var* NEW_TEMP() {  // class T, type U
-  return PUSH_TEMP(NEW_VAR('T', 'U'));
+  return detail::init_cell(detail::push_cell(), 'T', 'U');
+}
+// Class T, type N.
+inline Var* NEW_NUMBER(double value, std::int32_t length, std::uint8_t decimals) {
+  return detail::init_cell(detail::push_cell(), 'T', 'N', length, decimals,
+                           std::bit_cast<std::uint64_t>(value));
 }
 // Releases one slot; the top does not move. It is emptied first: releasing an object runs its destructor, which uses
 // the stack.
@@ -49,10 +63,14 @@ inline void POP_TEMPS(std::int32_t mark) {
 
 // Cuts the temporaries back to `mark` but keeps `result`, which ends on top. temps: mark + 1.
 inline Var* keep_temp(std::int32_t mark, Var* result) {
-  if (mark + 1 == detail::temps.top && detail::temps.slots[mark] == result) return result;
-  ++result->refs;
-  POP_TEMPS(mark);
-  return PUSH_TEMP(result);
+  detail::TempStack& temps = detail::temps;
+  if (temps.top != mark + 2 || temps.slots[mark + 1] != result) [[unlikely]]
+    return detail::keep_one(mark, result);
+  Var* const other = temps.slots[mark];  // in most cases there is one
+  temps.slots[mark] = result;
+  temps.top = mark + 1;
+  DEL_VAR(other);
+  return result;
 }
 
 // Drops the temporaries made while it lives.

@@ -50,6 +50,7 @@ struct Var {
   char type;
   char sclass;
   std::uint8_t decimals;
+  std::uint8_t unused;  // written, so that the first eight bytes of a new cell are one write
   std::int32_t length;  // C M: bytes with the NUL; N F I: display width, -1 none; D 8; L 1; ? bytes
   std::uint32_t refs;
   std::int32_t name;  // Symbol index, -1 none; in a field cell the zero-based field number
@@ -210,9 +211,17 @@ std::int32_t truncate_to_int(double d);
 // numbers and logicals among themselves, the two kinds of block, and O with u.
 bool types_compatible(char a, char b);
 
-// A value that lies in its cell alone.
+// A number, logical or date: a value that lies in its cell alone.
+inline bool has_plain_type(const Var* v) {
+  // Letters differ in these six bits.
+  constexpr auto bit_of = [](char type) { return std::uint64_t{1} << (type & 63); };
+  constexpr std::uint64_t kPlain =
+      bit_of('N') | bit_of('F') | bit_of('I') | bit_of('L') | bit_of('D');
+  return (kPlain >> (v->type & 63) & 1) != 0;
+}
+// The same or NIL.
 inline bool is_plain(const Var* v) {
-  return is_number_or_logical(v) || v->type == 'D' || (v->type == 'U' && v->sclass != 'U');
+  return has_plain_type(v) || (v->type == 'U' && v->sclass != 'U');
 }
 // A plain value with the form in which it is shown.
 inline Var* copy_shown(Var* target, const Var* source) {
@@ -226,7 +235,8 @@ inline Var* copy_shown(Var* target, const Var* source) {
 
 // --- Cell life.
 inline Var* GET_CELL() {
-  if (kChecked || detail::free_cells == nullptr) return detail::new_cell();
+  if (kChecked || detail::free_cells == nullptr) [[unlikely]]
+    return detail::new_cell();
   Var* const cell = detail::free_cells;
   detail::free_cells = static_cast<Var*>(cell->raw);
   return cell;
@@ -237,20 +247,26 @@ inline void PUT_CELL(Var* cell) {
   detail::free_cells = cell;
 }
 
-// A cell of the given class and type with one reference, level = activation level, no name.
-inline Var* NEW_VAR(char sclass, char type) {
-  Var* const v = GET_CELL();
+namespace detail {
+inline Var* init_cell(Var* v, char sclass, char type, std::int32_t length = 0,
+                      std::uint8_t decimals = 0, std::uint64_t bits = 0) {
   v->type = type;
   v->sclass = sclass;
-  v->decimals = 0;
-  v->length = 0;
+  v->decimals = decimals;
+  v->unused = 0;
+  v->length = length;
   v->refs = 1;
   v->name = -1;
-  v->owner = nullptr;
   v->level = detail::level;
-  v->bits = 0;
+  v->bits = bits;
   v->bits2 = 0;
   return v;
+}
+}  // namespace detail
+
+// A cell of the given class and type with one reference, level = activation level, no name.
+inline Var* NEW_VAR(char sclass, char type) {
+  return detail::init_cell(GET_CELL(), sclass, type);
 }
 
 // The by-value form of an argument: a cell of class exactly T as it is, any other copied into a new
@@ -275,11 +291,11 @@ inline Var* CPY_VAR(Var* target, Var* source) {
 void drop_last_reference(Var* var);  // the rare part of DEL_VAR
 // Drops one reference; at the last one the contents die, for an object after its method axit.
 inline void DEL_VAR(Var* var) {
-  if (var != nullptr && var->refs > 1)
-    --var->refs;
-  else if (var != nullptr && !kChecked && var->refs == 1 && is_plain(var) &&
-           (var->sclass == 'T' || var->sclass == 'N'))
+  if (var != nullptr && !kChecked && var->refs == 1 && is_plain(var) &&
+      (var->sclass == 'T' || var->sclass == 'N')) [[likely]]
     PUT_CELL(var);
+  else if (var != nullptr && var->refs > 1)
+    --var->refs;
   else
     drop_last_reference(var);
 }

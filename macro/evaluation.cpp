@@ -16,6 +16,7 @@ constexpr std::size_t kUsualStack = std::size_t{8} << 20;
 constexpr std::size_t kReserve = std::size_t{1} << 20;
 
 std::size_t stack_size = kUsualStack;
+const char* usual_room = nullptr;
 
 std::size_t reserve() {
   return std::min(kReserve, stack_size / 2);
@@ -23,7 +24,7 @@ std::size_t reserve() {
 
 bool stack_is_short() {
   const char* here = static_cast<const char*>(__builtin_frame_address(0));
-  if (here >= detail::evaluator.room_above) return false;
+  if (here >= usual_room) return false;
   const auto used =
       static_cast<std::size_t>(std::max<std::ptrdiff_t>(detail::evaluator.stack_base - here, 0));
   return used > stack_size - reserve() / (errors_in_progress() > 0 ? 2 : 1);
@@ -40,11 +41,17 @@ bool may_evaluate() {
   if (!stack_is_short()) return true;
   RT_ERROR(309, kNestedTooDeeply);
   evaluator.leaving = true;
+  evaluator.room_above = reinterpret_cast<const char*>(UINTPTR_MAX);
   return false;
 }
 
 bool is_left() {
   return errors_in_progress() == 0;
+}
+
+void end_leaving() {
+  evaluator.leaving = false;
+  evaluator.room_above = usual_room;
 }
 
 }  // namespace detail
@@ -54,7 +61,8 @@ void measure_stack() {
   rlimit limit{};
   if (getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY)
     stack_size = std::min<std::size_t>(limit.rlim_cur, kUsualStack);
-  detail::evaluator.room_above = detail::evaluator.stack_base - (stack_size - reserve());
+  usual_room = detail::evaluator.stack_base - (stack_size - reserve());
+  detail::evaluator.room_above = usual_room;
 }
 
 }  // namespace tarnel

@@ -11,13 +11,14 @@ inline constexpr std::string_view kNestedTooDeeply = "evaluations are nested too
 namespace detail {
 struct EvaluatorState {
   const char* stack_base;
-  const char* room_above;  // a frame that is not below it has room in every case
+  const char* room_above;  // a frame that isn't below it has room; while leaving none has
   int depth;
   bool leaving;  // an evaluation was too deep: all around it end without a further error
 };
 extern EvaluatorState evaluator;
 bool may_evaluate();  // may raise 309
 bool is_left();
+void end_leaving();
 }  // namespace detail
 
 // An evaluation was too deep, and all around it end.
@@ -31,11 +32,10 @@ class Evaluation {
   Evaluation() {  // may raise 309
     ++detail::evaluator.depth;
     const char* const here = static_cast<const char*>(__builtin_frame_address(0));
-    possible_ = (!detail::evaluator.leaving && here >= detail::evaluator.room_above) ||
-                detail::may_evaluate();
+    possible_ = here >= detail::evaluator.room_above || detail::may_evaluate();
   }
   ~Evaluation() {
-    if (--detail::evaluator.depth == 0) detail::evaluator.leaving = false;
+    if (--detail::evaluator.depth == 0 && detail::evaluator.leaving) detail::end_leaving();
   }
   Evaluation(const Evaluation&) = delete;
   Evaluation& operator=(const Evaluation&) = delete;

@@ -82,7 +82,7 @@ Var* MACRO_TEXT(std::string_view literal);
 
 // [0..1] `cell`, which nothing that follows can end before the statement does.
 inline Var* KEEP(Var* cell) {
-  if (letter_in(cell->sclass, "TtC")) return cell;
+  if (cell->sclass == 'T' || cell->sclass == 't' || cell->sclass == 'C') return cell;
   ++cell->refs;
   return PUSH_TEMP(cell);
 }

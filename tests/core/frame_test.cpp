@@ -49,7 +49,7 @@ TEST_F(Procedures, ParametersTakeTheirDeclaredTypeAndClass) {
     EXPECT_EQ(show(bound), c.shown) << c.letter;
     EXPECT_EQ(bound->sclass, c.sclass) << c.letter;
     EXPECT_EQ(take_errors(), c.error) << c.letter;
-    END_PROC(&frame, 'U');
+    END_PROC(&frame, nil_value(), 'U');
   }
   EXPECT_EQ(show(caller), "C abc");
   EXPECT_GT(element_count(others), 2);
@@ -73,6 +73,31 @@ TEST_F(Procedures, AResultOutlivesTheProcedureAndAWrongTypeIsReported) {
   EXPECT_EQ(show(result), "C kept");
   EXPECT_EQ(temp_top(), before + 1);
   EXPECT_EQ(take_errors(), "201 Illegal return type, expected N - received C");
+}
+
+TEST_F(Procedures, AResultIsTheOneTemporaryLeftWhereverItLay) {
+  Var* (*const results[])() = {
+      [] { return csuaddu(TMP_NUM(1, 0), TMP_NUM(2, 0), false); },  // of two the lower
+      [] { return NEW_TEMP(), NEW_TEMP(), SET_NUM(NEW_TEMP(), 3, 0); },
+      [] { return NEW_TEMP(), SET_NUM(NEW_TEMP(), 3, 0); },
+      [] {
+        Var* const bound = SET_NUM(NEW_VAR('T', 'U'), 3, 0);
+        PUSH_VARSTACK(ADD_SYMBOL("bound_result"), bound);
+        return bound;
+      }};
+  const std::int32_t before = temp_top(), bindings = varstack_top();
+  for (const auto& result_of : results) {
+    Procedure p("test", "gives", 1, 0);
+    const Var* const result = p.result(result_of());
+    EXPECT_EQ(show(result), "N 3");
+    EXPECT_EQ(result->refs, 1U);
+    ASSERT_EQ(temp_top(), before + 1);
+    EXPECT_EQ(temp_at(before), result);
+    EXPECT_EQ(varstack_top(), bindings);
+    POP_TEMPS(before);
+  }
+  EXPECT_EQ(show(Procedure("test", "gives", 1, 0).end()), "U");
+  EXPECT_EQ(temp_top(), before + 1);
 }
 
 TEST_F(Procedures, LoopsKeepParametersAndDropIntermediates) {
