@@ -73,9 +73,45 @@ constexpr Var text_constant(const char* text, std::size_t size) {
     return &Constant;                                                                 \
   }())
 // [0] A number with its decimals, the day of a date, the bytes of a literal.
-#define NUM(...) CONSTANT(::tarnel::number_constant(__VA_ARGS__))
+#define NUM(...) (::tarnel::Number{CONSTANT(::tarnel::number_constant(__VA_ARGS__)), __VA_ARGS__})
 #define DATE(day) CONSTANT(::tarnel::date_constant(day))
 #define TEXT(literal) CONSTANT(::tarnel::text_constant(literal, sizeof(literal)))
+
+// A number of the source as an operand: its cell, and what the compiler knows of it. (Of the cell it knows nothing: as any
+// other it counts its references.)
+struct Number {
+  operator Var*() const { return cell; }
+  Var* cell;
+  double value;
+  std::uint8_t decimals = 0;
+};
+#define WITH_NUMBER(name, function, sign, its_decimals)                              \
+  inline Var* name(Var* left, const Number& right, bool in_place) {                  \
+    const bool is_result = left->sclass == 'T' || (in_place && left->sclass == 'N'); \
+    if (left->type != 'N' || (!is_result && (in_place || left->sclass != 'N')))      \
+      return detail::function(left, right.cell, in_place);                           \
+    const double value = left->num sign right.value;                                 \
+    const int decimals = its_decimals;                                               \
+    return is_result ? detail::store_plain(left, value, decimals)                    \
+                     : NEW_NUMBER(value, -1, static_cast<std::uint8_t>(decimals));   \
+  }
+WITH_NUMBER(csuaddu, add, +, std::max(left->decimals, right.decimals))
+WITH_NUMBER(csusubu, subtract, -, std::max(left->decimals, right.decimals))
+WITH_NUMBER(csumulu, multiply, *, std::min(left->decimals + right.decimals, 255))
+#undef WITH_NUMBER
+#define COMPARED_WITH_NUMBER(name, relation)                                            \
+  inline Var* name(Var* left, const Number& right) {                                    \
+    return left->type == 'N' ? logical(detail::holds(relation, left->num, right.value)) \
+                             : detail::compare(relation, left, right.cell);             \
+  }
+COMPARED_WITH_NUMBER(csuequu, detail::kEqual)
+COMPARED_WITH_NUMBER(csueequu, detail::kExactlyEqual)
+COMPARED_WITH_NUMBER(csunequ, detail::kNotEqual)
+COMPARED_WITH_NUMBER(csugtu, detail::kGreater)
+COMPARED_WITH_NUMBER(csultu, detail::kLess)
+COMPARED_WITH_NUMBER(csugequ, detail::kGreaterEqual)
+COMPARED_WITH_NUMBER(csulequ, detail::kLessEqual)
+#undef COMPARED_WITH_NUMBER
 
 // --- Procedures and blocks.
 
@@ -85,14 +121,20 @@ struct TranslatedFile {
   const char* path;  // as given
 };
 
-// A procedure or block that runs. When procedures are nested too deeply the program ends behind the handler of error 309,
-// of which the caller is the place.
-class Activation : private Evaluation, public Procedure {
- public:
-  Activation(const TranslatedFile& file, const char* name, std::int32_t line, std::int32_t argc)
-      : Procedure(file.module, name, line, argc) {
+// An evaluation that leaves the program where it isn't possible.
+class PossibleEvaluation : private Evaluation {
+ protected:
+  PossibleEvaluation() {
     if (!possible()) leave_program();
   }
+};
+
+// A procedure or block that runs. When procedures are nested too deeply the program ends behind the handler of error 309,
+// of which the caller is the place.
+class Activation : private PossibleEvaluation, public Procedure {
+ public:
+  Activation(const TranslatedFile& file, const char* name, std::int32_t line, std::int32_t argc)
+      : Procedure(file.module, name, line, argc) {}
 
   // [0] A statement of that line begins: answers the signals that came.
   void line(std::int32_t number) {
@@ -147,17 +189,19 @@ Cells(T...) -> Cells<sizeof...(T), (std::is_same_v<T, Referred> || ...)>;
   }
 
 // The result of a binary operation of which the left side is evaluated before the right one.
-template <auto operation>
-struct Ordered {
-  Ordered(Var* left, Var* right) {
-    if constexpr (std::is_invocable_v<decltype(operation), Var*, Var*, bool>)
-      value = operation(left, right, false);
-    else
-      value = operation(left, right);
-  }
-  Var* value;
+struct Operands {
+  Var *left, *right;
 };
-#define IN_ORDER(operation, left, right) (::tarnel::Ordered<operation>{left, right}.value)
+template <Var* (*operation)(Var*, Var*, bool)>
+Var* ordered(const Operands& operands) {
+  return operation(operands.left, operands.right, false);
+}
+template <Var* (*operation)(Var*, Var*)>
+Var* ordered(const Operands& operands) {
+  return operation(operands.left, operands.right);
+}
+#define IN_ORDER(operation, left, right) \
+  (::tarnel::ordered<operation>(::tarnel::Operands{left, right}))
 // The same for an assignment.
 template <BinaryOperation by = nullptr>
 struct OrderedAssignment {
