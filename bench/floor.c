@@ -1,6 +1,6 @@
 // The floor of a request: a program that writes the same bytes with one write and does nothing else.
-// With LIKE_A_REQUEST it also looks its account up, logs thirteen lines and writes the header apart,
-// which no program that answers such requests can leave out.
+// With LIKE_A_REQUEST it also looks its account up, writes the header apart and logs fourteen lines, thirteen of the
+// request and one of the error handler: no program that answers such requests can leave that out.
 #include <pwd.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -14,7 +14,7 @@ __asm__(".section .rodata\n"
 static long write_request(void) {
   const size_t header = 23;
   openlog("floor", LOG_CONS, LOG_LOCAL0);
-  for (int i = 0; i < 13; ++i) syslog(LOG_DEBUG, "line %d of the log of a request", i);
+  for (int i = 0; i < 14; ++i) syslog(LOG_DEBUG, "line %d of the log of a request", i);
   if (getpwuid(getuid()) == NULL) return -1;
   long written = write(1, page, header);
   written += write(1, "\n", 1);
