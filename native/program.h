@@ -75,7 +75,22 @@ constexpr Var text_constant(const char* text, std::size_t size) {
 // [0] A number with its decimals, the day of a date, the bytes of a literal.
 #define NUM(...) (::tarnel::Number{CONSTANT(::tarnel::number_constant(__VA_ARGS__)), __VA_ARGS__})
 #define DATE(day) CONSTANT(::tarnel::date_constant(day))
-#define TEXT(literal) CONSTANT(::tarnel::text_constant(literal, sizeof(literal)))
+#define TEXT(literal)                                                                   \
+  (::tarnel::Text{CONSTANT(::tarnel::text_constant(literal, sizeof(literal))), literal, \
+                  sizeof(literal)})
+
+// A text of the source: its cell, and its bytes, of which the size counts the NUL.
+struct Text {
+  operator Var*() const { return cell; }
+  Var* cell;
+  const char* bytes;
+  std::size_t size;
+};
+// [1] Its form as an argument: a temporary that points at the bytes, which last.
+inline Var* ARG_VAR(const Text& text) {
+  return detail::init_cell(detail::push_cell(), 't', 'C', static_cast<std::int32_t>(text.size), 0,
+                           reinterpret_cast<std::uintptr_t>(text.bytes));
+}
 
 // A number of the source as an operand: its cell, and what the compiler knows of it. (Of the cell it knows nothing: as any
 // other it counts its references.)
