@@ -19,7 +19,7 @@ struct TempStack {
 extern TempStack temps;
 extern std::int32_t varstack_top;
 void more_temps();
-Var* keep_one(std::int32_t mark, Var* result);
+Var* keep_one(std::int32_t mark, Var* result);  // the rare cases of keep_temp
 }  // namespace detail
 
 // --- Temporary stack. Marks are stack heights.
@@ -43,7 +43,7 @@ inline Var* push_cell() {
 inline Var* NEW_TEMP() {  // class T, type U
   return detail::init_cell(detail::push_cell(), 'T', 'U');
 }
-// Class T, type N.
+// Class T, type N; its display width, -1 for none, and decimals.
 inline Var* NEW_NUMBER(double value, std::int32_t length, std::uint8_t decimals) {
   return detail::init_cell(detail::push_cell(), 'T', 'N', length, decimals,
                            std::bit_cast<std::uint64_t>(value));

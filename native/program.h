@@ -100,6 +100,7 @@ struct Number {
   double value;
   std::uint8_t decimals = 0;
 };
+// As those of two cells, in results and errors too.
 #define WITH_NUMBER(name, function, sign, its_decimals)                              \
   inline Var* name(Var* left, const Number& right, bool in_place) {                  \
     const bool is_result = left->sclass == 'T' || (in_place && left->sclass == 'N'); \
