@@ -125,7 +125,7 @@ Var* cscreara(Var* target, std::int32_t size, int mode, Var* const* values) {
   if (target->type != 'O' && target->type != 'A') {
     target = CLR_VAR(target, 'A');
     if (is_error(target)) return target;
-    target->shared = new_shared();
+    target->shared = new_shared(size);
     target->type = 'A';
     target->length = 0;
     target->decimals = 0;

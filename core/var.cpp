@@ -462,10 +462,13 @@ Var* CLONE_VAR(Var* target, Var* source) {
   return cscreara(target, elements.count(), kCloneValues, elements.cells());
 }
 
-SharedHeader* new_shared() {
+// The vector first: where it is too large nothing is left behind.
+SharedHeader* new_shared(std::int32_t size) {
+  const std::size_t room = (static_cast<std::size_t>(size) + 1) * sizeof(Var*);
+  auto** elements = static_cast<Var**>(MEM_ALLOC(room, MemPurpose::kArray));
+  elements[0] = nullptr;
   auto* header = static_cast<SharedHeader*>(MEM_ALLOC(sizeof(SharedHeader), MemPurpose::kArray));
-  *header = {1, 0, static_cast<Var**>(MEM_ALLOC(sizeof(Var*), MemPurpose::kArray))};
-  header->elements[0] = nullptr;
+  *header = {1, 0, elements};
   return header;
 }
 

@@ -313,8 +313,8 @@ Var* UNHOLD_VAR(Var** slot);
 
 // Gives up one reference to a shared body; the last one releases elements, vector and header.
 void release_shared(SharedHeader* header);
-// A new body without elements, refs 1.
-SharedHeader* new_shared();
+// A new body without elements, refs 1, with room for that many.
+SharedHeader* new_shared(std::int32_t size = 0);
 
 // Keeps a cell alive while something runs that might end it.
 class CellHold {

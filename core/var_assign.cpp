@@ -192,17 +192,13 @@ Var* SET_BLOCK(Var* var, BlockFunction function, std::uint8_t flag, Var* const* 
   if (is_field(var)) return var;
   Var* v = CLR_VAR(var, 'B');
   if (is_error(v)) return v;
-  SharedHeader* header = new_shared();
-  if (count > 0) {
-    header->elements = static_cast<Var**>(MEM_REALLOC(
-        header->elements, static_cast<std::size_t>(count + 1) * sizeof(Var*), MemPurpose::kArray));
-    for (std::int32_t i = 0; i < count; ++i) {
-      ++locals[i]->refs;
-      header->elements[i] = locals[i];
-    }
-    header->elements[count] = nullptr;
-    header->count = static_cast<std::uint32_t>(count);
+  SharedHeader* header = new_shared(count);
+  for (std::int32_t i = 0; i < count; ++i) {
+    ++locals[i]->refs;
+    header->elements[i] = locals[i];
   }
+  header->elements[count] = nullptr;
+  header->count = static_cast<std::uint32_t>(count);
   v->type = 'B';
   v->decimals = flag;
   v->length = 0;
