@@ -23,14 +23,15 @@ double payload_as_double(const Var* v) {
   return v->type == 'I' ? v->i : v->num;
 }
 
-// A buffer for `size` bytes that begins with those of the cell's own. A text that has grown long gets room to grow on,
-// so that it isn't moved for each of its many pieces. Null without memory.
-char* grown_buffer(const Var* cell, std::size_t size) {
-  constexpr std::size_t kLong = 256, kMostRoom = 1 << 20;
-  if (MEM_SIZE(cell->text) >= size) return cell->text;
-  const std::size_t room = size < kLong ? 0 : std::min(size / 4, kMostRoom);
-  return static_cast<char*>(
-      MEM_REALLOC(cell->text, size + room, MemPurpose::kText, MemSeverity::kMay));
+// A buffer for `size` bytes, those of the cell's own where it grows, which are kept. A short text, and one that has grown
+// long, get room to grow on, so that they aren't moved for each of their pieces. Null without memory.
+char* buffer_for(const Var* cell, std::size_t size, bool grows) {
+  constexpr std::size_t kLong = 256, kLittleRoom = 32, kMostRoom = 1 << 20;
+  char* const own = grows ? cell->text : nullptr;
+  if (grows && MEM_SIZE(own) >= size) return own;
+  std::size_t room = grows ? std::min(size / 4, kMostRoom) : 0;
+  if (size < kLong) room = kLittleRoom;
+  return static_cast<char*>(MEM_REALLOC(own, size + room, MemPurpose::kText, MemSeverity::kMay));
 }
 
 // Makes `cell` the text left + right, where the left text may be the cell's own: its buffer grows.
@@ -40,9 +41,7 @@ Var* concatenate(Var* cell, std::string_view left, std::string_view right) {
   const std::size_t size = left.size() + right.size() + 1;
   const bool grows = cell->length != 0 && owns_payload(cell) && is_text(cell);
   const bool right_is_own = grows && right.data() == cell->text;
-  char* const buffer =
-      grows ? grown_buffer(cell, size)
-            : static_cast<char*>(MEM_ALLOC(size, MemPurpose::kText, MemSeverity::kMay));
+  char* const buffer = buffer_for(cell, size, grows);
   if (buffer == nullptr) return RT_ERROR(301, "to concatenate texts");
   if (!grows) std::memcpy(buffer, left.data(), left.size());
   std::memcpy(buffer + left.size(), right_is_own ? buffer : right.data(), right.size());
