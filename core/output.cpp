@@ -14,7 +14,8 @@
 namespace tarnel {
 namespace {
 
-constexpr std::size_t kBufferLimit = 64 * 1024, kFirstSize = 8 * 1024;
+// The first room holds most pages, and with what the allocator adds no more than a page of memory.
+constexpr std::size_t kBufferLimit = 64 * 1024, kFirstSize = 4 * 1024 - 64;
 
 struct OutputState {
   std::string buffer;
