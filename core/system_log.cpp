@@ -9,8 +9,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 #include "core/signals.h"
 
@@ -40,7 +42,8 @@ struct SystemLog {
   }
   void append_number(long number) {
     char digits[24];
-    append({digits, static_cast<std::size_t>(std::snprintf(digits, sizeof digits, "%ld", number))});
+    const char* const end = std::to_chars(digits, std::end(digits), number).ptr;
+    append({digits, static_cast<std::size_t>(end - digits)});
   }
   std::string_view text() const { return {log_room, length}; }
 } state;
@@ -93,14 +96,23 @@ std::string_view time_text() {
   return {state.clock + std::strlen("Thu "), kTimeBytes};
 }
 
+bool is_control(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < ' ' || byte == 0x7F;
+}
+
 void append_shown(std::string_view text) {
   constexpr const char* kDigits = "0123456789ABCDEF";
-  for (const char c : text) {
-    if (state.length >= kMostBytes) return;
-    const auto byte = static_cast<unsigned char>(c);
+  while (!text.empty() && state.length < kMostBytes) {
+    const auto control = std::find_if(text.begin(), text.end(), is_control);
+    const auto plain = static_cast<std::size_t>(control - text.begin());
+    state.append(text.substr(0, std::min(plain, kMostBytes - state.length)));
+    text.remove_prefix(plain);
+    if (text.empty() || state.length >= kMostBytes) return;
+    const auto byte = static_cast<unsigned char>(text.front());
     const char shown[] = {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
-    const bool control = byte < ' ' || byte == 0x7F;
-    state.append(control ? std::string_view(shown, sizeof shown) : std::string_view(&c, 1));
+    state.append({shown, sizeof shown});
+    text.remove_prefix(1);
   }
 }
 
@@ -141,6 +153,7 @@ void write_system_log(int priority, std::string_view text) {
 
 void log_arguments(int priority, const char* format, va_list args) {
   if (state.given_up) return;
+  if (std::strchr(format, '%') == nullptr) return write_system_log(priority, format);
   char text[4096];
   const int n = std::vsnprintf(text, sizeof text, format, args);
   if (n < 0) return;
