@@ -93,11 +93,22 @@ void release_contents(Var* v) {
   }
 }
 
+// One test instead of a search: each assignment asks. Letters differ in these six bits.
+bool refers_to_something(char type) {
+  constexpr std::uint64_t kTypes = [] {
+    std::uint64_t types = 0;
+    for (const char letter : {'C', 'M', 'A', 'O', 'B', 'b', 'S'})
+      types |= std::uint64_t{1} << (letter & 63);
+    return types;
+  }();
+  return (kTypes >> (type & 63) & 1) != 0;
+}
+
 // Takes what the payload refers to out of a cell and frees it. The cell is without value by then, since
 // destructors and error handlers may look at it before it is filled again. A number stays: the rules of
 // fixed-type cells ask for its type.
 void empty_cell(Var* v) {
-  if (!letter_in(v->type, "CMAOBbS")) return;
+  if (!refers_to_something(v->type)) return;
   Var contents = *v;
   v->type = 'U';
   release_contents(&contents);
