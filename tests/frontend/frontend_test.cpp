@@ -102,7 +102,10 @@ TEST_F(FrontEnd, AccountsAreNamedByTheFileThenByTheProgramInTime) {
                     hangs = script("hangs", "exec sleep 20\n"),
                     floods = script("floods", "exec yes\n");
   const std::string file = directory / "passwd";
-  std::ofstream(file) << "root:x:0:0::/:/bin/sh\n\nbroken\nada:x:1700:100:Ada:/home:/bin/sh";
+  std::ofstream(file) << "root:x:0:0::/:/bin/sh\n\nbroken\n#off:x:1702:\n+:x:1702:\nzed:x:1703\n"
+                      << "two:1702:17031:0::/:\nlong:x:1704:0:" << std::string(9000, 'x')
+                      << "\neve:x:1705:0::/:\n"
+                      << std::string(4090, 'y') << "\nada:x:1700:100:Ada:/home:/bin/sh";
   const struct {
     uid_t uid;
     const char* file;
@@ -111,6 +114,10 @@ TEST_F(FrontEnd, AccountsAreNamedByTheFileThenByTheProgramInTime) {
     const char* name;
   } cases[] = {{1700, file.c_str(), {answers.c_str(), "/none"}, 9000, "ada"},
                {1701, file.c_str(), {answers.c_str(), "/none"}, 9000, "u1701"},
+               {1702, file.c_str(), {answers.c_str(), "/none"}, 9000, "u1702"},
+               {1703, file.c_str(), {answers.c_str(), "/none"}, 9000, "u1703"},
+               {1704, file.c_str(), {"/none", "/none"}, 9000, "long"},
+               {1705, file.c_str(), {"/none", "/none"}, 9000, "eve"},
                {1701, "/none", {"/none", answers.c_str()}, 9000, "u1701"},
                {1701, "/none", {"/none", "/none"}, 9000, "1701"},
                {4294967294U, "/none", {hangs.c_str(), "/none"}, 200, "4294967294"},
