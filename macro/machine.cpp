@@ -49,8 +49,7 @@ Var* run_code(Code& code, std::string_view source, const BlockArguments& argumen
 }
 
 Var* Machine::run() {
-  next_ = code_.steps;
-  run_steps();
+  run_steps(code_.steps);
   return result_;
 }
 
@@ -58,15 +57,13 @@ Var* Machine::run() {
 // through one jump for all a loop takes twice the time.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
-void Machine::run_steps() {
+void Machine::run_steps(const Step* step) {
 #define MACRO_STEP_LABEL(name, what) &&at_##name,
   static const void* const kActions[] = {MACRO_STEPS(MACRO_STEP_LABEL) && at_stop};
 #undef MACRO_STEP_LABEL
-  const Step* step = next_++;
   goto* kActions[static_cast<std::uint8_t>(step->kind)];
-#define MACRO_STEP_RUN(name, what) \
-  at_##name : step##name(*step);   \
-  step = next_++;                  \
+#define MACRO_STEP_RUN(name, what)      \
+  at_##name : step = step##name(*step); \
   goto* kActions[static_cast<std::uint8_t>(step->kind)];
   MACRO_STEPS(MACRO_STEP_RUN)
 #undef MACRO_STEP_RUN
@@ -77,25 +74,27 @@ at_stop:
 
 // --- Values.
 
-void Machine::stepConstant(const Step& step) {
-  push(&code_.cells[step.a]);
+const Step* Machine::stepConstant(const Step& step) {
+  return give(step, &code_.cells[step.a]);
 }
 
-void Machine::stepShared(const Step& step) {
-  push(shared_constant(static_cast<SharedConstant>(step.op)));
+const Step* Machine::stepShared(const Step& step) {
+  return give(step, shared_constant(static_cast<SharedConstant>(step.op)));
 }
 
-void Machine::stepDrop(const Step&) {
+const Step* Machine::stepDrop(const Step& step) {
   pop();
+  return next(step);
 }
 
-void Machine::stepKeep(const Step&) {
+const Step* Machine::stepKeep(const Step& step) {
   keep_alive(top());
+  return next(step);
 }
 
 // The code may go before its value does.
-void Machine::stepReturn(const Step&) {
-  set_result(fresh(pop()));
+const Step* Machine::stepReturn(const Step&) {
+  return end_with(fresh(pop()));
 }
 
 static void report_failure(int code, std::string_view cause, std::string_view source,
@@ -111,149 +110,156 @@ void report_syntax_fault(std::string_view text, const SyntaxFault& fault) {
   report_failure(309, kFailures[static_cast<std::uint8_t>(fault.cause)], text, text);
 }
 
-void Machine::stepFail(const Step& step) {
+const Step* Machine::stepFail(const Step& step) {
   broken_ = true;
-  report(309, kFailures[step.op]);
+  return report(step, 309, kFailures[step.op]);
 }
 
 // --- Operators.
 
-void Machine::stepBinary(const Step& step) {
+const Step* Machine::stepBinary(const Step& step) {
   Var* right = pop();
   Var* left = pop();
-  push_checked(binary_function(step.op)(left, right, false));
+  return give_checked(step, binary_function(step.op)(left, right, false));
 }
 
-void Machine::stepBinaryConstant(const Step& step) {
-  push_checked(binary_function(step.op)(pop(), &code_.cells[step.a], false));
+const Step* Machine::stepBinaryConstant(const Step& step) {
+  return give_checked(step, binary_function(step.op)(pop(), &code_.cells[step.a], false));
 }
 
-void Machine::stepBinarySlot(const Step& step) {
-  push_checked(binary_function(step.op)(pop(), slots_[step.a], false));
+const Step* Machine::stepBinarySlot(const Step& step) {
+  return give_checked(step, binary_function(step.op)(pop(), slots_[step.a], false));
 }
 
-void Machine::stepSlotConstant(const Step& step) {
-  push_checked(binary_function(step.op)(slots_[step.b], &code_.cells[step.a], false));
+const Step* Machine::stepSlotConstant(const Step& step) {
+  return give_checked(step, binary_function(step.op)(slots_[step.b], &code_.cells[step.a], false));
 }
 
-void Machine::stepSlotSlot(const Step& step) {
-  push_checked(binary_function(step.op)(slots_[step.b], slots_[step.a], false));
+const Step* Machine::stepSlotSlot(const Step& step) {
+  return give_checked(step, binary_function(step.op)(slots_[step.b], slots_[step.a], false));
 }
 
-void Machine::stepUnary(const Step& step) {
+const Step* Machine::stepUnary(const Step& step) {
   Var* value = pop();
   if (step.op >= static_cast<std::uint8_t>(UnaryOperator::kPreIncrement)) value = fresh(value);
   Var* result = kUnaryOperators[step.op](value);
-  if (result == nullptr) return report(202, "unary '+' only for numerics");
-  push_checked(result);
+  if (result == nullptr) return report(step, 202, "unary '+' only for numerics");
+  return give_checked(step, result);
 }
 
-void Machine::stepAssign(const Step& step) {
+const Step* Machine::stepAssign(const Step& step) {
   Var* value = pop();
   Var* target = pop();
-  if (code_.goes_on()) return push(ASSIGN(target, value, binary_function(step.op)));
+  if (code_.goes_on()) return give(step, ASSIGN(target, value, binary_function(step.op)));
   // What is undefined is no value for a record.
   if (upper_class(target->sclass) == 'F') {
     if (is_undefined(value) && is_undefined(ARG_VAR(value))) value = error_value();
-    if (is_error(value)) return push(value);
+    if (is_error(value)) return give(step, value);
   }
-  push_checked(step.op == kNoFunction ? CPY_VAR(target, value)
-                                      : binary_function(step.op)(target, value, true));
+  return give_checked(step, step.op == kNoFunction ? CPY_VAR(target, value)
+                                                   : binary_function(step.op)(target, value, true));
 }
 
-void Machine::stepAssignInstance(const Step& step) {
+const Step* Machine::stepAssignInstance(const Step& step) {
   Var* value = pop();
   Var* object = pop();
   const std::string_view name = code_.word(step.a);
   if (step.op != kNoFunction) {
-    push_returned(get_ivar(object, name));
-    if (broken_) return;
-    value = binary_function(step.op)(pop(), value, false);
-    if (is_error(value)) return stop();
+    Var* const former = get_ivar(object, name);
+    if (leaving_deep_evaluation()) return break_off();
+    value = binary_function(step.op)(former, value, false);
+    if (is_error(value)) return stop(step);
   }
-  push_checked(put_ivar(object, name, value));
+  return give_checked(step, put_ivar(object, name, value));
 }
 
-void Machine::stepInstance(const Step& step) {
+const Step* Machine::stepInstance(const Step& step) {
   Var* object = pop();
-  push_returned(get_ivar(object, code_.word(step.a)));
+  return give_returned(step, get_ivar(object, code_.word(step.a)));
 }
 
-void Machine::stepSubscript(const Step&) {
+const Step* Machine::stepSubscript(const Step& step) {
   Var* index = pop();
   Var* array = pop();
-  push_checked(csgetarv(array, index));
+  return give_checked(step, csgetarv(array, index));
 }
 
 // --- Choices.
 
-void Machine::stepAnd(const Step& step) {
-  if (csifu(pop())) return;
+const Step* Machine::stepAnd(const Step& step) {
+  if (csifu(pop())) return next(step);
   push(false_value());
-  jump(step.a);
+  return at(step.a);
 }
 
-void Machine::stepOr(const Step& step) {
-  if (!csifu(pop())) return;
+const Step* Machine::stepOr(const Step& step) {
+  if (!csifu(pop())) return next(step);
   push(true_value());
-  jump(step.a);
+  return at(step.a);
 }
 
-void Machine::stepCheck(const Step&) {
-  if (is_error(top())) stop();
+const Step* Machine::stepCheck(const Step& step) {
+  return is_error(top()) ? stop(step) : next(step);
 }
 
-void Machine::stepDecide(const Step& step) {
-  if (is_number_or_logical(top())) return;
+const Step* Machine::stepDecide(const Step& step) {
+  if (is_number_or_logical(top())) return next(step);
   top() = false_value();
-  jump(step.a);
+  return at(step.a);
 }
 
-void Machine::stepChoose(const Step& step) {
-  if (!truth_of(pop())) jump(step.a);
+const Step* Machine::stepChoose(const Step& step) {
+  return truth_of(pop()) ? next(step) : at(step.a);
 }
 
-void Machine::stepJump(const Step& step) {
-  jump(step.a);
+const Step* Machine::stepJump(const Step& step) {
+  return at(step.a);
 }
 
-void Machine::stepGuard(const Step& step) {
+const Step* Machine::stepGuard(const Step& step) {
   Nested& in = nested();
   in.guards.add({step.a, cells(), list_, static_cast<std::uint32_t>(in.areas.size())});
+  return next(step);
 }
 
-void Machine::stepUnguard(const Step&) {
+const Step* Machine::stepUnguard(const Step& step) {
   nested_->guards.take_last();
+  return next(step);
 }
 
 // --- Ends.
 
-void Machine::fail() {
-  if (broken_ || !nested_ || nested_->guards.size() == 0) {
-    set_result(error_value());
-    return;
-  }
+const Step* Machine::fail() {
+  if (broken_ || !nested_ || nested_->guards.size() == 0) return end_with(error_value());
   const Guarded back = nested_->guards.take_last();
   list_ = back.list;
   leave_areas(back.areas);
   top_ = stack_.data() + back.cells;
   push(error_value());
-  jump(back.target);
+  return at(back.target);
 }
 
-void Machine::stop() {
-  if (code_.goes_on() && !broken_) return push(error_value());
+const Step* Machine::stop(const Step& step) {
+  return code_.goes_on() ? give(step, error_value()) : give_up();
+}
+
+const Step* Machine::give_up() {
   set_last_error(310);
-  fail();
+  return fail();
 }
 
-void Machine::report(int code, std::string_view cause) {
+const Step* Machine::break_off() {
+  broken_ = true;
+  return give_up();
+}
+
+const Step* Machine::report(const Step& step, int code, std::string_view cause) {
   if (code_.goes_on()) {
     RT_ERROR(code, cause);
-    return push(error_value());
+    return give(step, error_value());
   }
   report_failure(code, cause, source_, code_.text());
-  fail();
+  return fail();
 }
 
 // --- What steps share.

@@ -34,91 +34,93 @@ std::int32_t Machine::symbol_of(Word& word) {
   return found.sym;
 }
 
-void Machine::stepName(const Step& step) {
+const Step* Machine::stepName(const Step& step) {
   Word& word = code_.words[step.a];
   if (symbol_of(word) < 0)
-    return report(307, "access of undefined variable " + std::string(code_.word(step.a)));
-  push_checked(NAMED_VALUE(word.found));
+    return report(step, 307, "access of undefined variable " + std::string(code_.word(step.a)));
+  return give_checked(step, NAMED_VALUE(word.found));
 }
 
-void Machine::stepMemvar(const Step& step) {
+const Step* Machine::stepMemvar(const Step& step) {
   const std::int32_t sym = symbol_of(code_.words[step.a]);
   if (sym < 0)
-    return report(307, "access of undefined variable " + std::string(code_.word(step.a)));
-  push(symbol_var(sym));
+    return report(step, 307, "access of undefined variable " + std::string(code_.word(step.a)));
+  return give(step, symbol_var(sym));
 }
 
-void Machine::stepLocal(const Step& step) {
-  push(FIND_LOCAL(code_.word(step.a), static_cast<char>(step.op)));
+const Step* Machine::stepLocal(const Step& step) {
+  return give(step, FIND_LOCAL(code_.word(step.a), static_cast<char>(step.op)));
 }
 
 // A parameter that got no argument is an empty cell of its own at each mention.
-void Machine::stepParameter(const Step& step) {
+const Step* Machine::stepParameter(const Step& step) {
   Var* cell = step.a < arguments_.count ? arguments_.cells[step.a] : nullptr;
   if (cell == nullptr) {
     cell = NEW_TEMP();
     cell->sclass = 'N';
   }
-  push(cell);
+  return give(step, cell);
 }
 
 // --- Literals.
 
-void Machine::stepMacroText(const Step& step) {
+const Step* Machine::stepMacroText(const Step& step) {
   std::string expanded;
-  if (!EXPAND_MACRO(code_.word(step.a), expanded, kExpandLimit, kLeaveUnknown)) return stop();
-  push_checked(TMP_TEXT(expanded));
+  if (!EXPAND_MACRO(code_.word(step.a), expanded, kExpandLimit, kLeaveUnknown)) return stop(step);
+  return give_checked(step, TMP_TEXT(expanded));
 }
 
 // By the SET DATE of this moment.
-void Machine::stepDate(const Step& step) {
+const Step* Machine::stepDate(const Step& step) {
   const Function convert = lookup_function("ctod");
-  if (!convert) return report(308, "access of undefined function ctod");
+  if (!convert) return report(step, 308, "access of undefined function ctod");
   Var* argument[] = {TMP_TEXT(code_.word(step.a))};
-  push_checked(convert(1, argument));
+  return give_checked(step, convert(1, argument));
 }
 
-void Machine::stepBlock(const Step& step) {
+const Step* Machine::stepBlock(const Step& step) {
   Code* code = code_.blocks[step.a];
   Var* block = cscreara(NEW_TEMP(), 0, kAllNil);
   ++code->refs;
   block->type = 'b';
   block->code = code;
-  push(block);
+  return give(step, block);
 }
 
-void Machine::stepArray(const Step&) {
+const Step* Machine::stepArray(const Step& step) {
   const Arguments elements = take_arguments();
   elements.cells[elements.count] = nullptr;
-  Var* array = cscreara(NEW_TEMP(), elements.count, kCopyValues, elements.cells);
-  if (is_error(array)) return stop();
-  push(keep_temp(elements.mark, array));
+  Var* const array = cscreara(NEW_TEMP(), elements.count, kCopyValues, elements.cells);
+  return is_error(array) ? stop(step) : give(step, keep_temp(elements.mark, array));
 }
 
 // --- Calls.
 
-void Machine::stepMark(const Step& step) {
+const Step* Machine::stepMark(const Step& step) {
   Var** const place = top_ - step.a;
   std::copy_backward(place, top_, top_ + 1);
   ++top_;
   *place = std::bit_cast<Var*>(ListMark{temp_top(), list_});
   list_ = static_cast<std::int32_t>(place - stack_.data());
+  return next(step);
 }
 
 // A copy, but for a text's array, which goes as it is.
-void Machine::stepByValue(const Step& step) {
+const Step* Machine::stepByValue(const Step& step) {
   top() = top()->type == 'A' && step.op == 0 ? keep_alive(top()) : ARG_VAR(top());
+  return next(step);
 }
 
-void Machine::stepByReference(const Step& step) {
+const Step* Machine::stepByReference(const Step& step) {
   Var* cell = top();
   if (!code_.goes_on() && upper_class(cell->sclass) == 'F' && cell->type != 'E')
-    return report(320, "cannot pass field by reference " + std::string(code_.word(step.a)));
+    return report(step, 320, "cannot pass field by reference " + std::string(code_.word(step.a)));
   Var* const variable = BY_REFERENCE(cell, code_.word(step.a));
   if (variable == nullptr)
     pop();
   else
     top() = variable;
+  return next(step);
 }
 
 // A text's name is the full one of a builtin already.
@@ -132,87 +134,87 @@ Function Machine::function_of(Word& word) {
   return word.function = found;
 }
 
-void Machine::stepCall(const Step& step) {
+const Step* Machine::stepCall(const Step& step) {
   const Arguments list = take_arguments();
   const Function function = function_of(code_.words[step.a]);
   if (!function) {
-    report(308, "access of undefined function " + std::string(code_.word(step.a)));
+    const Step* const further =
+        report(step, 308, "access of undefined function " + std::string(code_.word(step.a)));
     if (code_.goes_on()) top() = nil_value();
-    return;
+    return further;
   }
-  Var* result = function(list.count, list.cells);
-  if (result == nullptr)
-    return report(320, "function returned zero pointer " + std::string(code_.word(step.a)));
-  push_returned(result);
-  if (result_ == nullptr) top() = keep_temp(list.mark, top());
+  Var* const result = function(list.count, list.cells);
+  if (result != nullptr) return give_result(step, list, result);
+  return report(step, 320, "function returned zero pointer " + std::string(code_.word(step.a)));
 }
 
-void Machine::stepMethod(const Step& step) {
+const Step* Machine::stepMethod(const Step& step) {
   const Arguments list = take_arguments();
-  push_returned(csnodome(code_.word(step.a), step.op, list.count, list.cells));
-  if (result_ == nullptr) top() = keep_temp(list.mark, top());
+  return give_result(step, list, csnodome(code_.word(step.a), step.op, list.count, list.cells));
 }
 
 // --- Areas.
 
 // Of a text: what it chooses must be there, or it ends.
-void Machine::no_area(int code, std::string_view cause) {
+const Step* Machine::no_area(const Step& step, int code, std::string_view cause) {
   area_ = nullptr;
-  report(code, cause);
+  return report(step, code, cause);
 }
 
-void Machine::stepAreaNamed(const Step& step) {
+const Step* Machine::stepAreaNamed(const Step& step) {
   if (code_.goes_on()) {
     area_ = AREA_NAMED(code_.word(step.a));
-    return;
+    return next(step);
   }
   area_ = AREA_BY_NAME(code_.word(step.a));
-  if (area_ == nullptr) no_area(337, "unknown alias");
+  return area_ != nullptr ? next(step) : no_area(step, 337, "unknown alias");
 }
 
-void Machine::stepAreaCurrent(const Step&) {
+const Step* Machine::stepAreaCurrent(const Step& step) {
   const AreaHooks& areas = area_hooks();
   area_ = code_.goes_on() ? AREA_CURRENT() : areas.current != nullptr ? areas.current() : nullptr;
+  return next(step);
 }
 
-void Machine::stepAreaOf(const Step&) {
+const Step* Machine::stepAreaOf(const Step& step) {
   Var* const which = pop();
   if (code_.goes_on()) {
     area_ = AREA_OF(which);
-    return;
+    return next(step);
   }
   const auto by_number = area_hooks().by_number;
   if (is_text(which)) {
     area_ = AREA_BY_NAME(text_of(which));
-    if (area_ == nullptr) no_area(337, "unknown alias");
-  } else if (is_number(which)) {
-    area_ = by_number != nullptr ? by_number(integer_of(which)) : nullptr;
-  } else {
-    no_area(342, "variable has wrong type");
+    return area_ != nullptr ? next(step) : no_area(step, 337, "unknown alias");
   }
+  if (!is_number(which)) return no_area(step, 342, "variable has wrong type");
+  area_ = by_number != nullptr ? by_number(integer_of(which)) : nullptr;
+  return next(step);
 }
 
-void Machine::stepField(const Step& step) {
-  if (area_ == nullptr && code_.goes_on()) return push(error_value());
+const Step* Machine::stepField(const Step& step) {
+  if (area_ == nullptr && code_.goes_on()) return give(step, error_value());
   const std::int32_t sym = symbol_of(code_.words[step.a]);
-  if (code_.goes_on()) return push(FIELD_BY_SYMBOL(area_, sym));
+  if (code_.goes_on()) return give(step, FIELD_BY_SYMBOL(area_, sym));
   Var* const cell = sym > 0 ? GET_FIELD_IN(area_, sym) : nil_value();
   if (cell == nil_value())
-    return report(307, "access of undefined field " + std::string(code_.word(step.a)));
-  push_checked(cell);
+    return report(step, 307, "access of undefined field " + std::string(code_.word(step.a)));
+  return give_checked(step, cell);
 }
 
-void Machine::stepEnterArea(const Step&) {
+const Step* Machine::stepEnterArea(const Step& step) {
   if (area_ == nullptr && code_.goes_on()) area_ = area_hooks().current();
-  if (area_ == nullptr && !code_.goes_on()) return report(342, "during evaluation");
+  if (area_ == nullptr && !code_.goes_on()) return report(step, 342, "during evaluation");
   if (area_ == nullptr) RT_ERROR(342, "during evaluation");
   // Without an area a program evaluates the expression where it is.
   const bool pushes = area_ != nullptr && area_hooks().push != nullptr;
   nested().areas.add(pushes ? area_hooks().push(area_) : kNotEntered);
+  return next(step);
 }
 
-void Machine::stepLeaveArea(const Step&) {
+const Step* Machine::stepLeaveArea(const Step& step) {
   if (nested_ && nested_->areas.size() > 0) leave_areas(nested_->areas.size() - 1);
+  return next(step);
 }
 
 void Machine::leave_areas(std::size_t count) {

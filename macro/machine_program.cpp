@@ -16,177 +16,181 @@ namespace tarnel {
 
 // --- Names.
 
-void Machine::stepSlot(const Step& step) {
-  push(slots_[step.a]);
+const Step* Machine::stepSlot(const Step& step) {
+  return give(step, slots_[step.a]);
 }
 
-void Machine::stepStatic(const Step& step) {
-  push(code_.part->unit->statics[static_cast<std::size_t>(step.a)]);
+const Step* Machine::stepStatic(const Step& step) {
+  return give(step, code_.part->unit->statics[static_cast<std::size_t>(step.a)]);
 }
 
-void Machine::stepClosure(const Step& step) {
-  push(make_closure(*code_.blocks[step.a], slots_));
+const Step* Machine::stepClosure(const Step& step) {
+  return give(step, make_closure(*code_.blocks[step.a], slots_));
 }
 
-void Machine::stepStore(const Step& step) {
+const Step* Machine::stepStore(const Step& step) {
   CPY_VAR(slots_[step.a], pop());
+  return next(step);
 }
 
-void Machine::stepUpdateSlot(const Step& step) {
+const Step* Machine::stepUpdateSlot(const Step& step) {
   binary_function(step.op)(slots_[step.a], pop(), true);
+  return next(step);
 }
 
-void Machine::stepStepSlot(const Step& step) {
+const Step* Machine::stepStepSlot(const Step& step) {
   unary_function(step.op)(slots_[step.a]);
+  return next(step);
 }
 
-void Machine::stepStoreStatic(const Step& step) {
+const Step* Machine::stepStoreStatic(const Step& step) {
   CPY_VAR(code_.part->unit->statics[static_cast<std::size_t>(step.a)], pop());
+  return next(step);
 }
 
 // --- Macros.
 
-void Machine::stepJoinTexts(const Step& step) {
+const Step* Machine::stepJoinTexts(const Step& step) {
   top_ -= step.a;
-  push_checked(JOIN_TEXTS(step.a, top_));
+  return give_checked(step, JOIN_TEXTS(step.a, top_));
 }
 
-void Machine::stepMacroValue(const Step&) {
-  push_returned(MACRO_VALUE(pop()));
+const Step* Machine::stepMacroValue(const Step& step) {
+  return give_returned(step, MACRO_VALUE(pop()));
 }
 
-void Machine::stepMacroMemvar(const Step&) {
-  push(MACRO_MEMVAR(pop()));
+const Step* Machine::stepMacroMemvar(const Step& step) {
+  return give(step, MACRO_MEMVAR(pop()));
 }
 
-void Machine::stepMacroField(const Step&) {
-  push(MACRO_FIELD(area_, pop()));
+const Step* Machine::stepMacroField(const Step& step) {
+  return give(step, MACRO_FIELD(area_, pop()));
 }
 
-void Machine::stepCallNamed(const Step&) {
+const Step* Machine::stepCallNamed(const Step& step) {
   const Arguments list = take_arguments();
   Var* const name = list.cells[0];
   const Function function = GET_FUNC(is_text(name) ? text_of(name) : std::string_view());
-  push_returned(CALL_VECTOR(function, list.count - 1, list.cells + 1));
-  if (result_ == nullptr) top() = keep_temp(list.mark, top());
+  return give_result(step, list, CALL_VECTOR(function, list.count - 1, list.cells + 1));
 }
 
 // [object name arguments]: the name goes, the object stays first.
-void Machine::stepMethodNamed(const Step&) {
+const Step* Machine::stepMethodNamed(const Step& step) {
   const Arguments list = take_arguments();
   const std::string name(is_text(list.cells[1]) ? text_of(list.cells[1]) : std::string_view());
   list.cells[1] = list.cells[0];
-  push_returned(csnomcme(name, 0, list.count - 1, list.cells + 1));
-  if (result_ == nullptr) top() = keep_temp(list.mark, top());
+  return give_result(step, list, csnomcme(name, 0, list.count - 1, list.cells + 1));
 }
 
-void Machine::stepVariableArgument(const Step&) {
+const Step* Machine::stepVariableArgument(const Step& step) {
   top() = VARIABLE_ARGUMENT(top());
+  return next(step);
 }
 
 // --- Statements.
 
-void Machine::stepLine(const Step& step) {
+const Step* Machine::stepLine(const Step& step) {
   LINE_HOOK(step.a);
+  return next(step);
 }
 
-void Machine::stepEndTurn(const Step& step) {
+const Step* Machine::stepEndTurn(const Step& step) {
   look_at_signals();
   Frame* const frame = current_frame();
   frame->line = step.a;
   POP_TEMPS(frame->temp_mark);
+  return next(step);
 }
 
-void Machine::stepUnless(const Step& step) {
+const Step* Machine::stepUnless(const Step& step) {
   Var* const condition = pop();
-  if (condition == true_value()) return;
-  if (condition == false_value() || !csifu(condition)) jump(step.a);
+  if (condition == true_value()) return next(step);
+  return condition == false_value() || !csifu(condition) ? at(step.a) : next(step);
 }
 
-void Machine::stepGo(const Step& step) {
-  jump(step.a);
+const Step* Machine::stepGo(const Step& step) {
+  return at(step.a);
 }
 
-void Machine::stepForStep(const Step& step) {
-  if (IS_STEP(top())) return;
+const Step* Machine::stepForStep(const Step& step) {
+  if (IS_STEP(top())) return next(step);
   pop();
-  jump(step.a);
+  return at(step.a);
 }
 
-void Machine::stepForTest(const Step& step) {
+const Step* Machine::stepForTest(const Step& step) {
   Var* const by = pop();
   Var* const limit = pop();
-  if (!IS_BEYOND(pop(), limit, by)) jump(step.a);
+  return IS_BEYOND(pop(), limit, by) ? next(step) : at(step.a);
 }
 
 // Behind it stand, for a counter and a limit that are simple: the step, its addition to the counter, the counter, the
 // limit, the step, the test. Plain numbers are moved and compared here; what else there may be is left to those.
-void Machine::stepForTurn(const Step& step) {
-  stepEndTurn(step);
-  const Step* const rest = next_;
+const Step* Machine::stepForTurn(const Step& step) {
+  const Step* const rest = stepEndTurn(step);
   Var* const counter = slots_[rest[1].a];
   Var* const by = slots_[rest[0].a];
   const Var* const limit =
       rest[3].kind == StepKind::kSlot ? slots_[rest[3].a] : &code_.cells[rest[3].a];
   if (counter->type != 'N' || !letter_in(counter->sclass, "NS") || by->type != 'N' ||
       limit->type != 'N')
-    return;
+    return rest;
   csuaddu(counter, by, true);
   const bool beyond = by->num > 0 ? !(counter->num <= limit->num) : !(counter->num >= limit->num);
-  next_ = beyond ? rest + 6 : code_.steps + rest[5].a;
+  return beyond ? rest + 6 : at(rest[5].a);
 }
 
-void Machine::stepEachOf(const Step&) {
+const Step* Machine::stepEachOf(const Step& step) {
   top() = EACH_OF(top());
+  return next(step);
 }
 
-void Machine::stepEachNext(const Step& step) {
+const Step* Machine::stepEachNext(const Step& step) {
   Var* const position = pop();
-  Var* const next = EACH_NEXT(pop(), position);
-  if (next == nullptr) return jump(step.a);
-  push(next);
+  Var* const element = EACH_NEXT(pop(), position);
+  return element != nullptr ? give(step, element) : at(step.a);
 }
 
 // The steps of the sequence run within, so that a break finds its way back here.
-void Machine::stepSequence(const Step& step) {
+const Step* Machine::stepSequence(const Step& step) {
   const std::int32_t base = cells(), list = list_;
   const std::size_t guards = nested().guards.size(), areas = nested().areas.size();
-  Var* const broken = in_sequence([this] { run_steps(); });
+  Var* const broken = in_sequence([&] { run_steps(next(step)); });
   if (broken != nullptr) {
     list_ = list;
     nested().guards.cut(guards);
     leave_areas(areas);
     top_ = stack_.data() + base;
     push(broken);
-    jump(step.a);
-  } else if (result_ != nullptr || --to_leave_ > 0) {
-    stop_steps();
-  } else {
-    jump(behind_);
+    return at(step.a);
   }
+  return result_ != nullptr || --to_leave_ > 0 ? end() : at(behind_);
 }
 
-void Machine::stepLeaveSequences(const Step& step) {
+const Step* Machine::stepLeaveSequences(const Step& step) {
   to_leave_ = step.op;
   behind_ = step.a;
-  stop_steps();
+  return end();
 }
 
-void Machine::stepBreak(const Step&) {
+const Step* Machine::stepBreak(const Step&) {
   break_sequence(pop());
 }
 
-void Machine::stepPrivate(const Step&) {
+const Step* Machine::stepPrivate(const Step& step) {
   PRIVATE_NAMED(pop());
+  return next(step);
 }
 
-void Machine::stepPublic(const Step&) {
+const Step* Machine::stepPublic(const Step& step) {
   PUBLIC_NAMED(pop());
+  return next(step);
 }
 
-void Machine::stepBindName(const Step& step) {
+const Step* Machine::stepBindName(const Step& step) {
   Var* const name = pop();
   BIND_MACRO_PARAM(name, arguments_.count, step.a, arguments_.cells);
+  return next(step);
 }
 
 }  // namespace tarnel

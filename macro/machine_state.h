@@ -50,10 +50,10 @@ class Machine {
     SmallList<Guarded, 2> guards;
     SmallList<void*, 2> areas;  // which were current before
   };
-  void run_steps();
+  void run_steps(const Step* step);
   Nested& nested() { return nested_ ? *nested_ : nested_.emplace(); }
 
-#define MACRO_STEP_ACTION(name, what) void step##name(const Step& step);
+#define MACRO_STEP_ACTION(name, what) const Step* step##name(const Step& step);
   MACRO_STEPS(MACRO_STEP_ACTION)
 #undef MACRO_STEP_ACTION
 
@@ -68,9 +68,6 @@ class Machine {
   }
   std::int32_t cells() {
     return static_cast<std::int32_t>(top_ - stack_.data());
-  }
-  void jump(std::int32_t target) {
-    next_ = code_.steps + target;
   }
 
   // The list of arguments that is complete; it goes from the stack.
@@ -87,41 +84,54 @@ class Machine {
   std::int32_t symbol_of(Word& word);
   void leave_areas(std::size_t count);
   Function function_of(Word& word);
-  void no_area(int code, std::string_view cause);
-  void set_result(Var* value) {
-    result_ = value;
-    stop_steps();
-  }
-  // Ends run_steps, with the code or with its innermost sequence.
-  void stop_steps() {
-    static constexpr Step kLast{StepKind::kStop, 0, 0, 0};
-    next_ = &kLast;
-  }
+  const Step* no_area(const Step& step, int code, std::string_view cause);
 
-  // Pushes the result of something that gives the error value after an error.
-  void push_checked(Var* result) {
-    if (is_error(result)) return stop();
-    push(result);
+  // --- What follows a step.
+  static const Step* next(const Step& step) {
+    return &step + 1;
   }
-  // Pushes the result of a procedure. When it was called too deep, all evaluations around it end.
-  void push_returned(Var* result) {
-    if (leaving_deep_evaluation()) {
-      broken_ = true;
-      return stop();
-    }
-    push(result);
+  const Step* at(std::int32_t target) const {
+    return code_.steps + target;
+  }
+  // It gave a cell.
+  const Step* give(const Step& step, Var* cell) {
+    push(cell);
+    return next(step);
+  }
+  // The same for what gives the error value after an error.
+  const Step* give_checked(const Step& step, Var* result) {
+    return is_error(result) ? stop(step) : give(step, result);
+  }
+  // The result of something that runs procedures. When one was called too deep, all evaluations around it end.
+  const Step* give_returned(const Step& step, Var* result) {
+    return leaving_deep_evaluation() ? break_off() : give(step, result);
+  }
+  // The same for a call with arguments.
+  const Step* give_result(const Step& step, const Arguments& list, Var* result) {
+    return leaving_deep_evaluation() ? break_off() : give(step, keep_temp(list.mark, result));
+  }
+  // The code ends, or its innermost sequence.
+  const Step* end() const {
+    static constexpr Step kLast{StepKind::kStop, 0, 0, 0};
+    return &kLast;
+  }
+  const Step* end_with(Var* value) {
+    result_ = value;
+    return end();
   }
   // Ways to end the run with the error value. The statement of a program goes on with it instead.
-  void stop();  // the cause was raised already
-  void report(int code, std::string_view cause);
-  void fail();
+  const Step* stop(const Step& step);  // the cause was raised already
+  const Step* report(const Step& step, int code, std::string_view cause);
+  const Step* fail();
+  // These end programs too.
+  const Step* give_up();
+  const Step* break_off();
 
   Code& code_;
   const std::string_view source_;
   const BlockArguments arguments_;
   Var* const* const slots_;  // of a program
-  const Step* next_ = nullptr;
-  Var** top_ = nullptr;  // behind the last cell on the stack
+  Var** top_ = nullptr;      // behind the last cell on the stack
   Var* result_ = nullptr;
   std::int32_t list_ = -1;     // where the mark of the innermost list lies on the stack
   void* area_ = nullptr;       // the chosen one
