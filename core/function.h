@@ -12,6 +12,8 @@ class LoadedProcedure {
  public:
   // The same contract as a Callable's.
   virtual Var* call(std::int32_t argc, Var** argv) = 0;
+  // The steps of a procedure of a program; null: it has none.
+  virtual Code* code() const { return nullptr; }
 
  protected:
   ~LoadedProcedure() = default;

@@ -24,6 +24,7 @@ class ProgramProcedure final : public LoadedProcedure {
   ProgramProcedure& operator=(const ProgramProcedure&) = delete;
 
   Var* call(std::int32_t argc, Var** argv) override { return run_procedure(*code_, argc, argv); }
+  Code* code() const override { return code_; }
   ProcedureKind kind() const { return kind_; }
   const ProgramPart& part() const { return *code_->part; }
 

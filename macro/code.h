@@ -143,6 +143,8 @@ struct SyntaxFault {
   Failure cause;
 };
 
+struct Code;
+
 // A name or text that a step mentions, with where its name was found when it was last looked for.
 struct Word {
   std::uint32_t at;  // in the code's bytes
@@ -150,6 +152,7 @@ struct Word {
   FoundName found;
   Function function;        // none: not yet found
   std::uint32_t functions;  // functions_stamp() when it was found
+  Code* steps = nullptr;    // of the function, if it is a procedure of a program
 };
 
 struct ProgramPart;
@@ -162,6 +165,10 @@ struct Code {
   bool expands;  // the text is to be expanded and compiled at each run: there are no steps
   std::uint32_t cell_count, block_count;
   std::uint32_t depth;  // cells on the machine's stack at most
+  // Of a procedure or block of a program.
+  std::uint32_t slot_count;       // parameters, locals, detached locals
+  std::int32_t bound_slots;       // without the detached locals
+  std::int32_t plain_parameters;  // those without a type with which it begins
   std::uint32_t text_at, text_size;
   std::optional<SyntaxFault> fault;
   const ProgramPart* part;  // of a procedure or block of a program; null: a text's

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "core/memory.h"
+#include "macro/program_part.h"
 
 namespace tarnel {
 namespace {
@@ -237,6 +238,15 @@ Code* CodeBuilder::finish(std::string_view text, bool is_block, const ProgramPar
   code->block_count = static_cast<std::uint32_t>(blocks_.size());
   code->depth =
       static_cast<std::uint32_t>(most_cells_) + 1;  // a vector of arguments ends with a null
+  if (part != nullptr) {
+    code->bound_slots = part->slot_count();
+    code->slot_count = static_cast<std::uint32_t>(code->bound_slots) +
+                       static_cast<std::uint32_t>(part->captures.size());
+    const auto typed =
+        std::ranges::find_if(part->parameters, [](char letter) { return letter != 'U'; });
+    code->plain_parameters =
+        part->is_method ? 0 : static_cast<std::int32_t>(typed - part->parameters.begin());
+  }
   code->text_size = static_cast<std::uint32_t>(text.size());
   code->cells = copy_to(at, cells_);
   code->blocks = copy_to(at, blocks_);

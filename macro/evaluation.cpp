@@ -39,9 +39,7 @@ EvaluatorState evaluator{};
 bool may_evaluate() {
   if (leaving_deep_evaluation()) return false;
   if (!stack_is_short()) return true;
-  RT_ERROR(309, kNestedTooDeeply);
-  evaluator.leaving = true;
-  evaluator.room_above = reinterpret_cast<const char*>(UINTPTR_MAX);
+  tell_too_deep();
   return false;
 }
 
@@ -55,6 +53,12 @@ void end_leaving() {
 }
 
 }  // namespace detail
+
+void tell_too_deep() {
+  RT_ERROR(309, kNestedTooDeeply);
+  detail::evaluator.leaving = true;
+  detail::evaluator.room_above = reinterpret_cast<const char*>(UINTPTR_MAX);
+}
 
 void measure_stack() {
   detail::evaluator.stack_base = static_cast<const char*>(__builtin_frame_address(0));

@@ -46,6 +46,9 @@ class Evaluation {
   bool possible_;
 };
 
+// Raises the error of too deep a nesting, after which all evaluations end.
+void tell_too_deep();
+
 // To be called once, from main's own depth of the stack, before the first evaluation.
 void measure_stack();
 

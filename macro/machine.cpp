@@ -1,8 +1,11 @@
 #include "macro/machine.h"
 
+#include <sys/mman.h>
+
 #include <bit>
 #include <cassert>
 #include <string>
+#include <utility>
 
 #include "core/classes.h"
 #include "core/errors.h"
@@ -45,11 +48,34 @@ UnaryFunction unary_function(std::uint8_t op) {
 
 Var* run_code(Code& code, std::string_view source, const BlockArguments& arguments) {
   assert(code.refs > 0 && code.steps != nullptr);
-  return Machine(code, source, arguments).run();
+  return Machine::has_room(code.depth) ? Machine(code, source, arguments).run() : error_value();
+}
+
+constinit Var** Machine::stack_ = nullptr;
+constinit Var** Machine::top_ = nullptr;
+constinit Var** Machine::room_end_ = nullptr;
+
+// The first time the stack is reserved: memory it takes as far as it is used, but it is smaller than the large pages that
+// systems clear at once. Error handlers may use the last eighth.
+bool Machine::find_room(std::size_t cells) {
+  if (stack_ == nullptr) {
+    void* const reserved = mmap(nullptr, kMostCells * sizeof(Var*), PROT_READ | PROT_WRITE,
+                                MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (reserved != MAP_FAILED) {
+      stack_ = top_ = static_cast<Var**>(reserved);
+      room_end_ = stack_ + kMostCells - kMostCells / 8;
+      return has_room(cells);
+    }
+  } else if (errors_in_progress() > 0 &&
+             static_cast<std::ptrdiff_t>(cells) <= stack_ + kMostCells - top_) {
+    return true;
+  }
+  tell_too_deep();
+  return false;
 }
 
 Var* Machine::run() {
-  run_steps(code_.steps);
+  run_steps(code_->steps);
   return result_;
 }
 
@@ -68,14 +94,16 @@ void Machine::run_steps(const Step* step) {
   MACRO_STEPS(MACRO_STEP_RUN)
 #undef MACRO_STEP_RUN
 at_stop:
-  return;
+  if (activation_ == floor_) return;
+  step = end_procedure(std::exchange(result_, nullptr));
+  goto* kActions[static_cast<std::uint8_t>(step->kind)];
 }
 #pragma GCC diagnostic pop
 
 // --- Values.
 
 const Step* Machine::stepConstant(const Step& step) {
-  return give(step, &code_.cells[step.a]);
+  return give(step, &code_->cells[step.a]);
 }
 
 const Step* Machine::stepShared(const Step& step) {
@@ -94,7 +122,8 @@ const Step* Machine::stepKeep(const Step& step) {
 
 // The code may go before its value does.
 const Step* Machine::stepReturn(const Step&) {
-  return end_with(fresh(pop()));
+  Var* const value = fresh(pop());
+  return activation_ != floor_ ? end_procedure(value) : end_with(value);
 }
 
 static void report_failure(int code, std::string_view cause, std::string_view source,
@@ -124,7 +153,7 @@ const Step* Machine::stepBinary(const Step& step) {
 }
 
 const Step* Machine::stepBinaryConstant(const Step& step) {
-  return give_checked(step, binary_function(step.op)(pop(), &code_.cells[step.a], false));
+  return give_checked(step, binary_function(step.op)(pop(), &code_->cells[step.a], false));
 }
 
 const Step* Machine::stepBinarySlot(const Step& step) {
@@ -132,7 +161,7 @@ const Step* Machine::stepBinarySlot(const Step& step) {
 }
 
 const Step* Machine::stepSlotConstant(const Step& step) {
-  return give_checked(step, binary_function(step.op)(slots_[step.b], &code_.cells[step.a], false));
+  return give_checked(step, binary_function(step.op)(slots_[step.b], &code_->cells[step.a], false));
 }
 
 const Step* Machine::stepSlotSlot(const Step& step) {
@@ -150,7 +179,7 @@ const Step* Machine::stepUnary(const Step& step) {
 const Step* Machine::stepAssign(const Step& step) {
   Var* value = pop();
   Var* target = pop();
-  if (code_.goes_on()) return give(step, ASSIGN(target, value, binary_function(step.op)));
+  if (code_->goes_on()) return give(step, ASSIGN(target, value, binary_function(step.op)));
   // What is undefined is no value for a record.
   if (upper_class(target->sclass) == 'F') {
     if (is_undefined(value) && is_undefined(ARG_VAR(value))) value = error_value();
@@ -163,7 +192,7 @@ const Step* Machine::stepAssign(const Step& step) {
 const Step* Machine::stepAssignInstance(const Step& step) {
   Var* value = pop();
   Var* object = pop();
-  const std::string_view name = code_.word(step.a);
+  const std::string_view name = code_->word(step.a);
   if (step.op != kNoFunction) {
     Var* const former = get_ivar(object, name);
     if (leaving_deep_evaluation()) return break_off();
@@ -175,7 +204,7 @@ const Step* Machine::stepAssignInstance(const Step& step) {
 
 const Step* Machine::stepInstance(const Step& step) {
   Var* object = pop();
-  return give_returned(step, get_ivar(object, code_.word(step.a)));
+  return give_returned(step, get_ivar(object, code_->word(step.a)));
 }
 
 const Step* Machine::stepSubscript(const Step& step) {
@@ -234,13 +263,13 @@ const Step* Machine::fail() {
   const Guarded back = nested_->guards.take_last();
   list_ = back.list;
   leave_areas(back.areas);
-  top_ = stack_.data() + back.cells;
+  top_ = stack_ + back.cells;
   push(error_value());
   return at(back.target);
 }
 
 const Step* Machine::stop(const Step& step) {
-  return code_.goes_on() ? give(step, error_value()) : give_up();
+  return code_->goes_on() ? give(step, error_value()) : give_up();
 }
 
 const Step* Machine::give_up() {
@@ -254,11 +283,11 @@ const Step* Machine::break_off() {
 }
 
 const Step* Machine::report(const Step& step, int code, std::string_view cause) {
-  if (code_.goes_on()) {
+  if (code_->goes_on()) {
     RT_ERROR(code, cause);
     return give(step, error_value());
   }
-  report_failure(code, cause, source_, code_.text());
+  report_failure(code, cause, source_, code_->text());
   return fail();
 }
 
@@ -270,17 +299,8 @@ Var* Machine::keep_alive(Var* cell) {
 
 // A cell that may be written to and outlives the code: for a constant of the code a temporary like it.
 Var* Machine::fresh(Var* cell) {
-  const bool own = cell >= code_.cells && cell < code_.cells + code_.cell_count;
+  const bool own = cell >= code_->cells && cell < code_->cells + code_->cell_count;
   return own ? CPY_VAR(NEW_TEMP(), cell) : cell;
-}
-
-Machine::Arguments Machine::take_arguments() {
-  Var** const place = stack_.data() + list_;
-  const auto mark = std::bit_cast<ListMark>(*place);
-  const auto count = static_cast<std::int32_t>(top_ - place) - 1;
-  top_ = place;
-  list_ = mark.outer;
-  return {mark.temps, count, place + 1};
 }
 
 }  // namespace tarnel

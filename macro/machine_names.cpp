@@ -28,28 +28,28 @@ void* const kNotEntered = &not_entered;  // in the place of a former area
 std::int32_t Machine::symbol_of(Word& word) {
   FoundName& found = word.found;
   if (found.stamp == names_stamp()) return found.sym;
-  const std::string_view name{code_.bytes + word.at, word.size};
-  found = {code_.goes_on() ? known_name(name) : FIND_SYMBOL(name), 0, nullptr};
+  const std::string_view name{code_->bytes + word.at, word.size};
+  found = {code_->goes_on() ? known_name(name) : FIND_SYMBOL(name), 0, nullptr};
   found.stamp = found.sym > 0 ? names_stamp() : 0;
   return found.sym;
 }
 
 const Step* Machine::stepName(const Step& step) {
-  Word& word = code_.words[step.a];
+  Word& word = code_->words[step.a];
   if (symbol_of(word) < 0)
-    return report(step, 307, "access of undefined variable " + std::string(code_.word(step.a)));
+    return report(step, 307, "access of undefined variable " + std::string(code_->word(step.a)));
   return give_checked(step, NAMED_VALUE(word.found));
 }
 
 const Step* Machine::stepMemvar(const Step& step) {
-  const std::int32_t sym = symbol_of(code_.words[step.a]);
+  const std::int32_t sym = symbol_of(code_->words[step.a]);
   if (sym < 0)
-    return report(step, 307, "access of undefined variable " + std::string(code_.word(step.a)));
+    return report(step, 307, "access of undefined variable " + std::string(code_->word(step.a)));
   return give(step, symbol_var(sym));
 }
 
 const Step* Machine::stepLocal(const Step& step) {
-  return give(step, FIND_LOCAL(code_.word(step.a), static_cast<char>(step.op)));
+  return give(step, FIND_LOCAL(code_->word(step.a), static_cast<char>(step.op)));
 }
 
 // A parameter that got no argument is an empty cell of its own at each mention.
@@ -66,7 +66,7 @@ const Step* Machine::stepParameter(const Step& step) {
 
 const Step* Machine::stepMacroText(const Step& step) {
   std::string expanded;
-  if (!EXPAND_MACRO(code_.word(step.a), expanded, kExpandLimit, kLeaveUnknown)) return stop(step);
+  if (!EXPAND_MACRO(code_->word(step.a), expanded, kExpandLimit, kLeaveUnknown)) return stop(step);
   return give_checked(step, TMP_TEXT(expanded));
 }
 
@@ -74,12 +74,12 @@ const Step* Machine::stepMacroText(const Step& step) {
 const Step* Machine::stepDate(const Step& step) {
   const Function convert = lookup_function("ctod");
   if (!convert) return report(step, 308, "access of undefined function ctod");
-  Var* argument[] = {TMP_TEXT(code_.word(step.a))};
+  Var* argument[] = {TMP_TEXT(code_->word(step.a))};
   return give_checked(step, convert(1, argument));
 }
 
 const Step* Machine::stepBlock(const Step& step) {
-  Code* code = code_.blocks[step.a];
+  Code* code = code_->blocks[step.a];
   Var* block = cscreara(NEW_TEMP(), 0, kAllNil);
   ++code->refs;
   block->type = 'b';
@@ -88,9 +88,10 @@ const Step* Machine::stepBlock(const Step& step) {
 }
 
 const Step* Machine::stepArray(const Step& step) {
-  const Arguments elements = take_arguments();
-  elements.cells[elements.count] = nullptr;
+  const Arguments elements = end_list();
+  push(nullptr);
   Var* const array = cscreara(NEW_TEMP(), elements.count, kCopyValues, elements.cells);
+  drop(elements);
   return is_error(array) ? stop(step) : give(step, keep_temp(elements.mark, array));
 }
 
@@ -101,7 +102,7 @@ const Step* Machine::stepMark(const Step& step) {
   std::copy_backward(place, top_, top_ + 1);
   ++top_;
   *place = std::bit_cast<Var*>(ListMark{temp_top(), list_});
-  list_ = static_cast<std::int32_t>(place - stack_.data());
+  list_ = static_cast<std::int32_t>(place - stack_);
   return next(step);
 }
 
@@ -113,9 +114,9 @@ const Step* Machine::stepByValue(const Step& step) {
 
 const Step* Machine::stepByReference(const Step& step) {
   Var* cell = top();
-  if (!code_.goes_on() && upper_class(cell->sclass) == 'F' && cell->type != 'E')
-    return report(step, 320, "cannot pass field by reference " + std::string(code_.word(step.a)));
-  Var* const variable = BY_REFERENCE(cell, code_.word(step.a));
+  if (!code_->goes_on() && upper_class(cell->sclass) == 'F' && cell->type != 'E')
+    return report(step, 320, "cannot pass field by reference " + std::string(code_->word(step.a)));
+  Var* const variable = BY_REFERENCE(cell, code_->word(step.a));
   if (variable == nullptr)
     pop();
   else
@@ -126,31 +127,48 @@ const Step* Machine::stepByReference(const Step& step) {
 // A text's name is the full one of a builtin already.
 Function Machine::function_of(Word& word) {
   if (word.function && word.functions == functions_stamp()) return word.function;
-  const std::string_view name{code_.bytes + word.at, word.size};
-  Function found = code_.part != nullptr ? code_.part->unit->find_own(name) : Function();
+  const std::string_view name{code_->bytes + word.at, word.size};
+  Function found = code_->part != nullptr ? code_->part->unit->find_own(name) : Function();
   if (!found) found = find_function(name);
-  if (!found && code_.part != nullptr) found = find_function(FULL_NAME(name));
+  if (!found && code_->part != nullptr) found = find_function(FULL_NAME(name));
   word.functions = functions_stamp();
+  word.steps = found && found.loaded() != nullptr ? found.loaded()->code() : nullptr;
   return word.function = found;
 }
 
+// A procedure of a program runs within these steps, as long as there is room.
 const Step* Machine::stepCall(const Step& step) {
-  const Arguments list = take_arguments();
-  const Function function = function_of(code_.words[step.a]);
+  const Arguments list = end_list();
+  Word& word = code_->words[step.a];
+  if (word.steps == nullptr || word.functions != functions_stamp() || activation_ == nullptr)
+    return call(step, word, list);
+  if (!has_room(cells_for(*word.steps))) [[unlikely]]
+    return give_result(step, list, error_value());
+  Activation& begun = begin_procedure(*word.steps, {list.count, list.cells});
+  begun.next = next(step);
+  begun.temps = list.mark;
+  return begun.code->steps;
+}
+
+// The call of any function.
+const Step* Machine::call(const Step& step, Word& word, Arguments list) {
+  const Function function = function_of(word);
   if (!function) {
+    drop(list);
     const Step* const further =
-        report(step, 308, "access of undefined function " + std::string(code_.word(step.a)));
-    if (code_.goes_on()) top() = nil_value();
+        report(step, 308, "access of undefined function " + std::string(code_->word(step.a)));
+    if (code_->goes_on()) top() = nil_value();
     return further;
   }
   Var* const result = function(list.count, list.cells);
   if (result != nullptr) return give_result(step, list, result);
-  return report(step, 320, "function returned zero pointer " + std::string(code_.word(step.a)));
+  drop(list);
+  return report(step, 320, "function returned zero pointer " + std::string(code_->word(step.a)));
 }
 
 const Step* Machine::stepMethod(const Step& step) {
-  const Arguments list = take_arguments();
-  return give_result(step, list, csnodome(code_.word(step.a), step.op, list.count, list.cells));
+  const Arguments list = end_list();
+  return give_result(step, list, csnodome(code_->word(step.a), step.op, list.count, list.cells));
 }
 
 // --- Areas.
@@ -162,23 +180,23 @@ const Step* Machine::no_area(const Step& step, int code, std::string_view cause)
 }
 
 const Step* Machine::stepAreaNamed(const Step& step) {
-  if (code_.goes_on()) {
-    area_ = AREA_NAMED(code_.word(step.a));
+  if (code_->goes_on()) {
+    area_ = AREA_NAMED(code_->word(step.a));
     return next(step);
   }
-  area_ = AREA_BY_NAME(code_.word(step.a));
+  area_ = AREA_BY_NAME(code_->word(step.a));
   return area_ != nullptr ? next(step) : no_area(step, 337, "unknown alias");
 }
 
 const Step* Machine::stepAreaCurrent(const Step& step) {
   const AreaHooks& areas = area_hooks();
-  area_ = code_.goes_on() ? AREA_CURRENT() : areas.current != nullptr ? areas.current() : nullptr;
+  area_ = code_->goes_on() ? AREA_CURRENT() : areas.current != nullptr ? areas.current() : nullptr;
   return next(step);
 }
 
 const Step* Machine::stepAreaOf(const Step& step) {
   Var* const which = pop();
-  if (code_.goes_on()) {
+  if (code_->goes_on()) {
     area_ = AREA_OF(which);
     return next(step);
   }
@@ -193,18 +211,18 @@ const Step* Machine::stepAreaOf(const Step& step) {
 }
 
 const Step* Machine::stepField(const Step& step) {
-  if (area_ == nullptr && code_.goes_on()) return give(step, error_value());
-  const std::int32_t sym = symbol_of(code_.words[step.a]);
-  if (code_.goes_on()) return give(step, FIELD_BY_SYMBOL(area_, sym));
+  if (area_ == nullptr && code_->goes_on()) return give(step, error_value());
+  const std::int32_t sym = symbol_of(code_->words[step.a]);
+  if (code_->goes_on()) return give(step, FIELD_BY_SYMBOL(area_, sym));
   Var* const cell = sym > 0 ? GET_FIELD_IN(area_, sym) : nil_value();
   if (cell == nil_value())
-    return report(step, 307, "access of undefined field " + std::string(code_.word(step.a)));
+    return report(step, 307, "access of undefined field " + std::string(code_->word(step.a)));
   return give_checked(step, cell);
 }
 
 const Step* Machine::stepEnterArea(const Step& step) {
-  if (area_ == nullptr && code_.goes_on()) area_ = area_hooks().current();
-  if (area_ == nullptr && !code_.goes_on()) return report(step, 342, "during evaluation");
+  if (area_ == nullptr && code_->goes_on()) area_ = area_hooks().current();
+  if (area_ == nullptr && !code_->goes_on()) return report(step, 342, "during evaluation");
   if (area_ == nullptr) RT_ERROR(342, "during evaluation");
   // Without an area a program evaluates the expression where it is.
   const bool pushes = area_ != nullptr && area_hooks().push != nullptr;

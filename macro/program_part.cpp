@@ -11,7 +11,11 @@
 namespace tarnel {
 namespace {
 
-using Slots = SmallList<Var*, 12>;
+Var* run(Code& code, const BlockArguments& arguments, Var* const* captures = nullptr) {
+  const Evaluation evaluation;
+  if (!evaluation.possible() || !Machine::has_room(Machine::cells_for(code))) return error_value();
+  return Machine(code, arguments, captures).run();
+}
 
 // The first of a block's detached locals is where its code stands: code of programs lasts to the end of the run.
 Code& code_of_block(Var* const* locals) {
@@ -19,16 +23,7 @@ Code& code_of_block(Var* const* locals) {
 }
 
 Var* run_closure(std::int32_t argc, Var** argv, Var** locals) {
-  const Evaluation evaluation;
-  if (!evaluation.possible()) return error_value();
-  Code& code = code_of_block(locals);
-  const ProgramPart& part = *code.part;
-  Procedure p(part.file->module.c_str(), part.name.c_str(), part.line, argc);
-  p.frame().method_scope = part.method_scope();
-  Slots slots;
-  for (const char letter : part.parameters) slots.add(p.param(argv, letter));
-  slots.add(locals + 1, part.captures.size());
-  return p.result(Machine(code, {}, {argc, argv}, slots.data()).run());
+  return run(code_of_block(locals), {argc, argv}, locals + 1);
 }
 
 }  // namespace
@@ -44,31 +39,20 @@ Function ProgramUnit::find_own(std::string_view name) const {
 }
 
 Var* run_procedure(Code& code, std::int32_t argc, Var** argv) {
-  const Evaluation evaluation;
-  if (!evaluation.possible()) return error_value();
-  const ProgramPart& part = *code.part;
-  Procedure p(part.file->module.c_str(), part.name.c_str(), part.line, argc);
-  Slots slots;
-  if (part.is_method) {  // a cell of its own: the caller's variable may get another object meanwhile
-    Var* object[] = {argc > 0 && argv[0] != nullptr ? ARG_VAR(argv[0]) : nullptr};
-    slots.add(p.self(object, part.method_scope()));
-  }
-  for (const char letter : part.parameters) slots.add(p.param(argv, letter));
-  for (const char letter : part.locals) slots.add(p.local(letter));
-  return p.result(Machine(code, {}, {argc, argv}, slots.data()).run(), part.result);
+  return run(code, {argc, argv});
 }
 
 void run_in_frame(Code& code) {
   const Evaluation evaluation;
-  if (!evaluation.possible()) return;
-  Slots slots;
+  if (!evaluation.possible() || !Machine::has_room(code.depth)) return;
+  SmallList<Var*, 16> slots;
   for (const char letter : code.part->locals) {
     slots.add(NEW_VAR('N', 'U'));
     if (letter != 'U') FIX_VAR(slots[slots.size() - 1], letter);
   }
   // A break may leave the run.
   struct Release {
-    Slots& slots;
+    SmallList<Var*, 16>& slots;
     ~Release() {
       for (std::size_t i = 0; i < slots.size(); ++i) DEL_VAR(slots[i]);
     }
