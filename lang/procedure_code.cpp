@@ -201,7 +201,7 @@ void ProcedureCode::if_statement(const Statement& statement) {
     StepPosition otherwise = kNowhere;
     if (!arm.condition.empty()) {
       value(arm.condition);
-      otherwise = steps().add(StepKind::kUnless);
+      otherwise = steps().add_unless();
     }
     body(arm.body);
     if (!last) done.push_back(steps().add(StepKind::kGo));
@@ -217,7 +217,7 @@ void ProcedureCode::while_statement(const Statement& statement) {
   const std::size_t head = steps().mark_landing();
   line(arm.line);
   value(arm.condition);
-  loops_.push_back({{}, {steps().add(StepKind::kUnless)}, sequences_});
+  loops_.push_back({{}, {steps().add_unless()}, sequences_});
   body(arm.body);
   land(loops_.back().loops);
   steps().add(StepKind::kEndTurn, arm.line);

@@ -86,6 +86,8 @@ namespace tarnel {
   X(EndTurn, "a turn of the loop at line a ends")                                    \
   X(ForTurn, "the same, and where numbers allow it what the next six steps do")      \
   X(Unless, "[x ->], jumps unless it is true")                                       \
+  X(UnlessConstant, "as kSlotConstant; for two numbers the kUnless behind it too")   \
+  X(UnlessSlot, "as kSlotSlot; the same")                                            \
   X(Go, "jumps; between statements, where nothing lies on the stack")                \
   X(ForStep, "[step -> step], error 320 for 0 jumps with [->]")                      \
   X(ForTest, "[counter limit step ->], jumps unless the counter is beyond")          \
@@ -119,7 +121,9 @@ enum class SharedConstant : std::uint8_t { kNil, kTrue, kFalse, kEmptyText };
 using BinaryFunction = Var* (*)(Var* left, Var* right, bool in_place);
 // By Step::op.
 constexpr std::uint8_t kNoFunction = 0;  // of a plain assignment
-extern const std::uint8_t kAddFunction;  // +
+// Those of which the machine knows the usual cases; the relations stand in the order of detail::Relation.
+constexpr std::uint8_t kFirstRelation = 2, kLastRelation = 8;
+constexpr std::uint8_t kAddFunction = 10;
 BinaryFunction binary_function(std::uint8_t op);
 
 // What stands before or behind an operand. kSign is the +, which takes a number only.

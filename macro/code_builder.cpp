@@ -181,6 +181,16 @@ void CodeBuilder::add_binary(std::uint8_t op) {
   }
 }
 
+StepPosition CodeBuilder::add_unless() {
+  if (const std::size_t size = steps_.size(); size > landed_) {
+    Step& last = steps_[size - 1];
+    const bool compares = last.op >= kFirstRelation && last.op <= kLastRelation;
+    if (compares && last.kind == StepKind::kSlotConstant) last.kind = StepKind::kUnlessConstant;
+    if (compares && last.kind == StepKind::kSlotSlot) last.kind = StepKind::kUnlessSlot;
+  }
+  return add(StepKind::kUnless);
+}
+
 std::int32_t CodeBuilder::take_slot() {
   const std::size_t size = steps_.size();
   if (fault_ || size <= landed_ || steps_[size - 1].kind != StepKind::kSlot) return -1;

@@ -31,6 +31,8 @@ class CodeBuilder {
   // needs no copy then, and a binary operator behind a simple right side.
   void drop();
   void add_binary(std::uint8_t op);
+  // The step of a condition of a statement; a comparison right before it is made ready for it.
+  StepPosition add_unless();
   // Takes the step back that has put a slot on the stack: the slot, or -1 when the last step did something else.
   std::int32_t take_slot();
   // Makes a kForTurn of the kEndTurn at a place, if what stands behind it is what that does.

@@ -84,6 +84,9 @@ const BinaryOperator* binary_operator(Token token) {
 }
 
 static_assert(kBinaryOperators[kNoFunction].apply == nullptr);
+static_assert(kFirstRelation == distance(Token::kOr, Token::kEqual) &&
+              kLastRelation - kFirstRelation == detail::kLessEqual &&
+              kAddFunction == distance(Token::kOr, Token::kPlus));
 
 std::uint8_t index_of(const BinaryOperator& op) {
   return static_cast<std::uint8_t>(&op - kBinaryOperators);
@@ -101,8 +104,6 @@ std::uint8_t assigned_function(Token token) {
 }
 
 }  // namespace
-
-const std::uint8_t kAddFunction = static_cast<std::uint8_t>(distance(Token::kOr, Token::kPlus));
 
 BinaryFunction binary_function(std::uint8_t op) {
   return kBinaryOperators[op].apply;

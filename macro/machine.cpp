@@ -146,6 +146,15 @@ const Step* Machine::stepFail(const Step& step) {
 
 // --- Operators.
 
+// Two plain numbers are compared here, and the jump of the kUnless that follows is taken or not.
+[[gnu::always_inline]] inline const Step* Machine::unless(const Step& step, Var* left, Var* right) {
+  if (left->type != 'N' || right->type != 'N')
+    return give_checked(step, binary_function(step.op)(left, right, false));
+  const auto relation = static_cast<detail::Relation>(step.op - kFirstRelation);
+  const Step& jump = *next(step);
+  return detail::holds(relation, left->num, right->num) ? next(jump) : at(jump.a);
+}
+
 const Step* Machine::stepBinary(const Step& step) {
   Var* right = pop();
   Var* left = pop();
@@ -166,6 +175,14 @@ const Step* Machine::stepSlotConstant(const Step& step) {
 
 const Step* Machine::stepSlotSlot(const Step& step) {
   return give_checked(step, binary_function(step.op)(slots_[step.b], slots_[step.a], false));
+}
+
+const Step* Machine::stepUnlessConstant(const Step& step) {
+  return unless(step, slots_[step.b], &code_->cells[step.a]);
+}
+
+const Step* Machine::stepUnlessSlot(const Step& step) {
+  return unless(step, slots_[step.b], slots_[step.a]);
 }
 
 const Step* Machine::stepUnary(const Step& step) {

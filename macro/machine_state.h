@@ -230,6 +230,8 @@ class Machine {
   const Step* give_up();
   const Step* break_off();
 
+  const Step* unless(const Step& step, Var* left, Var* right);
+
   Code* code_ = nullptr;
   const std::string_view source_;
   const BlockArguments arguments_{};  // of a text
