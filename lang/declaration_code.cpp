@@ -34,9 +34,9 @@ void ProcedureCode::parameters(const Statement& statement) {
 
 bool ProcedureCode::first_value(const Declared& declared) {
   if (!declared.dimensions.empty()) {
-    steps().add(StepKind::kMark);
-    steps().take_arguments(values(declared.dimensions));
-    steps().add_with_word(StepKind::kCall, "array");
+    const StepPosition mark = steps().add(StepKind::kMark);
+    const std::int32_t count = values(declared.dimensions);
+    steps().add_call(mark, count, "array");
     return true;
   }
   if (declared.value.empty()) return false;

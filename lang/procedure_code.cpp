@@ -350,21 +350,20 @@ void ProcedureCode::return_statement(const Statement& statement) {
 }
 
 void ProcedureCode::show(const Statement& statement) {
-  steps().add(StepKind::kMark);
+  const StepPosition mark = steps().add(StepKind::kMark);
   value(statement.spans[0]);
-  write_by(statement.literal);
+  write_by(mark, statement.literal);
 }
 
 void ProcedureCode::text(const Statement& statement) {
-  steps().add(StepKind::kMark);
+  const StepPosition mark = steps().add(StepKind::kMark);
   steps().add_text(statement.literal);
-  write_by("qqout");
+  write_by(mark, "qqout");
 }
 
-void ProcedureCode::write_by(std::string_view function) {
+void ProcedureCode::write_by(StepPosition mark, std::string_view function) {
   steps().add(StepKind::kByValue, 0, 1);
-  steps().take_arguments(1);
-  steps().add_with_word(StepKind::kCall, function);
+  steps().add_call(mark, 1, function);
   steps().add(StepKind::kDrop);
 }
 

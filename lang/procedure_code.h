@@ -52,7 +52,7 @@ class ProcedureCode {
   void return_statement(const Statement& statement);
   void text(const Statement& statement);
   void show(const Statement& statement);
-  void write_by(std::string_view function);  // [mark value ->]
+  void write_by(StepPosition mark, std::string_view function);  // [mark value ->]
 
   // Declarations.
   void parameters(const Statement& statement);

@@ -55,9 +55,10 @@ namespace tarnel {
   X(Unguard, "")                                                                     \
   /* Calls. */                                                                       \
   X(Mark, "begins a list of arguments, of which a are there")                        \
+  X(CountedMark, "begins one of which the kCall behind it knows the number")         \
   X(ByValue, "[x -> argument]")                                                      \
   X(ByReference, "[x -> argument], or nothing; a is its name")                       \
-  X(Call, "[arguments -> result] of function a")                                     \
+  X(Call, "[arguments -> result] of function a; b - 1 are there unless b is 0")      \
   X(Method, "[object arguments -> result] of method a, op classes up")               \
   /* Areas: one is chosen, then a field of it or an expression within it follows. */ \
   X(AreaNamed, "chooses the area of alias a")                                        \

@@ -14,6 +14,7 @@ namespace {
 int cells_added(StepKind kind) {
   switch (kind) {
     case StepKind::kMark:
+    case StepKind::kCountedMark:
     case StepKind::kConstant:
     case StepKind::kShared:
     case StepKind::kName:
@@ -132,6 +133,17 @@ void CodeBuilder::add_block(Code* block, StepKind kind) {
 void CodeBuilder::add_with_word(StepKind kind, std::string_view word, std::uint8_t op) {
   words_.add({add_bytes(word), static_cast<std::uint32_t>(word.size()), {}, {}, 0});
   add(kind, static_cast<std::int32_t>(words_.size()) - 1, op);
+}
+
+// An argument by reference may be missing when the code runs.
+void CodeBuilder::add_call(StepPosition mark, std::int32_t count, std::string_view function) {
+  take_arguments(count);
+  add_with_word(StepKind::kCall, function);
+  if (fault_ || count >= UINT16_MAX) return;
+  for (std::size_t i = mark; i < steps_.size(); ++i)
+    if (steps_[i].kind == StepKind::kByReference) return;
+  steps_[mark].kind = StepKind::kCountedMark;
+  steps_[steps_.size() - 1].b = static_cast<std::uint16_t>(count + 1);
 }
 
 void CodeBuilder::land(StepPosition from) {

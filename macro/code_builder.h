@@ -43,6 +43,9 @@ class CodeBuilder {
   // The step that is added next takes so many arguments from the machine's stack.
   void take_arguments(std::int32_t count) { cells_now_ -= count; }
 
+  // A call with so many arguments, whose list the kMark at `mark` has begun.
+  void add_call(StepPosition mark, std::int32_t count, std::string_view function);
+
   // The next step is where the jump of the step at `from` goes.
   void land(StepPosition from);
   // A kKeep for a value, and its end: a value that lasts as long as the code runs isn't kept, nor one to which

@@ -247,11 +247,11 @@ Compiler::Operand Compiler::member(const Operand& operand) {
 // --- Calls.
 
 void Compiler::call(std::string_view name) {
-  code_->add(StepKind::kMark);
+  const StepPosition mark = code_->add(StepKind::kMark);
   lexer_.next();
-  code_->take_arguments(arguments(Token::kRightParen));
+  const std::int32_t count = arguments(Token::kRightParen);
   if (scope_ != nullptr) scope_->note_call(name);
-  code_->add_with_word(StepKind::kCall, scope_ != nullptr ? lower_text(name) : FULL_NAME(name));
+  code_->add_call(mark, count, scope_ != nullptr ? lower_text(name) : FULL_NAME(name));
 }
 
 // Up to the closing token, which is taken; how many there are.

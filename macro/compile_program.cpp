@@ -121,13 +121,11 @@ void Compiler::name_text() {
 void Compiler::do_call() {
   const bool by_macro = token() == Token::kAmpersand || lexer_.next_is('&');
   const std::string_view name = lexer_.lexeme();
-  if (by_macro) {
+  if (by_macro)
     macro_text();
-    code_->add(StepKind::kMark, 1);
-  } else {
-    if (!expect(Token::kName)) return;
-    code_->add(StepKind::kMark);
-  }
+  else if (!expect(Token::kName))
+    return;
+  const StepPosition mark = code_->add(StepKind::kMark, by_macro ? 1 : 0);
   std::int32_t count = by_macro ? 1 : 0;
   if (token() == Token::kName && same_letters(lexer_.lexeme(), "with")) {
     lexer_.next();
@@ -137,12 +135,12 @@ void Compiler::do_call() {
     } while (take(Token::kComma));
   }
   expect(Token::kEnd);
-  code_->take_arguments(count);
   if (by_macro) {
+    code_->take_arguments(count);
     code_->add(StepKind::kCallNamed);
   } else {
     scope_->note_call(name);
-    code_->add_with_word(StepKind::kCall, lower_text(name));
+    code_->add_call(mark, count, lower_text(name));
   }
 }
 

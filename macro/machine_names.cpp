@@ -106,6 +106,10 @@ const Step* Machine::stepMark(const Step& step) {
   return next(step);
 }
 
+const Step* Machine::stepCountedMark(const Step& step) {
+  return give(step, std::bit_cast<Var*>(ListMark{temp_top(), 0}));
+}
+
 // A copy, but for a text's array, which goes as it is.
 const Step* Machine::stepByValue(const Step& step) {
   top() = top()->type == 'A' && step.op == 0 ? keep_alive(top()) : ARG_VAR(top());
@@ -138,7 +142,7 @@ Function Machine::function_of(Word& word) {
 
 // A procedure of a program runs within these steps, as long as there is room.
 const Step* Machine::stepCall(const Step& step) {
-  const Arguments list = end_list();
+  const Arguments list = end_list(step);
   Word& word = code_->words[step.a];
   if (word.steps == nullptr || word.functions != functions_stamp() || activation_ == nullptr)
     return call(step, word, list);

@@ -174,6 +174,13 @@ class Machine {
     list_ = mark.outer;
     return {mark.temps, static_cast<std::int32_t>(top_ - place) - 1, place + 1};
   }
+  // That of a kCall.
+  [[gnu::always_inline]] Arguments end_list(const Step& call) {
+    if (call.b == 0) [[unlikely]]
+      return end_list();
+    Var** const place = top_ - call.b;
+    return {std::bit_cast<ListMark>(*place).temps, call.b - 1, place + 1};
+  }
   void drop(const Arguments& list) {
     top_ = list.cells - 1;
   }

@@ -147,6 +147,7 @@ bool ExpressionText::step_value(const Step& one) {
       push(block(*code_->blocks[one.a]));
       return true;
     case StepKind::kMark:
+    case StepKind::kCountedMark:
       lists_.push_back(stack_.size() - static_cast<std::size_t>(one.a));
       return true;
     case StepKind::kArray:
