@@ -31,7 +31,7 @@ Var* multiply(Var* left, Var* right, bool in_place);
   if (left->type != 'N' || right->type != 'N') return nullptr;
   if (left->sclass == 'T' || (in_place && left->sclass == 'N')) return left;
   if (in_place) return nullptr;
-  return right->sclass == 'T' ? right : NEW_TEMP();
+  return right->sclass == 'T' ? right : init_cell(push_cell(), 'T', 'N');
 }
 [[gnu::always_inline]] inline Var* store_plain(Var* cell, double value, int decimals) {
   cell->type = 'N';
@@ -53,7 +53,7 @@ enum Relation : std::uint8_t {
 Var* compare(Relation relation, Var* left, Var* right);
 
 template <typename T>
-bool holds(Relation relation, T a, T b) {
+[[gnu::always_inline]] inline bool holds(Relation relation, T a, T b) {
   switch (relation) {
     case kEqual:
     case kExactlyEqual:
@@ -87,7 +87,7 @@ inline double plain_number(const Var* v) {
 }  // namespace detail
 
 // [0..1, 201 902]
-inline Var* csuaddu(Var* left, Var* right, bool in_place) {
+[[gnu::always_inline]] inline Var* csuaddu(Var* left, Var* right, bool in_place) {
   if (Var* const cell = detail::plain_result(left, right, in_place); cell != nullptr)
     return detail::store_plain(cell, left->num + right->num,
                                std::max(left->decimals, right->decimals));
@@ -97,7 +97,7 @@ Var* csuaddc(Var* left, const char* right, bool in_place);           // [0..1, 2
 Var* cscaddu(const char* left, Var* right);                          // [1, 201]
 Var* csnaddu(double left, int decimals, Var* right, bool in_place);  // [0..1, 201]
 // [0..2, 201 902]
-inline Var* csusubu(Var* left, Var* right, bool in_place) {
+[[gnu::always_inline]] inline Var* csusubu(Var* left, Var* right, bool in_place) {
   if (Var* const cell = detail::plain_result(left, right, in_place); cell != nullptr)
     return detail::store_plain(cell, left->num - right->num,
                                std::max(left->decimals, right->decimals));
@@ -105,7 +105,7 @@ inline Var* csusubu(Var* left, Var* right, bool in_place) {
 }
 Var* csusubn(Var* left, double right, int decimals, bool in_place);  // [0..1, 202]
 // [0..1, 202]
-inline Var* csumulu(Var* left, Var* right, bool in_place) {
+[[gnu::always_inline]] inline Var* csumulu(Var* left, Var* right, bool in_place) {
   if (Var* const cell = detail::plain_result(left, right, in_place); cell != nullptr)
     return detail::store_plain(cell, left->num * right->num,
                                std::min(left->decimals + right->decimals, 255));

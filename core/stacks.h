@@ -62,7 +62,7 @@ inline void POP_TEMPS(std::int32_t mark) {
 }
 
 // Cuts the temporaries back to `mark` but keeps `result`, which ends on top. temps: mark + 1.
-inline Var* keep_temp(std::int32_t mark, Var* result) {
+[[gnu::always_inline]] inline Var* keep_temp(std::int32_t mark, Var* result) {
   detail::TempStack& temps = detail::temps;
   if (temps.top != mark + 2 || temps.slots[mark + 1] != result) [[unlikely]]
     return detail::keep_one(mark, result);

@@ -124,7 +124,7 @@ using BinaryFunction = Var* (*)(Var* left, Var* right, bool in_place);
 constexpr std::uint8_t kNoFunction = 0;  // of a plain assignment
 // Those of which the machine knows the usual cases; the relations stand in the order of detail::Relation.
 constexpr std::uint8_t kFirstRelation = 2, kLastRelation = 8;
-constexpr std::uint8_t kAddFunction = 10;
+constexpr std::uint8_t kAddFunction = 10, kSubtractFunction = 11, kMultiplyFunction = 12;
 BinaryFunction binary_function(std::uint8_t op);
 
 // What stands before or behind an operand. kSign is the +, which takes a number only.

@@ -86,7 +86,9 @@ const BinaryOperator* binary_operator(Token token) {
 static_assert(kBinaryOperators[kNoFunction].apply == nullptr);
 static_assert(kFirstRelation == distance(Token::kOr, Token::kEqual) &&
               kLastRelation - kFirstRelation == detail::kLessEqual &&
-              kAddFunction == distance(Token::kOr, Token::kPlus));
+              kAddFunction == distance(Token::kOr, Token::kPlus) &&
+              kSubtractFunction == distance(Token::kOr, Token::kMinus) &&
+              kMultiplyFunction == distance(Token::kOr, Token::kTimes));
 
 std::uint8_t index_of(const BinaryOperator& op) {
   return static_cast<std::uint8_t>(&op - kBinaryOperators);

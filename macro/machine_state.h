@@ -237,6 +237,7 @@ class Machine {
   const Step* give_up();
   const Step* break_off();
 
+  Var* binary(std::uint8_t op, Var* left, Var* right);
   const Step* unless(const Step& step, Var* left, Var* right);
 
   Code* code_ = nullptr;
