@@ -34,6 +34,16 @@ char* buffer_for(const Var* cell, std::size_t size, bool grows) {
   return static_cast<char*>(MEM_REALLOC(own, size + room, MemPurpose::kText, MemSeverity::kMay));
 }
 
+// Puts more behind the first `length` bytes of a cell whose buffer has the room.
+Var* append(Var* cell, std::size_t length, std::string_view more) {
+  std::memcpy(cell->text + length, more.data(), more.size());
+  const std::size_t size = length + more.size() + 1;
+  cell->text[size - 1] = 0;
+  cell->length = static_cast<std::int32_t>(size);
+  cell->decimals = 0;
+  return cell;
+}
+
 // Makes `cell` the text left + right, where the left text may be the cell's own: its buffer grows.
 Var* concatenate(Var* cell, std::string_view left, std::string_view right) {
   if (left.size() + right.size() > static_cast<std::size_t>(kMaxTextLength))
@@ -44,14 +54,10 @@ Var* concatenate(Var* cell, std::string_view left, std::string_view right) {
   char* const buffer = buffer_for(cell, size, grows);
   if (buffer == nullptr) return RT_ERROR(301, "to concatenate texts");
   if (!grows) std::memcpy(buffer, left.data(), left.size());
-  std::memcpy(buffer + left.size(), right_is_own ? buffer : right.data(), right.size());
-  buffer[size - 1] = 0;
   cell->type = 'C';
   cell->sclass = upper_class(cell->sclass);
   cell->text = buffer;
-  cell->length = static_cast<std::int32_t>(size);
-  cell->decimals = 0;
-  return cell;
+  return append(cell, left.size(), {right_is_own ? buffer : right.data(), right.size()});
 }
 
 // The left text goes on in the left cell if that is the target; a right temporary never takes it.
@@ -59,7 +65,13 @@ Var* text_cell(Var* left, bool in_place) {
   return left_is_target(left, in_place, kAllVariables) ? left : NEW_TEMP();
 }
 
+// The usual case is a text that grows piece by piece in a variable.
 Var* add_texts(Var* left, std::string_view right, bool in_place) {
+  if (in_place && left->type == 'C' && left->sclass == 'N' && left->length > 0) {
+    const std::size_t length = text_of(left).size(), size = length + right.size() + 1;
+    if (size <= MEM_SIZE(left->text) && size <= std::size_t{kMaxTextLength})
+      return append(left, length, right);
+  }
   return finish(left, concatenate(text_cell(left, in_place), text_of(left), right), in_place);
 }
 
@@ -126,12 +138,12 @@ Var* shift_by_literal(Var* v, double amount, int decimals, bool in_place) {
 }  // namespace
 
 Var* detail::add(Var* left, Var* right, bool in_place) {
+  if (is_text(left) && is_text(right)) return add_texts(left, text_of(right), in_place);
   notice_logicals(left, right, "addition on logicals");
   switch (left->type) {
     case 'C':
     case 'M':
-      if (!is_text(right)) return RT_ERROR(201, kOnlyStrings);
-      return add_texts(left, text_of(right), in_place);
+      return RT_ERROR(201, kOnlyStrings);
     case 'D': {
       if (!is_number_or_logical(right)) return RT_ERROR(201, "date can only be added to numeric");
       const std::int32_t day = wrap_add(left->i, integer_of(right));
