@@ -10,6 +10,13 @@
 #include <immintrin.h>
 #endif
 
+// What the C library has learned about the processor when the program starts. The compiler's own test would make each start
+// ask again, and in a virtual machine every such question leaves it.
+#if defined(__x86_64__) && __has_include(<sys/platform/x86.h>)
+#include <sys/platform/x86.h>
+#define TARNEL_WIDE_STEPS
+#endif
+
 namespace tarnel {
 namespace {
 
@@ -275,7 +282,7 @@ constexpr HalfTables half_tables(const Pieces& pieces) {
   return tables;
 }
 
-#ifdef __x86_64__
+#ifdef TARNEL_WIDE_STEPS
 // Copies what begins a text and has nothing special among it, some bytes of which may be left. What lies behind them in
 // `out` may be written to, as far as the text is long.
 template <typename Notation>
@@ -306,8 +313,8 @@ template <typename Notation>
 
 template <typename Notation>
 std::size_t copy_plain(char* out, std::string_view text) {
-#ifdef __x86_64__
-  if (__builtin_cpu_supports("avx2")) return copy_plain_by_halves<Notation>(out, text);
+#ifdef TARNEL_WIDE_STEPS
+  if (CPU_FEATURE_ACTIVE(AVX2)) return copy_plain_by_halves<Notation>(out, text);
 #endif
   return 0;
 }
