@@ -13,6 +13,9 @@
 // What the C library has learned about the processor when the program starts. The compiler's own test would make each start
 // ask again, and in a virtual machine every such question leaves it.
 #if defined(__x86_64__) && __has_include(<sys/platform/x86.h>)
+#ifdef __clang__
+#define _Bool bool  // which the header takes for a word of C++
+#endif
 #include <sys/platform/x86.h>
 #define TARNEL_WIDE_STEPS
 #endif
