@@ -30,7 +30,7 @@ char* buffer_for(const Var* cell, std::size_t size, bool grows) {
   char* const own = grows ? cell->text : nullptr;
   if (grows && MEM_SIZE(own) >= size) return own;
   std::size_t room = grows ? std::min(size / 4, kMostRoom) : 0;
-  if (size < kLong) room = kLittleRoom;
+  if (size < kLong) room = grows ? std::max(size, kLittleRoom) : kLittleRoom;
   return static_cast<char*>(MEM_REALLOC(own, size + room, MemPurpose::kText, MemSeverity::kMay));
 }
 
