@@ -1,4 +1,4 @@
-// What of the demo pages is no program of examples/pages/: the dispatcher, and the page that shows a whole table.
+// What of the demo pages is no program of examples/pages/: the dispatcher.
 #pragma once
 
 #include "core/modules.h"
@@ -6,10 +6,7 @@
 
 namespace tarnel {
 
-#define PAGE_BUILTINS(X)                                                        \
-  X("asstring", asstring, "asstring(xValue) -> cText: a field's value as text") \
-  X("example6", example6, "example6(aEnv, aForm): table browser")               \
-  X("ntrim", ntrim, "ntrim(nValue) -> cText: number without blanks")            \
+#define PAGE_BUILTINS(X) \
   X("tarnelmain", tarnelmain, "tarnelmain(aEnv, aForm, oState): answers a request by a page")
 
 PAGE_BUILTINS(DECLARE_BUILTIN)
