@@ -50,6 +50,9 @@ procedure main
   ? ref_test()
   ? nested(3)
   ? text_call()
+  i := 0
+  aeval(array(30000), {|| i := add(i, 1)})  // nor does a call from outside
+  ? i
 return
 
 class thing
