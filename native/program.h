@@ -163,11 +163,26 @@ class Activation : private PossibleEvaluation, public Procedure {
     look_at_signals();
     next_iteration(number);
   }
+  // [as BIND_PARAM] The next parameter. A text of the source, which comes as a temporary that points at it, gets a copy of
+  // its own, so that it is a variable like others.
+  Var* param(Var** argv, char letter = 'U') {
+    const Var* const given = bound_ < frame().argc ? argv[bound_] : nullptr;
+    ++bound_;
+    const bool points = given != nullptr && given->sclass == 't';
+    Var* const cell = Procedure::param(argv, letter);
+    if (points && cell == given) [[unlikely]]
+      SET_STR(cell, text_of(cell));
+    return cell;
+  }
   // Binds the object of a method, in a cell of its own: the caller's variable may get another one meanwhile.
   Var* own_self(Var** argv, std::int32_t level) {
     Var* object[] = {frame().argc > 0 && argv[0] != nullptr ? ARG_VAR(argv[0]) : nullptr};
+    ++bound_;
     return self(object, level);
   }
+
+ private:
+  std::int32_t bound_ = 0;  // parameters, with the object
 };
 
 // [1] A block of the function with the cells as its detached locals.

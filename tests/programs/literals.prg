@@ -13,7 +13,12 @@ procedure main
   ? a[2], typed("T"), fixed("q")
   priv("pp")
   ? loops("x")
+  errorblock({|e| qout(e:gencode)})
+  ? counted("no number"), counted("")
 return
+
+function counted(c)
+return valtype(c--) + valtype(++c) + c
 
 function grow(c)
   c += "def"
