@@ -23,15 +23,8 @@ class Locks : public TableTest, public ::testing::WithParamInterface<bool> {
   }
   void fill(int n) {
     ASSERT_TRUE(open("t", Use::kExclusive));
-    for (int i = 0; i < n; ++i) {
-      ASSERT_TRUE(yes("dbappend"));
-      put("n", integer(0));
-    }
+    for (int i = 0; i < n; ++i) ASSERT_EQ(run("dbappend(), n := 0"), "N 0");
     call("dbclosearea");
-  }
-  // Does `body` succeed in another process?
-  bool elsewhere(const std::function<bool()>& body) {
-    return run_processes(1, [&](int) { return body(); }) == 0;
   }
   // In the older scheme a file lock covers the claims too: while one is held, nobody else can open.
   bool open_beside_file_locks() {
@@ -49,23 +42,23 @@ INSTANTIATE_TEST_SUITE_P(BothSchemes, Locks, ::testing::Bool(), [](const auto& s
 });
 
 TEST_P(Locks, ClaimsOfOtherProcessesDecideAboutAnOpen) {
+  const auto creates = [] { return create("t", {{"x", "C", 1, 0}}); };
   ASSERT_TRUE(open("t", Use::kShared));
   EXPECT_EQ(count("dbinfo", {integer(1000)}), 0);  // holders besides the asking one
-  EXPECT_TRUE(
-      elsewhere([] { return open("t", Use::kShared) && count("dbinfo", {integer(1000)}) == 1; }));
-  EXPECT_FALSE(elsewhere([] { return open("t", Use::kExclusive); }));
+  EXPECT_TRUE(elsewhere("dbinfo(1000) = 1"));
+  EXPECT_FALSE(elsewhere("used()", Use::kExclusive));
   call("dbclosearea");
   // A new table over an old one waits for nobody: not even those that only read it.
   const std::string before = read_file("t.dbf");
   ASSERT_TRUE(open("t", Use::kReadOnly));
-  EXPECT_FALSE(elsewhere([] { return create("t", {{"x", "C", 1, 0}}); }));
+  EXPECT_FALSE(elsewhere(creates));
   EXPECT_EQ(read_file("t.dbf"), before);
   call("dbclosearea");
   ASSERT_TRUE(open("t", Use::kExclusive));
-  EXPECT_FALSE(elsewhere([] { return open("t", Use::kShared); }));
-  EXPECT_FALSE(elsewhere([] { return create("t", {{"x", "C", 1, 0}}); }));
+  EXPECT_FALSE(elsewhere("used()"));
+  EXPECT_FALSE(elsewhere(creates));
   call("dbclosearea");
-  EXPECT_TRUE(elsewhere([] { return open("t", Use::kExclusive); }));
+  EXPECT_TRUE(elsewhere("used()", Use::kExclusive));
 }
 
 // POSIX drops them all when any descriptor of the file is closed.
@@ -86,42 +79,38 @@ TEST_P(Locks, FileFunctionsOnAnOpenTableLeaveItsLocks) {
               {"loadlang(1, 't.dbf')", "L F"},
               {"set(19, 't.dbf', .t.), set(19, '')", "C t.dbf"},
               {"dbcreate('t', {{'x', 'C', 1, 0}})", "L F"}};
-  const auto strangers_open = [&](Use use, bool lock) {
-    return elsewhere([=] {
-      call("dbcloseall");  // what the process knows of the areas it came from
-      return open("t", use) && (!lock || yes("rlock", {integer(2)}));
+  // First it forgets what the process knows of the areas it came from.
+  const auto stranger = [&](const char* open_as) {
+    return elsewhere([&] {
+      return run(std::string("dbcloseall(), dbusearea(.T., , 't', , ") + open_as) == "L T";
     });
   };
   for (const auto& [use, gives] : uses) {
     EXPECT_EQ(run(use), gives) << use;
-    EXPECT_FALSE(strangers_open(Use::kShared, true)) << use;
-    EXPECT_FALSE(strangers_open(Use::kExclusive, false)) << use;
+    EXPECT_FALSE(stranger(".T.) .and. rlock(2)")) << use;
+    EXPECT_FALSE(stranger(".F.)")) << use;
   }
   take_errors();
   call("dbclosearea");
-  EXPECT_TRUE(elsewhere([] { return open("t", Use::kExclusive); })) << "the last user closes";
+  EXPECT_TRUE(stranger(".F.)")) << "the last user closes";
 }
 
 TEST_P(Locks, SecondAreaOfOneProcessCannotTakeWhatTheFirstHolds) {
   fill(3);
   ASSERT_TRUE(open("t", Use::kShared) && open("t", Use::kShared));
   EXPECT_EQ(table().dbfFd, dbf_of(area_by_number(1)->server()).dbfFd) << "one descriptor for both";
-  EXPECT_TRUE(yes("rlock"));
-  call("dbselectarea", {integer(1)});
-  EXPECT_FALSE(yes("rlock"));
-  EXPECT_FALSE(yes("flock"));
-  EXPECT_TRUE(yes("rlock", {integer(2)}));
+  EXPECT_EQ(run("rlock()"), "L T");
+  EXPECT_EQ(run("dbselectarea(1), rlock() .or. flock()"), "L F");
+  EXPECT_EQ(run("rlock(2)"), "L T");
   EXPECT_FALSE(open("t", Use::kExclusive));
   call("dbselectarea", {integer(2)});
   call("dbclosearea");  // leaves the descriptor, and with it the lock of the first area
-  const auto locks = [](const char* function, int record) {
-    return open("t", Use::kShared) && yes(function, {integer(record)});
-  };
-  EXPECT_FALSE(elsewhere([=] { return locks("rlock", 2); }));
-  EXPECT_FALSE(elsewhere([=] { return locks("flock", 0); }));
-  EXPECT_TRUE(elsewhere([=] { return locks("rlock", 3); }));
+  EXPECT_FALSE(elsewhere("rlock(2)"));
+  EXPECT_FALSE(elsewhere("flock()"));
+  EXPECT_TRUE(elsewhere("rlock(3)"));
   run("dbselectarea(1), dbunlock()");
-  EXPECT_TRUE(elsewhere([=] { return locks("rlock", 2); }));
+  EXPECT_TRUE(elsewhere("rlock(2)"));
+  take_errors();
 }
 
 TEST_P(Locks, InternalLockSurvivesAnOperationOfAnotherAreaOnTheSameFile) {
@@ -135,7 +124,7 @@ TEST_P(Locks, InternalLockSurvivesAnOperationOfAnotherAreaOnTheSameFile) {
     return open("t", Use::kShared);
   }));
   unlockInternal(first);
-  EXPECT_TRUE(elsewhere([] { return open("t", Use::kShared); }));
+  EXPECT_TRUE(elsewhere("used()"));
 }
 
 TEST_P(Locks, ListOfLocksGrowsAndShrinks) {
@@ -157,87 +146,65 @@ TEST_P(Locks, ListOfLocksGrowsAndShrinks) {
 
 TEST_P(Locks, WithoutMultilocksALockDropsTheOthers) {
   fill(3);
-  ASSERT_TRUE(open("t", Use::kShared) && yes("rlock") && yes("rlock", {integer(3), integer(2)}));
-  EXPECT_EQ(run("dbrlocklist()"), "A 1");
-  EXPECT_EQ(table().locks.records.at(0), 3);
-  ASSERT_TRUE(yes("dbappend"));
-  EXPECT_EQ(table().locks.records.at(0), 4);
-  ASSERT_TRUE(yes("dbappend", {false_value()}));
-  EXPECT_EQ(table().locks.records.count(), 2);
-  call("rlock", {text("x")});
-  EXPECT_EQ(take_errors(), "312 in RLock()");
+  ASSERT_TRUE(open("t", Use::kShared));
+  EXPECT_EQ(run("rlock(), rlock(3, 2), len(dbrlocklist()) * 10 + dbrlocklist()[1]"), "I 13");
+  EXPECT_EQ(run("dbappend(), len(dbrlocklist()) * 10 + dbrlocklist()[1]"), "I 14");
+  EXPECT_EQ(run("dbappend(.F.), len(dbrlocklist())"), "I 2");
 }
 
 TEST_P(Locks, LockShowsTheLatestState) {
   fill(1);
   ASSERT_TRUE(open("t", Use::kShared));
   EXPECT_EQ(n(), 0);
-  const auto verified = [] { return truth_of(send(current_server(), "rlockverify")); };
-  const auto change = [&](int value) {
-    EXPECT_TRUE(elsewhere([=] {
-      open("t", Use::kShared);
-      yes("rlock");
-      put("n", integer(value));
-      return yes("dbappend");
-    }));
-  };
-  change(5);
+  EXPECT_TRUE(elsewhere("rlock(), n := 5, dbappend()"));
   EXPECT_EQ(n(), 0);
   EXPECT_FALSE(yes("dbinfo", {integer(32)}) && n() != 0);
-  ASSERT_TRUE(yes("rlock"));
-  EXPECT_EQ(n(), 5);
-  EXPECT_EQ(count("lastrec"), 2);
-  EXPECT_TRUE(verified());
+  EXPECT_EQ(run("rlock(), n * 10 + lastrec()"), "N 52");
+  EXPECT_EQ(run("dbserver():rlockverify()"), "L T");
   call("dbunlock");
-  change(6);
-  EXPECT_FALSE(verified());
-  call("dbskip", {integer(0)});
-  EXPECT_TRUE(verified());
+  EXPECT_TRUE(elsewhere("rlock(), n := 6, dbappend()"));
+  EXPECT_EQ(run("dbserver():rlockverify()"), "L F");
+  EXPECT_EQ(run("dbskip(0), dbserver():rlockverify()"), "L T");
 }
 
 TEST_P(Locks, ExclusiveAndReadOnlyTables) {
   fill(1);
   ASSERT_TRUE(open("t", Use::kExclusive));
-  EXPECT_TRUE(yes("rlock"));
-  EXPECT_EQ(table().locks.records.count(), 0);
+  EXPECT_EQ(run("rlock(), len(dbrlocklist())"), "I 0");
   call("dbclosearea");
   ASSERT_TRUE(open("t", Use::kReadOnly));
-  EXPECT_TRUE(elsewhere([] { return open("t", Use::kReadOnly) && yes("rlock"); }));
-  EXPECT_TRUE(yes("dbcommit"));
-  EXPECT_TRUE(yes("dbclosearea") || !yes("used"));
-  EXPECT_EQ(take_errors(), "");
+  EXPECT_TRUE(elsewhere("rlock()", Use::kReadOnly));
+  EXPECT_EQ(run("dbcommit()"), "L T");
 }
 
 TEST_P(Locks, EightProcessesAppendEveryRecordWhole) {
   constexpr int kProcesses = 8, kEach = 10000;
   int pipe_ends[2];
   ASSERT_EQ(pipe(pipe_ends), 0);
+  const auto beside = [&](const std::function<void()>& act) {
+    return start_process([&] {
+      close(pipe_ends[1]);
+      fcntl(pipe_ends[0], F_SETFL, O_NONBLOCK);
+      if (!open_beside_file_locks()) _exit(2);
+      for (char c; read(pipe_ends[0], &c, 1) != 0;) act();
+    });
+  };
   // A reader all along: the count never goes down and every record read is whole.
-  const pid_t reader = start_process([&] {
-    close(pipe_ends[1]);
-    fcntl(pipe_ends[0], F_SETFL, O_NONBLOCK);
-    if (!open_beside_file_locks()) _exit(2);
-    std::int32_t seen = 0;
-    for (char c; read(pipe_ends[0], &c, 1) != 0;) {
-      const std::int32_t mark = temp_top(), now = count("lastrec");
-      if (now < seen) _exit(3);
-      seen = now;
-      call("dbgoto", {integer(seen)});
-      const std::string who(text_of(RESOLVE_NAME(ADD_SYMBOL("who"))));
-      if (who.find_first_not_of(who.front()) != std::string::npos) _exit(4);
-      POP_TEMPS(mark);
-    }
+  std::int32_t seen = 0;
+  const pid_t reader = beside([&] {
+    const std::int32_t mark = temp_top(), now = count("lastrec");
+    if (now < seen) _exit(3);
+    seen = now;
+    call("dbgoto", {integer(seen)});
+    const std::string who(text_of(RESOLVE_NAME(ADD_SYMBOL("who"))));
+    if (who.find_first_not_of(who.front()) != std::string::npos) _exit(4);
+    POP_TEMPS(mark);
   });
   // And one that holds the file lock at random moments.
-  const pid_t locker = start_process([&] {
-    close(pipe_ends[1]);
-    fcntl(pipe_ends[0], F_SETFL, O_NONBLOCK);
-    if (!open_beside_file_locks()) _exit(2);
-    for (char c; read(pipe_ends[0], &c, 1) != 0;) {
-      if (yes("flock")) usleep(300);
-      call("dbunlock");
-      usleep(500);
-    }
+  const pid_t locker = beside([] {
+    if (yes("flock")) usleep(300);
+    call("dbunlock");
+    usleep(500);
   });
   close(pipe_ends[0]);
   const int failed = run_processes(kProcesses, [&](int index) {
@@ -274,15 +241,12 @@ TEST_P(Locks, EightProcessesAppendEveryRecordWhole) {
 
 TEST_P(Locks, SharedOpensAtTheSameMomentDoNotHinderEachOther) {
   fill(1);
-  EXPECT_EQ(run_processes(8,
-                          [&](int) {
-                            for (int i = 0; i < 200; ++i) {
-                              if (!open("t", Use::kShared)) return false;
-                              call("dbcloseare");
-                            }
-                            return true;
-                          }),
-            0);
+  const auto opens = [](int) {
+    for (int i = 0; i < 200; ++i)
+      if (!open("t", Use::kShared) || !yes("dbclosearea")) return false;
+    return true;
+  };
+  EXPECT_EQ(run_processes(8, opens), 0);
 }
 
 TEST_P(Locks, EightProcessesRaiseOneCounter) {
@@ -347,6 +311,9 @@ TEST_F(TableTest, LocksLieWhereEveryProcessLooksForThem) {
   const auto after = [&](const char* function) {
     return yes(function) ? ranges("t.dbf") : std::string("refused");
   };
+  const auto of_order = [] {
+    return yes("dbsetindex", {text("o")}) ? ranges("o.idx") : std::string("refused");
+  };
   const struct {
     const char* what;
     Use use;
@@ -369,18 +336,13 @@ TEST_F(TableTest, LocksLieWhereEveryProcessLooksForThem) {
       // Under the older scheme it covers the claim, and ends where an internal lock was given back.
       {"file", Use::kShared, [&] { return after("flock"); }, "W 20+7ffff7d6 R 7ffffbfc+1 ",
        "W 20+3ffffbe0 "},
-      {"order", Use::kShared,
-       [] { return yes("dbsetindex", {text("o")}) ? ranges("o.idx") : "refused"; }, "R 6+1 ",
-       "R 6+1 "},
-      {"exclusive order", Use::kExclusive,
-       [] { return yes("dbsetindex", {text("o")}) ? ranges("o.idx") : "refused"; }, "R 0+407 ",
-       "R 0+407 "}};
+      {"order", Use::kShared, of_order, "R 6+1 ", "R 6+1 "},
+      {"exclusive order", Use::kExclusive, of_order, "R 0+407 ", "R 0+407 "}};
   for (const bool older : {false, true}) {
     settings().lock40comp = older;
     ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"c", "C", 4, 0}}) && open("t", Use::kExclusive));
-    for (int i = 0; i < 3; ++i) call("dbappend");
-    ASSERT_TRUE(yes("dbcreateindex", {text("o"), text("n")}));
-    call("dbclosearea");
+    ASSERT_EQ(run("aeval(array(3), {|| dbappend()}), dbcreateindex('o', 'n'), dbclosearea()"),
+              "L T");
     for (const auto& c : cases) {
       ASSERT_TRUE(open("t", c.use)) << c.what;
       call("dbgoto", {integer(2)});
@@ -389,7 +351,6 @@ TEST_F(TableTest, LocksLieWhereEveryProcessLooksForThem) {
       EXPECT_EQ(ranges("t.dbf") + ranges("o.idx"), "") << c.what;
     }
   }
-  EXPECT_EQ(take_errors(), "");
 }
 
 TEST_F(TableTest, ABlockOfAMemoFileIsTakenUnderTheLockOfItsFirstBytes) {
@@ -409,7 +370,6 @@ TEST_F(TableTest, ABlockOfAMemoFileIsTakenUnderTheLockOfItsFirstBytes) {
     EXPECT_EQ(ranges("u.dbt"), "");
     call("dbclosearea");
   }
-  EXPECT_EQ(take_errors(), "");
 }
 
 }  // namespace

@@ -126,6 +126,14 @@ int run_processes(int n, const std::function<bool(int)>& body) {
   return failed;
 }
 
+bool elsewhere(const std::function<bool()>& work) {
+  return run_processes(1, [&](int) { return work(); }) == 0;
+}
+bool elsewhere(const std::string& expressions, Use use) {
+  return elsewhere(
+      [&] { return open("t", use) && run(expressions) == "L T" && take_errors().empty(); });
+}
+
 pid_t start_process(const std::function<void()>& body) {
   const pid_t pid = fork();
   if (pid == 0) {

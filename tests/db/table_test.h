@@ -52,6 +52,9 @@ std::string le32(unsigned value);
 // Runs `body` in processes of their own, started together; the number that failed (a body that
 // returns false, or ended otherwise than by returning).
 int run_processes(int n, const std::function<bool(int index)>& body);
+// Does `work` succeed in another process? Of expressions: on the table t, giving true and raising nothing.
+bool elsewhere(const std::function<bool()>& work);
+bool elsewhere(const std::string& expressions, Use use = Use::kShared);
 // A process that runs `body` until it is killed.
 pid_t start_process(const std::function<void()>& body);
 // True when the process ended with status 0.
