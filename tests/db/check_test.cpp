@@ -4,16 +4,15 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <map>
 #include <random>
 
 #include "db/dbfidx/check/check.h"
 #include "db/dbfidx/check/repair.h"
+#include "tests/db/die_at_each_call.h"
 #include "tests/db/idx_checker.h"
 #include "tests/db/table_checker.h"
 #include "tests/db/table_files.h"
 #include "tests/db/table_test.h"
-#include "tests/support/fail_nth.h"
 
 namespace tarnel::testing {
 namespace {
@@ -44,13 +43,10 @@ class CheckTest : public TableTest {
     }
     EXPECT_TRUE(yes("dbcreateindex", {text("name"), text("name")}));
     call("dbclosearea");
-    for (const char* file : kFiles) whole_[file] = read_file(file);
+    whole_ = read_files({kFiles[0], kFiles[1], kFiles[2]});
     EXPECT_EQ(independent(), "");
   }
 
-  void restore() {
-    for (const auto& [file, bytes] : whole_) write_file(file, bytes);
-  }
   // The lines that the check writes, a bar between them.
   static std::string check(const char* file = "t") {
     std::string lines;
@@ -89,23 +85,24 @@ class CheckTest : public TableTest {
   }
   static std::size_t record(int n) { return kHeader + static_cast<std::size_t>(n - 1) * kRecord; }
 
-  std::map<std::string, std::string> whole_;
+  Files whole_;
 };
 
 enum class Repair { kWhole, kValueStays, kRefused };
+using enum Repair;
 struct Damage {
   const char* file;
   std::size_t at;  // where the bytes go; at the end of the file: they are added
   std::string bytes;
-  std::string finding;
+  std::string finding;  // in this file, those of t.dbt in t.dbf
   Repair repair = Repair::kWhole;
 };
 
 TEST_F(CheckTest, EveryDamageIsFoundWithItsPlace) {
   EXPECT_EQ(check(), "");
   const std::size_t size = whole_["t.dbf"].size(), pages = whole_["name.idx"].size() / 512;
-  const std::string leaf_page = "name.idx: page " + std::to_string(leaf());
-  const std::string root_page = "name.idx: page " + std::to_string(root());
+  const std::string leaf_page = "page " + std::to_string(leaf());
+  const std::string root_page = "page " + std::to_string(root());
   const std::string_view first = std::string_view(whole_["name.idx"]).substr(entry(leaf(), 0), 20);
   const std::string_view second = std::string_view(whole_["name.idx"]).substr(entry(leaf(), 1), 20);
   const std::uint32_t keys = static_cast<unsigned char>(whole_["name.idx"][page(leaf())]);
@@ -114,68 +111,54 @@ TEST_F(CheckTest, EveryDamageIsFoundWithItsPlace) {
     return std::to_string(static_cast<unsigned char>(entry[4]));
   };
   const Damage damages[] = {
-      {"t.dbf", 0, "\x30", "t.dbf: header: is no table of this kind: version 0x30",
-       Repair::kRefused},
-      {"t.dbf", 8, le16(60000), "t.dbf: header: header size: 60000, the file has 3225"},
-      {"t.dbf", 10, le16(0), "t.dbf: header: record size 0"},
+      {"t.dbf", 0, "\x30", "header: is no table of this kind: version 0x30", kRefused},
+      {"t.dbf", 8, le16(60000), "header: header size: 60000, the file has 3225"},
+      {"t.dbf", 10, le16(0), "header: record size 0"},
       {"t.dbf", 10, le16(51),
-       "t.dbf: header: the fields don't make the record size: 6 lie in it, "
-       "the record size is 51"},
-      {"t.dbf", 4, le32(61), "t.dbf: header: counts more records than the file holds: 61 and 60"},
-      {"t.dbf", 4, le32(58), "t.dbf: header: bytes behind the last record: 100, 2 whole records"},
+       "header: the fields don't make the record size: 6 lie in it, the record size is 51"},
+      {"t.dbf", 4, le32(61), "header: counts more records than the file holds: 61 and 60"},
+      {"t.dbf", 4, le32(58), "header: bytes behind the last record: 100, 2 whole records"},
       {"t.dbf", 4, le32(0xFFFFFFFF),
-       "t.dbf: header: counts more records than a table can have: 4294967295"},
-      {"t.dbf", size, "abc", "t.dbf: header: bytes behind the last record: 3, 0 whole records"},
-      {"t.dbf", 2, "\x0D", "t.dbf: header: no date of the last change: 2026-13-"},
-      {"t.dbf", kHeader - 1, " ", "t.dbf: header: no end mark behind the fields"},
-      {"t.dbf", descriptor(2, 0), std::string(1, '\0'), "t.dbf: field 2 : no name of a field",
-       Repair::kRefused},
-      {"t.dbf", descriptor(3, 0), "n", "t.dbf: field 3 n: a name that another field has",
-       Repair::kValueStays},
-      {"t.dbf", descriptor(4, 11), "X", "t.dbf: field 4 D: no type of a field: X",
-       Repair::kRefused},
-      {"t.dbf", descriptor(4, 16), "\x09",
-       "t.dbf: field 4 D: a length that the type doesn't have: "
-       "D 9",
-       Repair::kRefused},
+       "header: counts more records than a table can have: 4294967295"},
+      {"t.dbf", size, "abc", "header: bytes behind the last record: 3, 0 whole records"},
+      {"t.dbf", 2, "\x0D", "header: no date of the last change: 2"},
+      {"t.dbf", kHeader - 1, " ", "header: no end mark behind the fields"},
+      {"t.dbf", descriptor(2, 0), std::string(1, '\0'), "field 2 : no name of a field", kRefused},
+      {"t.dbf", descriptor(3, 0), "n", "field 3 n: a name that another field has", kValueStays},
+      {"t.dbf", descriptor(4, 11), "X", "field 4 D: no type of a field: X", kRefused},
+      {"t.dbf", descriptor(4, 16), "\x09", "field 4 D: a length that the type doesn't have: D 9",
+       kRefused},
       {"t.dbf", 0, "\x03",
-       "t.dbf: header: memo fields and memo file don't go together: fields, no "
-       "memo file"},
-      {"t.dbf", record(7), "?", "t.dbf: record 7: no delete mark: 0x3f"},
-      {"t.dbf", record(7) + 13, "   1x2  ", "t.dbf: record 7, field N: no number:    1x2  ",
-       Repair::kValueStays},
-      {"t.dbf", record(60) + 21, "******", "t.dbf: record 60, field F: no number: ******",
-       Repair::kValueStays},
-      {"t.dbf", record(7) + 31, "20230229", "t.dbf: record 7, field D: no date: 20230229",
-       Repair::kValueStays},
-      {"t.dbf", record(7) + 39, "y", "t.dbf: record 7, field L: neither T nor F: y",
-       Repair::kValueStays},
-      {"t.dbf", record(2) + 40, "         x", "t.dbf: record 2, field M: no number of a block"},
+       "header: memo fields and memo file don't go together: fields, no memo file"},
+      {"t.dbf", record(7), "?", "record 7: no delete mark: 0x3f"},
+      {"t.dbf", record(7) + 13, "   1x2  ", "record 7, field N: no number:    1x2  ", kValueStays},
+      {"t.dbf", record(60) + 21, "******", "record 60, field F: no number: ******", kValueStays},
+      {"t.dbf", record(7) + 31, "20230229", "record 7, field D: no date: 20230229", kValueStays},
+      {"t.dbf", record(7) + 39, "y", "record 7, field L: neither T nor F: y", kValueStays},
+      {"t.dbf", record(2) + 40, "         x", "record 2, field M: no number of a block"},
       {"t.dbf", record(1) + 40, "      9999",
-       "t.dbf: record 1, field M, block 9999: outside of the memo file"},
+       "record 1, field M, block 9999: outside of the memo file"},
       {"t.dbf", record(3) + 40, whole_["t.dbf"].substr(record(2) + 40, 10),
-       "t.dbf: record 3, field M, block 1: shared with another memo"},
-      {"t.dbt", 512 + 100, "y", "t.dbf: record 3, field M, block 2: shared with another memo"},
-      {"t.dbt", whole_["t.dbt"].rfind('\x1A'), "y",
-       "t.dbf: record 60, field M, block 66: no end mark"},
-      {"t.dbt", 0, le32(5),
-       "t.dbf: record 6, field M, block 5: the next memo will be written there"},
-      {"t.dbt", 0, le32(0), "t.dbf: memo file, block 0: no next free block: 0, memos reach"},
-      {"name.idx", 0, "R", "name.idx: header: header contradicts itself: version"},
-      {"name.idx", 20, "Z", "name.idx: header: header contradicts itself: unknown key type"},
-      {"name.idx", 28, le32(40), "name.idx: header: header contradicts itself: keys in a page"},
+       "record 3, field M, block 1: shared with another memo"},
+      {"t.dbt", 512 + 100, "y", "record 3, field M, block 2: shared with another memo"},
+      {"t.dbt", whole_["t.dbt"].rfind('\x1A'), "y", "record 60, field M, block 66: no end mark"},
+      {"t.dbt", 0, le32(5), "record 6, field M, block 5: the next memo will be written there"},
+      {"t.dbt", 0, le32(0), "memo file, block 0: no next free block: 0, memos reach"},
+      {"name.idx", 0, "R", "header: header contradicts itself: version"},
+      {"name.idx", 20, "Z", "header: header contradicts itself: unknown key type"},
+      {"name.idx", 28, le32(40), "header: header contradicts itself: keys in a page"},
       {"name.idx", 16, le32(999),
-       "name.idx: header: more pages than the file holds: 999 and " + std::to_string(pages)},
-      {"name.idx", 1025, "\x77", "name.idx: header: lacks changes of the table: change 119 of "},
-      {"name.idx", 4, le32(61), "name.idx: header: number of keys: 61, the table has 60 records"},
-      {"name.idx", 4, le32(59), "name.idx: header: number of keys: 59, the pages have 60"},
-      {"name.idx", 8, le32(2), "name.idx: page 2: no page of the file"},
+       "header: more pages than the file holds: 999 and " + std::to_string(pages)},
+      {"name.idx", 1025, "\x77", "header: lacks changes of the table: change 119 of "},
+      {"name.idx", 4, le32(61), "header: number of keys: 61, the table has 60 records"},
+      {"name.idx", 4, le32(59), "header: number of keys: 59, the pages have 60"},
+      {"name.idx", 8, le32(2), "page 2: no page of the file"},
       {"name.idx", page(leaf()), le32(0), leaf_page + ": no key in it"},
       {"name.idx", page(leaf()), le32(255),
        leaf_page + ": more keys than a page has room for: 255"},
-      {"name.idx", page(leaf()), le32(keys - 1), "name.idx: record "},
+      {"name.idx", page(leaf()), le32(keys - 1), "record "},
       {"name.idx", entry(root(), 1), whole_["name.idx"].substr(entry(root(), 0), 4),
-       "name.idx: page " + std::to_string(child()) + ": hangs in two places"},
+       "page " + std::to_string(child()) + ": hangs in two places"},
       {"name.idx", entry(leaf(), 0), le32(static_cast<unsigned>(root())),
        root_page + ": hangs in two places"},
       {"name.idx", entry(leaf(), keys - 1) + 4, le32(999),
@@ -188,7 +171,7 @@ TEST_F(CheckTest, EveryDamageIsFoundWithItsPlace) {
        leaf_page + ": not where it belongs: key 2, record " + same(first)},
       {"name.idx", entry(leaf(), 0), std::string(second),
        leaf_page + ": not where it belongs: key 2, record " + same(second)},
-      {"name.idx", 16, le32(static_cast<unsigned>(pages) - 1), "name.idx: page "},
+      {"name.idx", 16, le32(static_cast<unsigned>(pages) - 1), "page "},
       {"name.idx", 12, le32(static_cast<unsigned>(leaf())),
        leaf_page + ": hangs in two places: free"},
   };
@@ -196,16 +179,16 @@ TEST_F(CheckTest, EveryDamageIsFoundWithItsPlace) {
     std::string bytes = whole_[damage.file];
     bytes.replace(damage.at, std::min(damage.bytes.size(), bytes.size() - damage.at), damage.bytes);
     write_file(damage.file, bytes);
+    SCOPED_TRACE(damage.finding);
+    const std::string file = damage.file, in = file == "t.dbt" ? "t.dbf" : file;
     const std::string found = "|" + check();
-    EXPECT_NE(found.find("|" + damage.finding), std::string::npos) << damage.finding << "\n"
-                                                                   << found;
-    EXPECT_NE(independent(), "") << damage.finding;
+    EXPECT_NE(found.find("|" + in + ": " + damage.finding), std::string::npos) << found;
+    EXPECT_NE(independent(), "");
     EXPECT_EQ(read_file(damage.file), bytes) << "nothing is written";
-    EXPECT_EQ(repair(), damage.repair != Repair::kRefused) << damage.finding;
-    EXPECT_EQ(independent() == "", damage.repair == Repair::kWhole) << damage.finding << "\n"
-                                                                    << independent();
-    EXPECT_EQ(check() == "", damage.repair == Repair::kWhole) << check();
-    restore();
+    EXPECT_EQ(repair(), damage.repair != kRefused);
+    EXPECT_EQ(independent() == "", damage.repair == kWhole) << independent();
+    EXPECT_EQ(check() == "", damage.repair == kWhole) << check();
+    write_files(whole_);
   }
   std::filesystem::remove("t.dbt");
   EXPECT_EQ(check(),
@@ -225,7 +208,7 @@ class RepairTest : public CheckTest {
     table.replace(4, 4, le32(kRecords - 2));
     table[record(7)] = '?';
     table.replace(record(2) + 40, 10, "      9999");
-    restore();
+    write_files(whole_);
     before_[1].replace(40, std::string::npos, "");
   }
   // Damaged or repaired, nothing between.
@@ -247,34 +230,29 @@ class RepairTest : public CheckTest {
 
 TEST_F(RepairTest, AProcessMayDieAtEachCall) {
   const int files_before = files();
-  for (int n = 1, finished = 0; finished == 0; ++n) {
-    SCOPED_TRACE(n);
-    restore();
-    finished = 1 - run_processes(1, [&](int) {
-                 const FailNth dying(kKill, n);
-                 return repair() && !FailNth::struck();
-               });
-    {
-      TableRepair next("t", [](const std::string&) {});  // finishes what hangs between two renames
-      ASSERT_TRUE(next.plan());
-    }
-    expect_one_or_the_other();
-    for (const auto& entry : std::filesystem::directory_iterator("."))  // nobody is at what it left
-      if (entry.path().stem().string().starts_with("new"))
-        last_write_time(entry,
-                        std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
-    ASSERT_TRUE(repair());
-    EXPECT_EQ(check() + independent(), "");
-    EXPECT_TRUE(records_of("t") == before_);
-    EXPECT_EQ(files(), files_before);
-    ASSERT_LT(n, 1000);
-  }
+  die_at_each_call([&] { write_files(whole_); }, [] { return repair(); },
+                   [&](int) {
+                     {
+                       TableRepair next("t", [](const std::string&) {});
+                       ASSERT_TRUE(next.plan());  // finishes what hangs between two renames
+                     }
+                     expect_one_or_the_other();
+                     const auto an_hour_ago =
+                         std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+                     for (const auto& entry : std::filesystem::directory_iterator("."))
+                       if (entry.path().stem().string().starts_with("new"))
+                         last_write_time(entry, an_hour_ago);  // nobody is at what it left
+                     ASSERT_TRUE(repair());
+                     EXPECT_EQ(check() + independent(), "");
+                     EXPECT_TRUE(records_of("t") == before_);
+                     EXPECT_EQ(files(), files_before);
+                   });
 }
 
 TEST_F(RepairTest, FaultsOfTheSystemLeaveTheTableWholeAndNothingBesideIt) {
   const int files_before = files();
   const int runs = fail_each_call(
-      {kDiskFull, kIoError}, [&] { restore(); }, [] { static_cast<void>(repair()); },
+      {kDiskFull, kIoError}, [&] { write_files(whole_); }, [] { static_cast<void>(repair()); },
       [&](const Fault*) {
         TableRepair next("t", [](const std::string&) {});
         EXPECT_TRUE(next.plan());
@@ -306,21 +284,17 @@ TEST_F(CheckTest, WhatTheIndependentCheckersFindInDamagedBytesIsFoundToo) {
     const bool good = found.empty() || (found.find("note:") != found.npos && expected.empty());
     if (expected.empty() != good && ++disagreed < 10)
       ADD_FAILURE() << file << " " << i << ": " << expected << " / " << found;
-    restore();
+    write_files(whole_);
   }
   EXPECT_GT(faulty, 100);
 }
 
 TEST_F(CheckTest, NothingIsFoundInATableThatOthersChange) {
   ASSERT_TRUE(open("t", Use::kExclusive));
-  for (int i = 0; i < 2000; ++i) {
-    call("dbappend");
-    put("name", text("more " + std::to_string(i * 7919 % 10007)));
-  }
-  ASSERT_TRUE(yes("dbcreateindex", {text("name"), text("name")}));
-  ASSERT_TRUE(yes("ordcondset", {text("n > 5")}) &&
-              yes("ordcreate", {text("some"), nil_value(), text("n")}));
-  call("dbclosearea");
+  run("aeval(array(2000), {|x, i| dbappend(), name := 'more ' + ltrim(str(i * 7919 % 10007))})");
+  ASSERT_EQ(run("dbcreateindex('name', 'name'), ordcondset('n > 5'), ordcreate('some', , 'n'), "
+                "dbclosearea()"),
+            "L T");
   int gate[2], busy[2];
   ASSERT_TRUE(pipe(gate) == 0 && pipe(busy) == 0);
   std::vector<pid_t> writers;
@@ -329,8 +303,7 @@ TEST_F(CheckTest, NothingIsFoundInATableThatOthersChange) {
       ::close(gate[1]);
       ::close(busy[0]);
       fcntl(gate[0], F_SETFL, O_NONBLOCK);
-      if (!open("t", Use::kShared) || !yes("ordlistadd", {text("name")}) ||
-          !yes("ordlistadd", {text("some")}))
+      if (!open("t", Use::kShared) || run("ordlistadd('name') .and. ordlistadd('some')") != "L T")
         _exit(2);
       std::mt19937 random(static_cast<unsigned>(w));
       int changes = 0;

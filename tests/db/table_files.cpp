@@ -28,6 +28,15 @@ std::vector<std::string> records_of(const std::string& name) {
   return records;
 }
 
+Files read_files(std::initializer_list<const char*> names) {
+  Files files;
+  for (const char* name : names) files[name] = read_file(name);
+  return files;
+}
+void write_files(const Files& files) {
+  for (const auto& [name, bytes] : files) write_file(name, bytes);
+}
+
 std::string order_fault(const std::string& order, const std::string& table,
                         const std::vector<std::string>& records, OrderKey place,
                         const std::function<bool(const std::string&)>& wanted) {

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <functional>
+#include <initializer_list>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -11,6 +13,11 @@ namespace tarnel::testing {
 // The records in NAME.dbf, deleted ones with their mark in front. A memo field at the end of the record is
 // replaced by its text in NAME.dbt, behind a bar.
 std::vector<std::string> records_of(const std::string& name);
+
+// Whole files by their names.
+using Files = std::map<std::string, std::string>;
+Files read_files(std::initializer_list<const char*> names);
+void write_files(const Files& files);
 
 // The field that is the key of an order: its place in a record.
 struct OrderKey {
