@@ -4,22 +4,13 @@
 // stays, and the next operation does its work.
 #include <algorithm>
 #include <cstring>
-#include <map>
 
-#include "tests/db/table_files.h"
-#include "tests/db/table_test.h"
+#include "tests/db/ordered_table.h"
 #include "tests/support/fail_allocation.h"
 #include "tests/support/fail_nth.h"
 
 namespace tarnel::testing {
 namespace {
-
-constexpr int kRecords = 6;
-const char* const kFiles[] = {"t.dbf", "t.dbt", "byn.idx", "bywho.idx"};
-
-std::vector<std::string> records_in_files() {
-  return records_of("t");
-}
 
 struct Operation {
   const char* name;
@@ -64,42 +55,20 @@ const Operation kOperations[] = {
      "101 103 104 105 325 327 331 412 "},
     {"reindex", "indexord() = 0 .or. ordlistrebuild()", "103 104 331 412 415 ", false}};
 
-class FaultyCalls : public TableTest, public ::testing::WithParamInterface<bool> {
+class FaultyCalls : public OrderedTable, public ::testing::WithParamInterface<bool> {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"who", "C", 6, 0}, {"note", "M", 10, 0}}));
-    ASSERT_TRUE(open("t", Use::kExclusive));
-    for (int i = 1; i <= kRecords; ++i) {
-      call("dbappend");
-      put("n", integer(10 * i));
-      put("who", text("w" + std::to_string(i)));
-      put("note", text("note " + std::to_string(i)));
-    }
-    ASSERT_TRUE(yes("ordcreate", {text("bywho"), nil_value(), text("who")}));
-    ASSERT_TRUE(yes("ordcreate", {text("byn"), nil_value(), text("n")}));
-    call("dbclosearea");
-    for (const char* file : kFiles) saved_[file] = read_file(file);
+    make(6, [](int i) { return "note " + std::to_string(i); });
+    ASSERT_EQ(run("ordcreate('bywho', , 'who'), ordcreate('byn', , 'n'), dbclosearea()"), "L T");
+    saved_ = read_files({"t.dbf", "t.dbt", "byn.idx", "bywho.idx"});
   }
-  void put_back() {
-    close_all_areas();
-    for (const char* file : kFiles) write_file(file, saved_[file]);
-    for (const char* file : {"new.dbf", "new.dbt", "new.idx"}) ::unlink(file);
-  }
-  void open_again(bool shared, bool orders) {
+  void open_again(bool shared) {
     put_back();
+    for (const char* file : {"new.dbf", "new.dbt", "new.idx"}) ::unlink(file);
     ASSERT_TRUE(open("t", shared ? Use::kShared : Use::kExclusive)) << take_errors();
-    if (!orders) return;
-    ASSERT_TRUE(yes("dbsetindex", {text("byn")}) && yes("dbsetindex", {text("bywho")}))
-        << take_errors();
+    ASSERT_TRUE(!GetParam() || run("dbsetindex('byn') .and. dbsetindex('bywho')") == "L T");
     ASSERT_EQ(take_errors(), "");
   }
-  static void expect_orders_agree_or_differ(const std::vector<std::string>& records) {
-    for (const char* file : {"byn.idx", "bywho.idx"})
-      EXPECT_EQ(
-          order_fault(file, "t.dbf", records, file[2] == 'n' ? OrderKey{1, 5} : OrderKey{6, 6}),
-          "");
-  }
-  using Records = std::vector<std::string>;
   static void expect_nothing_lost(const Records& now, const Records& before, const Records& after,
                                   const Records& also) {
     ASSERT_GE(now.size(), before.size());
@@ -112,20 +81,15 @@ class FaultyCalls : public TableTest, public ::testing::WithParamInterface<bool>
     ASSERT_TRUE(area_list() != nullptr || open("t", Use::kExclusive)) << take_errors();
     EXPECT_EQ(table().locks.readers + table().locks.writers, 0);
     take_errors();
-    call("dbgoto", {integer(1)});
-    EXPECT_TRUE(yes("rlock")) << take_errors();
-    put("who", text("next"));
-    EXPECT_TRUE(yes("dbcommit")) << take_errors();
-    EXPECT_EQ(get("who"), "C next  ");
-    EXPECT_TRUE(yes("dbappend")) << take_errors();
+    EXPECT_EQ(run("dbgoto(1), rlock()"), "L T") << take_errors();
+    EXPECT_EQ(run("who := 'next', iif(dbcommit(), who, nil)"), "C next  ") << take_errors();
+    EXPECT_EQ(run("dbappend()"), "L T") << take_errors();
     run("who := 'last', dbunlock()");
     close_all_areas();
     const std::string errors = take_errors();
     EXPECT_TRUE(errors.empty() || errors.starts_with("331 ") || errors.starts_with("412 "))
         << errors;
   }
-
-  std::map<std::string, std::string> saved_;
 };
 INSTANTIATE_TEST_SUITE_P(Uses, FaultyCalls, ::testing::Bool(), [](const auto& orders) {
   return orders.param ? std::string("WithOrders") : std::string("WithoutOrders");
@@ -138,17 +102,16 @@ TEST_P(FaultyCalls, LoseNothingAndSayWhatIsTrue) {
       if (shared && !operation.shared) continue;
       const ::testing::ScopedTrace trace(__FILE__, __LINE__,
                                          std::string(operation.name) + (shared ? ", shared" : ""));
-      open_again(shared, GetParam());
-      const auto before = records_in_files();
+      open_again(shared);
+      const auto before = records_of("t");
       ASSERT_EQ(run(operation.expressions), "L T") << take_errors();
       close_all_areas();
-      const auto after = records_in_files();
+      const auto after = records_of("t");
       bool says = false;
       runs += fail_each_call(
           {kIoError, kDiskFull, kInterrupted, kDeadlock, kNoLocks, kNoDescriptors, kShortRead,
            kShortWrite},
-          [&] { open_again(shared, GetParam()); },
-          [&] { says = run(operation.expressions) == "L T"; },
+          [&] { open_again(shared); }, [&] { says = run(operation.expressions) == "L T"; },
           [&](const Fault* fault) {
             const std::int32_t mark = temp_top();
             const std::string errors = take_errors();
@@ -159,7 +122,7 @@ TEST_P(FaultyCalls, LoseNothingAndSayWhatIsTrue) {
             const bool closing = std::string_view(operation.name) == "close";
             close_all_areas();
             const std::string at_close = take_errors();
-            const auto now = records_in_files();
+            const auto now = records_of("t");
             EXPECT_TRUE(!says || now == after || !at_close.empty() || (closing && !errors.empty()))
                 << now.size();
             expect_nothing_lost(now, before, after, after);
@@ -177,13 +140,13 @@ TEST_P(FaultyCalls, EachAllocationMayFail) {
   for (const bool shared : {true, false})
     for (const Operation& operation : kOperations) {
       if (shared && !operation.shared) continue;
-      const auto open_table = [&] { open_again(shared, GetParam()); };
+      const auto open_table = [&] { open_again(shared); };
       const auto operate = [&] { return run(operation.expressions) == "L T"; };
       open_table();
-      const auto before = records_in_files();
+      const auto before = records_of("t");
       ASSERT_TRUE(operate()) << take_errors();
       close_all_areas();
-      const auto after = records_in_files();
+      const auto after = records_of("t");
       auto emptied = after;
       for (std::string& record : emptied) record.resize(record.find('|') + 1);
       put_back();
@@ -195,7 +158,7 @@ TEST_P(FaultyCalls, EachAllocationMayFail) {
             return operate();
           },
           [&] {
-            expect_nothing_lost(records_in_files(), before, after, emptied);
+            expect_nothing_lost(records_of("t"), before, after, emptied);
             expect_next_operation_works();
             put_back();
           });
