@@ -4,7 +4,6 @@
 #include <ctime>
 #include <random>
 
-#include "core/symbols.h"
 #include "db/dbfidx/format/format_dbf.h"
 #include "tests/db/table_test.h"
 
@@ -65,19 +64,12 @@ TEST_F(DbfFormat, RecordsReadFromHandWrittenBytes) {
                           descriptor("RATE", 'F', 8, 1) + descriptor("OK", 'L', 1, 0) + '\r' +
                           " Ann  20001231  -1.502.5e+002T" + "*Bob            +12.5nonsense?");
   ASSERT_TRUE(open("t", Use::kExclusive));
-  EXPECT_EQ(get("name"), "C Ann  ");
-  EXPECT_EQ(get("born"), "D 730485");
-  EXPECT_EQ(get("amount"), "N -1.50");
-  EXPECT_EQ(get("rate"), "F 250.0");
-  EXPECT_EQ(get("ok"), "L T");
-  EXPECT_FALSE(yes("deleted"));
+  const char* fields = "name + dtos(born) + str(amount) + str(rate)";
+  EXPECT_EQ(run(fields), "C Ann  20001231  -1.50   250.0");
+  EXPECT_EQ(run("ok .and. !deleted()"), "L T");
   call("dbskip");
-  EXPECT_TRUE(yes("deleted"));
-  EXPECT_EQ(get("born"), "D 0");
-  EXPECT_EQ(get("amount"), "N 12.50");
-  EXPECT_EQ(get("rate"), "F 0.0");
-  EXPECT_EQ(get("ok"), "L F");
-  EXPECT_EQ(take_errors(), "");
+  EXPECT_EQ(run(fields), "C Bob            12.50     0.0");
+  EXPECT_EQ(run("ok .or. !deleted()"), "L F");
 }
 
 // Whole numbers, fractions and exponents at every width, beside the system's conversion.
@@ -100,119 +92,6 @@ TEST(DbfNumbers, ReadAsTheSystemReadsThem) {
   }
 }
 
-TEST_F(DbfFormat, ValuesAreStoredAsText) {
-  ASSERT_TRUE(create(
-      "t",
-      {{"c", "C", 4, 0}, {"d", "D", 8, 0}, {"n", "N", 7, 2}, {"f", "F", 9, 2}, {"l", "L", 1, 0}}));
-  ASSERT_TRUE(open("t", Use::kExclusive));
-  struct {
-    const char* field;
-    Var* value;
-    const char* stored;
-    const char* read;
-  } const cases[] = {{"c", text("ab"), "ab  ", "C ab  "},
-                     {"c", text("abcdef"), "abcd", "C abcd"},
-                     {"d", TMP_DATE(730485), "20001231", "D 730485"},
-                     {"d", empty_date(), "        ", "D 0"},
-                     {"n", number(12.346, 3), "  12.35", "N 12.35"},
-                     {"n", true_value(), "   1.00", "N 1.00"},
-                     {"f", number(250, 0), "      250", "F 250.00"},
-                     {"f", number(1.0 / 3, 2), "0.3333333", "F 0.33"},
-                     {"l", true_value(), "T", "L T"},
-                     {"l", integer(0), "F", "L F"}};
-  for (const auto& c : cases) {
-    ASSERT_TRUE(yes("dbappend"));
-    put(c.field, c.value);
-    EXPECT_EQ(get(c.field), c.read);
-    call("dbcommit");
-    const std::string file = read_file("t.dbf");
-    const int at =
-        table().fields[static_cast<std::size_t>(count("fieldpos", {text(c.field)}) - 1)].offset;
-    const std::size_t record = file.size() - table().recordSize;
-    EXPECT_EQ(file.substr(record + static_cast<std::size_t>(at), std::string_view(c.stored).size()),
-              c.stored);
-  }
-  EXPECT_EQ(take_errors(), "");
-}
-
-TEST_F(DbfFormat, NumberTooWideLeavesBlanksAndZero) {
-  ASSERT_TRUE(create("t", {{"n", "N", 5, 1}}) && open("t", Use::kExclusive));
-  run("dbappend(), n := 1234.5");
-  EXPECT_EQ(take_errors(),
-            "205 DBFIDX:FieldPut();numeric field overflow in assign;205 (illegal field value)");
-  EXPECT_EQ(get("n"), "N 0.0");
-  call("dbcommit");
-  EXPECT_EQ(read_file("t.dbf").substr(65), std::string("      "));
-}
-
-TEST_F(DbfFormat, VersionBytesThatOpen) {
-  struct {
-    int version;
-    const char* error;
-  } const cases[] = {
-      {0x03, ""},
-      {0x43, ""},
-      {0x8B,
-       "326 DBFIDX:Init();'dBASE IV' file format not supported;326 (Wrong version of DBF file)"},
-      {0xF5, "326 DBFIDX:Init();'Fox' file format not supported;326 (Wrong version of DBF file)"},
-      {0x30,
-       "326 DBFIDX:Init();the file has 0x30 as version code;326 (Wrong version of DBF file)"}};
-  for (const auto& c : cases) {
-    write_file("v.dbf", header(c.version, 0, 65, 4, "\1\1\1") + descriptor("A", 'C', 3, 0) + '\r');
-    EXPECT_EQ(open("v", Use::kExclusive), *c.error == 0) << c.version;
-    EXPECT_EQ(take_errors(), c.error);
-    EXPECT_EQ(yes("neterr"), *c.error != 0);
-    close_all_areas();
-  }
-}
-
-TEST_F(DbfFormat, MemoTextsLieInBlocks) {
-  ASSERT_TRUE(create("t", {{"note", "M", 10, 0}}) && open("t", Use::kShared));
-  const std::string full(512, 'x');
-  run("dbappend(), note := 'first', dbappend()");
-  put("note", text(full));  // two blocks: the end mark needs the second
-  run("dbappend(), note := 'third', dbcommit()");
-  std::string memo = read_file("t.dbt");
-  ASSERT_EQ(memo.size(), 5u * 512);
-  EXPECT_EQ(memo.substr(0, 4), le32(5));
-  EXPECT_EQ(memo.substr(512, 6), "first\x1A");
-  EXPECT_EQ(memo.substr(1024, 513), full + '\x1A');
-  EXPECT_EQ(memo.substr(2048, 6), "third\x1A");
-  EXPECT_EQ(read_file("t.dbf").substr(65), "          1          2          4");
-
-  run("dbgotop(), note := 'longer, but in the room of its block'");
-  EXPECT_EQ(get("note"), "M longer, but in the room of its block");
-  EXPECT_EQ(run("dbgoto(3), note"), "M third");
-  call("rlock");
-  put("note", text(std::string(600, 'y')));  // outgrows its block and moves to the end
-  call("dbcommit");
-  EXPECT_EQ(read_file("t.dbf").substr(65), "          1          2          5");
-  EXPECT_EQ(read_file("t.dbt").substr(0, 4), le32(7));
-  EXPECT_EQ(run("note := '', dbcommit(), note"), "M ");
-  EXPECT_EQ(read_file("t.dbt").substr(5 * 512, 1), "\x1A");
-
-  // A text of whole blocks has no room for its end mark, which must not lie in another one's.
-  run("dbappend(), note := 'last', dbcommit()");
-  EXPECT_EQ(read_file("t.dbf").substr(98), "          7");
-  put("note", text(full));
-  call("dbcommit");
-  EXPECT_EQ(read_file("t.dbf").substr(98), "          7") << "the last stays";
-  EXPECT_EQ(read_file("t.dbt").substr(0, 4), le32(9));
-  run("dbgotop(), rlock()");
-  put("note", text(full));
-  call("dbcommit");
-  EXPECT_EQ(read_file("t.dbf").substr(65, 33), "          9          2          5") << "others move";
-  EXPECT_EQ(run("dbgoto(2), note"), "M " + full);
-  EXPECT_EQ(take_errors(), "");
-
-  // What could not be read again isn't written.
-  run("dbgotop(), rlock(), note := replicate('x', 65535)");
-  EXPECT_EQ(run("len(note)"), "I 65535");
-  run("note := replicate('x', 65536)");
-  EXPECT_EQ(take_errors().substr(0, 62), "301 DBFIDX:FieldGet();memo content exceeds 65536 bytes;301 (no");
-  EXPECT_EQ(run("len(note)"), "I 65535");
-}
-
 // Everything a command writes to its standard output.
 std::string output_of(const char* command) {
   std::string output;
@@ -225,12 +104,7 @@ std::string output_of(const char* command) {
 TEST_F(DbfFormat, UnrelatedProgramReadsTheSameTable) {
   ASSERT_TRUE(create("t", {{"name", "C", 8, 0}, {"amount", "N", 9, 2}, {"n", "N", 5, 0}}));
   ASSERT_TRUE(open("t", Use::kShared));
-  for (int i = 1; i <= 3; ++i) {
-    call("dbappend");
-    put("name", text(std::string(static_cast<std::size_t>(i), 'x')));
-    put("amount", number(i * 1.25, 2));
-    put("n", integer(-i));
-  }
+  run("aeval({'x', 'xx', 'xxx'}, {|x, i| dbappend(), name := x, amount := i * 1.25, n := -i})");
   call("dbclosearea");
   EXPECT_EQ(output_of("dbfdump -h t.dbf 2>&1 | tr -s ' '"),
             "Field 0: Type=C/String, Title=`NAME', Width=8, Decimals=0\n"
