@@ -3,12 +3,12 @@
 
 #include <cerrno>
 #include <functional>
-#include <map>
 #include <utility>
 
 #include "core/file_ops.h"
 #include "core/sequence.h"
 #include "tests/db/idx_checker.h"
+#include "tests/db/table_files.h"
 #include "tests/db/table_test.h"
 #include "tests/support/fail_nth.h"
 
@@ -43,11 +43,9 @@ class AgreementTest : public TableTest {
   // The condition hides a lacking key from the count of keys.
   void make() {
     ASSERT_TRUE(create("t", {{"name", "C", 8, 0}, {"n", "N", 4, 0}}) && open("t", Use::kExclusive));
-    for (const char* name : {"delta", "alpha", "charlie"})
-      call("dbappend"), put("name", text(name));
-    ASSERT_TRUE(yes("ordcondset", {text("n >= 0")}));
-    ASSERT_TRUE(yes("dbcreateindex", {text("i"), text("name")}));
-    call("dbclosearea");
+    ASSERT_EQ(run("aeval({'delta', 'alpha', 'charlie'}, {|x| dbappend(), name := x}), "
+                  "ordcondset('n >= 0'), dbcreateindex('i', 'name'), dbclosearea()"),
+              "L T");
   }
   static bool use(bool alone = false) {
     return open("t", Use::kShared) && yes("ordlistadd", {text("i"), nil_value(), logical(alone)});
@@ -80,12 +78,11 @@ TEST_F(AgreementTest, ADifferenceStaysUntilABuild) {
     bool alone;  // the order stays open, for this process alone
     std::function<bool()> part;
   };
-  const auto elsewhere = [](const std::function<bool()>& work) {
-    return run_processes(1, [&](int) { return work(); }) == 0;
+  const auto others_change = [] {
+    return elsewhere("dbgoto(1), rlock(), name := 'zulu', dbcommit()");
   };
   const Row rows[] = {
-      {"a change without the order", false,
-       [&] { return elsewhere([] { return open("t", Use::kShared) && change(1, "zulu"); }); }},
+      {"a change without the order", false, others_change},
       {"a death before the record is written", false,
        [&] {
          return elsewhere([] {
@@ -109,14 +106,10 @@ TEST_F(AgreementTest, ADifferenceStaysUntilABuild) {
        }},
       {"a table not changed before", false,
        [] { return patch("t.dbf", 31, 1), patch("i.idx", 1025, 2), true; }},
-      {"a table of others, changed by them", true,
-       [&] {
-         return use(true) && elsewhere([] { return open("t", Use::kShared) && change(1, "zulu"); });
-       }},
+      {"a table of others, changed by them", true, [&] { return use(true) && others_change(); }},
       {"the same, and closed at once", false,
        [&] {
-         const bool done = use(true) && change(2, "yankee") &&
-                           elsewhere([] { return open("t", Use::kShared) && change(1, "zulu"); });
+         const bool done = use(true) && change(2, "yankee") && others_change();
          return call("dbclosearea"), done;
        }},
   };
@@ -185,28 +178,12 @@ TEST_F(AgreementTest, WhatAgreesGoesOnAgreeing) {
 // Afterwards another process gets the table alone, and an order that claims to agree does.
 class HandlersTest : public AgreementTest {
  protected:
-  static bool agrees_or_says_not() {
-    bool good = open("t", Use::kExclusive);
-    for (const char* order : {"i", "j"}) {
-      call("ordlistclear");
-      if (!good || !yes("dbsetindex", {text(order)}) || state() != 0) continue;
-      call("dbsetorder", {integer(0)});
-      std::multimap<std::string, std::uint32_t> records, keys;
-      for (call("dbgotop"); !yes("eof"); call("dbskip"))
-        records.emplace(text_of(call("fieldget", {text("name")})), count("recno"));
-      for (const auto& [key, recno] : check_idx(std::string(order) + ".idx").keys)
-        keys.emplace(key, recno);
-      good = records == keys;
-    }
-    return good;
-  }
   static void work(Use use) {
     if (!open("t", use)) return;
-    yes("dbsetindex", {text("i")});
-    yes("ordlistadd", {text("j"), nil_value(), logical(use == Use::kShared)});
-    if (yes("dbappend")) put("name", text("bravo"));
-    call("dbgoto", {integer(1)});
-    if (yes("rlock")) put("name", text("zulu"));
+    run(use == Use::kShared ? "dbsetindex('i'), ordlistadd('j', , .T.)"
+                            : "dbsetindex('i'), ordlistadd('j')");
+    run("iif(dbappend(), name := 'bravo', '')");
+    run("dbgoto(1), iif(rlock(), name := 'zulu', '')");
     run("dbcommit(), dbseek('alpha'), dbskip(2), dbskip(-1), dborderinfo(5002)");
     run("dbreplace('name', {|| 'm' + name}, 'n = 0', , 2)");
     if (use == Use::kExclusive)
@@ -240,10 +217,8 @@ TEST_F(HandlersTest, CloseBreakOrReopenAtEachFault) {
       },
   };
   make();
-  ASSERT_TRUE(open("t", Use::kExclusive) && yes("dbcreateindex", {text("j"), text("name")}));
-  call("dbclosearea");
-  std::map<std::string, std::string> files;
-  for (const char* file : {"t.dbf", "i.idx", "j.idx"}) files[file] = read_file(file);
+  ASSERT_TRUE(elsewhere("dbcreateindex('j', 'name')", Use::kExclusive));
+  const Files files = read_files({"t.dbf", "i.idx", "j.idx"});
   Var* former = call("errorblock");
   for (const Handler& handler : handlers)
     for (const Use use : {Use::kShared, Use::kExclusive}) {
@@ -251,14 +226,16 @@ TEST_F(HandlersTest, CloseBreakOrReopenAtEachFault) {
                    << "handler " << &handler - handlers << ", use " << static_cast<int>(use));
       const std::int32_t mark = temp_top();
       const auto prepare = [&] {
-        for (const auto& [file, bytes] : files) write_file(file, bytes);
+        write_files(files);
         call("errorblock", {TMP_BLOCK(handler)});
       };
       const auto check = [&](const Fault*) {
         call("errorblock", {former});
         call("dbcloseall");
         take_errors();
-        EXPECT_EQ(run_processes(1, [](int) { return agrees_or_says_not(); }), 0);
+        EXPECT_TRUE(elsewhere("used()", Use::kExclusive));
+        for (const char* order : {"i.idx", "j.idx"})
+          EXPECT_EQ(order_fault(order, "t.dbf", records_of("t"), {1, 8}), "");
         POP_TEMPS(mark);
       };
       const int runs = fail_each_call(
