@@ -153,8 +153,9 @@ TableTest::TableTest() {
   call("errorblock", {TMP_BLOCK(record_object)});
 }
 
-TableTest::~TableTest() {
+void TableTest::TearDown() {
   close_all_areas();
+  EXPECT_EQ(take_errors(), "");
 }
 
 }  // namespace tarnel::testing
