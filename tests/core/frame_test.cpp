@@ -137,33 +137,6 @@ TEST_F(Procedures, NullResultsBecomeErrors) {
   EXPECT_EQ(take_errors(), "320 function returned zero pointer");
 }
 
-// {|n| nCount += n} on a detached local
-Var* counting_block(std::int32_t argc, Var** argv, Var** locals) {
-  Procedure p("test", "cb_1_1_1", 1, argc);
-  Var* n = p.param(argv);
-  return p.result(csuaddu(locals[0], n, true));
-}
-
-TEST_F(Procedures, DetachedLocalsSurviveTheirProcedureAndAreSharedByItsBlocks) {
-  Var *first, *second;
-  {
-    Procedure p("test", "counter", 1, 0);
-    Var* count = p.local();
-    SET_INT(count, 10);
-    Var* pair =
-        cscrearr(NEW_TEMP(), 2, kCopyValues,
-                 {TMP_BLOCK(counting_block, &count, 1), TMP_BLOCK(counting_block, &count, 1)});
-    pair = p.result(pair);
-    first = element(pair, 1);
-    second = element(pair, 2);
-  }
-  run_block_with(first, TMP_INT(5));
-  EXPECT_EQ(show(run_block_with(second, TMP_INT(1))), "I 16");
-  EXPECT_EQ(show(CALL_SIMPLE(eval, second, TMP_INT(1))), "I 17");
-  EXPECT_EQ(CALL_SIMPLE(eval, TMP_INT(1)), error_value());
-  EXPECT_EQ(take_errors(), "312 in EVAL()");
-}
-
 // Overwrites the native stack that a break has left, then breaks itself.
 Var* scorching_axit(std::int32_t argc, Var** argv) {
   Procedure p("test", "axit", 1, argc);
@@ -248,47 +221,6 @@ class ErrorObjects : public RuntimeTest {
   ErrorObjects() { set_error_caller(raise_error_object); }
 };
 
-std::vector<std::string> handled;
-Var* handler(std::int32_t argc, Var** argv, Var**) {
-  Procedure p("test", "cb_1_2_1", 2, argc);
-  Var* error = p.param(argv);
-  handled.push_back(std::string(text_of(get_ivar(error, "description"))) + " in " +
-                    std::string(text_of(CALL_SIMPLE(procname, TMP_INT(1)))));
-  return p.result(false_value());
-}
-
-TEST_F(ErrorObjects, TheBlockReceivesTheErrorAndTheRunGoesOn) {
-  handled.clear();
-  CALL_SIMPLE(errorblock, TMP_BLOCK(handler));
-  Procedure p("test", "fails", 5, 0);
-  EXPECT_EQ(csuaddc(int_one(), "x", false), error_value());
-  RT_ERROR(902, "a notice without the developer option");
-  set_error_threshold(700);
-  RT_ERROR(902, "a notice with it");
-  RT_ERROR(321, "never shown");
-  p.end();
-  const std::vector<std::string> expected = {
-      "data type mismatch;strings can only be concatenated to strings in FAILS",
-      "(warning);a notice with it in FAILS"};
-  EXPECT_EQ(handled, expected);
-  EXPECT_EQ(errors_in_progress(), 0);
-}
-
-TEST_F(ErrorObjects, DescriptionsAreSplitAndShortened) {
-  const std::string long_word(100, 'w');
-  const std::string cut = std::string(56, 'w') + " ... " + std::string(15, 'w');
-  const std::string head(60, 'a'), tail(60, 'b');
-  const std::pair<std::string, std::string> cases[] = {
-      {"plain", "Illegal type;plain"},
-      {"two\nlines", "Illegal type;two;lines"},
-      {long_word, "Illegal type;" + cut},
-      // The comma at position 2 is less than the three lines: the line breaks behind it.
-      {"a," + long_word + ";x;y", "Illegal type;a,;" + cut + ";x;y"},
-      {head + "," + tail,
-       "Illegal type;" + (head + "," + tail).substr(0, 56) + " ... " + std::string(15, 'b')}};
-  for (const auto& [text, expected] : cases) EXPECT_EQ(error_description(317, text), expected);
-}
-
 TEST_F(ErrorObjects, ReportsShowTheSubcodeTrimmed) {
   const std::pair<int, std::string> cases[] = {
       {0, ""}, {-9999, ";SUB"}, {7, ";SUB (7)"}, {999, ";SUB (999)"}, {1000, ";SUB (***)"}};
@@ -318,17 +250,6 @@ TEST_F(ErrorObjectsDeathTest, ErrorsInsideErrorsEndInTheFatalReport) {
         RT_ERROR(317, "first");
       },
       ::testing::ExitedWithCode(1), "FATAL ERROR in module test 3: cb_1_3_1");
-}
-
-TEST_F(ErrorObjectsDeathTest, BreakOutsideASequenceEndsTheRun) {
-  EXPECT_EXIT(
-      {
-        set_error_caller([](const RaisedError& e) {
-          fprintf(stderr, "%d %.*s", e.code, static_cast<int>(e.text.size()), e.text.data());
-        });
-        break_sequence(nil_value());
-      },
-      ::testing::ExitedWithCode(1), "335 Break without a BEGIN SEQUENCE");
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
-// Cells: assignment, release, fixed types, names.
+// Cells: assignment, release, fixed types, arrays, names.
 #include "core/classes.h"
-#include "core/memory.h"
 #include "core/symbols.h"
 #include "tests/support/test_runtime.h"
 
@@ -16,32 +15,10 @@ Var* variable(char letter = 'U') {
   return v;
 }
 
-TEST_F(Cells, AssignmentCopiesTextsWholeAndSharesArrays) {
-  Var* text = TMP_TEXT(std::string_view("a\0b", 3));
-  Var* copy = variable();
-  EXPECT_EQ(CPY_VAR(copy, text), copy);
-  EXPECT_EQ(text_of(copy), std::string_view("a\0b", 3));
-  EXPECT_NE(copy->text, text->text);
-
-  Var* list = cscreara(NEW_TEMP(), 2, kAllNil);
-  CPY_VAR(copy, list);
-  EXPECT_EQ(copy->shared, list->shared);
-  EXPECT_EQ(list->shared->refs, 2U);
-  CPY_VAR(copy, int_one());
-  EXPECT_EQ(list->shared->refs, 1U);
-}
-
 TEST_F(Cells, MemoTextBecomesCharacterOnAssignment) {
   Var* memo = TMP_TEXT("notes");
   memo->type = 'M';
   EXPECT_EQ(show(CPY_VAR(variable(), memo)), "C notes");
-}
-
-TEST_F(Cells, AnElementMayReplaceTheArrayThatHoldsIt) {
-  Var* list = variable();
-  cscrearr(list, 1, kCopyValues, {TMP_TEXT("inner")});
-  CPY_VAR(list, element(list, 1));
-  EXPECT_EQ(show(list), "C inner");
 }
 
 struct FixedCase {
@@ -71,11 +48,6 @@ TEST_F(Cells, FixedTypesTakeCompatibleValuesAndRefuseOthers) {
   }
 }
 
-TEST_F(Cells, ConstantsRefuseAssignment) {
-  EXPECT_EQ(CPY_VAR(nil_value(), TMP_INT(1)), error_value());
-  EXPECT_EQ(take_errors(), "332 attempt to release the contents of a constant variable");
-}
-
 TEST_F(Cells, OnlyExactTemporariesPassAsArgumentsWithoutACopy) {
   Var* temp = TMP_INT(5);
   EXPECT_EQ(ARG_VAR(temp), temp);
@@ -100,15 +72,6 @@ TEST_F(Cells, OwnTextShrinksInPlace) {
   Var* v = TMP_TEXT("abcdef");
   SET_STR(v, v->text, 3);
   EXPECT_EQ(show(v), "C abc");
-}
-
-TEST_F(Cells, CloneCopiesNestedArraysButSharesBlocks) {
-  Var* inner = cscrearr(NEW_TEMP(), 1, kCopyValues, {TMP_INT(1)});
-  Var* outer = cscrearr(NEW_TEMP(), 2, kCopyValues, {inner, true_block()});
-  Var* copy = CLONE_VAR(NEW_TEMP(), outer);
-  SET_INT(element(element(copy, 1), 1), 9);
-  EXPECT_EQ(show(element(inner, 1)), "I 1");
-  EXPECT_EQ(element(copy, 2)->shared, element(outer, 2)->shared);
 }
 
 TEST_F(Cells, ArraysNestedWithoutMeasureAreClonedWithAnErrorAndReleasedWithoutRecursion) {
@@ -152,15 +115,48 @@ TEST_F(Cells, DestructorRunsWhenTheLastReferenceIsDroppedButNotOnReassignment) {
   EXPECT_EQ(destroyed, "x");
 }
 
-class Names : public RuntimeTest {};
+class Arrays : public RuntimeTest {};
 
-TEST_F(Names, TenCharactersInAnyCaseAreSignificant) {
-  const std::int32_t sym = ADD_SYMBOL("descriptionOne");
-  EXPECT_EQ(FIND_SYMBOL(" DESCRIPTIOnTwo "), sym);
-  EXPECT_EQ(FIND_SYMBOL("descripti"), -1);
-  EXPECT_EQ(FIND_SYMBOL("   "), -1);
-  EXPECT_STREQ(symbol_at(sym).name, "DESCRIPTIO");
+std::string shown(const Var* list) {
+  std::string all;
+  for (std::int32_t i = 1; i <= element_count(list); ++i)
+    all += (i > 1 ? "," : "") + show(element(list, i));
+  return all;
 }
+
+Var* three() {
+  return cscrearr(NEW_TEMP(), 3, kCopyValues, {TMP_INT(1), TMP_INT(2), TMP_INT(3)});
+}
+
+TEST_F(Arrays, ModesDecideWhatElementsHold) {
+  Var* nine = TMP_INT(9);
+  EXPECT_EQ(shown(cscreara(three(), 2, kAllNil)), "U,U");
+  EXPECT_EQ(shown(cscrearr(three(), 5, kKeep, {nine})), "I 1,I 2,I 3,I 9,U");
+  EXPECT_EQ(shown(cscrearr(three(), 1, kKeep, {nine})), "I 1");
+  EXPECT_EQ(shown(cscrearr(three(), 2, kCloneOne, {nine})), "I 9,I 9");
+  EXPECT_EQ(shown(cscrearr(three(), 4, kCloneValues, {nine})), "I 9,U,U,U");
+  EXPECT_EQ(shown(cscreara(three(), 4, 7)), "I 1,I 2,I 3,U");
+  Var* many = cscrearr(NEW_TEMP(), 18, kCopyValues,
+                       {nine, nine, nine, nine, nine, nine, nine, nine, nine, nine, nine, nine,
+                        nine, nine, nine, nine, nine, nine});
+  EXPECT_EQ(show(element(many, 18)), "I 9");
+}
+
+TEST_F(Arrays, FailedAccessGivesDifferentConstants) {
+  Var* list = three();
+  EXPECT_EQ(csgetarr(list, 4), error_value());
+  EXPECT_EQ(csgetarv(list, TMP_INT(0)), nil_value());
+  EXPECT_EQ(csgetarv(list, TMP_TEXT("x")), nil_value());
+  EXPECT_EQ(csgetarr(TMP_INT(1), 1), error_value());
+  EXPECT_EQ(csgetarv(TMP_INT(1), TMP_INT(1)), nil_value());
+  EXPECT_EQ(csgetarv(list, nullptr), nil_value());
+  EXPECT_EQ(take_errors(),
+            "409 array index 4 not in limits (1..3) ; 409 array index 0 not in limits (1..3) ; "
+            "404 array index required, cannot be 'C'; 404 array required, received var type 'I'; "
+            "404 array required, cannot be 'I'; 407 DGET_ARR: null array index pointer");
+}
+
+class Names : public RuntimeTest {};
 
 TEST_F(Names, ManyNamesOfEachLengthStayApartWhileTheTableGrows) {
   std::vector<std::int32_t> indices;
@@ -187,22 +183,6 @@ std::int32_t undefined_name(const char* name) {
   symbol_var(sym)->sclass = 'U';
   symbol_var(sym)->level = 0;
   return sym;
-}
-
-TEST_F(Names, AssigningToAnUndefinedNameMakesAPrivateOfTheProcedure) {
-  const std::int32_t sym = undefined_name("fleeting");
-  {
-    Procedure p("test", "assigns", 1, 0);
-    CPY_VAR(RESOLVE_NAME(sym), TMP_INT(4));
-    EXPECT_EQ(show(symbol_var(sym)), "I 4");
-    p.end();
-  }
-  EXPECT_TRUE(is_undefined(symbol_var(sym)));
-  Var* v = variable();
-  SET_INT(v, 8);
-  CPY_VAR(v, symbol_var(sym));
-  EXPECT_EQ(take_errors(), "307 access of variable 'FLEETING' attempted");
-  EXPECT_EQ(show(v), "I 8");
 }
 
 TEST_F(Names, ReleaseEmptiesOnlyVariablesOfTheLevel) {
