@@ -3,6 +3,7 @@
 #include "core/operators.h"
 #include "lib/language_file.h"
 #include "tests/lib/call.h"
+#include "tests/support/texts.h"
 
 namespace tarnel::testing {
 namespace {
@@ -89,12 +90,6 @@ TEST_F(National, WrongCallsNameTheirReason) {
           "L F !323 LOADLANG(): cannot open 'no such.lng'"}});
 }
 
-std::string repeated(const char* line, int n) {
-  std::string text;
-  for (int i = 0; i < n; ++i) text += line;
-  return text;
-}
-
 TEST_F(National, FilesThatStopSayWhy) {
   struct Row {
     std::string bytes;
@@ -104,12 +99,12 @@ TEST_F(National, FilesThatStopSayWhy) {
            {"a a a A\n", "section should be declared before data"},
            {"!! WEEKDAYS\n", "invalid section name 'WEEKDAYS'"},
            {"!!\n", "invalid section name ''"},
-           {"!! DAYNAMES\n" + repeated("x\n", 8), "too many day names defined"},
-           {"!! MONTHNAMES\n" + repeated("x\n", 13), "too many month names defined"},
-           {"!! SCOREBOARD\n" + repeated("x\n", 5), "too many scoreboard messages defined"},
-           {"!! DIR\n" + repeated("x\n", 6), "too many dir messages defined"},
-           {"!! LOGICAL\n" + repeated("x\n", 4), "too many logical keycodes defined"},
-           {"!! ALPHABET\n" + repeated("1 1 1\n", 257), "too many characters names defined"},
+           {"!! DAYNAMES\n" + repeat("x\n", 8), "too many day names defined"},
+           {"!! MONTHNAMES\n" + repeat("x\n", 13), "too many month names defined"},
+           {"!! SCOREBOARD\n" + repeat("x\n", 5), "too many scoreboard messages defined"},
+           {"!! DIR\n" + repeat("x\n", 6), "too many dir messages defined"},
+           {"!! LOGICAL\n" + repeat("x\n", 4), "too many logical keycodes defined"},
+           {"!! ALPHABET\n" + repeat("1 1 1\n", 257), "too many characters names defined"},
            {"!! DIR\n" + std::string(500, 'x') + "\n" + std::string(20, 'y'),
             "description too long (512 bytes max)"}}) {
     EXPECT_FALSE(parse_language(row.bytes, language_record(1)));

@@ -12,14 +12,19 @@ class Strings : public LibTest {};
 
 const std::string kNul("a\0b", 3);
 
-TEST_F(Strings, TrimmingTakesBlanksOnlyAndNumbersByTheirText) {
+TEST_F(Strings, AreBytesAndTheTextsOfOtherValues) {
   check({{"alltrim", {"  a b \t "}, "C a b \t"},
          {"trim", {Memo{" m "}}, "C  m"},
          {"trim", {Computed{1.5, 2}}, "C          1.5"},
          {"alltrim", {Sized{2, 6, 1}}, "C 2.0"},
          {"alltrim", {"   "}, "C "},
          {"alltrim", {Date{5}}, "C "},
-         {"rtrim", {kNul + " "}, "C " + kNul}});
+         {"rtrim", {kNul + " "}, "C " + kNul},
+         {"transform", {Memo{"memo"}, "@!"}, "C "},
+         {"padl", {Date{719163}, 10}, "C   01/01/70"},
+         {"at", {std::string("\0b", 2), kNul}, "I 2"},
+         {"strtran", {std::string("a-\0-", 4), "-", "+"}, "C a+"},
+         {"strtran", {"abc"}, "E"}});
 }
 
 // Many bytes are looked at together where a text is long enough, and one by one at its end.
@@ -47,18 +52,6 @@ TEST_F(Strings, EscapesOfATextAreThoseOfItsBytes) {
       ASSERT_EQ(escaped(text), expected) << function;
     }
   }
-}
-
-TEST_F(Strings, PaddingCutsToTheFirstBytesAndTakesAnyValue) {
-  check({{"padl", {Date{719163}, 10}, "C   01/01/70"}});
-}
-
-TEST_F(Strings, SearchingGoesByBytes) {
-  check({{"at", {std::string("\0b", 2), kNul}, "I 2"}});
-}
-
-TEST_F(Strings, StrtranReplacesACountFromAnOccurrenceOn) {
-  check({{"strtran", {std::string("a-\0-", 4), "-", "+"}, "C a+"}, {"strtran", {"abc"}, "E"}});
 }
 
 TEST_F(Strings, CharactersAndTheirClasses) {
