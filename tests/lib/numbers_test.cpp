@@ -40,14 +40,6 @@ TEST_F(Numbers, WholeAndOtherNumbersPrintAlike) {
     }
 }
 
-TEST_F(Numbers, FixedActsOnDisplayNotOnStr) {
-  settings().fixed = true;
-  settings().decimals = 3;
-  NumberBuffer buffer;
-  EXPECT_EQ(numToText(1.5, -1, 0, buffer), "         1.500");
-  EXPECT_EQ(call("str", {Sized{1.5, 6, 1}}), "C    1.5");
-}
-
 TEST_F(Numbers, DefaultTextsOfValues) {
   struct Row {
     Arg value;
@@ -125,14 +117,6 @@ TEST_F(Numbers, RoundingAndSigns) {
          {"num2int", {kNan}, "I 0"},
          {"round", {1.005, 2}, "N 1.01"},
          {"round", {kInf, 2}, "N inf"}});
-}
-
-TEST_F(Numbers, MaxAndMinGiveOneOfTheirArguments) {
-  check({{"max", {1, Computed{2, 1}}, "N 2.0"},
-         {"max", {Date{5}, 3}, "D 0"},
-         {"max", {Date{5}}, "D 0"}});
-  Var* argv[] = {TMP_INT(7), TMP_INT(3)};
-  EXPECT_EQ(GET_FUNC("max")(2, argv), argv[0]);
 }
 
 TEST_F(Numbers, DescendAndTypes) {

@@ -15,18 +15,6 @@ namespace {
 
 class Set : public LibTest {};
 
-TEST_F(Set, PathsAreCutAtTheDelimiters) {
-  call("set", {6, "a; b/ ,c,,"});
-  EXPECT_EQ(call("set", {6}), "C a/;b/;c/");
-  EXPECT_EQ(call("ov_set", {"pathdelims", ":"}), "C ;;,,");
-  call("set", {6, "/usr/x:y;z"});
-  EXPECT_EQ(call("set", {6}), "C /usr/x/;y;z/");
-  call("set", {6, ""});
-  EXPECT_EQ(call("set", {6}), "C ");
-  call("set", {7, "dir"});
-  EXPECT_EQ(settings().default_dir, "dir/");
-}
-
 // Output of qout is copied to the alternate, extra and print files, which may be commands.
 class Streams : public LibTest, protected CurrentFolder {
  protected:
@@ -82,24 +70,6 @@ TEST_F(Streams, AResetGivesEverySettingAndOptionItsFirstValue) {
   reset_set();
   EXPECT_EQ(all(), first);
   EXPECT_EQ(take_errors(), "");
-}
-
-TEST_F(Streams, AlternateFileCopiesWhileItIsOn) {
-  call("set", {19, path("", "alt")});
-  call("qout", {"unseen"});
-  call("set", {18, true});
-  call("qout", {"one", 2});
-  call("qqout", {"!", true});
-  call("set", {17, false});
-  call("qout", {"console off"});
-  EXPECT_EQ(read("alt.txt"), "\none          2! .T.\nconsole off");
-  call("set", {19, path(">>", "alt.txt")});
-  call("qout", {"more"});
-  call("set", {19, path("", "alt"), true});
-  call("qout", {"again"});
-  EXPECT_EQ(read("alt.txt"), "\none          2! .T.\nconsole off\nmore\nagain");
-  call("set", {19, ""});
-  EXPECT_EQ(call("set", {18}), "L F");
 }
 
 TEST_F(Streams, PrintFileTakesDevoutOnDevicePrint) {
