@@ -1,29 +1,15 @@
 // Programs with what they write beside them: tests/programs/NAME.prg and NAME.out, which holds standard output and
 // errors as they come and, unless it is 0, the status. They run from their source and translated.
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <array>
-#include <cstdio>
 
 #include "tests/support/files.h"
+#include "tests/support/process.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using tarnel::testing::Folder;
-using tarnel::testing::read_file;
+using namespace tarnel::testing;
 const fs::path kPrograms = fs::path(TARNEL_SOURCE_DIR) / "tests/programs";
-
-std::string output_of(const std::string& command) {
-  std::FILE* const pipe = popen(command.c_str(), "r");
-  std::string output;
-  std::array<char, 4096> piece;
-  for (std::size_t n; (n = fread(piece.data(), 1, piece.size(), pipe)) > 0;)
-    output.append(piece.data(), n);
-  pclose(pipe);
-  return output;
-}
 
 // What a command writes in a folder of its own, where it finds all programs.
 std::string output_beside_programs(const std::string& command) {

@@ -14,6 +14,13 @@ struct Case {
   const char* statements;
 };
 
+// A text, and the error that is told of it.
+struct Fault {
+  const char *text, *place, *words;
+
+  std::string line() const { return std::string("x.prg:") + place + ": error: " + words + '\n'; }
+};
+
 // The statements joined by line feeds, and behind them what was told.
 inline std::string read(const std::string& text, const std::string& name = "x.prg",
                         std::vector<std::string> folders = {}) {
