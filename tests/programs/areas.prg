@@ -53,11 +53,9 @@ procedure main
   show()
   close all
   show()
-  return
 
 procedure show
   ? t->k, t->(reccount())
-  return
 
 procedure leave(cHow, bHow)
   local e
@@ -66,7 +64,6 @@ procedure leave(cHow, bHow)
   recover using e
     ? cHow, e, alias(), select()
   end
-  return
 
 function away
   dbselectarea("tb")

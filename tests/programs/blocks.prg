@@ -22,7 +22,6 @@ function main
   ? eval({|| procname() + " " + ltrim(str(procline()))})
   ? eval({|x| x := 5, x + 1}, 1), eval({||})
   ? loop_blocks()
-  return
 
 function counter(n)
   return {|| n++, n}
@@ -30,7 +29,6 @@ function counter(n)
 procedure reference(x)
   local b := {|| x := x + 1}
   eval(b)
-  return
 
 * One cell for each activation: the blocks of a loop share it.
 function loop_blocks

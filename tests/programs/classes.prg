@@ -65,7 +65,6 @@ procedure main
   recover using e
     ? e:description
   end
-  return
 
 class typed
   method set(n)

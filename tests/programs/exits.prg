@@ -1,7 +1,6 @@
 * What fails in an EXIT procedure is told as anywhere else, and what it handles goes on.
 procedure main
   ? "main"
-  return
 
 exit procedure first
   local e
@@ -15,7 +14,6 @@ exit procedure first
   e := 1 + {}
   deep()
   ? "never"
-  return
 
 procedure deep
   nowhere()

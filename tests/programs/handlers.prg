@@ -3,12 +3,9 @@ procedure main
   errorblock({|o| handle(o)})
   fail({})
   ? "never"
-  return
 
 procedure fail(n)
   ? 1 + n
-  return
 
 procedure handle(o)
   break o:gencode
-  return

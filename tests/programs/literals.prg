@@ -15,7 +15,6 @@ procedure main
   ? loops("x")
   errorblock({|e| qout(e:gencode)})
   ? counted("no number"), counted("")
-return
 
 function counted(c)
 return valtype(c--) + valtype(++c) + c
@@ -34,7 +33,6 @@ return {|| c += "+", c}
 procedure put(a, c)
   aadd(a, c)
   c := "changed"
-return
 
 function typed(c as character) as character
   c := c + "yped"
@@ -50,11 +48,9 @@ procedure priv(c)
   ? p, c, type("p")
   byref(@c)
   ? c
-return
 
 procedure byref(c)
   c += "r"
-return
 
 function loops(c)
   local i

@@ -15,7 +15,6 @@ procedure main
   ? eval({|| &cExpr}), eval(&("{|y| y * n}"), 3)
   ? type("x"), type("cExpr")
   &cProc.()
-  return
 
 function other(c)
   ? "other", c

@@ -50,7 +50,6 @@ procedure main
     ? "out of aeval with", e
   end
   break "nobody"
-  return
 
 procedure deep(n)
   private p := n
@@ -58,7 +57,6 @@ procedure deep(n)
     break "from the deep"
   endif
   deep(n - 1)
-  return
 
 function inside
   begin sequence

@@ -77,7 +77,6 @@ function main(cFirst, cSecond, cThird)
 
 procedure show(c, n)
   ? c; ?? n; ?? pcount()
-  return
 
 function nothing
   local return := 0       && a word of a statement as a name

@@ -31,7 +31,6 @@ procedure start(a)
   restoring()
   ? p1
   typed("wrong")
-  return
 
 * RESTORE takes the place of what is private here.
 procedure restoring
@@ -45,23 +44,19 @@ procedure restoring
   ? own, type("other"), type("ober")
   release all except o*
   ? own
-  return
 
 procedure byref(u, v, w)
   u := u + 100
   v := v + 100
   w[1] := "shared"
-  return
 
 procedure byvalue(u, v)
   u := "other"
   v := "by reference"
-  return
 
 procedure byarray(w)
   w[1] := "seen"
   w := nil
-  return
 
 function count
   static nCalls := 0
@@ -74,8 +69,6 @@ procedure inner
   private m1 := "hidden"
   deep := m1
   ? m1, p1, one, deep
-  return
 
 procedure typed(n as numeric)
   ? "not reached"
-  return
