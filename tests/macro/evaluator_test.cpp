@@ -3,7 +3,6 @@
 
 #include "core/blocks.h"
 #include "core/core_modules.h"
-#include "core/memory.h"
 #include "core/memvars.h"
 #include "core/sequence.h"
 #include "core/symbols.h"
@@ -13,6 +12,7 @@
 #include "macro/expand.h"
 #include "tests/support/fail_allocation.h"
 #include "tests/support/test_runtime.h"
+#include "tests/support/texts.h"
 
 namespace tarnel::testing {
 namespace {
@@ -30,12 +30,6 @@ const auto* runtime = start_before_tests({kFunctions.table(), kModules}, init_ma
 
 class Evaluator : public RuntimeTest {};
 class Expander : public RuntimeTest {};
-
-std::string repeat(const std::string& text, int times) {
-  std::string all;
-  for (int i = 0; i < times; ++i) all += text;
-  return all;
-}
 
 std::string value_of(const std::string& text) {
   return show(EXP_EVAL(text));
@@ -188,64 +182,6 @@ TEST_F(Evaluator, TextBlocksRunFromCode) {
   CPY_VAR(variable, nil_value());
   EXPECT_EQ("I 3", show(run_block_with(block)));  // the text belongs to both until the last
   take_errors();
-}
-
-// An area is a number here; each has one field VALUE.
-struct Areas {
-  FieldOwner owners[3]{};
-  Var* cells[3]{};
-  std::intptr_t current = 1;
-} areas;
-
-void* area(std::intptr_t number) {
-  return reinterpret_cast<void*>(number);
-}
-std::size_t index_of(void* which) {
-  return reinterpret_cast<std::size_t>(which);
-}
-
-TEST_F(Evaluator, AliasesSelectAnAreaForTheirExpression) {
-  set_area_hooks(
-      {[] { return area(areas.current); },
-       [](std::string_view alias) {
-         return area(alias == "one" ? 1 : alias == "two" ? 2 : 0);
-       },
-       [](std::int32_t n) { return area(n == 1 || n == 2 ? n : 0); },
-       [](void* which) { return &areas.owners[index_of(which)]; },
-       [](void* which) {
-         void* saved = area(areas.current);
-         areas.current = static_cast<std::intptr_t>(index_of(which));
-         return saved;
-       },
-       [](void* saved) { areas.current = static_cast<std::intptr_t>(index_of(saved)); }});
-  set_current_owner_hook([] { return &areas.owners[areas.current]; });
-  SharedHeader* fields = new_shared();
-  fields->elements =
-      static_cast<Var**>(MEM_REALLOC(fields->elements, 3 * sizeof(Var*), MemPurpose::kArray));
-  for (std::size_t i = 1; i <= 2; ++i) {
-    Var* cell = NEW_VAR('F', 'I');
-    put_word(cell, static_cast<std::int32_t>(i * 10));
-    cell->owner = &areas.owners[i];
-    fields->elements[fields->count++] = cell;
-  }
-  symbol_at(ADD_SYMBOL("value")).fields = fields;
-
-  EXPECT_EQ("I 10", value_of("value"));
-  EXPECT_EQ("I 30", value_of("one->value + TWO->value"));
-  EXPECT_EQ("I 21", value_of("two->(value + 1)"));
-  EXPECT_EQ("I 40", value_of("2->value + (2)->(value)"));
-  EXPECT_EQ("I 30", value_of("field->value + two->(one->(value)) + field->value"));
-  EXPECT_EQ("", take_errors());
-  EXPECT_NE(nullptr, in_sequence([] { EXP_EVAL("two->(break_out(1))"); }));
-  EXPECT_EQ(1, areas.current);
-  EXPECT_EQ("E", value_of("upper(@value)"));
-  EXPECT_TRUE(take_errors().starts_with("320 cannot pass field by reference value\n"));
-  EXPECT_EQ("I 10", value_of("eval({|x| x}, value)"));
-
-  symbol_at(FIND_SYMBOL("value")).fields = nullptr;
-  set_area_hooks({});
-  set_current_owner_hook(nullptr);
-  release_shared(fields);
 }
 
 TEST_F(Evaluator, EveryAllocationMayFail) {
