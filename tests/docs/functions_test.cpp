@@ -1,10 +1,6 @@
 // docs/functions.md is written from the tables of the builtins. The page is made anew on each run,
 // in the working directory; where the committed one differs, copy it: cp functions.md docs/.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -22,11 +18,12 @@
 #include "macro/program_files.h"
 #include "term/term_modules.h"
 #include "tests/support/files.h"
+#include "tests/support/process.h"
 
 namespace tarnel {
 namespace {
 
-using testing::Folder, testing::read_file;
+using testing::Folder, testing::output_of, testing::read_file, testing::shell_word;
 
 constexpr std::array kProgramModules = {&kProgramFilesModule};
 constexpr auto kModules = join_modules(kProgramModules, kTermModules, kDbModules, kLibModules,
@@ -141,27 +138,12 @@ TEST(FunctionsPage, NamesDifferInTheirFirstTenLetters) {
 
 namespace fs = std::filesystem;
 
-// What the console shows for some lines, without blanks at its ends.
-std::string shown_for(const fs::path& directory, std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), TARNEL_CONSOLE);
-  std::vector<char*> argv;
-  for (std::string& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
-  const pid_t child = fork();
-  if (child == 0) {
-    const int out = open((directory / "shown").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    const int in = open("/dev/null", O_RDONLY);
-    if (dup2(in, 0) != 0 || dup2(out, 1) != 1 || dup2(out, 2) != 2 ||
-        chdir(directory.c_str()) != 0 || setenv("TERM", "dumb", 1) != 0)
-      _exit(126);
-    alarm(60);
-    execv(argv[0], argv.data());
-    _exit(127);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  std::string shown = read_file(directory / "shown");
-  while (!shown.empty() && (shown.back() == '\n' || shown.back() == ' ')) shown.pop_back();
+// What the console shows, without blanks at its ends.
+std::string shown_for(const fs::path& directory, const std::string& arguments) {
+  std::string shown =
+      output_of("cd " + directory.string() + " && TERM=dumb timeout 60 " TARNEL_CONSOLE " " +
+                arguments + " < /dev/null 2>&1");
+  shown.erase(shown.find_last_not_of(" \n") + 1);
   return shown.substr(std::min(shown.find_first_not_of(" \n"), shown.size()));
 }
 
@@ -173,9 +155,8 @@ class Examples : public ::testing::Test {
     std::ofstream script(table / "script");
     for (const std::string_view line : kTable) script << line << '\n';
     script.close();
-    shown_for(table, {"script"});
+    shown_for(table, "script");
     fs::remove(table / "script");
-    fs::remove(table / "shown");
   }
 
   // In a directory that has only the table.
@@ -183,7 +164,7 @@ class Examples : public ::testing::Test {
     const fs::path room = scratch_.path("room");
     fs::remove_all(room);
     fs::copy(scratch_.path("table"), room);
-    return shown_for(room, {"-w", "towns.dbf", "-e", expression});
+    return shown_for(room, "-w towns.dbf -e " + shell_word(expression));
   }
 
  private:
