@@ -14,10 +14,12 @@
 
 #include "core/file_ops.h"
 #include "tests/support/files.h"
+#include "tests/support/texts.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using tarnel::testing::holds;
 
 constexpr int kSeconds = 60;  // after which a program that hangs is ended
 constexpr const char* kMakeTable =
@@ -70,6 +72,12 @@ class Console : public ::testing::Test, protected tarnel::testing::Folder {
     while ((end.empty() || !all.ends_with(end)) && ::read(out_, &c, 1) == 1) all += c;
     return all;
   }
+  // What it writes behind something typed, as far as a text.
+  std::string answer(const std::string& typed, const std::string& end = "tnsh> ") {
+    type(typed);
+    return read_to(end);
+  }
+  void wait_until_ready() { answer("'re' + 'ady'\n", "ready"); }
   // Its exit status, below 0 a signal's number.
   int end() {
     for (int* fd : {&in_, &out_})
@@ -77,6 +85,10 @@ class Console : public ::testing::Test, protected tarnel::testing::Folder {
     int status = -1;
     if (child_ > 0) waitpid(std::exchange(child_, -1), &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+  int quit() {
+    answer(".quit\n", "");
+    return end();
   }
   std::string output_of(const std::string& command) {
     start(command);
@@ -105,8 +117,7 @@ TEST_F(Console, SignalsLeaveByTheExitRoadWithTablesAndOutput) {
         start("rm -f t.dbf; exec " TARNEL_CONSOLE, terminal);
         type(kMakeTable);
         if (terminal) read_to("kept      ");
-        type("'re' + 'ady'\n");
-        read_to("ready");
+        wait_until_ready();
         if (running) {
           type(kEndless);
           usleep(50'000);
@@ -126,8 +137,7 @@ TEST_F(Console, AWaitForALockGivesWayToSignals) {
     start("rm -f t.dbf; exec " TARNEL_CONSOLE, terminal);
     type(kMakeTable);
     if (terminal) read_to("kept      ");
-    type("dbcloseall()\n're' + 'ady'\n");
-    read_to("ready");
+    answer("dbcloseall()\n're' + 'ady'\n", "ready");
     const int fd = open(path("t.dbf").c_str(), O_RDWR);
     ASSERT_TRUE(tarnel::lock_range(fd, F_WRLCK, 0, 2));
     type("dbusearea(.f., , 't', , .t.)\n");
@@ -135,8 +145,7 @@ TEST_F(Console, AWaitForALockGivesWayToSignals) {
     kill(child_, number);
     if (terminal && number == SIGINT) {
       read_to("interrupted");
-      type("'go' + 'es on'\n");
-      read_to("goes on");
+      answer("'go' + 'es on'\n", "goes on");
       kill(child_, SIGTERM);
     }
     read_to("");
@@ -165,8 +174,7 @@ TEST_F(Console, ASignalWaitsForTheKeysOfAChangeAndOfABuild) {
     start("rm -f t.dbf i.idx; exec " TARNEL_CONSOLE);
     type(kMakeTable);
     type("ordcondset('len(aeval(array(2000), {|| 1})) > 0')\ndbcreateindex('i', 'a')\n");
-    type("'re' + 'ady'\n");
-    read_to("ready");
+    wait_until_ready();
     type("aeval(array(60000), {|| " + work + "})\n");
     usleep(100'000);
     kill(child_, SIGTERM);
@@ -182,24 +190,16 @@ TEST_F(Console, ASignalWaitsForTheKeysOfAChangeAndOfABuild) {
 TEST_F(Console, AnInterruptAtThePromptCancelsOneLine) {
   start("exec " TARNEL_CONSOLE, true);
   type(kMakeTable);
-  type("'re' + 'ady'\n");
-  read_to("ready\r\ntnsh> ");
-  type("7 + ");
-  read_to("7 + ");
+  answer("'re' + 'ady'\n", "ready\r\ntnsh> ");
+  answer("7 + ", "7 + ");
   type("\x03");
   EXPECT_TRUE(read_to("tnsh> ").ends_with("^C\r\ntnsh> "));
   usleep(150'000);  // no tick that comes late ends the session
-  type(kEndless);
-  read_to("{|| 1})})\r\n");
+  answer(kEndless, "{|| 1})})\r\n");
   usleep(50'000);
-  type("\x03");
-  EXPECT_NE(read_to("tnsh> ").find("error 335: BREAK unexpected;interrupted\r\n"),
-            std::string::npos);
-  type("100 + reccount()\n");
-  EXPECT_NE(read_to("tnsh> ").find("       101\r\n"), std::string::npos);
-  type(".quit\n");
-  read_to("");
-  EXPECT_EQ(end(), 1);
+  EXPECT_TRUE(holds(answer("\x03"), "error 335: BREAK unexpected;interrupted\r\n"));
+  EXPECT_TRUE(holds(answer("100 + reccount()\n"), "       101\r\n"));
+  EXPECT_EQ(quit(), 1);
   EXPECT_EQ(records(), kKept);
 }
 
@@ -209,15 +209,10 @@ TEST_F(Console, AnInterruptEndsAScanWhoseProgressIsShown) {
   type(
       "dbcreate('u', {{'a', 'C', 1, 0}})\ndbusearea(.t., , 'u', , .f.)\nlen({dbappend(), "
       "dbappend()})\n");
-  type("dbeval({|| dbgoto(1)})\n");
-  EXPECT_NE(read_to("records/s").find("eval: "), std::string::npos);
-  type("\x03");
-  EXPECT_NE(read_to("tnsh> ").find("interrupted"), std::string::npos);
-  type("{dbcount(), alias()}[1] + 1000\n");
-  EXPECT_NE(read_to("tnsh> ").find("      1002\r\n"), std::string::npos);
-  type(".quit\n");
-  read_to("");
-  EXPECT_EQ(end(), 1);
+  EXPECT_TRUE(holds(answer("dbeval({|| dbgoto(1)})\n", "records/s"), "eval: "));
+  EXPECT_TRUE(holds(answer("\x03"), "interrupted"));
+  EXPECT_TRUE(holds(answer("{dbcount(), alias()}[1] + 1000\n"), "      1002\r\n"));
+  EXPECT_EQ(quit(), 1);
   EXPECT_EQ(records(), kKept);
 }
 
@@ -226,33 +221,26 @@ TEST_F(Console, AnInterruptEndsABuildWhoseOrderSaysSoAndProgressGivesWayToRows) 
   start("exec " TARNEL_CONSOLE, true);
   type(kMakeTable);
   type("len({aeval(array(9000), {|| dbappend()})})\nslow := 'empty(sleep(0.0001))'\n");
-  type("ordcondset(slow)\ndbcreateindex('i', 'a')\n");
-  read_to("index: ");
+  answer("ordcondset(slow)\ndbcreateindex('i', 'a')\n", "index: ");
   type("\x03");
   const std::string broken_off = read_to("interrupted");
-  EXPECT_NE(broken_off.find(".F.\r\n"), std::string::npos) << broken_off;
-  type(".orders\n");
-  EXPECT_NE(read_to("i.idx").find("differs"), std::string::npos);
-  type("{dbsetorder(0), 7}[2]\n.list all a for &slow .and. recno() == 9000\n");
-  read_to("list: ");
-  EXPECT_NE(read_to("  9000").find("\r\033[Krecord"), std::string::npos);
+  EXPECT_TRUE(holds(broken_off, ".F.\r\n"));
+  EXPECT_TRUE(holds(answer(".orders\n", "i.idx"), "differs"));
+  answer("{dbsetorder(0), 7}[2]\n.list all a for &slow .and. recno() == 9000\n", "list: ");
+  EXPECT_TRUE(holds(read_to("  9000"), "\r\033[Krecord"));
 }
 
 TEST_F(Console, ATerminalIsAskedBeforeAllRecordsGo) {
   start("exec " TARNEL_CONSOLE, true);
-  type(kMakeTable);
-  read_to("kept      \r\n");
-  for (const char* answer : {"n", "y"}) {
-    type(".zap\n");
-    read_to("drop all 1 records of T? (y/n) ");
-    type(std::string(answer) + "\n");
+  answer(kMakeTable, "kept      \r\n");
+  for (const char* reply : {"n", "y"}) {
+    answer(".zap\n", "drop all 1 records of T? (y/n) ");
+    type(std::string(reply) + "\n");
     type("100 + reccount()\n");
-    const std::string left = answer[0] == 'n' ? "       101\r\n" : "       100\r\n";
-    EXPECT_TRUE(read_to(left).ends_with(left)) << answer;
+    const std::string left = reply[0] == 'n' ? "       101\r\n" : "       100\r\n";
+    EXPECT_TRUE(read_to(left).ends_with(left)) << reply;
   }
-  type(".quit\n");
-  read_to("");
-  EXPECT_EQ(end(), 0);
+  EXPECT_EQ(quit(), 0);
 }
 
 TEST_F(Console, AReaderThatGoesAwayIsAnErrorAndNotAnEnd) {
@@ -308,7 +296,7 @@ TEST_F(Console, ThePromptAsksOnAndCompletes) {
   write("two words.csv", "a\n7\n");
   write("script", "'ran ' + 'it'\n");
   start("exec " TARNEL_CONSOLE, true);
-  EXPECT_NE(read_to("tnsh> ").find(".tnshrc:2:\r\nunknown command .nix"), std::string::npos);
+  EXPECT_TRUE(holds(read_to("tnsh> "), ".tnshrc:2:\r\nunknown command .nix"));
   const std::pair<const char*, const char*> cases[] = {
       {"mine +\n  1\n", "        42\r\n"},
       {"{1, 2,\n\n", "^\r\nerror 309: "},
@@ -332,16 +320,14 @@ TEST_F(Console, ThePromptAsksOnAndCompletes) {
       wait_for_editing();
       type(line.substr(control));
     }
-    const std::string answer = read_to("\r\ntnsh> ");
-    EXPECT_NE(answer.find(shown), std::string::npos) << typed << ": " << answer;
+    EXPECT_TRUE(holds(read_to("\r\ntnsh> "), shown)) << typed;
   }
 }
 
 TEST_F(Console, ATerminalGetsNoControlBytesAndLinesForRowsThatAreTooWide) {
   start("stty cols 18; exec " TARNEL_CONSOLE, true);
   type(kMakeTable);
-  type("'re' + 'ady'\n");
-  read_to("ready\r\ntnsh> ");
+  answer("'re' + 'ady'\n", "ready\r\ntnsh> ");
   for (const auto& [line, shown] :
        {std::pair{"t->a := chr(27) + '[7m1234' + chr(155)", "←[7m1234¢"},
         {".list", " record = 1\r\n      A = ←[7m1234¢"},
@@ -349,9 +335,7 @@ TEST_F(Console, ATerminalGetsNoControlBytesAndLinesForRowsThatAreTooWide) {
         {".mode csv", ""},
         {".list", "A\r\n←[7m1234¢"},
         {"len({dbusearea(.t., , chr(27) + '7')})", ";←7;101"}}) {
-    type(std::string(line) + "\n");
-    const std::string answer = read_to("tnsh> ");
-    EXPECT_NE(answer.find(shown), std::string::npos) << line << ": " << answer;
+    EXPECT_TRUE(holds(answer(std::string(line) + "\n"), shown)) << line;
   }
 }
 
@@ -360,7 +344,7 @@ TEST_F(Console, WhatHasFailedIsInColourAtATerminalThatHasAny) {
                                            {"TERM=xterm NO_COLOR=1", "\nerror 201: "},
                                            {"TERM=dumb", "\nerror 201: "}}) {
     start(environment + std::string(" exec " TARNEL_CONSOLE " -e 1 -e '1 + {}'"), true);
-    EXPECT_NE(read_to("").find(shown), std::string::npos) << environment;
+    EXPECT_TRUE(holds(read_to(""), shown)) << environment;
     end();
   }
 }
@@ -423,12 +407,11 @@ TEST_F(Console, AnImportThatCanNotGoOnTellsHowFarItCame) {
 TEST_F(Console, AnInterruptedImportTellsHowFarItCame) {
   output_of("(echo a; seq 500000) > n.csv");
   start("exec " TARNEL_CONSOLE);
-  type(kMakeTable + std::string(".close\n.open -w t\n're' + 'ady'\n"));
-  read_to("ready");
+  answer(kMakeTable + std::string(".close\n.open -w t\n're' + 'ady'\n"), "ready");
   type(".import -append n.csv\n");
   usleep(300'000);
   kill(child_, SIGINT);
-  EXPECT_NE(read_to("").find(" records were added\n"), std::string::npos);
+  EXPECT_TRUE(holds(read_to(""), " records were added\n"));
   EXPECT_EQ(end(), 128 + SIGINT);
 }
 
@@ -436,18 +419,14 @@ TEST_F(Console, AStructureIsChangedByTheUsersEditor) {
   write("edit", "#!/bin/sh\nsed -i 's/C 10/C 3/' \"$1\"\nls -l \"$1\" > ran\n");
   start("chmod +x edit; TMPDIR=. EDITOR=./edit exec " TARNEL_CONSOLE, true);
   type(kMakeTable + std::string(".close\n"));
-  for (const std::string answer : {"n", "y"}) {
-    type(".modify t\n");
-    read_to("record 1, field A is too long: kept\r\n");
+  for (const std::string reply : {"n", "y"}) {
+    answer(".modify t\n", "record 1, field A is too long: kept\r\n");
     read_to("1 value has no place, go on all the same? (y/n) ");
-    type(answer + "\n");
+    type(reply + "\n");
   }
   read_to("t.dbf: 1 records, 1 fields\r\n");
-  type(".modify t\n");
-  read_to("nothing changes\r\n");
-  type(".quit\n");
-  read_to("");
-  EXPECT_EQ(end(), 0);
+  answer(".modify t\n", "nothing changes\r\n");
+  EXPECT_EQ(quit(), 0);
   EXPECT_EQ(records(), ".T.\n      1\nkep\n");
   EXPECT_EQ(output_of("ls; cut -c1-10 ran"), "edit\nran\nt.dbf\n-rw-------\n");
 }
@@ -473,8 +452,7 @@ TEST_F(Console, LettersAreThoseOfTheCLocaleAlsoAtThePrompt) {
   ASSERT_EQ(system(("localedef -i de_DE -f ISO-8859-1 " + path("latin")).c_str()), 0);
   start("LOCPATH=. LC_ALL=latin exec " TARNEL_CONSOLE, true);
   read_to("tnsh> ");
-  type("asc(upper(chr(228)))\n");
-  EXPECT_NE(read_to("tnsh> ").find("       228\r\n"), std::string::npos);
+  EXPECT_TRUE(holds(answer("asc(upper(chr(228)))\n"), "       228\r\n"));
 }
 
 }  // namespace
