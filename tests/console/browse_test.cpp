@@ -2,6 +2,7 @@
 #include <signal.h>
 
 #include "tests/console/tmux.h"
+#include "tests/support/texts.h"
 
 namespace tarnel::testing {
 namespace {
@@ -50,50 +51,33 @@ TEST_F(Browse, ShowsRecordsInOrderAndLeavesTheTableAsItWas) {
             "     6   hotel      01/07/00   1.50 F\n"
             "alpha\n"
             "?=help  Enter=edit  Ins=append  Del=mark  /=seek  o=order  F=filter  …\n");
-  type("C-End");
-  EXPECT_NE(wait_for("\nmemo").find("     2     0.50 F  ababab"), std::string::npos) << picture();
-  type("C-Home NPage Down");
-  wait_for("\necho\n");
-  type("C-PPage Down l");
-  wait_for("     4 L bravo");
-  type("f Right Right Right Right Right");
-  wait_for("record   name       on long");
-  type("o");
-  wait_for("T  filter size > 0  shared");
-  type("F C-h C-h 1");
-  wait_for("filter: size >1");
-  type("Enter");
-  EXPECT_NE(wait_for("T  filter size >1  shared").find("     5   golf"), std::string::npos);
-  type("g 6 Enter q");
-  wait_for("left       6          1 size > 0          0          1          2");
+  EXPECT_TRUE(holds(press("C-End", "\nmemo"), "     2     0.50 F  ababab"));
+  press("C-Home NPage Down", "\necho\n");
+  press("C-PPage Down l", "     4 L bravo");
+  press("f Right Right Right Right Right", "record   name       on long");
+  press("o", "T  filter size > 0  shared");
+  press("F C-h C-h 1", "filter: size >1");
+  EXPECT_TRUE(holds(press("Enter", "T  filter size >1  shared"), "     5   golf"));
+  press("g 6 Enter q", "left       6          1 size > 0          0          1          2");
 }
 
 TEST_F(Browse, SeeksLocatesAndEvaluates) {
   browse();
   wait_for("?=help");
-  type("/ e");
-  wait_for("seek: e");
-  EXPECT_NE(picture().find("\necho\n"), std::string::npos) << picture();
-  type("z");
-  wait_for("\ngolf\n");
-  type("Escape");
-  wait_for("\nalpha\n?=help");
+  press("/ e", "seek: e");
+  EXPECT_TRUE(holds(picture(), "\necho\n"));
+  press("z", "\ngolf\n");
+  press("Escape", "\nalpha\n?=help");
   type("= ");
   type("-l 'upper(name) + str(recno() * 1000)'");
-  type("Enter");
-  wait_for("ALPHA           2000");
-  type("o / l z Enter");
-  wait_for("not found: lz");
-  type("/ o Enter");
-  wait_for("\necho\n?=help");
-  type("n");
-  wait_for("\nbravo\n?=help");
+  press("Enter", "ALPHA           2000");
+  press("o / l z Enter", "not found: lz");
+  press("/ o Enter", "\necho\n?=help");
+  press("n", "\nbravo\n?=help");
   type("x");  // no key of its own
-  type("F2 Down Enter s b Enter f Enter C-PPage");
-  EXPECT_NE(wait_for("order i  filter name >= \"b\" .and. name <= \"f\"  shared")
-                .find("     3   echo       01/04/00   0.75 F\n\n"),
-            std::string::npos)
-      << picture();
+  EXPECT_TRUE(holds(press("F2 Down Enter s b Enter f Enter C-PPage",
+                          "order i  filter name >= \"b\" .and. name <= \"f\"  shared"),
+                    "     3   echo       01/04/00   0.75 F\n\n"));
 }
 
 TEST_F(Browse, EditsUnderALockAndFollowsTheRecord) {
@@ -101,43 +85,30 @@ TEST_F(Browse, EditsUnderALockAndFollowsTheRecord) {
   wait_for("?=help");
   type("Enter");
   type("-l 'zulu '");
-  type("Home Delete Delete Delete Delete Delete End BSpace Enter");
-  EXPECT_NE(wait_for("\nzulu\n").find("     8   kilo       01/09/00   2.00 F\n     2   zulu"),
-            std::string::npos)
-      << picture();
+  EXPECT_TRUE(holds(press("Home Delete Delete Delete Delete Delete End BSpace Enter", "\nzulu\n"),
+                    "     8   kilo       01/09/00   2.00 F\n     2   zulu"));
   EXPECT_EQ(records("-e \"t->(dbgoto(2))\" -e 'trim(t->name)'"), "zulu\n");
-  type("Right Enter Home 9 9 Enter");
-  wait_for("this is no date");
-  type("Home 0 2 Enter");
-  wait_for("zulu       02/03/00");
+  press("Right Enter Home 9 9 Enter", "this is no date");
+  press("Home 0 2 Enter", "zulu       02/03/00");
   type("Right Enter");
-  type("Home 9 9 9 9 Enter");
-  wait_for("too large");
-  type("Escape");
-  wait_for("\n0.50\n?=help");
-  type("Delete");
-  wait_for("     2*  zulu");
-  type("Insert");
-  wait_for("Append a record? (y/n)");
-  type("y");
-  wait_for("     9");
+  press("Home 9 9 9 9 Enter", "too large");
+  press("Escape", "\n0.50\n?=help");
+  press("Delete", "     2*  zulu");
+  press("Insert", "Append a record? (y/n)");
+  press("y", "     9");
 }
 
 TEST_F(Browse, TextsOfAnotherSetAreShownAndStored) {
   browse("", ".charset cp850\n.edit 1 name := 'Ähre'\ndbgotop()");
   wait_for("?=help");
-  type("g 1 Enter");
-  wait_for("\nÄhre\n?=help");
+  press("g 1 Enter", "\nÄhre\n?=help");
   type("Enter");
   type("-l 'Ж'");
-  type("Enter");
-  wait_for("Ж (U+0416), which cp850 hasn't");
+  press("Enter", "Ж (U+0416), which cp850 hasn't");
   type("BSpace");
   type("-l 'Ö567890'");
-  type("Enter");
-  wait_for("the text is too long for the field");
-  type("BSpace Enter");
-  wait_for("\nÄhreÖ56789\n?=help");
+  press("Enter", "the text is too long for the field");
+  press("BSpace Enter", "\nÄhreÖ56789\n?=help");
   EXPECT_EQ(records("-e 'asc(substr(name, 5))'"), "       153\n");
 }
 
@@ -150,57 +121,45 @@ TEST_F(Browse, ARecordThatAnotherUserHoldsIsLeftAlone) {
   const pid_t holder = std::stoi(
       output_of("cd " + path("") + "; " TARNEL_CONSOLE " holder > /dev/null 2>&1 & echo $!"));
   ASSERT_TRUE(becomes([&] { return std::filesystem::exists(path("held")); }));
-  type("Enter");
-  wait_for("record 2 is locked by another user");
-  EXPECT_NE(picture().find("     2 ! alpha"), std::string::npos) << picture();
+  press("Enter", "record 2 is locked by another user");
+  EXPECT_TRUE(holds(picture(), "     2 ! alpha"));
   kill(holder, SIGTERM);                            // its change is written as it ends
   wait_for("     2 ! alpha      01/03/00  99.00");  // without a key
   type("Enter");
   type("-l x");
-  type("Enter");
-  wait_for("alphax     01/03/00  99.00");
+  press("Enter", "alphax     01/03/00  99.00");
 }
 
 TEST_F(Browse, MemosAreShownAndEditedByTheUsersEditor) {
   write("editor", "#!/bin/sh\nstat -c %a \"$1\" > mode\nsed -i 's/one/three/' \"$1\"\n");
   browse("", "ov_set('setenvir', 'EDITOR', 'sh ./editor')");
   wait_for("?=help");
-  type("C-End Enter");
-  wait_for("│one two");
-  type("Enter");
-  wait_for("?=help");
+  press("C-End Enter", "│one two");
+  press("Enter", "?=help");
   EXPECT_TRUE(becomes([&] { return read("mode") == "600\n"; })) << read("mode");
-  type("Enter");
-  wait_for("│three two");
+  press("Enter", "│three two");
   type("q");
   EXPECT_EQ(records("-e \"t->(dbgoto(2))\" -e 't->note'"), "three two\n");
 }
 
 TEST_F(Browse, ChangesNothingWhereItMayNot) {
   browse("name on ro", "", ".f.");
-  EXPECT_NE(wait_for("?=help").find("T  order i  read-only\nrecord   name       on\n"),
-            std::string::npos)
-      << picture();
+  EXPECT_TRUE(holds(wait_for("?=help"), "T  order i  read-only\nrecord   name       on\n"));
   for (const char* key : {"Enter", "Insert", "Delete", "l"}) {
-    type("r");
-    wait_for("?=help");
-    type(key);
-    wait_for("\nread-only");
+    press("r", "?=help");
+    press(key, "\nread-only");
   }
   tmux("resize-window -x 30 -y 4");
   wait_for("window too small");
   tmux("resize-window -x 30 -y 6");
-  EXPECT_NE(wait_for("alpha").find("     4   bravo"), std::string::npos) << picture();
-  type("q x");
-  wait_for("over");
+  EXPECT_TRUE(holds(wait_for("alpha"), "     4   bravo"));
+  press("q x", "over");
   // A relation moves its child: here it is only shown.
   browse("",
          "dbusearea(.t., , 't', 'parent', .t.)\ndbsetrelation('t', 'recno()')\ndbselectarea('t')");
-  EXPECT_NE(wait_for("?=help").find("read-only"), std::string::npos) << picture();
-  type("Delete");
-  wait_for("\nread-only");
-  type("q x");
-  wait_for("over");
+  EXPECT_TRUE(holds(wait_for("?=help"), "read-only"));
+  press("Delete", "\nread-only");
+  press("q x", "over");
   EXPECT_EQ(records("-e .browse"), ".browse needs a terminal, .list shows records without one\n");
   EXPECT_EQ(records("-e '.browse nix'"), "there is no field nix\n");
 }
@@ -212,10 +171,8 @@ TEST_F(Browse, AKeyStopsASearchThatTakesLong) {
          "aeval(array(300), {|| 1})})) < 0')",
          ".f.");
   wait_for("searching, any key stops");
-  type("x");
-  wait_for("stopped");
-  type("q");
-  wait_for("left");
+  press("x", "stopped");
+  press("q", "left");
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
 // The manual page tells of every command that the console has, and of no other.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <regex>
 #include <set>
 #include <string>
 
 #include "tests/support/files.h"
+#include "tests/support/process.h"
 
 namespace {
 
@@ -21,11 +21,7 @@ std::set<std::string> found(const std::string& text, const char* pattern) {
 
 TEST(Manual, NamesTheCommandsOfTheConsole) {
   const std::string page = tarnel::testing::read_file(TARNEL_SOURCE_DIR "/console/tnsh.1");
-  std::string help;
-  FILE* console = popen(TARNEL_CONSOLE " -e .help", "r");
-  ASSERT_NE(console, nullptr);
-  for (int c; (c = std::fgetc(console)) != EOF;) help += static_cast<char>(c);
-  EXPECT_EQ(pclose(console), 0);
+  const std::string help = tarnel::testing::output_of(TARNEL_CONSOLE " -e .help");
   const std::set<std::string> commands = found(help, R"(\n  (\.[a-z]+))");
   EXPECT_GT(commands.size(), 30U);
   EXPECT_EQ(found(page, R"re(\n\.TP\n\.[BIR]+ "?(\.[a-z]+))re"), commands);

@@ -4,6 +4,7 @@
 
 #include "core/file_ops.h"
 #include "tests/console/tmux.h"
+#include "tests/support/texts.h"
 
 namespace tarnel::testing {
 namespace {
@@ -35,11 +36,9 @@ TEST_F(OnScreen, ShowsTextsColoursAndFrames) {
                                     "  ║ hä 日     ║\n"
                                     "  ║ ┌─┐       ║\n"
                                     "asked═════════╝\n"));
-  EXPECT_NE(picture("-e").find("\x1b[31m\x1b[47mhä 日"), std::string::npos) << picture("-e");
-  type("x");
-  EXPECT_NE(wait_for("over").find(
-                "error 201: data type mismatch;in not equals '#' operation\nstatus 1\nover"),
-            std::string::npos);
+  EXPECT_TRUE(holds(picture("-e"), "\x1b[31m\x1b[47mhä 日"));
+  EXPECT_TRUE(holds(press("x", "over"),
+                    "error 201: data type mismatch;in not equals '#' operation\nstatus 1\nover"));
 }
 
 TEST_F(OnScreen, KeysHaveTheirCodes) {
@@ -65,8 +64,7 @@ TEST_F(OnScreen, KeysHaveTheirCodes) {
       "keyname(k) + '.')})\ninkey(0)\n");
   wait_for("go");
   for (const auto& [key, shown] : keys) {
-    type(key);
-    wait_for(std::string(shown) + ".");
+    press(key, std::string(shown) + ".");
     if (HasFailure()) return;
   }
 }
@@ -100,8 +98,7 @@ TEST_F(OnScreen, TheTerminalComesBackOnEveryWayOut) {
     EXPECT_EQ(read("before"), read("after"));
     EXPECT_EQ(ask("#{alternate_on} #{cursor_flag}"), "0 1\n");
   }
-  EXPECT_NE(read("t.dbf").find("     7"), std::string::npos)
-      << "the record is written on the exit road";
+  EXPECT_TRUE(holds(read("t.dbf"), "     7")) << "the record is written on the exit road";
 }
 
 // Jobs of their own, so that the shell goes on when one stops.
@@ -117,27 +114,20 @@ TEST_F(OnScreen, StopsGoesOnAndTakesAnotherSize) {
   wait_for("halted");
   EXPECT_EQ(read("before"), read("stopped"));
   EXPECT_EQ(ask("#{alternate_on}"), "0\n");
-  type("Enter");
-  wait_for("9 69");
+  press("Enter", "9 69");
   EXPECT_TRUE(becomes([&] { return picture() == shown; })) << picture();
   tmux("resize-window -x 50 -y 12");
-  type("x");
-  wait_for(" 11 49");
+  press("x", " 11 49");
   EXPECT_TRUE(becomes([&] { return picture().ends_with("──┘\n"); })) << picture();
-  type("x");
-  wait_for("over");
+  press("x", "over");
 }
 
 TEST_F(OnScreen, AnInterruptIsAskedAboutAndASecondOneEnds) {
   run_script("set(12, .F.)\nqout('off')\ninkey(0)\nset(12, .T.)\nqout('shown')\ninkey(0)\n");
   wait_for("off");
-  type("C-c x");
-  wait_for("shown");
-  type("C-c");
-  EXPECT_NE(wait_for("Waiting 5 seconds !!!").find("DO YOU REALLY WANT TO EXIT ???"),
-            std::string::npos);
-  type("C-c");
-  wait_for("status 130");
+  press("C-c x", "shown");
+  EXPECT_TRUE(holds(press("C-c", "Waiting 5 seconds !!!"), "DO YOU REALLY WANT TO EXIT ???"));
+  press("C-c", "status 130");
 }
 
 // Neither the question nor the end waits for the lock.
@@ -150,10 +140,8 @@ TEST_F(OnScreen, AnInterruptIsAskedAboutWhileALockIsWaitedFor) {
   ASSERT_TRUE(lock_range(fd, F_WRLCK, 0, 2));
   type("x");
   usleep(100'000);
-  type("C-c");
-  wait_for("Waiting 5 seconds !!!");
-  type("C-c");
-  wait_for("status 130");
+  press("C-c", "Waiting 5 seconds !!!");
+  press("C-c", "status 130");
   close(fd);
 }
 
@@ -164,33 +152,26 @@ TEST_F(OnScreen, WithoutATerminalForItNothingIsWritten) {
             "tnsh: there is no terminal for a screen\n2\n");
   start("TERM=dumb " + screen + "; echo $?; TERM=none " + screen + " > out; echo $?; ls -s out");
   const std::string shown = wait_for("over");
-  EXPECT_NE(shown.find("tnsh: terminal type 'dumb' can't place the cursor\n2\n"), std::string::npos)
-      << shown;
-  EXPECT_NE(shown.find("tnsh: terminal type 'none' is not known\n2\n0 out"), std::string::npos)
-      << shown;
+  EXPECT_TRUE(holds(shown, "tnsh: terminal type 'dumb' can't place the cursor\n2\n"));
+  EXPECT_TRUE(holds(shown, "tnsh: terminal type 'none' is not known\n2\n0 out"));
 }
 
 TEST_F(OnScreen, OtherOutputsStayApart) {
   write("script", "x := 1 # '1'\nqout('shown')\ninkey(0)\n");
   start(TARNEL_CONSOLE " --screen script > out 2> errors < /dev/null; cat errors; ls -s out");
   wait_for("shown");
-  EXPECT_NE(read("errors").find("error 201"), std::string::npos) << "at once";
-  type("x");
-  EXPECT_NE(wait_for("over").find("0 out"), std::string::npos);
+  EXPECT_TRUE(holds(read("errors"), "error 201")) << "at once";
+  EXPECT_TRUE(holds(press("x", "over"), "0 out"));
 }
 
 TEST_F(OnScreen, AFileRunsOnAScreenInsideASession) {
   write("script", "y := 7\nqout('shown')\ninkey(0)\n");
   start(TARNEL_CONSOLE);
   wait_for("tnsh>");
-  type("'.screen script' Enter");
-  wait_for("shown");
-  type("x");
-  wait_for("tnsh> .screen script");
-  type("'y + 1000' Enter");
-  wait_for("  1007");
-  type("'.screen none' Enter");
-  wait_for("none: no such file");
+  press("'.screen script' Enter", "shown");
+  press("x", "tnsh> .screen script");
+  press("'y + 1000' Enter", "  1007");
+  press("'.screen none' Enter", "none: no such file");
 }
 
 TEST_F(OnScreen, BoxesAskAndLinesAreAccepted) {
@@ -198,15 +179,11 @@ TEST_F(OnScreen, BoxesAskAndLinesAreAccepted) {
       "n := alert('Go on?;Really', {'Yes', 'No'})\nc := __accept('name: ')\nqout(n * 100, c + "
       "'.')\ninkey(0)\n"
       "errorblock({|e| _deferror(e)})\nx := 1 # '1'\n__quit(9)\n");
-  EXPECT_NE(wait_for("Really").find("Yes    No"), std::string::npos);
-  type("Right Enter");
-  wait_for("name:");
-  type("ab BSpace 'c' Enter");
-  wait_for("200 ac.");
-  type("x");
-  wait_for("Abort");
-  type("Enter");
-  wait_for("status 1");
+  EXPECT_TRUE(holds(wait_for("Really"), "Yes    No"));
+  press("Right Enter", "name:");
+  press("ab BSpace 'c' Enter", "200 ac.");
+  press("x", "Abort");
+  press("Enter", "status 1");
 }
 
 TEST_F(OnScreen, OptionsReachTheTerminal) {
@@ -215,17 +192,11 @@ TEST_F(OnScreen, OptionsReachTheTerminal) {
       "ov_set('setenvir', 'TERM', 'vt100', .t.)\nqout(termtype())\n"
       "ov_set('breakkey', 24)\nqout('key', inkey(0))\ninkey(0)\n");
   wait_for("one\ntmux-256color");
-  type("x");
-  wait_for("one\ntmux-256color\nvt100");
-  type("C-c");
-  wait_for("key          3");
-  type("C-x");
-  wait_for("EXIT ???");
-  type("C-x");
-  EXPECT_NE(
-      wait_for("status 130").find("error 320: Illegal value;Cannot initialize terminal (ignored)"),
-      std::string::npos)
-      << picture();
+  press("x", "one\ntmux-256color\nvt100");
+  press("C-c", "key          3");
+  press("C-x", "EXIT ???");
+  EXPECT_TRUE(holds(press("C-x", "status 130"),
+                    "error 320: Illegal value;Cannot initialize terminal (ignored)"));
 }
 
 TEST_F(OnScreen, TheExamplesRun) {
@@ -233,12 +204,9 @@ TEST_F(OnScreen, TheExamplesRun) {
         " -s keys.tn; echo status $?",
         80, 24);
   wait_for("Scroll the frames?");
-  type("l");
-  wait_for("Esc leaves");
-  type("F5");
-  wait_for("-4      F5              1B 5B 31 35 7E");
-  type("Escape");
-  wait_for("status 0");
+  press("l", "Esc leaves");
+  press("F5", "-4      F5              1B 5B 31 35 7E");
+  press("Escape", "status 0");
 }
 
 }  // namespace

@@ -2,16 +2,14 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
-#include <cstdio>
 #include <string>
 #include <utility>
 
 #include "tests/support/files.h"
+#include "tests/support/process.h"
 
 namespace tarnel::testing {
 
@@ -52,6 +50,10 @@ class OnTerminal : public ::testing::Test, protected Folder {
     ADD_FAILURE() << "no '" << text << "' in\n" << shown;
     return shown;
   }
+  std::string press(const std::string& keys, const std::string& text) {
+    type(keys);
+    return wait_for(text);
+  }
   // Ends the wait as soon as a condition holds.
   template <typename Condition>
   bool becomes(Condition condition) {
@@ -61,15 +63,6 @@ class OnTerminal : public ::testing::Test, protected Folder {
       usleep(10'000);
     }
     return false;
-  }
-  static std::string output_of(const std::string& command) {
-    std::string all;
-    std::FILE* pipe = popen(command.c_str(), "r");
-    std::array<char, 4096> bytes;
-    for (std::size_t n; (n = fread(bytes.data(), 1, bytes.size(), pipe)) > 0;)
-      all.append(bytes.data(), n);
-    pclose(pipe);
-    return all;
   }
   std::string tmux(const std::string& command) {
     return output_of("env -u TMUX tmux -S " + path("socket") + std::to_string(server_) + " " +
