@@ -8,13 +8,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 
 #include "core/output.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
 
 namespace tarnel::testing {
 namespace {
@@ -178,26 +179,11 @@ Response WebServer::request(const std::string& method, const std::string& path,
 
 std::string run_program(const std::string& environment, const std::string& input, int* status,
                         const std::string& program, const std::string& before) {
-  FILE* file = std::tmpfile();
-  std::fwrite(input.data(), 1, input.size(), file);
-  std::rewind(file);
-  int ends[2];
-  if (pipe(ends) != 0) return "";
-  const pid_t pid = fork();
-  if (pid == 0) {
-    dup2(fileno(file), STDIN_FILENO);
-    dup2(ends[1], STDOUT_FILENO);
-    const std::string command = before + "\nexec env -i " + environment + " " + program;
-    execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
-    _exit(127);
-  }
-  close(ends[1]);
-  const std::string output = read_all(ends[0]);
-  close(ends[0]);
-  std::fclose(file);
-  waitpid(pid, status, 0);
-  *status = WIFEXITED(*status) ? WEXITSTATUS(*status) : -WTERMSIG(*status);
-  return output;
+  const Folder folder;
+  folder.write("input", input);
+  return output_of("exec < " + folder.path("input") + "\n" + before + "\nexec env -i " +
+                       environment + " " + program,
+                   status);
 }
 
 }  // namespace tarnel::testing
