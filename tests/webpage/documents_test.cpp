@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "tests/support/files.h"
+#include "tests/support/texts.h"
 #include "tests/webpage/site.h"
 #include "webpage/page_functions.h"
 
@@ -33,20 +34,12 @@ TEST_F(Documents, FunctionsDoWhatTheirExamplesSay) {
   for (const FunctionEntry& entry : kPageBuiltins) {
     if (entry.usage == nullptr) continue;
     const std::string usage = entry.usage, example = entry.example, arrow = " ==> ";
-    EXPECT_NE(text.find("| `" + usage.substr(0, usage.find(": ")) + "` |"), std::string::npos)
-        << usage;
+    EXPECT_TRUE(holds(text, "| `" + usage.substr(0, usage.find(": ")) + "` |")) << usage;
     const std::size_t at = example.find(arrow);
     write("root/example.tnp", "<%\nx := " + example.substr(0, at) + "\n%>\n<%= x %>");
     const std::string page = get("example.tnp");
     EXPECT_EQ(page.substr(page.find("\n\n") + 2), example.substr(at + arrow.size())) << example;
   }
-}
-
-// Such a number of letters of two bytes, as a form sends them.
-std::string letters(int count) {
-  std::string all;
-  while (count-- > 0) all += "%C3%A9";
-  return all;
 }
 
 TEST_F(Documents, TheFirstPageStoresAGuest) {
@@ -56,18 +49,17 @@ TEST_F(Documents, TheFirstPageStoresAGuest) {
   const std::string page = block_behind(text, "Then `pages/index.tnp`:");
   EXPECT_GT(page.size(), 500U);
   write("root/index.tnp", page);
-  const std::string town = "&town=Lund";
-  for (const std::string& name : {std::string("Ada+%3Cb%3E"), letters(30)})
+  const std::string town = "&town=Lund", letter = "%C3%A9";
+  for (const std::string& name : {std::string("Ada+%3Cb%3E"), repeat(letter, 30)})
     EXPECT_TRUE(post("index.tnp", "name=" + name + town).starts_with("Status: 303 See Other\n"));
   const std::string guests = get("index.tnp");
-  EXPECT_NE(guests.find("<li>Ada &lt;b&gt;, Lund</li>\n"), std::string::npos);
-  for (const std::string& fields : {town, "name=b&town=c" + town, "name=b&name=c" + town,
-                                    "name=b&town=" + letters(31), "name=" + letters(31) + town})
-    EXPECT_NE(post("index.tnp", fields).find("A name has from 1 to 30 letters"), std::string::npos)
-        << fields;
-  EXPECT_NE(
-      get("index.tnp", "REQUEST_METHOD=POST", "name=Forged").find("isn&#39;t one of this visit"),
-      std::string::npos);
+  EXPECT_TRUE(holds(guests, "<li>Ada &lt;b&gt;, Lund</li>\n"));
+  for (const std::string& fields :
+       {town, "name=b&town=c" + town, "name=b&name=c" + town, "name=b&town=" + repeat(letter, 31),
+        "name=" + repeat(letter, 31) + town})
+    EXPECT_TRUE(holds(post("index.tnp", fields), "A name has from 1 to 30 letters")) << fields;
+  EXPECT_TRUE(
+      holds(get("index.tnp", "REQUEST_METHOD=POST", "name=Forged"), "isn&#39;t one of this visit"));
   const std::string after = get("index.tnp");
   EXPECT_EQ(after.substr(after.find("<ul>")), guests.substr(guests.find("<ul>")))
       << "none was added";

@@ -4,22 +4,13 @@
 
 #include <fstream>
 
+#include "tests/support/texts.h"
 #include "tests/webpage/site.h"
 
 namespace tarnel::testing {
 namespace {
 
-const std::string kHeader = "Content-type: text/html\n\n";
-
-class PageFunctions : public ::testing::Test, public Site {
- protected:
-  // What a page of these statements answers; aForm and oState are its parameters.
-  std::string run(const std::string& statements, const std::string& environment = "",
-                  const std::string& form = "") {
-    write("root/p.prg", "PROCEDURE main(aEnv, aForm, oState)\n" + statements + "\n");
-    return get("p.prg", environment, form);
-  }
-};
+class PageFunctions : public ::testing::Test, public Site {};
 
 TEST_F(PageFunctions, FieldsAreFoundWithoutRegardToCase) {
   const std::string form = "Name=a&tag=1&TAG=2&tag=3&=x&none";
@@ -52,7 +43,7 @@ TEST_F(PageFunctions, TheHeaderIsWhatThePageSaysAndNothingElse) {
        "Content-type: text/html\nSet-Cookie: a=b%3B%0D; Path=/; HttpOnly; SameSite=Lax\n"
        "Set-Cookie: c=d; Path=/; Max-Age=86400; HttpOnly; SameSite=Lax\n\n"}};
   for (const auto& [statements, answer] : cases) EXPECT_EQ(run(statements), answer) << statements;
-  EXPECT_NE(run("tncookie('a', 'b')", "HTTPS=on").find("; Secure\n"), std::string::npos);
+  EXPECT_TRUE(holds(run("tncookie('a', 'b')", "HTTPS=on"), "; Secure\n"));
   for (const char* refused : {"tnheader('X:', '1')",
                               "tnheader('', '1')",
                               "tnheader('X-A', 'a' + chr(10) + 'Y: 1')",
@@ -74,10 +65,10 @@ TEST_F(PageFunctions, TheHeaderIsWhatThePageSaysAndNothingElse) {
                               "qqout('x')\ntncookie('a', 'b')",
                               "qqout('x')\ntnredirect('/')"}) {
     const std::string page = run(std::string(refused) + "\n?? 'on'");
-    EXPECT_NE(page.find("<p>p.prg:"), std::string::npos) << refused << page;
-    EXPECT_NE(page.find(": Illegal value</p>"), std::string::npos) << refused << page;
-    EXPECT_EQ(page.find("Y: 1"), std::string::npos) << refused << page;
-    EXPECT_EQ(page.find("on\n"), std::string::npos) << refused << page;
+    EXPECT_TRUE(holds(page, "<p>p.prg:")) << refused;
+    EXPECT_TRUE(holds(page, ": Illegal value</p>")) << refused;
+    EXPECT_FALSE(holds(page, "Y: 1")) << refused;
+    EXPECT_FALSE(holds(page, "on\n")) << refused;
   }
 }
 
@@ -104,7 +95,7 @@ TEST_F(PageFunctions, OnlyTheVisitorsOwnTokenIsGood) {
   for (const auto& [environment, form] : refused)
     EXPECT_EQ(run(check, environment, form), kHeader + ".F.") << environment << form;
   chmod(path("data/.tnsecret").c_str(), 0644);
-  EXPECT_NE(run(ask).find("file write error"), std::string::npos) << "others know the secret";
+  EXPECT_TRUE(holds(run(ask), "file write error")) << "others know the secret";
 }
 
 TEST_F(PageFunctions, BodiesThatAreNoFormsAreRefused) {
@@ -120,12 +111,11 @@ TEST_F(PageFunctions, NothingIsReadFromTheConsoleAndNoProgramStarted) {
   EXPECT_EQ(run("ACCEPT 'a?' TO x\nWAIT 'w?' TO y\nINPUT TO z\n?? '[' + x + y + z + ']', inkey(0)",
                 "", "__quit()"),
             kHeader + "\na?\nw?\n[]          0");
-  EXPECT_NE(run("@ 1, 1 SAY 'x'").find("<p>p.prg:2: Illegal value</p>"), std::string::npos);
+  EXPECT_TRUE(holds(run("@ 1, 1 SAY 'x'"), "<p>p.prg:2: Illegal value</p>"));
   for (const char* starts : {"RUN echo ran", "exec({'echo', 'ran'})",
                              "SET ALTERNATE TO '|cat >ran'", "set(24, '|echo ran >ran')"}) {
     const std::string page = run(std::string(starts) + "\n?? 'on'");
-    EXPECT_NE(page.find("<p>p.prg:2: command or filename not found</p>"), std::string::npos)
-        << page;
+    EXPECT_TRUE(holds(page, "<p>p.prg:2: command or filename not found</p>"));
     EXPECT_FALSE(std::filesystem::exists(path("data/ran")));
   }
   configure("allow_run = yes");
@@ -157,7 +147,7 @@ TEST_F(PageFunctions, AConfigurationThatIsNotRightServesNothing) {
     configure(std::string("# a comment\n\n") + lines);
     const std::string page = run("?? 'on'");
     EXPECT_TRUE(page.starts_with("Status: 500 Internal Server Error\n")) << lines << page;
-    EXPECT_EQ(page.find("tnpage.conf"), std::string::npos) << page;
+    EXPECT_FALSE(holds(page, "tnpage.conf"));
   }
   configure(std::string(70000, '#') + "\ndatas = x");
   EXPECT_TRUE(run("?? 'on'").starts_with("Status: 500")) << "it isn't read whole";
@@ -172,16 +162,15 @@ TEST_F(PageFunctions, AConfigurationThatIsNotRightServesNothing) {
 TEST_F(PageFunctions, TheLogHasAllAndThePageOnlyWhereItMay) {
   configure("log = stderr");
   std::string page = run("cSecret := 1\nUSE nosuch");
-  EXPECT_EQ(page.find("nosuch"), std::string::npos) << page;
-  EXPECT_NE(errors().find("tnpage: " + path("root/p.prg") + ":3: "), std::string::npos) << errors();
-  EXPECT_NE(errors().find("nosuch"), std::string::npos) << errors();
+  EXPECT_FALSE(holds(page, "nosuch"));
+  EXPECT_TRUE(holds(errors(), "tnpage: " + path("root/p.prg") + ":3: "));
+  EXPECT_TRUE(holds(errors(), "nosuch"));
   run("throwerror('x', 1, 2, chr(27) + '[2J' + chr(10) + 'line')");
-  EXPECT_NE(errors().find(": ?[2J\ntnpage: line\n"), std::string::npos) << errors();
+  EXPECT_TRUE(holds(errors(), ": ?[2J\ntnpage: line\n"));
   configure("log = stderr\nshow_errors = yes");
   page = run("cSecret := ) '<b>'");
-  EXPECT_NE(page.find("<pre>" + path("root/p.prg") + ":2:12: error: "), std::string::npos) << page;
-  EXPECT_NE(page.find("cSecret := ) &#39;&lt;b&gt;&#39;\n           ^\n"), std::string::npos)
-      << page;
+  EXPECT_TRUE(holds(page, "<pre>" + path("root/p.prg") + ":2:12: error: "));
+  EXPECT_TRUE(holds(page, "cSecret := ) &#39;&lt;b&gt;&#39;\n           ^\n"));
 }
 
 }  // namespace

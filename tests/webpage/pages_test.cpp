@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/texts.h"
 #include "tests/webpage/site.h"
 
 namespace tarnel::testing {
 namespace {
 
 constexpr const char* kHello = "? 'hello'\n";
-const std::string kHeader = "Content-type: text/html\n\n";
 
 std::string refusal(const std::string& words) {
   return "Status: " + words + "\n" + kHeader + "<!DOCTYPE html>\n<title>" + words +
@@ -135,7 +135,7 @@ TEST_F(PageFiles, WhatStrangersCouldChangeIsRefused) {
           << file << folder_owner << owner << mode;
       // A configuration that is refused says nothing of where the log is.
       const std::string all = answered + (folder == places[2].folder ? told : errors());
-      EXPECT_NE(all.find(told), std::string::npos) << file << mode << all;
+      EXPECT_TRUE(holds(all, told)) << file << mode;
     }
     EXPECT_EQ(chmod(path(folder).c_str(), 0755), 0);
     EXPECT_TRUE(give(folder, 0) && give(file, 0));
@@ -154,9 +154,9 @@ TEST_F(PageFiles, IncludesStayBelowTheRoot) {
     write("root/a.prg", "#include \"" + name + "\"\n?? 'on'\n");
     const std::string page = get("a.prg");
     EXPECT_TRUE(page.starts_with("Status: 500 Internal Server Error\n" + kHeader)) << page;
-    EXPECT_NE(page.find("<p>a.prg:1: "), std::string::npos) << page;
+    EXPECT_TRUE(holds(page, "<p>a.prg:1: "));
     for (const char* not_told : {"secret'", "root:", "/data", "/etc", "'on'"})
-      EXPECT_EQ(page.find(not_told), std::string::npos) << page;
+      EXPECT_FALSE(holds(page, not_told));
   }
 }
 
@@ -166,7 +166,7 @@ TEST_F(PageFiles, StrangersSeeThePlaceAndThePlainWordsOfAnError) {
   EXPECT_EQ(page.find(refusal("500 Internal Server Error") + "<p>a.prg:2: file open error</p>\n"),
             0U)
       << page;
-  EXPECT_EQ(page.find("nosuch"), std::string::npos) << page;
+  EXPECT_FALSE(holds(page, "nosuch"));
   write("root/a.prg", "? 'begun'\n\nx := 1 + {}\n? 'never'\n");
   EXPECT_EQ(get("a.prg"), kHeader +
                               "\nbegun\n<h1>The page ends in an error</h1>\n"

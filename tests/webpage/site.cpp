@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "tests/e2e/web_server.h"
+#include "tests/support/process.h"
 
 namespace tarnel::testing {
 
@@ -28,6 +29,17 @@ std::string Site::get(const std::string& page, const std::string& environment,
   return answer("DOCUMENT_ROOT=" + path("root") + " SCRIPT_FILENAME=" + path("root/" + page) +
                     " CONTENT_LENGTH=" + std::to_string(body.size()) + " " + environment,
                 body);
+}
+
+std::string Site::run(const std::string& statements, const std::string& environment,
+                      const std::string& form) const {
+  write("root/p.prg", "PROCEDURE main(aEnv, aForm, oState)\n" + statements + "\n");
+  return get("p.prg", environment, form);
+}
+
+std::string Site::console(const std::string& arguments, const std::string& before) const {
+  return output_of("cd " + path("data") + " && " + before + TARNEL_CONSOLE " " + arguments +
+                   " 2>&1");
 }
 
 std::string Site::post(const std::string& page, const std::string& fields,

@@ -7,6 +7,9 @@
 
 namespace tarnel::testing {
 
+// In front of a page that sets no other.
+inline const std::string kHeader = "Content-type: text/html\n\n";
+
 class Site {
  public:
   Site();
@@ -21,11 +24,16 @@ class Site {
   // What a request for a page of root/ answers; further entries of the environment stand behind.
   std::string get(const std::string& page, const std::string& environment = "",
                   const std::string& body = "") const;
+  // What a page of these statements answers; aEnv, aForm and oState are its parameters.
+  std::string run(const std::string& statements, const std::string& environment = "",
+                  const std::string& form = "") const;
   // What it answers to a form with these fields, sent by a visitor who has the page open without a query.
   std::string post(const std::string& page, const std::string& fields,
                    const std::string& query = "") const;
   // The answer to just this environment.
   std::string answer(const std::string& environment, const std::string& body = "") const;
+  // What the console shows in the folder of the tables; `arguments` are shell text, as is what stands before.
+  std::string console(const std::string& arguments, const std::string& before = "") const;
   // What the last answers wrote to standard error.
   std::string errors() const { return folder_.read("errors"); }
 

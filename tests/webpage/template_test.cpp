@@ -1,12 +1,11 @@
 // Statements in HTML: what goes out, in which lines it stands, what is wrong with it.
 #include <gtest/gtest.h>
 
+#include "tests/support/texts.h"
 #include "tests/webpage/site.h"
 
 namespace tarnel::testing {
 namespace {
-
-const std::string kHeader = "Content-type: text/html\n\n";
 
 class Templates : public ::testing::Test, public Site {
  protected:
@@ -95,7 +94,7 @@ TEST_F(Templates, FaultsHaveTheLinesOfTheFile) {
     for (const auto& [html, plain] : {std::pair{"&quot;", "\""}, {"&#39;", "'"}, {"&gt;", ">"}})
       for (std::size_t at; (at = page.find(html)) != std::string::npos;)
         page.replace(at, std::string(html).size(), plain);
-    EXPECT_NE(page.find("<p>" + words + "</p>\n"), std::string::npos) << text << "\n" << page;
+    EXPECT_TRUE(holds(page, "<p>" + words + "</p>\n")) << text;
   }
 }
 
