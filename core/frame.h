@@ -25,10 +25,17 @@
 
 namespace tarnel {
 
-// Kind letter in upper case and the name, and the cell; the list ends at a null cell pointer.
-struct FrameName {
-  const char* text;
-  Var** cell;
+// Cells and what they are called: "Pfirst Lsum - ". In front of each name stands its kind, P parameter, L local or S static,
+// behind it a blank; "- " is for a cell that has no name in the source.
+struct CellNames {
+  const char* names;
+  Var* const* cells;  // null: not made yet
+};
+// The variables of a procedure that are numbered in its code, for those who ask by name.
+struct FrameNames {
+  const char* variables;   // parameters and locals, in the order of Frame::variables
+  CellNames statics;       // of the procedure
+  CellNames file_statics;  // of the whole file
 };
 
 struct Frame {
@@ -42,9 +49,9 @@ struct Frame {
   std::int32_t saved_level;
   std::int32_t method_scope;  // -2 outside methods
   std::int32_t argc;
-  Var* result;  // of a procedure that ends without RETURN; null: NIL
-  const FrameName* local_names;
-  const FrameName* static_names;
+  Var* result;              // of a procedure that ends without RETURN; null: NIL
+  const FrameNames* names;  // null: of the runtime's own procedures
+  Var* const* variables;    // null until they are bound
 };
 
 constexpr char kQuiet = '\x80';  // flag in a parameter's type letter: no message, fields allowed
@@ -71,7 +78,7 @@ inline std::int32_t activation_level() {
 
 // [0] `frame` becomes the current one and must stay where it is up to END_PROC.
 inline void BEGIN_PROC(Frame* frame, const char* module, const char* proc, std::int32_t line,
-                       std::int32_t argc) {
+                       std::int32_t argc, const FrameNames* names = nullptr) {
   const std::int32_t temps = temp_top(), level = detail::level;
   *frame = {.line = line,
             .temp_mark = temps,
@@ -84,8 +91,8 @@ inline void BEGIN_PROC(Frame* frame, const char* module, const char* proc, std::
             .method_scope = -2,
             .argc = argc,
             .result = nullptr,
-            .local_names = nullptr,
-            .static_names = nullptr};
+            .names = names,
+            .variables = nullptr};
   detail::level = level + 1;
   detail::frame = frame;
 }
@@ -161,8 +168,9 @@ inline Var* own_result(Var* value) {
 // the chain before the break began to travel.
 class Procedure {
  public:
-  Procedure(const char* module, const char* proc, std::int32_t line, std::int32_t argc) {
-    BEGIN_PROC(&frame_, module, proc, line, argc);
+  Procedure(const char* module, const char* proc, std::int32_t line, std::int32_t argc,
+            const FrameNames* names = nullptr) {
+    BEGIN_PROC(&frame_, module, proc, line, argc, names);
   }
   Procedure(const Procedure&) = delete;
   Procedure& operator=(const Procedure&) = delete;

@@ -46,10 +46,39 @@ void* push_area(void* area) {
 
 // --- Inspectors.
 
-Var* find_in(const FrameName* names, char kind, std::string_view name) {
-  for (; names != nullptr && names->cell != nullptr; ++names)
-    if (names->text[0] == kind && name == names->text + 1) return *names->cell;
-  return nullptr;
+// Calls `look` with kind, name and cell of each, until it gives true.
+template <typename Look>
+bool any_of_cells(const CellNames& named, Look look) {
+  if (named.cells == nullptr) return false;
+  std::string_view names = named.names;
+  for (std::size_t i = 0; !names.empty(); ++i) {
+    const std::string_view name = names.substr(0, names.find(' '));
+    if (name[0] != '-' && look(name[0], name.substr(1), named.cells[i])) return true;
+    names.remove_prefix(name.size() + 1);
+  }
+  return false;
+}
+
+// Those of a frame: its parameters and locals, or the statics that it sees, its own first.
+template <typename Look>
+bool any_variable(const Frame& frame, Look look) {
+  return frame.names != nullptr && any_of_cells({frame.names->variables, frame.variables}, look);
+}
+template <typename Look>
+bool any_static(const Frame& frame, Look look) {
+  return frame.names != nullptr && (any_of_cells(frame.names->statics, look) ||
+                                    any_of_cells(frame.names->file_statics, look));
+}
+
+// Takes the first of a name and kind. A parameter is a local as well; kind 0: any.
+auto cell_named(std::string_view name, char kind, Var*& cell) {
+  return [name = name.substr(0, kNameSize), kind, &cell](char its_kind, std::string_view its_name,
+                                                         Var* its_cell) {
+    const bool fits = kind == 0 || kind == its_kind || (kind == 'L' && its_kind == 'P');
+    if (!fits || !same_letters(its_name.substr(0, kNameSize), name)) return false;
+    cell = its_cell;
+    return true;
+  };
 }
 
 void print_line(Var* first, std::string_view name, Var* value) {
@@ -58,9 +87,9 @@ void print_line(Var* first, std::string_view name, Var* value) {
   if (qout != nullptr) qout(3, argv);
 }
 
-void print_names(const FrameName* names) {
-  for (; names != nullptr && names->cell != nullptr; ++names)
-    print_line(TMP_TEXT(std::string_view(names->text, 1)), names->text + 1, *names->cell);
+bool print_variable(char kind, std::string_view name, Var* cell) {
+  print_line(TMP_TEXT(std::string_view(&kind, 1)), name, cell);
+  return false;
 }
 
 // Lists the variables whose level passes the test, with how many levels up they were made.
@@ -189,12 +218,10 @@ void* SELECT_AREA_VAR(Var* which) {
 
 Var* FIND_LOCAL(std::string_view name, char kind) {
   const Frame* f = frame_at(0);
-  if (f == nullptr) return nil_value();
-  for (const FrameName* names : {f->local_names, f->static_names})
-    for (; names != nullptr && names->cell != nullptr; ++names)
-      if ((kind == 0 || names->text[0] == kind) && same_letters(names->text + 1, name))
-        return *names->cell;
-  return nil_value();
+  Var* cell = nil_value();
+  if (f != nullptr && !any_variable(*f, cell_named(name, kind, cell)))
+    any_static(*f, cell_named(name, kind, cell));
+  return cell;
 }
 
 std::string_view cschrarg(Var* v, const char* label) {
@@ -206,8 +233,8 @@ std::string_view cschrarg(Var* v, const char* label) {
 Var* displvar(std::int32_t argc, Var** argv) {
   const Frame* f = frame_at(argument_or_zero(argc, argv, 0));
   if (f == nullptr) return error_value();
-  print_names(f->local_names);
-  print_names(f->static_names);
+  any_variable(*f, print_variable);
+  any_static(*f, print_variable);
   return nil_value();
 }
 
@@ -228,9 +255,10 @@ Var* procvar(std::int32_t argc, Var** argv) {
   const char which = kind_letter(argc, argv, 1, 'L');
   const Frame* f = frame_at(argument_or_zero(argc, argv, 2));
   if (f == nullptr) return error_value();
-  const FrameName* names = which == 'F' || which == 'T' ? f->static_names : f->local_names;
-  Var* cell = find_in(names, which == 'F' ? 'S' : 'L', lower_text(text_of(argv[0])));
-  if (cell == nullptr) return error_value();
+  Var* cell = nullptr;
+  const auto look = cell_named(text_of(argv[0]), which == 'F' ? 'S' : 'L', cell);
+  if (!(which == 'F' || which == 'T' ? any_static(*f, look) : any_variable(*f, look)))
+    return error_value();
   return argc > 3 ? CPY_VAR(cell, argv[3]) : cell;
 }
 
