@@ -48,7 +48,7 @@ bool ProcedureCode::first_value(const Declared& declared) {
 void ProcedureCode::locals(const Statement& statement) {
   for (const Declared& local : statement.declared) {
     const bool has_value = first_value(local);
-    const std::int32_t slot = new_slot(local.type);
+    const std::int32_t slot = part_.add_local(local.type, tree_[local.name]);
     declare(local.name, {NameKind::kSlot, slot});
     if (has_value) steps().add(StepKind::kStore, slot);
   }
@@ -62,6 +62,7 @@ void ProcedureCode::statics(const Statement& statement, bool in_file) {
     if (declared.type != 'U') FIX_VAR(cell, declared.type);
     part_.unit->statics.push_back(cell);
     const auto index = static_cast<std::int32_t>(part_.unit->statics.size()) - 1;
+    part_.add_static(part_.unit->statics.size() - 1, tree_[declared.name]);
     scope_.forget_slot_mention();
     steps().add(StepKind::kLine, statement.line);
     const bool has_value = first_value(declared);
@@ -85,7 +86,7 @@ void ProcedureCode::memory_variables(const Statement& statement) {
     if (declared.type != 'U')
       diagnostics_.error(tree_.text.place_at(declared.name.at), "a memory variable has no type");
     if (!first_value(declared)) continue;
-    const std::int32_t kept = new_slot('U');
+    const std::int32_t kept = part_.add_local('U');
     steps().add(StepKind::kStore, kept);
     name();
     steps().add(StepKind::kMacroMemvar);

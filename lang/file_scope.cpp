@@ -36,6 +36,7 @@ ProgramPart* FileScope::new_block(const char* where) {
   ProgramPart& part = unit_.parts.emplace_back();
   part.unit = &unit_;
   part.file = part_->file;
+  part.around = part_;
   part.class_level = part_->class_level;
   part.line = line;
   part.name = "cb_" + std::to_string(++blocks_of_line_[line]) + "_" + std::to_string(line) + "_0";

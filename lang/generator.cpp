@@ -37,6 +37,7 @@ class FileGenerator {
     check_types();
     finish_statics();
     std::ranges::sort(made_.unit->own, {}, &LoadedName::name);
+    made_.unit->name_frames();
     made_.calls = scope_->take_calls();
     return std::move(made_);
   }

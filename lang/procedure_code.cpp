@@ -67,18 +67,18 @@ void ProcedureCode::value(Span span) {
   compile(span, &Compiler::value);
 }
 
-std::int32_t ProcedureCode::new_slot(char type) {
-  part_.locals.push_back(type);
-  return part_.slot_count() - 1;
-}
-
 // --- Procedures.
+
+void ProcedureCode::declare_self() {
+  part_.name_slot('P', "self");
+  static_cast<void>(scope_.declare("self", {NameKind::kSlot, 0}));
+}
 
 void ProcedureCode::procedure(const ProcedureTree& procedure) {
   scope_.begin_procedure();
-  if (part_.is_method) static_cast<void>(scope_.declare("self", {NameKind::kSlot, 0}));
+  if (part_.is_method) declare_self();
   for (const Declared& parameter : procedure.parameters) {
-    part_.parameters.push_back(parameter.type);
+    part_.add_parameter(parameter.type, tree_[parameter.name]);
     declare(parameter.name, {NameKind::kSlot, part_.slot_count() - 1});
     if (!parameter.value.empty() || !parameter.dimensions.empty())
       diagnostics_.error(tree_.text.place_at(parameter.name.at), "a parameter has no first value");
@@ -98,7 +98,7 @@ void ProcedureCode::typed(const Body& statements) {
 
 void ProcedureCode::first_values(const std::vector<Declared>& instances) {
   scope_.begin_procedure();
-  static_cast<void>(scope_.declare("self", {NameKind::kSlot, 0}));
+  declare_self();
   for (const Declared& instance : instances) {
     if (instance.value.empty() && instance.dimensions.empty()) continue;
     line(tree_.text.place_at(instance.name.at).line);
@@ -230,7 +230,7 @@ void ProcedureCode::while_statement(const Statement& statement) {
 // counter := first; the limit is evaluated before each turn, the step once.
 void ProcedureCode::for_statement(const Statement& statement) {
   const Span counter = statement.spans[0], step = statement.spans[3];
-  const std::int32_t by = new_slot('U');
+  const std::int32_t by = part_.add_local('U');
   const auto target = [&] { compile(counter, &Compiler::target); };
   target();
   steps().begin_keep();
@@ -277,7 +277,7 @@ void ProcedureCode::advance(Span counter, std::int32_t by) {
 
 // The array is held in a slot nobody sees, the position in another.
 void ProcedureCode::for_each(const Statement& statement) {
-  const std::int32_t array = new_slot('U'), position = new_slot('U');
+  const std::int32_t array = part_.add_local('U'), position = part_.add_local('U');
   value(statement.spans[1]);
   steps().add(StepKind::kEachOf);
   steps().add(StepKind::kStore, array);
@@ -328,7 +328,7 @@ void ProcedureCode::sequence(const Statement& statement) {
   if (statement.spans[0].empty()) {
     steps().add(StepKind::kDrop);
   } else {
-    const std::int32_t value = new_slot('U');
+    const std::int32_t value = part_.add_local('U');
     steps().add(StepKind::kStore, value);
     compile(statement.spans[0], &Compiler::target);
     steps().add(StepKind::kSlot, value);

@@ -60,6 +60,7 @@ class ProcedureCode {
   void statics(const Statement& statement, bool in_file);
   void memory_variables(const Statement& statement);
   void fields(const Statement& statement, bool in_file);
+  void declare_self();
   void declare(Span name, const NameMeaning& meaning, bool in_file = false);
   // [-> value] What a declared variable begins with; false if it tells none.
   bool first_value(const Declared& declared);
@@ -69,7 +70,6 @@ class ProcedureCode {
   std::int32_t values(Span span);  // [-> values], how many
   void tell_fault(Span span);
   void value(Span span);
-  std::int32_t new_slot(char type);
   void add_nothing();
   // Statements that are typed have no lines of their own.
   void line(std::int32_t line) { steps().add(StepKind::kLine, typed_ ? 0 : line); }

@@ -76,6 +76,7 @@ void TypedStatements::generate_code(const ProgramTree& tree, Diagnostics& diagno
     ProcedureCode(tree, scope, diagnostics, part, statics, steps)
         .typed(tree.procedures.front().body);
   code_ = steps.finish({}, false, &part);
+  unit_->name_frames();
 }
 
 void TypedStatements::run() {

@@ -118,7 +118,7 @@ class Machine {
     begun->arguments = arguments.cells;
     begun->areas = nested_ ? static_cast<std::uint32_t>(nested_->areas.size()) : 0;
     BEGIN_PROC(&begun->frame, part.file->module.c_str(), part.name.c_str(), part.line,
-               arguments.count);
+               arguments.count, &part.names);
     begun->frame.method_scope = part.method_scope();
     const auto taken = std::min(arguments.count, static_cast<std::int32_t>(code.plain_parameters));
     std::int32_t slot = 0;
@@ -128,6 +128,7 @@ class Machine {
       slots[slot]->sclass = 'N';
     }
     if (slot < code.bound_slots) bind_from(slot, *begun);
+    begun->frame.variables = slots;
     activation_ = begun;
     code_ = &code;
     slots_ = slots;

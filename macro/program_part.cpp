@@ -28,6 +28,24 @@ Var* run_closure(std::int32_t argc, Var** argv, Var** locals) {
 
 }  // namespace
 
+void ProgramPart::add_name(std::string& names, char kind, std::string_view variable) {
+  names += kind;
+  names += lower_text(variable);
+  names += ' ';
+}
+
+void ProgramUnit::name_frames() {
+  const ProgramPart& file = parts.front();
+  const auto statics_of = [this](const ProgramPart& part) {
+    return CellNames{part.static_names.c_str(), statics.data() + part.first_static};
+  };
+  for (ProgramPart& part : parts) {
+    const ProgramPart& procedure = part.around != nullptr ? *part.around : part;
+    part.names = {part.slot_names.c_str(),
+                  &procedure != &file ? statics_of(procedure) : CellNames{}, statics_of(file)};
+  }
+}
+
 ProgramUnit::~ProgramUnit() {
   for (Var* cell : statics) DEL_VAR(cell);
 }

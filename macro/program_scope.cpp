@@ -42,6 +42,7 @@ NameMeaning ProgramScope::find_at(std::size_t level, std::string_view name) {
   NameMeaning outer = find_at(level - 1, name);
   if (here.block == nullptr || outer.kind != NameKind::kSlot) return outer;
   here.block->captures.push_back(outer.index);
+  here.block->name_slot('L', name);
   const auto slot = here.block->parameters.size() + here.block->captures.size() - 1;
   const NameMeaning detached{NameKind::kSlot, static_cast<std::int32_t>(slot)};
   here.names.emplace(NameKey(name), detached);
@@ -57,7 +58,7 @@ ProgramPart* ProgramScope::begin_block(const char* where) {
 void ProgramScope::declare_parameter(std::string_view name) {
   Level& level = levels_.back();
   const auto slot = static_cast<std::int32_t>(level.block->parameters.size());
-  level.block->parameters.push_back('U');
+  level.block->add_parameter('U', name);
   level.block->parameter_names.emplace_back(name);
   static_cast<void>(add(level, name, {NameKind::kSlot, slot}));  // of equal names the first counts
 }
