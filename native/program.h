@@ -149,8 +149,9 @@ class PossibleEvaluation : private Evaluation {
 // of which the caller is the place.
 class Activation : private PossibleEvaluation, public Procedure {
  public:
-  Activation(const TranslatedFile& file, const char* name, std::int32_t line, std::int32_t argc)
-      : Procedure(file.module, name, line, argc) {}
+  Activation(const TranslatedFile& file, const char* name, std::int32_t line, std::int32_t argc,
+             const FrameNames* names = nullptr)
+      : Procedure(file.module, name, line, argc, names) {}
 
   // [0] A statement of that line begins: answers the signals that came.
   void line(std::int32_t number) {
@@ -174,6 +175,8 @@ class Activation : private PossibleEvaluation, public Procedure {
       SET_STR(cell, text_of(cell));
     return cell;
   }
+  // All its variables are bound: whoever asks for one by its name finds it.
+  void bound(Var* const* variables) { frame().variables = variables; }
   // Binds the object of a method, in a cell of its own: the caller's variable may get another one meanwhile.
   Var* own_self(Var** argv, std::int32_t level) {
     Var* object[] = {frame().argc > 0 && argv[0] != nullptr ? ARG_VAR(argv[0]) : nullptr};

@@ -40,7 +40,8 @@ std::string ProcedureText::first_value(const Declared& declared) {
 void ProcedureText::locals(const Statement& statement) {
   for (const Declared& local : statement.declared) {
     const std::string first = first_value(local);
-    const std::int32_t number = new_slot(identifiers_.add(unit_.tree[local.name]), local.type);
+    const std::int32_t number =
+        new_slot(identifiers_.add(unit_.tree[local.name]), local.type, unit_.tree[local.name]);
     declare(local.name, {NameKind::kSlot, number});
     if (!first.empty()) write("CPY_VAR(" + slot(number) + ", " + first + ");");
   }
@@ -51,7 +52,8 @@ void ProcedureText::statics(const Statement& statement, bool in_file) {
   for (const Declared& declared : statement.declared) {
     const Switched text(text_, std::string());
     const Switched depth(depth_, 1);
-    const std::string cell = unit_.file.add_static(unit_.tree[declared.name]);
+    const std::string cell = unit_.file.add_static(unit_.tree[declared.name], unit_.number);
+    part_.add_static(unit_.statics.size(), unit_.tree[declared.name]);
     unit_.statics.push_back(cell);
     unit_.statics_made += code_line(cell + " = NEW_VAR('N', 'U');", 1);
     if (declared.type != 'U')

@@ -175,13 +175,13 @@ bool ExpressionText::step_operator(const Step& one) {
       binary(one.op, pop(), constant(one.a));
       return true;
     case StepKind::kBinarySlot:
-      binary(one.op, pop(), {slots_.use(one.a), true});
+      binary(one.op, pop(), {slots_.of(one.a), true});
       return true;
     case StepKind::kSlotConstant:
-      binary(one.op, {slots_.use(one.b), true}, constant(one.a));
+      binary(one.op, {slots_.of(one.b), true}, constant(one.a));
       return true;
     case StepKind::kSlotSlot:
-      binary(one.op, {slots_.use(one.b), true}, {slots_.use(one.a), true});
+      binary(one.op, {slots_.of(one.b), true}, {slots_.of(one.a), true});
       return true;
     case StepKind::kUnary:
       unary(static_cast<UnaryOperator>(one.op));
@@ -190,14 +190,14 @@ bool ExpressionText::step_operator(const Step& one) {
       assign(one.op);
       return true;
     case StepKind::kStore:
-      statements_.push_back(assignment_text({slots_.use(one.a), true}, pop()) + ";");
+      statements_.push_back(assignment_text({slots_.of(one.a), true}, pop()) + ";");
       return true;
     case StepKind::kUpdateSlot:
       statements_.push_back(
-          assignment_text({slots_.use(one.a), true}, pop(), kOperators[one.op].function) + ";");
+          assignment_text({slots_.of(one.a), true}, pop(), kOperators[one.op].function) + ";");
       return true;
     case StepKind::kStepSlot:
-      statements_.push_back(std::string(kUnaryNames[one.op]) + "(" + slots_.use(one.a) + ");");
+      statements_.push_back(std::string(kUnaryNames[one.op]) + "(" + slots_.of(one.a) + ");");
       return true;
     case StepKind::kDrop:
       statements_.push_back(statement_of(pop().text));
@@ -382,6 +382,13 @@ bool ExpressionText::fold(std::uint8_t op, const ExpressionValue& left,
   return true;
 }
 
+std::string SlotNames::bound() const {
+  if (names.empty()) return {};
+  std::string own;
+  for (const std::string& name : names) own.append(own.empty() ? "" : ", ").append(name);
+  return code_line("Var* const Own[] = {" + own + "};", 1) + code_line("p.bound(Own);", 1);
+}
+
 // Writes the function of a block. Its detached locals are slots of the code around it.
 std::string ExpressionText::block(const Code& code) {
   const ProgramPart& part = *code.part;
@@ -391,7 +398,7 @@ std::string ExpressionText::block(const Code& code) {
   for (const std::string& name : part.parameter_names) slots.add(identifiers.add(name));
   std::string cells;
   for (const std::int32_t captured : part.captures) {
-    const std::string& outer = slots_.use(captured);
+    const std::string& outer = slots_.of(captured);
     slots.add(identifiers.add(outer));
     cells.append(", ").append(outer);
   }
@@ -401,17 +408,15 @@ std::string ExpressionText::block(const Code& code) {
   std::string text = line_directive(part.line, part.file->path);
   text += "Var* " + function + "(std::int32_t argc, Var**" + (parameters > 0 ? " argv" : "") +
           ", Var**" + (cells.empty() ? "" : " locals") + ") {\n";
-  text += code_line("Activation p(" + file_.source(*part.file) + ", " + literal(part.name) + ", " +
-                        std::to_string(part.line) + ", argc);",
-                    1);
+  text += file_.activation(part, number_);
   if (!level_.empty())
     text += code_line("p.frame().method_scope = " + std::string(level_) + ";", 1);
   for (std::size_t i = 0; i < slots.names.size(); ++i) {
     const std::string from =
         i < parameters ? "p.param(argv)" : "locals[" + std::to_string(i - parameters) + "]";
-    text +=
-        code_line(slots.used[i] ? "Var* " + slots.names[i] + " = " + from + ";" : from + ";", 1);
+    text += code_line("Var* " + slots.names[i] + " = " + from + ";", 1);
   }
+  text += slots.bound();
   for (const std::string& statement : inner.statements()) text += code_line(statement, 1);
   text += code_line("return p.result(" + inner.values().back().text + ");", 1) + "}\n\n";
   file_.blocks += text;

@@ -11,19 +11,14 @@
 
 namespace tarnel {
 
-// Parameters, locals and detached locals of the code that is written.
+// Parameters, locals and detached locals of the code that is written: their variables in C++.
 struct SlotNames {
   std::vector<std::string> names;
-  std::vector<bool> used;
 
-  void add(std::string name) {
-    names.push_back(std::move(name));
-    used.push_back(false);
-  }
-  const std::string& use(std::int32_t slot) {
-    used[static_cast<std::size_t>(slot)] = true;
-    return names[static_cast<std::size_t>(slot)];
-  }
+  void add(std::string name) { names.push_back(std::move(name)); }
+  const std::string& of(std::int32_t slot) const { return names[static_cast<std::size_t>(slot)]; }
+  // What tells the frame that they are bound.
+  std::string bound() const;
 };
 
 // An expression. A simple one is a cell that is there: its evaluation does nothing, and nothing can end it.
@@ -36,8 +31,8 @@ struct ExpressionValue {
 class ExpressionText {
  public:
   // `statics` are the cells of the unit by number; `level` tells the class of a method, or is empty.
-  ExpressionText(FileText& file, int number, SlotNames& slots, std::span<const std::string> statics,
-                 std::string_view level)
+  ExpressionText(FileText& file, int number, const SlotNames& slots,
+                 std::span<const std::string> statics, std::string_view level)
       : file_(file), number_(number), slots_(slots), statics_(statics), level_(level) {}
 
   // The statements that the code is, and the values that it leaves.
@@ -60,7 +55,7 @@ class ExpressionText {
   std::string block(const Code& code);
 
   void push(std::string text, bool simple = false) { stack_.push_back({std::move(text), simple}); }
-  void push_slot(std::int32_t slot) { push(slots_.use(slot), true); }
+  void push_slot(std::int32_t slot) { push(slots_.of(slot), true); }
   ExpressionValue pop();
   std::string list(std::size_t from);
   std::size_t begin_of_list();
@@ -71,7 +66,7 @@ class ExpressionText {
 
   FileText& file_;
   const int number_;
-  SlotNames& slots_;
+  const SlotNames& slots_;
   const std::span<const std::string> statics_;
   const std::string_view level_;
   const Code* code_ = nullptr;

@@ -10,6 +10,10 @@ namespace {
 
 constexpr std::size_t kLongestLine = 100;
 
+std::string cells_of(int file) {
+  return "Cells_" + std::to_string(file + 1);
+}
+
 std::string key_of(std::string_view name) {
   return lower_text(name.substr(0, kNameSize));
 }
@@ -68,12 +72,42 @@ std::string FileText::function(std::string_view name, int file) {
   return called_.of(name);
 }
 
-std::string FileText::add_static(std::string_view name) {
+std::string FileText::add_static(std::string_view name, int file) {
   std::string made = "Static_" + lower_text(name);
   for (int i = 2; statics_.contains(made); ++i)
     made = "Static_" + lower_text(name) + "_" + std::to_string(i);
-  statics_.emplace(made, name);
+  const std::size_t number = statics_of_files_[file]++;
+  statics_.emplace(made, cells_of(file) + "[" + std::to_string(number) + "]");
   return made;
+}
+
+std::string FileText::names_of_statics(const ProgramPart& part, int file) {
+  auto known = std::ranges::find(named_statics_, &part, &NamedStatics::part);
+  if (known == named_statics_.end()) known = named_statics_.insert(known, {&part, file});
+  return "Named_" + std::to_string(known - named_statics_.begin() + 1);
+}
+
+std::string FileText::activation(const ProgramPart& part, int file, const char* argc) {
+  const std::string names = frame_names(part, file);
+  std::string text;
+  if (!names.empty()) text = code_line("static constexpr FrameNames Names" + names + ";", 1);
+  return text + code_line("Activation p(" + source(*part.file) + ", " + literal(part.name) + ", " +
+                              std::to_string(part.line) + ", " + argc +
+                              (names.empty() ? "" : ", &Names") + ");",
+                          1);
+}
+
+// Empty if it has nothing with a name. The statics of a block's procedure need not be known yet.
+std::string FileText::frame_names(const ProgramPart& part, int file) {
+  const ProgramPart& first = part.unit->parts.front();
+  const ProgramPart& procedure = part.around != nullptr ? *part.around : part;
+  const bool has_own =
+      &procedure != &first && (part.around != nullptr || !part.static_names.empty());
+  const bool in_file = !first.static_names.empty();
+  if (part.slot_names.empty() && !has_own && !in_file) return {};
+  return "{" + literal(part.slot_names) + ", " +
+         (has_own ? names_of_statics(procedure, file) : "{}") + ", " +
+         (in_file ? names_of_statics(first, file) : "{}") + "}";
 }
 
 std::string FileText::source(const ProgramFile& file) {
@@ -98,7 +132,18 @@ std::string FileText::cells() const {
     text += "CELL AliasName " + identifier + "{" + literal(name) + "};\n";
   for (const auto& [identifier, name] : called_.all())
     text += "CELL Called " + identifier + "{" + literal(name) + "};\n";
-  for (const auto& [identifier, name] : statics_) text += "Var* " + identifier + ";\n";
+  for (const auto& [file, count] : statics_of_files_)
+    text += "Var* " + cells_of(file) + "[" + std::to_string(count) + "];\n";
+  for (const auto& [identifier, place] : statics_)
+    text += "constexpr Var*& " + identifier + " = " + place + ";\n";
+  for (std::size_t i = 0; i < named_statics_.size(); ++i) {
+    const auto& [part, file] = named_statics_[i];
+    text += "constexpr CellNames Named_" + std::to_string(i + 1) + "{";
+    if (!part->static_names.empty())
+      text += literal(part->static_names) + ", " + cells_of(file) + " + " +
+              std::to_string(part->first_static);
+    text += "};\n";
+  }
   return text;
 }
 

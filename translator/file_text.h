@@ -25,7 +25,9 @@ class FileText {
   // --- Cells.
   const std::string& field_or_variable(std::string_view name) { return names_.of(name); }
   const std::string& alias(std::string_view name) { return aliases_.of(name); }
-  std::string add_static(std::string_view name);
+  std::string add_static(std::string_view name, int file);
+  // Opens the frame of a procedure or block.
+  std::string activation(const ProgramPart& part, int file, const char* argc = "argc");
   // The variable that knows a source file, by its path.
   std::string source(const ProgramFile& file);
   // An identifier that no other cell or procedure has.
@@ -43,7 +45,15 @@ class FileText {
   NamedCells names_{"Name_", kNameSize};
   NamedCells aliases_{"Alias_", std::string::npos};
   NamedCells called_{"Called_", std::string::npos};  // errors tell them whole
-  std::map<std::string, std::string> statics_;
+  std::string frame_names(const ProgramPart& part, int file);
+  std::string names_of_statics(const ProgramPart& part, int file);
+  std::map<std::string, std::string> statics_;  // by their identifiers, their places in Cells_N
+  std::map<int, std::size_t> statics_of_files_;
+  struct NamedStatics {
+    const ProgramPart* part;
+    int file;
+  };
+  std::vector<NamedStatics> named_statics_;
   std::vector<std::pair<std::string, const ProgramFile*>> sources_;
   std::unordered_map<std::string, std::string>
       procedures_;  // by the significant characters, behind the file of STATIC ones

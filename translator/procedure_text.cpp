@@ -36,10 +36,9 @@ ExpressionValue ProcedureText::target(Span span) {
   return variable;
 }
 
-std::int32_t ProcedureText::new_slot(std::string name, char type) {
-  part_.locals.push_back(type);
-  slots_.add(std::move(name));
-  return part_.slot_count() - 1;
+std::int32_t ProcedureText::new_slot(std::string identifier, char type, std::string_view name) {
+  slots_.add(std::move(identifier));
+  return part_.add_local(type, name);
 }
 
 // A name that no variable of the program has, since those have no capitals.
@@ -58,14 +57,17 @@ void ProcedureText::begin_line(std::int32_t line) {
 
 // --- Procedures.
 
+void ProcedureText::declare_self() {
+  slots_.add("self");
+  part_.name_slot('P', "self");
+  static_cast<void>(unit_.scope.declare("self", {NameKind::kSlot, 0}));
+}
+
 std::string ProcedureText::procedure(const ProcedureTree& procedure, const std::string& function) {
   unit_.scope.begin_procedure();
-  if (part_.is_method) {
-    slots_.add("self");
-    static_cast<void>(unit_.scope.declare("self", {NameKind::kSlot, 0}));
-  }
+  if (part_.is_method) declare_self();
   for (const Declared& parameter : procedure.parameters) {
-    part_.parameters.push_back(parameter.type);
+    part_.add_parameter(parameter.type, unit_.tree[parameter.name]);
     slots_.add(identifiers_.add(unit_.tree[parameter.name]));
     declare(parameter.name, {NameKind::kSlot, part_.slot_count() - 1});
   }
@@ -76,8 +78,7 @@ std::string ProcedureText::procedure(const ProcedureTree& procedure, const std::
 std::string ProcedureText::first_values(const std::vector<Declared>& instances,
                                         const std::string& function) {
   unit_.scope.begin_procedure();
-  slots_.add("self");
-  static_cast<void>(unit_.scope.declare("self", {NameKind::kSlot, 0}));
+  declare_self();
   for (const Declared& instance : instances) {
     const std::string first = first_value(instance);
     if (first.empty()) continue;
@@ -92,23 +93,19 @@ std::string ProcedureText::function_text(const std::string& function) {
   const bool takes = part_.is_method || !part_.parameters.empty() || parameters_used_;
   std::string head = line_mark(part_.line);
   head += "Var* " + function + "(std::int32_t argc, Var**" + (takes ? " argv" : "") + ") {\n";
-  head += code_line("Activation p(" + unit_.file.source(*part_.file) + ", " + literal(part_.name) +
-                        ", " + std::to_string(part_.line) + ", argc);",
-                    1);
-  if (!ends_ && part_.is_method) static_cast<void>(slots_.use(0));
+  head += unit_.file.activation(part_, unit_.number);
   const auto letter = [](char type) {
     return type == 'U' ? std::string() : std::string("'") + type + "'";
   };
   std::size_t slot = 0;
   const auto bind = [&](const std::string& from) {
-    head += code_line(
-        slots_.used[slot] ? "Var* " + slots_.names[slot] + " = " + from + ";" : from + ";", 1);
-    ++slot;
+    head += code_line("Var* " + slots_.names[slot++] + " = " + from + ";", 1);
   };
   if (part_.is_method) bind("p.own_self(argv, " + std::string(level_) + ")");
   for (const char type : part_.parameters)
     bind("p.param(argv" + (type == 'U' ? "" : ", " + letter(type)) + ")");
   for (const char type : part_.locals) bind("p.local(" + letter(type) + ")");
+  head += slots_.bound();
   if (returned_) head += code_line("Var* Result = nil_value();", 1);
   std::string end;
   if (!ends_)

@@ -62,8 +62,10 @@ class ProcedureText {
   std::vector<ExpressionValue> values(Span span);
   std::vector<ExpressionValue> translated(CodeBuilder& builder);
   ExpressionValue target(Span span);
-  std::int32_t new_slot(std::string name, char type);
-  std::string slot(std::int32_t number) { return slots_.use(number); }
+  // One for the code's own use has no name in the source.
+  std::int32_t new_slot(std::string identifier, char type, std::string_view name = {});
+  void declare_self();
+  std::string slot(std::int32_t number) { return slots_.of(number); }
   std::string own_name(const char* what, std::int32_t line);
 
   void write(std::string_view line) { text_ += code_line(line, depth_); }

@@ -126,11 +126,8 @@ class Translation {
   void add_statics(Unit& unit, const ProgramPart& part) {
     const std::string name = "Statics_" + std::to_string(units_.size());
     procedures_ += "static void " + name + "() {\n" +
-                   code_line("Activation p(" + file_.source(*part.file) + ", \"(statics)\", " +
-                                 std::to_string(part.line) + ", 0);",
-                             1) +
-                   unit.text->statics_filled + code_line("static_cast<void>(p.end());", 1) +
-                   "}\n\n";
+                   file_.activation(part, unit.text->number, "0") + unit.text->statics_filled +
+                   code_line("static_cast<void>(p.end());", 1) + "}\n\n";
     statics_ += code_line(name + "();", 1);
   }
 
@@ -206,8 +203,9 @@ class Translation {
     if (!outside_.empty()) text += ", .functions = kFunctions";
     if (!inits_.empty()) text += ", .init = kInit";
     if (!exits_.empty()) text += ", .exit = kExit";
-    text += "};\n" +
-            code_line("constexpr const TranslatedFile* kFiles[] = {" + file_.sources_list() + "};", 0);
+    text +=
+        "};\n" +
+        code_line("constexpr const TranslatedFile* kFiles[] = {" + file_.sources_list() + "};", 0);
     text += class_tables_;
     if (!classes_.empty()) text += "constexpr TranslatedClass kClasses[] = {\n" + classes_ + "};\n";
     const std::string statics = statics_made_ + statics_;

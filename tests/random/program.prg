@@ -227,7 +227,7 @@ FUNCTION expr(cType, nLevel)
     CASE n = 3
       RETURN "{" + expr("U", nNext) + ", " + expr("U", nNext) + "}[" + pick({"1", "2", "n"}) + "]"
     CASE n = 4
-      RETURN pick({"&name", "&('q')", "&('pub + 1')", "m->q", "valtype(z)", "type('q')"})
+      RETURN pick({"&name", "&('q')", "&('pub + 1')", "m->q", "valtype(z)", "type('q')", "_l->n", "&('_p->a')", "_procvar('t')", "_procvar('s', 'F')"})
     CASE n = 5
       RETURN "(" + var("U") + " := " + expr("U", nNext) + ")"
     CASE n = 6
