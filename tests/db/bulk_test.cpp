@@ -197,6 +197,33 @@ TEST_P(EachCall, MayFail) {
   EXPECT_GT(runs, 20);
 }
 
+// Neither can the way back be gone then, until somebody comes who may write again.
+TEST_P(EachCall, MayFailAndAllBehindItToo) {
+  bool says = false;
+  const int runs = fail_each_call(
+      {kReadOnlyDisk, kBusyTarget}, [&] { open_again(operation_.use); },
+      [&] {
+        says = operation_.does();
+        close_all_areas();
+      },
+      [&](const Fault* fault) {
+        const bool told = !take_errors().empty();
+        EXPECT_TRUE(fault == nullptr ? says && !told : says || told);
+        for (const char* table : {"t", "u"}) {
+          ASSERT_TRUE(open(table, Use::kExclusive)) << take_errors();
+          call("dbclosearea");
+        }
+        take_errors();
+        if (fault == nullptr || fault->error == EBUSY) {
+          EXPECT_EQ(temporary_files(), Records());
+        }
+        const State now = state();
+        EXPECT_TRUE(says && !told ? now == after_ : may_be(now));
+        expect_orders_agree_or_differ(now.t);
+      });
+  EXPECT_GT(runs, 3);
+}
+
 class EachCallOfARewriting : public EachCall {};
 INSTANTIATE_TEST_SUITE_P(Rewritings, EachCallOfARewriting, ::testing::ValuesIn(kRewritings));
 TEST_P(EachCallOfARewriting, MayBeTheLast) {

@@ -18,7 +18,7 @@ namespace tarnel::testing {
 
 // A kind of fault, and the calls that meet it in life, as letters of their family:
 //   o open   c close   r read, pread   w write, pwrite   s seek   l lock   f fstat, stat
-//   t truncate   m chmod, fchmod, fchown   u unlink, rename   p map, remap   y fsync
+//   t truncate   m chmod, fchmod, fchown   u unlink   n rename   p map, remap   y fsync
 // Giving a lock back never fails, nor does sync. A read or write cut short transfers half of its bytes.
 struct Fault {
   const char* name;
@@ -26,12 +26,16 @@ struct Fault {
   int error;             // 0: the call is cut short, below 0: the process dies before it
   bool lasting = false;  // all calls from the nth on fail, as on a full disk
 };
-inline constexpr Fault kIoError{"EIO", "ocrwslftmupy", EIO},
+inline constexpr Fault kIoError{"EIO", "ocrwslftmunpy", EIO},
     kDiskFull{"ENOSPC", "wt", ENOSPC, true}, kInterrupted{"EINTR", "orwlt", EINTR},
     kDeadlock{"EDEADLK", "l", EDEADLK}, kNoLocks{"ENOLCK", "l", ENOLCK},
     kNoDescriptors{"EMFILE", "o", EMFILE}, kShortRead{"short read", "r", 0},
     kShortWrite{"short write", "w", 0};
-inline constexpr Fault kKill{"kill", "ocrwslftmupy", -1};  // not by fail_each_call()
+// As where the system takes writing away for a fault of the disk. Not among those below: nothing can be put in order then.
+inline constexpr Fault kReadOnlyDisk{"EROFS", "wtmun", EROFS, true};
+// A file in whose place no other one may come.
+inline constexpr Fault kBusyTarget{"EBUSY", "n", EBUSY, true};
+inline constexpr Fault kKill{"kill", "ocrwslftmunpy", -1};  // not by fail_each_call()
 inline constexpr Fault kFaults[] = {kIoError, kDiskFull,      kInterrupted, kDeadlock,
                                     kNoLocks, kNoDescriptors, kShortRead,   kShortWrite};
 // Does an operation that meets the fault succeed all the same?
@@ -116,7 +120,7 @@ class FailNth {
     ops.fchown = [](auto... with) { return status(state.real.fchown, "fchown", 'm', with...); };
     ops.fsync = [](int fd) { return status(state.real.fsync, "fsync", 'y', fd); };
     ops.unlink = [](auto... with) { return status(state.real.unlink, "unlink", 'u', with...); };
-    ops.rename = [](auto... with) { return status(state.real.rename, "rename", 'u', with...); };
+    ops.rename = [](auto... with) { return status(state.real.rename, "rename", 'n', with...); };
     ops.map = [](int fd, size_t n) {
       return strikes("map", 'p') ? MAP_FAILED : state.real.map(fd, n);
     };
