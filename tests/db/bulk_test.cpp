@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <utility>
 
 #include "core/sequence.h"
@@ -53,7 +52,7 @@ class Bulk : public OrderedTable {
   }
   void open_again(Use use = Use::kExclusive) {
     put_back();
-    for (const std::string& name : temporary_files()) ::unlink(name.c_str());
+    for (const std::string& name : files_beginning_with("new")) ::unlink(name.c_str());
     open_all(use);
   }
   static void open_all(Use use) {
@@ -65,13 +64,6 @@ class Bulk : public OrderedTable {
   }
   static State state() {
     return {records_of("t"), records_of("s"), records_of("u"), read_file("u.txt")};
-  }
-  static Records temporary_files() {
-    Records names;
-    for (const auto& entry : std::filesystem::directory_iterator("."))
-      if (entry.path().filename().string().starts_with("new"))
-        names.push_back(entry.path().filename().string());
-    return names;
   }
   static void expect_orders_agree_or_differ(const Records& records) {
     OrderedTable::expect_orders_agree_or_differ(records);
@@ -179,7 +171,7 @@ TEST_P(EachCall, MayFail) {
         EXPECT_TRUE(says || (fault != nullptr && !harmless(*fault)));
         const bool each = operation_.way == Way::kEach;  // goes on past a record, and tells
         EXPECT_TRUE(says == errors.empty() || (says && each)) << errors;
-        EXPECT_EQ(temporary_files(), Records());
+        EXPECT_EQ(files_beginning_with("new"), Records());
         EXPECT_EQ(run("select()"), "I 1");
         EXPECT_EQ(area_by_number(3), nullptr);
         close_all_areas();
@@ -215,7 +207,7 @@ TEST_P(EachCall, MayFailAndAllBehindItToo) {
         }
         take_errors();
         if (fault == nullptr || fault->error == EBUSY) {
-          EXPECT_EQ(temporary_files(), Records());
+          EXPECT_EQ(files_beginning_with("new"), Records());
         }
         const State now = state();
         EXPECT_TRUE(says && !told ? now == after_ : may_be(now));
@@ -271,7 +263,7 @@ TEST_P(EachCall, MayFailUnderAHandlerThatClosesReopensOrBreaks) {
         call("errorblock", {former});
         call("dbcloseall");
         take_errors();
-        EXPECT_EQ(temporary_files(), Records());
+        EXPECT_EQ(files_beginning_with("new"), Records());
         EXPECT_TRUE(elsewhere("dbgobottom()", Use::kExclusive));
         const State now = state();
         EXPECT_TRUE(may_be(now));
@@ -318,14 +310,14 @@ TEST_F(Bulk, ABreakOrAQuitLeavesNoFileAndNoArea) {
   for (const char* expression : {"__dbcopy('u', , {|| iif(n = 30, break(1), .T.)})",
                                  "__dbapp('s', , {|| iif(n = 30, break(1), .T.)})"}) {
     EXPECT_NE(in_sequence([&] { run(expression); }), nullptr);
-    EXPECT_EQ(temporary_files(), Records());
+    EXPECT_EQ(files_beginning_with("new"), Records());
     EXPECT_EQ(run("select()"), "I 1");
     EXPECT_EQ(area_by_number(3), nullptr);
     EXPECT_EQ(records_of("u"), before.u);
     open_again();
   }
   elsewhere("__dbcopy('u', , {|| iif(n = 30, __quit(), .T.)})");
-  EXPECT_EQ(temporary_files(), Records());
+  EXPECT_EQ(files_beginning_with("new"), Records());
   EXPECT_TRUE(state() == before);
 }
 

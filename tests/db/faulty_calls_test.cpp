@@ -64,7 +64,7 @@ class FaultyCalls : public OrderedTable, public ::testing::WithParamInterface<bo
   }
   void open_again(bool shared) {
     put_back();
-    for (const char* file : {"new.dbf", "new.dbt", "new.idx"}) ::unlink(file);
+    for (const std::string& name : files_beginning_with("new")) ::unlink(name.c_str());
     ASSERT_TRUE(open("t", shared ? Use::kShared : Use::kExclusive)) << take_errors();
     ASSERT_TRUE(!GetParam() || run("dbsetindex('byn') .and. dbsetindex('bywho')") == "L T");
     ASSERT_EQ(take_errors(), "");
@@ -110,7 +110,7 @@ TEST_P(FaultyCalls, LoseNothingAndSayWhatIsTrue) {
       bool says = false;
       runs += fail_each_call(
           {kIoError, kDiskFull, kInterrupted, kDeadlock, kNoLocks, kNoDescriptors, kShortRead,
-           kShortWrite},
+           kShortWrite, kReadOnlyDisk, kDeadDisk},
           [&] { open_again(shared); }, [&] { says = run(operation.expressions) == "L T"; },
           [&](const Fault* fault) {
             const std::int32_t mark = temp_top();

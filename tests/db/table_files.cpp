@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 
 #include "db/dbfidx/format/format_dbf.h"
 #include "tests/db/idx_checker.h"
@@ -35,6 +36,15 @@ Files read_files(std::initializer_list<const char*> names) {
 }
 void write_files(const Files& files) {
   for (const auto& [name, bytes] : files) write_file(name, bytes);
+}
+
+std::vector<std::string> files_beginning_with(const char* start) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(".")) {
+    std::string name = entry.path().filename();
+    if (name.starts_with(start)) names.push_back(std::move(name));
+  }
+  return names;
 }
 
 std::string order_fault(const std::string& order, const std::string& table,

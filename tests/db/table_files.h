@@ -18,6 +18,8 @@ std::vector<std::string> records_of(const std::string& name);
 using Files = std::map<std::string, std::string>;
 Files read_files(std::initializer_list<const char*> names);
 void write_files(const Files& files);
+// In the current folder.
+std::vector<std::string> files_beginning_with(const char* start);
 
 // The field that is the key of an order: its place in a record.
 struct OrderKey {

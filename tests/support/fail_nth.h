@@ -33,6 +33,7 @@ inline constexpr Fault kIoError{"EIO", "ocrwslftmunpy", EIO},
     kShortWrite{"short write", "w", 0};
 // As where the system takes writing away for a fault of the disk. Not among those below: nothing can be put in order then.
 inline constexpr Fault kReadOnlyDisk{"EROFS", "wtmun", EROFS, true};
+inline constexpr Fault kDeadDisk{"EIO for good", kIoError.calls, EIO, true};
 // A file in whose place no other one may come.
 inline constexpr Fault kBusyTarget{"EBUSY", "n", EBUSY, true};
 inline constexpr Fault kKill{"kill", "ocrwslftmunpy", -1};  // not by fail_each_call()
