@@ -6,7 +6,7 @@
 //
 //   Var* fib(std::int32_t argc, Var** argv) {
 //     Activation p(Source_1, "fib", 1, argc);                // file, procedure, line
-//     Var* n = p.param(argv);                                // parameters in order, then locals
+//     Var* n = p.param(argv, 0);                             // parameters in order, then locals
 //     p.line(2);
 //     if (csifu(csultu(n, NUM(2)))) return p.result(n);
 //     p.line(3);
@@ -164,13 +164,13 @@ class Activation : private PossibleEvaluation, public Procedure {
     look_at_signals();
     next_iteration(number);
   }
-  // [as BIND_PARAM] The next parameter. A text of the source, which comes as a temporary that points at it, gets a copy of
+  // [as BIND_PARAM] Parameter i, from 0. A text of the source, which comes as a temporary that points at it, gets a copy of
   // its own, so that it is a variable like others.
-  Var* param(Var** argv, char letter = 'U') {
-    const Var* const given = bound_ < frame().argc ? argv[bound_] : nullptr;
-    ++bound_;
+  Var* param(Var** argv, std::int32_t i, char letter = 'U') {
+    const std::int32_t argc = frame().argc;
+    const Var* const given = i < argc ? argv[i] : nullptr;
     const bool points = given != nullptr && given->sclass == 't';
-    Var* const cell = Procedure::param(argv, letter);
+    Var* const cell = BIND_PARAM(argc, i, argv, letter);
     if (points && cell == given) [[unlikely]]
       SET_STR(cell, text_of(cell));
     return cell;
@@ -180,12 +180,8 @@ class Activation : private PossibleEvaluation, public Procedure {
   // Binds the object of a method, in a cell of its own: the caller's variable may get another one meanwhile.
   Var* own_self(Var** argv, std::int32_t level) {
     Var* object[] = {frame().argc > 0 && argv[0] != nullptr ? ARG_VAR(argv[0]) : nullptr};
-    ++bound_;
     return self(object, level);
   }
-
- private:
-  std::int32_t bound_ = 0;  // parameters, with the object
 };
 
 // [1] A block of the function with the cells as its detached locals.

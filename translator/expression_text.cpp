@@ -412,8 +412,8 @@ std::string ExpressionText::block(const Code& code) {
   if (!level_.empty())
     text += code_line("p.frame().method_scope = " + std::string(level_) + ";", 1);
   for (std::size_t i = 0; i < slots.names.size(); ++i) {
-    const std::string from =
-        i < parameters ? "p.param(argv)" : "locals[" + std::to_string(i - parameters) + "]";
+    const std::string from = i < parameters ? "p.param(argv, " + std::to_string(i) + ")"
+                                            : "locals[" + std::to_string(i - parameters) + "]";
     text += code_line("Var* " + slots.names[i] + " = " + from + ";", 1);
   }
   text += slots.bound();

@@ -103,7 +103,7 @@ std::string ProcedureText::function_text(const std::string& function) {
   };
   if (part_.is_method) bind("p.own_self(argv, " + std::string(level_) + ")");
   for (const char type : part_.parameters)
-    bind("p.param(argv" + (type == 'U' ? "" : ", " + letter(type)) + ")");
+    bind("p.param(argv, " + std::to_string(slot) + (type == 'U' ? "" : ", " + letter(type)) + ")");
   for (const char type : part_.locals) bind("p.local(" + letter(type) + ")");
   head += slots_.bound();
   if (returned_) head += code_line("Var* Result = nil_value();", 1);
