@@ -26,7 +26,7 @@ class Buffer : public TableTest {
  protected:
   void make(int records, Use use) {
     ASSERT_TRUE(create("t", {{"n", "N", 5, 0}, {"c", "C", 4, 0}}) && open("t", Use::kExclusive));
-    for (int i = 1; i <= records; ++i) call("dbappend"), put("n", integer(i));
+    for (int i = 1; i <= records; ++i) run("dbappend(), n := " + std::to_string(i));
     if (use == Use::kExclusive) return;
     call("dbclosearea");
     ASSERT_TRUE(open("t", use));
