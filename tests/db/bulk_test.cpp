@@ -109,6 +109,7 @@ struct Operation {
   Way way = Way::kWhole;
   Use use = Use::kExclusive;
   bool (*act)() = nullptr;
+  bool stale = false;  // the orders lack a change of the table
 
   bool does() const { return act != nullptr ? act() : run(name) == "L T"; }
 };
@@ -125,6 +126,7 @@ const Operation kOthers[] = {
     {"__dbcopyde('u', , , 'n < 30')"},
     {"__dbapp('s')", Way::kAdds},
     {"__dbapp('s')", Way::kAdds, Use::kShared},
+    {"__dbapp('s')", Way::kAdds, Use::kShared, nullptr, true},
     {"__dbappgen('s')", Way::kAdds},
     {"__dbupdate('s', 'n', .T., {|| t->n := s->n + 500})", Way::kEach},
     {"__dbupdate('s', 'n', .T., {|| t->n := s->n + 500})", Way::kEach, Use::kShared}};
@@ -133,6 +135,10 @@ class EachCall : public Bulk, public ::testing::WithParamInterface<Operation> {
  protected:
   void SetUp() override {
     Bulk::SetUp();
+    if (operation_.stale) {
+      ASSERT_TRUE(elsewhere("dbgoto(1), n := 15, dbcommit()", Use::kExclusive));
+      saved_["t.dbf"] = read_file("t.dbf");
+    }
     open_again(operation_.use);
     before_ = state();
     ASSERT_TRUE(operation_.does()) << take_errors();
@@ -156,7 +162,8 @@ class EachCall : public Bulk, public ::testing::WithParamInterface<Operation> {
 };
 // With the name of the operation in its failures.
 void PrintTo(const Operation& operation, std::ostream* out) {
-  *out << operation.name << (operation.use == Use::kShared ? ", shared" : "");
+  *out << operation.name << (operation.use == Use::kShared ? ", shared" : "")
+       << (operation.stale ? ", stale" : "");
 }
 INSTANTIATE_TEST_SUITE_P(Rewritings, EachCall, ::testing::ValuesIn(kRewritings));
 INSTANTIATE_TEST_SUITE_P(Others, EachCall, ::testing::ValuesIn(kOthers));

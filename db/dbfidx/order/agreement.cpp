@@ -55,6 +55,7 @@ Agreement agreement_of(int stored, std::uint8_t counter) {
 // goes on without it.
 [[nodiscard]] bool begin_change(DbfIdx& dbf, IndexControl& index) {
   const Agreement now = look_at_agreement(dbf, index);
+  if (index.state.changes == 0) index.state.unwritten = false;
   if (index.state.changes++ > 0 || index.readOnly) return true;
   return (!index.exclusive() && now == Agreement::kAgrees) || store_mark(dbf, index);
 }
@@ -97,6 +98,11 @@ void begin_agreement(DbfIdx& dbf, IndexControl& index, std::uint8_t stored) {
 
 void set_different(IndexControl& index) {
   index.state.agreement = Agreement::kDiffers;
+}
+
+void set_unwritten(IndexControl& index) {
+  set_different(index);
+  index.state.unwritten = true;
 }
 
 // --- Building and writing.
@@ -201,7 +207,10 @@ std::ptrdiff_t KeyChange::count_differing() const {
 
 bool KeyChange::complete() {
   assert(begun_);
-  const bool all_kept = count_differing() == differing_;
+  const bool all_kept = count_differing() == differing_ &&
+                        std::none_of(taken_, taken_ + count_, [](const IndexControl* index) {
+                          return index->state.unwritten;
+                        });
   const IndexControl* failed = end(true);
   return (failed == nullptr || unwritable(dbf_, *failed)) && all_kept && same_.holds();
 }

@@ -33,6 +33,7 @@ struct AgreementState {
   int stored = -1;           // the counter in the file as last read or written, -1 not known
   std::uint8_t counter = 0;  // held alone: the table's when this process last looked or changed it
   int changes = 0;           // brackets under way
+  bool unwritten = false;    // a page of the change under way could not be written
 };
 
 // A counter that a table with this one will not have before it is counted on.
@@ -44,6 +45,8 @@ Agreement look_at_agreement(DbfIdx& dbf, IndexControl& index);
 void begin_agreement(DbfIdx& dbf, IndexControl& index, std::uint8_t stored);
 // The keys are not those of the records: so it stays, until a build.
 void set_different(IndexControl& index);
+// The same for a page that could not be written, by which the change under way fails.
+void set_unwritten(IndexControl& index);
 
 // Around a build, under one internal lock: the file says that it differs until it is all written.
 // False after error 104.

@@ -111,7 +111,7 @@ void begin_locked(DbfIdx& dbf, IndexControl& index) {
 
 bool give_up(DbfIdx& dbf, IndexControl& index) {
   const std::int64_t sector = index.tree.failed_sector();
-  set_different(index);  // a key may be lost
+  set_unwritten(index);  // a key may be lost
   if (index.closed || dbf.orderCount == 0) return false;
   std::int32_t n = 1;
   while (n < kMaxOrders && dbf.orders[n] != &index) ++n;
@@ -127,7 +127,7 @@ void settle(DbfIdx& dbf, IndexControl& index) {
   // Other areas of this process on the same file may lie inside the same lock.
   for (DbfIdx* other = dbf.ring; other != &dbf; other = other->ring) ++other->locks.stamp;
   if (written) return;
-  set_different(index);
+  set_unwritten(index);
   dxerror(dbf, TableError::kIndexUnwritable, {index.fileName});
 }
 
