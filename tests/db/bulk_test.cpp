@@ -116,6 +116,7 @@ struct Operation {
 const Operation kRewritings[] = {
     {"__dbpack()"},
     {"__dbzap()"},
+    {"__dbpack()", Way::kWhole, Use::kExclusive, nullptr, true},
     {"fields", Way::kWhole, Use::kExclusive, [] { return restructure(true); }},
     {"fields without memos", Way::kWhole, Use::kExclusive, [] { return restructure(false); }}};
 const Operation kOthers[] = {
