@@ -22,12 +22,11 @@ constexpr std::int32_t kNoMethod = -2;  // as a frame has it
 
 struct ProgramPart {
   ProgramUnit* unit = nullptr;
-  const ProgramFile* file = nullptr;         // where it stands
-  std::string name;                          // of the procedure as written, or cb_NUMBER_LINE_0
-  std::int32_t line = 0;                     // of the declaration, or of the block's brace
-  std::vector<char> parameters;              // type letters; the first slots
-  std::vector<std::string> parameter_names;  // of a block
-  std::vector<char> locals;                  // of a procedure; the slots behind them
+  const ProgramFile* file = nullptr;  // where it stands
+  std::string name;                   // of the procedure as written, or cb_NUMBER_LINE_0
+  std::int32_t line = 0;              // of the declaration, or of the block's brace
+  std::vector<char> parameters;       // type letters; the first slots
+  std::vector<char> locals;           // of a procedure; the slots behind them
   std::vector<std::int32_t>
       captures;            // of a block: slots of the code around it, which come behind them
   char result = 'U';       // declared type of the value

@@ -59,7 +59,6 @@ void ProgramScope::declare_parameter(std::string_view name) {
   Level& level = levels_.back();
   const auto slot = static_cast<std::int32_t>(level.block->parameters.size());
   level.block->add_parameter('U', name);
-  level.block->parameter_names.emplace_back(name);
   static_cast<void>(add(level, name, {NameKind::kSlot, slot}));  // of equal names the first counts
 }
 

@@ -4,6 +4,7 @@
 #include <cassert>
 #include <charconv>
 #include <cmath>
+#include <sstream>
 #include <utility>
 
 #include "core/operators.h"
@@ -395,16 +396,13 @@ std::string ExpressionText::block(const Code& code) {
   const std::string function = file_.identifier(part.name);
   Identifiers identifiers = file_.local_identifiers();
   SlotNames slots;
-  for (const std::string& name : part.parameter_names) slots.add(identifiers.add(name));
+  std::istringstream names(part.slot_names);
+  for (std::string name; names >> name;) slots.add(identifiers.add(name.substr(1)));
   std::string cells;
-  for (const std::int32_t captured : part.captures) {
-    const std::string& outer = slots_.of(captured);
-    slots.add(identifiers.add(outer));
-    cells.append(", ").append(outer);
-  }
+  for (const std::int32_t captured : part.captures) cells.append(", ").append(slots_.of(captured));
   ExpressionText inner(file_, number_, slots, statics_, level_);
   inner.translate(code);
-  const std::size_t parameters = part.parameter_names.size();
+  const std::size_t parameters = part.parameters.size();
   std::string text = line_directive(part.line, part.file->path);
   text += "Var* " + function + "(std::int32_t argc, Var**" + (parameters > 0 ? " argv" : "") +
           ", Var**" + (cells.empty() ? "" : " locals") + ") {\n";
